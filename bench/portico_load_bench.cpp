@@ -1,0 +1,266 @@
+// Measures how fast portico serves a large tick history over loopback, against a raw loopback
+// transfer of exactly the same bytes in the same run. Runs are interleaved and medians printed.
+//
+//   portico_load_bench PORTICO [--ticks N] [--runs R] [--symbol SYM]
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr std::size_t kReadChunk = 256 * 1024;
+
+[[noreturn]] void Fail(const std::string& what) {
+    std::fprintf(stderr, "portico_load_bench: %s (%s)\n", what.c_str(), std::strerror(errno));
+    std::exit(1);
+}
+
+struct Portico {
+    pid_t pid = -1;
+    int lookupPort = 0;
+    std::filesystem::path home;
+
+    ~Portico() {
+        if (pid > 0) {
+            kill(pid, SIGTERM);
+            waitpid(pid, nullptr, 0);
+        }
+        std::error_code ignored;
+        std::filesystem::remove_all(home, ignored);
+    }
+};
+
+void StartPortico(Portico& portico, const std::string& path) {
+    char pattern[] = "/tmp/portico-bench-XXXXXX";
+    if (mkdtemp(pattern) == nullptr) {
+        Fail("cannot make a temporary folder");
+    }
+    portico.home = pattern;
+    const std::string config = "XDG_CONFIG_HOME=" + (portico.home / "config").string();
+    const std::string state = "XDG_STATE_HOME=" + (portico.home / "state").string();
+    std::vector<std::string> env{config, state};
+    for (char** e = environ; *e != nullptr; ++e) {
+        if (std::strncmp(*e, "XDG_", 4) != 0) {
+            env.emplace_back(*e);
+        }
+    }
+    std::vector<std::string> args{path, "--admin-port",    "0", "--lookup-port",
+                                  "0",  "--level1-port",   "0", "--linger",
+                                  "0",  "--connect-delay", "0"};
+    std::vector<char*> argv;
+    std::vector<char*> envp;
+    for (auto& a : args) {
+        argv.push_back(a.data());
+    }
+    argv.push_back(nullptr);
+    for (auto& e : env) {
+        envp.push_back(e.data());
+    }
+    envp.push_back(nullptr);
+
+    int out[2];
+    if (pipe(out) != 0) {
+        Fail("pipe");
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, out[0]);
+    if (posix_spawn(&portico.pid, path.c_str(), &actions, nullptr, argv.data(), envp.data()) != 0) {
+        Fail("cannot start " + path);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    close(out[1]);
+
+    std::string text;
+    char c = 0;
+    while (read(out[0], &c, 1) == 1) {
+        if (c == '\n') {
+            if (text.rfind("portico: listening", 0) == 0) {
+                break;
+            }
+            text.clear();
+        } else {
+            text += c;
+        }
+    }
+    close(out[0]);
+    const auto at = text.find("lookup=");
+    if (at == std::string::npos) {
+        Fail("portico did not report its ports");
+    }
+    portico.lookupPort = std::atoi(text.c_str() + at + 7);
+}
+
+int ConnectLoopback(int port) {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        Fail("connect");
+    }
+    return fd;
+}
+
+void SendAll(int fd, const char* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t sent = send(fd, data, std::min<std::size_t>(size, kReadChunk), MSG_NOSIGNAL);
+        if (sent <= 0) {
+            Fail("send");
+        }
+        data += sent;
+        size -= static_cast<std::size_t>(sent);
+    }
+}
+
+// One history request to portico; returns seconds until the end marker has been read. The
+// answer is kept in `keep` when it is not null.
+double RequestHistory(int port, const std::string& command, const std::string& endMarker,
+                      std::string* keep, std::size_t& bytes) {
+    std::vector<char> buffer(kReadChunk);
+    const int fd = ConnectLoopback(port);
+    const auto start = Clock::now();
+    SendAll(fd, command.data(), command.size());
+    std::string tail;
+    bytes = 0;
+    for (;;) {
+        const ssize_t got = recv(fd, buffer.data(), buffer.size(), 0);
+        if (got <= 0) {
+            Fail("portico closed the connection before the end marker");
+        }
+        bytes += static_cast<std::size_t>(got);
+        if (keep != nullptr) {
+            keep->append(buffer.data(), static_cast<std::size_t>(got));
+        }
+        tail.append(buffer.data(), static_cast<std::size_t>(got));
+        if (tail.size() > 64) {
+            tail.erase(0, tail.size() - 64);
+        }
+        if (tail.find(endMarker) != std::string::npos) {
+            break;
+        }
+    }
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    close(fd);
+    return seconds;
+}
+
+// The same bytes from memory through a loopback connection into a discarding reader.
+double RawTransfer(const std::string& bytes) {
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        listen(listener, 1) != 0) {
+        Fail("listen");
+    }
+    socklen_t length = sizeof address;
+    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length);
+    std::thread sender([&] {
+        const int fd = accept(listener, nullptr, nullptr);
+        SendAll(fd, bytes.data(), bytes.size());
+        close(fd);
+    });
+    std::vector<char> buffer(kReadChunk);
+    const int fd = ConnectLoopback(ntohs(address.sin_port));
+    const auto start = Clock::now();
+    std::size_t total = 0;
+    while (total < bytes.size()) {
+        const ssize_t got = recv(fd, buffer.data(), buffer.size(), 0);
+        if (got <= 0) {
+            Fail("raw transfer ended early");
+        }
+        total += static_cast<std::size_t>(got);
+    }
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    sender.join();
+    close(fd);
+    close(listener);
+    return seconds;
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM]\n", argv[0]);
+        return 2;
+    }
+    const std::string porticoPath = argv[1];
+    long ticks = 5'000'000;
+    int runs = 3;
+    std::string symbol = "LUMA";
+    for (int i = 2; i + 1 < argc; i += 2) {
+        const std::string option = argv[i];
+        if (option == "--ticks") {
+            ticks = std::atol(argv[i + 1]);
+        } else if (option == "--runs") {
+            runs = std::max(1, std::atoi(argv[i + 1]));
+        } else if (option == "--symbol") {
+            symbol = argv[i + 1];
+        }
+    }
+
+    Portico portico;
+    StartPortico(portico, porticoPath);
+    const std::string command = "HTX," + symbol + "," + std::to_string(ticks) + ",1,Lookup0\r\n";
+    const std::string endMarker = "Lookup0,!ENDMSG!,";
+
+    // The first answer is kept (untimed) as the payload of the raw transfers.
+    std::string payload;
+    payload.reserve(static_cast<std::size_t>(ticks) * 110);
+    std::size_t bytes = 0;
+    RequestHistory(portico.lookupPort, command, endMarker, &payload, bytes);
+    const std::size_t lines =
+        static_cast<std::size_t>(std::count(payload.begin(), payload.end(), '\n'));
+
+    std::vector<double> served;
+    std::vector<double> raw;
+    for (int run = 0; run < runs; ++run) {
+        std::size_t got = 0;
+        served.push_back(RequestHistory(portico.lookupPort, command, endMarker, nullptr, got));
+        if (got != bytes) {
+            std::fprintf(stderr, "note: run %d got %zu bytes, first answer %zu\n", run, got, bytes);
+        }
+        raw.push_back(RawTransfer(payload));
+    }
+    const double servedMedian = Median(served);
+    const double rawMedian = Median(raw);
+    std::printf("portico load: HTX %s %ld ticks, %zu lines, %.1f MB\n", symbol.c_str(), ticks,
+                lines, static_cast<double>(bytes) / 1e6);
+    std::printf("  portico served it in      %.3f s (median of %d; %.0f MB/s)\n", servedMedian,
+                runs, static_cast<double>(bytes) / 1e6 / servedMedian);
+    std::printf("  raw loopback of the bytes %.3f s (median of %d; %.0f MB/s)\n", rawMedian, runs,
+                static_cast<double>(bytes) / 1e6 / rawMedian);
+    std::printf("  ratio portico / raw loopback: %.2fx (at most 6x)\n", servedMedian / rawMedian);
+    return 0;
+}

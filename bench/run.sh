@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Runs every benchmark against the build folder given (default build/release).
+set -euo pipefail
+build=${1:-build/release}
+echo "== micro-benchmarks"
+"$build/bin/base_bench" --benchmark_min_time=0.2
+echo
+echo "== end-to-end: 5,000,000 ticks from portico over loopback"
+"$build/bin/portico_load_bench" "$build/bin/portico" --ticks 5000000 --runs 3
