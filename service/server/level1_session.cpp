@@ -1,0 +1,143 @@
+#include "level1_session.h"
+
+#include "reference_answers.h"
+#include "server_context.h"
+
+namespace portico {
+
+namespace {
+constexpr std::size_t kLongLineBytes = 70 * 1024;
+
+template <typename... Ts> struct Overloaded : Ts... { using Ts::operator()...; };
+} // namespace
+
+Level1Session::Level1Session(QTcpSocket* socket, ServerContext& context, QObject* parent)
+    : Connection(socket, context, parent), m_fields(DefaultUpdateFields()) {}
+
+Level1Session::~Level1Session() = default;
+
+void Level1Session::onStart() {
+    m_out.clear();
+    if (m_context.options.faults.longLine) {
+        m_out.put("S,LONG LINE,");
+        m_out.putRepeated('x', kLongLineBytes);
+        m_out.endLine();
+    }
+    m_out.put("S,IP,127.0.0.1 ");
+    m_out.putUnsigned(static_cast<std::uint64_t>(m_context.level1Port));
+    m_out.put(",127.0.0.1 ");
+    m_out.putUnsigned(static_cast<std::uint64_t>(m_context.lookupPort));
+    m_out.put(",127.0.0.1 ");
+    m_out.putUnsigned(static_cast<std::uint64_t>(m_context.adminPort));
+    m_out.endLine();
+    send(m_out.view());
+}
+
+void Level1Session::onLine(std::string_view line) {
+    const Command command = ParseCommand(line);
+    std::visit(
+        Overloaded{
+            [&](const WatchRequest& request) { watch(request.symbol); },
+            [&](const UnwatchRequest& request) { m_context.live.unwatch(request.symbol, id()); },
+            [&](const SystemCommand& system) {
+                if (system.name == "SELECT UPDATE FIELDS") {
+                    selectFields(system.argument);
+                } else if (system.name == "REQUEST ALL UPDATE FIELDNAMES") {
+                    std::string reply = "S,UPDATE FIELDNAMES";
+                    for (const UpdateField field : AllUpdateFields()) {
+                        reply += ',';
+                        reply += UpdateFieldName(field);
+                    }
+                    send(reply + "\r\n");
+                } else if (!handleCommonCommand(system)) {
+                    sendSyntaxError();
+                }
+            },
+            [&](const auto&) { sendSyntaxError(); },
+        },
+        command);
+}
+
+void Level1Session::watch(const std::string& symbol) {
+    const Micros now = m_context.clock.now();
+    const auto status = m_context.live.watch(symbol, id(), now);
+    m_out.clear();
+    switch (status) {
+    case LiveFeed::WatchStatus::Unknown:
+        m_out.put("n,");
+        m_out.put(symbol);
+        m_out.endLine();
+        break;
+    case LiveFeed::WatchStatus::LimitReached:
+        m_out.put("S,SYMBOL LIMIT REACHED,");
+        m_out.put(symbol);
+        m_out.endLine();
+        break;
+    case LiveFeed::WatchStatus::Watching: {
+        const QuoteState& state = *m_context.live.state(symbol);
+        WriteFundamentalLine(m_out, m_context.market, state);
+        WriteUpdateLine(m_out, 'P', m_fields, state,
+                        state.hasLast ? std::string_view(&state.last.basis, 1) : "");
+        send(m_out.view());
+        afterUpdateLine();
+        return;
+    }
+    }
+    send(m_out.view());
+}
+
+void Level1Session::selectFields(const std::string& names) {
+    std::vector<UpdateField> fields;
+    std::string unknown;
+    for (const std::string_view name : SplitFields(names)) {
+        if (name.empty()) {
+            continue;
+        }
+        if (const auto field = UpdateFieldFromName(name)) {
+            fields.push_back(*field);
+        } else {
+            unknown += ',';
+            unknown += name;
+        }
+    }
+    if (!unknown.empty()) {
+        // The whole selection is refused and the previous one stays.
+        send("E,!INVALID_UPDATE_FIELD!" + unknown + "\r\n");
+        return;
+    }
+    m_fields = std::move(fields);
+    std::string reply = "S,CURRENT UPDATE FIELDS";
+    for (const UpdateField field : m_fields) {
+        reply += ',';
+        reply += UpdateFieldName(field);
+    }
+    send(reply + "\r\n");
+}
+
+void Level1Session::sendUpdate(const QuoteState& state, std::string_view contents) {
+    m_out.clear();
+    WriteUpdateLine(m_out, 'Q', m_fields, state, contents);
+    send(m_out.view());
+    ++m_context.updatesSent;
+    afterUpdateLine();
+}
+
+void Level1Session::afterUpdateLine() {
+    ++m_updateLines;
+    const int every = m_context.options.faults.malformedEvery;
+    if (every > 0 && m_updateLines % static_cast<std::uint64_t>(every) == 0) {
+        send("Q,#MALFORMED#\r\n");
+    }
+}
+
+void Level1Session::sendTime(Micros now) {
+    m_out.clear();
+    m_out.put("T,");
+    m_out.putCompactDate(now);
+    m_out.put(' ');
+    m_out.putTimeOfDay(now);
+    m_out.endLine();
+    send(m_out.view());
+}
+
+} // namespace portico

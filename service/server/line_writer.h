@@ -1,0 +1,171 @@
+#pragma once
+
+// A growable output buffer with hand-written number, price, date and time formatting. History
+// answers of millions of lines go through it, so every append is a few stores, with no locale,
+// stream or printf machinery involved.
+//
+// The hottest lines are written through a raw cursor: claim() reserves room for a whole line
+// and returns where it starts, the static Write* functions advance the cursor, and commit()
+// takes it back. Keeping the cursor in a local variable lets the compiler keep it in a register.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "market/market.h"
+
+namespace portico {
+
+class LineWriter {
+public:
+    LineWriter() { m_buffer.resize(4096); }
+
+    const char* data() const { return m_buffer.data(); }
+    std::size_t size() const { return m_size; }
+    std::string_view view() const { return {m_buffer.data(), m_size}; }
+    std::string str() const { return std::string(view()); }
+    void clear() { m_size = 0; }
+    // Drops everything after the first `size` bytes.
+    void truncate(std::size_t size) {
+        if (size < m_size) {
+            m_size = size;
+        }
+    }
+
+    // Room for at least `bytes` more; returns the cursor to write them at.
+    char* claim(std::size_t bytes) {
+        reserve(bytes);
+        return m_buffer.data() + m_size;
+    }
+    // Ends a claim: `cursor` is where writing stopped.
+    void commit(const char* cursor) { m_size = static_cast<std::size_t>(cursor - m_buffer.data()); }
+
+    void put(char c) {
+        reserve(1);
+        m_buffer[m_size++] = c;
+    }
+    void put(std::string_view text) {
+        reserve(text.size());
+        std::memcpy(m_buffer.data() + m_size, text.data(), text.size());
+        m_size += text.size();
+    }
+    void putRepeated(char c, std::size_t count) {
+        reserve(count);
+        std::memset(m_buffer.data() + m_size, c, count);
+        m_size += count;
+    }
+    void putUnsigned(std::uint64_t value) { commit(WriteUnsigned(claim(20), value)); }
+    void putSigned(std::int64_t value) { commit(WriteSigned(claim(21), value)); }
+    // `value` in units of 10^-decimals, e.g. (12345, 2) -> "123.45", (-5, 2) -> "-0.05".
+    void putPrice(std::int64_t value, int decimals) {
+        commit(WritePrice(claim(kMaxPriceBytes), value, decimals));
+    }
+    // `value` as exactly `width` digits with leading zeros (value must fit).
+    void putPadded(std::uint64_t value, int width) {
+        char* p = claim(static_cast<std::size_t>(width));
+        WriteDigits(p, value, width);
+        commit(p + width);
+    }
+    void putHex2(std::uint8_t value) { commit(WriteHex2(claim(2), value)); }
+
+    // Civil times in microseconds since 1970-01-01 (see market.h).
+    void putIsoDate(Micros time);      // YYYY-MM-DD
+    void putCompactDate(Micros time);  // YYYYMMDD
+    void putSlashDate(Micros time);    // MM/DD/YYYY
+    void putTimeOfDay(Micros time);    // HH:MM:SS
+    void putMicroTime(Micros time);    // HH:MM:SS.ffffff
+    void putIsoDateTime(Micros time);  // YYYY-MM-DD HH:MM:SS
+    void putIsoMicroTime(Micros time); // YYYY-MM-DD HH:MM:SS.ffffff
+
+    void endLine() {
+        reserve(2);
+        m_buffer[m_size++] = '\r';
+        m_buffer[m_size++] = '\n';
+    }
+
+    void reserve(std::size_t more) {
+        if (m_buffer.size() - m_size < more) {
+            grow(more);
+        }
+    }
+
+    // Cursor writers: each writes at `p` and returns the position after what it wrote.
+    static constexpr std::size_t kMaxPriceBytes = 48;
+
+    static int DigitCount(std::uint64_t value) {
+        int digits = 1;
+        while (value >= 100) {
+            value /= 100;
+            digits += 2;
+        }
+        return digits + (value >= 10 ? 1 : 0);
+    }
+    // Writes exactly `digits` digits of `value` (the lowest ones) at out .. out + digits.
+    static void WriteDigits(char* out, std::uint64_t value, int digits) {
+        char* p = out + digits;
+        while (digits >= 2) {
+            const auto pair = static_cast<unsigned>(value % 100);
+            value /= 100;
+            p -= 2;
+            std::memcpy(p, kDigitPairs + 2 * pair, 2);
+            digits -= 2;
+        }
+        if (digits > 0) {
+            *--p = static_cast<char>('0' + value % 10);
+        }
+    }
+    static char* WriteUnsigned(char* p, std::uint64_t value) {
+        const int digits = DigitCount(value);
+        WriteDigits(p, value, digits);
+        return p + digits;
+    }
+    static char* WriteSigned(char* p, std::int64_t value) {
+        if (value < 0) {
+            *p++ = '-';
+            return WriteUnsigned(p,
+                                 static_cast<std::uint64_t>(0) - static_cast<std::uint64_t>(value));
+        }
+        return WriteUnsigned(p, static_cast<std::uint64_t>(value));
+    }
+    static char* WritePrice(char* p, std::int64_t value, int decimals);
+    static char* WriteHex2(char* p, std::uint8_t value) {
+        static constexpr char kHex[] = "0123456789ABCDEF";
+        p[0] = kHex[value >> 4];
+        p[1] = kHex[value & 15];
+        return p + 2;
+    }
+    // HH:MM:SS.ffffff of a time of day in microseconds (0 <= microsOfDay < one day).
+    static char* WriteMicroTimeOfDay(char* p, Micros microsOfDay) {
+        const auto second = static_cast<unsigned>(microsOfDay / kMicrosPerSecond);
+        const auto fraction = static_cast<std::uint64_t>(microsOfDay % kMicrosPerSecond);
+        WriteDigits(p, second / 3600, 2);
+        p[2] = ':';
+        WriteDigits(p + 3, second / 60 % 60, 2);
+        p[5] = ':';
+        WriteDigits(p + 6, second % 60, 2);
+        p[8] = '.';
+        WriteDigits(p + 9, fraction, 6);
+        return p + 15;
+    }
+
+private:
+    static constexpr char kDigitPairs[] = "00010203040506070809"
+                                          "10111213141516171819"
+                                          "20212223242526272829"
+                                          "30313233343536373839"
+                                          "40414243444546474849"
+                                          "50515253545556575859"
+                                          "60616263646566676869"
+                                          "70717273747576777879"
+                                          "80818283848586878889"
+                                          "90919293949596979899";
+
+    void grow(std::size_t more);
+
+    std::string m_buffer;
+    std::size_t m_size = 0;
+};
+
+} // namespace portico

@@ -1,0 +1,59 @@
+#pragma once
+
+// The watched symbols of the whole service and their live updates: trades are the market's own
+// ticks, released as the exchange clock passes them; between trades the bid and ask move at the
+// quote rate.
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "market/market.h"
+#include "update_fields.h"
+
+namespace portico {
+
+class LiveFeed {
+public:
+    LiveFeed(const Market& market, int symbolLimit, double quoteRate, std::uint64_t seed);
+
+    enum class WatchStatus { Unknown, LimitReached, Watching };
+    // Adds a subscriber to a symbol, starting the symbol when nobody watched it yet.
+    WatchStatus watch(const std::string& symbol, int subscriber, Micros now);
+    void unwatch(const std::string& symbol, int subscriber);
+    void unwatchAll(int subscriber);
+
+    const QuoteState* state(const std::string& symbol) const;
+    std::size_t watchedCount() const { return m_symbols.size(); }
+
+    struct Update {
+        const QuoteState& state;
+        const std::set<int>& subscribers;
+        std::string_view contents; // "C", "E", "O" for trades, "ba" for bid/ask changes
+    };
+    // Releases the ticks up to `now` and the quote changes due over `elapsedSeconds`.
+    void advance(Micros now, double elapsedSeconds, const std::function<void(const Update&)>& sink);
+
+private:
+    struct Watched {
+        QuoteState quote;
+        std::set<int> subscribers;
+        Micros released = 0; // ticks at or before this time have been sent
+        double quotesDue = 0;
+        std::uint64_t random = 0;
+    };
+    void startDay(Watched& watched, Micros now);
+    void applyTick(Watched& watched, const Tick& tick);
+    void moveQuote(Watched& watched, Micros now);
+
+    const Market& m_market;
+    int m_symbolLimit;
+    double m_quoteRate;
+    std::uint64_t m_seed;
+    std::map<std::string, Watched, std::less<>> m_symbols;
+};
+
+} // namespace portico

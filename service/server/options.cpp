@@ -1,0 +1,193 @@
+#include "options.h"
+
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <map>
+
+#include "civil_time.h"
+#include "commands.h"
+
+namespace portico {
+
+namespace {
+
+template <typename T> bool ParseNumber(const std::string& text, T& out) {
+    const char* begin = text.data();
+    const char* end = text.data() + text.size();
+    const auto [ptr, ec] = std::from_chars(begin, end, out);
+    return ec == std::errc() && ptr == end && !text.empty();
+}
+
+bool ParseInt(const std::string& text, int low, int high, int& out) {
+    long long value = 0;
+    if (!ParseNumber(text, value) || value < low || value > high) {
+        return false;
+    }
+    out = static_cast<int>(value);
+    return true;
+}
+
+bool ParseRate(const std::string& text, double& out) {
+    double value = 0;
+    if (!ParseNumber(text, value) || !std::isfinite(value) || value <= 0 || value > 1e6) {
+        return false;
+    }
+    out = value;
+    return true;
+}
+
+} // namespace
+
+std::optional<Micros> ParseStartTime(const std::string& text) {
+    // YYYY-MM-DD HH:MM:SS
+    if (text.size() != 19 || text[4] != '-' || text[7] != '-' || text[10] != ' ' ||
+        text[13] != ':' || text[16] != ':') {
+        return std::nullopt;
+    }
+    const std::string date = text.substr(0, 4) + text.substr(5, 2) + text.substr(8, 2);
+    const std::string time = text.substr(11, 2) + text.substr(14, 2) + text.substr(17, 2);
+    const auto day = ParseDate(date);
+    const auto second = ParseTimeOfDay(time);
+    if (!day || !second) {
+        return std::nullopt;
+    }
+    return StartOfDay(*day) + static_cast<Micros>(*second) * kMicrosPerSecond;
+}
+
+OptionsResult ParseOptions(const std::vector<std::string>& arguments) {
+    OptionsResult result;
+    Options& o = result.options;
+    using Setter = std::function<bool(const std::string&)>;
+    const auto port = [](std::optional<int>& target) {
+        return [&target](const std::string& v) {
+            int value = 0;
+            if (!ParseInt(v, 0, 65535, value)) {
+                return false;
+            }
+            target = value;
+            return true;
+        };
+    };
+    const auto integer = [](int& target, int low, int high) {
+        return
+            [&target, low, high](const std::string& v) { return ParseInt(v, low, high, target); };
+    };
+    const std::map<std::string, Setter> valued = {
+        {"-product", [&](const std::string& v) { return o.product = v, true; }},
+        {"-version", [&](const std::string& v) { return o.productVersion = v, true; }},
+        {"--seed", [&](const std::string& v) { return ParseNumber(v, o.seed); }},
+        {"--symbol-limit", integer(o.symbolLimit, 1, 1'000'000)},
+        {"--admin-port", port(o.adminPort)},
+        {"--lookup-port", port(o.lookupPort)},
+        {"--level1-port", port(o.level1Port)},
+        {"--connect-delay", integer(o.connectDelayMs, 0, 3'600'000)},
+        {"--linger", integer(o.lingerSeconds, 0, 1'000'000'000)},
+        {"--timezone", [&](const std::string& v) { return o.timeZone = v, !v.empty(); }},
+        {"--start-time",
+         [&](const std::string& v) {
+             o.startTime = ParseStartTime(v);
+             return o.startTime.has_value();
+         }},
+        {"--clock-rate", [&](const std::string& v) { return ParseRate(v, o.clockRate); }},
+        {"--quote-rate",
+         [&](const std::string& v) {
+             return v == "0" ? (o.quoteRate = 0, true) : ParseRate(v, o.quoteRate);
+         }},
+        {"--fault-close-after",
+         [&](const std::string& v) {
+             return ParseNumber(v, o.faults.closeAfterLines) && o.faults.closeAfterLines > 0;
+         }},
+        {"--fault-drip", integer(o.faults.dripBytes, 1, 1'000'000'000)},
+        {"--fault-malformed", integer(o.faults.malformedEvery, 1, 1'000'000'000)},
+        {"--fault-refuse", integer(o.faults.refuseCount, 1, 1'000'000)},
+        {"--fault-accept-delay", integer(o.faults.acceptDelayMs, 1, 3'600'000)},
+    };
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        std::string name = arguments[i];
+        std::optional<std::string> value;
+        if (name.starts_with("--")) {
+            const std::size_t equals = name.find('=');
+            if (equals != std::string::npos) {
+                value = name.substr(equals + 1);
+                name = name.substr(0, equals);
+            }
+        }
+        if (name == "--help" || name == "-h") {
+            o.showHelp = true;
+            continue;
+        }
+        if (name == "--version" && !value) {
+            o.showVersion = true;
+            continue;
+        }
+        if (name == "--fault-long-line" && !value) {
+            o.faults.longLine = true;
+            continue;
+        }
+        const auto setter = valued.find(name);
+        if (setter == valued.end()) {
+            result.error = "unknown option '" + arguments[i] + "'";
+            return result;
+        }
+        if (!value) {
+            if (i + 1 >= arguments.size()) {
+                result.error = "option '" + name + "' needs a value";
+                return result;
+            }
+            value = arguments[++i];
+        }
+        if (!setter->second(*value)) {
+            result.error = "bad value '" + *value + "' for option '" + name + "'";
+            return result;
+        }
+    }
+    return result;
+}
+
+std::string HelpText() {
+    return R"(Usage: portico [options]
+
+The local market-data service: serves a deterministic simulated market on 127.0.0.1 over the
+admin, lookup and Level 1 ports. On start it prints one line
+  portico: listening admin=<port> lookup=<port> level1=<port>
+and exits by itself once no client has been connected for the linger time.
+
+Options:
+  -h, --help                 show this text and exit
+  --version                  print the service version and exit
+  -product NAME              name of the launching product (logged, otherwise ignored)
+  -version V                 version of the launching product (logged, otherwise ignored)
+  --seed N                   seed of the simulated market (default 1)
+  --symbol-limit N           most distinct symbols watched at once, service-wide (default 500)
+  --admin-port P             admin port (0 = any free port)
+  --lookup-port P            lookup port (0 = any free port)
+  --level1-port P            Level 1 port (0 = any free port)
+                             Ports default to the keys AdminPort (9300), LookupPort (9100) and
+                             Level1Port (5009) of $XDG_CONFIG_HOME/Orvane/Kestrel/Startup.conf.
+                             When the admin port is taken, portico reports that it is already
+                             running and exits with status 0.
+  --connect-delay MS         report "Not Connected" for this long after start (default 500)
+  --linger SECONDS           exit after this long without any client (default 60, 0 = never)
+  --timezone TZ              exchange time zone (default America/New_York; UTC if unknown)
+  --start-time "YYYY-MM-DD HH:MM:SS"
+                             start the exchange clock at this exchange-local time
+  --clock-rate X             speed of the exchange clock (default 1)
+  --quote-rate N             bid/ask-only updates per second per watched symbol (default 2)
+
+Fault injection, for tests:
+  --fault-close-after N      close a lookup connection after N history data lines
+  --fault-long-line          send a line over 64 KiB before every history answer and when a
+                             Level 1 client connects
+  --fault-drip BYTES         write at most BYTES per 10 ms to every client
+  --fault-malformed N        insert a malformed line after every N lines of history answers and
+                             of Level 1 updates
+  --fault-refuse N           close the first N accepted connections on each port at once
+  --fault-accept-delay MS    start serving each accepted connection only after MS milliseconds
+
+Options taking a value also accept the form --option=value. A bad option prints a message and
+exits with status 2.
+)";
+}
+
+} // namespace portico

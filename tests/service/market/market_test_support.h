@@ -1,0 +1,131 @@
+#pragma once
+
+// Shared helpers of the market tests: civil times, draining cursors, and bars rebuilt from
+// ticks the slow and obvious way, to hold the market's own bars against.
+
+#include "market/calendar.h"
+#include "market/market.h"
+#include "market/random.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace portico {
+
+inline std::ostream& operator<<(std::ostream& os, const Bar& b) {
+    return os << "{time " << b.time << " o " << b.open << " h " << b.high << " l " << b.low << " c "
+              << b.close << " v " << b.volume << " tv " << b.totalVolume << " oi " << b.openInterest
+              << " n " << b.tickCount << "}";
+}
+
+inline bool operator==(const Bar& a, const Bar& b) {
+    return a.time == b.time && a.open == b.open && a.high == b.high && a.low == b.low &&
+           a.close == b.close && a.volume == b.volume && a.totalVolume == b.totalVolume &&
+           a.openInterest == b.openInterest && a.tickCount == b.tickCount;
+}
+
+inline bool SameTick(const Tick& a, const Tick& b) {
+    return a.time == b.time && a.price == b.price && a.bid == b.bid && a.ask == b.ask &&
+           a.size == b.size && a.totalVolume == b.totalVolume && a.tickId == b.tickId &&
+           a.basis == b.basis && a.aggressor == b.aggressor && a.dayCode == b.dayCode &&
+           a.marketCenter == b.marketCenter && a.conditions == b.conditions;
+}
+
+namespace test {
+
+// One market for all tests of a suite, so that its caches carry over from test to test.
+template <std::uint64_t Seed> class MarketSuite : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { market = std::make_unique<Market>(Seed); }
+    static void TearDownTestSuite() { market.reset(); }
+    static const Instrument& get(const std::string& symbol) {
+        const Instrument* i = market->find(symbol);
+        EXPECT_NE(i, nullptr) << symbol;
+        return *i;
+    }
+    static inline std::unique_ptr<Market> market;
+};
+
+inline std::int32_t Day(int year, int month, int day) {
+    return detail::DaysFromCivil(year, month, day);
+}
+
+inline Micros At(int year, int month, int day, int hour, int minute, int second = 0,
+                 Micros micros = 0) {
+    return StartOfDay(Day(year, month, day)) +
+           ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond + micros;
+}
+
+// Reads a cursor to its end in uneven batches.
+inline std::vector<Tick> Drain(TickCursor cursor) {
+    std::vector<Tick> out;
+    std::vector<Tick> batch(1000);
+    std::size_t n = 0;
+    std::size_t size = 1;
+    while ((n = cursor.next(batch.data(), size)) > 0) {
+        out.insert(out.end(), batch.begin(), batch.begin() + static_cast<std::ptrdiff_t>(n));
+        size = size * 7 % 1000 + 1;
+    }
+    return out;
+}
+
+inline void Fold(Bar& bar, bool first, std::int64_t price, std::int64_t volume) {
+    if (first) {
+        bar.open = bar.high = bar.low = price;
+    }
+    bar.high = std::max(bar.high, price);
+    bar.low = std::min(bar.low, price);
+    bar.close = price;
+    bar.volume += volume;
+    ++bar.tickCount;
+}
+
+// Interval bars of the counted ticks, aligned to midnight and labelled at their end.
+inline std::vector<Bar> IntervalBarsFromTicks(const std::vector<Tick>& ticks, int seconds) {
+    std::map<std::pair<std::int32_t, std::int64_t>, Bar> bars;
+    for (const Tick& t : ticks) {
+        if (t.basis == 'O') {
+            continue;
+        }
+        const std::int32_t day = DayOf(t.time);
+        const std::int64_t bucket = (t.time - StartOfDay(day)) / kMicrosPerSecond / seconds;
+        auto [it, fresh] = bars.try_emplace({day, bucket});
+        Fold(it->second, fresh, t.price, t.size);
+        it->second.totalVolume = t.totalVolume;
+        it->second.time = StartOfDay(day) +
+                          std::min<std::int64_t>((bucket + 1) * seconds, 86400) * kMicrosPerSecond;
+    }
+    std::vector<Bar> out;
+    for (const auto& [key, bar] : bars) {
+        out.push_back(bar);
+    }
+    return out;
+}
+
+// Day bars of the counted ticks (open interest left 0).
+inline std::vector<Bar> DayBarsFromTicks(const std::vector<Tick>& ticks) {
+    std::map<std::int32_t, Bar> bars;
+    for (const Tick& t : ticks) {
+        if (t.basis == 'O') {
+            continue;
+        }
+        auto [it, fresh] = bars.try_emplace(DayOf(t.time));
+        Fold(it->second, fresh, t.price, t.size);
+        it->second.time = StartOfDay(DayOf(t.time));
+        it->second.totalVolume = it->second.volume;
+    }
+    std::vector<Bar> out;
+    for (const auto& [key, bar] : bars) {
+        out.push_back(bar);
+    }
+    return out;
+}
+
+} // namespace test
+} // namespace portico

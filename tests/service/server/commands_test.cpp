@@ -1,0 +1,163 @@
+#include <gtest/gtest.h>
+
+#include "civil_time.h"
+#include "commands.h"
+
+namespace portico {
+namespace {
+
+Micros At(int y, int mo, int d, int h, int mi, int s) {
+    return StartOfDay(DaysFromCivil(y, mo, d)) + ((h * 60 + mi) * 60 + s) * kMicrosPerSecond;
+}
+
+HistoryRequest History(std::string_view line) {
+    const Command command = ParseCommand(line);
+    const auto* request = std::get_if<HistoryRequest>(&command);
+    EXPECT_NE(request, nullptr) << line;
+    return request ? *request : HistoryRequest{};
+}
+
+BadRequest Bad(std::string_view line) {
+    const Command command = ParseCommand(line);
+    const auto* bad = std::get_if<BadRequest>(&command);
+    EXPECT_NE(bad, nullptr) << line;
+    return bad ? *bad : BadRequest{};
+}
+
+TEST(CommandsTest, SplittingKeepsEveryEmptyField) {
+    const auto fields = SplitFields("a,,b,");
+    ASSERT_EQ(fields.size(), 4u);
+    EXPECT_EQ(fields[1], "");
+    EXPECT_EQ(fields[3], "");
+    EXPECT_EQ(SplitFields("").size(), 1u);
+}
+
+TEST(CommandsTest, TheApplicationsOwnRequestLines) {
+    const HistoryRequest ticks = History("HTX,ABC,10000,1,Lookup0");
+    EXPECT_EQ(ticks.kind, HistoryKind::HTX);
+    EXPECT_EQ(ticks.symbol, "ABC");
+    EXPECT_EQ(ticks.id, "Lookup0");
+    EXPECT_EQ(ticks.maxPoints, 10000u);
+    EXPECT_FALSE(ticks.newestFirst);
+
+    const HistoryRequest days = History("HID,ABC,300,5,5000000,093000,160000,1,Lookup4,,s,0\n");
+    EXPECT_EQ(days.kind, HistoryKind::HID);
+    EXPECT_EQ(days.intervalSeconds, 300);
+    EXPECT_EQ(days.days, 5);
+    EXPECT_EQ(days.maxPoints, 5000000u);
+    EXPECT_EQ(days.beginFilter, 9 * 3600 + 30 * 60);
+    EXPECT_EQ(days.endFilter, 16 * 3600);
+    EXPECT_EQ(days.id, "Lookup4");
+    EXPECT_FALSE(days.labelAtBeginning);
+
+    const HistoryRequest range = History("HDT,ABC,20200101,20201231,,1,Lookup7\r\n");
+    EXPECT_EQ(range.kind, HistoryKind::HDT);
+    EXPECT_EQ(range.begin, At(2020, 1, 1, 0, 0, 0));
+    EXPECT_EQ(range.end, At(2021, 1, 1, 0, 0, 0) - 1);
+    EXPECT_FALSE(range.maxPoints);
+    EXPECT_EQ(range.id, "Lookup7");
+}
+
+TEST(CommandsTest, EveryKindReadsItsFieldsByPosition) {
+    const HistoryRequest htd = History("HTD,luma,3,500,,,0,Id1");
+    EXPECT_EQ(htd.symbol, "LUMA");
+    EXPECT_EQ(htd.days, 3);
+    EXPECT_EQ(htd.maxPoints, 500u);
+    EXPECT_EQ(htd.beginFilter, -1);
+    EXPECT_TRUE(htd.newestFirst);
+    EXPECT_EQ(htd.id, "Id1");
+
+    const HistoryRequest htt =
+        History("HTT,X,20261119 093000,20261119 100000,5000000,093000,095959,1,Lookup2");
+    EXPECT_EQ(htt.begin, At(2026, 11, 19, 9, 30, 0));
+    EXPECT_EQ(htt.end, At(2026, 11, 19, 10, 0, 0) + kMicrosPerSecond - 1);
+    EXPECT_EQ(htt.endFilter, 9 * 3600 + 59 * 60 + 59);
+    EXPECT_EQ(htt.id, "Lookup2");
+
+    const HistoryRequest open = History("HTT,X,00000000 000000,00000000 000000,,,,1,L");
+    EXPECT_FALSE(open.begin);
+    EXPECT_FALSE(open.end);
+
+    const HistoryRequest hix = History("HIX,X,60,100,1,Lookup3,,s,1");
+    EXPECT_EQ(hix.intervalSeconds, 60);
+    EXPECT_EQ(hix.maxPoints, 100u);
+    EXPECT_TRUE(hix.labelAtBeginning);
+    EXPECT_EQ(hix.id, "Lookup3");
+    EXPECT_TRUE(History("HIX,X,60,100,1,Lookup3").isIntervals()); // trailing fields optional
+
+    const HistoryRequest hit =
+        History("HIT,X,900,20260102 000000,20260103 000000,5000000,,,1,Lookup5,,s,0");
+    EXPECT_EQ(hit.intervalSeconds, 900);
+    EXPECT_EQ(hit.begin, At(2026, 1, 2, 0, 0, 0));
+    EXPECT_EQ(hit.id, "Lookup5");
+
+    for (const char* name : {"HDX", "HWX", "HMX"}) {
+        const HistoryRequest bars = History(std::string(name) + ",X,,0,Lookup6");
+        EXPECT_FALSE(bars.maxPoints);
+        EXPECT_TRUE(bars.newestFirst);
+        EXPECT_EQ(bars.id, "Lookup6");
+        EXPECT_FALSE(bars.isTicks() || bars.isIntervals());
+    }
+}
+
+TEST(CommandsTest, UnusableArgumentsAreAnsweredUnderTheRequestId) {
+    EXPECT_EQ(Bad("HTX,X,abc,1,Lookup0").id, "Lookup0");
+    EXPECT_EQ(Bad("HTX,X,10,2,Lookup0").id, "Lookup0");
+    EXPECT_EQ(Bad("HIX,X,60,10,1,Lookup3,,d,0").id, "Lookup3");
+    EXPECT_EQ(Bad("HIX,X,0,10,1,Lookup3").id, "Lookup3");
+    EXPECT_EQ(Bad("HID,X,60,0,,,,1,Lookup4").id, "Lookup4");
+    EXPECT_EQ(Bad("HTT,X,20230230 000000,,,,,1,Lookup2").id, "Lookup2");
+    EXPECT_EQ(Bad("HTT,X,20230201 250000,,,,,1,Lookup2").id, "Lookup2");
+    EXPECT_EQ(Bad("HTT,X,20230202 000000,20230201 000000,,,,1,L").id, "L");
+    EXPECT_EQ(Bad("HTD,X,1,,0930,,1,Lookup1").id, "Lookup1");
+    EXPECT_EQ(Bad("HDT,,20200101,20201231,,1,Lookup7").id, "Lookup7");
+    EXPECT_EQ(Bad("SBF,x,IBM,,,LSearch").id, "LSearch");
+    EXPECT_EQ(Bad("SBF,s,IBM,q,1,LSearch").id, "LSearch");
+    EXPECT_FALSE(Bad("HTX,X,abc,1,Lookup0").reason.empty());
+}
+
+TEST(CommandsTest, LinesWithoutAnIdOrCommandAreSyntaxErrors) {
+    for (const char* line : {"HTX,LUMA", "HIT,X,60,20200101 000000", "SBF,s,IBM", "HELLO",
+                             "htx,LUMA,10,1,L", "", "SLM,extra", ",,,", "w", "wA B"}) {
+        EXPECT_TRUE(std::holds_alternative<SyntaxError>(ParseCommand(line))) << line;
+    }
+}
+
+TEST(CommandsTest, SearchWatchAndSystemCommands) {
+    const Command search = ParseCommand("SBF,d,gold Bar,e,1 4  5,LSearch\r");
+    const auto& s = std::get<SearchRequest>(search);
+    EXPECT_TRUE(s.byDescription);
+    EXPECT_EQ(s.text, "gold Bar");
+    EXPECT_EQ(s.filter, SearchRequest::Filter::ListedMarkets);
+    EXPECT_EQ(s.filterIds, (std::vector<int>{1, 4, 5}));
+    EXPECT_EQ(s.id, "LSearch");
+
+    const auto plain = std::get<SearchRequest>(ParseCommand("SBF,s,IBM,,,LSearch"));
+    EXPECT_EQ(plain.filter, SearchRequest::Filter::None);
+
+    EXPECT_TRUE(std::holds_alternative<ListedMarketsRequest>(ParseCommand("SLM")));
+    EXPECT_TRUE(std::holds_alternative<SecurityTypesRequest>(ParseCommand("SST\r\n")));
+    EXPECT_EQ(std::get<WatchRequest>(ParseCommand("wluma")).symbol, "LUMA");
+    EXPECT_EQ(std::get<UnwatchRequest>(ParseCommand("r@NGI#")).symbol, "@NGI#");
+
+    const auto select =
+        std::get<SystemCommand>(ParseCommand("S,SELECT UPDATE FIELDS,Symbol,Most Recent Trade"));
+    EXPECT_EQ(select.name, "SELECT UPDATE FIELDS");
+    EXPECT_EQ(select.argument, "Symbol,Most Recent Trade");
+    EXPECT_EQ(std::get<SystemCommand>(ParseCommand("S,SET PROTOCOL,6.2")).argument, "6.2");
+}
+
+TEST(CommandsTest, DatesAndTimesOfDay) {
+    EXPECT_EQ(ParseDate("20240229"), DaysFromCivil(2024, 2, 29));
+    EXPECT_FALSE(ParseDate("20230229"));
+    EXPECT_FALSE(ParseDate("2023011"));
+    EXPECT_FALSE(ParseDate("2023O101"));
+    EXPECT_EQ(ParseTimeOfDay("000000"), 0);
+    EXPECT_EQ(ParseTimeOfDay("235959"), 86399);
+    EXPECT_FALSE(ParseTimeOfDay("240000"));
+    EXPECT_FALSE(ParseTimeOfDay("126000"));
+    EXPECT_FALSE(ParseTimeOfDay("93000"));
+}
+
+} // namespace
+} // namespace portico

@@ -1,0 +1,145 @@
+// Every bar the service sends equals the aggregate of the service's own ticks (or day bars)
+// over the bar's period.
+
+#include <algorithm>
+#include <map>
+
+#include "portico_fixture.h"
+
+namespace portico::test {
+namespace {
+
+struct Aggregate {
+    std::string open, high, low, close;
+    double highValue = 0, lowValue = 0;
+    long long volume = 0;
+    long long totalVolume = 0;
+    unsigned tickCount = 0;
+    bool any = false;
+
+    void add(const std::string& price, long long size) {
+        const double value = std::stod(price);
+        if (!any) {
+            open = high = low = price;
+            highValue = lowValue = value;
+            any = true;
+        }
+        if (value > highValue) {
+            high = price;
+            highValue = value;
+        }
+        if (value < lowValue) {
+            low = price;
+            lowValue = value;
+        }
+        close = price;
+        volume += size;
+        ++tickCount;
+    }
+};
+
+class ConsistencyTest : public PorticoTest {
+protected:
+    void SetUp() override { startPortico(); }
+};
+
+TEST_F(ConsistencyTest, IntervalBarsAggregateTheTicksOfTheirPeriod) {
+    for (const int seconds : {60, 300, 900}) {
+        SCOPED_TRACE(seconds);
+        const auto bars = lookupData("HIT,LUMA," + std::to_string(seconds) +
+                                         ",20261119 093000,20261119 105959,,,,1,Bars,,s,1",
+                                     "Bars");
+        const auto ticks =
+            lookupData("HTT,LUMA,20261119 093000,20261119 105959,,,,1,Ticks", "Ticks");
+        ASSERT_FALSE(ticks.empty());
+        std::map<long long, Aggregate> expected; // by bar start
+        for (const auto& t : ticks) {
+            if (t[9] == "O") {
+                continue; // odd lots count in no bar
+            }
+            const long long start = SecondsOf(t[2]) / seconds * seconds;
+            Aggregate& a = expected[start];
+            a.add(t[3], std::stoll(t[4]));
+            a.totalVolume = std::stoll(t[5]);
+        }
+        ASSERT_EQ(bars.size(), expected.size());
+        auto e = expected.begin();
+        for (const auto& bar : bars) {
+            ASSERT_EQ(SecondsOf(bar[2]), e->first) << bar[2];
+            const Aggregate& a = e->second;
+            EXPECT_EQ(bar[3], a.high) << bar[2];
+            EXPECT_EQ(bar[4], a.low) << bar[2];
+            EXPECT_EQ(bar[5], a.open) << bar[2];
+            EXPECT_EQ(bar[6], a.close) << bar[2];
+            EXPECT_EQ(std::stoll(bar[7]), a.totalVolume) << bar[2];
+            EXPECT_EQ(std::stoll(bar[8]), a.volume) << bar[2];
+            EXPECT_EQ(std::stoul(bar[9]), a.tickCount) << bar[2];
+            ++e;
+        }
+    }
+}
+
+TEST_F(ConsistencyTest, ADayBarAggregatesTheWholeDaysTicks) {
+    // A thin equity, so that extended-hours trades and quiet minutes both occur.
+    for (const std::string day : {"20261117", "20261118"}) {
+        SCOPED_TRACE(day);
+        const auto bars = lookupData("HDT,YRRO," + day + "," + day + ",,1,Day", "Day");
+        const auto ticks =
+            lookupData("HTT,YRRO," + day + " 000000," + day + " 235959,,,,1,Ticks", "Ticks");
+        ASSERT_EQ(bars.size(), 1u);
+        Aggregate a;
+        bool extended = false;
+        for (const auto& t : ticks) {
+            extended = extended || t[9] == "E";
+            if (t[9] != "O") {
+                a.add(t[3], std::stoll(t[4]));
+            }
+        }
+        EXPECT_TRUE(extended);
+        const auto& bar = bars[0];
+        EXPECT_EQ(bar[2], day.substr(0, 4) + "-" + day.substr(4, 2) + "-" + day.substr(6, 2));
+        EXPECT_EQ(bar[3], a.high);
+        EXPECT_EQ(bar[4], a.low);
+        EXPECT_EQ(bar[5], a.open);
+        EXPECT_EQ(bar[6], a.close);
+        EXPECT_EQ(std::stoll(bar[7]), a.volume);
+    }
+}
+
+TEST_F(ConsistencyTest, WeekAndMonthBarsAggregateTheDayBars) {
+    for (const std::string symbol : {"LUMA", "@LCR#", "AURX"}) {
+        SCOPED_TRACE(symbol);
+        const auto days = lookupData("HDX," + symbol + ",90,1,Days", "Days");
+        const auto weeks = lookupData("HWX," + symbol + ",6,1,Weeks", "Weeks");
+        const auto months = lookupData("HMX," + symbol + ",2,1,Months", "Months");
+        ASSERT_EQ(days.size(), symbol == "AURX" ? 90u : days.size());
+        const auto check = [&](const std::vector<std::vector<std::string>>& bars, auto periodOf) {
+            for (const auto& bar : bars) {
+                Aggregate a;
+                std::string last;
+                for (const auto& d : days) {
+                    if (periodOf(d[2]) == periodOf(bar[2])) {
+                        a.add(d[5], std::stoll(d[7]));
+                        a.highValue = std::max(a.highValue, std::stod(d[3]));
+                        a.lowValue = std::min(a.lowValue, std::stod(d[4]));
+                        a.close = d[6];
+                        last = d[2];
+                    }
+                }
+                ASSERT_TRUE(a.any) << bar[2];
+                EXPECT_EQ(bar[2], last);
+                EXPECT_DOUBLE_EQ(std::stod(bar[3]), a.highValue) << bar[2];
+                EXPECT_DOUBLE_EQ(std::stod(bar[4]), a.lowValue) << bar[2];
+                EXPECT_EQ(bar[5], a.open) << bar[2];
+                EXPECT_EQ(bar[6], a.close) << bar[2];
+                EXPECT_EQ(std::stoll(bar[7]), a.volume) << bar[2];
+            }
+        };
+        // Weeks run Monday to Sunday; 1970-01-05 was a Monday.
+        check(weeks, [](const std::string& date) { return (SecondsOf(date) / 86400 - 4) / 7; });
+        check(months, [](const std::string& date) { return date.substr(0, 7); });
+    }
+}
+
+} // namespace
+} // namespace portico::test

@@ -1,0 +1,106 @@
+// The fault options that let client tests exercise bad connections.
+
+#include "portico_fixture.h"
+
+namespace portico::test {
+namespace {
+
+std::vector<std::string> With(std::vector<std::string> extra) {
+    std::vector<std::string> arguments = kFrozenNoon;
+    arguments.insert(arguments.end(), extra.begin(), extra.end());
+    return arguments;
+}
+
+class FaultsTest : public PorticoTest {};
+
+TEST_F(FaultsTest, CloseAfterCutsALookupConnectionAfterNDataLines) {
+    startPortico(With({"--fault-close-after", "10"}));
+    LineClient client;
+    ASSERT_TRUE(client.connect(portico().lookupPort()));
+    ASSERT_TRUE(client.send("HTX,LUMA,100,1,Cut\n"));
+    for (int i = 0; i < 10; ++i) {
+        const auto line = client.readLine();
+        ASSERT_TRUE(line);
+        EXPECT_TRUE(line->starts_with("Cut,LH,"));
+    }
+    EXPECT_FALSE(client.readLine()) << "nothing after the tenth line";
+    EXPECT_TRUE(client.waitForClose());
+}
+
+TEST_F(FaultsTest, LongLinesBeforeAnswersAndTheLevel1Greeting) {
+    startPortico(With({"--fault-long-line"}));
+    LineClient lookup;
+    ASSERT_TRUE(lookup.connect(portico().lookupPort()));
+    ASSERT_TRUE(lookup.send("HTX,LUMA,5,1,Long\n"));
+    const auto answer = lookup.readAnswer("Long");
+    ASSERT_TRUE(answer);
+    ASSERT_EQ(answer->size(), 7u);
+    EXPECT_GT((*answer)[0].size(), 65536u);
+    EXPECT_TRUE((*answer)[0].starts_with("Long,"));
+    LineClient level1;
+    ASSERT_TRUE(level1.connect(portico().level1Port()));
+    const auto first = level1.readLine();
+    ASSERT_TRUE(first);
+    EXPECT_GT(first->size(), 65536u);
+    EXPECT_TRUE(level1.readLine().value_or("").starts_with("S,IP,"));
+}
+
+TEST_F(FaultsTest, DripDeliversTheSameAnswerSlowly) {
+    startPortico(kFrozenNoon);
+    const auto normal = lookup("HTX,LUMA,50,1,D", "D");
+    m_portico.reset();
+    startPortico(With({"--fault-drip", "64"}));
+    EXPECT_EQ(lookup("HTX,LUMA,50,1,D", "D"), normal);
+}
+
+TEST_F(FaultsTest, MalformedLinesAfterEveryNLines) {
+    startPortico(With({"--fault-malformed", "3"}));
+    const auto answer = lookup("HTX,LUMA,9,1,M", "M");
+    ASSERT_EQ(answer.size(), 13u);
+    for (std::size_t i = 0; i < 12; ++i) {
+        const bool malformed = i % 4 == 3;
+        EXPECT_EQ(Fields(answer[i]).size() < 14, malformed) << answer[i];
+    }
+    LineClient level1;
+    ASSERT_TRUE(level1.connect(portico().level1Port()));
+    ASSERT_TRUE(level1.send("wLUMA\nwBRYN\nwHOLT\n"));
+    // F, P (1), F, P (2), F, P (3), then the malformed line.
+    for (int i = 0; i < 6; ++i) {
+        ASSERT_TRUE(level1.readLineStartingWith(i % 2 == 0 ? "F," : "P,"));
+    }
+    const auto malformed = level1.readLine();
+    ASSERT_TRUE(malformed);
+    EXPECT_TRUE(malformed->starts_with("Q,"));
+    EXPECT_LT(Fields(*malformed).size(), 25u) << *malformed;
+}
+
+TEST_F(FaultsTest, RefuseClosesTheFirstConnectionsOnEachPort) {
+    startPortico(With({"--fault-refuse", "2"}));
+    for (const int port : {portico().adminPort(), portico().lookupPort()}) {
+        for (int i = 0; i < 2; ++i) {
+            LineClient refused;
+            ASSERT_TRUE(refused.connect(port));
+            EXPECT_TRUE(refused.waitForClose());
+        }
+    }
+    LineClient client;
+    ASSERT_TRUE(client.connect(portico().lookupPort()));
+    ASSERT_TRUE(client.send("HDX,LUMA,1,1,R\n"));
+    EXPECT_TRUE(client.readAnswer("R"));
+}
+
+TEST_F(FaultsTest, AcceptDelayStillServesEveryConnection) {
+    startPortico(With({"--fault-accept-delay", "400"}));
+    LineClient client;
+    ASSERT_TRUE(client.connect(portico().lookupPort()));
+    ASSERT_TRUE(client.send("HDX,LUMA,2,1,Late\n"));
+    const auto answer = client.readAnswer("Late");
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->size(), 3u);
+    LineClient level1;
+    ASSERT_TRUE(level1.connect(portico().level1Port()));
+    EXPECT_TRUE(level1.readLine().value_or("").starts_with("S,IP,"));
+}
+
+} // namespace
+} // namespace portico::test

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include "civil_time.h"
+#include "line_writer.h"
+
+namespace portico {
+namespace {
+
+Micros At(int y, int mo, int d, int h, int mi, int s, int us = 0) {
+    return StartOfDay(DaysFromCivil(y, mo, d)) + ((h * 60 + mi) * 60 + s) * kMicrosPerSecond + us;
+}
+
+TEST(LineWriterTest, PricesKeepTheirDecimalsAndSign) {
+    const struct {
+        std::int64_t value;
+        int decimals;
+        const char* text;
+    } cases[] = {
+        {12345, 2, "123.45"},
+        {5, 2, "0.05"},
+        {-5, 2, "-0.05"},
+        {0, 2, "0.00"},
+        {7, 0, "7"},
+        {-42, 0, "-42"},
+        {1234567, 4, "123.4567"},
+        {15625, 6, "0.015625"},
+        {97500000, 6, "97.500000"},
+        {100, 1, "10.0"},
+    };
+    for (const auto& c : cases) {
+        LineWriter out;
+        out.putPrice(c.value, c.decimals);
+        EXPECT_EQ(out.str(), c.text) << c.value << " with " << c.decimals;
+    }
+}
+
+TEST(LineWriterTest, IntegersAtTheirLimits) {
+    LineWriter out;
+    out.putUnsigned(0);
+    out.put(',');
+    out.putUnsigned(9);
+    out.put(',');
+    out.putUnsigned(10);
+    out.put(',');
+    out.putUnsigned(18446744073709551615ULL);
+    out.put(',');
+    out.putSigned(INT64_MIN);
+    out.put(',');
+    out.putPadded(42, 6);
+    out.put(',');
+    out.putHex2(0x0A);
+    out.putHex2(0xFF);
+    EXPECT_EQ(out.str(), "0,9,10,18446744073709551615,-9223372036854775808,000042,0AFF");
+}
+
+TEST(LineWriterTest, DatesAndTimes) {
+    LineWriter out;
+    const Micros t = At(2026, 11, 20, 9, 30, 5, 123);
+    out.putIsoMicroTime(t);
+    out.put('|');
+    out.putIsoDateTime(t);
+    out.put('|');
+    out.putSlashDate(t);
+    out.put('|');
+    out.putCompactDate(t);
+    out.put('|');
+    out.putMicroTime(At(2000, 2, 29, 23, 59, 59, 999999));
+    out.put('|');
+    out.putIsoMicroTime(-500'000); // half a second before 1970
+    EXPECT_EQ(out.str(), "2026-11-20 09:30:05.000123|2026-11-20 09:30:05|11/20/2026|20261120|"
+                         "23:59:59.999999|1969-12-31 23:59:59.500000");
+}
+
+TEST(LineWriterTest, GrowsPastItsFirstBufferAndEndsLinesWithCrLf) {
+    LineWriter out;
+    for (int i = 0; i < 10000; ++i) {
+        out.putUnsigned(static_cast<std::uint64_t>(i));
+        out.endLine();
+    }
+    const std::string text = out.str();
+    EXPECT_EQ(text.substr(0, 6), "0\r\n1\r\n");
+    EXPECT_EQ(text.substr(text.size() - 6), "9999\r\n");
+    out.truncate(3);
+    EXPECT_EQ(out.str(), "0\r\n");
+}
+
+TEST(CivilTimeTest, DayNumbersMatchACountedCalendar) {
+    // Walk day by day from 1900 to 2100 and compare with the conversion both ways.
+    const int monthDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    std::int32_t days = DaysFromCivil(1900, 1, 1);
+    EXPECT_EQ(DaysFromCivil(1970, 1, 1), 0);
+    EXPECT_EQ(WeekdayFromDays(DaysFromCivil(2026, 11, 20)), 4); // a Friday
+    for (int year = 1900; year < 2100; ++year) {
+        const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+        for (int month = 1; month <= 12; ++month) {
+            const int length = monthDays[month - 1] + (month == 2 && leap ? 1 : 0);
+            for (int day = 1; day <= length; ++day, ++days) {
+                ASSERT_EQ(DaysFromCivil(year, month, day), days) << year << "-" << month;
+                const CivilDate back = CivilFromDays(days);
+                ASSERT_EQ(back.year, year);
+                ASSERT_EQ(back.month, month);
+                ASSERT_EQ(back.day, day);
+            }
+        }
+    }
+}
+
+} // namespace
+} // namespace portico

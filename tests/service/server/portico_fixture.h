@@ -1,0 +1,52 @@
+#pragma once
+
+// Shared helpers of the tests that drive a real portico over TCP.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "line_client.h"
+#include "portico_process.h"
+
+namespace portico::test {
+
+using namespace std::chrono_literals;
+using skychart::test::LineClient;
+using skychart::test::PorticoProcess;
+
+// The exchange clock of most tests: a Friday noon, nearly frozen so that answers repeat.
+inline const std::vector<std::string> kFrozenNoon = {"--start-time", "2026-11-20 12:00:00",
+                                                     "--clock-rate", "0.000001"};
+
+// Splits at every comma, dropping the empty field after a trailing comma.
+std::vector<std::string> Fields(std::string_view line);
+
+// Seconds since 1970 of "YYYY-MM-DD HH:MM:SS" (plus an optional ".ffffff" that is ignored) or
+// of "YYYY-MM-DD"; -1 when malformed.
+long long SecondsOf(std::string_view text);
+// Microseconds since 1970 of "YYYY-MM-DD HH:MM:SS.ffffff"; -1 when malformed.
+long long MicrosOf(std::string_view text);
+
+class PorticoTest : public ::testing::Test {
+protected:
+    // Starts portico on free ports with the arguments; fails the test when it does not start.
+    void startPortico(const std::vector<std::string>& arguments = kFrozenNoon);
+    // Stops portico and checks that it shut down cleanly (no crash, no sanitizer report).
+    void TearDown() override;
+    PorticoProcess& portico() { return *m_portico; }
+
+    // Sends one command on a fresh lookup connection and returns the answer lines up to and
+    // including the end marker of `id`.
+    std::vector<std::string> lookup(const std::string& command, const std::string& id);
+    // The data lines of an answer (end marker removed), each split into fields.
+    std::vector<std::vector<std::string>> lookupData(const std::string& command,
+                                                     const std::string& id);
+
+    std::unique_ptr<PorticoProcess> m_portico;
+};
+
+} // namespace portico::test

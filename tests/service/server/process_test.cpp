@@ -1,0 +1,179 @@
+// The portico process: command line, ports, a second instance, lingering and signals.
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+#include "portico_fixture.h"
+
+namespace portico::test {
+namespace {
+
+using skychart::test::RunResult;
+
+// A port that was free a moment ago.
+int FreePort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    socklen_t length = sizeof(address);
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    ::close(fd);
+    return ntohs(address.sin_port);
+}
+
+std::string ReadText(const std::string& path) {
+    std::string text;
+    if (std::FILE* file = std::fopen(path.c_str(), "rb")) {
+        char buffer[4096];
+        while (const std::size_t n = std::fread(buffer, 1, sizeof(buffer), file)) {
+            text.append(buffer, n);
+        }
+        std::fclose(file);
+    }
+    return text;
+}
+
+TEST(PorticoCommandLineTest, HelpVersionAndBadOptions) {
+    const RunResult version = PorticoProcess::Run(PORTICO_EXECUTABLE, {"--version"});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.out, "portico 1.0.0\n");
+    const RunResult help = PorticoProcess::Run(PORTICO_EXECUTABLE, {"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    for (const char* option : {"--fault-accept-delay", "--start-time", "-product"}) {
+        EXPECT_NE(help.out.find(option), std::string::npos) << option;
+    }
+    for (const std::vector<std::string>& bad :
+         std::vector<std::vector<std::string>>{{"--nonsense"},
+                                               {"--seed", "x"},
+                                               {"--admin-port", "70000"},
+                                               {"--start-time", "yesterday"}}) {
+        const RunResult result = PorticoProcess::Run(PORTICO_EXECUTABLE, bad);
+        EXPECT_EQ(result.exitCode, 2) << bad[0];
+        EXPECT_TRUE(result.out.empty());
+        EXPECT_NE(result.err.find(bad[0]), std::string::npos) << result.err;
+    }
+}
+
+TEST(PorticoProcessTest, PortsComeFromStartupConfWhichStaysUntouched) {
+    PorticoProcess portico(PORTICO_EXECUTABLE);
+    const int admin = FreePort();
+    const int lookup = FreePort();
+    const int level1 = FreePort();
+    const std::string conf = "[General]\nAdminPort=" + std::to_string(admin) +
+                             "\nLookupPort=" + std::to_string(lookup) +
+                             "\nLevel1Port=" + std::to_string(level1) + "\n";
+    const std::string path = portico.configHome() + "/Orvane/Kestrel/Startup.conf";
+    std::filesystem::create_directories(portico.configHome() + "/Orvane/Kestrel");
+    std::ofstream(path) << conf;
+    ASSERT_TRUE(portico.start({"--linger", "0"}, false)) << portico.firstLine();
+    EXPECT_EQ(portico.adminPort(), admin);
+    EXPECT_EQ(portico.lookupPort(), lookup);
+    EXPECT_EQ(portico.level1Port(), level1);
+    EXPECT_EQ(portico.stop(), 0) << portico.errorOutput();
+    EXPECT_EQ(ReadText(path), conf);
+}
+
+TEST(PorticoProcessTest, OptionsOverrideStartupConfAndBadValuesFallBack) {
+    PorticoProcess portico(PORTICO_EXECUTABLE);
+    const int lookup = FreePort();
+    std::filesystem::create_directories(portico.configHome() + "/Orvane/Kestrel");
+    std::ofstream(portico.configHome() + "/Orvane/Kestrel/Startup.conf")
+        << "AdminPort=notaport\nLookupPort=" << lookup << "\n"; // keys without a section
+    const int level1 = FreePort();
+    ASSERT_TRUE(
+        portico.start({"--admin-port", "0", "--level1-port", std::to_string(level1)}, false))
+        << portico.firstLine();
+    EXPECT_NE(portico.adminPort(), 0);
+    EXPECT_EQ(portico.lookupPort(), lookup);
+    EXPECT_EQ(portico.level1Port(), level1);
+}
+
+TEST(PorticoProcessTest, StartsAsTheApplicationLaunchesItWithAnUnknownZoneFallingBackToUtc) {
+    PorticoProcess portico(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(portico.start(
+        {"-product", "TRELLIS_PLOTS", "-version", "1.8.0.0", "--timezone", "Nowhere/Atlantis"}))
+        << portico.firstLine();
+    LineClient level1;
+    ASSERT_TRUE(level1.connect(portico.level1Port()));
+    EXPECT_TRUE(level1.readLineStartingWith("T,", 5s));
+    EXPECT_NE(portico.errorOutput().find("using UTC"), std::string::npos);
+    EXPECT_EQ(portico.stop(), 0);
+}
+
+TEST(PorticoProcessTest, ASecondInstanceSeesTheAdminPortTakenAndLeaves) {
+    PorticoProcess first(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(first.start({}));
+    PorticoProcess second(PORTICO_EXECUTABLE);
+    EXPECT_FALSE(second.start({"--admin-port", std::to_string(first.adminPort())}));
+    EXPECT_EQ(second.firstLine(), "portico: already running (admin port " +
+                                      std::to_string(first.adminPort()) + " in use)");
+    EXPECT_EQ(second.waitForExit(), 0);
+    EXPECT_TRUE(first.running());
+}
+
+TEST(PorticoProcessTest, LeavesAfterTheLingerTimeWithoutClients) {
+    PorticoProcess idle(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(idle.start({"--linger", "1"}));
+    EXPECT_EQ(idle.waitForExit(60s), 0);
+
+    PorticoProcess busy(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(busy.start({"--linger", "1"}));
+    LineClient client;
+    ASSERT_TRUE(client.connect(busy.lookupPort()));
+    ASSERT_TRUE(client.send("SST\n"));
+    ASSERT_TRUE(client.readLineStartingWith("!ENDMSG!,"));
+    std::this_thread::sleep_for(2500ms); // longer than the linger time
+    EXPECT_TRUE(busy.running()) << "a connected client keeps the service up";
+    client.close();
+    EXPECT_EQ(busy.waitForExit(60s), 0);
+}
+
+TEST(PorticoProcessTest, TerminateAndInterruptExitCleanly) {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        PorticoProcess portico(PORTICO_EXECUTABLE);
+        ASSERT_TRUE(portico.start({}));
+        LineClient client;
+        ASSERT_TRUE(client.connect(portico.level1Port()));
+        ASSERT_TRUE(client.send("wLUMA\n"));
+        ASSERT_TRUE(client.readLineStartingWith("P,"));
+        ::kill(portico.pid(), signal);
+        EXPECT_EQ(portico.waitForExit(), 0);
+    }
+}
+
+TEST(PorticoProcessTest, GarbageAndOverlongLinesDoNotHurtTheService) {
+    PorticoProcess portico(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(portico.start({"--start-time", "2026-11-20 12:00:00"}));
+    for (const int port : {portico.adminPort(), portico.lookupPort(), portico.level1Port()}) {
+        LineClient client;
+        ASSERT_TRUE(client.connect(port));
+        std::string garbage(200'000, 'A');
+        for (std::size_t i = 0; i < garbage.size(); i += 7) {
+            garbage[i] = static_cast<char>(i * 31 % 256);
+        }
+        garbage.erase(std::remove_if(garbage.begin(), garbage.end(),
+                                     [](char c) { return c == '\n' || c == '\r'; }),
+                      garbage.end());
+        ASSERT_TRUE(client.send(garbage));
+        ASSERT_TRUE(client.send("\n\x01\x02,,,\xff\nS,SET PROTOCOL,X\n"));
+        EXPECT_TRUE(client.readLineStartingWith("S,CURRENT PROTOCOL,X"));
+    }
+    LineClient lookup;
+    ASSERT_TRUE(lookup.connect(portico.lookupPort()));
+    ASSERT_TRUE(lookup.send("HTX,LUMA,1,1,Ok\n"));
+    EXPECT_TRUE(lookup.readAnswer("Ok"));
+    EXPECT_TRUE(portico.running());
+}
+
+} // namespace
+} // namespace portico::test

@@ -1,0 +1,214 @@
+#include "line_client.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+namespace skychart::test {
+
+namespace {
+
+int RemainingMs(std::chrono::steady_clock::time_point deadline) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    return left.count() > 0 ? static_cast<int>(left.count()) : 0;
+}
+
+} // namespace
+
+LineClient::~LineClient() {
+    close();
+}
+
+void LineClient::close() {
+    if (m_fd >= 0) {
+        ::close(m_fd);
+        m_fd = -1;
+    }
+    m_buffer.clear();
+    m_offset = 0;
+    m_peerClosed = false;
+}
+
+bool LineClient::connect(int port, std::chrono::milliseconds timeout) {
+    close();
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    while (true) {
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (fd < 0) {
+            return false;
+        }
+        if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+            const int one = 1;
+            ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof(one));
+            m_fd = fd;
+            return true;
+        }
+        ::close(fd);
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(20ms);
+    }
+}
+
+bool LineClient::send(std::string_view bytes) {
+    while (m_fd >= 0 && !bytes.empty()) {
+        const ssize_t n = ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (n < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(n));
+    }
+    return m_fd >= 0;
+}
+
+bool LineClient::fill(std::chrono::steady_clock::time_point deadline) {
+    if (m_fd < 0 || m_peerClosed) {
+        return false;
+    }
+    if (m_offset > 0 && m_offset == m_buffer.size()) {
+        m_buffer.clear();
+        m_offset = 0;
+    } else if (m_offset > (1u << 20)) {
+        m_buffer.erase(0, m_offset);
+        m_offset = 0;
+    }
+    pollfd p{m_fd, POLLIN, 0};
+    while (true) {
+        const int ready = ::poll(&p, 1, RemainingMs(deadline));
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready <= 0) {
+            return false;
+        }
+        break;
+    }
+    char chunk[65536];
+    const ssize_t n = ::recv(m_fd, chunk, sizeof(chunk), 0);
+    if (n <= 0) {
+        m_peerClosed = true;
+        return false;
+    }
+    m_buffer.append(chunk, static_cast<std::size_t>(n));
+    return true;
+}
+
+std::optional<std::string> LineClient::readRawLine(std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (true) {
+        const std::size_t end = m_buffer.find('\n', m_offset);
+        if (end != std::string::npos) {
+            std::string line = m_buffer.substr(m_offset, end + 1 - m_offset);
+            m_offset = end + 1;
+            return line;
+        }
+        if (!fill(deadline)) {
+            return std::nullopt;
+        }
+    }
+}
+
+std::optional<std::string> LineClient::readLine(std::chrono::milliseconds timeout) {
+    auto line = readRawLine(timeout);
+    if (line) {
+        while (!line->empty() && (line->back() == '\n' || line->back() == '\r')) {
+            line->pop_back();
+        }
+    }
+    return line;
+}
+
+std::optional<std::string> LineClient::readLineStartingWith(std::string_view prefix,
+                                                            std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (true) {
+        const auto left = std::chrono::milliseconds(RemainingMs(deadline));
+        auto line = readLine(left);
+        if (!line) {
+            return std::nullopt;
+        }
+        if (line->starts_with(prefix)) {
+            return line;
+        }
+    }
+}
+
+std::optional<std::vector<std::string>> LineClient::readAnswer(std::string_view id,
+                                                               std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const std::string end = std::string(id) + ",!ENDMSG!,";
+    std::vector<std::string> lines;
+    while (true) {
+        auto line = readLine(std::chrono::milliseconds(RemainingMs(deadline)));
+        if (!line) {
+            return std::nullopt;
+        }
+        lines.push_back(std::move(*line));
+        if (lines.back() == end) {
+            return lines;
+        }
+    }
+}
+
+std::uint64_t LineClient::discardUntil(std::string_view marker, bool& found,
+                                       std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    found = false;
+    const std::string_view buffered = std::string_view(m_buffer).substr(m_offset);
+    std::uint64_t total = buffered.size();
+    if (buffered.find(marker) != std::string_view::npos) {
+        found = true;
+    }
+    // The last marker.size() - 1 bytes seen, to find a marker split across two reads.
+    std::string tail(buffered.substr(buffered.size() - std::min(buffered.size(), marker.size())));
+    m_buffer.clear();
+    m_offset = 0;
+    std::vector<char> chunk(1 << 20);
+    while (!found && m_fd >= 0 && RemainingMs(deadline) > 0) {
+        pollfd p{m_fd, POLLIN, 0};
+        if (::poll(&p, 1, RemainingMs(deadline)) <= 0) {
+            continue;
+        }
+        const ssize_t n = ::recv(m_fd, chunk.data(), chunk.size(), 0);
+        if (n <= 0) {
+            m_peerClosed = true;
+            break;
+        }
+        const std::string_view data(chunk.data(), static_cast<std::size_t>(n));
+        total += data.size();
+        const std::string seam = tail + std::string(data.substr(0, marker.size()));
+        found = seam.find(marker) != std::string::npos || data.find(marker) != std::string::npos;
+        tail = seam.size() >= marker.size() && data.size() < marker.size()
+                   ? seam.substr(seam.size() - marker.size())
+                   : std::string(data.substr(data.size() - std::min(data.size(), marker.size())));
+    }
+    return total;
+}
+
+bool LineClient::waitForClose(std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!m_peerClosed) {
+        m_buffer.clear();
+        m_offset = 0;
+        if (!fill(deadline) && !m_peerClosed) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace skychart::test
