@@ -64,7 +64,7 @@ void ExtendDayParams(std::uint64_t seed, const Instrument& instrument, const Pro
         p.trading = weekends || !IsWeekend(d);
         if (p.trading) {
             Rng rng(HashKey(DaySeed(seed, profile, d), 0x7761));
-            p.heat = std::clamp(0.97 * previous.heat + 0.15 * rng.normal(), -1.6, 1.6);
+            p.heat = std::clamp(0.97 * previous.heat + 0.06 * rng.normal(), -0.8, 0.8);
             p.volatility = instrument.dailyVolatility * Exp(p.heat);
             double z = rng.normal();
             if (rng.below(100) < 2) {
@@ -75,7 +75,7 @@ void ExtendDayParams(std::uint64_t seed, const Instrument& instrument, const Pro
             p.anchor =
                 previous.anchor + p.volatility * z - profile.reversion * (previous.anchor - target);
             // Busy when volatile; the divisor keeps the long-run mean near one.
-            p.activity = Exp(0.5 * p.heat + 0.25 * rng.normal() + 0.15 * std::fabs(z)) / 1.22;
+            p.activity = Exp(0.5 * p.heat + 0.25 * rng.normal() + 0.15 * std::fabs(z)) / 1.19;
             if (IsWeekend(d)) {
                 p.activity *= 0.55;
             }
