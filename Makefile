@@ -19,10 +19,14 @@ build: configure
 test: build
 	ctest --preset $(PRESET) -j $(JOBS)
 
-# Until the chart window exists, `make run` serves the simulated market in the foreground.
+# Opens the Skychart window (under xvfb-run when there is no display); Skychart starts portico.
 run: build
-	@echo "Starting portico, the local market-data service, in the foreground (Ctrl+C stops it)."
-	$(BUILD_DIR)/bin/portico --linger 0
+	@if [ -n "$$DISPLAY" ] || [ -n "$$WAYLAND_DISPLAY" ]; then \
+		$(BUILD_DIR)/bin/Skychart $(ARGS); \
+	else \
+		echo "No display: running Skychart under xvfb-run."; \
+		xvfb-run -a -s "-screen 0 1600x1000x24" $(BUILD_DIR)/bin/Skychart $(ARGS); \
+	fi
 
 bench:
 	@$(MAKE) --no-print-directory build PRESET=release

@@ -1,0 +1,243 @@
+#include "app/command_line.h"
+
+#include "app/settings.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+
+namespace {
+
+bool EqualNoCase(const std::string& a, const std::string& b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
+           });
+}
+
+std::string Upper(std::string text) {
+    for (char& c : text) {
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    }
+    return text;
+}
+
+// "-12" is a (negative) number, not a flag.
+bool IsNumber(const std::string& text) {
+    if (text.size() < 2 || text[0] != '-') {
+        return false;
+    }
+    return std::all_of(text.begin() + 1, text.end(),
+                       [](char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; });
+}
+
+} // namespace
+
+const std::vector<SComboItem>& RequestTypeItems() {
+    static const std::vector<SComboItem> items{
+        {"Tick", 0}, {"Minute", 1}, {"Daily", 2}, {"Weekly", 3}, {"Monthly", 4}};
+    return items;
+}
+
+const std::vector<SComboItem>& IntervalItems() {
+    static const std::vector<SComboItem> items{
+        {"1-Minute", 1},   {"2-Minute", 2},   {"3-Minute", 3},   {"4-Minute", 4},
+        {"5-Minute", 5},   {"10-Minute", 10}, {"15-Minute", 15}, {"30-Minute", 30},
+        {"45-Minute", 45}, {"1-Hour", 60},    {"2-Hour", 120}};
+    return items;
+}
+
+const std::vector<SComboItem>& ChartStyleItems() {
+    static const std::vector<SComboItem> items{{"OHLC", 0}, {"Candlestick", 1}};
+    return items;
+}
+
+int FindComboItem(const std::vector<SComboItem>& items, const std::string& text) {
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (EqualNoCase(items[i].text, text)) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+int FindComboData(const std::vector<SComboItem>& items, int data) {
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (items[i].data == data) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+void COrvaneCommandLineInfo::Parse(const std::vector<std::string>& parameters) {
+    for (const std::string& parameter : parameters) {
+        if (parameter.size() > 1 && (parameter[0] == '-' || parameter[0] == '/') &&
+            !IsNumber(parameter)) {
+            std::size_t skip = 1;
+            if (parameter[0] == '-' && parameter[1] == '-') {
+                skip = 2;
+            }
+            ParseParam(parameter.substr(skip), true);
+        } else {
+            ParseParam(parameter, false);
+        }
+    }
+}
+
+void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
+    if (flag) {
+        if (EqualNoCase(text, "symbol")) {
+            expectSymbol = true;
+        } else if (EqualNoCase(text, "top")) {
+            expectTop = true;
+        } else if (EqualNoCase(text, "bottom")) {
+            expectBottom = true;
+        } else if (EqualNoCase(text, "left")) {
+            expectLeft = true;
+        } else if (EqualNoCase(text, "right")) {
+            expectRight = true;
+        } else if (EqualNoCase(text, "max")) {
+            if (!minimise) {
+                maximise = true;
+            }
+        } else if (EqualNoCase(text, "min")) {
+            if (!maximise) {
+                minimise = true;
+            }
+        } else if (EqualNoCase(text, "type")) {
+            expectType = true;
+        } else if (EqualNoCase(text, "interval")) {
+            expectInterval = true;
+        } else if (EqualNoCase(text, "help") || text == "h" || text == "?") {
+            help = true;
+        } else if (EqualNoCase(text, "version")) {
+            version = true;
+        } else if (EqualNoCase(text, "save-workspace")) {
+            expectSaveWorkspace = true;
+        } else if (EqualNoCase(text, "open-workspace")) {
+            expectOpenWorkspace = true;
+        } else {
+            unknownFlags.push_back(text);
+        }
+        return;
+    }
+
+    // A value goes to the first option still waiting for one, in the order of the fields.
+    if (expectSymbol) {
+        symbol = Upper(text);
+        expectSymbol = false;
+    } else if (expectTop) {
+        top = std::atoi(text.c_str());
+        expectTop = false;
+    } else if (expectBottom) {
+        bottom = std::atoi(text.c_str());
+        expectBottom = false;
+    } else if (expectLeft) {
+        left = std::atoi(text.c_str());
+        expectLeft = false;
+    } else if (expectRight) {
+        right = std::atoi(text.c_str());
+        expectRight = false;
+    } else if (expectType) {
+        typeRequested = true;
+        type = text;
+        expectType = false;
+    } else if (expectInterval) {
+        intervalRequested = true;
+        interval = text;
+        expectInterval = false;
+    } else if (expectSaveWorkspace) {
+        saveWorkspace = text;
+        expectSaveWorkspace = false;
+    } else if (expectOpenWorkspace) {
+        openWorkspace = text;
+        expectOpenWorkspace = false;
+    }
+}
+
+bool COrvaneCommandLineInfo::HasFrameRect() const {
+    return right > left && bottom > top;
+}
+
+SAppliedCommandLine COrvaneCommandLineInfo::ApplyTo(CSettings& settings) {
+    SAppliedCommandLine applied;
+    if (!symbol.empty()) {
+        settings.SetText("CurrentSymbol", symbol);
+        if (typeRequested) {
+            const int typeIndex = FindComboItem(RequestTypeItems(), type);
+            if (typeIndex >= 0) {
+                applied.typeIndex = typeIndex;
+                settings.SetInt("RequestDataType", RequestTypeItems()[typeIndex].data);
+            }
+            if (intervalRequested) {
+                const int intervalIndex = FindComboItem(IntervalItems(), interval);
+                if (intervalIndex >= 0) {
+                    applied.intervalIndex = intervalIndex;
+                    settings.SetInt("RequestIntervalIndex", intervalIndex);
+                }
+            }
+        }
+        applied.load = true;
+    }
+    symbol.clear();
+    typeRequested = false;
+    type.clear();
+    intervalRequested = false;
+    interval.clear();
+    left = top = right = bottom = 0;
+    return applied;
+}
+
+std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
+                                          const std::string& startupFile,
+                                          const std::string& logFolder) {
+    std::string types;
+    for (const SComboItem& item : RequestTypeItems()) {
+        types += types.empty() ? "" : ", ";
+        types += item.text;
+    }
+    // The interval names, wrapped to the width of the option texts.
+    std::string intervals;
+    std::size_t lineStart = 0;
+    for (const SComboItem& item : IntervalItems()) {
+        if (!intervals.empty()) {
+            intervals += ",";
+            if (intervals.size() - lineStart > 50) {
+                intervals += "\n                        ";
+                lineStart = intervals.size();
+            } else {
+                intervals += " ";
+            }
+        }
+        intervals += item.text;
+    }
+    return fmt::format(
+        "Usage: Skychart [options]\n"
+        "\n"
+        "Charts one symbol from the local market-data service (portico), which Skychart starts\n"
+        "when it is not running. Options are matched without regard to case and may start with\n"
+        "'-' or '/'.\n"
+        "\n"
+        "  -symbol SYMBOL        load SYMBOL once the service is connected\n"
+        "  -type TYPE            request type: {}\n"
+        "  -interval INTERVAL    bar interval (with -type):\n"
+        "                        {}\n"
+        "  -max | -min           start maximised or minimised (the first one given wins)\n"
+        "  -left X -top Y -right X -bottom Y\n"
+        "                        frame position on the screen\n"
+        "  --save-workspace NAME ask every running display application to save its window\n"
+        "                        into workspace NAME, then exit\n"
+        "  --open-workspace NAME start with the arguments stored in workspace NAME\n"
+        "  --help                show this text and exit\n"
+        "  --version             show the version and exit\n"
+        "\n"
+        "Settings: {}\n"
+        "Start-up: {}\n"
+        "          (the service's ports AdminPort, LookupPort, Level1Port and LogPath)\n"
+        "Logs:     {}\n"
+        "          (when LogPath is empty)\n",
+        types, intervals, settingsFile, startupFile, logFolder);
+}

@@ -1,0 +1,51 @@
+// Skychart: charts one symbol from the local market-data service.
+
+#include "app/command_line.h"
+#include "app/ui/charts_app.h"
+#include "app/ui/guarded_application.h"
+#include "app/ui/main_frame.h"
+#include "platform/registry_paths.h"
+#include "platform/workspace_bus.h"
+
+#include <QApplication>
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+int main(int argc, char** argv) {
+    COrvaneCommandLineInfo commandLine;
+    commandLine.Parse(std::vector<std::string>(argv + 1, argv + argc));
+
+    if (commandLine.version) {
+        std::printf("Skychart %s\n", SKYCHART_VERSION);
+        return 0;
+    }
+    if (commandLine.help) {
+        const std::string usage =
+            COrvaneCommandLineInfo::Usage(CRegistryPaths::ApplicationFile("Skychart").toStdString(),
+                                          CRegistryPaths::StartupFile().toStdString(),
+                                          CRegistryPaths::DefaultLogFolder().toStdString());
+        std::fputs(usage.c_str(), stdout);
+        return 0;
+    }
+    if (!commandLine.saveWorkspace.empty()) {
+        QCoreApplication application(argc, argv);
+        const bool sent =
+            CWorkspaceBus::Broadcast(QString::fromStdString(commandLine.saveWorkspace));
+        if (!sent) {
+            std::fprintf(stderr, "Skychart: cannot broadcast the save request: no session bus\n");
+        }
+        return sent ? 0 : 1;
+    }
+
+    CGuardedApplication application(argc, argv);
+    QApplication::setApplicationName("Skychart");
+    QApplication::setApplicationVersion(SKYCHART_VERSION);
+    CChartsApp charts;
+    if (!charts.InitInstance(commandLine, argv[0])) {
+        return 1;
+    }
+    return QApplication::exec();
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "app/ui/message_box_prompt.h"
+#include "app/ui/orvane_win_app.h"
+
+#include <memory>
+#include <optional>
+
+class CMainFrame;
+
+// The chart application: sets up the log, loads the settings, creates and shows the main frame
+// and hands it the command line, which applies once the service is ready.
+class CChartsApp : public COrvaneWinAppEx {
+public:
+    static constexpr const char* kWorkspaceErrorCaption = "Kestrel Workspace Create Error";
+
+    CChartsApp();
+    ~CChartsApp() override;
+
+    bool InitInstance(const COrvaneCommandLineInfo& commandLine,
+                      const std::string& executable) override;
+
+    CMainFrame* MainFrame() const { return m_frame.get(); }
+
+    // The command line stored in workspace `name`, or none after telling the user.
+    static std::optional<COrvaneCommandLineInfo> OpenWorkspace(const std::string& name,
+                                                               IPrompt& prompt);
+
+private:
+    CMessageBoxPrompt m_prompt;
+    std::unique_ptr<CMainFrame> m_frame;
+};

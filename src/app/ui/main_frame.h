@@ -1,0 +1,118 @@
+#pragma once
+
+#include "app/command_line.h"
+#include "app/ui/orvane_main_frame.h"
+#include "app/workspace.h"
+#include "feed/feed_frame.h"
+
+#include <memory>
+#include <string>
+
+class CChartFormView;
+class CFeedConnections;
+class CSymbolSearchDlg;
+class CWorkspaceBus;
+class QComboBox;
+class QLineEdit;
+class QToolButton;
+
+// The chart application's frame: ribbon controls, the chart view, the status bar panes and the
+// feed connections. Enter in the symbol box loads the symbol; Enter in the search box opens the
+// symbol search.
+class CMainFrame : public COrvaneMainFrame, public IFeedFrame {
+    Q_OBJECT
+
+public:
+    static constexpr const char* kEnterPanelCaption = "Press Enter To Load Symbol";
+    static constexpr int kMaxSymbolLength = 127;
+
+    CMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer,
+               QWidget* parent = nullptr);
+    ~CMainFrame() override;
+
+    // Builds the frame: ribbon and status bar, the chart view, the status panes, the feed
+    // connections (launching the service), the ribbon controls. False when the frame base or
+    // the chart view could not be made.
+    bool Create();
+
+    // Kept until the service is ready (OnServiceIp); the frame position applies at once.
+    void SetCommandLine(const COrvaneCommandLineInfo& commandLine);
+    // Moves the frame to the command line's rectangle (when not empty) and shows it maximised or
+    // minimised as asked, otherwise normally.
+    void ShowWithCommandLine();
+
+    // Enter in the symbol box: the text (at most 127 characters) trimmed; nothing when empty;
+    // otherwise upper-cased, stored as "CurrentSymbol", added to the recent symbols and loaded.
+    // Returns true when a symbol was loaded.
+    bool EnterSymbol();
+    // Enter in the search box: runs the modal search dialog; a confirmed symbol is put first
+    // into the symbol box, stored and loaded. Returns true when a symbol was loaded.
+    bool RunSymbolSearch(const std::string& text);
+    // Stores `symbol` as "CurrentSymbol", keeps it first in the recent list and loads it.
+    void LoadSymbol(const std::string& symbol);
+
+    // "-symbol %s -type %s -interval %s" of the current chart.
+    std::string ChartArguments() const;
+    // The chart arguments followed by the frame's state or normal rectangle.
+    std::string WorkspaceArguments() const;
+    // Stores the workspace arguments under `workspaceName`; false when they could not be stored.
+    bool SaveWorkspace(const std::string& workspaceName);
+
+    // IFeedFrame
+    void OnServiceIp() override;
+    void OnSearchLine(const std::string& line) override;
+    void OnHistoryLine(const std::string& line) override;
+    void OnLevel1Line(const std::string& line) override;
+    void OnSymbolNotFound(const std::string& line) override;
+    void OnServiceStatus(const std::string& status) override;
+
+    QComboBox* SymbolCombo() const { return m_symbolCombo; }
+    QComboBox* RequestTypeCombo() const { return m_typeCombo; }
+    QComboBox* IntervalCombo() const { return m_intervalCombo; }
+    QComboBox* ChartStyleCombo() const { return m_styleCombo; }
+    QLineEdit* SearchBox() const { return m_searchBox; }
+    QComboBox* SearchModeCombo() const { return m_searchModeCombo; }
+    CChartFormView* ChartView() const { return m_view; }
+    CFeedConnections* Feed() const { return m_feed.get(); }
+    // Listed-market name for an id ("" when unknown); the table is fetched once, on first use.
+    std::string MarketName(const std::string& id);
+    // The symbol search dialog while it is open.
+    CSymbolSearchDlg* ActiveSearch() const { return m_search; }
+    bool ServiceReady() const { return m_serviceReady; }
+
+signals:
+    // Every Level 1 line ('Q', 'P', 'F') that reached the frame.
+    void Level1LineReceived(const QString& line);
+    // The service reported "S,IP," and the command line has been applied.
+    void ServiceReadyReached();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void MakeRibbon();
+    void FillCombos();
+    void MakeApplicationLinks(QToolButton* button);
+    void LaunchApplication(const QString& executable, const QStringList& arguments);
+    void UpdateStatusPanes();
+    void AddRecentSymbol(const std::string& symbol);
+
+    CChartFormView* m_view = nullptr;
+    std::unique_ptr<CFeedConnections> m_feed;
+    CWorkspaceBus* m_workspaceBus = nullptr;
+    CSymbolSearchDlg* m_search = nullptr;
+    COrvaneCommandLineInfo m_commandLine;
+    std::string m_currentSymbol;
+    bool m_serviceReady = false;
+    bool m_filling = false;
+
+    QComboBox* m_symbolCombo = nullptr;
+    QComboBox* m_typeCombo = nullptr;
+    QComboBox* m_intervalCombo = nullptr;
+    QComboBox* m_styleCombo = nullptr;
+    QLineEdit* m_searchBox = nullptr;
+    QComboBox* m_searchModeCombo = nullptr;
+    QLabel* m_symbolPane = nullptr;
+    QLabel* m_chartTypePane = nullptr;
+    QLabel* m_connectionPane = nullptr;
+};

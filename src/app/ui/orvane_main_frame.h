@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QMainWindow>
+
+#include <memory>
+#include <string>
+
+class CConfigWriterMux;
+class CRibbonBar;
+class IPrompt;
+class QLabel;
+
+// The suite's frame base: the ribbon above, the status bar below (first text "Ready..."), and the
+// settings mirror, which it publishes to the settings table when the frame is created.
+class COrvaneMainFrame : public QMainWindow {
+    Q_OBJECT
+
+public:
+    COrvaneMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer,
+                     QWidget* parent = nullptr);
+    ~COrvaneMainFrame() override;
+
+    // The message text of the status bar; also written to the log.
+    void SetStatusText(const std::string& text);
+    std::string StatusText() const;
+
+    CRibbonBar* Ribbon() const { return m_ribbon; }
+    IPrompt& Prompt() const { return m_prompt; }
+
+protected:
+    // Makes the ribbon and the status bar and publishes the settings mirror.
+    bool CreateFrameBase();
+    // Adds a named pane at the right of the status bar.
+    QLabel* AddStatusPane(const QString& name, int minimumWidth);
+
+private:
+    IPrompt& m_prompt;
+    std::shared_ptr<CConfigWriterMux> m_writer;
+    CRibbonBar* m_ribbon = nullptr;
+    QLabel* m_statusText = nullptr;
+};

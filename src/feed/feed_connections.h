@@ -1,0 +1,108 @@
+#pragma once
+
+// The main frame's feed side: the connection manager launch, the admin, lookup and Level 1
+// connections with their handshake, statistics, line dispatch, watch throttling and symbol
+// search. Plain C++ over the socket and process interfaces of the platform layer.
+
+#include "feed/service_statistics.h"
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct SSearchResult {
+    std::string symbol;
+    std::string description;
+    std::string listedMarketId;
+    std::string securityTypeId;
+};
+
+class CKestrelClientAppSocket;
+class CListedMarkets;
+class CSecurityTypes;
+class IFeedFrame;
+class IFeedPlatform;
+class IPrompt;
+struct SKestrelSocketStats;
+
+class CFeedConnections {
+public:
+    // Connection kinds: the index of each connection.
+    enum EConnectionKind : int { kLevel1 = 0, kMarketDepth = 1, kLookup = 2, kAdmin = 3 };
+    static constexpr int kConnectionKinds = 4;
+
+    static constexpr const char* kAddress = "127.0.0.1";
+    static constexpr const char* kClientName = "Skychart";
+    static constexpr const char* kProductId = "TRELLIS_PLOTS";
+    static constexpr const char* kProductVersion = "1.8.0.0";
+
+    CFeedConnections(IFeedFrame& frame, IPrompt& prompt, IFeedPlatform& platform);
+    virtual ~CFeedConnections();
+    CFeedConnections(const CFeedConnections&) = delete;
+    CFeedConnections& operator=(const CFeedConnections&) = delete;
+
+    // Launches the connection manager, then creates and connects the admin connection.
+    void Start();
+
+    // Makes the connection of `kind` unless one exists; false when it exists or cannot be made.
+    bool CreateConnection(int kind, std::uint32_t retries);
+    // The connection of `kind`, or null.
+    CKestrelClientAppSocket* Connection(int kind) const;
+    // The statistics of the connection of `kind`, or null when there is none.
+    const SKestrelSocketStats* ConnectionStatistics(int kind) const;
+
+    // Watches `symbol` on the Level 1 connection when the service's symbol limit allows it;
+    // returns the count of bytes sent, 0 when the symbol was queued instead.
+    int WatchSymbol(const std::string& symbol);
+    // Sends "r<symbol>" on the Level 1 connection and forgets a queued watch of it.
+    void UnwatchSymbol(const std::string& symbol);
+    const std::deque<std::string>& PendingWatches() const { return m_pendingWatches; }
+    const std::deque<std::string>& WatchesInFlight() const { return m_watchesInFlight; }
+
+    // Sends a symbol search on the lookup connection ("Search Type" 1 searches descriptions).
+    void SearchSymbols(const std::string& text, const std::string& exchangeFilter,
+                       const std::string& typeFilter);
+    const std::vector<SSearchResult>& SearchResults() const { return m_searchResults; }
+
+    // Sends one history command line on the lookup connection; false when there is none.
+    bool SendHistoryCommand(const std::string& line);
+
+    const SServiceStatistics& ServiceStatistics() const { return m_serviceStats; }
+
+    // The reference tables; Load() them before use (they are fetched once).
+    CListedMarkets& ListedMarkets() { return *m_listedMarkets; }
+    CSecurityTypes& SecurityTypes() { return *m_securityTypes; }
+
+    // Line handlers of the dispatch table (public so that the table can be filled and checked).
+    static void OnSystemLine(CFeedConnections& frame, const std::string& line);
+    static void OnTimeLine(CFeedConnections& frame, const std::string& line);
+    static void OnFundamentalLine(CFeedConnections& frame, const std::string& line);
+    static void OnUpdateLine(CFeedConnections& frame, const std::string& line);
+    static void OnLookupLine(CFeedConnections& frame, const std::string& line);
+    static void OnSymbolNotFoundLine(CFeedConnections& frame, const std::string& line);
+    static void OnIgnoredLine(CFeedConnections& frame, const std::string& line);
+
+    // The update-field list the Level 1 connection selects.
+    static const std::string& UpdateFieldList();
+
+private:
+    void OpenLookupAndLevel1();
+    void ConnectTo(int kind, const char* protocol, const char* portName, const char* defaultText,
+                   int defaultPort);
+    void DrainPendingWatches();
+    void CheckServiceIp(const std::string& line);
+
+    IFeedFrame& m_frame;
+    IPrompt& m_prompt;
+    IFeedPlatform& m_platform;
+    std::array<std::unique_ptr<CKestrelClientAppSocket>, kConnectionKinds> m_connections;
+    SServiceStatistics m_serviceStats;
+    std::deque<std::string> m_pendingWatches;
+    std::deque<std::string> m_watchesInFlight;
+    std::vector<SSearchResult> m_searchResults;
+    std::unique_ptr<CListedMarkets> m_listedMarkets;
+    std::unique_ptr<CSecurityTypes> m_securityTypes;
+};

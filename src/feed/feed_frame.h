@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+// What the feed connections need of the main frame. Each line handed over is a copy of one
+// complete received line without its line end.
+class IFeedFrame {
+public:
+    virtual ~IFeedFrame() = default;
+    // A line containing "S,IP," arrived on any connection.
+    virtual void OnServiceIp() = 0;
+    // A symbol search answer line was handled (results changed, or the end marker arrived).
+    virtual void OnSearchLine(const std::string& line) = 0;
+    // Lookup lines beginning with "Loo": history answers.
+    virtual void OnHistoryLine(const std::string& line) = 0;
+    // Level 1 update lines: 'Q', 'P' and 'F' (after the watch bookkeeping of 'F').
+    virtual void OnLevel1Line(const std::string& line) = 0;
+    // 'n' lines: the service does not know a watched symbol.
+    virtual void OnSymbolNotFound(const std::string& line) = 0;
+    // The service's connection status changed ("Connected" / "Not Connected").
+    virtual void OnServiceStatus(const std::string& status) = 0;
+};

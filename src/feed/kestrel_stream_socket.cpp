@@ -1,0 +1,172 @@
+#include "feed/kestrel_stream_socket.h"
+
+#include <cstring>
+#include <exception>
+
+void SKestrelSocketStats::MarkConnected() {
+    connectedAt = std::chrono::system_clock::now();
+    status.value = "Connected";
+}
+
+void SKestrelSocketStats::MarkClosed() {
+    status.value = "Not Connected";
+}
+
+CKestrelStreamSocket::CKestrelStreamSocket(IFeedPlatform& platform)
+    : m_buffer(new char[kReceiveCapacity]), m_stats(std::make_unique<SKestrelSocketStats>()),
+      m_platform(platform.MakeSocket(*this)) {
+    m_buffer[0] = 0;
+}
+
+CKestrelStreamSocket::~CKestrelStreamSocket() {
+    // The platform socket goes first so that no notification reaches a half-destroyed object.
+    m_platform.reset();
+}
+
+bool CKestrelStreamSocket::Create() {
+    return m_platform && m_platform->Create();
+}
+
+bool CKestrelStreamSocket::Connect(const std::string& address, std::uint32_t port) {
+    const bool connected = m_platform->Connect(address, port);
+    if (connected) {
+        m_stats->MarkConnected();
+    }
+    return connected;
+}
+
+int CKestrelStreamSocket::Send(const void* bytes, int length, int flags) {
+    const int sent = m_platform->Send(bytes, length, flags);
+    if (sent < 0) {
+        m_lastError = m_platform->LastError();
+        return sent;
+    }
+    m_lastError = 0;
+    m_stats->bytesSent.value += static_cast<std::uint32_t>(sent);
+    return sent;
+}
+
+int CKestrelStreamSocket::Receive(void* buffer, int length, int flags) {
+    const int received = m_platform->Receive(buffer, length, flags);
+    if (received < 0) {
+        m_lastError = m_platform->LastError();
+        return received;
+    }
+    m_lastError = 0;
+    m_stats->bytesReceived.value += static_cast<std::uint32_t>(received);
+    return received;
+}
+
+void CKestrelStreamSocket::Close() {
+    m_receiveFill = 0;
+    m_lastError = 0;
+    m_stats->MarkClosed();
+    m_platform->Close();
+    OnClose(0);
+}
+
+void CKestrelStreamSocket::OnConnect(int error) {
+    if (m_thread != nullptr) {
+        m_thread->PostThreadMessage(IKestrelSocketThread::kConnectMessage, error, *this);
+    }
+    m_lastError = error;
+    if (error == 0) {
+        m_stats->MarkConnected();
+    }
+}
+
+void CKestrelStreamSocket::OnReceive(int error) {
+    if (error != 0) {
+        m_lastError = error;
+        return;
+    }
+    m_lastReceiveCount =
+        Receive(m_buffer.get() + m_receiveFill, m_receiveCapacity - m_receiveFill - 1, 0);
+    SplitLines(m_lastReceiveCount);
+}
+
+void CKestrelStreamSocket::OnClose(int error) {
+    if (m_thread != nullptr) {
+        m_thread->PostThreadMessage(IKestrelSocketThread::kCloseMessage, error, *this);
+    }
+    if (m_listener != nullptr) {
+        m_listener->OnConnectionClosed(*this, error);
+    }
+    m_stats->MarkClosed();
+    m_lastError = error;
+}
+
+void CKestrelStreamSocket::OnAccept(int error) {
+    if (m_thread != nullptr) {
+        m_thread->PostThreadMessage(IKestrelSocketThread::kAcceptMessage, error, *this);
+    }
+    if (m_listener != nullptr) {
+        const std::intptr_t handle = m_platform->Accept();
+        if (handle >= 0) {
+            m_listener->OnAccepted(handle);
+        }
+    }
+    m_lastError = error;
+}
+
+void CKestrelStreamSocket::OnLine(const char* /*line*/) {}
+
+void CKestrelStreamSocket::DeliverLine(char* line) {
+    ++m_stats->messagesReceived.value;
+    m_stats->lastMessageAt = std::chrono::system_clock::now();
+    if (m_thread != nullptr) {
+        m_thread->OnLine(*this, line);
+    } else if (m_listener != nullptr) {
+        m_listener->OnLine(*this, line, m_buffer.get());
+    } else {
+        OnLine(line);
+    }
+}
+
+void CKestrelStreamSocket::SplitLines(std::int32_t count) {
+    if (count < 1) {
+        return;
+    }
+    // The receive call has counted these bytes already; they are counted again here.
+    m_stats->bytesReceived.value += static_cast<std::uint32_t>(count);
+    char* buffer = m_buffer.get();
+    const std::int32_t total = m_receiveFill + count;
+    buffer[total] = 0;
+    std::int32_t start = 0;
+    std::int32_t p = 0;
+    std::exception_ptr failure;
+    while (p < total) {
+        if (buffer[p] != '\r' && buffer[p] != '\n') {
+            ++p;
+            continue;
+        }
+        while (p < total && (buffer[p] == '\r' || buffer[p] == '\n')) {
+            buffer[p++] = 0;
+        }
+        if (buffer[start] != 0) {
+            // A consumer that throws abandons its own line only: the split goes on so that the
+            // buffer stays consistent, and the first failure is passed on afterwards.
+            try {
+                DeliverLine(buffer + start);
+            } catch (...) {
+                if (!failure) {
+                    failure = std::current_exception();
+                }
+            }
+        }
+        start = p;
+    }
+    if (start >= total) {
+        buffer[0] = 0;
+        m_receiveFill = 0;
+    } else {
+        const std::int32_t tail = total - start;
+        if (start != 0) {
+            std::memmove(buffer, buffer + start, static_cast<std::size_t>(tail));
+        }
+        m_receiveFill = tail;
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}

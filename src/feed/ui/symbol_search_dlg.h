@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QDialog>
+#include <QString>
+
+#include <functional>
+#include <string>
+
+class CFeedConnections;
+class QLabel;
+class QLineEdit;
+class QTableWidget;
+class QTableWidgetItem;
+
+// Modal symbol search: sends the search for the entered text through the frame's lookup
+// connection and lists the answers in a sortable table ("Symbol", "Market", "Description").
+// Enter or a double-click confirms the selected row; the "No Results Found" row cannot be
+// confirmed.
+class CSymbolSearchDlg : public QDialog {
+    Q_OBJECT
+
+public:
+    // `marketName` turns a listed-market id into the market's name.
+    CSymbolSearchDlg(CFeedConnections& feed,
+                     std::function<std::string(const std::string&)> marketName, const QString& text,
+                     QWidget* parent = nullptr);
+
+    // Sends the search for the text in the search field (also done once when the dialog opens).
+    void StartSearch();
+    // The frame calls this for every search answer line; the table shows the results so far.
+    void OnSearchLine();
+
+    // The confirmed symbol (empty until a row was confirmed).
+    const std::string& SelectedSymbol() const { return m_selected; }
+    int RowCount() const;
+    // Text of a cell as shown (after sorting).
+    QString CellText(int row, int column) const;
+    // Confirms `row` as if it had been double-clicked; false for the "No Results Found" row.
+    bool ConfirmRow(int row);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void Refill();
+
+    CFeedConnections& m_feed;
+    std::function<std::string(const std::string&)> m_marketName;
+    QLineEdit* m_text = nullptr;
+    QTableWidget* m_table = nullptr;
+    QLabel* m_state = nullptr;
+    std::string m_selected;
+};

@@ -1,0 +1,293 @@
+#include "platform/config_writer.h"
+
+#include "app/prompt.h"
+#include "platform/registry_paths.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QSettings>
+#include <QStringConverter>
+#include <QVariant>
+
+#include <spdlog/spdlog.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+const char* const kSettingsCaption = "Skychart Settings";
+
+std::string ToStd(const QString& text) {
+    return text.toStdString();
+}
+
+int ErrnoOf(QSettings::Status status) {
+    switch (status) {
+    case QSettings::NoError:
+        return 0;
+    case QSettings::AccessError:
+        return EACCES;
+    case QSettings::FormatError:
+        return EILSEQ;
+    }
+    return EIO;
+}
+
+// The problem of one line of an INI file, or empty when the line is one QSettings reads as meant.
+std::string LineProblem(const QByteArray& raw) {
+    const QByteArray line = raw.trimmed();
+    if (line.isEmpty() || line.startsWith(';') || line.startsWith('#')) {
+        return {};
+    }
+    if (line.startsWith('[')) {
+        return line.endsWith(']') ? std::string() : "a group line without its closing ']'";
+    }
+    const qsizetype equals = line.indexOf('=');
+    if (equals < 0) {
+        return "a line that is neither a group, a key=value pair nor a comment";
+    }
+    if (line.left(equals).trimmed().isEmpty()) {
+        return "a value without a key";
+    }
+    return {};
+}
+
+bool EndsInContinuation(const QByteArray& line) {
+    qsizetype backslashes = 0;
+    for (qsizetype at = line.size() - 1; at >= 0 && line[at] == '\\'; --at) {
+        ++backslashes;
+    }
+    return backslashes % 2 == 1;
+}
+
+std::string ContentProblem(const QByteArray& content) {
+    for (const char c : content) {
+        const auto byte = static_cast<unsigned char>(c);
+        if ((byte < 0x20 && c != '\t' && c != '\r' && c != '\n') || byte == 0x7f) {
+            return "it holds binary data";
+        }
+    }
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString decoded = decoder.decode(content); // the decoding itself finds bad sequences
+    if (decoder.hasError()) {
+        return "it is not UTF-8 text";
+    }
+    QByteArray body = content;
+    if (body.startsWith("\xEF\xBB\xBF")) {
+        body.remove(0, 3);
+    }
+    int number = 0;
+    bool continued = false;
+    for (QByteArray line : body.split('\n')) {
+        ++number;
+        if (line.endsWith('\r')) {
+            line.chop(1);
+        }
+        if (continued) {
+            continued = EndsInContinuation(line);
+            continue;
+        }
+        const std::string problem = LineProblem(line);
+        if (!problem.empty()) {
+            return "line " + std::to_string(number) + " is " + problem;
+        }
+        continued = line.contains('=') && EndsInContinuation(line);
+    }
+    return {};
+}
+
+// Moves `file` to "<file>.unreadable-YYYYMMDD-HHMMSS" (with "-2", "-3", ... when that name is
+// taken); an existing file is never replaced. The new path, or empty with `error` set.
+QString SetAside(const QString& file, int& error) {
+    const QByteArray from = QFile::encodeName(file);
+    const QString base =
+        file + ".unreadable-" + QDateTime::currentDateTime().toString("yyyyMMdd-HHmmss");
+    for (int attempt = 1; attempt <= 100; ++attempt) {
+        const QString target = attempt == 1 ? base : base + "-" + QString::number(attempt);
+        const QByteArray to = QFile::encodeName(target);
+        if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) ==
+            0) {
+            return target;
+        }
+        error = errno;
+        if (error == EEXIST) {
+            continue;
+        }
+        if (error != EINVAL && error != ENOSYS) {
+            return {};
+        }
+        // A file system without the no-replace rename: check, then rename.
+        struct stat existing {};
+        if (::lstat(to.constData(), &existing) == 0) {
+            continue;
+        }
+        if (::rename(from.constData(), to.constData()) == 0) {
+            return target;
+        }
+        error = errno;
+        return {};
+    }
+    error = EEXIST;
+    return {};
+}
+
+// QSettings reads a file that starts with a UTF-8 byte order mark but reports a format error when
+// it writes to it (dropping the mark). The mark is taken off first, the rest left byte for byte.
+bool DropByteOrderMark(const QString& file) {
+    QFile reading(file);
+    if (!reading.open(QIODevice::ReadOnly)) {
+        return true; // a missing file is made by QSettings
+    }
+    if (reading.peek(3) != "\xEF\xBB\xBF") {
+        return true;
+    }
+    const QByteArray content = reading.readAll().mid(3);
+    reading.close();
+    QSaveFile writing(file);
+    return writing.open(QIODevice::WriteOnly) && writing.write(content) == content.size() &&
+           writing.commit();
+}
+
+} // namespace
+
+CConfigWriter::CConfigWriter()
+    : CConfigWriter(CRegistryPaths::ApplicationFile(QStringLiteral("Skychart"))) {}
+
+CConfigWriter::CConfigWriter(QString file, QString section)
+    : m_file(std::move(file)), m_section(std::move(section)) {}
+
+std::string CConfigWriter::Read(const std::string& key, const std::string& defaultText) {
+    QSettings settings(m_file, QSettings::IniFormat);
+    settings.beginGroup(m_section);
+    const QVariant value = settings.value(QString::fromStdString(key));
+    settings.endGroup();
+    if (!value.isValid()) {
+        return defaultText;
+    }
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return ToStd(value.toString());
+    case QMetaType::QStringList:
+        // An unquoted text with commas, as a person may type it into the file.
+        return ToStd(value.toStringList().join(','));
+    case QMetaType::QByteArray:
+        return value.toByteArray().toStdString();
+    default:
+        spdlog::warn("Setting \"{}\" in {} is not a text; the default \"{}\" is used", key,
+                     ToStd(m_file), defaultText);
+        return defaultText;
+    }
+}
+
+bool CConfigWriter::Write(const std::string& key, const std::string& value) {
+    if (m_refuseError != 0) {
+        m_lastError = m_refuseError;
+        return false;
+    }
+    // A file that has become unreadable since start-up is left as it is rather than rewritten
+    // from what QSettings could make of it.
+    const std::string problem = SettingsFileProblem(m_file);
+    if (!problem.empty()) {
+        spdlog::error("Setting \"{}\" not written: {} cannot be read ({})", key, ToStd(m_file),
+                      problem);
+        m_lastError = EILSEQ;
+        return false;
+    }
+    if (!DropByteOrderMark(m_file)) {
+        m_lastError = EACCES;
+        return false;
+    }
+    QSettings settings(m_file, QSettings::IniFormat);
+    if (!settings.isWritable()) {
+        m_lastError = EACCES;
+        return false;
+    }
+    if (settings.status() == QSettings::FormatError) {
+        spdlog::error("Setting \"{}\" not written: QSettings cannot parse {}", key, ToStd(m_file));
+        m_lastError = EILSEQ;
+        return false;
+    }
+    settings.beginGroup(m_section);
+    settings.setValue(QString::fromStdString(key), QString::fromStdString(value));
+    settings.endGroup();
+    settings.sync();
+    m_lastError = ErrnoOf(settings.status());
+    return m_lastError == 0;
+}
+
+std::string SettingsFileProblem(const QString& file) {
+    const QFileInfo info(file);
+    if (!info.exists() && !info.isSymLink()) {
+        return {};
+    }
+    if (!info.isFile()) {
+        return "it is not a regular file";
+    }
+    QFile reading(file);
+    if (!reading.open(QIODevice::ReadOnly)) {
+        return "it cannot be opened: " + ToStd(reading.errorString());
+    }
+    const QByteArray content = reading.readAll();
+    if (reading.error() != QFileDevice::NoError) {
+        return "it cannot be read: " + ToStd(reading.errorString());
+    }
+    reading.close();
+    std::string problem = ContentProblem(content);
+    if (!problem.empty()) {
+        return problem;
+    }
+    QSettings settings(file, QSettings::IniFormat);
+    if (settings.status() == QSettings::FormatError) {
+        return "QSettings reports a format error";
+    }
+    return {};
+}
+
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt) {
+    return LoadApplicationSettings(prompt, CRegistryPaths::ApplicationFile("Skychart"));
+}
+
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file) {
+    CSettings& settings = CSettings::Instance();
+    settings.RegisterAll(AllSettingKeys());
+
+    SSettingsLoad load;
+    load.writer = std::make_shared<CConfigWriter>(file);
+    const std::string problem = SettingsFileProblem(file);
+    if (problem.empty()) {
+        settings.LoadFrom(*load.writer);
+        spdlog::info("Settings read from {}", ToStd(file));
+        return load;
+    }
+
+    load.usedDefaults = true;
+    int error = 0;
+    load.setAside = SetAside(file, error);
+    if (!load.setAside.isEmpty()) {
+        spdlog::error("Settings file {} cannot be read ({}); moved to {}, defaults used",
+                      ToStd(file), problem, ToStd(load.setAside));
+        prompt.Error(kSettingsCaption, "The settings file\n" + ToStd(file) +
+                                           "\ncould not be read (" + problem +
+                                           ").\n\nIt has been kept as\n" + ToStd(load.setAside) +
+                                           "\nand Skychart starts with its default settings.");
+        return load;
+    }
+
+    // The damaged file stays where it is and must not be overwritten: no writes this session.
+    load.writer->RefuseWrites(error);
+    spdlog::error("Settings file {} cannot be read ({}) nor moved aside ({}); defaults used, "
+                  "changes are not saved",
+                  ToStd(file), problem, std::strerror(error));
+    prompt.Error(kSettingsCaption,
+                 "The settings file\n" + ToStd(file) + "\ncould not be read (" + problem +
+                     ") and could not be moved aside (" + std::strerror(error) +
+                     ").\n\nSkychart starts with its default settings and does not save "
+                     "changes until the file is repaired or removed.");
+    return load;
+}

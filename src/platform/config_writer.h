@@ -1,0 +1,57 @@
+#pragma once
+
+#include "app/settings.h"
+
+#include <QString>
+
+#include <memory>
+#include <string>
+
+class IPrompt;
+
+// The registry mirror of the settings table: the group "ApplicationSettings" of the INI file
+// CRegistryPaths::ApplicationFile("Skychart"). Every read and write opens the file afresh, and
+// every write is synced at once. Texts go in and come out unchanged, commas included.
+class CConfigWriter : public CConfigWriterMux {
+public:
+    CConfigWriter();
+    // A mirror of another file (tests, and sibling applications).
+    explicit CConfigWriter(QString file, QString section = QStringLiteral("ApplicationSettings"));
+
+    std::string Read(const std::string& key, const std::string& defaultText) override;
+    bool Write(const std::string& key, const std::string& value) override;
+    int LastError() const override { return m_lastError; }
+
+    // A mirror that reads defaults and refuses every write (errno-style code `error`): used when a
+    // damaged file could not be set aside, so that it is never overwritten.
+    void RefuseWrites(int error) { m_refuseError = error; }
+
+    const QString& File() const { return m_file; }
+
+private:
+    QString m_file;
+    QString m_section;
+    int m_lastError = 0;
+    int m_refuseError = 0;
+};
+
+// What start-up found in the settings file.
+struct SSettingsLoad {
+    std::shared_ptr<CConfigWriter> writer; // the mirror to publish once the main frame exists
+    QString setAside;          // where an unreadable file was moved; empty when it was not
+    bool usedDefaults = false; // the file was unreadable: every key has its default
+};
+
+// Registers AllSettingKeys() in the settings table and reads every persisted key through the
+// mirror, with its default. An unreadable settings file (see SettingsFileProblem) is renamed beside
+// itself to "<file>.unreadable-YYYYMMDD-HHMMSS" (never over an existing file), the user is told
+// once through `prompt`, and the defaults are used. The table is never written back here.
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt);
+// The same for another settings file (tests).
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file);
+
+// Why the INI file at `file` cannot be used, or empty when it can (a missing file can). A file is
+// unusable when it cannot be read, holds NUL or other control bytes or text that is not UTF-8,
+// holds a line that is neither blank, a comment (';' or '#'), a "[group]" nor a "key=value"
+// line, or when QSettings reports a format error.
+std::string SettingsFileProblem(const QString& file);

@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# End to end: the real Skychart under Xvfb launches the real portico from beside itself; a
+# lower-case symbol typed into the symbol box is stored upper case and watched by the service.
+# Usage: skychart_e2e.sh SKYCHART_EXECUTABLE OUTPUT_FOLDER
+# Exits 77 (skipped) when the X tools are missing.
+set -uo pipefail
+
+skychart=$1
+output=$2
+
+if [[ "${SKYCHART_E2E_INSIDE:-}" != 1 ]]; then
+    for tool in xvfb-run Xvfb xdotool import python3; do
+        if ! command -v "$tool" >/dev/null 2>&1; then
+            echo "SKIP: $tool is not installed"
+            exit 77
+        fi
+    done
+    SKYCHART_E2E_INSIDE=1 exec xvfb-run -a -s "-screen 0 1600x1000x24" "$0" "$@"
+fi
+
+source "$(dirname "$(readlink -f "$0")")/e2e_lib.sh"
+
+home=$(mktemp -d /tmp/skychart-e2e-XXXXXX)
+skychart_pid=
+log=
+cleanup() {
+    if [[ -n "$skychart_pid" ]] && kill -0 "$skychart_pid" 2>/dev/null; then
+        kill "$skychart_pid" 2>/dev/null
+        wait "$skychart_pid" 2>/dev/null
+    fi
+    stop_portico
+    rm -rf "$home"
+}
+fail() {
+    echo "FAIL: $*"
+    [[ -n "$log" && -f "$log" ]] && { echo "--- Skychart log"; cat "$log"; }
+    cleanup
+    exit 1
+}
+
+make_home
+mkdir -p "$output" "$home/config/Orvane/Kestrel/DisplayApps"
+# A symbol from the last session: the box shows it, and typing replaces it.
+printf '[ApplicationSettings]\nCurrentSymbol=KRNO\nSymbols=KRNO\n' \
+    >"$home/config/Orvane/Kestrel/DisplayApps/Skychart.conf"
+"$skychart" >"$output/skychart.out" 2>&1 &
+skychart_pid=$!
+log=$(log_of "$skychart_pid")
+
+wait_for 60 test -f "$log" || fail "no log file"
+wait_for 60 grep -qs "StatusBar: Connected to Kestrel\.\.\." "$log" || fail "never connected"
+[[ -n "$(portico_pids)" ]] || fail "Skychart did not start portico"
+
+window=$(xdotool search --sync --onlyvisible --name '^Skychart' | head -n 1)
+[[ -n "$window" ]] || fail "no Skychart window"
+xdotool windowfocus --sync "$window" 2>/dev/null || true
+# Once connected, the keyboard focus sits in the symbol box.
+xdotool type --delay 60 "luma"
+sleep 0.5
+xdotool key Return
+
+conf=$home/config/Orvane/Kestrel/DisplayApps/Skychart.conf
+stored() { grep -qx "CurrentSymbol=LUMA" "$conf" 2>/dev/null; }
+wait_for 20 stored || fail "CurrentSymbol=LUMA not in $conf: $(cat "$conf" 2>/dev/null)"
+wait_for 20 grep -qs "Watch LUMA sent" "$log" || fail "no watch in the log"
+watched() { [[ "$(service_watch_count)" == 1 ]]; }
+wait_for 30 watched || fail "the service does not watch LUMA"
+sleep 1
+import -window root "$output/skychart_e2e.png" || fail "no screenshot"
+
+# Close Skychart (Ctrl+Q), then make sure portico goes too.
+xdotool key ctrl+q
+skychart_gone() { ! kill -0 "$skychart_pid" 2>/dev/null || [[ "$(ps -o stat= -p "$skychart_pid")" == Z* ]]; }
+wait_for 20 skychart_gone || fail "Skychart did not close"
+wait "$skychart_pid"
+status=$?
+skychart_pid=
+[[ $status == 0 ]] || fail "Skychart exited with status $status"
+stop_portico || fail "portico still running"
+
+echo "PASS: LUMA stored and watched; screenshot $output/skychart_e2e.png"
+cleanup
+exit 0

@@ -1,0 +1,334 @@
+// The feed connections on the Qt event loop against the real portico: the launch, handshake,
+// statistics-driven opening, retries, watch throttling, symbol search and reference tables.
+
+#include "app/settings.h"
+#include "feed/feed_connections.h"
+#include "feed/kestrel_client_app_socket.h"
+#include "feed/lookup_system_info.h"
+#include "line_client.h"
+#include "platform/process_launcher.h"
+#include "platform/qt_feed.h"
+#include "portico_process.h"
+#include "recording_frame.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <netinet/in.h>
+#include <optional>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace skychart::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+using Symbols = std::deque<std::string>;
+
+// Runs the event loop until `done` holds; false when it does not within the bound.
+bool RunUntil(const std::function<bool()>& done, std::chrono::seconds bound = 30s) {
+    const auto deadline = std::chrono::steady_clock::now() + bound;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+// A port that is taken but refuses connections: bound, never listening.
+class RefusingPort {
+public:
+    RefusingPort() {
+        m_fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof(address);
+        if (::bind(m_fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+            ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+            m_port = ntohs(address.sin_port);
+        }
+    }
+    ~RefusingPort() { ::close(m_fd); }
+    int port() const { return m_port; }
+
+private:
+    int m_fd = -1;
+    int m_port = 0;
+};
+
+// The Qt platform, remembering the connection managers it started.
+class TrackingPlatform : public CQtFeedPlatform {
+public:
+    bool LaunchConnectionManager(const std::string& parameters, int& errorCode) override {
+        long long pid = 0;
+        const bool started = CProcessLauncher::LaunchConnectionManager(parameters, errorCode, &pid);
+        if (started) {
+            launched.push_back(static_cast<pid_t>(pid));
+        }
+        return started;
+    }
+    std::vector<pid_t> launched;
+};
+
+bool Running(pid_t pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string pidText, name, state;
+    return stat >> pidText >> name >> state && state != "Z";
+}
+
+class FeedPorticoTest : public ::testing::Test {
+protected:
+    void SetUp() override { CSettings::Instance().Reset(); }
+    void TearDown() override {
+        feed.reset();
+        // A started manager finds the test's service on its admin port and leaves at once;
+        // the service stays until it has, so that no manager outlives the test.
+        for (const pid_t pid : platform.launched) {
+            RunUntil([pid] { return !Running(pid); }, 10s);
+            if (Running(pid)) {
+                ::kill(pid, SIGTERM);
+            }
+        }
+        CSettings::Instance().Reset();
+    }
+
+    // Starts portico with `arguments` and points this process's Startup.conf at its ports.
+    void StartService(std::vector<std::string> arguments = {}) {
+        arguments.insert(arguments.end(), {"--connect-delay", "0", "--linger", "0"});
+        ASSERT_TRUE(portico.start(arguments)) << portico.errorOutput();
+        UseConfig(portico.configHome(), portico.adminPort(), portico.lookupPort(),
+                  portico.level1Port());
+    }
+    // Makes `home` this process's configuration folder, with the three ports in Startup.conf.
+    static void UseConfig(const std::string& home, int admin, int lookup, int level1) {
+        ::setenv("XDG_CONFIG_HOME", home.c_str(), 1);
+        const std::filesystem::path folder = std::filesystem::path(home) / "Orvane" / "Kestrel";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "Startup.conf")
+            << "[General]\nAdminPort=" << admin << "\nLookupPort=" << lookup
+            << "\nLevel1Port=" << level1 << "\n";
+    }
+    // Starts the feed and waits until the Level 1 handshake has been answered.
+    void StartFeed(bool throughFactory = false) {
+        feed = throughFactory ? MakeQtFeedConnections(frame, prompt)
+                              : std::make_unique<CFeedConnections>(frame, prompt, platform);
+        feed->Start();
+        ASSERT_TRUE(RunUntil([this] {
+            const SKestrelSocketStats* level1 =
+                feed->ConnectionStatistics(CFeedConnections::kLevel1);
+            return level1 != nullptr && level1->IsConnected() && frame.serviceIp > 0;
+        })) << "the Level 1 connection never came up";
+    }
+    const SKestrelSocketStats& Stats(int kind) const { return *feed->ConnectionStatistics(kind); }
+
+    PorticoProcess portico{PORTICO_EXECUTABLE};
+    TrackingPlatform platform;
+    std::optional<TempDir> m_home;
+    std::optional<RefusingPort> m_refusing;
+    RecordingFrame frame;
+    RecordingPrompt prompt;
+    std::unique_ptr<CFeedConnections> feed;
+};
+
+TEST_F(FeedPorticoTest, TheServiceStatusOpensLookupAndLevel1OnceAfterTheAdminHandshake) {
+    StartService();
+    StartFeed(true);
+    EXPECT_TRUE(prompt.boxes.empty()) << prompt.boxes.front().text;
+    EXPECT_TRUE(Stats(CFeedConnections::kAdmin).IsConnected());
+    EXPECT_TRUE(Stats(CFeedConnections::kLookup).IsConnected());
+    EXPECT_EQ(Stats(CFeedConnections::kAdmin).messagesSent.value, 2u);
+    EXPECT_EQ(Stats(CFeedConnections::kLookup).messagesSent.value, 2u);
+    EXPECT_EQ(Stats(CFeedConnections::kLevel1).messagesSent.value, 3u);
+    EXPECT_EQ(feed->ServiceStatistics().SymbolLimit(), 500u);
+
+    // Further statistics lines report the same three clients of this feed and open nothing.
+    CKestrelClientAppSocket* lookup = feed->Connection(CFeedConnections::kLookup);
+    const std::uint32_t seen = Stats(CFeedConnections::kAdmin).messagesReceived.value;
+    ASSERT_TRUE(RunUntil([&] {
+        return Stats(CFeedConnections::kAdmin).messagesReceived.value >= seen + 3 &&
+               feed->ServiceStatistics().counts[3] == 3;
+    })) << "clients: "
+        << feed->ServiceStatistics().counts[3];
+    EXPECT_EQ(feed->Connection(CFeedConnections::kLookup), lookup);
+    EXPECT_EQ(frame.statuses, (Lines{"Connected"}));
+    // Every byte received was counted twice.
+    const SKestrelSocketStats& admin = Stats(CFeedConnections::kAdmin);
+    EXPECT_EQ(admin.bytesReceived.value % 2, 0u);
+    EXPECT_GT(admin.bytesReceived.value, 0u);
+}
+
+// Records the 'S' lines of one connection.
+Lines g_systemLines;
+void RecordSystemLine(CFeedConnections& /*frame*/, const std::string& line) {
+    g_systemLines.push_back(line);
+}
+
+TEST_F(FeedPorticoTest, TheServiceAcceptsTheHandshakeOfTheLevel1Connection) {
+    StartService();
+    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
+    CKestrelClientAppSocket socket(platform, *feed, prompt, 3);
+    socket.SetHandler('S', &RecordSystemLine);
+    socket.SetProtocolVersion("6.1");
+    socket.SetClientName("Skychart");
+    socket.SetUpdateFields(CFeedConnections::UpdateFieldList());
+    g_systemLines.clear();
+    ASSERT_TRUE(socket.Create());
+    socket.Connect("127.0.0.1", static_cast<std::uint32_t>(portico.level1Port()));
+    ASSERT_TRUE(RunUntil([] { return g_systemLines.size() >= 3; }));
+    EXPECT_TRUE(g_systemLines[0].starts_with("S,IP,")) << g_systemLines[0];
+    EXPECT_EQ(g_systemLines[1], "S,CURRENT PROTOCOL,6.1");
+    EXPECT_EQ(g_systemLines[2], "S,CURRENT UPDATE FIELDS," + CFeedConnections::UpdateFieldList());
+    feed.reset();
+}
+
+TEST_F(FeedPorticoTest, AnAdminPortThatRefusesEndsInTheFailureBoxAfterTenRetries) {
+    // Kept until the started manager has gone, so that it cannot take the port itself.
+    const RefusingPort& refusing = m_refusing.emplace();
+    ASSERT_NE(refusing.port(), 0);
+    UseConfig(m_home.emplace().path(), refusing.port(), refusing.port(), refusing.port());
+    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
+    feed->Start();
+    ASSERT_TRUE(RunUntil([this] { return !prompt.boxes.empty(); }));
+    ASSERT_EQ(prompt.boxes.size(), 1u);
+    EXPECT_EQ(prompt.boxes[0].text, "Skychart is unable to connect to Kestrel.\nPlease restart the "
+                                    "application.\nIf the error persists, please contact customer "
+                                    "service.\nError Code: 111");
+    EXPECT_EQ(feed->Connection(CFeedConnections::kAdmin)->ConnectRetriesLeft(), 0u);
+    EXPECT_FALSE(Stats(CFeedConnections::kAdmin).IsConnected());
+    EXPECT_EQ(feed->Connection(CFeedConnections::kLookup), nullptr);
+    // The tables cannot be fetched either, and stay unloaded.
+    EXPECT_FALSE(feed->ListedMarkets().Load());
+    EXPECT_FALSE(feed->ListedMarkets().IsLoaded());
+}
+
+TEST_F(FeedPorticoTest, WatchesBeyondTheSymbolLimitWaitAndFollowTheService) {
+    StartService({"--symbol-limit", "1"});
+    StartFeed();
+    ASSERT_EQ(feed->ServiceStatistics().SymbolLimit(), 1u);
+    // Another client takes the only place; this feed's statistics do not know it yet.
+    LineClient other;
+    ASSERT_TRUE(other.connect(portico.level1Port()));
+    ASSERT_TRUE(other.send("wBRYN\n"));
+    ASSERT_TRUE(other.readLineStartingWith("F,BRYN,"));
+
+    EXPECT_EQ(feed->WatchSymbol("AURX"), 6);
+    EXPECT_EQ(feed->WatchesInFlight(), (Symbols{"AURX"}));
+    EXPECT_EQ(feed->WatchSymbol("VTRC"), 0);
+    EXPECT_EQ(feed->PendingWatches(), (Symbols{"VTRC"}));
+    // The service refuses AURX: it goes back to the queue (a time line may have tried VTRC
+    // meanwhile, with the same outcome).
+    ASSERT_TRUE(RunUntil(
+        [this] { return feed->WatchesInFlight().empty() && feed->PendingWatches().size() == 2; }));
+    const Symbols queued = feed->PendingWatches();
+    EXPECT_TRUE((queued == Symbols{"VTRC", "AURX"} || queued == Symbols{"AURX", "VTRC"}));
+    EXPECT_FALSE(frame.Saw("F,AURX,"));
+    EXPECT_FALSE(frame.Saw("F,VTRC,"));
+
+    // Once the other client lets go, the time lines send the first queued watch only.
+    ASSERT_TRUE(other.send("rBRYN\n"));
+    ASSERT_TRUE(RunUntil([&] {
+        return frame.Saw("F," + queued[0] + ",") && feed->WatchesInFlight().empty() &&
+               feed->PendingWatches() == Symbols{queued[1]} &&
+               feed->ServiceStatistics().WatchedSymbols() == 1;
+    }));
+    EXPECT_FALSE(frame.Saw("F," + queued[1] + ","));
+    feed->UnwatchSymbol(queued[0]);
+    ASSERT_TRUE(RunUntil([&] { return frame.Saw("F," + queued[1] + ","); }));
+    EXPECT_TRUE(feed->PendingWatches().empty());
+}
+
+TEST_F(FeedPorticoTest, SymbolSearchFillsTheResults) {
+    StartService();
+    StartFeed();
+    const auto searchEnds = [this] {
+        return !frame.searchLines.empty() && frame.searchLines.back() == "LSearch,!ENDMSG!,";
+    };
+    feed->SearchSymbols("lum", "", "");
+    ASSERT_TRUE(RunUntil(searchEnds));
+    ASSERT_EQ(feed->SearchResults().size(), 1u);
+    EXPECT_EQ(feed->SearchResults()[0].symbol, "LUMA");
+    EXPECT_EQ(feed->SearchResults()[0].description, "Lumarel Photonics Corp");
+    EXPECT_EQ(feed->SearchResults()[0].listedMarketId, "1");
+
+    frame.searchLines.clear();
+    feed->SearchSymbols("IBM", "", "");
+    ASSERT_TRUE(RunUntil(searchEnds));
+    ASSERT_EQ(feed->SearchResults().size(), 1u);
+    EXPECT_EQ(feed->SearchResults()[0].symbol, "No Results Found");
+
+    CSettings::Instance().Register("Search Type", "1", false);
+    frame.searchLines.clear();
+    feed->SearchSymbols("mills", "", "");
+    ASSERT_TRUE(RunUntil(searchEnds));
+    ASSERT_EQ(feed->SearchResults().size(), 2u);
+    EXPECT_EQ(feed->SearchResults()[0].symbol, "IVRY");
+    EXPECT_EQ(feed->SearchResults()[1].symbol, "TMBR");
+
+    CSettings::Instance().SetInt("Search Type", 0);
+    frame.searchLines.clear();
+    feed->SearchSymbols("", "5", "2");
+    ASSERT_TRUE(RunUntil(searchEnds));
+    EXPECT_EQ(feed->SearchResults().size(), 4u);
+    for (const SSearchResult& result : feed->SearchResults()) {
+        EXPECT_EQ(result.listedMarketId, "5") << result.symbol;
+    }
+}
+
+TEST_F(FeedPorticoTest, ReferenceTablesLoadFromTheLookupPort) {
+    StartService();
+    StartFeed();
+    CListedMarkets& markets = feed->ListedMarkets();
+    ASSERT_TRUE(markets.Load());
+    EXPECT_EQ(markets.ShortName(1), "NRTH");
+    EXPECT_EQ(markets.Name(1), "Northgate Stock Exchange");
+    int marketCount = 0;
+    for (int id = 0; id < CLookupSystemInfo::kEntries; ++id) {
+        marketCount += markets.ShortName(id).empty() ? 0 : 1;
+    }
+    EXPECT_EQ(marketCount, 5);
+    CSecurityTypes& types = feed->SecurityTypes();
+    ASSERT_TRUE(types.Load());
+    EXPECT_EQ(types.ShortName(2), "FUTURE");
+    EXPECT_EQ(types.Name(2), "Future");
+}
+
+TEST_F(FeedPorticoTest, AHandlerFailureAbandonsOnlyItsLine) {
+    StartService();
+    StartFeed();
+    frame.throwOnLevel1 = true;
+    EXPECT_GT(feed->WatchSymbol("AURX"), 0);
+    // The fundamental line fails in the frame after the watch bookkeeping; later lines still come.
+    ASSERT_TRUE(RunUntil([this] { return frame.Saw("P,AURX,") && frame.level1Lines.size() >= 3; }));
+    EXPECT_TRUE(frame.Saw("F,AURX,"));
+    EXPECT_TRUE(feed->WatchesInFlight().empty());
+}
+
+TEST_F(FeedPorticoTest, ALineOverTheLimitStallsOnlyItsOwnConnection) {
+    StartService({"--fault-long-line"});
+    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
+    feed->Start();
+    ASSERT_TRUE(RunUntil([this] {
+        const CKestrelClientAppSocket* level1 = feed->Connection(CFeedConnections::kLevel1);
+        return level1 != nullptr &&
+               level1->ReceiveFill() == CKestrelStreamSocket::kReceiveCapacity - 1;
+    }));
+    const std::uint32_t seen = Stats(CFeedConnections::kAdmin).messagesReceived.value;
+    ASSERT_TRUE(RunUntil(
+        [&] { return Stats(CFeedConnections::kAdmin).messagesReceived.value >= seen + 2; }));
+    EXPECT_EQ(feed->Connection(CFeedConnections::kLevel1)->LastReceiveCount(), 0);
+}
+
+} // namespace
+} // namespace skychart::test

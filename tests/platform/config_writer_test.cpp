@@ -1,0 +1,177 @@
+#include "app/prompt.h"
+#include "app/settings.h"
+#include "platform/config_writer.h"
+#include "platform/registry_paths.h"
+
+#include "temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace fs = std::filesystem;
+using skychart::test::TempDir;
+using namespace std::string_literals;
+
+namespace {
+
+struct RecordingPrompt : IPrompt {
+    std::vector<std::string> errors;
+    void Information(const std::string&, const std::string& text) override {
+        errors.push_back(text);
+    }
+    void Error(const std::string&, const std::string& text) override { errors.push_back(text); }
+    bool Question(const std::string&, const std::string&) override { return false; }
+};
+
+std::string Contents(const fs::path& file) {
+    std::ostringstream out;
+    out << std::ifstream(file, std::ios::binary).rdbuf();
+    return out.str();
+}
+
+// The real settings file in a fresh XDG_CONFIG_HOME per test.
+class SettingsFile : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1);
+        file = CRegistryPaths::ApplicationFile("Skychart").toStdString();
+    }
+    void TearDown() override { settings.Reset(); }
+
+    // A start of the application: a fresh table loaded from the file, the mirror published.
+    SSettingsLoad Start() {
+        settings.Reset();
+        SSettingsLoad load = LoadApplicationSettings(prompt);
+        settings.PublishWriter(load.writer);
+        return load;
+    }
+    void WriteFile(const std::string& bytes) {
+        home.writeFile(file.lexically_relative(home.path()).string(), bytes);
+    }
+    std::vector<std::string> SetAsideContents() const {
+        std::vector<std::string> kept;
+        for (const auto& entry : fs::directory_iterator(file.parent_path())) {
+            const std::string name = entry.path().filename().string();
+            EXPECT_TRUE(name == "Skychart.conf" ||
+                        std::regex_match(
+                            name, std::regex(R"(Skychart\.conf\.unreadable-\d{8}-\d{6}(-\d+)?)")))
+                << name;
+            if (name != "Skychart.conf") {
+                kept.push_back(Contents(entry.path()));
+            }
+        }
+        std::sort(kept.begin(), kept.end());
+        return kept;
+    }
+
+    TempDir home;
+    fs::path file;
+    RecordingPrompt prompt;
+    CSettings& settings = CSettings::Instance();
+};
+
+TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
+    settings.Reset();
+    const SSettingsLoad load = LoadApplicationSettings(prompt);
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "IBM"));
+    EXPECT_EQ(settings.GetText("CurrentSymbol"), "IBM");
+    EXPECT_FALSE(fs::exists(file)) << "written before the mirror was published";
+
+    settings.PublishWriter(load.writer);
+    settings.Register("Scratch", "", false);
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "MSFT"));
+    ASSERT_TRUE(settings.SetInt("RequestDataType", 2));
+    ASSERT_TRUE(settings.SetText("Scratch", "not kept"));
+    EXPECT_EQ(Contents(file), "[ApplicationSettings]\nCurrentSymbol=MSFT\nRequestDataType=2\n");
+
+    Start();
+    EXPECT_EQ(settings.GetText("CurrentSymbol"), "MSFT");
+    EXPECT_EQ(settings.GetInt("RequestDataType"), 2);
+    EXPECT_EQ(settings.GetInt("Candle Price Chart Style"), 1);
+    EXPECT_TRUE(prompt.errors.empty());
+}
+
+TEST_F(SettingsFile, ListsAndOtherTextsRoundTripExactly) {
+    Start();
+    ASSERT_TRUE(settings.SaveList("RequestRecentType", {"2", "3", "6", "8", "9"}, &prompt));
+    EXPECT_NE(Contents(file).find("\nRequestRecentType=\"2,3,6,8,9\"\n"), std::string::npos);
+    for (const std::string text :
+         {"", "a,,b", "a,b,", ",", " lead", "trail ", "@Variant(1)", "back\\slash", "q\"uote",
+          "x;y", "#x", "=", "\xC3\xA9t\xC3\xA9", "two\nlines"}) {
+        ASSERT_TRUE(settings.SetText("Symbols", text));
+        EXPECT_EQ(CConfigWriter().Read("Symbols", "default"), text);
+    }
+    ASSERT_TRUE(settings.SetText("Symbols", "IBM,,MSFT,"));
+    Start();
+    EXPECT_EQ(settings.GetText("Symbols"), "IBM,,MSFT,");
+    EXPECT_EQ(settings.GetText("RequestRecentType"), "2,3,6,8,9");
+}
+
+TEST_F(SettingsFile, HandEditedFileIsReadAndKeepsWhatItDoesNotKnow) {
+    WriteFile("\xEF\xBB\xBF; by hand\n[ApplicationSettings]\r\nSymbols = IBM, MSFT\n"
+              "RequestDays=@Size(1 2)\nCandle%20Price%20Chart%20Style=0\nFuture Key=5\n\n"
+              "[Other]\nx=1\n");
+    Start();
+    EXPECT_EQ(settings.GetText("Symbols"), "IBM,MSFT");
+    EXPECT_EQ(settings.GetText("RequestDays"), "1,0,1,0,0"); // not a text: the default
+    EXPECT_EQ(settings.GetInt("Candle Price Chart Style"), 0);
+
+    ASSERT_TRUE(settings.SaveList("Symbols", {"QQQ", "IBM"}, &prompt));
+    EXPECT_EQ(CConfigWriter().Read("Symbols", ""), "QQQ,IBM");
+    EXPECT_EQ(CConfigWriter().Read("Future Key", ""), "5");
+    EXPECT_EQ(CConfigWriter(QString::fromStdString(file.string()), "Other").Read("x", ""), "1");
+    EXPECT_TRUE(prompt.errors.empty());
+    EXPECT_TRUE(SetAsideContents().empty());
+}
+
+TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
+    const std::string damaged[] = {
+        "[ApplicationSettings]\nCurrentSymbol=IBM\n\0\x01\xff"s,
+        "[ApplicationSettings]\nCurrentSymbol=IBM\nthis line is no setting\n",
+        "[ApplicationSettings]\nCurrentSymbol=\xff\xfeIBM\n",
+        "[ApplicationSettings\nCurrentSymbol=IBM\n",
+        "[ApplicationSettings]\n=IBM\n",
+    };
+    std::vector<std::string> kept;
+    for (const std::string& bytes : damaged) {
+        SCOPED_TRACE(bytes);
+        WriteFile(bytes);
+        kept.push_back(bytes);
+        prompt.errors.clear();
+
+        const SSettingsLoad load = Start();
+        EXPECT_TRUE(load.usedDefaults);
+        EXPECT_EQ(settings.GetText("CurrentSymbol"), "");
+        EXPECT_FALSE(fs::exists(file));
+        ASSERT_EQ(prompt.errors.size(), 1u);
+        EXPECT_NE(prompt.errors[0].find(file.string() + "\n"), std::string::npos);
+        EXPECT_NE(prompt.errors[0].find(load.setAside.toStdString()), std::string::npos);
+
+        ASSERT_TRUE(settings.SetText("CurrentSymbol", "SPY"));
+        Start();
+        EXPECT_EQ(prompt.errors.size(), 1u) << "told again";
+        EXPECT_EQ(settings.GetText("CurrentSymbol"), "SPY");
+        std::sort(kept.begin(), kept.end());
+        EXPECT_EQ(SetAsideContents(), kept) << "a set-aside file was lost or changed";
+    }
+}
+
+TEST_F(SettingsFile, FileDamagedWhileRunningIsNotOverwritten) {
+    Start();
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "IBM"));
+    const std::string garbage = "[ApplicationSettings]\nCurrentSymbol=IBM\n\0\0\0"s;
+    WriteFile(garbage);
+
+    EXPECT_FALSE(settings.SaveList("Symbols", {"IBM", "MSFT"}, &prompt));
+    EXPECT_EQ(prompt.errors, std::vector<std::string>{
+                                 "Unable to write Symbols to the registry.  Error Code: 84\n"});
+    EXPECT_EQ(settings.GetText("Symbols"), "IBM,MSFT");
+    EXPECT_EQ(Contents(file), garbage);
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// The command line: flags, values, max/min order, and applying it to the settings table.
+
+#include "app/command_line.h"
+#include "app/settings.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+COrvaneCommandLineInfo Parsed(const std::vector<std::string>& parameters) {
+    COrvaneCommandLineInfo info;
+    info.Parse(parameters);
+    return info;
+}
+
+TEST(CommandLine, FlagsIgnoreCaseAndTakeTheNextNonFlagParameter) {
+    const COrvaneCommandLineInfo info =
+        Parsed({"-SYMBOL", "luma", "/Type", "Daily", "-iNtErVaL", "5-Minute", "-Top", "40", "-LEFT",
+                "-12", "-right", "900", "-bottom", "700"});
+    EXPECT_EQ(info.symbol, "LUMA");
+    EXPECT_TRUE(info.typeRequested);
+    EXPECT_EQ(info.type, "Daily");
+    EXPECT_TRUE(info.intervalRequested);
+    EXPECT_EQ(info.interval, "5-Minute");
+    EXPECT_EQ(info.top, 40);
+    EXPECT_EQ(info.left, -12); // a negative number is a value, not a flag
+    EXPECT_EQ(info.right, 900);
+    EXPECT_EQ(info.bottom, 700);
+    EXPECT_TRUE(info.HasFrameRect());
+    EXPECT_FALSE(info.expectSymbol || info.expectTop || info.expectBottom || info.expectLeft ||
+                 info.expectRight);
+}
+
+TEST(CommandLine, ValueSkipsFlagsInBetweenAndPositionsUseAtoi) {
+    // "-symbol -max krno": the flag in between does not take the value.
+    const COrvaneCommandLineInfo info = Parsed({"-symbol", "-max", "krno", "-top", "12abc"});
+    EXPECT_EQ(info.symbol, "KRNO");
+    EXPECT_TRUE(info.maximise);
+    EXPECT_EQ(info.top, 12);
+    EXPECT_FALSE(info.HasFrameRect()); // no width, no height: the frame keeps its own
+
+    const COrvaneCommandLineInfo dangling = Parsed({"-symbol"});
+    EXPECT_TRUE(dangling.expectSymbol);
+    EXPECT_TRUE(dangling.symbol.empty());
+}
+
+TEST(CommandLine, FirstOfMaxAndMinWins) {
+    const COrvaneCommandLineInfo maxFirst = Parsed({"-max", "-min"});
+    EXPECT_TRUE(maxFirst.maximise);
+    EXPECT_FALSE(maxFirst.minimise);
+    const COrvaneCommandLineInfo minFirst = Parsed({"-MIN", "-Max"});
+    EXPECT_TRUE(minFirst.minimise);
+    EXPECT_FALSE(minFirst.maximise);
+}
+
+TEST(CommandLine, LongOptionsAndUnknownFlags) {
+    const COrvaneCommandLineInfo info = Parsed({"--save-workspace", "Morning", "--open-workspace",
+                                                "Evening", "--Version", "--help", "-bogus"});
+    EXPECT_EQ(info.saveWorkspace, "Morning");
+    EXPECT_EQ(info.openWorkspace, "Evening");
+    EXPECT_TRUE(info.version);
+    EXPECT_TRUE(info.help);
+    ASSERT_EQ(info.unknownFlags.size(), 1U);
+    EXPECT_EQ(info.unknownFlags[0], "bogus");
+    // A stray value that no option waits for changes nothing.
+    const COrvaneCommandLineInfo stray = Parsed({"stray", "-symbol", "luma"});
+    EXPECT_EQ(stray.symbol, "LUMA");
+}
+
+TEST(CommandLine, UsageNamesEveryOptionAndLocation) {
+    const std::string usage =
+        COrvaneCommandLineInfo::Usage("/cfg/Skychart.conf", "/cfg/Startup.conf", "/state/Logs");
+    for (const char* option :
+         {"-symbol", "-type", "-interval", "-max", "-min", "-left", "-top", "-right", "-bottom",
+          "--save-workspace", "--open-workspace", "--help", "--version", "/cfg/Skychart.conf",
+          "/cfg/Startup.conf", "/state/Logs", "Monthly", "2-Hour"}) {
+        EXPECT_NE(usage.find(option), std::string::npos) << option;
+    }
+}
+
+class ApplyCommandLine : public ::testing::Test {
+protected:
+    void SetUp() override {
+        CSettings& settings = CSettings::Instance();
+        settings.Reset();
+        settings.Register("CurrentSymbol", "", true);
+        settings.Register("RequestDataType", "2", true);
+        settings.Register("RequestIntervalIndex", "4", true);
+    }
+    void TearDown() override { CSettings::Instance().Reset(); }
+    CSettings& settings() { return CSettings::Instance(); }
+};
+
+TEST_F(ApplyCommandLine, StoresSymbolTypeAndIntervalOnceOnly) {
+    COrvaneCommandLineInfo info =
+        Parsed({"-symbol", "krno", "-type", "monthly", "-interval", "2-hour", "-left", "1",
+                "-right", "9", "-top", "1", "-bottom", "9"});
+    const SAppliedCommandLine applied = info.ApplyTo(settings());
+    EXPECT_TRUE(applied.load);
+    EXPECT_EQ(applied.typeIndex, 4);
+    EXPECT_EQ(applied.intervalIndex, 10);
+    EXPECT_EQ(settings().GetText("CurrentSymbol"), "KRNO");
+    EXPECT_EQ(settings().GetInt("RequestDataType"), 4);
+    EXPECT_EQ(settings().GetInt("RequestIntervalIndex"), 10);
+    EXPECT_FALSE(info.HasFrameRect());
+
+    settings().SetText("CurrentSymbol", "LUMA");
+    const SAppliedCommandLine again = info.ApplyTo(settings());
+    EXPECT_FALSE(again.load);
+    EXPECT_EQ(settings().GetText("CurrentSymbol"), "LUMA");
+}
+
+TEST_F(ApplyCommandLine, UnknownTypeLeavesRequestDataTypeButIntervalStillApplies) {
+    COrvaneCommandLineInfo info =
+        Parsed({"-symbol", "luma", "-type", "Yearly", "-interval", "30-Minute"});
+    const SAppliedCommandLine applied = info.ApplyTo(settings());
+    EXPECT_TRUE(applied.load);
+    EXPECT_EQ(applied.typeIndex, -1);
+    EXPECT_EQ(settings().GetInt("RequestDataType"), 2);
+    EXPECT_EQ(applied.intervalIndex, 7);
+    EXPECT_EQ(settings().GetInt("RequestIntervalIndex"), 7);
+}
+
+TEST_F(ApplyCommandLine, IntervalWithoutTypeOrAnythingWithoutSymbolIsIgnored) {
+    COrvaneCommandLineInfo intervalOnly = Parsed({"-symbol", "luma", "-interval", "1-Hour"});
+    const SAppliedCommandLine applied = intervalOnly.ApplyTo(settings());
+    EXPECT_TRUE(applied.load);
+    EXPECT_EQ(applied.intervalIndex, -1);
+    EXPECT_EQ(settings().GetInt("RequestIntervalIndex"), 4);
+
+    COrvaneCommandLineInfo noSymbol = Parsed({"-type", "Tick", "-interval", "1-Hour"});
+    const SAppliedCommandLine none = noSymbol.ApplyTo(settings());
+    EXPECT_FALSE(none.load);
+    EXPECT_EQ(settings().GetInt("RequestDataType"), 2);
+    EXPECT_EQ(settings().GetText("CurrentSymbol"), "LUMA");
+}
+
+} // namespace

@@ -1,0 +1,162 @@
+#include "frame_fixture.h"
+
+#include "app/settings.h"
+#include "platform/config_writer.h"
+#include "platform/registry_paths.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QSettings>
+#include <QTest>
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace skychart::test {
+
+using namespace std::chrono_literals;
+
+void FrameTest::SetUp() {
+    m_portico = std::make_unique<PorticoProcess>(PORTICO_EXECUTABLE);
+    // A frozen exchange clock keeps answers stable; no linger, the test stops portico.
+    ASSERT_TRUE(m_portico->start({"--linger", "0", "--connect-delay", "100"}))
+        << m_portico->errorOutput();
+
+    const std::string config = home() + "/config";
+    const std::string state = home() + "/state";
+    ::setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+    ::setenv("XDG_STATE_HOME", state.c_str(), 1);
+    m_home.writeFile("config/Orvane/Kestrel/Startup.conf",
+                     fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n"
+                                 "LogPath={}/logs\n",
+                                 m_portico->adminPort(), m_portico->lookupPort(),
+                                 m_portico->level1Port(), state));
+    CSettings::Instance().Reset();
+}
+
+void FrameTest::TearDown() {
+    CloseFrame();
+    // The frames launched portico too; those exit at once while the test's portico holds the
+    // ports. Waiting for them here keeps one from taking over the ports once ours has stopped.
+    EXPECT_TRUE(WaitFor([this] { return LaunchedPorticos().empty(); }, 30s))
+        << "a portico launched by the frame is still running";
+    if (m_portico) {
+        m_portico->stop();
+    }
+    ::unsetenv("XDG_CONFIG_HOME");
+    ::unsetenv("XDG_STATE_HOME");
+}
+
+CMainFrame& FrameTest::OpenFrame(const COrvaneCommandLineInfo& commandLine) {
+    SSettingsLoad load = LoadApplicationSettings(m_prompt);
+    m_frame = std::make_unique<CMainFrame>(m_prompt, load.writer);
+    EXPECT_TRUE(m_frame->Create());
+    m_frame->SetCommandLine(commandLine);
+    m_frame->ShowWithCommandLine();
+    return *m_frame;
+}
+
+void FrameTest::CloseFrame() {
+    m_frame.reset();
+    QApplication::processEvents();
+    CSettings::Instance().Reset();
+}
+
+std::vector<int> FrameTest::LaunchedPorticos() const {
+    // Processes running portico with this test's configuration folder in their environment.
+    const std::string marker = "XDG_CONFIG_HOME=" + home() + "/config";
+    std::vector<int> pids;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const std::string name = entry.path().filename().string();
+        if (name.find_first_not_of("0123456789") != std::string::npos) {
+            continue;
+        }
+        std::error_code error;
+        const auto executable = std::filesystem::read_symlink(entry.path() / "exe", error);
+        if (error || executable.filename() != "portico") {
+            continue;
+        }
+        std::ifstream environment(entry.path() / "environ", std::ios::binary);
+        std::string variable;
+        while (std::getline(environment, variable, '\0')) {
+            if (variable == marker) {
+                pids.push_back(std::stoi(name));
+                break;
+            }
+        }
+    }
+    return pids;
+}
+
+bool FrameTest::WaitFor(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+bool FrameTest::WaitForService() {
+    return WaitFor([this] { return m_frame && m_frame->ServiceReady(); });
+}
+
+QString FrameTest::Stored(const QString& key) {
+    QSettings file(CRegistryPaths::ApplicationFile("Skychart"), QSettings::IniFormat);
+    const QVariant value = file.value("ApplicationSettings/" + key);
+    if (!value.isValid()) {
+        return {};
+    }
+    // A list written as one text comes back as one.
+    return value.typeId() == QMetaType::QStringList ? value.toStringList().join(',')
+                                                    : value.toString();
+}
+
+std::optional<int> FrameTest::ServiceWatchCount() {
+    LineClient admin;
+    if (!admin.connect(m_portico->adminPort())) {
+        return std::nullopt;
+    }
+    const std::optional<std::string> line = admin.readLineStartingWith("S,STATS,", 10s);
+    if (!line) {
+        return std::nullopt;
+    }
+    std::vector<std::string> fields;
+    std::size_t start = 0;
+    for (std::size_t comma = line->find(','); comma != std::string::npos;
+         comma = line->find(',', start)) {
+        fields.push_back(line->substr(start, comma - start));
+        start = comma + 1;
+    }
+    fields.push_back(line->substr(start));
+    if (fields.size() <= 5) {
+        return std::nullopt;
+    }
+    return std::atoi(fields[5].c_str());
+}
+
+bool FrameTest::WaitForServiceWatchCount(int count) {
+    return WaitFor(
+        [&] {
+            const std::optional<int> watched = ServiceWatchCount();
+            return watched && *watched == count;
+        },
+        30s);
+}
+
+void FrameTest::EnterInSymbolBox(const QString& text) {
+    QLineEdit* edit = m_frame->SymbolCombo()->lineEdit();
+    edit->setFocus();
+    edit->setText(text);
+    QTest::keyClick(edit, Qt::Key_Return);
+}
+
+} // namespace skychart::test

@@ -1,0 +1,92 @@
+#pragma once
+
+// The real main frame against a real portico on free ports, with its settings in a temporary
+// XDG_CONFIG_HOME and every message box answered from a script.
+
+#include "app/prompt.h"
+#include "app/ui/main_frame.h"
+
+#include "line_client.h"
+#include "portico_process.h"
+#include "temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <QString>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace skychart::test {
+
+// Records every box; questions take their answers from `answers` (No when it is empty).
+class ScriptedPrompt : public IPrompt {
+public:
+    struct Box {
+        std::string kind;
+        std::string caption;
+        std::string text;
+    };
+    void Information(const std::string& caption, const std::string& text) override {
+        boxes.push_back({"Information", caption, text});
+    }
+    void Error(const std::string& caption, const std::string& text) override {
+        boxes.push_back({"Error", caption, text});
+    }
+    bool Question(const std::string& caption, const std::string& text) override {
+        boxes.push_back({"Question", caption, text});
+        const bool answer = !answers.empty() && answers.front();
+        if (!answers.empty()) {
+            answers.pop_front();
+        }
+        return answer;
+    }
+    std::vector<Box> boxes;
+    std::deque<bool> answers;
+};
+
+class FrameTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Loads the settings from the temporary Skychart.conf and creates and shows the frame.
+    CMainFrame& OpenFrame(const COrvaneCommandLineInfo& commandLine = {});
+    // Destroys the frame and empties the settings table (the files stay).
+    void CloseFrame();
+    CMainFrame& frame() { return *m_frame; }
+
+    // Runs the event loop until `done` holds; false when it did not within the time.
+    static bool WaitFor(const std::function<bool()>& done,
+                        std::chrono::milliseconds timeout = std::chrono::seconds(30));
+    // Waits until the service reported "S,IP," to the frame.
+    bool WaitForService();
+
+    // A value of the group ApplicationSettings in the real Skychart.conf (null when missing).
+    static QString Stored(const QString& key);
+    // The number of symbols portico watches, from a fresh "S,STATS" line of its admin port.
+    std::optional<int> ServiceWatchCount();
+    // Waits until portico watches `count` symbols.
+    bool WaitForServiceWatchCount(int count);
+    // Presses Enter in the symbol box after typing `text` into it.
+    void EnterInSymbolBox(const QString& text);
+
+    PorticoProcess& portico() { return *m_portico; }
+    // The portico processes the frames launched for this test that are still running.
+    std::vector<int> LaunchedPorticos() const;
+    const std::string& home() const { return m_home.path(); }
+
+    ScriptedPrompt m_prompt;
+
+private:
+    TempDir m_home;
+    std::unique_ptr<PorticoProcess> m_portico;
+    std::unique_ptr<CMainFrame> m_frame;
+};
+
+} // namespace skychart::test
