@@ -71,7 +71,14 @@ CSymbolSearchDlg::CSymbolSearchDlg(CFeedConnections& feed,
     layout->addWidget(buttons);
 
     connect(searchButton, &QPushButton::clicked, this, &CSymbolSearchDlg::StartSearch);
-    connect(m_text, &QLineEdit::returnPressed, this, &CSymbolSearchDlg::StartSearch);
+    // Enter searches; Enter again on the same text takes the highlighted result.
+    connect(m_text, &QLineEdit::returnPressed, this, [this] {
+        if (m_text->text().trimmed() == m_searched && ConfirmRow(m_table->currentRow())) {
+            return;
+        }
+        StartSearch();
+    });
+    m_text->installEventFilter(this);
     connect(m_table, &QTableWidget::cellDoubleClicked, this,
             [this](int row, int /*column*/) { ConfirmRow(row); });
     connect(buttons, &QDialogButtonBox::accepted, this,
@@ -88,6 +95,7 @@ void CSymbolSearchDlg::StartSearch() {
         entered = entered.toUpper();
     }
     const std::string text = entered.toStdString();
+    m_searched = m_text->text().trimmed();
     m_selected.clear();
     m_table->setRowCount(0);
     if (text.empty()) {
@@ -156,6 +164,20 @@ bool CSymbolSearchDlg::ConfirmRow(int row) {
     m_selected = item->text().toStdString();
     accept();
     return true;
+}
+
+bool CSymbolSearchDlg::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_text && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if ((key == Qt::Key_Down || key == Qt::Key_Up) && m_table->rowCount() > 0) {
+            m_table->setFocus();
+            if (m_table->currentRow() < 0) {
+                m_table->selectRow(0);
+            }
+            return true;
+        }
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void CSymbolSearchDlg::keyPressEvent(QKeyEvent* event) {

@@ -40,6 +40,8 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    // Up and Down in the search text move into the results.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void Refill();
@@ -50,4 +52,6 @@ private:
     QTableWidget* m_table = nullptr;
     QLabel* m_state = nullptr;
     std::string m_selected;
+    // The text of the last search sent, so that Enter on it again confirms instead.
+    QString m_searched;
 };
