@@ -7,3 +7,7 @@ echo "== micro-benchmarks"
 echo
 echo "== end-to-end: 5,000,000 ticks from portico over loopback"
 "$build/bin/portico_load_bench" "$build/bin/portico" --ticks 5000000 --runs 3
+echo
+echo "== history: 5,000,000 ticks parsed into the series, against pandas"
+"$build/bin/history_bench" "$build/bin/portico" --ticks 5000000 --runs 3 \
+    --script "$(dirname "$0")/pandas_parse.py"

@@ -74,6 +74,11 @@ int FindComboData(const std::vector<SComboItem>& items, int data) {
 
 void COrvaneCommandLineInfo::Parse(const std::vector<std::string>& parameters) {
     for (const std::string& parameter : parameters) {
+        // The file of --export may be an absolute path: '/' starts no flag there.
+        if (expectExport && !parameter.empty() && parameter[0] == '/') {
+            ParseParam(parameter, false);
+            continue;
+        }
         if (parameter.size() > 1 && (parameter[0] == '-' || parameter[0] == '/') &&
             !IsNumber(parameter)) {
             std::size_t skip = 1;
@@ -119,6 +124,9 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
             expectSaveWorkspace = true;
         } else if (EqualNoCase(text, "open-workspace")) {
             expectOpenWorkspace = true;
+        } else if (EqualNoCase(text, "export")) {
+            exportRequested = true;
+            expectExport = true;
         } else {
             unknownFlags.push_back(text);
         }
@@ -155,6 +163,9 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
     } else if (expectOpenWorkspace) {
         openWorkspace = text;
         expectOpenWorkspace = false;
+    } else if (expectExport) {
+        exportFile = text;
+        expectExport = false;
     }
 }
 
@@ -231,6 +242,11 @@ std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
         "  --save-workspace NAME ask every running display application to save its window\n"
         "                        into workspace NAME, then exit\n"
         "  --open-workspace NAME start with the arguments stored in workspace NAME\n"
+        "  --export FILE.csv     no window: load the history of -symbol with -type (and\n"
+        "                        -interval) from the service, write it to FILE.csv with a\n"
+        "                        header row and exit (0 when written; non-zero with a\n"
+        "                        message when the service cannot be reached or the symbol\n"
+        "                        has no data)\n"
         "  --help                show this text and exit\n"
         "  --version             show the version and exit\n"
         "\n"

@@ -34,7 +34,7 @@ struct SAppliedCommandLine {
 // and are matched without regard to case; an option's value is the next parameter that is not
 // a flag. A parameter of the form -<digits> is a number, not a flag, so positions may be negative.
 //   -symbol X  -type T  -interval I  -max  -min  -top N  -bottom N  -left N  -right N
-//   --help  --version  --save-workspace NAME  --open-workspace NAME
+//   --help  --version  --save-workspace NAME  --open-workspace NAME  --export FILE
 class COrvaneCommandLineInfo {
 public:
     // Parses the parameters that follow the program name.
@@ -78,6 +78,9 @@ public:
     bool version = false;
     std::string saveWorkspace;
     std::string openWorkspace;
+    // --export FILE: write the history of -symbol/-type/-interval to FILE as CSV, no window.
+    bool exportRequested = false;
+    std::string exportFile;
     // Flags that name no option, kept for the log.
     std::vector<std::string> unknownFlags;
 
@@ -86,4 +89,5 @@ private:
     bool expectInterval = false;
     bool expectSaveWorkspace = false;
     bool expectOpenWorkspace = false;
+    bool expectExport = false;
 };

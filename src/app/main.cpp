@@ -4,6 +4,7 @@
 #include "app/ui/charts_app.h"
 #include "app/ui/guarded_application.h"
 #include "app/ui/main_frame.h"
+#include "platform/export_runner.h"
 #include "platform/registry_paths.h"
 #include "platform/workspace_bus.h"
 
@@ -38,6 +39,14 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "Skychart: cannot broadcast the save request: no session bus\n");
         }
         return sent ? 0 : 1;
+    }
+
+    if (commandLine.exportRequested) {
+        // No window: runs without a display.
+        QCoreApplication application(argc, argv);
+        QCoreApplication::setApplicationName("Skychart");
+        QCoreApplication::setApplicationVersion(SKYCHART_VERSION);
+        return RunExport(commandLine, argv[0]);
     }
 
     CGuardedApplication application(argc, argv);

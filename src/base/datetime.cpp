@@ -77,6 +77,46 @@ bool CDateTime::GetFields(SDateTimeFields& out) const {
     return out.year >= kMinYear && out.year <= kMaxYear;
 }
 
+CDateTime CDateTime::FromFields(int year, int month, int day, int hour, int minute, int second) {
+    if (year < kMinYear || year > kMaxYear || month < 1 || month > 12 || day < 1 || hour < 0 ||
+        hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59) {
+        return CDateTime(0.0, Status::Invalid);
+    }
+    static constexpr int kMonthDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    const int monthDays = month == 2 && leap ? 29 : kMonthDays[month - 1];
+    if (day > monthDays) {
+        return CDateTime(0.0, Status::Invalid);
+    }
+    // Days from the civil calendar, counted from 0000-03-01 in 400-year eras (years >= 100, so
+    // every era here is non-negative).
+    const int y = year - (month <= 2 ? 1 : 0);
+    const int era = y / 400;
+    const int yearOfEra = y - era * 400;
+    const int dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const int dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    const std::int64_t unixDays = static_cast<std::int64_t>(era) * 146097 + dayOfEra - 719468;
+    const std::int64_t dayNumber = unixDays - kEpochOffset;
+    // The same arithmetic as SetDateTime, so both give the identical value.
+    const double fraction = static_cast<double>(hour * 3600 + minute * 60 + second) /
+                            static_cast<double>(kSecondsPerDay);
+    const double days = static_cast<double>(dayNumber);
+    return CDateTime(dayNumber < 0 ? days - fraction : days + fraction, Status::Valid);
+}
+
+int CDateTime::GetSecondsOfDay() const {
+    if (m_status != Status::Valid || !std::isfinite(m_days) || m_days <= -657435.0 ||
+        m_days >= 2958466.0) {
+        return -1;
+    }
+    const double fraction = std::fabs(m_days - std::trunc(m_days));
+    std::int64_t seconds = std::llround(fraction * static_cast<double>(kSecondsPerDay));
+    if (seconds >= kSecondsPerDay) {
+        seconds -= kSecondsPerDay;
+    }
+    return static_cast<int>(seconds);
+}
+
 int CDateTime::GetDayOfWeek() const {
     SDateTimeFields fields;
     if (!GetFields(fields)) {

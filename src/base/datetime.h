@@ -68,6 +68,12 @@ public:
     // Days since 1899-12-30 of a calendar date, without any checking (proleptic Gregorian).
     static std::int64_t DayNumber(int year, int month, int day);
 
+    // The same value and status as the calendar-field constructor, computed by plain arithmetic
+    // instead of the round trip through the calendar types; for parsing many time stamps.
+    static CDateTime FromFields(int year, int month, int day, int hour, int minute, int second);
+    // Seconds since midnight (0-86399) as the calendar fields give them; -1 when invalid.
+    int GetSecondsOfDay() const;
+
 private:
     int Field(int SDateTimeFields::*member) const {
         SDateTimeFields fields;

@@ -102,7 +102,7 @@ protected:
 
 private:
     void SplitLines(std::int32_t count);
-    void DeliverLine(char* line);
+    void DeliverLine(char* line, std::chrono::system_clock::time_point now);
 
     std::int32_t m_receiveFill = 0;
     std::int32_t m_receiveCapacity = kReceiveCapacity;

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # End to end: the real Skychart under Xvfb launches the real portico from beside itself; a
-# lower-case symbol typed into the symbol box is stored upper case and watched by the service.
+# lower-case symbol typed into the symbol box is stored upper case, watched by the service and
+# its history loaded: the status bar reports the retrieval, then the datapoints available.
 # Usage: skychart_e2e.sh SKYCHART_EXECUTABLE OUTPUT_FOLDER
 # Exits 77 (skipped) when the X tools are missing.
 set -uo pipefail
@@ -40,8 +41,9 @@ fail() {
 
 make_home
 mkdir -p "$output" "$home/config/Orvane/Kestrel/DisplayApps"
-# A symbol from the last session: the box shows it, and typing replaces it.
-printf '[ApplicationSettings]\nCurrentSymbol=KRNO\nSymbols=KRNO\n' \
+# A symbol from the last session: the box shows it, and typing replaces it. A long tick
+# request keeps the load going for several progress ticks.
+printf '[ApplicationSettings]\nCurrentSymbol=KRNO\nSymbols=KRNO\nRequestDataType=0\nRequestDatapoints="1000000,10000,10000,10000,10000"\n' \
     >"$home/config/Orvane/Kestrel/DisplayApps/Skychart.conf"
 "$skychart" >"$output/skychart.out" 2>&1 &
 skychart_pid=$!
@@ -65,6 +67,15 @@ wait_for 20 stored || fail "CurrentSymbol=LUMA not in $conf: $(cat "$conf" 2>/de
 wait_for 20 grep -qs "Watch LUMA sent" "$log" || fail "no watch in the log"
 watched() { [[ "$(service_watch_count)" == 1 ]]; }
 wait_for 30 watched || fail "the service does not watch LUMA"
+wait_for 60 grep -qs "History request sent: HTX,LUMA,1000000,1,Lookup0" "$log" ||
+    fail "no tick history request in the log"
+wait_for 120 grep -qsE "StatusBar: [0-9]+ datapoints available\.  Displaying 120\." "$log" ||
+    fail "the load never completed"
+grep -qE "StatusBar: Retrieving Tick Data \([0-9]+ Ticks Received\)" "$log" ||
+    fail "no retrieval progress in the status bar"
+# The retrieval texts come before the datapoints text, never after it.
+last_status=$(grep -E "StatusBar: (Retrieving|[0-9]+ datapoints)" "$log" | tail -n 1)
+[[ "$last_status" == *"datapoints available"* ]] || fail "retrieval text after the load: $last_status"
 sleep 1
 import -window root "$output/skychart_e2e.png" || fail "no screenshot"
 
@@ -78,6 +89,6 @@ skychart_pid=
 [[ $status == 0 ]] || fail "Skychart exited with status $status"
 stop_portico || fail "portico still running"
 
-echo "PASS: LUMA stored and watched; screenshot $output/skychart_e2e.png"
+echo "PASS: LUMA stored, watched and loaded; screenshot $output/skychart_e2e.png"
 cleanup
 exit 0

@@ -3,7 +3,9 @@
 #include "app/prompt.h"
 #include "app/settings.h"
 #include "app/ui/ribbon_bar.h"
+#include "base/error.h"
 #include "chart/ui/chart_form_view.h"
+#include "chart/ui/setting_sheet.h"
 #include "feed/feed_connections.h"
 #include "feed/lookup_system_info.h"
 #include "feed/ui/symbol_search_dlg.h"
@@ -87,6 +89,7 @@ bool CMainFrame::Create() {
     m_currentSymbol = settings.Has("CurrentSymbol") ? settings.GetText("CurrentSymbol") : "";
 
     m_view = new CChartFormView(this);
+    m_view->SetStatusSink([this](const std::string& text) { SetStatusText(text); });
     setCentralWidget(m_view);
 
     m_symbolPane = AddStatusPane("Symbol", 90);
@@ -171,6 +174,11 @@ void CMainFrame::MakeRibbon() {
     appsLayout->addWidget(appsButton);
     appsLayout->addStretch(1);
 
+    QGroupBox* settingsPanel = ribbon->AddPanel(home, "Settings");
+    QToolButton* dataSettings =
+        ribbon->AddButton(settingsPanel, kDataSettingsCaption, "DataSettingsButton");
+    connect(dataSettings, &QToolButton::clicked, this, [this] { OpenDataSettings(); });
+
     ribbon->FinishCategory(home);
 
     m_symbolCombo->installEventFilter(this);
@@ -209,15 +217,16 @@ void CMainFrame::FillCombos() {
 
     connect(m_typeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
-            CSettings::Instance().SetInt("RequestDataType", m_typeCombo->itemData(index).toInt());
+            ChangeDataType(m_typeCombo->itemData(index).toInt());
         }
         UpdateStatusPanes();
     });
     connect(m_intervalCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
+        UpdateStatusPanes();
         if (!m_filling && index >= 0) {
             CSettings::Instance().SetInt("RequestIntervalIndex", index);
+            m_view->Reload();
         }
-        UpdateStatusPanes();
     });
     connect(m_styleCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
@@ -231,6 +240,29 @@ void CMainFrame::FillCombos() {
             CSettings::Instance().SetInt("Search Type", index);
         }
     });
+}
+
+void CMainFrame::ChangeDataType(int dataType) {
+    CSettings& settings = CSettings::Instance();
+    settings.SetInt("RequestDataType", dataType);
+    try {
+        settings.SetInt("RequestType", m_view->RequestSettings().RecentType(dataType));
+    } catch (const CInvalidArgException& error) {
+        spdlog::error("No request kind stored for data type {}: {}", dataType, error.what());
+    }
+    m_view->Reload();
+}
+
+void CMainFrame::OpenDataSettings() {
+    CSettingSheet sheet(Prompt(), this);
+    sheet.setObjectName("SettingSheet");
+    connect(&sheet, &CSettingSheet::dataSettingsApplied, this, [this] {
+        m_view->ReloadRequestSettings();
+        m_view->Reload();
+    });
+    m_sheet = &sheet;
+    sheet.exec();
+    m_sheet = nullptr;
 }
 
 void CMainFrame::MakeApplicationLinks(QToolButton* button) {
@@ -443,7 +475,9 @@ void CMainFrame::OnSearchLine(const std::string& /*line*/) {
 }
 
 void CMainFrame::OnHistoryLine(const std::string& line) {
-    spdlog::debug("History line (not charted yet): {}", line);
+    if (m_view != nullptr) {
+        m_view->OnHistoryLine(line);
+    }
 }
 
 void CMainFrame::OnLevel1Line(const std::string& line) {
@@ -454,10 +488,9 @@ void CMainFrame::OnLevel1Line(const std::string& line) {
 }
 
 void CMainFrame::OnSymbolNotFound(const std::string& line) {
-    spdlog::warn("Symbol not found: {}", line);
-    if (m_view != nullptr && line.size() > 2 && line.substr(2) == m_view->Symbol()) {
-        SetStatusText(fmt::format("Symbol {} not found.", m_view->Symbol()));
-    }
+    // Only logged: the status bar keeps the chart's retrieval text.
+    const std::string symbol = line.size() > 2 ? line.substr(2) : std::string();
+    spdlog::warn("Symbol {} has no results...", symbol);
 }
 
 void CMainFrame::OnServiceStatus(const std::string& status) {

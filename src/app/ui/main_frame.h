@@ -9,6 +9,7 @@
 #include <string>
 
 class CChartFormView;
+class CSettingSheet;
 class CFeedConnections;
 class CSymbolSearchDlg;
 class CWorkspaceBus;
@@ -25,6 +26,7 @@ class CMainFrame : public COrvaneMainFrame, public IFeedFrame {
 public:
     static constexpr const char* kEnterPanelCaption = "Press Enter To Load Symbol";
     static constexpr int kMaxSymbolLength = 127;
+    static constexpr const char* kDataSettingsCaption = "Data Settings...";
 
     CMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer,
                QWidget* parent = nullptr);
@@ -50,6 +52,14 @@ public:
     bool RunSymbolSearch(const std::string& text);
     // Stores `symbol` as "CurrentSymbol", keeps it first in the recent list and loads it.
     void LoadSymbol(const std::string& symbol);
+
+    // The data type chosen on the ribbon: stores "RequestDataType", copies that data type's
+    // request kind into "RequestType" and reloads a shown symbol.
+    void ChangeDataType(int dataType);
+    // Runs the settings sheet modally; stored data settings reload a shown chart.
+    void OpenDataSettings();
+    // The settings sheet while it is open.
+    CSettingSheet* ActiveSettingSheet() const { return m_sheet; }
 
     // "-symbol %s -type %s -interval %s" of the current chart.
     std::string ChartArguments() const;
@@ -101,6 +111,7 @@ private:
     std::unique_ptr<CFeedConnections> m_feed;
     CWorkspaceBus* m_workspaceBus = nullptr;
     CSymbolSearchDlg* m_search = nullptr;
+    CSettingSheet* m_sheet = nullptr;
     COrvaneCommandLineInfo m_commandLine;
     std::string m_currentSymbol;
     bool m_serviceReady = false;

@@ -2,6 +2,8 @@
 
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QToolButton>
+#include <QVBoxLayout>
 
 CRibbonBar::CRibbonBar(QWidget* parent) : QTabWidget(parent) {
     setObjectName("Ribbon");
@@ -27,6 +29,21 @@ QGroupBox* CRibbonBar::AddPanel(QWidget* category, const QString& caption) {
         row->addWidget(panel);
     }
     return panel;
+}
+
+QToolButton* CRibbonBar::AddButton(QGroupBox* panel, const QString& text,
+                                   const QString& objectName) {
+    auto* button = new QToolButton(panel);
+    button->setObjectName(objectName);
+    button->setText(text);
+    button->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    auto* layout = qobject_cast<QVBoxLayout*>(panel->layout());
+    if (layout == nullptr) {
+        layout = new QVBoxLayout(panel);
+        layout->addStretch(1);
+    }
+    layout->insertWidget(layout->count() - 1, button);
+    return button;
 }
 
 void CRibbonBar::FinishCategory(QWidget* category) {

@@ -1,0 +1,471 @@
+// Measures the history load: parsing 5,000,000 tick lines that the real portico wrote into the
+// real series, against pandas' C reader on the same file, the end-to-end load over loopback, and
+// the peak memory of a fresh process doing the load against pandas' peak. Runs are interleaved
+// and medians printed.
+//
+//   history_bench PORTICO [--ticks N] [--runs R] [--symbol SYM] [--python PY] [--script FILE]
+//   history_bench --load-child PORT TICKS SYMBOL   (one load in this process; prints its peak)
+
+#include "feed/feed_platform.h"
+#include "feed/kestrel_stream_socket.h"
+#include "history/chart_hist_request.h"
+#include "history/history_parser.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+[[noreturn]] void Fail(const std::string& what) {
+    std::fprintf(stderr, "history_bench: %s (%s)\n", what.c_str(), std::strerror(errno));
+    std::exit(1);
+}
+
+// ---- portico ----------------------------------------------------------------------------------
+
+struct Portico {
+    pid_t pid = -1;
+    int lookupPort = 0;
+    std::filesystem::path home;
+
+    ~Portico() {
+        if (pid > 0) {
+            kill(pid, SIGTERM);
+            waitpid(pid, nullptr, 0);
+        }
+        std::error_code ignored;
+        std::filesystem::remove_all(home, ignored);
+    }
+};
+
+// Starts portico on free ports with its own temporary XDG folders and waits for its ports.
+void StartPortico(Portico& portico, const std::string& path) {
+    char pattern[] = "/tmp/history-bench-XXXXXX";
+    if (mkdtemp(pattern) == nullptr) {
+        Fail("cannot make a temporary folder");
+    }
+    portico.home = pattern;
+    std::vector<std::string> env{"XDG_CONFIG_HOME=" + (portico.home / "config").string(),
+                                 "XDG_STATE_HOME=" + (portico.home / "state").string()};
+    for (char** e = environ; *e != nullptr; ++e) {
+        if (std::strncmp(*e, "XDG_", 4) != 0) {
+            env.emplace_back(*e);
+        }
+    }
+    std::vector<std::string> args{path, "--admin-port",    "0", "--lookup-port",
+                                  "0",  "--level1-port",   "0", "--linger",
+                                  "0",  "--connect-delay", "0"};
+    std::vector<char*> argv;
+    std::vector<char*> envp;
+    for (auto& a : args) {
+        argv.push_back(a.data());
+    }
+    argv.push_back(nullptr);
+    for (auto& e : env) {
+        envp.push_back(e.data());
+    }
+    envp.push_back(nullptr);
+
+    int out[2];
+    if (pipe(out) != 0) {
+        Fail("pipe");
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, out[0]);
+    if (posix_spawn(&portico.pid, path.c_str(), &actions, nullptr, argv.data(), envp.data()) != 0) {
+        Fail("cannot start " + path);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    close(out[1]);
+
+    std::string text;
+    char c = 0;
+    while (read(out[0], &c, 1) == 1) {
+        if (c == '\n') {
+            if (text.rfind("portico: listening", 0) == 0) {
+                break;
+            }
+            text.clear();
+        } else {
+            text += c;
+        }
+    }
+    close(out[0]);
+    const auto at = text.find("lookup=");
+    if (at == std::string::npos) {
+        Fail("portico did not report its ports");
+    }
+    portico.lookupPort = std::atoi(text.c_str() + at + 7);
+}
+
+int ConnectLoopback(int port) {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        Fail("connect");
+    }
+    return fd;
+}
+
+void SendAll(int fd, const std::string& text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t sent = send(fd, text.data() + done, text.size() - done, MSG_NOSIGNAL);
+        if (sent <= 0) {
+            Fail("send");
+        }
+        done += static_cast<std::size_t>(sent);
+    }
+}
+
+// The raw answer to `command`, up to and including the end marker line.
+std::string FetchAnswer(int port, const std::string& command, const std::string& endMarker) {
+    const int fd = ConnectLoopback(port);
+    SendAll(fd, command);
+    std::string answer;
+    std::vector<char> buffer(256 * 1024);
+    for (;;) {
+        const ssize_t got = recv(fd, buffer.data(), buffer.size(), 0);
+        if (got <= 0) {
+            Fail("portico closed the connection before the end marker");
+        }
+        answer.append(buffer.data(), static_cast<std::size_t>(got));
+        const std::size_t from = answer.size() > 128 + static_cast<std::size_t>(got)
+                                     ? answer.size() - 128 - static_cast<std::size_t>(got)
+                                     : 0;
+        if (answer.find(endMarker, from) != std::string::npos) {
+            break;
+        }
+    }
+    close(fd);
+    return answer;
+}
+
+// ---- the socket path --------------------------------------------------------------------------
+
+// A blocking POSIX socket under the stream socket: each OnReceive() is one blocking recv into
+// the stream socket's 64 KiB buffer, as one receive notification is in the application.
+class CBlockingPlatformSocket : public IPlatformSocket {
+public:
+    ~CBlockingPlatformSocket() override { Close(); }
+    bool Create() override {
+        m_fd = socket(AF_INET, SOCK_STREAM, 0);
+        return m_fd >= 0;
+    }
+    bool Connect(const std::string& address, std::uint32_t port) override {
+        sockaddr_in to{};
+        to.sin_family = AF_INET;
+        to.sin_port = htons(static_cast<std::uint16_t>(port));
+        inet_pton(AF_INET, address.c_str(), &to.sin_addr);
+        return connect(m_fd, reinterpret_cast<sockaddr*>(&to), sizeof to) == 0;
+    }
+    int Send(const void* bytes, int length, int flags) override {
+        return Result(send(m_fd, bytes, static_cast<std::size_t>(length), flags | MSG_NOSIGNAL));
+    }
+    int Receive(void* buffer, int length, int flags) override {
+        return Result(recv(m_fd, buffer, static_cast<std::size_t>(length), flags));
+    }
+    std::intptr_t Accept() override { return -1; }
+    void Close() override {
+        if (m_fd >= 0) {
+            close(m_fd);
+            m_fd = -1;
+        }
+    }
+    int LastError() const override { return m_error; }
+
+private:
+    int Result(ssize_t count) {
+        m_error = count < 0 ? errno : 0;
+        return static_cast<int>(count);
+    }
+    int m_fd = -1;
+    int m_error = 0;
+};
+
+class CBlockingPlatform : public IFeedPlatform {
+public:
+    std::unique_ptr<IPlatformSocket> MakeSocket(IPlatformSocketEvents&) override {
+        return std::make_unique<CBlockingPlatformSocket>();
+    }
+    std::unique_ptr<IBlockingSocket> MakeBlockingSocket() override { return nullptr; }
+    bool LaunchConnectionManager(const std::string&, int& errorCode) override {
+        errorCode = ENOSYS;
+        return false;
+    }
+    int ReadPort(const std::string&, const std::string&, int defaultNumber) override {
+        return defaultNumber;
+    }
+};
+
+// Hands "Loo" lines straight from the socket's buffer to the parser.
+class CHistoryLineListener : public IKestrelSocketListener {
+public:
+    explicit CHistoryLineListener(CHistoryResponseParser& parser) : m_parser(parser) {}
+    void OnAccepted(std::intptr_t) override {}
+    void OnLine(CKestrelStreamSocket&, const char* line, char*) override {
+        if (std::strncmp(line, "Loo", 3) == 0) {
+            m_parser.OnHistoryLine(line);
+        }
+    }
+    void OnConnectionClosed(CKestrelStreamSocket&, int) override { m_closed = true; }
+    bool Closed() const { return m_closed; }
+
+private:
+    CHistoryResponseParser& m_parser;
+    bool m_closed = false;
+};
+
+// One history load from portico through the stream socket and the parser into `history`;
+// seconds from sending the command to the end marker.
+double LoadOverLoopback(int port, const std::string& command, CChartHistRequest& history) {
+    CBlockingPlatform platform;
+    CHistoryResponseParser parser(history);
+    CHistoryLineListener listener(parser);
+    CKestrelStreamSocket socket(platform);
+    socket.SetListener(&listener);
+    if (!socket.Create() || !socket.Connect("127.0.0.1", static_cast<std::uint32_t>(port))) {
+        Fail("cannot connect the stream socket");
+    }
+    const auto start = Clock::now();
+    if (socket.Send(command) != static_cast<int>(command.size())) {
+        Fail("send");
+    }
+    while (!history.IsHistoryComplete()) {
+        socket.OnReceive(0);
+        if (socket.LastReceiveCount() <= 0) {
+            Fail("portico closed the connection before the end marker");
+        }
+    }
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// ---- in memory --------------------------------------------------------------------------------
+
+// Every line of `bytes` through the line handler into the cleared series; seconds.
+double ParseInMemory(const std::string& bytes, CChartHistRequest& history) {
+    history.Clear();
+    history.SetHistoryComplete(false);
+    history.SetPriceTextWidth(0);
+    CHistoryResponseParser parser(history);
+    const auto start = Clock::now();
+    const char* p = bytes.data();
+    const char* const end = p + bytes.size();
+    while (p < end) {
+        const char* eol =
+            static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+        const char* stop = eol != nullptr ? eol : end;
+        const char* last = stop;
+        while (last > p && last[-1] == '\r') {
+            --last;
+        }
+        if (last > p && std::strncmp(p, "Loo", 3) == 0) {
+            parser.OnHistoryLine(std::string_view(p, static_cast<std::size_t>(last - p)));
+        }
+        p = stop + 1;
+    }
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// ---- memory and children ----------------------------------------------------------------------
+
+long StatusKb(const char* field) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    const std::size_t length = std::strlen(field);
+    while (std::getline(status, line)) {
+        if (line.compare(0, length, field) == 0) {
+            return std::atol(line.c_str() + length + 1);
+        }
+    }
+    return -1;
+}
+
+// Runs `argv` and returns its standard output.
+std::string RunChild(const std::vector<std::string>& args) {
+    int out[2];
+    if (pipe(out) != 0) {
+        Fail("pipe");
+    }
+    std::vector<char*> argv;
+    std::vector<std::string> copy = args;
+    for (auto& a : copy) {
+        argv.push_back(a.data());
+    }
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, out[0]);
+    pid_t pid = -1;
+    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) {
+        Fail("cannot start " + args[0]);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    close(out[1]);
+    std::string text;
+    char buffer[4096];
+    ssize_t got = 0;
+    while ((got = read(out[0], buffer, sizeof buffer)) > 0) {
+        text.append(buffer, static_cast<std::size_t>(got));
+    }
+    close(out[0]);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        Fail("child " + args[0] + " failed: " + text);
+    }
+    return text;
+}
+
+double Number(const std::string& text, const std::string& key) {
+    const auto at = text.find(key + "=");
+    if (at == std::string::npos) {
+        Fail("no " + key + " in \"" + text + "\"");
+    }
+    return std::atof(text.c_str() + at + key.size() + 1);
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
+}
+
+std::string Command(const std::string& symbol, long ticks) {
+    return "HTX," + symbol + "," + std::to_string(ticks) + ",1,Lookup0\n";
+}
+
+int LoadChild(int port, long ticks, const std::string& symbol) {
+    CChartHistRequest history;
+    const double seconds = LoadOverLoopback(port, Command(symbol, ticks), history);
+    std::printf("load seconds=%.4f records=%d vmhwm_kb=%ld\n", seconds, history.GetCount(),
+                StatusKb("VmHWM:"));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc >= 5 && std::string(argv[1]) == "--load-child") {
+        return LoadChild(std::atoi(argv[2]), std::atol(argv[3]), argv[4]);
+    }
+    if (argc < 2) {
+        std::fprintf(stderr,
+                     "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM] [--python PY] "
+                     "[--script FILE]\n",
+                     argv[0]);
+        return 2;
+    }
+    const std::string porticoPath = argv[1];
+    long ticks = 5'000'000;
+    int runs = 3;
+    std::string symbol = "LUMA";
+    std::string python = "/usr/bin/python3";
+    std::string script =
+        (std::filesystem::path(__FILE__).parent_path() / "pandas_parse.py").string();
+    for (int i = 2; i + 1 < argc; i += 2) {
+        const std::string option = argv[i];
+        if (option == "--ticks") {
+            ticks = std::atol(argv[i + 1]);
+        } else if (option == "--runs") {
+            runs = std::max(3, std::atoi(argv[i + 1]));
+        } else if (option == "--symbol") {
+            symbol = argv[i + 1];
+        } else if (option == "--python") {
+            python = argv[i + 1];
+        } else if (option == "--script") {
+            script = argv[i + 1];
+        }
+    }
+    const std::string self = std::filesystem::canonical("/proc/self/exe").string();
+
+    Portico portico;
+    StartPortico(portico, porticoPath);
+    const std::string command = Command(symbol, ticks);
+    const std::string bytes = FetchAnswer(portico.lookupPort, command, "Lookup0,!ENDMSG!,");
+    const std::filesystem::path file = portico.home / "answer.csv";
+    std::ofstream(file, std::ios::binary)
+        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    const auto lines = std::count(bytes.begin(), bytes.end(), '\n');
+    std::printf("history load: %s, %ld lines, %.1f MB from portico (sTICK is %zu bytes)\n",
+                command.substr(0, command.size() - 1).c_str(), static_cast<long>(lines),
+                static_cast<double>(bytes.size()) / 1e6, sizeof(sTICK));
+    std::fflush(stdout);
+
+    std::vector<double> parse, pandas, pandasPeak, endToEnd, peak;
+    int records = 0;
+    {
+        CChartHistRequest history;
+        for (int run = 0; run < runs; ++run) {
+            parse.push_back(ParseInMemory(bytes, history));
+            records = history.GetCount();
+            history.Clear();
+
+            const std::string reply = RunChild({python, script, file.string()});
+            pandas.push_back(Number(reply, "seconds"));
+            pandasPeak.push_back(Number(reply, "maxrss_kb"));
+
+            history.SetHistoryComplete(false);
+            endToEnd.push_back(LoadOverLoopback(portico.lookupPort, command, history));
+            if (history.GetCount() != records) {
+                std::fprintf(stderr, "note: loopback load gave %d records, parse %d\n",
+                             history.GetCount(), records);
+            }
+            history.Clear();
+
+            const std::string child =
+                RunChild({self, "--load-child", std::to_string(portico.lookupPort),
+                          std::to_string(ticks), symbol});
+            peak.push_back(Number(child, "vmhwm_kb"));
+        }
+    }
+
+    const double parseMedian = Median(parse);
+    const double pandasMedian = Median(pandas);
+    const double endToEndMedian = Median(endToEnd);
+    const double peakMb = Median(peak) / 1024.0;
+    const double pandasPeakMb = Median(pandasPeak) / 1024.0;
+    std::printf("  records in the series           %d\n", records);
+    std::printf("  in-memory parse into the series %.3f s (median of %d; %.1f M lines/s)\n",
+                parseMedian, runs, static_cast<double>(lines) / parseMedian / 1e6);
+    std::printf("  pandas.read_csv (C engine)      %.3f s (median of %d; %.1f M lines/s)\n",
+                pandasMedian, runs, static_cast<double>(lines) / pandasMedian / 1e6);
+    std::printf("  end-to-end load over loopback   %.3f s (median of %d)\n", endToEndMedian, runs);
+    std::printf("  peak memory of a 5M-tick load   %.0f MB (VmHWM of a fresh process)\n", peakMb);
+    std::printf("  pandas peak on the same file    %.0f MB (ru_maxrss)\n", pandasPeakMb);
+    std::printf("  parse rate vs pandas:           %.1fx (target at least 6x)\n",
+                pandasMedian / parseMedian);
+    std::printf("  end-to-end / in-memory parse:   %.2fx (target at most 1.3x)\n",
+                endToEndMedian / parseMedian);
+    std::printf("  our peak / pandas peak:         %.2fx (target at most 0.6x)\n",
+                peakMb / pandasPeakMb);
+    return 0;
+}

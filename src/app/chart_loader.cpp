@@ -1,0 +1,199 @@
+#include "app/chart_loader.h"
+
+#include "app/settings.h"
+#include "base/error.h"
+#include "feed/feed_connections.h"
+#include "history/chart_hist_request.h"
+#include "history/history_request.h"
+
+#include <fmt/format.h>
+#include <spdlog/spdlog.h>
+
+namespace {
+
+// "RequestDataType" values.
+constexpr int kTickData = 0;
+constexpr int kIntervalData = 1;
+constexpr int kDayData = 2;
+constexpr int kWeekData = 3;
+constexpr int kMonthData = 4;
+
+std::string TimeText(const sTICK& point, int dataType) {
+    SDateTimeFields fields;
+    if (!point.time.IsValid() || !point.time.GetFields(fields)) {
+        return "(invalid time)";
+    }
+    if (dataType >= kDayData) {
+        return fmt::format("{:04}-{:02}-{:02}", fields.year, fields.month, fields.day);
+    }
+    std::string text = fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", fields.year, fields.month,
+                                   fields.day, fields.hour, fields.minute, fields.second);
+    if (dataType == kTickData) {
+        text += fmt::format(".{:06}", point.microseconds);
+    }
+    return text;
+}
+
+std::string DataTypeText(int dataType, int intervalIndex) {
+    switch (dataType) {
+    case kTickData:
+        return "Ticks";
+    case kIntervalData:
+        if (intervalIndex >= 0 && intervalIndex < static_cast<int>(IntervalTable().size())) {
+            return std::string(IntervalTable()[static_cast<std::size_t>(intervalIndex)].name) +
+                   " bars";
+        }
+        return "Interval bars";
+    case kDayData:
+        return "Daily bars";
+    case kWeekData:
+        return "Weekly bars";
+    case kMonthData:
+        return "Monthly bars";
+    default:
+        return "Unknown data type";
+    }
+}
+
+} // namespace
+
+CChartLoader::CChartLoader(CChartHistRequest& history) : m_history(history), m_parser(history) {
+    m_history.SetChartAlive(true);
+    // Trades held back while loading reach the series through the live path, which extends
+    // the newest bar or adds ticks; until it exists they are only logged.
+    m_parser.SetLiveTradeHandler(
+        [](const std::string& line) { spdlog::debug("Level 1 line after the history: {}", line); });
+}
+
+CChartLoader::~CChartLoader() {
+    m_history.SetChartAlive(false);
+}
+
+void CChartLoader::LoadSettings() {
+    m_settings.Load(CSettings::Instance());
+}
+
+void CChartLoader::Leave() {
+    if (m_symbol.empty()) {
+        return;
+    }
+    if (m_feed != nullptr) {
+        m_feed->UnwatchSymbol(m_symbol);
+    }
+    m_history.Clear();
+    m_parser.HeldLevel1Lines().clear();
+    m_symbol.clear();
+}
+
+CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
+                                        const std::function<void()>& startTimer) {
+    if (!m_symbol.empty() && m_symbol != symbol) {
+        Leave();
+    }
+    // A new request empties the series.
+    m_history.Clear();
+    m_parser.HeldLevel1Lines().clear();
+    m_symbol = symbol;
+    m_answerError.clear();
+    m_answerEnded = false;
+    m_progress.StartNewLoad();
+    m_progress.SetShownCount(0);
+
+    const CSettings& settings = CSettings::Instance();
+    SPreparedRequest prepared;
+    try {
+        prepared = PrepareHistoryRequest(m_history, m_settings, settings);
+    } catch (const CInvalidArgException& error) {
+        spdlog::error("History request for {} not sent: the request settings are incomplete ({})",
+                      symbol, error.what());
+        return EStart::Failed;
+    }
+    m_dataType = prepared.dataType;
+    m_intervalIndex = settings.GetInt("RequestIntervalIndex");
+
+    if (!prepared.symbol.empty() && m_feed != nullptr) {
+        m_feed->WatchSymbol(prepared.symbol);
+    }
+    if (startTimer) {
+        startTimer();
+    }
+
+    std::string command;
+    try {
+        command = MakeHistoryCommand(m_history, settings);
+    } catch (const CInvalidArgException& error) {
+        spdlog::error("History request for {} not sent: the filter settings are incomplete ({})",
+                      symbol, error.what());
+        return EStart::Failed;
+    }
+    if (command.empty()) {
+        spdlog::error("History request for {} not sent: request kind {} is unknown", symbol,
+                      prepared.kind);
+        return EStart::Failed;
+    }
+    if (m_feed == nullptr || !m_feed->SendHistoryCommand(command)) {
+        spdlog::warn("History request for {} not sent: no lookup connection", symbol);
+        return EStart::NoConnection;
+    }
+    spdlog::info("History request sent: {}", command.substr(0, command.size() - 1));
+    return EStart::Sent;
+}
+
+void CChartLoader::OnHistoryLine(const std::string& line) {
+    // Classified in place: this runs for every one of millions of answer lines.
+    std::string_view errorText;
+    if (IsHistoryErrorReply(line, &errorText)) {
+        // An error reply: the answer brings no data. Its end marker leaves the request
+        // incomplete, so the status bar keeps the retrieval text.
+        m_answerError = std::string(errorText);
+        spdlog::warn("History of {}: {}", m_symbol, line);
+        m_parser.HeldLevel1Lines().clear();
+        return;
+    }
+    const bool endMarker = IsHistoryEndMarker(line);
+    if (endMarker) {
+        m_answerEnded = true;
+        if (!m_answerError.empty()) {
+            return;
+        }
+    }
+    m_parser.OnHistoryLine(line);
+    if (endMarker) {
+        spdlog::info("History of {} complete: {} points", m_symbol, m_history.GetCount());
+    }
+}
+
+void CChartLoader::OnLevel1Line(const std::string& line) {
+    if (m_answerError.empty()) {
+        m_parser.HoldLevel1LineWhileLoading(line);
+    }
+    if (!line.empty() && line[0] == 'F') {
+        // The symbol's fundamentals size the price labels (throws for a short line).
+        ApplyFundamentalPriceWidth(m_history, line, m_settings.useExchangeFormat);
+    }
+}
+
+void CChartLoader::OnProgressTick(IHistoryProgressView& view) {
+    m_progress.OnTimer(m_history, CSettings::Instance().GetInt("RequestDataType"), view);
+}
+
+bool CChartLoader::Loading() const {
+    return !m_symbol.empty() && !m_history.IsHistoryComplete();
+}
+
+SChartSummary CChartLoader::Summary() const {
+    SChartSummary summary;
+    summary.symbol = m_symbol;
+    summary.dataType = DataTypeText(m_dataType, m_intervalIndex);
+    summary.points = m_history.GetCount();
+    summary.complete = m_history.IsHistoryComplete();
+    sTICK point;
+    if (m_history.GetTick(0, point)) {
+        summary.first = TimeText(point, m_dataType);
+    }
+    if (m_history.GetTick(m_history.GetLastIndex(), point)) {
+        summary.last = TimeText(point, m_dataType);
+        summary.lastClose = point.close;
+    }
+    return summary;
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+// Drives one chart's history: the start of a request (derive the parameters from the request
+// settings, watch the symbol, send the one command), the answer lines, the Level 1 lines held
+// back while loading, and the progress texts. Plain C++; the chart view adds the 250 ms timer
+// and the window, the export mode its own event loop.
+
+#include "history/history_parser.h"
+#include "history/request_settings.h"
+
+#include <functional>
+#include <string>
+
+class CChartHistRequest;
+class CFeedConnections;
+
+// What the chart shows once loaded, in words and numbers.
+struct SChartSummary {
+    std::string symbol;
+    std::string dataType; // "Ticks", "5-Minute bars", "Daily bars", ...
+    int points = 0;
+    std::string first; // time stamp of the first point ("" when none)
+    std::string last;  // time stamp of the last point
+    double lastClose = 0.0;
+    bool complete = false;
+};
+
+class CChartLoader {
+public:
+    // How a start of a request went.
+    enum class EStart {
+        Sent,         // the command went out on the lookup connection
+        NoConnection, // no lookup connection (or no feed): nothing sent
+        Failed,       // the settings could not give a request (logged): nothing sent
+    };
+
+    // The view shows this many of the newest points at once until the display settings say
+    // otherwise.
+    static constexpr int kDefaultDisplayedPoints = 120;
+
+    // Marks the chart alive in `history` for the loader's lifetime: answer lines that arrive
+    // after it is gone are dropped.
+    explicit CChartLoader(CChartHistRequest& history);
+    ~CChartLoader();
+    CChartLoader(const CChartLoader&) = delete;
+    CChartLoader& operator=(const CChartLoader&) = delete;
+
+    // The frame's feed (null until the connections exist).
+    void SetFeed(CFeedConnections* feed) { m_feed = feed; }
+    CFeedConnections* Feed() const { return m_feed; }
+
+    // Reads the request settings from the settings table (at start, and after the data settings
+    // page stored them).
+    void LoadSettings();
+    const SRequestSettings& Settings() const { return m_settings; }
+
+    // Leaves the symbol shown: unwatches it and empties the series. Nothing when none is shown.
+    void Leave();
+    // Loads `symbol` ("CurrentSymbol"): a different symbol shown before is left, the series is
+    // emptied, then the parameters are derived, the symbol watched, `startTimer` called (the
+    // caller's progress timer; may be empty) and the one command sent.
+    EStart Load(const std::string& symbol, const std::function<void()>& startTimer = {});
+
+    // A lookup line beginning with "Loo" (the answer to a history command). Malformed lines
+    // throw CInvalidArgException (records appended before stay).
+    void OnHistoryLine(const std::string& line);
+    // A Level 1 line: held back while the history is loading, replayed at its end. A
+    // fundamental ('F') line also sets the price text width; one too short for it throws
+    // CInvalidArgException after the line was held.
+    void OnLevel1Line(const std::string& line);
+
+    // One tick of the progress timer: the status text and what the view redraws.
+    void OnProgressTick(IHistoryProgressView& view);
+
+    const std::string& Symbol() const { return m_symbol; }
+    int DataType() const { return m_dataType; }
+    const CChartHistRequest& History() const { return m_history; }
+    // True from a Load until the end marker of a complete answer.
+    bool Loading() const;
+    // The error text of the current answer ("!NO_DATA!", "!UNKNOWN_SYMBOL!"); "" when none.
+    const std::string& AnswerError() const { return m_answerError; }
+    // True once the end marker of an answer arrived since the last Load (error or not).
+    bool AnswerEnded() const { return m_answerEnded; }
+    SChartSummary Summary() const;
+    const std::deque<std::string>& HeldLevel1Lines() const { return m_parser.HeldLevel1Lines(); }
+
+private:
+    CChartHistRequest& m_history;
+    CFeedConnections* m_feed = nullptr;
+    SRequestSettings m_settings;
+    CHistoryResponseParser m_parser;
+    CHistoryProgress m_progress;
+    std::string m_symbol;
+    int m_dataType = 0;
+    int m_intervalIndex = 0;
+    std::string m_answerError;
+    bool m_answerEnded = false;
+};

@@ -1,0 +1,368 @@
+#include "history/history_parser.h"
+
+#include "base/error.h"
+#include "base/fields.h"
+#include "history/chart_hist_request.h"
+#include "history/tick.h"
+
+#include <charconv>
+#include <cstring>
+#include <fmt/format.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+// The first fields of a line as views into it, and the count of all its fields. Splits by the
+// protocol's rule (every comma ends a field; a non-empty tail after the last comma is one more)
+// without allocating.
+struct SLineFields {
+    static constexpr int kKept = 16;
+    std::string_view field[kKept];
+    int count = 0;
+
+    explicit SLineFields(std::string_view line) {
+        const char* start = line.data();
+        const char* const end = start + line.size();
+        int n = 0;
+        for (const char* p = start; p != end; ++p) {
+            if (*p == ',') {
+                if (n < kKept) {
+                    field[n] = std::string_view(start, static_cast<std::size_t>(p - start));
+                }
+                ++n;
+                start = p + 1;
+            }
+        }
+        if (start != end) {
+            if (n < kKept) {
+                field[n] = std::string_view(start, static_cast<std::size_t>(end - start));
+            }
+            ++n;
+        }
+        count = n;
+    }
+
+    // Field `index`, or CInvalidArgException when the line has no such field.
+    std::string_view At(int index) const {
+        if (index >= count || index >= kKept) {
+            throw CInvalidArgException(
+                fmt::format("field {} is beyond the {} fields of the line", index, count));
+        }
+        return field[index];
+    }
+};
+
+bool StartsWith(std::string_view text, char c) {
+    return !text.empty() && text.front() == c;
+}
+
+// Decimal text conversions in the manner of the C library: leading blanks and a plus sign are
+// skipped, the number ends at the first character that does not belong to it, and text with no
+// number gives 0.
+std::string_view NumberStart(std::string_view text) {
+    std::size_t i = 0;
+    while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) {
+        ++i;
+    }
+    if (i < text.size() && text[i] == '+') {
+        ++i;
+    }
+    return text.substr(i);
+}
+
+double ToDouble(std::string_view text) {
+    double value = 0.0;
+    const std::string_view number = NumberStart(text);
+    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
+    return result.ec == std::errc() ? value : 0.0;
+}
+
+template <typename T> T ToInteger(std::string_view text) {
+    T value = 0;
+    const std::string_view number = NumberStart(text);
+    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
+    return result.ec == std::errc() ? value : T{0};
+}
+
+// Unsigned conversion that, like the C library, takes a leading minus sign modulo 2^32.
+std::uint32_t ToUnsigned32(std::string_view text) {
+    const std::string_view number = NumberStart(text);
+    if (!number.empty() && number.front() == '-') {
+        return static_cast<std::uint32_t>(-ToInteger<std::int64_t>(number.substr(1)));
+    }
+    return static_cast<std::uint32_t>(ToInteger<std::uint64_t>(number));
+}
+
+// Two or four digits at a fixed position; -1 when they are not all there.
+int Digits(std::string_view text, std::size_t position, std::size_t length) {
+    if (position + length > text.size()) {
+        return -1;
+    }
+    int value = 0;
+    for (std::size_t i = position; i < position + length; ++i) {
+        const unsigned digit = static_cast<unsigned char>(text[i]) - static_cast<unsigned>('0');
+        if (digit > 9) {
+            return -1;
+        }
+        value = value * 10 + static_cast<int>(digit);
+    }
+    return value;
+}
+
+// The time stamp cut at its fixed positions: year 0-3, month 5-6, day 8-9, and with `withTime`
+// hour 11-12, minute 14-15, second 17-18. Invalid when a part is missing or no calendar time.
+CDateTime CutTimeStamp(std::string_view text, bool withTime) {
+    const int year = Digits(text, 0, 4);
+    const int month = Digits(text, 5, 2);
+    const int day = Digits(text, 8, 2);
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    if (withTime) {
+        hour = Digits(text, 11, 2);
+        minute = Digits(text, 14, 2);
+        second = Digits(text, 17, 2);
+    }
+    return CDateTime::FromFields(year, month, day, hour, minute, second);
+}
+
+// Microseconds at positions 20-25; 0 when the time stamp carries none.
+std::int32_t CutMicroseconds(std::string_view text) {
+    if (text.size() <= 20) {
+        return 0;
+    }
+    return ToInteger<std::int32_t>(text.substr(20, 6));
+}
+
+bool ContainsEndMarker(std::string_view text) {
+    return text.find("!ENDMSG!") != std::string_view::npos;
+}
+
+// Fills `tick` from the fields of one data line of `kind`; false when the line is dropped.
+bool ParseFields(const SLineFields& f, std::uint32_t kind, bool extendedTrades, sTICK& tick) {
+    if (kind <= 2) {
+        if (f.count < 9) {
+            return false;
+        }
+        if (f.count == 9) {
+            throw CInvalidArgException("a tick line of 9 fields has no basis");
+        }
+        const std::string_view basis = f.field[9];
+        const char letter = basis.empty() ? '\0' : basis.front();
+        const bool kept = letter == 'C' || ((letter == 'E' || letter == 'O') && extendedTrades);
+        if (!kept) {
+            return false;
+        }
+        if (f.count < 14) {
+            throw CInvalidArgException(
+                fmt::format("a tick line of {} fields lacks the aggressor and day code", f.count));
+        }
+        const std::string_view stamp = f.field[2];
+        tick.time = CutTimeStamp(stamp, true);
+        tick.microseconds = CutMicroseconds(stamp);
+        const double price = ToDouble(f.field[3]);
+        tick.high = price;
+        tick.low = price;
+        tick.close = price;
+        tick.open = 0.0;
+        tick.size = ToUnsigned32(f.field[4]);
+        tick.volume = ToInteger<std::int64_t>(f.field[5]);
+        tick.bid = ToDouble(f.field[6]);
+        tick.ask = ToDouble(f.field[7]);
+        tick.tickId = ToUnsigned32(f.field[8]);
+        tick.aggressor = static_cast<std::uint8_t>(ToInteger<int>(f.field[12]));
+        tick.dayCode = static_cast<std::uint8_t>(ToInteger<int>(f.field[13]));
+        tick.word1 = 0;
+        tick.word2 = 0;
+        return true;
+    }
+
+    if (f.count < 9) {
+        throw CInvalidArgException(
+            fmt::format("a bar line of {} fields lacks its prices or volumes", f.count));
+    }
+    const bool intervalBar = kind <= 5;
+    tick.time = CutTimeStamp(f.field[2], intervalBar);
+    tick.high = ToDouble(f.field[3]);
+    tick.low = ToDouble(f.field[4]);
+    tick.open = ToDouble(f.field[5]);
+    tick.close = ToDouble(f.field[6]);
+    tick.volume = ToInteger<std::int64_t>(f.field[7]);
+    if (intervalBar) {
+        tick.size = ToUnsigned32(f.field[8]);
+    } else {
+        tick.openInterest = ToUnsigned32(f.field[8]);
+        if (kind <= 7) {
+            tick.dayCode = tick.time.IsValid() ? static_cast<std::uint8_t>(Digits(f.field[2], 8, 2))
+                                               : std::uint8_t{255};
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool IsHistoryErrorReply(std::string_view line, std::string_view* errorText) {
+    const SLineFields fields(line);
+    if (fields.count < 2 || !StartsWith(fields.field[1], 'E')) {
+        return false;
+    }
+    if (errorText != nullptr) {
+        *errorText = fields.count >= 3 ? fields.field[2] : fields.field[1];
+    }
+    return true;
+}
+
+bool IsHistoryEndMarker(std::string_view line) {
+    const SLineFields fields(line);
+    return fields.count == 2 && ContainsEndMarker(fields.field[1]);
+}
+
+int PriceTextWidthOf(std::string_view price) {
+    const std::size_t point = price.find('.');
+    const long position = point == std::string_view::npos ? -1 : static_cast<long>(point);
+    const long width = static_cast<long>(price.size()) - position + 9;
+    return static_cast<int>(width < 11 ? 11 : width);
+}
+
+void ApplyFundamentalPriceWidth(CChartHistRequest& history, std::string_view fundamentalLine,
+                                bool exchangeFormat) {
+    std::vector<std::string_view> fields;
+    SplitFields(fundamentalLine, fields);
+    if (exchangeFormat) {
+        history.SetPriceTextWidth(ToInteger<int>(ElementAt(fields, 30)));
+    } else {
+        history.SetPriceTextWidth(ToInteger<int>(ElementAt(fields, 31)) + 10);
+    }
+}
+
+CHistoryResponseParser::CHistoryResponseParser(CChartHistRequest& history) : m_history(history) {}
+
+void CHistoryResponseParser::OnHistoryLine(std::string_view line) {
+    const SLineFields fields(line);
+    const int count = fields.count;
+
+    if (count >= 2 && StartsWith(fields.field[1], 'E')) {
+        return; // an error reply: the request stays incomplete
+    }
+    if (!m_history.IsChartAlive()) {
+        if (ContainsEndMarker(line)) {
+            m_history.Clear();
+        }
+        return;
+    }
+    if (count < 3) {
+        if (count == 2 && ContainsEndMarker(fields.field[1])) {
+            EndOfAnswer();
+        }
+        return;
+    }
+    if (StartsWith(fields.field[1], '!')) {
+        return; // another marker line
+    }
+
+    const std::string_view id = fields.field[0];
+    const unsigned digit =
+        id.empty() ? 10U : static_cast<unsigned char>(id.back()) - static_cast<unsigned>('0');
+
+    if (m_history.GetPriceTextWidth() == 0) {
+        m_history.SetPriceTextWidth(PriceTextWidthOf(fields.At(3)));
+    }
+    if (digit > 9) {
+        return;
+    }
+
+    sTICK tick;
+    if (ParseFields(fields, digit, m_history.AreExtendedTradesAccepted(), tick)) {
+        m_history.AppendTick(tick);
+    }
+}
+
+bool CHistoryResponseParser::ParseRecord(std::string_view line, std::uint32_t kind,
+                                         sTICK& tick) const {
+    return ParseFields(SLineFields(line), kind, m_history.AreExtendedTradesAccepted(), tick);
+}
+
+void CHistoryResponseParser::EndOfAnswer() {
+    m_history.SetHistoryComplete(true);
+    sTICK last;
+    m_history.GetTick(m_history.GetLastIndex(), last);
+
+    std::vector<std::string_view> fields;
+    while (!m_held.empty()) {
+        const std::string line = m_held.front();
+        SplitFields(line, fields);
+        if (fields.size() < 3) {
+            // Dropped first, so that one broken line does not hold up every later replay.
+            m_held.pop_front();
+            throw CInvalidArgException("a held Level 1 line has fewer than 3 fields: " + line);
+        }
+        const auto volume = ToInteger<std::uint64_t>(fields[2]);
+        const bool newer = last.volume < 0 || volume > static_cast<std::uint64_t>(last.volume);
+        m_held.pop_front();
+        if (newer && m_liveTrade) {
+            m_liveTrade(line);
+        }
+    }
+}
+
+bool CHistoryResponseParser::HoldLevel1LineWhileLoading(const std::string& line) {
+    if (m_history.IsHistoryComplete()) {
+        return false;
+    }
+    m_held.push_back(line);
+    return true;
+}
+
+// ---- CHistoryProgress -------------------------------------------------------------------------
+
+std::string CHistoryProgress::RetrievalText(int dataType, int count) {
+    switch (dataType) {
+    case 0:
+        return fmt::format("Retrieving Tick Data ({} Ticks Received)", count);
+    case 1:
+        return fmt::format("Retrieving Minute Data ({} Minutes Received)", count);
+    case 2:
+        return fmt::format("Retrieving Day Data ({} Days Received)", count);
+    case 3:
+        return fmt::format("Retrieving Week Data ({} Weeks Received)", count);
+    case 4:
+        return fmt::format("Retrieving Month Data ({} Months Received)", count);
+    default:
+        return {};
+    }
+}
+
+std::string CHistoryProgress::DatapointsText(int count, int displayed) {
+    return fmt::format("{} datapoints available.  Displaying {}.", count, displayed);
+}
+
+void CHistoryProgress::OnTimer(const CChartHistRequest& history, int dataType,
+                               IHistoryProgressView& view) {
+    const int count = history.GetCount();
+    if (!history.IsHistoryComplete()) {
+        m_shownCount = count;
+        view.SetStatusText(RetrievalText(dataType, count));
+        return;
+    }
+    if (m_newLoad) {
+        m_newLoad = false;
+        view.SetScrollRange(count);
+        view.SetScrollPosition(count);
+        m_shownCount = view.RecomputeAndShowNewest();
+        view.SetStatusText(DatapointsText(count, view.DisplayedPointCount()));
+        return;
+    }
+    if (count < m_shownCount) {
+        return;
+    }
+    if (!view.IsScrollAtLimit() || m_shownCount == 0) {
+        return;
+    }
+    view.SetScrollRange(count);
+    view.SetScrollPosition(view.ScrollLimit());
+    view.AppendNewPoints(count - m_shownCount);
+    m_shownCount = count;
+    view.SetStatusText(DatapointsText(count, view.DisplayedPointCount()));
+}

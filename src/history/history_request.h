@@ -1,0 +1,64 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class CChartHistRequest;
+class CSettings;
+struct SHistoryParameters;
+struct SRequestSettings;
+
+// Request kinds: data type and request type together.
+enum ERequestKind : std::uint32_t {
+    kTicksDatapoints = 0,
+    kTicksDays = 1,
+    kTicksDateRange = 2,
+    kIntervalsDatapoints = 3,
+    kIntervalsDays = 4,
+    kIntervalsDateRange = 5,
+    kDaysDatapoints = 6,
+    kDaysDateRange = 7,
+    kWeeksDatapoints = 8,
+    kMonthsDatapoints = 9,
+};
+inline constexpr std::uint32_t kRequestKindCount = 10;
+
+// One entry of the interval selector.
+struct SIntervalChoice {
+    const char* name;
+    int minutes;
+};
+// "1-Minute" ... "2-Hour", by "RequestIntervalIndex".
+const std::array<SIntervalChoice, 11>& IntervalTable();
+// Seconds of the interval at `index`; CInvalidArgException outside the table.
+int IntervalSeconds(int index);
+
+// What a start of a request decided beyond the history object's parameters.
+struct SPreparedRequest {
+    std::string symbol;
+    std::uint32_t kind = 0;
+    int dataType = 0;
+    bool useExchangeFormat = true;
+};
+
+// Derives the request parameters from the settings table ("CurrentSymbol", "RequestDataType",
+// "RequestIntervalIndex") and the loaded request settings, and stores them in `history`: symbol,
+// kind, direction "1", filter times (-1 unless this data type's filter is on), dates and times,
+// datapoints, days, interval, and the extended-trades flag. A list element that does not exist
+// throws CInvalidArgException; the caller then sends nothing.
+SPreparedRequest PrepareHistoryRequest(CChartHistRequest& history,
+                                       const SRequestSettings& requestSettings,
+                                       const CSettings& settings);
+
+// The command line (ending in "\n") for the parameters' kind; empty for a kind outside 0-9.
+// `filterOn` is "RequestFilterOn" split at commas; an element that the kind needs and that is
+// missing throws CInvalidArgException.
+std::string FormatHistoryCommand(const SHistoryParameters& params,
+                                 const std::vector<std::string>& filterOn);
+
+// Clears the history complete flag and formats the current request's command with the
+// "RequestFilterOn" list of `settings`. The caller sends a non-empty result on the lookup
+// connection (CFeedConnections::SendHistoryCommand).
+std::string MakeHistoryCommand(CChartHistRequest& history, const CSettings& settings);

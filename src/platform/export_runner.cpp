@@ -1,0 +1,259 @@
+#include "platform/export_runner.h"
+
+#include "app/command_line.h"
+#include "app/settings.h"
+#include "base/error.h"
+#include "feed/feed_connections.h"
+#include "feed/kestrel_stream_socket.h"
+#include "history/chart_hist_request.h"
+#include "history/tick.h"
+#include "platform/application_log.h"
+#include "platform/config_writer.h"
+#include "platform/qt_feed.h"
+#include "platform/startup_store.h"
+
+#include <QCoreApplication>
+#include <QSaveFile>
+
+#include <fmt/format.h>
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int kTickMs = 250;
+
+void PrintError(const std::string& text) {
+    std::fprintf(stderr, "Skychart: %s\n", text.c_str());
+    std::fflush(stderr);
+}
+
+} // namespace
+
+void CStderrPrompt::Information(const std::string& caption, const std::string& text) {
+    PrintError(caption + ": " + text);
+}
+
+void CStderrPrompt::Error(const std::string& caption, const std::string& text) {
+    PrintError(caption + ": " + text);
+    if (m_hook) {
+        m_hook(text);
+    }
+}
+
+bool CStderrPrompt::Question(const std::string& caption, const std::string& text) {
+    PrintError(caption + ": " + text + " (answered No)");
+    return false;
+}
+
+CExportRunner::CExportRunner(SExportRequest request, std::chrono::milliseconds connectTimeout,
+                             std::chrono::milliseconds idleTimeout)
+    : m_request(std::move(request)), m_connectTimeout(connectTimeout), m_idleTimeout(idleTimeout),
+      m_loader(CChartHistRequest::Instance()) {
+    m_prompt.SetErrorHook([this](const std::string& text) {
+        // The admin connection gave up: no service will answer.
+        if (text.find("unable to connect") != std::string::npos) {
+            Finish(kExportNoService,
+                   "cannot reach the market-data service on 127.0.0.1:" +
+                       std::to_string(CStartupStore::ReadPort("AdminPort", "9300", 9300)));
+        }
+    });
+    m_timer.setInterval(kTickMs);
+    connect(&m_timer, &QTimer::timeout, this, &CExportRunner::OnTick);
+}
+
+CExportRunner::~CExportRunner() {
+    // The connections call back into the runner; they go first.
+    m_feed.reset();
+}
+
+int CExportRunner::Run() {
+    m_startedAt = std::chrono::steady_clock::now();
+    m_loader.LoadSettings();
+    m_feed = MakeQtFeedConnections(*this, m_prompt);
+    m_loader.SetFeed(m_feed.get());
+    m_timer.start();
+    m_feed->Start();
+    if (m_finished) {
+        return m_exitCode;
+    }
+    return QCoreApplication::exec();
+}
+
+bool CExportRunner::LookupReady() const {
+    const SKestrelSocketStats* lookup =
+        m_feed ? m_feed->ConnectionStatistics(CFeedConnections::kLookup) : nullptr;
+    return lookup != nullptr && lookup->IsConnected();
+}
+
+void CExportRunner::OnTick() {
+    if (m_finished) {
+        return;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (!m_loading) {
+        if (m_serviceReady && LookupReady()) {
+            StartLoad();
+        } else if (now - m_startedAt > m_connectTimeout) {
+            Finish(kExportNoService,
+                   fmt::format("the market-data service did not become ready within {} s "
+                               "(service status \"{}\")",
+                               m_connectTimeout.count() / 1000,
+                               m_feed ? m_feed->ServiceStatistics().status : "none"));
+        }
+        return;
+    }
+
+    m_loader.OnProgressTick(*this);
+    if (m_loader.AnswerEnded() && !m_loader.AnswerError().empty()) {
+        Finish(kExportNoData, fmt::format("no history for {}: the service answered {}",
+                                          m_request.symbol, m_loader.AnswerError()));
+    } else if (m_loader.History().IsHistoryComplete()) {
+        if (m_loader.History().GetCount() == 0) {
+            Finish(kExportNoData, fmt::format("no history for {}: the answer held no data points",
+                                              m_request.symbol));
+            return;
+        }
+        const std::string error = WriteFile();
+        if (!error.empty()) {
+            Finish(kExportFileError, error);
+            return;
+        }
+        spdlog::info("Export: {} points of {} written to {}", m_loader.History().GetCount(),
+                     m_request.symbol, m_request.file);
+        Finish(kExportOk, {});
+    } else if (!LookupReady()) {
+        Finish(kExportNoService, "the lookup connection closed before the answer was complete");
+    } else if (now - m_lastLineAt > m_idleTimeout) {
+        Finish(kExportNoService,
+               fmt::format("the service sent nothing for {} s while {} was loading",
+                           m_idleTimeout.count() / 1000, m_request.symbol));
+    }
+}
+
+void CExportRunner::StartLoad() {
+    m_loading = true;
+    m_lastLineAt = std::chrono::steady_clock::now();
+    const CChartLoader::EStart started = m_loader.Load(m_request.symbol);
+    if (started == CChartLoader::EStart::Failed) {
+        Finish(kExportBadArguments,
+               "the stored request settings give no history request (see the log)");
+    } else if (started == CChartLoader::EStart::NoConnection) {
+        Finish(kExportNoService, "no lookup connection to send the history request on");
+    }
+}
+
+void CExportRunner::Finish(int exitCode, const std::string& message) {
+    if (m_finished) {
+        return;
+    }
+    m_finished = true;
+    m_exitCode = exitCode;
+    m_timer.stop();
+    if (!message.empty()) {
+        spdlog::error("Export failed: {}", message);
+        PrintError(message);
+    }
+    QCoreApplication::exit(exitCode);
+}
+
+std::string CExportRunner::WriteFile() const {
+    QSaveFile file(QString::fromStdString(m_request.file));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        return fmt::format("cannot write {}: {}", m_request.file, file.errorString().toStdString());
+    }
+    const CChartHistRequest& history = m_loader.History();
+    std::string text = ExportHeader(m_request.dataType) + "\n";
+    sTICK point;
+    const int count = history.GetCount();
+    for (int i = 0; i < count; ++i) {
+        history.GetTick(i, point);
+        text += ExportRow(point, m_request.dataType);
+        text += '\n';
+    }
+    file.write(text.data(), static_cast<qint64>(text.size()));
+    if (!file.commit()) {
+        return fmt::format("cannot write {}: {}", m_request.file, file.errorString().toStdString());
+    }
+    return {};
+}
+
+int CExportRunner::RecomputeAndShowNewest() {
+    return m_loader.History().GetCount();
+}
+
+void CExportRunner::SetStatusText(const std::string& text) {
+    if (text != m_lastStatus) {
+        m_lastStatus = text;
+        spdlog::info("Export status: {}", text);
+    }
+}
+
+void CExportRunner::OnServiceIp() {
+    m_serviceReady = true;
+}
+
+void CExportRunner::OnSearchLine(const std::string& /*line*/) {}
+
+void CExportRunner::OnHistoryLine(const std::string& line) {
+    m_lastLineAt = std::chrono::steady_clock::now();
+    try {
+        m_loader.OnHistoryLine(line);
+    } catch (const CInvalidArgException& error) {
+        // Malformed lines are dropped, as in the window.
+        spdlog::error("Invalid argument in history line \"{}\": {}; line dropped", line,
+                      error.what());
+    }
+}
+
+void CExportRunner::OnLevel1Line(const std::string& line) {
+    try {
+        m_loader.OnLevel1Line(line);
+    } catch (const CInvalidArgException& error) {
+        spdlog::error("Invalid argument in Level 1 line \"{}\": {}; line dropped", line,
+                      error.what());
+    }
+}
+
+void CExportRunner::OnSymbolNotFound(const std::string& line) {
+    spdlog::warn("Symbol {} has no results...", line.size() > 2 ? line.substr(2) : "");
+}
+
+void CExportRunner::OnServiceStatus(const std::string& status) {
+    spdlog::info("Export: service status {}", status);
+}
+
+int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& executable) {
+    SExportRequest request;
+    const std::string problem = CheckExportRequest(commandLine, request);
+    if (!problem.empty()) {
+        PrintError(problem);
+        return kExportBadArguments;
+    }
+    const SLogResult log = InitApplicationLog(executable);
+    if (!log.file.empty()) {
+        // The log file has it all; standard error keeps only what the user must read.
+        auto& sinks = spdlog::default_logger()->sinks();
+        std::erase_if(sinks, [](const spdlog::sink_ptr& sink) {
+            return std::dynamic_pointer_cast<spdlog::sinks::stderr_sink_mt>(sink) != nullptr;
+        });
+    }
+    spdlog::info("Skychart {} export of {} ({}) to {}", SKYCHART_VERSION, request.symbol,
+                 request.typeText, request.file);
+
+    CStderrPrompt prompt;
+    // The settings are read, never written: the export changes nothing the user keeps.
+    LoadApplicationSettings(prompt);
+    CSettings& settings = CSettings::Instance();
+    settings.SetText("CurrentSymbol", request.symbol);
+    settings.SetInt("RequestDataType", request.dataType);
+    if (request.intervalIndex >= 0) {
+        settings.SetInt("RequestIntervalIndex", request.intervalIndex);
+    }
+
+    using namespace std::chrono_literals;
+    CExportRunner runner(request, 30s, 60s);
+    return runner.Run();
+}

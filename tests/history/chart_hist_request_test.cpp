@@ -1,0 +1,207 @@
+#include "base/error.h"
+#include "history/chart_hist_request.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+
+namespace {
+
+sTICK TickAt(int year, int month, int day, int hour, int minute, int second, double close = 1.0) {
+    sTICK tick;
+    tick.time = CDateTime(year, month, day, hour, minute, second);
+    tick.close = close;
+    return tick;
+}
+
+TEST(TickRecord, DefaultIsTheValidOddTimeWithEveryNumberZero) {
+    const sTICK tick;
+    SDateTimeFields fields;
+    ASSERT_TRUE(tick.time.IsValid());
+    ASSERT_TRUE(tick.time.GetFields(fields));
+    EXPECT_EQ(fields, (SDateTimeFields{1980, 12, 30, 13, 0, 0}));
+    EXPECT_EQ(tick.volume, 0);
+    EXPECT_EQ(tick.close, 0.0);
+    EXPECT_TRUE(tick.text1.Empty() && tick.text2.Empty() && tick.text3.Empty());
+}
+
+TEST(TickRecord, TextsAreCopiedDeeplyWithTheRecord) {
+    sTICK tick;
+    tick.text2.Assign("odd lot");
+    sTICK copy = tick;
+    tick.text2.Assign("changed");
+    EXPECT_EQ(copy.text2.View(), "odd lot");
+    copy = tick;
+    EXPECT_EQ(copy.text2.View(), "changed");
+    tick.text2.Assign("");
+    EXPECT_TRUE(tick.text2.Empty());
+}
+
+// The fast calendar conversion used by the parser must agree with the checked one everywhere,
+// including impossible dates, leap days, the edges of the year range and days before 1899.
+TEST(FastDateTime, AgreesWithTheCheckedConversion) {
+    const std::array<std::array<int, 6>, 14> cases = {{
+        {2020, 2, 29, 9, 30, 0},
+        {2021, 2, 29, 9, 30, 0},
+        {2024, 2, 30, 0, 0, 0},
+        {1900, 2, 29, 0, 0, 0},
+        {2000, 2, 29, 23, 59, 59},
+        {1899, 12, 29, 6, 0, 0},
+        {1899, 12, 30, 0, 0, 0},
+        {100, 1, 1, 0, 0, 0},
+        {99, 12, 31, 0, 0, 0},
+        {9999, 12, 31, 23, 59, 59},
+        {2026, 4, 31, 0, 0, 0},
+        {2026, 13, 1, 0, 0, 0},
+        {2026, 1, 1, 24, 0, 0},
+        {0, 0, 0, 0, 0, 0},
+    }};
+    for (const auto& c : cases) {
+        const CDateTime checked(c[0], c[1], c[2], c[3], c[4], c[5]);
+        const CDateTime fast = CDateTime::FromFields(c[0], c[1], c[2], c[3], c[4], c[5]);
+        EXPECT_EQ(fast.IsValid(), checked.IsValid()) << c[0] << "-" << c[1] << "-" << c[2];
+        if (checked.IsValid()) {
+            EXPECT_EQ(fast.Days(), checked.Days()) << c[0] << "-" << c[1] << "-" << c[2];
+        }
+    }
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> year(1600, 2400), month(0, 13), day(0, 32), hour(0, 24),
+        minute(0, 60);
+    for (int i = 0; i < 20000; ++i) {
+        const int y = year(random), mo = month(random), d = day(random), h = hour(random),
+                  mi = minute(random), s = minute(random);
+        const CDateTime checked(y, mo, d, h, mi, s);
+        const CDateTime fast = CDateTime::FromFields(y, mo, d, h, mi, s);
+        ASSERT_EQ(fast.IsValid(), checked.IsValid()) << y << "-" << mo << "-" << d;
+        if (checked.IsValid()) {
+            ASSERT_EQ(fast.Days(), checked.Days());
+            ASSERT_EQ(fast.GetSecondsOfDay(), h * 3600 + mi * 60 + s);
+        }
+    }
+}
+
+class Series : public ::testing::Test {
+protected:
+    void Fill(int count) {
+        for (int i = 0; i < count; ++i) {
+            ASSERT_TRUE(history.AppendTick(TickAt(2026, 1, 5, 10, 0, i % 60, 100.0 + i)));
+        }
+    }
+    CChartHistRequest history;
+};
+
+TEST_F(Series, GettersClampTheIndexAndLeaveTheRecordAloneWhenEmpty) {
+    sTICK out;
+    out.close = 42.0;
+    EXPECT_FALSE(history.GetTick(0, out));
+    EXPECT_EQ(out.close, 42.0);
+    EXPECT_EQ(history.GetClose(3), 0.0);
+    EXPECT_EQ(history.GetLastIndex(), -1);
+
+    Fill(5);
+    ASSERT_TRUE(history.GetTick(-5, out));
+    EXPECT_EQ(out.close, 100.0);
+    ASSERT_TRUE(history.GetTick(history.GetCount() + 3, out));
+    EXPECT_EQ(out.close, 104.0);
+    EXPECT_EQ(history.GetClose(-1), 100.0);
+    EXPECT_EQ(history.GetClose(99), 104.0);
+    EXPECT_EQ(history.GetClose(2), 102.0);
+    EXPECT_EQ(history.GetLastIndex(), 4);
+}
+
+TEST_F(Series, ReplaceOverwritesInsideAndThrowsOutside) {
+    Fill(3);
+    sTICK replacement = TickAt(2026, 1, 6, 11, 0, 0, 7.5);
+    replacement.text1.Assign("corrected");
+    history.ReplaceTick(1, replacement);
+    sTICK out;
+    history.GetTick(1, out);
+    EXPECT_EQ(out.close, 7.5);
+    EXPECT_EQ(out.text1.View(), "corrected");
+
+    EXPECT_THROW(history.ReplaceTick(3, replacement), CInvalidArgException);
+    EXPECT_THROW(history.ReplaceTick(-1, replacement), CInvalidArgException);
+    EXPECT_EQ(history.GetClose(0), 100.0);
+    EXPECT_EQ(history.GetClose(2), 102.0);
+}
+
+TEST_F(Series, GrowsByTheStepKeepsRecordsInPlaceAndClearResetsTheStep) {
+    history.SetGrowthStep(4);
+    Fill(9);
+    EXPECT_EQ(history.GetCapacity(), 12U);
+    EXPECT_EQ(history.GetCount(), 9);
+    for (int i = 0; i < 9; ++i) {
+        EXPECT_EQ(history.GetClose(i), 100.0 + i);
+    }
+
+    history.Clear();
+    EXPECT_EQ(history.GetCount(), 0);
+    EXPECT_EQ(history.GetCapacity(), 0U);
+    EXPECT_EQ(history.GetGrowthStep(), CHistoryRequestBase::kDefaultGrowthStep);
+    Fill(1);
+    EXPECT_EQ(history.GetCapacity(), CHistoryRequestBase::kDefaultGrowthStep);
+}
+
+// More records than one storage block holds, so that records live in several blocks.
+TEST_F(Series, ManyRecordsKeepTheirValuesAcrossStorageBlocks) {
+    constexpr int kCount = 100000;
+    for (int i = 0; i < kCount; ++i) {
+        sTICK tick = TickAt(2026, 1, 5, 10, 0, 0, i);
+        tick.volume = i;
+        ASSERT_TRUE(history.AppendTick(tick));
+    }
+    ASSERT_EQ(history.GetCount(), kCount);
+    sTICK out;
+    for (int i = 0; i < kCount; i += 997) {
+        history.GetTick(i, out);
+        ASSERT_EQ(out.volume, i);
+    }
+    history.GetTick(kCount - 1, out);
+    EXPECT_EQ(out.close, kCount - 1);
+}
+
+TEST_F(Series, AppendDropsInvalidTimesEvenWithoutARange) {
+    sTICK bad;
+    bad.time = CDateTime(2026, 2, 30, 0, 0, 0);
+    EXPECT_FALSE(history.AppendTick(bad));
+    // Without a date range neither the day nor the filter times drop anything.
+    history.SetBeginFilterTime(93000);
+    history.SetEndFilterTime(160000);
+    EXPECT_TRUE(history.AppendTick(TickAt(1999, 1, 1, 3, 0, 0)));
+    EXPECT_TRUE(history.AppendTick(sTICK{}));
+    EXPECT_EQ(history.GetCount(), 2);
+}
+
+TEST_F(Series, DateRangeKeepsBothEndsAndDropsOneSecondOutside) {
+    history.SetBeginDate("20260105");
+    history.SetBeginTime("093000");
+    history.SetEndDate("20260107");
+    history.SetEndTime("160000");
+    EXPECT_TRUE(history.AppendTick(TickAt(2026, 1, 5, 9, 30, 0)));
+    EXPECT_TRUE(history.AppendTick(TickAt(2026, 1, 7, 16, 0, 0)));
+    EXPECT_TRUE(history.AppendTick(TickAt(2026, 1, 6, 3, 0, 0)));
+    EXPECT_FALSE(history.AppendTick(TickAt(2026, 1, 5, 9, 29, 59)));
+    EXPECT_FALSE(history.AppendTick(TickAt(2026, 1, 7, 16, 0, 1)));
+    EXPECT_EQ(history.GetCount(), 3);
+}
+
+TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
+    history.SetBeginDate("20260101");
+    history.SetEndDate("20261231");
+    history.SetEndTime("235959");
+    history.SetBeginFilterTime(93000);
+    history.SetEndFilterTime(160000);
+    EXPECT_FALSE(history.AppendTick(TickAt(2026, 3, 2, 9, 29, 59)));
+    EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 9, 30, 0)));
+    EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 0)));
+    EXPECT_FALSE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 1)));
+    EXPECT_EQ(history.GetCount(), 2);
+
+    // One end of the range missing: the range is off and so are the filter times.
+    history.SetEndDate("");
+    EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 1)));
+    EXPECT_TRUE(history.AppendTick(TickAt(2030, 3, 2, 1, 0, 0)));
+}
+
+} // namespace

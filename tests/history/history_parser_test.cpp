@@ -1,0 +1,259 @@
+#include "base/error.h"
+#include "history/chart_hist_request.h"
+#include "history/history_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+// A tick line as the service writes it, with the basis letter and field count chosen.
+std::string TickLine(const std::string& stamp, const std::string& price, char basis = 'C',
+                     int kind = 0) {
+    return "Lookup" + std::to_string(kind) + ",LH," + stamp + "," + price +
+           ",200,150000,101.24,101.26,4455," + basis + ",11,3D,1,22,";
+}
+
+class Parser : public ::testing::Test {
+protected:
+    sTICK Last() const {
+        sTICK tick;
+        EXPECT_TRUE(history.GetTick(history.GetLastIndex(), tick));
+        return tick;
+    }
+    CChartHistRequest history;
+    CHistoryResponseParser parser{history};
+};
+
+TEST_F(Parser, TickLineFillsEveryFieldItCarries) {
+    parser.OnHistoryLine(TickLine("2026-01-05 09:30:01.123456", "101.25"));
+    ASSERT_EQ(history.GetCount(), 1);
+    const sTICK tick = Last();
+    SDateTimeFields fields;
+    ASSERT_TRUE(tick.time.GetFields(fields));
+    EXPECT_EQ(fields, (SDateTimeFields{2026, 1, 5, 9, 30, 1}));
+    EXPECT_EQ(tick.microseconds, 123456);
+    EXPECT_EQ(tick.high, 101.25);
+    EXPECT_EQ(tick.low, 101.25);
+    EXPECT_EQ(tick.close, 101.25);
+    EXPECT_EQ(tick.open, 0.0);
+    EXPECT_EQ(tick.size, 200U);
+    EXPECT_EQ(tick.volume, 150000);
+    EXPECT_EQ(tick.bid, 101.24);
+    EXPECT_EQ(tick.ask, 101.26);
+    EXPECT_EQ(tick.tickId, 4455U);
+    EXPECT_EQ(tick.aggressor, 1);
+    EXPECT_EQ(tick.dayCode, 22);
+    EXPECT_EQ(tick.openInterest, 0U);
+}
+
+TEST_F(Parser, IntervalAndPeriodBarsUseTheirOwnLayouts) {
+    parser.OnHistoryLine("Lookup4,LH,2026-01-05 09:35:00,10.5,9.5,10.0,10.25,123456,789,42,");
+    sTICK bar = Last();
+    SDateTimeFields fields;
+    ASSERT_TRUE(bar.time.GetFields(fields));
+    EXPECT_EQ(fields, (SDateTimeFields{2026, 1, 5, 9, 35, 0}));
+    EXPECT_EQ(bar.high, 10.5);
+    EXPECT_EQ(bar.low, 9.5);
+    EXPECT_EQ(bar.open, 10.0);
+    EXPECT_EQ(bar.close, 10.25);
+    EXPECT_EQ(bar.volume, 123456);
+    EXPECT_EQ(bar.size, 789U);
+    EXPECT_EQ(bar.dayCode, 0);
+
+    parser.OnHistoryLine("Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,");
+    bar = Last();
+    ASSERT_TRUE(bar.time.GetFields(fields));
+    EXPECT_EQ(fields, (SDateTimeFields{2026, 1, 7, 0, 0, 0}));
+    EXPECT_EQ(bar.volume, 5000000);
+    EXPECT_EQ(bar.openInterest, 321U);
+    EXPECT_EQ(bar.size, 0U);
+    EXPECT_EQ(bar.dayCode, 7);
+
+    // Weeks and months leave the day code 0; text after the date is ignored.
+    parser.OnHistoryLine("Lookup8,LH,2026-01-09 xx,11,9,10,10.5,7000000,0,");
+    EXPECT_EQ(Last().dayCode, 0);
+    ASSERT_TRUE(Last().time.GetFields(fields));
+    EXPECT_EQ(fields, (SDateTimeFields{2026, 1, 9, 0, 0, 0}));
+    EXPECT_EQ(history.GetCount(), 3);
+}
+
+TEST_F(Parser, ImpossibleDatesAreDropped) {
+    parser.OnHistoryLine(TickLine("2026-02-30 09:30:00.000000", "1.5"));
+    parser.OnHistoryLine("Lookup3,LH,2026-01-05 24:00:00,1,1,1,1,1,1,");
+    parser.OnHistoryLine("Lookup7,LH,2026-13-01,1,1,1,1,1,1,");
+    parser.OnHistoryLine("Lookup9,LH,20x6-01-01,1,1,1,1,1,1,");
+    parser.OnHistoryLine("Lookup6,LH,2026-1-1,1,1,1,1,1,1,");
+    EXPECT_EQ(history.GetCount(), 0);
+}
+
+TEST_F(Parser, ShortTickLinesAreIgnoredOrThrowByTheirFieldCount) {
+    // Fewer than 9 fields: ignored.
+    parser.OnHistoryLine("Lookup0,LH,2026-01-05 09:30:00.000000,1.5,100,");
+    // Exactly 9: no basis letter, an error.
+    EXPECT_THROW(parser.OnHistoryLine("Lookup0,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,"),
+                 CInvalidArgException);
+    // 10 to 13 fields with a kept basis: an error, nothing stored.
+    EXPECT_THROW(parser.OnHistoryLine("Lookup1,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,"),
+                 CInvalidArgException);
+    EXPECT_THROW(
+        parser.OnHistoryLine("Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,11,3D,1,"),
+        CInvalidArgException);
+    // The same length with a dropped basis letter is silently dropped instead.
+    parser.OnHistoryLine("Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,O,11,3D,1,");
+    EXPECT_EQ(history.GetCount(), 0);
+}
+
+TEST_F(Parser, ShortBarLinesThrowAndKeepEarlierRecords) {
+    parser.OnHistoryLine("Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,");
+    EXPECT_THROW(parser.OnHistoryLine("Lookup6,LH,2026-01-08,11,9,10,10.5,5000000,"),
+                 CInvalidArgException);
+    EXPECT_THROW(parser.OnHistoryLine("Lookup3,LH,2026-01-08 09:30:00,11,"), CInvalidArgException);
+    EXPECT_EQ(history.GetCount(), 1);
+}
+
+TEST_F(Parser, BasisLettersFollowTheExtendedTradesFlag) {
+    const std::string stamp = "2026-01-05 10:00:00.000000";
+    parser.OnHistoryLine(TickLine(stamp, "1.0", 'C'));
+    parser.OnHistoryLine(TickLine(stamp, "2.0", 'E'));
+    parser.OnHistoryLine(TickLine(stamp, "3.0", 'O'));
+    parser.OnHistoryLine(TickLine(stamp, "4.0", 'X'));
+    ASSERT_EQ(history.GetCount(), 1);
+    EXPECT_EQ(history.GetClose(0), 1.0);
+
+    history.SetExtendedTradesAccepted(true);
+    parser.OnHistoryLine(TickLine(stamp, "5.0", 'C'));
+    parser.OnHistoryLine(TickLine(stamp, "6.0", 'E'));
+    parser.OnHistoryLine(TickLine(stamp, "7.0", 'O'));
+    parser.OnHistoryLine(TickLine(stamp, "8.0", 'X'));
+    ASSERT_EQ(history.GetCount(), 4);
+    EXPECT_EQ(history.GetClose(1), 5.0);
+    EXPECT_EQ(history.GetClose(3), 7.0);
+}
+
+TEST_F(Parser, TheKindComesFromTheRequestIdsLastDigit) {
+    // A tick line under a bar kind is read with the bar layout, and a non-digit stores nothing.
+    parser.OnHistoryLine("Lookup9,LH,2026-03-01,5,4,4.5,4.75,1000,0,");
+    parser.OnHistoryLine("LookupX,LH,2026-03-01,5,4,4.5,4.75,1000,0,");
+    parser.OnHistoryLine("Lookup13,LH,2026-03-01 10:00:00,5,4,4.5,4.75,1000,9,");
+    ASSERT_EQ(history.GetCount(), 2);
+    EXPECT_EQ(Last().size, 9U);
+    EXPECT_EQ(Last().openInterest, 0U);
+}
+
+TEST_F(Parser, EndMarkerCompletesOnlyAsATwoFieldLine) {
+    EXPECT_TRUE(IsHistoryEndMarker("Lookup0,!ENDMSG!,"));
+    EXPECT_FALSE(IsHistoryEndMarker("Lookup0,!ENDMSG!,x"));
+    EXPECT_FALSE(IsHistoryEndMarker("Lookup0,LH,!ENDMSG!,"));
+    parser.OnHistoryLine("Lookup0,!ENDMSG!,x");
+    parser.OnHistoryLine("Lookup0,!ENDMSG!,x,");
+    EXPECT_FALSE(history.IsHistoryComplete());
+    parser.OnHistoryLine("Lookup0,!ENDMSG!,");
+    EXPECT_TRUE(history.IsHistoryComplete());
+}
+
+TEST_F(Parser, ErrorRepliesAndOtherMarkersAreIgnored) {
+    std::string_view error;
+    EXPECT_TRUE(IsHistoryErrorReply("Lookup0,E,!UNKNOWN_SYMBOL!,", &error));
+    EXPECT_EQ(error, "!UNKNOWN_SYMBOL!");
+    EXPECT_TRUE(IsHistoryErrorReply("Lookup0,E", &error));
+    EXPECT_EQ(error, "E");
+    EXPECT_FALSE(IsHistoryErrorReply("Lookup0,LH,2026-01-05,E,"));
+    EXPECT_FALSE(IsHistoryErrorReply("Lookup0,!ENDMSG!,"));
+    parser.OnHistoryLine("Lookup0,E,!NO_DATA!,");
+    parser.OnHistoryLine("Lookup0,E,!UNKNOWN_SYMBOL!,");
+    parser.OnHistoryLine("Lookup0,!SYN!,1,2,3,4,5,6,7,8,9,10,11,12,");
+    parser.OnHistoryLine("Lookup0,");
+    parser.OnHistoryLine("Lookup0");
+    parser.OnHistoryLine("");
+    EXPECT_EQ(history.GetCount(), 0);
+    EXPECT_FALSE(history.IsHistoryComplete());
+    EXPECT_EQ(history.GetPriceTextWidth(), 0);
+}
+
+TEST_F(Parser, AGoneChartDropsLinesAndItsEndMarkerClearsTheSeries) {
+    parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "1.0"));
+    history.SetChartAlive(false);
+    parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.000000", "2.0"));
+    EXPECT_EQ(history.GetCount(), 1);
+    parser.OnHistoryLine("Lookup0,!ENDMSG!,");
+    EXPECT_EQ(history.GetCount(), 0);
+    EXPECT_FALSE(history.IsHistoryComplete());
+}
+
+TEST_F(Parser, PriceTextWidthComesOnceFromTheFirstLine) {
+    EXPECT_EQ(PriceTextWidthOf("123.4567"), 14);
+    EXPECT_EQ(PriceTextWidthOf("12"), 12);
+    EXPECT_EQ(PriceTextWidthOf("1.5"), 11);
+    EXPECT_EQ(PriceTextWidthOf(""), 11);
+
+    parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "123.4567"));
+    parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.000000", "12"));
+    EXPECT_EQ(history.GetPriceTextWidth(), 14);
+    // Even a line that stores nothing sets it, but a line without field 3 is an error.
+    history.SetPriceTextWidth(0);
+    parser.OnHistoryLine("LookupX,LH,x,12345.5678,");
+    EXPECT_EQ(history.GetPriceTextWidth(), 14);
+    history.SetPriceTextWidth(0);
+    EXPECT_THROW(parser.OnHistoryLine("Lookup0,LH,x"), CInvalidArgException);
+    EXPECT_EQ(history.GetPriceTextWidth(), 0);
+}
+
+TEST_F(Parser, FundamentalLineSetsTheWidthByTheExchangeFormatFlag) {
+    std::string line = "F,ABC";
+    for (int field = 2; field < 32; ++field) {
+        line += "," + std::to_string(field == 30 ? 7 : field == 31 ? 4 : 0);
+    }
+    ApplyFundamentalPriceWidth(history, line, true);
+    EXPECT_EQ(history.GetPriceTextWidth(), 7);
+    ApplyFundamentalPriceWidth(history, line, false);
+    EXPECT_EQ(history.GetPriceTextWidth(), 14);
+    EXPECT_THROW(ApplyFundamentalPriceWidth(history, "F,ABC,1,2,3", true), CInvalidArgException);
+    EXPECT_EQ(history.GetPriceTextWidth(), 14);
+}
+
+TEST_F(Parser, HeldLevel1LinesReplayOnlyWhenNewerThanTheLastRecord) {
+    std::vector<std::string> replayed;
+    parser.SetLiveTradeHandler([&](const std::string& line) { replayed.push_back(line); });
+    parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "1.0")); // volume 150000
+    ASSERT_TRUE(parser.HoldLevel1LineWhileLoading("Q,ABC,149999,"));
+    ASSERT_TRUE(parser.HoldLevel1LineWhileLoading("Q,ABC,150000,"));
+    ASSERT_TRUE(parser.HoldLevel1LineWhileLoading("Q,ABC,150001,"));
+    ASSERT_TRUE(parser.HoldLevel1LineWhileLoading("P,ABC,900000,"));
+    parser.OnHistoryLine("Lookup0,!ENDMSG!,");
+    EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,150001,", "P,ABC,900000,"}));
+    EXPECT_TRUE(parser.HeldLevel1Lines().empty());
+    // Once complete nothing more is held.
+    EXPECT_FALSE(parser.HoldLevel1LineWhileLoading("Q,ABC,150002,"));
+}
+
+TEST_F(Parser, AShortHeldLineStopsTheReplay) {
+    std::vector<std::string> replayed;
+    parser.SetLiveTradeHandler([&](const std::string& line) { replayed.push_back(line); });
+    parser.HeldLevel1Lines() = {"Q,ABC,5,", "Q,ABC", "Q,ABC,6,"};
+    // An empty series compares against volume 0.
+    EXPECT_THROW(parser.OnHistoryLine("Lookup3,!ENDMSG!,"), CInvalidArgException);
+    EXPECT_TRUE(history.IsHistoryComplete());
+    EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,5,"}));
+    ASSERT_EQ(parser.HeldLevel1Lines().size(), 1U);
+    parser.EndOfAnswer();
+    EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,5,", "Q,ABC,6,"}));
+}
+
+TEST_F(Parser, DateRangeOfTheRequestFiltersParsedTicks) {
+    history.SetBeginDate("20260105");
+    history.SetBeginTime("100000");
+    history.SetEndDate("20260105");
+    history.SetEndTime("100001");
+    parser.OnHistoryLine(TickLine("2026-01-05 09:59:59.999999", "1.0"));
+    parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "2.0"));
+    parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.999999", "3.0"));
+    parser.OnHistoryLine(TickLine("2026-01-05 10:00:02.000000", "4.0"));
+    ASSERT_EQ(history.GetCount(), 2);
+    EXPECT_EQ(history.GetClose(0), 2.0);
+    EXPECT_EQ(history.GetClose(1), 3.0);
+}
+
+} // namespace

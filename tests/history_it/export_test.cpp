@@ -1,0 +1,189 @@
+// The real Skychart binary in its export mode: no window, the real portico, real files.
+
+#include "history_it_support.h"
+
+#include <gtest/gtest.h>
+
+#include <fmt/format.h>
+
+#include <arpa/inet.h>
+#include <filesystem>
+#include <fstream>
+#include <netinet/in.h>
+#include <regex>
+#include <sstream>
+#include <sys/socket.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace skychart::test {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+std::vector<std::string> ReadLines(const std::string& file) {
+    std::ifstream in(file);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string ReadAll(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// A loopback port that nothing listens on (bound once, then closed).
+int ClosedPort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = 0;
+    socklen_t length = sizeof address;
+    ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    ::close(fd);
+    return ntohs(address.sin_port);
+}
+
+class ExportTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(m_portico.start({"--linger", "0", "--connect-delay", "100"}))
+            << m_portico.errorOutput();
+        WriteStartup(m_portico.adminPort(), m_portico.lookupPort(), m_portico.level1Port());
+        // The user's own settings, which an export must leave as they are.
+        m_home.writeFile(kSettingsFile, "[ApplicationSettings]\nCurrentSymbol=KRNO\n"
+                                        "RequestDataType=3\nSymbols=KRNO\n");
+    }
+    void TearDown() override { m_portico.stop(); }
+
+    void WriteStartup(int admin, int lookup, int level1) {
+        m_home.writeFile("config/Orvane/Kestrel/Startup.conf",
+                         fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n",
+                                     admin, lookup, level1));
+    }
+
+    // The current environment with this test's configuration and state folders and `path`.
+    std::vector<std::string> Environment(const std::string& path) const {
+        std::vector<std::string> entries;
+        for (char** entry = environ; *entry != nullptr; ++entry) {
+            const std::string text = *entry;
+            if (!text.starts_with("XDG_CONFIG_HOME=") && !text.starts_with("XDG_STATE_HOME=") &&
+                !text.starts_with("PATH=")) {
+                entries.push_back(text);
+            }
+        }
+        entries.push_back("XDG_CONFIG_HOME=" + m_home.path() + "/config");
+        entries.push_back("XDG_STATE_HOME=" + m_home.path() + "/state");
+        entries.push_back("PATH=" + path);
+        return entries;
+    }
+
+    ProcessResult Export(const std::vector<std::string>& arguments,
+                         const std::string& executable = SKYCHART_EXECUTABLE,
+                         const std::string& path = "/usr/bin:/bin") {
+        return RunProcess(executable, arguments, Environment(path), 120s);
+    }
+
+    std::string File(const std::string& name) const { return m_home.path() + "/" + name; }
+
+    static constexpr const char* kSettingsFile = "config/Orvane/Kestrel/DisplayApps/Skychart.conf";
+    TempDir m_home;
+    PorticoProcess m_portico{PORTICO_EXECUTABLE};
+};
+
+TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere) {
+    const std::string settingsBefore = ReadAll(m_home.path() + "/" + kSettingsFile);
+
+    const ProcessResult daily =
+        Export({"--export", File("luma.csv"), "-symbol", "luma", "-type", "daily"});
+    ASSERT_EQ(daily.exitCode, 0) << daily.output;
+    const std::vector<std::string> rows = ReadLines(File("luma.csv"));
+    ASSERT_GT(rows.size(), 2u);
+    EXPECT_EQ(rows[0], "DateTime,Open,High,Low,Close,Volume,OpenInterest");
+    // The default request: the newest 10000 days, as the service itself gives them.
+    const auto direct = QueryLookup(m_portico.lookupPort(), "HDX,LUMA,10000,1,D", "D");
+    ASSERT_EQ(rows.size(), direct.size() + 1);
+    for (std::size_t i = 0; i + 1 < direct.size(); ++i) {
+        const auto& f = direct[i];
+        const std::string expected =
+            fmt::format("{} 00:00:00,{},{},{},{},{},{}", f[2].substr(0, 10), std::stod(f[5]),
+                        std::stod(f[3]), std::stod(f[4]), std::stod(f[6]), f[7], f[8]);
+        ASSERT_EQ(rows[i + 1], expected) << "row " << i + 1;
+    }
+
+    const ProcessResult ticks =
+        Export({"--export", File("aurx.csv"), "-symbol", "AURX", "-type", "Tick"});
+    ASSERT_EQ(ticks.exitCode, 0) << ticks.output;
+    const std::vector<std::string> tickRows = ReadLines(File("aurx.csv"));
+    ASSERT_GT(tickRows.size(), 100u);
+    EXPECT_LE(tickRows.size(), 10001u);
+    EXPECT_EQ(tickRows[0], "DateTime,Close,Volume,Size,Bid,Ask");
+    const std::regex row(R"((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{6}),([0-9.]+),(\d+),(\d+),)"
+                         R"(([0-9.]+),([0-9.]+))");
+    std::string previous;
+    for (std::size_t i = 1; i < tickRows.size(); ++i) {
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(tickRows[i], match, row)) << tickRows[i];
+        EXPECT_GE(match[1].str(), previous) << "row " << i;
+        EXPECT_GT(std::stoul(match[4].str()), 0u) << tickRows[i];
+        EXPECT_LE(std::stod(match[5].str()), std::stod(match[6].str())) << tickRows[i];
+        previous = match[1].str();
+    }
+
+    const ProcessResult minutes = Export({"--export", File("bars.csv"), "-symbol", "LUMA", "-type",
+                                          "Minute", "-interval", "5-Minute"});
+    ASSERT_EQ(minutes.exitCode, 0) << minutes.output;
+    const std::vector<std::string> barRows = ReadLines(File("bars.csv"));
+    ASSERT_EQ(barRows.size(), 10001u);
+    EXPECT_EQ(barRows[0], "DateTime,Open,High,Low,Close,Volume,Size");
+    EXPECT_TRUE(std::regex_match(barRows[1], std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d[05]:00,.*)")))
+        << barRows[1];
+
+    EXPECT_EQ(ReadAll(m_home.path() + "/" + kSettingsFile), settingsBefore);
+}
+
+TEST_F(ExportTest, FailuresExplainThemselvesAndExitNonZero) {
+    const ProcessResult unknown =
+        Export({"--export", File("none.csv"), "-symbol", "NOSUCH", "-type", "Daily"});
+    EXPECT_NE(unknown.exitCode, 0);
+    EXPECT_NE(unknown.output.find("no history for NOSUCH"), std::string::npos) << unknown.output;
+    EXPECT_FALSE(fs::exists(File("none.csv")));
+
+    const ProcessResult noType = Export({"--export", File("x.csv"), "-symbol", "LUMA"});
+    EXPECT_EQ(noType.exitCode, 2);
+    EXPECT_NE(noType.output.find("needs -type"), std::string::npos) << noType.output;
+    const ProcessResult badInterval = Export(
+        {"--export", File("x.csv"), "-symbol", "LUMA", "-type", "Minute", "-interval", "7-Minute"});
+    EXPECT_EQ(badInterval.exitCode, 2);
+    EXPECT_NE(badInterval.output.find("7-Minute"), std::string::npos) << badInterval.output;
+
+    // No service: the ports are closed and no portico can be launched (none beside the copied
+    // executable, none on PATH).
+    const int closed = ClosedPort();
+    WriteStartup(closed, closed, closed);
+    fs::create_directories(File("alone"));
+    const std::string copy = File("alone/Skychart");
+    fs::copy_file(SKYCHART_EXECUTABLE, copy);
+    const ProcessResult unreachable =
+        Export({"--export", File("y.csv"), "-symbol", "LUMA", "-type", "Daily"}, copy,
+               File("alone/empty-path"));
+    EXPECT_NE(unreachable.exitCode, 0);
+    EXPECT_NE(unreachable.exitCode, -1) << "the export should give up by itself";
+    EXPECT_NE(unreachable.output.find("Unable to launch portico"), std::string::npos)
+        << unreachable.output;
+    EXPECT_NE(unreachable.output.find("cannot reach the market-data service"), std::string::npos)
+        << unreachable.output;
+    EXPECT_FALSE(fs::exists(File("y.csv")));
+}
+
+} // namespace
+} // namespace skychart::test

@@ -1,0 +1,203 @@
+#include "history_it_support.h"
+
+#include "app/settings.h"
+#include "base/fields.h"
+#include "chart/ui/chart_form_view.h"
+#include "history/chart_hist_request.h"
+
+#include <QApplication>
+
+#include <spdlog/sinks/base_sink.h>
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace skychart::test {
+
+struct StatusRecorder::Sink : spdlog::sinks::base_sink<std::mutex> {
+    std::vector<std::string> texts;
+    mutable std::mutex textsLock;
+
+protected:
+    void sink_it_(const spdlog::details::log_msg& message) override {
+        const std::string_view text(message.payload.data(), message.payload.size());
+        constexpr std::string_view kPrefix = "StatusBar: ";
+        if (text.starts_with(kPrefix)) {
+            const std::lock_guard<std::mutex> guard(textsLock);
+            texts.emplace_back(text.substr(kPrefix.size()));
+        }
+    }
+    void flush_() override {}
+};
+
+StatusRecorder::StatusRecorder() : m_sink(std::make_shared<Sink>()) {
+    spdlog::default_logger()->sinks().push_back(m_sink);
+}
+
+StatusRecorder::~StatusRecorder() {
+    auto& sinks = spdlog::default_logger()->sinks();
+    sinks.erase(std::remove(sinks.begin(), sinks.end(), m_sink), sinks.end());
+}
+
+std::vector<std::string> StatusRecorder::Texts() const {
+    const std::lock_guard<std::mutex> guard(m_sink->textsLock);
+    return m_sink->texts;
+}
+
+void StatusRecorder::Clear() {
+    const std::lock_guard<std::mutex> guard(m_sink->textsLock);
+    m_sink->texts.clear();
+}
+
+void HistoryFrameTest::SetUp() {
+    FrameTest::SetUp();
+    // The view leaves the series to the next load; every test starts from an empty one.
+    CChartHistRequest::Instance().Clear();
+}
+
+void HistoryFrameTest::OpenConnectedFrame(const std::map<std::string, std::string>& settings) {
+    OpenFrame();
+    UseSettings(settings);
+    ASSERT_TRUE(WaitForService());
+}
+
+void HistoryFrameTest::UseSettings(const std::map<std::string, std::string>& settings) {
+    for (const auto& [key, value] : settings) {
+        ASSERT_TRUE(CSettings::Instance().SetText(key, value)) << key;
+    }
+    frame().ChartView()->ReloadRequestSettings();
+}
+
+bool HistoryFrameTest::WaitForLoaded() {
+    const bool loaded = WaitFor(
+        [this] {
+            return CChartHistRequest::Instance().IsHistoryComplete() &&
+                   frame().ChartView()->LastStatusText().find("datapoints available") !=
+                       std::string::npos;
+        },
+        std::chrono::seconds(120));
+    // Lines still in the socket would belong to this answer: none may follow its end marker.
+    QApplication::processEvents();
+    return loaded;
+}
+
+bool HistoryFrameTest::EnterAndWait(const std::string& symbol) {
+    m_status.Clear();
+    EnterInSymbolBox(QString::fromStdString(symbol));
+    return WaitForLoaded();
+}
+
+std::vector<sTICK> HistoryFrameTest::Series() {
+    const CChartHistRequest& history = CChartHistRequest::Instance();
+    std::vector<sTICK> series(static_cast<std::size_t>(history.GetCount()));
+    for (std::size_t i = 0; i < series.size(); ++i) {
+        history.GetTick(static_cast<int>(i), series[i]);
+    }
+    return series;
+}
+
+SDateTimeFields FieldsOf(const sTICK& point) {
+    SDateTimeFields fields;
+    if (!point.time.GetFields(fields)) {
+        return {};
+    }
+    return fields;
+}
+
+std::string DateOf(const sTICK& point) {
+    const SDateTimeFields f = FieldsOf(point);
+    char text[16];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d", f.year, f.month, f.day);
+    return text;
+}
+
+int SecondOfDay(const sTICK& point) {
+    const SDateTimeFields f = FieldsOf(point);
+    return f.hour * 3600 + f.minute * 60 + f.second;
+}
+
+std::vector<std::vector<std::string>> QueryLookup(int port, const std::string& command,
+                                                  const std::string& id) {
+    LineClient client;
+    if (!client.connect(port) || !client.send("S,SET PROTOCOL,6.2\r\n" + command + "\r\n")) {
+        return {};
+    }
+    const auto answer = client.readAnswer(id);
+    if (!answer) {
+        return {};
+    }
+    std::vector<std::vector<std::string>> lines;
+    for (const std::string& line : *answer) {
+        std::vector<std::string> fields = SplitFieldsCopy(line);
+        if (fields.size() > 2 && fields[0] == id && fields[1] == "LH") {
+            lines.push_back(std::move(fields));
+        }
+    }
+    return lines;
+}
+
+ProcessResult RunProcess(const std::string& executable, const std::vector<std::string>& arguments,
+                         const std::vector<std::string>& environment,
+                         std::chrono::milliseconds timeout) {
+    ProcessResult result;
+    char outputName[] = "/tmp/skychart-it-output-XXXXXX";
+    const int output = ::mkstemp(outputName);
+    if (output < 0) {
+        return result;
+    }
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>(executable.c_str()));
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    std::vector<char*> envp;
+    for (const std::string& entry : environment) {
+        envp.push_back(const_cast<char*>(entry.c_str()));
+    }
+    envp.push_back(nullptr);
+
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::dup2(output, STDOUT_FILENO);
+        ::dup2(output, STDERR_FILENO);
+        ::execve(executable.c_str(), argv.data(), envp.data());
+        ::_exit(127);
+    }
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    int status = 0;
+    bool finished = false;
+    while (pid > 0 && !finished) {
+        const pid_t done = ::waitpid(pid, &status, WNOHANG);
+        if (done == pid) {
+            finished = true;
+        } else if (std::chrono::steady_clock::now() > deadline) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, &status, 0);
+            break;
+        } else {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+    if (finished && WIFEXITED(status)) {
+        result.exitCode = WEXITSTATUS(status);
+    }
+    ::lseek(output, 0, SEEK_SET);
+    char buffer[4096];
+    for (ssize_t n = ::read(output, buffer, sizeof buffer); n > 0;
+         n = ::read(output, buffer, sizeof buffer)) {
+        result.output.append(buffer, static_cast<std::size_t>(n));
+    }
+    ::close(output);
+    ::unlink(outputName);
+    return result;
+}
+
+} // namespace skychart::test
