@@ -32,7 +32,15 @@ bool CProcessLauncher::LaunchConnectionManager(const std::string& parameters, in
     const QStringList arguments = QString::fromStdString(parameters).split(' ', Qt::SkipEmptyParts);
     errno = 0;
     qint64 started = 0;
-    if (!QProcess::startDetached(QString::fromStdString(program), arguments, QString(), &started)) {
+    // The service outlives us and keeps its own counsel: its output must not land in our
+    // terminal (or in an export's pipe).
+    QProcess process;
+    process.setProgram(QString::fromStdString(program));
+    process.setArguments(arguments);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    if (!process.startDetached(&started)) {
         errorCode = errno != 0 ? errno : ECHILD;
         return false;
     }
