@@ -5,8 +5,9 @@
 
 #include <unistd.h>
 
-SLogResult InitApplicationLog(const std::string& executable) {
+SLogResult InitApplicationLog(const std::string& executable, bool console) {
     SLogSetup setup;
+    setup.console = console;
     setup.executable = executable;
     setup.folder = CStartupStore::LogPath();
     setup.preserveLogs = CStartupStore::PreserveDisplayAppLogs() != 0;

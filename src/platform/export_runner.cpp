@@ -232,13 +232,12 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
         PrintError(problem);
         return kExportBadArguments;
     }
-    const SLogResult log = InitApplicationLog(executable);
-    if (!log.file.empty()) {
-        // The log file has it all; standard error keeps only what the user must read.
-        auto& sinks = spdlog::default_logger()->sinks();
-        std::erase_if(sinks, [](const spdlog::sink_ptr& sink) {
-            return std::dynamic_pointer_cast<spdlog::sinks::stderr_sink_mt>(sink) != nullptr;
-        });
+    // The log file has it all; standard error keeps only what the user must read, unless there
+    // is no log file to keep the rest.
+    const SLogResult log = InitApplicationLog(executable, false);
+    if (log.file.empty()) {
+        spdlog::default_logger()->sinks().push_back(
+            std::make_shared<spdlog::sinks::stderr_sink_mt>());
     }
     spdlog::info("Skychart {} export of {} ({}) to {}", SKYCHART_VERSION, request.symbol,
                  request.typeText, request.file);
