@@ -262,12 +262,6 @@ TEST_F(FeedPorticoTest, SymbolSearchFillsTheResults) {
     EXPECT_EQ(feed->SearchResults()[0].description, "Lumarel Photonics Corp");
     EXPECT_EQ(feed->SearchResults()[0].listedMarketId, "1");
 
-    frame.searchLines.clear();
-    feed->SearchSymbols("IBM", "", "");
-    ASSERT_TRUE(RunUntil(searchEnds));
-    ASSERT_EQ(feed->SearchResults().size(), 1u);
-    EXPECT_EQ(feed->SearchResults()[0].symbol, "No Results Found");
-
     CSettings::Instance().Register("Search Type", "1", false);
     frame.searchLines.clear();
     feed->SearchSymbols("mills", "", "");

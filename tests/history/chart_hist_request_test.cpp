@@ -15,17 +15,6 @@ sTICK TickAt(int year, int month, int day, int hour, int minute, int second, dou
     return tick;
 }
 
-TEST(TickRecord, DefaultIsTheValidOddTimeWithEveryNumberZero) {
-    const sTICK tick;
-    SDateTimeFields fields;
-    ASSERT_TRUE(tick.time.IsValid());
-    ASSERT_TRUE(tick.time.GetFields(fields));
-    EXPECT_EQ(fields, (SDateTimeFields{1980, 12, 30, 13, 0, 0}));
-    EXPECT_EQ(tick.volume, 0);
-    EXPECT_EQ(tick.close, 0.0);
-    EXPECT_TRUE(tick.text1.Empty() && tick.text2.Empty() && tick.text3.Empty());
-}
-
 TEST(TickRecord, TextsAreCopiedDeeplyWithTheRecord) {
     sTICK tick;
     tick.text2.Assign("odd lot");
@@ -161,18 +150,6 @@ TEST_F(Series, ManyRecordsKeepTheirValuesAcrossStorageBlocks) {
     EXPECT_EQ(out.close, kCount - 1);
 }
 
-TEST_F(Series, AppendDropsInvalidTimesEvenWithoutARange) {
-    sTICK bad;
-    bad.time = CDateTime(2026, 2, 30, 0, 0, 0);
-    EXPECT_FALSE(history.AppendTick(bad));
-    // Without a date range neither the day nor the filter times drop anything.
-    history.SetBeginFilterTime(93000);
-    history.SetEndFilterTime(160000);
-    EXPECT_TRUE(history.AppendTick(TickAt(1999, 1, 1, 3, 0, 0)));
-    EXPECT_TRUE(history.AppendTick(sTICK{}));
-    EXPECT_EQ(history.GetCount(), 2);
-}
-
 TEST_F(Series, DateRangeKeepsBothEndsAndDropsOneSecondOutside) {
     history.SetBeginDate("20260105");
     history.SetBeginTime("093000");
@@ -198,10 +175,14 @@ TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
     EXPECT_FALSE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 1)));
     EXPECT_EQ(history.GetCount(), 2);
 
-    // One end of the range missing: the range is off and so are the filter times.
+    // One end of the range missing: the range is off and so are the filter times, but an
+    // impossible time is still dropped.
     history.SetEndDate("");
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 1)));
     EXPECT_TRUE(history.AppendTick(TickAt(2030, 3, 2, 1, 0, 0)));
+    EXPECT_TRUE(history.AppendTick(sTICK{}));
+    EXPECT_FALSE(history.AppendTick(TickAt(2026, 2, 30, 0, 0, 0)));
+    EXPECT_EQ(history.GetCount(), 5);
 }
 
 } // namespace

@@ -115,22 +115,19 @@ TEST_F(Parser, ShortBarLinesThrowAndKeepEarlierRecords) {
 }
 
 TEST_F(Parser, BasisLettersFollowTheExtendedTradesFlag) {
-    const std::string stamp = "2026-01-05 10:00:00.000000";
-    parser.OnHistoryLine(TickLine(stamp, "1.0", 'C'));
-    parser.OnHistoryLine(TickLine(stamp, "2.0", 'E'));
-    parser.OnHistoryLine(TickLine(stamp, "3.0", 'O'));
-    parser.OnHistoryLine(TickLine(stamp, "4.0", 'X'));
-    ASSERT_EQ(history.GetCount(), 1);
-    EXPECT_EQ(history.GetClose(0), 1.0);
-
-    history.SetExtendedTradesAccepted(true);
-    parser.OnHistoryLine(TickLine(stamp, "5.0", 'C'));
-    parser.OnHistoryLine(TickLine(stamp, "6.0", 'E'));
-    parser.OnHistoryLine(TickLine(stamp, "7.0", 'O'));
-    parser.OnHistoryLine(TickLine(stamp, "8.0", 'X'));
-    ASSERT_EQ(history.GetCount(), 4);
-    EXPECT_EQ(history.GetClose(1), 5.0);
-    EXPECT_EQ(history.GetClose(3), 7.0);
+    // Without the flag only 'C' is kept; with it 'E' and 'O' too; 'X' never.
+    for (const bool extended : {false, true}) {
+        history.Clear();
+        history.SetExtendedTradesAccepted(extended);
+        double price = 1.0;
+        for (const char basis : {'C', 'E', 'O', 'X'}) {
+            parser.OnHistoryLine(
+                TickLine("2026-01-05 10:00:00.000000", std::to_string(price++), basis));
+        }
+        ASSERT_EQ(history.GetCount(), extended ? 3 : 1);
+        EXPECT_EQ(history.GetClose(0), 1.0);
+        EXPECT_EQ(history.GetClose(history.GetLastIndex()), extended ? 3.0 : 1.0);
+    }
 }
 
 TEST_F(Parser, TheKindComesFromTheRequestIdsLastDigit) {

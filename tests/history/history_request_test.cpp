@@ -47,11 +47,7 @@ TEST(HistoryCommand, EveryKindFormatsItsLine) {
     EXPECT_EQ(FormatHistoryCommand(Abc(10), kFilterOn), "");
 }
 
-TEST(HistoryCommand, FilterOffLeavesBothFilterFieldsEmpty) {
-    EXPECT_EQ(FormatHistoryCommand(Abc(1), kFilterOff), "HTD,ABC,5,5000000,,,1,Lookup1\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(5), kFilterOff),
-              "HIT,ABC,300,20200101 093000,20201231 160000,5000000,,,1,Lookup5,,s,0\n");
-    // Only the exact text "true" turns the filter on.
+TEST(HistoryCommand, OnlyTheExactTextTrueTurnsTheFilterOn) {
     EXPECT_EQ(FormatHistoryCommand(Abc(4), {"TRUE", "1"}),
               "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n");
 }

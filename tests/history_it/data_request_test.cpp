@@ -19,6 +19,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <fstream>
 #include <regex>
 
@@ -56,8 +57,15 @@ TEST_F(DataRequestTest, RibbonChangesReloadTheShownSymbolAndAreStored) {
     EXPECT_EQ(Stored("RequestIntervalIndex"), "6");
     const std::vector<sTICK> bars = Series();
     ASSERT_EQ(bars.size(), 40u);
-    for (const sTICK& bar : bars) {
+    for (std::size_t i = 0; i < bars.size(); ++i) {
+        const sTICK& bar = bars[i];
         EXPECT_EQ(SecondOfDay(bar) % 900, 0) << DateOf(bar);
+        EXPECT_EQ(bar.microseconds, 0);
+        EXPECT_GE(bar.high, std::max(bar.open, bar.close));
+        EXPECT_LE(bar.low, std::min(bar.open, bar.close));
+        if (i > 0) {
+            EXPECT_LT(bars[i - 1].time, bar.time);
+        }
     }
 
     // A new symbol: the old one is no longer watched.

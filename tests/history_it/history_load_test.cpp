@@ -129,33 +129,6 @@ TEST_F(HistoryLoadTest, TicksByDaysAggregateIntoTheIntervalBarsByDays) {
     EXPECT_GE(compared, 40) << "too few regular-hours bars to compare";
 }
 
-TEST_F(HistoryLoadTest, DatapointRequestsGiveTheCountAskedFor) {
-    // With extended trades on every tick of the answer is kept, so the count is exact.
-    OpenConnectedFrame({{"RequestRecentType", "0,3,6,8,9"},
-                        {"RequestDatapoints", "2500,150,10000,10000,10000"},
-                        {"RequestEnableExtendedTrades", "1,0,0,0,0"},
-                        {"RequestDataType", "0"},
-                        {"RequestIntervalIndex", "4"}});
-    ASSERT_TRUE(EnterAndWait("LUMA"));
-    EXPECT_EQ(CChartHistRequest::Instance().GetCount(), 2500);
-    EXPECT_EQ(frame().StatusText(), "2500 datapoints available.  Displaying 120.");
-
-    CSettings::Instance().SetInt("RequestDataType", 1);
-    ASSERT_TRUE(EnterAndWait("LUMA"));
-    const std::vector<sTICK> bars = Series();
-    ASSERT_EQ(bars.size(), 150u);
-    EXPECT_EQ(frame().StatusText(), "150 datapoints available.  Displaying 120.");
-    for (std::size_t i = 0; i < bars.size(); ++i) {
-        EXPECT_EQ(SecondOfDay(bars[i]) % 300, 0);
-        EXPECT_EQ(bars[i].microseconds, 0);
-        EXPECT_GE(bars[i].high, std::max(bars[i].open, bars[i].close));
-        EXPECT_LE(bars[i].low, std::min(bars[i].open, bars[i].close));
-        if (i > 0) {
-            EXPECT_LT(bars[i - 1].time, bars[i].time);
-        }
-    }
-}
-
 TEST_F(HistoryLoadTest, DailyBarsMatchTheServiceAndWeeksAndMonthsAggregateThem) {
     OpenConnectedFrame({{"RequestRecentType", "0,3,6,8,9"},
                         {"RequestDatapoints", "10000,10000,400,40,12"},

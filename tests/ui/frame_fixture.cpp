@@ -1,6 +1,7 @@
 #include "frame_fixture.h"
 
 #include "app/settings.h"
+#include "base/fields.h"
 #include "platform/config_writer.h"
 #include "platform/registry_paths.h"
 
@@ -120,34 +121,17 @@ QString FrameTest::Stored(const QString& key) {
                                                     : value.toString();
 }
 
-std::optional<int> FrameTest::ServiceWatchCount() {
-    LineClient admin;
-    if (!admin.connect(m_portico->adminPort())) {
-        return std::nullopt;
-    }
-    const std::optional<std::string> line = admin.readLineStartingWith("S,STATS,", 10s);
-    if (!line) {
-        return std::nullopt;
-    }
-    std::vector<std::string> fields;
-    std::size_t start = 0;
-    for (std::size_t comma = line->find(','); comma != std::string::npos;
-         comma = line->find(',', start)) {
-        fields.push_back(line->substr(start, comma - start));
-        start = comma + 1;
-    }
-    fields.push_back(line->substr(start));
-    if (fields.size() <= 5) {
-        return std::nullopt;
-    }
-    return std::atoi(fields[5].c_str());
-}
-
 bool FrameTest::WaitForServiceWatchCount(int count) {
+    // Field 5 of the service's statistics line is the number of watched symbols.
     return WaitFor(
         [&] {
-            const std::optional<int> watched = ServiceWatchCount();
-            return watched && *watched == count;
+            LineClient admin;
+            const std::optional<std::string> line =
+                admin.connect(m_portico->adminPort()) ? admin.readLineStartingWith("S,STATS,", 10s)
+                                                      : std::nullopt;
+            const std::vector<std::string> fields =
+                line ? SplitFieldsCopy(*line) : std::vector<std::string>{};
+            return fields.size() > 5 && std::atoi(fields[5].c_str()) == count;
         },
         30s);
 }

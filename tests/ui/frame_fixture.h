@@ -69,9 +69,7 @@ protected:
 
     // A value of the group ApplicationSettings in the real Skychart.conf (null when missing).
     static QString Stored(const QString& key);
-    // The number of symbols portico watches, from a fresh "S,STATS" line of its admin port.
-    std::optional<int> ServiceWatchCount();
-    // Waits until portico watches `count` symbols.
+    // Waits until portico watches `count` symbols, by fresh "S,STATS" lines of its admin port.
     bool WaitForServiceWatchCount(int count);
     // Presses Enter in the symbol box after typing `text` into it.
     void EnterInSymbolBox(const QString& text);

@@ -12,17 +12,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
 namespace portico {
-
-inline std::ostream& operator<<(std::ostream& os, const Bar& b) {
-    return os << "{time " << b.time << " o " << b.open << " h " << b.high << " l " << b.low << " c "
-              << b.close << " v " << b.volume << " tv " << b.totalVolume << " oi " << b.openInterest
-              << " n " << b.tickCount << "}";
-}
 
 inline bool operator==(const Bar& a, const Bar& b) {
     return a.time == b.time && a.open == b.open && a.high == b.high && a.low == b.low &&
@@ -75,31 +68,27 @@ inline std::vector<Tick> Drain(TickCursor cursor) {
     return out;
 }
 
-inline void Fold(Bar& bar, bool first, std::int64_t price, std::int64_t volume) {
-    if (first) {
-        bar.open = bar.high = bar.low = price;
-    }
-    bar.high = std::max(bar.high, price);
-    bar.low = std::min(bar.low, price);
-    bar.close = price;
-    bar.volume += volume;
-    ++bar.tickCount;
-}
-
-// Interval bars of the counted ticks, aligned to midnight and labelled at their end.
-inline std::vector<Bar> IntervalBarsFromTicks(const std::vector<Tick>& ticks, int seconds) {
+// Bars of the counted ticks, one per key of `bucket`, in key order.
+template <class Bucket>
+std::vector<Bar> BarsFromTicks(const std::vector<Tick>& ticks, Bucket bucket) {
     std::map<std::pair<std::int32_t, std::int64_t>, Bar> bars;
     for (const Tick& t : ticks) {
         if (t.basis == 'O') {
             continue;
         }
-        const std::int32_t day = DayOf(t.time);
-        const std::int64_t bucket = (t.time - StartOfDay(day)) / kMicrosPerSecond / seconds;
-        auto [it, fresh] = bars.try_emplace({day, bucket});
-        Fold(it->second, fresh, t.price, t.size);
-        it->second.totalVolume = t.totalVolume;
-        it->second.time = StartOfDay(day) +
-                          std::min<std::int64_t>((bucket + 1) * seconds, 86400) * kMicrosPerSecond;
+        const auto [key, label] = bucket(t.time);
+        auto [it, fresh] = bars.try_emplace(key);
+        Bar& bar = it->second;
+        if (fresh) {
+            bar.open = bar.high = bar.low = t.price;
+        }
+        bar.high = std::max(bar.high, t.price);
+        bar.low = std::min(bar.low, t.price);
+        bar.close = t.price;
+        bar.volume += t.size;
+        ++bar.tickCount;
+        bar.time = label;
+        bar.totalVolume = t.totalVolume;
     }
     std::vector<Bar> out;
     for (const auto& [key, bar] : bars) {
@@ -108,23 +97,25 @@ inline std::vector<Bar> IntervalBarsFromTicks(const std::vector<Tick>& ticks, in
     return out;
 }
 
-// Day bars of the counted ticks (open interest left 0).
+// Interval bars of the counted ticks, aligned to midnight and labelled at their end.
+inline std::vector<Bar> IntervalBarsFromTicks(const std::vector<Tick>& ticks, int seconds) {
+    return BarsFromTicks(ticks, [seconds](Micros time) {
+        const std::int32_t day = DayOf(time);
+        const std::int64_t bucket = (time - StartOfDay(day)) / kMicrosPerSecond / seconds;
+        const Micros end = std::min<std::int64_t>((bucket + 1) * seconds, 86400) * kMicrosPerSecond;
+        return std::pair{std::pair{day, bucket}, StartOfDay(day) + end};
+    });
+}
+
+// Day bars of the counted ticks (open interest left 0); a day's total volume is its volume.
 inline std::vector<Bar> DayBarsFromTicks(const std::vector<Tick>& ticks) {
-    std::map<std::int32_t, Bar> bars;
-    for (const Tick& t : ticks) {
-        if (t.basis == 'O') {
-            continue;
-        }
-        auto [it, fresh] = bars.try_emplace(DayOf(t.time));
-        Fold(it->second, fresh, t.price, t.size);
-        it->second.time = StartOfDay(DayOf(t.time));
-        it->second.totalVolume = it->second.volume;
+    std::vector<Bar> days = BarsFromTicks(ticks, [](Micros time) {
+        return std::pair{std::pair{DayOf(time), std::int64_t{0}}, StartOfDay(DayOf(time))};
+    });
+    for (Bar& d : days) {
+        d.totalVolume = d.volume;
     }
-    std::vector<Bar> out;
-    for (const auto& [key, bar] : bars) {
-        out.push_back(bar);
-    }
-    return out;
+    return days;
 }
 
 } // namespace test

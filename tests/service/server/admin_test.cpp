@@ -8,9 +8,7 @@ namespace {
 class AdminTest : public PorticoTest {};
 
 TEST_F(AdminTest, StatsLineHas21FieldsAndTurnsConnectedAfterTheDelay) {
-    std::vector<std::string> arguments = kFrozenNoon;
-    arguments.insert(arguments.end(), {"--connect-delay", "1500", "--symbol-limit", "321"});
-    startPortico(arguments);
+    startPortico(FrozenNoonWith({"--connect-delay", "1500", "--symbol-limit", "321"}));
     LineClient admin;
     ASSERT_TRUE(admin.connect(portico().adminPort()));
     const auto first = admin.readRawLine();
@@ -45,9 +43,7 @@ TEST_F(AdminTest, StatsLineHas21FieldsAndTurnsConnectedAfterTheDelay) {
 }
 
 TEST_F(AdminTest, CountsClientsAndDistinctWatchedSymbols) {
-    std::vector<std::string> arguments = kFrozenNoon;
-    arguments.insert(arguments.end(), {"--connect-delay", "0"});
-    startPortico(arguments);
+    startPortico(FrozenNoonWith({"--connect-delay", "0"}));
     LineClient a;
     LineClient b;
     ASSERT_TRUE(a.connect(portico().level1Port()));

@@ -32,65 +32,27 @@ TEST(CommandsTest, SplittingKeepsEveryEmptyField) {
     EXPECT_EQ(SplitFields("").size(), 1u);
 }
 
-TEST(CommandsTest, TheApplicationsOwnRequestLines) {
-    const HistoryRequest ticks = History("HTX,ABC,10000,1,Lookup0");
-    EXPECT_EQ(ticks.kind, HistoryKind::HTX);
-    EXPECT_EQ(ticks.symbol, "ABC");
-    EXPECT_EQ(ticks.id, "Lookup0");
-    EXPECT_EQ(ticks.maxPoints, 10000u);
-    EXPECT_FALSE(ticks.newestFirst);
-
-    const HistoryRequest days = History("HID,ABC,300,5,5000000,093000,160000,1,Lookup4,,s,0\n");
-    EXPECT_EQ(days.kind, HistoryKind::HID);
-    EXPECT_EQ(days.intervalSeconds, 300);
-    EXPECT_EQ(days.days, 5);
-    EXPECT_EQ(days.maxPoints, 5000000u);
-    EXPECT_EQ(days.beginFilter, 9 * 3600 + 30 * 60);
-    EXPECT_EQ(days.endFilter, 16 * 3600);
-    EXPECT_EQ(days.id, "Lookup4");
-    EXPECT_FALSE(days.labelAtBeginning);
-
-    const HistoryRequest range = History("HDT,ABC,20200101,20201231,,1,Lookup7\r\n");
-    EXPECT_EQ(range.kind, HistoryKind::HDT);
-    EXPECT_EQ(range.begin, At(2020, 1, 1, 0, 0, 0));
-    EXPECT_EQ(range.end, At(2021, 1, 1, 0, 0, 0) - 1);
-    EXPECT_FALSE(range.maxPoints);
-    EXPECT_EQ(range.id, "Lookup7");
-}
-
-TEST(CommandsTest, EveryKindReadsItsFieldsByPosition) {
+// Field positions of every kind are exercised against the running service; these are the
+// readings it does not show: case, empty and zero fields, inclusive ends, optional fields.
+TEST(CommandsTest, HistoryFieldsThatNeedNormalising) {
     const HistoryRequest htd = History("HTD,luma,3,500,,,0,Id1");
     EXPECT_EQ(htd.symbol, "LUMA");
-    EXPECT_EQ(htd.days, 3);
-    EXPECT_EQ(htd.maxPoints, 500u);
     EXPECT_EQ(htd.beginFilter, -1);
     EXPECT_TRUE(htd.newestFirst);
-    EXPECT_EQ(htd.id, "Id1");
 
     const HistoryRequest htt =
         History("HTT,X,20261119 093000,20261119 100000,5000000,093000,095959,1,Lookup2");
     EXPECT_EQ(htt.begin, At(2026, 11, 19, 9, 30, 0));
     EXPECT_EQ(htt.end, At(2026, 11, 19, 10, 0, 0) + kMicrosPerSecond - 1);
     EXPECT_EQ(htt.endFilter, 9 * 3600 + 59 * 60 + 59);
-    EXPECT_EQ(htt.id, "Lookup2");
-
     const HistoryRequest open = History("HTT,X,00000000 000000,00000000 000000,,,,1,L");
-    EXPECT_FALSE(open.begin);
-    EXPECT_FALSE(open.end);
+    EXPECT_FALSE(open.begin || open.end);
 
-    const HistoryRequest hix = History("HIX,X,60,100,1,Lookup3,,s,1");
-    EXPECT_EQ(hix.intervalSeconds, 60);
-    EXPECT_EQ(hix.maxPoints, 100u);
-    EXPECT_TRUE(hix.labelAtBeginning);
-    EXPECT_EQ(hix.id, "Lookup3");
+    const HistoryRequest hdt = History("HDT,ABC,20200101,20201231,,1,Lookup7\r\n");
+    EXPECT_EQ(hdt.end, At(2021, 1, 1, 0, 0, 0) - 1);
+    EXPECT_FALSE(hdt.maxPoints);
+    EXPECT_EQ(hdt.id, "Lookup7");
     EXPECT_TRUE(History("HIX,X,60,100,1,Lookup3").isIntervals()); // trailing fields optional
-
-    const HistoryRequest hit =
-        History("HIT,X,900,20260102 000000,20260103 000000,5000000,,,1,Lookup5,,s,0");
-    EXPECT_EQ(hit.intervalSeconds, 900);
-    EXPECT_EQ(hit.begin, At(2026, 1, 2, 0, 0, 0));
-    EXPECT_EQ(hit.id, "Lookup5");
-
     for (const char* name : {"HDX", "HWX", "HMX"}) {
         const HistoryRequest bars = History(std::string(name) + ",X,,0,Lookup6");
         EXPECT_FALSE(bars.maxPoints);
@@ -101,18 +63,13 @@ TEST(CommandsTest, EveryKindReadsItsFieldsByPosition) {
 }
 
 TEST(CommandsTest, UnusableArgumentsAreAnsweredUnderTheRequestId) {
-    EXPECT_EQ(Bad("HTX,X,abc,1,Lookup0").id, "Lookup0");
-    EXPECT_EQ(Bad("HTX,X,10,2,Lookup0").id, "Lookup0");
-    EXPECT_EQ(Bad("HIX,X,60,10,1,Lookup3,,d,0").id, "Lookup3");
-    EXPECT_EQ(Bad("HIX,X,0,10,1,Lookup3").id, "Lookup3");
-    EXPECT_EQ(Bad("HID,X,60,0,,,,1,Lookup4").id, "Lookup4");
-    EXPECT_EQ(Bad("HTT,X,20230230 000000,,,,,1,Lookup2").id, "Lookup2");
-    EXPECT_EQ(Bad("HTT,X,20230201 250000,,,,,1,Lookup2").id, "Lookup2");
-    EXPECT_EQ(Bad("HTT,X,20230202 000000,20230201 000000,,,,1,L").id, "L");
-    EXPECT_EQ(Bad("HTD,X,1,,0930,,1,Lookup1").id, "Lookup1");
-    EXPECT_EQ(Bad("HDT,,20200101,20201231,,1,Lookup7").id, "Lookup7");
-    EXPECT_EQ(Bad("SBF,x,IBM,,,LSearch").id, "LSearch");
-    EXPECT_EQ(Bad("SBF,s,IBM,q,1,LSearch").id, "LSearch");
+    for (const char* line :
+         {"HTX,X,abc,1,L", "HTX,X,10,2,L", "HIX,X,60,10,1,L,,d,0", "HIX,X,0,10,1,L",
+          "HID,X,60,0,,,,1,L", "HTT,X,20230230 000000,,,,,1,L", "HTT,X,20230201 250000,,,,,1,L",
+          "HTT,X,20230202 000000,20230201 000000,,,,1,L", "HTD,X,1,,0930,,1,L",
+          "HDT,,20200101,20201231,,1,L", "SBF,x,IBM,,,L", "SBF,s,IBM,q,1,L"}) {
+        EXPECT_EQ(Bad(line).id, "L") << line;
+    }
     EXPECT_FALSE(Bad("HTX,X,abc,1,Lookup0").reason.empty());
 }
 

@@ -9,6 +9,7 @@
 namespace portico::test {
 namespace {
 
+// Open, high, low and close as the service prints them, volume and number of trades.
 struct Aggregate {
     std::string open, high, low, close;
     double highValue = 0, lowValue = 0;
@@ -19,19 +20,16 @@ struct Aggregate {
 
     void add(const std::string& price, long long size) {
         const double value = std::stod(price);
-        if (!any) {
-            open = high = low = price;
-            highValue = lowValue = value;
-            any = true;
-        }
-        if (value > highValue) {
+        if (!any || value > highValue) {
             high = price;
             highValue = value;
         }
-        if (value < lowValue) {
+        if (!any || value < lowValue) {
             low = price;
             lowValue = value;
         }
+        open = any ? open : price;
+        any = true;
         close = price;
         volume += size;
         ++tickCount;

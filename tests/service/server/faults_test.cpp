@@ -5,16 +5,10 @@
 namespace portico::test {
 namespace {
 
-std::vector<std::string> With(std::vector<std::string> extra) {
-    std::vector<std::string> arguments = kFrozenNoon;
-    arguments.insert(arguments.end(), extra.begin(), extra.end());
-    return arguments;
-}
-
 class FaultsTest : public PorticoTest {};
 
 TEST_F(FaultsTest, CloseAfterCutsALookupConnectionAfterNDataLines) {
-    startPortico(With({"--fault-close-after", "10"}));
+    startPortico(FrozenNoonWith({"--fault-close-after", "10"}));
     LineClient client;
     ASSERT_TRUE(client.connect(portico().lookupPort()));
     ASSERT_TRUE(client.send("HTX,LUMA,100,1,Cut\n"));
@@ -28,7 +22,7 @@ TEST_F(FaultsTest, CloseAfterCutsALookupConnectionAfterNDataLines) {
 }
 
 TEST_F(FaultsTest, LongLinesBeforeAnswersAndTheLevel1Greeting) {
-    startPortico(With({"--fault-long-line"}));
+    startPortico(FrozenNoonWith({"--fault-long-line"}));
     LineClient lookup;
     ASSERT_TRUE(lookup.connect(portico().lookupPort()));
     ASSERT_TRUE(lookup.send("HTX,LUMA,5,1,Long\n"));
@@ -46,15 +40,15 @@ TEST_F(FaultsTest, LongLinesBeforeAnswersAndTheLevel1Greeting) {
 }
 
 TEST_F(FaultsTest, DripDeliversTheSameAnswerSlowly) {
-    startPortico(kFrozenNoon);
+    startPortico();
     const auto normal = lookup("HTX,LUMA,50,1,D", "D");
     m_portico.reset();
-    startPortico(With({"--fault-drip", "64"}));
+    startPortico(FrozenNoonWith({"--fault-drip", "64"}));
     EXPECT_EQ(lookup("HTX,LUMA,50,1,D", "D"), normal);
 }
 
 TEST_F(FaultsTest, MalformedLinesAfterEveryNLines) {
-    startPortico(With({"--fault-malformed", "3"}));
+    startPortico(FrozenNoonWith({"--fault-malformed", "3"}));
     const auto answer = lookup("HTX,LUMA,9,1,M", "M");
     ASSERT_EQ(answer.size(), 13u);
     for (std::size_t i = 0; i < 12; ++i) {
@@ -75,7 +69,7 @@ TEST_F(FaultsTest, MalformedLinesAfterEveryNLines) {
 }
 
 TEST_F(FaultsTest, RefuseClosesTheFirstConnectionsOnEachPort) {
-    startPortico(With({"--fault-refuse", "2"}));
+    startPortico(FrozenNoonWith({"--fault-refuse", "2"}));
     for (const int port : {portico().adminPort(), portico().lookupPort()}) {
         for (int i = 0; i < 2; ++i) {
             LineClient refused;
@@ -90,7 +84,7 @@ TEST_F(FaultsTest, RefuseClosesTheFirstConnectionsOnEachPort) {
 }
 
 TEST_F(FaultsTest, AcceptDelayStillServesEveryConnection) {
-    startPortico(With({"--fault-accept-delay", "400"}));
+    startPortico(FrozenNoonWith({"--fault-accept-delay", "400"}));
     LineClient client;
     ASSERT_TRUE(client.connect(portico().lookupPort()));
     ASSERT_TRUE(client.send("HDX,LUMA,2,1,Late\n"));

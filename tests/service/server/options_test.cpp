@@ -3,6 +3,8 @@
 #include "civil_time.h"
 #include "options.h"
 
+#include <tuple>
+
 namespace portico {
 namespace {
 
@@ -11,56 +13,23 @@ OptionsResult Parse(std::vector<std::string> arguments) {
 }
 
 TEST(OptionsTest, DefaultsWithoutArguments) {
-    const OptionsResult result = Parse({});
-    ASSERT_TRUE(result.error.empty());
-    const Options& o = result.options;
-    EXPECT_EQ(o.seed, 1u);
-    EXPECT_EQ(o.symbolLimit, 500);
-    EXPECT_FALSE(o.adminPort || o.lookupPort || o.level1Port);
-    EXPECT_EQ(o.connectDelayMs, 500);
-    EXPECT_EQ(o.lingerSeconds, 60);
-    EXPECT_EQ(o.timeZone, "America/New_York");
-    EXPECT_FALSE(o.startTime);
-    EXPECT_DOUBLE_EQ(o.clockRate, 1.0);
-    EXPECT_DOUBLE_EQ(o.quoteRate, 2.0);
-    EXPECT_FALSE(o.faults.longLine);
-    EXPECT_EQ(o.faults.closeAfterLines, 0u);
+    const Options o = Parse({}).options;
+    EXPECT_EQ(std::tie(o.seed, o.symbolLimit, o.connectDelayMs, o.lingerSeconds, o.timeZone),
+              std::make_tuple(1u, 500, 500, 60, std::string("America/New_York")));
+    EXPECT_FALSE(o.adminPort || o.lookupPort || o.level1Port || o.startTime || o.faults.longLine);
+    EXPECT_EQ(std::make_pair(o.clockRate, o.quoteRate), std::make_pair(1.0, 2.0));
 }
 
 TEST(OptionsTest, EveryOptionInBothSpellings) {
-    const OptionsResult result = Parse({"-product",
-                                        "TRELLIS_PLOTS",
-                                        "-version",
-                                        "1.8.0.0",
-                                        "--seed",
-                                        "7",
-                                        "--symbol-limit=1",
-                                        "--admin-port",
-                                        "0",
-                                        "--lookup-port=9101",
-                                        "--level1-port",
-                                        "5010",
-                                        "--connect-delay",
-                                        "0",
-                                        "--linger=0",
-                                        "--timezone",
-                                        "Europe/London",
-                                        "--start-time",
-                                        "2026-11-20 09:30:00",
-                                        "--clock-rate",
-                                        "2.5",
-                                        "--quote-rate",
-                                        "0",
-                                        "--fault-close-after",
-                                        "10",
-                                        "--fault-long-line",
-                                        "--fault-drip",
-                                        "100",
-                                        "--fault-malformed=3",
-                                        "--fault-refuse",
-                                        "2",
-                                        "--fault-accept-delay",
-                                        "250"});
+    // clang-format off
+    const OptionsResult result = Parse({
+        "-product", "TRELLIS_PLOTS", "-version", "1.8.0.0", "--seed", "7", "--symbol-limit=1",
+        "--admin-port", "0", "--lookup-port=9101", "--level1-port", "5010", "--connect-delay", "0",
+        "--linger=0", "--timezone", "Europe/London", "--start-time", "2026-11-20 09:30:00",
+        "--clock-rate", "2.5", "--quote-rate", "0", "--fault-close-after", "10",
+        "--fault-long-line", "--fault-drip", "100", "--fault-malformed=3", "--fault-refuse", "2",
+        "--fault-accept-delay", "250"});
+    // clang-format on
     ASSERT_TRUE(result.error.empty()) << result.error;
     const Options& o = result.options;
     EXPECT_EQ(o.product, "TRELLIS_PLOTS");

@@ -22,6 +22,12 @@ using skychart::test::PorticoProcess;
 inline const std::vector<std::string> kFrozenNoon = {"--start-time", "2026-11-20 12:00:00",
                                                      "--clock-rate", "0.000001"};
 
+// The frozen clock plus more arguments.
+inline std::vector<std::string> FrozenNoonWith(std::vector<std::string> extra) {
+    extra.insert(extra.begin(), kFrozenNoon.begin(), kFrozenNoon.end());
+    return extra;
+}
+
 // Splits at every comma, dropping the empty field after a trailing comma.
 std::vector<std::string> Fields(std::string_view line);
 

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "civil_time.h"
-#include "commands.h"
 #include "update_fields.h"
 
 namespace portico {
@@ -55,13 +54,6 @@ TEST(UpdateFieldsTest, LinesHoldExactlyTheSelectedFieldsInOrder) {
     WriteUpdateLine(out, 'Q', chosen, state, "C");
     EXPECT_EQ(out.str(), "Q,C,139.20,LUMA,09:30:05.000042,11/20/2026,4400300,3D,139.19,139.21,77,"
                          "20,0.20,139.00\r\n");
-
-    out.clear();
-    WriteUpdateLine(out, 'P', DefaultUpdateFields(), state, "ba");
-    std::string line = out.str();
-    line.resize(line.size() - 2);
-    EXPECT_EQ(SplitFields(line).size(), 25u);
-    EXPECT_EQ(SplitFields(line)[21], "ba");
 
     // Without a trade yet the trade fields stay empty.
     state.hasLast = false;
