@@ -32,6 +32,8 @@
 #include <string_view>
 #include <vector>
 
+#include "portico_process.h"
+
 extern char** environ;
 
 namespace {
@@ -44,83 +46,6 @@ using Clock = std::chrono::steady_clock;
 }
 
 // ---- portico ----------------------------------------------------------------------------------
-
-struct Portico {
-    pid_t pid = -1;
-    int lookupPort = 0;
-    std::filesystem::path home;
-
-    ~Portico() {
-        if (pid > 0) {
-            kill(pid, SIGTERM);
-            waitpid(pid, nullptr, 0);
-        }
-        std::error_code ignored;
-        std::filesystem::remove_all(home, ignored);
-    }
-};
-
-// Starts portico on free ports with its own temporary XDG folders and waits for its ports.
-void StartPortico(Portico& portico, const std::string& path) {
-    char pattern[] = "/tmp/history-bench-XXXXXX";
-    if (mkdtemp(pattern) == nullptr) {
-        Fail("cannot make a temporary folder");
-    }
-    portico.home = pattern;
-    std::vector<std::string> env{"XDG_CONFIG_HOME=" + (portico.home / "config").string(),
-                                 "XDG_STATE_HOME=" + (portico.home / "state").string()};
-    for (char** e = environ; *e != nullptr; ++e) {
-        if (std::strncmp(*e, "XDG_", 4) != 0) {
-            env.emplace_back(*e);
-        }
-    }
-    std::vector<std::string> args{path, "--admin-port",    "0", "--lookup-port",
-                                  "0",  "--level1-port",   "0", "--linger",
-                                  "0",  "--connect-delay", "0"};
-    std::vector<char*> argv;
-    std::vector<char*> envp;
-    for (auto& a : args) {
-        argv.push_back(a.data());
-    }
-    argv.push_back(nullptr);
-    for (auto& e : env) {
-        envp.push_back(e.data());
-    }
-    envp.push_back(nullptr);
-
-    int out[2];
-    if (pipe(out) != 0) {
-        Fail("pipe");
-    }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, out[0]);
-    if (posix_spawn(&portico.pid, path.c_str(), &actions, nullptr, argv.data(), envp.data()) != 0) {
-        Fail("cannot start " + path);
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    close(out[1]);
-
-    std::string text;
-    char c = 0;
-    while (read(out[0], &c, 1) == 1) {
-        if (c == '\n') {
-            if (text.rfind("portico: listening", 0) == 0) {
-                break;
-            }
-            text.clear();
-        } else {
-            text += c;
-        }
-    }
-    close(out[0]);
-    const auto at = text.find("lookup=");
-    if (at == std::string::npos) {
-        Fail("portico did not report its ports");
-    }
-    portico.lookupPort = std::atoi(text.c_str() + at + 7);
-}
 
 int ConnectLoopback(int port) {
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
@@ -407,11 +332,14 @@ int main(int argc, char** argv) {
     }
     const std::string self = std::filesystem::canonical("/proc/self/exe").string();
 
-    Portico portico;
-    StartPortico(portico, porticoPath);
+    skychart::test::PorticoProcess portico(porticoPath);
+    if (!portico.start({"--linger", "0", "--connect-delay", "0"})) {
+        Fail("portico did not start: " + portico.errorOutput());
+    }
     const std::string command = Command(symbol, ticks);
-    const std::string bytes = FetchAnswer(portico.lookupPort, command, "Lookup0,!ENDMSG!,");
-    const std::filesystem::path file = portico.home / "answer.csv";
+    const std::string bytes = FetchAnswer(portico.lookupPort(), command, "Lookup0,!ENDMSG!,");
+    const std::filesystem::path file = std::filesystem::path(portico.stateHome()) / "answer.csv";
+    std::filesystem::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary)
         .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     const auto lines = std::count(bytes.begin(), bytes.end(), '\n');
@@ -434,7 +362,7 @@ int main(int argc, char** argv) {
             pandasPeak.push_back(Number(reply, "maxrss_kb"));
 
             history.SetHistoryComplete(false);
-            endToEnd.push_back(LoadOverLoopback(portico.lookupPort, command, history));
+            endToEnd.push_back(LoadOverLoopback(portico.lookupPort(), command, history));
             if (history.GetCount() != records) {
                 std::fprintf(stderr, "note: loopback load gave %d records, parse %d\n",
                              history.GetCount(), records);
@@ -442,7 +370,7 @@ int main(int argc, char** argv) {
             history.Clear();
 
             const std::string child =
-                RunChild({self, "--load-child", std::to_string(portico.lookupPort),
+                RunChild({self, "--load-child", std::to_string(portico.lookupPort()),
                           std::to_string(ticks), symbol});
             peak.push_back(Number(child, "vmhwm_kb"));
         }

@@ -23,6 +23,8 @@
 #include <thread>
 #include <vector>
 
+#include "portico_process.h"
+
 extern char** environ;
 
 namespace {
@@ -33,83 +35,6 @@ constexpr std::size_t kReadChunk = 256 * 1024;
 [[noreturn]] void Fail(const std::string& what) {
     std::fprintf(stderr, "portico_load_bench: %s (%s)\n", what.c_str(), std::strerror(errno));
     std::exit(1);
-}
-
-struct Portico {
-    pid_t pid = -1;
-    int lookupPort = 0;
-    std::filesystem::path home;
-
-    ~Portico() {
-        if (pid > 0) {
-            kill(pid, SIGTERM);
-            waitpid(pid, nullptr, 0);
-        }
-        std::error_code ignored;
-        std::filesystem::remove_all(home, ignored);
-    }
-};
-
-void StartPortico(Portico& portico, const std::string& path) {
-    char pattern[] = "/tmp/portico-bench-XXXXXX";
-    if (mkdtemp(pattern) == nullptr) {
-        Fail("cannot make a temporary folder");
-    }
-    portico.home = pattern;
-    const std::string config = "XDG_CONFIG_HOME=" + (portico.home / "config").string();
-    const std::string state = "XDG_STATE_HOME=" + (portico.home / "state").string();
-    std::vector<std::string> env{config, state};
-    for (char** e = environ; *e != nullptr; ++e) {
-        if (std::strncmp(*e, "XDG_", 4) != 0) {
-            env.emplace_back(*e);
-        }
-    }
-    std::vector<std::string> args{path, "--admin-port",    "0", "--lookup-port",
-                                  "0",  "--level1-port",   "0", "--linger",
-                                  "0",  "--connect-delay", "0"};
-    std::vector<char*> argv;
-    std::vector<char*> envp;
-    for (auto& a : args) {
-        argv.push_back(a.data());
-    }
-    argv.push_back(nullptr);
-    for (auto& e : env) {
-        envp.push_back(e.data());
-    }
-    envp.push_back(nullptr);
-
-    int out[2];
-    if (pipe(out) != 0) {
-        Fail("pipe");
-    }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, out[0]);
-    if (posix_spawn(&portico.pid, path.c_str(), &actions, nullptr, argv.data(), envp.data()) != 0) {
-        Fail("cannot start " + path);
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    close(out[1]);
-
-    std::string text;
-    char c = 0;
-    while (read(out[0], &c, 1) == 1) {
-        if (c == '\n') {
-            if (text.rfind("portico: listening", 0) == 0) {
-                break;
-            }
-            text.clear();
-        } else {
-            text += c;
-        }
-    }
-    close(out[0]);
-    const auto at = text.find("lookup=");
-    if (at == std::string::npos) {
-        Fail("portico did not report its ports");
-    }
-    portico.lookupPort = std::atoi(text.c_str() + at + 7);
 }
 
 int ConnectLoopback(int port) {
@@ -230,8 +155,10 @@ int main(int argc, char** argv) {
         }
     }
 
-    Portico portico;
-    StartPortico(portico, porticoPath);
+    skychart::test::PorticoProcess portico(porticoPath);
+    if (!portico.start({"--linger", "0", "--connect-delay", "0"})) {
+        Fail("portico did not start: " + portico.errorOutput());
+    }
     const std::string command = "HTX," + symbol + "," + std::to_string(ticks) + ",1,Lookup0\r\n";
     const std::string endMarker = "Lookup0,!ENDMSG!,";
 
@@ -239,7 +166,7 @@ int main(int argc, char** argv) {
     std::string payload;
     payload.reserve(static_cast<std::size_t>(ticks) * 110);
     std::size_t bytes = 0;
-    RequestHistory(portico.lookupPort, command, endMarker, &payload, bytes);
+    RequestHistory(portico.lookupPort(), command, endMarker, &payload, bytes);
     const std::size_t lines =
         static_cast<std::size_t>(std::count(payload.begin(), payload.end(), '\n'));
 
@@ -247,7 +174,7 @@ int main(int argc, char** argv) {
     std::vector<double> raw;
     for (int run = 0; run < runs; ++run) {
         std::size_t got = 0;
-        served.push_back(RequestHistory(portico.lookupPort, command, endMarker, nullptr, got));
+        served.push_back(RequestHistory(portico.lookupPort(), command, endMarker, nullptr, got));
         if (got != bytes) {
             std::fprintf(stderr, "note: run %d got %zu bytes, first answer %zu\n", run, got, bytes);
         }

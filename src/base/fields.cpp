@@ -1,5 +1,7 @@
 #include "base/fields.h"
 
+#include <charconv>
+
 void SplitFields(std::string_view line, std::vector<std::string_view>& out) {
     out.clear();
     std::size_t start = 0;
@@ -39,4 +41,18 @@ std::string JoinFields(const std::vector<std::string>& items) {
         out += items[i];
     }
     return out;
+}
+
+int DecimalValue(std::string_view text) {
+    int value = 0;
+    const char* first = text.data();
+    const char* last = first + text.size();
+    while (first != last && *first == ' ') {
+        ++first;
+    }
+    if (first != last && *first == '+') {
+        ++first;
+    }
+    const auto result = std::from_chars(first, last, value);
+    return result.ec == std::errc() ? value : 0;
 }

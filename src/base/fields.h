@@ -15,3 +15,7 @@ std::vector<std::string> SplitFieldsCopy(std::string_view line);
 
 // Joins texts with "," between them, the inverse of the split for lists without empty tails.
 std::string JoinFields(const std::vector<std::string>& items);
+
+// The decimal number at the start of `text`, as atoi reads it: leading spaces and a '+' are
+// skipped, reading stops at the first non-digit, and text without a number gives 0.
+int DecimalValue(std::string_view text);

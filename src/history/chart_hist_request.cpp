@@ -1,6 +1,7 @@
 #include "history/chart_hist_request.h"
 
 #include "base/error.h"
+#include "base/fields.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,20 +13,6 @@ namespace {
 // Records per storage block: large enough that a full history needs few allocations, small
 // enough that the unused tail of the last block stays a few megabytes.
 constexpr std::size_t kRecordsPerBlock = 16384;
-
-std::int32_t ParseDecimal(const std::string& text) {
-    std::int32_t value = 0;
-    const char* first = text.data();
-    const char* last = first + text.size();
-    while (first != last && *first == ' ') {
-        ++first;
-    }
-    if (first != last && *first == '+') {
-        ++first;
-    }
-    const auto result = std::from_chars(first, last, value);
-    return result.ec == std::errc() ? value : 0;
-}
 
 // A time stamp from a yyyymmdd date and an hhmmss time; invalid when they are no calendar time.
 CDateTime RangePoint(std::int32_t date, std::int32_t time) {
@@ -141,25 +128,25 @@ void CChartHistRequest::SetRequestKind(std::uint32_t kind) {
 
 void CChartHistRequest::SetBeginDate(const std::string& yyyymmdd) {
     std::lock_guard lock(m_lock);
-    m_params.beginDate = ParseDecimal(yyyymmdd);
+    m_params.beginDate = DecimalValue(yyyymmdd);
     UpdateRange();
 }
 
 void CChartHistRequest::SetEndDate(const std::string& yyyymmdd) {
     std::lock_guard lock(m_lock);
-    m_params.endDate = ParseDecimal(yyyymmdd);
+    m_params.endDate = DecimalValue(yyyymmdd);
     UpdateRange();
 }
 
 void CChartHistRequest::SetBeginTime(const std::string& hhmmss) {
     std::lock_guard lock(m_lock);
-    m_params.beginTime = ParseDecimal(hhmmss);
+    m_params.beginTime = DecimalValue(hhmmss);
     UpdateRange();
 }
 
 void CChartHistRequest::SetEndTime(const std::string& hhmmss) {
     std::lock_guard lock(m_lock);
-    m_params.endTime = ParseDecimal(hhmmss);
+    m_params.endTime = DecimalValue(hhmmss);
     UpdateRange();
 }
 

@@ -2,6 +2,7 @@
 
 #include "app/settings.h"
 #include "base/error.h"
+#include "base/fields.h"
 #include "history/chart_hist_request.h"
 #include "history/request_settings.h"
 
@@ -12,17 +13,6 @@ namespace {
 
 // The maximum datapoints field of day and date-range requests.
 constexpr const char* kAllDatapoints = "5000000";
-
-int DecimalValue(const std::string& text) {
-    int value = 0;
-    const char* first = text.data();
-    const char* last = first + text.size();
-    if (first != last && *first == '+') {
-        ++first;
-    }
-    const auto result = std::from_chars(first, last, value);
-    return result.ec == std::errc() ? value : 0;
-}
 
 // "%.8d" / "%.6d": at least that many digits, a minus sign in front of them.
 std::string Padded(std::int32_t value, int digits) {

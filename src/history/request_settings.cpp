@@ -2,6 +2,7 @@
 
 #include "app/settings.h"
 #include "base/error.h"
+#include "base/fields.h"
 
 #include <charconv>
 #include <ctime>
@@ -10,20 +11,6 @@
 namespace {
 
 constexpr std::size_t kListLength = static_cast<std::size_t>(kDataTypeCount);
-
-int DecimalValue(const std::string& text) {
-    int value = 0;
-    const char* first = text.data();
-    const char* last = first + text.size();
-    while (first != last && *first == ' ') {
-        ++first;
-    }
-    if (first != last && *first == '+') {
-        ++first;
-    }
-    const auto result = std::from_chars(first, last, value);
-    return result.ec == std::errc() ? value : 0;
-}
 
 std::vector<std::string> ReadList(const CSettings& settings, const char* key) {
     std::vector<std::string> items = settings.GetList(key);

@@ -45,6 +45,16 @@ TEST(SplitFields, CopyAndJoinRoundTripALists) {
     EXPECT_EQ(JoinFields({}), "");
 }
 
+TEST(DecimalValue, ReadsTheLeadingNumberLikeAtoi) {
+    EXPECT_EQ(DecimalValue("093000"), 93000);
+    EXPECT_EQ(DecimalValue("  +42"), 42);
+    EXPECT_EQ(DecimalValue("-7"), -7);
+    EXPECT_EQ(DecimalValue("12abc"), 12);
+    EXPECT_EQ(DecimalValue(""), 0);
+    EXPECT_EQ(DecimalValue("abc"), 0);
+    EXPECT_EQ(DecimalValue("99999999999"), 0); // out of range
+}
+
 TEST(ElementAt, ThrowsTheInvalidArgumentErrorBeyondTheEnd) {
     const std::vector<std::string_view> fields = SplitFields("a,b");
     EXPECT_EQ(ElementAt(fields, 1), "b");
