@@ -1,6 +1,7 @@
 #include "app/command_line.h"
 
-#include "app/settings.h"
+#include "core/data_types.h"
+#include "core/settings.h"
 
 #include <fmt/format.h>
 
@@ -36,16 +37,24 @@ bool IsNumber(const std::string& text) {
 } // namespace
 
 const std::vector<SComboItem>& RequestTypeItems() {
-    static const std::vector<SComboItem> items{
-        {"Tick", 0}, {"Minute", 1}, {"Daily", 2}, {"Weekly", 3}, {"Monthly", 4}};
+    static const std::vector<SComboItem> items = [] {
+        std::vector<SComboItem> made;
+        for (const SDataTypeChoice& choice : DataTypeTable()) {
+            made.push_back({choice.name, choice.dataType});
+        }
+        return made;
+    }();
     return items;
 }
 
 const std::vector<SComboItem>& IntervalItems() {
-    static const std::vector<SComboItem> items{
-        {"1-Minute", 1},   {"2-Minute", 2},   {"3-Minute", 3},   {"4-Minute", 4},
-        {"5-Minute", 5},   {"10-Minute", 10}, {"15-Minute", 15}, {"30-Minute", 30},
-        {"45-Minute", 45}, {"1-Hour", 60},    {"2-Hour", 120}};
+    static const std::vector<SComboItem> items = [] {
+        std::vector<SComboItem> made;
+        for (const SIntervalChoice& choice : IntervalTable()) {
+            made.push_back({choice.name, choice.minutes});
+        }
+        return made;
+    }();
     return items;
 }
 
@@ -176,18 +185,18 @@ bool COrvaneCommandLineInfo::HasFrameRect() const {
 SAppliedCommandLine COrvaneCommandLineInfo::ApplyTo(CSettings& settings) {
     SAppliedCommandLine applied;
     if (!symbol.empty()) {
-        settings.SetText("CurrentSymbol", symbol);
+        settings.SetText(keys::kCurrentSymbol, symbol);
         if (typeRequested) {
             const int typeIndex = FindComboItem(RequestTypeItems(), type);
             if (typeIndex >= 0) {
                 applied.typeIndex = typeIndex;
-                settings.SetInt("RequestDataType", RequestTypeItems()[typeIndex].data);
+                settings.SetInt(keys::kRequestDataType, RequestTypeItems()[typeIndex].data);
             }
             if (intervalRequested) {
                 const int intervalIndex = FindComboItem(IntervalItems(), interval);
                 if (intervalIndex >= 0) {
                     applied.intervalIndex = intervalIndex;
-                    settings.SetInt("RequestIntervalIndex", intervalIndex);
+                    settings.SetInt(keys::kRequestIntervalIndex, intervalIndex);
                 }
             }
         }

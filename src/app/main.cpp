@@ -2,9 +2,9 @@
 
 #include "app/command_line.h"
 #include "app/ui/charts_app.h"
+#include "app/ui/export_runner.h"
 #include "app/ui/guarded_application.h"
 #include "app/ui/main_frame.h"
-#include "platform/export_runner.h"
 #include "platform/registry_paths.h"
 #include "platform/workspace_bus.h"
 

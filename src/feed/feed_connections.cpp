@@ -1,8 +1,8 @@
 #include "feed/feed_connections.h"
 
-#include "app/prompt.h"
-#include "app/settings.h"
 #include "base/fields.h"
+#include "core/prompt.h"
+#include "core/settings.h"
 #include "feed/feed_frame.h"
 #include "feed/feed_platform.h"
 #include "feed/kestrel_client_app_socket.h"
@@ -87,7 +87,7 @@ void CFeedConnections::Start() {
             fmt::format("Unable to launch portico.exe.  Error Code: {} hInst: {}", errorCode, 0));
     }
     if (CreateConnection(kAdmin, kAdminRetries)) {
-        ConnectTo(kAdmin, "6.2", "AdminPort", "9300", 9300);
+        ConnectTo(kAdmin, "6.2", startup_keys::kAdminPort);
     }
 }
 
@@ -126,27 +126,27 @@ const SKestrelSocketStats* CFeedConnections::ConnectionStatistics(int kind) cons
     return socket != nullptr ? &socket->Statistics() : nullptr;
 }
 
-void CFeedConnections::ConnectTo(int kind, const char* protocol, const char* portName,
-                                 const char* defaultText, int defaultPort) {
+void CFeedConnections::ConnectTo(int kind, const char* protocol,
+                                 const startup_keys::SPortKey& portKey) {
     CKestrelClientAppSocket& socket = *Connection(kind);
     socket.SetClientName(kClientName);
     socket.SetProtocolVersion(protocol);
     if (kind == kLevel1) {
         socket.SetUpdateFields(UpdateFieldList());
     }
-    const int port = m_platform.ReadPort(portName, defaultText, defaultPort);
-    spdlog::info("Connecting connection {} to {}:{} ({})", kind, kAddress, port, portName);
+    const int port = m_platform.ReadPort(portKey.key, portKey.defaultText, portKey.defaultPort);
+    spdlog::info("Connecting connection {} to {}:{} ({})", kind, kAddress, port, portKey.key);
     socket.Connect(kAddress, static_cast<std::uint32_t>(port));
 }
 
 void CFeedConnections::OpenLookupAndLevel1() {
     if (CreateConnection(kLookup, kStreamRetries)) {
-        ConnectTo(kLookup, "6.2", "LookupPort", "9100", 9100);
+        ConnectTo(kLookup, "6.2", startup_keys::kLookupPort);
     }
     if (!CreateConnection(kLevel1, kStreamRetries)) {
         return;
     }
-    ConnectTo(kLevel1, "6.1", "Level1Port", "5009", 5009);
+    ConnectTo(kLevel1, "6.1", startup_keys::kLevel1Port);
 }
 
 int CFeedConnections::WatchSymbol(const std::string& symbol) {
@@ -195,7 +195,7 @@ void CFeedConnections::DrainPendingWatches() {
 void CFeedConnections::SearchSymbols(const std::string& text, const std::string& exchangeFilter,
                                      const std::string& typeFilter) {
     m_searchResults.clear();
-    const bool byDescription = CSettings::Instance().GetInt("Search Type") == 1;
+    const bool byDescription = CSettings::Instance().GetInt(keys::kSearchType) == 1;
     const std::string request =
         FormatSearchRequest(text, exchangeFilter, typeFilter, byDescription);
     CKestrelClientAppSocket* lookup = Connection(kLookup);

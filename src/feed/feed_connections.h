@@ -1,5 +1,8 @@
 #pragma once
 
+#include "core/setting_keys.h"
+#include "feed/history_feed.h"
+
 // The main frame's feed side: the connection manager launch, the admin, lookup and Level 1
 // connections with their handshake, statistics, line dispatch, watch throttling and symbol
 // search. Plain C++ over the socket and process interfaces of the platform layer.
@@ -28,7 +31,7 @@ class IFeedPlatform;
 class IPrompt;
 struct SKestrelSocketStats;
 
-class CFeedConnections {
+class CFeedConnections : public IHistoryFeed {
 public:
     // Connection kinds: the index of each connection.
     enum EConnectionKind : int { kLevel1 = 0, kMarketDepth = 1, kLookup = 2, kAdmin = 3 };
@@ -40,7 +43,7 @@ public:
     static constexpr const char* kProductVersion = "1.8.0.0";
 
     CFeedConnections(IFeedFrame& frame, IPrompt& prompt, IFeedPlatform& platform);
-    virtual ~CFeedConnections();
+    ~CFeedConnections() override;
     CFeedConnections(const CFeedConnections&) = delete;
     CFeedConnections& operator=(const CFeedConnections&) = delete;
 
@@ -56,9 +59,9 @@ public:
 
     // Watches `symbol` on the Level 1 connection when the service's symbol limit allows it;
     // returns the count of bytes sent, 0 when the symbol was queued instead.
-    int WatchSymbol(const std::string& symbol);
+    int WatchSymbol(const std::string& symbol) override;
     // Sends "r<symbol>" on the Level 1 connection and forgets a queued watch of it.
-    void UnwatchSymbol(const std::string& symbol);
+    void UnwatchSymbol(const std::string& symbol) override;
     const std::deque<std::string>& PendingWatches() const { return m_pendingWatches; }
     const std::deque<std::string>& WatchesInFlight() const { return m_watchesInFlight; }
 
@@ -68,7 +71,7 @@ public:
     const std::vector<SSearchResult>& SearchResults() const { return m_searchResults; }
 
     // Sends one history command line on the lookup connection; false when there is none.
-    bool SendHistoryCommand(const std::string& line);
+    bool SendHistoryCommand(const std::string& line) override;
 
     const SServiceStatistics& ServiceStatistics() const { return m_serviceStats; }
 
@@ -90,8 +93,7 @@ public:
 
 private:
     void OpenLookupAndLevel1();
-    void ConnectTo(int kind, const char* protocol, const char* portName, const char* defaultText,
-                   int defaultPort);
+    void ConnectTo(int kind, const char* protocol, const startup_keys::SPortKey& portKey);
     void DrainPendingWatches();
     void CheckServiceIp(const std::string& line);
 

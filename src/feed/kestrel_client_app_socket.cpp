@@ -1,6 +1,6 @@
 #include "feed/kestrel_client_app_socket.h"
 
-#include "app/prompt.h"
+#include "core/prompt.h"
 
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>

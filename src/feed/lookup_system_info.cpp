@@ -1,6 +1,7 @@
 #include "feed/lookup_system_info.h"
 
 #include "base/fields.h"
+#include "core/setting_keys.h"
 #include "feed/feed_platform.h"
 
 #include <spdlog/spdlog.h>
@@ -49,7 +50,9 @@ bool CLookupSystemInfo::Fetch() {
     if (!m_socket) {
         return false;
     }
-    const int port = m_platform.ReadPort("LookupPort", "9100", 9100);
+    const int port =
+        m_platform.ReadPort(startup_keys::kLookupPort.key, startup_keys::kLookupPort.defaultText,
+                            startup_keys::kLookupPort.defaultPort);
     bool ok = m_socket->Connect("127.0.0.1", static_cast<std::uint32_t>(port));
     if (ok) {
         const long sent = m_socket->Send(m_request.data(), m_request.size());

@@ -1,7 +1,7 @@
 #include "history/data_page_logic.h"
 
-#include "app/prompt.h"
 #include "base/datetime.h"
+#include "core/prompt.h"
 #include "history/request_settings.h"
 
 #include <fmt/format.h>

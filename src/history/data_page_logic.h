@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/data_types.h"
+
 #include <optional>
 #include <string>
 
@@ -63,7 +65,7 @@ struct SFieldEnabling {
 // 4 Months.
 class CDataPageLogic {
 public:
-    static constexpr int kDataTypeCount = 5;
+    static constexpr int kDataTypeCount = ::kDataTypeCount;
     static constexpr int kDefaultDatapoints = 10000;
     static constexpr int kMaxDatapoints = 5000000;
     static constexpr int kMaxDays = 9999;

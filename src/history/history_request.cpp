@@ -1,8 +1,8 @@
 #include "history/history_request.h"
 
-#include "app/settings.h"
 #include "base/error.h"
 #include "base/fields.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "history/request_settings.h"
 
@@ -34,36 +34,12 @@ std::string FilterPart(const SHistoryParameters& params, const std::vector<std::
 
 } // namespace
 
-const std::array<SIntervalChoice, 11>& IntervalTable() {
-    static const std::array<SIntervalChoice, 11> table = {{
-        {"1-Minute", 1},
-        {"2-Minute", 2},
-        {"3-Minute", 3},
-        {"4-Minute", 4},
-        {"5-Minute", 5},
-        {"10-Minute", 10},
-        {"15-Minute", 15},
-        {"30-Minute", 30},
-        {"45-Minute", 45},
-        {"1-Hour", 60},
-        {"2-Hour", 120},
-    }};
-    return table;
-}
-
-int IntervalSeconds(int index) {
-    if (index < 0) {
-        throw CInvalidArgException("interval index " + std::to_string(index) + " is not valid");
-    }
-    return ElementAt(IntervalTable(), static_cast<std::size_t>(index)).minutes * 60;
-}
-
 SPreparedRequest PrepareHistoryRequest(CChartHistRequest& history,
                                        const SRequestSettings& requestSettings,
                                        const CSettings& settings) {
     SPreparedRequest prepared;
-    prepared.symbol = settings.GetText("CurrentSymbol");
-    prepared.dataType = settings.GetInt("RequestDataType");
+    prepared.symbol = settings.GetText(keys::kCurrentSymbol);
+    prepared.dataType = settings.GetInt(keys::kRequestDataType);
     const int kind = requestSettings.RecentType(prepared.dataType);
     prepared.kind = static_cast<std::uint32_t>(kind);
 
@@ -89,7 +65,7 @@ SPreparedRequest PrepareHistoryRequest(CChartHistRequest& history,
         }
     };
     const auto intervalSeconds = [&] {
-        return IntervalSeconds(settings.GetInt("RequestIntervalIndex"));
+        return IntervalSeconds(settings.GetInt(keys::kRequestIntervalIndex));
     };
 
     switch (kind) {
@@ -184,5 +160,5 @@ std::string FormatHistoryCommand(const SHistoryParameters& p,
 
 std::string MakeHistoryCommand(CChartHistRequest& history, const CSettings& settings) {
     history.SetHistoryComplete(false);
-    return FormatHistoryCommand(history.GetParameters(), settings.GetList("RequestFilterOn"));
+    return FormatHistoryCommand(history.GetParameters(), settings.GetList(keys::kRequestFilterOn));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/data_types.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -24,16 +26,6 @@ enum ERequestKind : std::uint32_t {
     kMonthsDatapoints = 9,
 };
 inline constexpr std::uint32_t kRequestKindCount = 10;
-
-// One entry of the interval selector.
-struct SIntervalChoice {
-    const char* name;
-    int minutes;
-};
-// "1-Minute" ... "2-Hour", by "RequestIntervalIndex".
-const std::array<SIntervalChoice, 11>& IntervalTable();
-// Seconds of the interval at `index`; CInvalidArgException outside the table.
-int IntervalSeconds(int index);
 
 // What a start of a request decided beyond the history object's parameters.
 struct SPreparedRequest {

@@ -1,8 +1,8 @@
 #include "history/request_settings.h"
 
-#include "app/settings.h"
 #include "base/error.h"
 #include "base/fields.h"
+#include "core/settings.h"
 
 #include <charconv>
 #include <ctime>
@@ -88,34 +88,35 @@ void SRequestSettings::Load(const CSettings& settings) {
 }
 
 void SRequestSettings::Load(const CSettings& settings, const std::string& today) {
-    useExchangeFormat = settings.GetText("RequestUseExchangeFormat") == "true";
-    extendedTrades = ReadFlags(settings, "RequestEnableExtendedTrades", "1");
-    recentType = ReadIntegers(settings, "RequestRecentType");
-    datapoints = ReadIntegers(settings, "RequestDatapoints");
-    days = ReadIntegers(settings, "RequestDays");
-    filterOn = ReadFlags(settings, "RequestFilterOn", "true");
-    beginDate = ReadPadded(settings, "RequestBeginDate", today);
-    endDate = ReadPadded(settings, "RequestEndDate", today);
-    beginTime = ReadPadded(settings, "RequestBeginTime", "093000");
-    beginFilterTime = ReadPadded(settings, "RequestBeginFilterTime", "093000");
-    endTime = ReadPadded(settings, "RequestEndTime", "160000");
-    endFilterTime = ReadPadded(settings, "RequestEndFilterTime", "160000");
+    useExchangeFormat = settings.GetText(keys::kRequestUseExchangeFormat) == "true";
+    extendedTrades = ReadFlags(settings, keys::kRequestEnableExtendedTrades, "1");
+    recentType = ReadIntegers(settings, keys::kRequestRecentType);
+    datapoints = ReadIntegers(settings, keys::kRequestDatapoints);
+    days = ReadIntegers(settings, keys::kRequestDays);
+    filterOn = ReadFlags(settings, keys::kRequestFilterOn, "true");
+    beginDate = ReadPadded(settings, keys::kRequestBeginDate, today);
+    endDate = ReadPadded(settings, keys::kRequestEndDate, today);
+    beginTime = ReadPadded(settings, keys::kRequestBeginTime, "093000");
+    beginFilterTime = ReadPadded(settings, keys::kRequestBeginFilterTime, "093000");
+    endTime = ReadPadded(settings, keys::kRequestEndTime, "160000");
+    endFilterTime = ReadPadded(settings, keys::kRequestEndFilterTime, "160000");
 }
 
 bool SRequestSettings::Save(CSettings& settings, IPrompt* prompt) const {
-    bool stored = settings.SetBool("RequestUseExchangeFormat", useExchangeFormat);
-    stored &= settings.SaveList("RequestEnableExtendedTrades", FlagTexts(extendedTrades, "1", "0"),
-                                prompt);
-    stored &= settings.SaveList("RequestRecentType", Texts(recentType), prompt);
-    stored &= settings.SaveList("RequestDatapoints", Texts(datapoints), prompt);
-    stored &= settings.SaveList("RequestDays", Texts(days), prompt);
-    stored &= settings.SaveList("RequestFilterOn", FlagTexts(filterOn, "true", "false"), prompt);
-    stored &= settings.SaveList("RequestBeginDate", beginDate, prompt);
-    stored &= settings.SaveList("RequestBeginTime", beginTime, prompt);
-    stored &= settings.SaveList("RequestBeginFilterTime", beginFilterTime, prompt);
-    stored &= settings.SaveList("RequestEndDate", endDate, prompt);
-    stored &= settings.SaveList("RequestEndTime", endTime, prompt);
-    stored &= settings.SaveList("RequestEndFilterTime", endFilterTime, prompt);
+    bool stored = settings.SetBool(keys::kRequestUseExchangeFormat, useExchangeFormat);
+    stored &= settings.SaveList(keys::kRequestEnableExtendedTrades,
+                                FlagTexts(extendedTrades, "1", "0"), prompt);
+    stored &= settings.SaveList(keys::kRequestRecentType, Texts(recentType), prompt);
+    stored &= settings.SaveList(keys::kRequestDatapoints, Texts(datapoints), prompt);
+    stored &= settings.SaveList(keys::kRequestDays, Texts(days), prompt);
+    stored &=
+        settings.SaveList(keys::kRequestFilterOn, FlagTexts(filterOn, "true", "false"), prompt);
+    stored &= settings.SaveList(keys::kRequestBeginDate, beginDate, prompt);
+    stored &= settings.SaveList(keys::kRequestBeginTime, beginTime, prompt);
+    stored &= settings.SaveList(keys::kRequestBeginFilterTime, beginFilterTime, prompt);
+    stored &= settings.SaveList(keys::kRequestEndDate, endDate, prompt);
+    stored &= settings.SaveList(keys::kRequestEndTime, endTime, prompt);
+    stored &= settings.SaveList(keys::kRequestEndFilterTime, endFilterTime, prompt);
     return stored;
 }
 

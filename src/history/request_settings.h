@@ -1,20 +1,12 @@
 #pragma once
 
+#include "core/data_types.h"
+
 #include <string>
 #include <vector>
 
 class CSettings;
 class IPrompt;
-
-// Data types, the index of every per-data-type list.
-enum EDataType : int {
-    kTicks = 0,
-    kIntervals = 1,
-    kDays = 2,
-    kWeeks = 3,
-    kMonths = 4,
-};
-inline constexpr int kDataTypeCount = 5;
 
 // What a history request asks for, one element per data type (Ticks, Intervals, Days, Weeks,
 // Months), as loaded from the settings table. Lists read from the table may hold fewer than five

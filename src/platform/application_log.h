@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/app_log.h"
+#include "core/app_log.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "platform/config_writer.h"
 
-#include "app/prompt.h"
+#include "core/prompt.h"
 #include "platform/registry_paths.h"
 
 #include <QDateTime>

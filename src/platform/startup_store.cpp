@@ -1,5 +1,7 @@
 #include "platform/startup_store.h"
 
+#include "core/setting_keys.h"
+
 #include "platform/registry_paths.h"
 
 #include <QSettings>
@@ -23,10 +25,10 @@ int CStartupStore::ReadPort(const std::string& valueName, const std::string& def
 
 std::string CStartupStore::LogPath() {
     QSettings settings(CRegistryPaths::StartupFile(), QSettings::IniFormat);
-    QString folder = settings.value("LogPath").toString();
+    QString folder = settings.value(startup_keys::kLogPath).toString();
     if (folder.isEmpty()) {
         folder = CRegistryPaths::DefaultLogFolder();
-        settings.setValue("LogPath", folder);
+        settings.setValue(startup_keys::kLogPath, folder);
         settings.sync();
     }
     return folder.toStdString();
@@ -35,6 +37,6 @@ std::string CStartupStore::LogPath() {
 std::uint32_t CStartupStore::PreserveDisplayAppLogs() {
     QSettings settings(CRegistryPaths::StartupFile(), QSettings::IniFormat);
     bool ok = false;
-    const std::uint32_t value = settings.value("PreserveDisplayAppLogs").toUInt(&ok);
+    const std::uint32_t value = settings.value(startup_keys::kPreserveDisplayAppLogs).toUInt(&ok);
     return ok ? value : 0;
 }

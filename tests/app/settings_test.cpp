@@ -1,6 +1,6 @@
-#include "app/prompt.h"
-#include "app/settings.h"
 #include "base/fields.h"
+#include "core/prompt.h"
+#include "core/settings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The feed connections over a scripted platform: launch, handshake, dispatch, statistics,
 // watch throttling and the symbol search.
 
-#include "app/settings.h"
+#include "core/settings.h"
 #include "fake_platform.h"
 #include "feed/feed_connections.h"
 #include "feed/kestrel_client_app_socket.h"

@@ -1,7 +1,7 @@
 // The feed connections on the Qt event loop against the real portico: the launch, handshake,
 // statistics-driven opening, retries, watch throttling, symbol search and reference tables.
 
-#include "app/settings.h"
+#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "feed/kestrel_client_app_socket.h"
 #include "feed/lookup_system_info.h"

@@ -2,8 +2,8 @@
 
 // A frame and a prompt that record what the feed hands to them.
 
-#include "app/prompt.h"
 #include "base/error.h"
+#include "core/prompt.h"
 #include "feed/feed_frame.h"
 
 #include <string>

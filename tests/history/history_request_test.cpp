@@ -1,5 +1,5 @@
-#include "app/settings.h"
 #include "base/error.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "history/history_request.h"
 #include "history/request_settings.h"

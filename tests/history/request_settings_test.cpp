@@ -1,6 +1,6 @@
-#include "app/prompt.h"
-#include "app/settings.h"
 #include "base/error.h"
+#include "core/prompt.h"
+#include "core/settings.h"
 #include "history/request_settings.h"
 #include "platform/config_writer.h"
 

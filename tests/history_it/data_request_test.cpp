@@ -4,9 +4,9 @@
 
 #include "history_it_support.h"
 
-#include "app/settings.h"
 #include "chart/ui/chart_form_view.h"
-#include "chart/ui/setting_sheet.h"
+#include "core/settings.h"
+#include "core/ui/setting_sheet.h"
 #include "history/chart_hist_request.h"
 #include "history/ui/data_settings_page.h"
 
@@ -87,7 +87,8 @@ TEST_F(DataRequestTest, StoredDataSettingsReloadTheChart) {
     QTimer::singleShot(0, [&] {
         CSettingSheet* sheet = frame().ActiveSettingSheet();
         ASSERT_NE(sheet, nullptr);
-        CDataSettingsPage* page = sheet->DataPage();
+        auto* page = sheet->findChild<CDataSettingsPage*>();
+        ASSERT_NE(page, nullptr);
         page->DatapointsEdit()->setText("700");
         sheet->Buttons()->button(QDialogButtonBox::Ok)->click();
         edited = true;

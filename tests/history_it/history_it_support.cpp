@@ -1,8 +1,8 @@
 #include "history_it_support.h"
 
-#include "app/settings.h"
 #include "base/fields.h"
 #include "chart/ui/chart_form_view.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 
 #include <QApplication>

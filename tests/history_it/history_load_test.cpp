@@ -4,8 +4,8 @@
 
 #include "history_it_support.h"
 
-#include "app/settings.h"
 #include "chart/ui/chart_form_view.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 
 #include <QTimer>
@@ -240,26 +240,26 @@ TEST_F(HistoryLoadTest, DateRangesKeepTheirWindowAndAgreeAcrossDataTypes) {
     EXPECT_EQ(barVolume, tickVolume);
 }
 
-TEST_F(HistoryLoadTest, AnUnknownSymbolKeepsTheRetrievalText) {
-    OpenConnectedFrame({{"RequestDataType", "0"}});
+TEST_F(HistoryLoadTest, AnErrorReplyDoesNotKeepTheNextLoadFromCompleting) {
+    OpenConnectedFrame({{"RequestDataType", "2"}});
     EnterInSymbolBox("nosuch");
     CChartFormView* view = frame().ChartView();
+    // The error reply adds nothing; the end marker after it completes the empty request.
     ASSERT_TRUE(WaitFor([&] {
         return view->Loader().AnswerEnded() &&
-               view->LastStatusText() == "Retrieving Tick Data (0 Ticks Received)";
+               view->LastStatusText().rfind("0 datapoints available.", 0) == 0;
     }));
     EXPECT_EQ(view->Loader().AnswerError(), "!UNKNOWN_SYMBOL!");
-    // Later timer ticks change nothing: the request stays incomplete.
-    int ticksSeen = 0;
-    QTimer counter;
-    QObject::connect(&counter, &QTimer::timeout, [&] { ++ticksSeen; });
-    counter.start(CChartFormView::kProgressPeriodMs);
-    ASSERT_TRUE(WaitFor([&] { return ticksSeen >= 3; }));
-    EXPECT_FALSE(CChartHistRequest::Instance().IsHistoryComplete());
-    EXPECT_EQ(frame().StatusText(), "Retrieving Tick Data (0 Ticks Received)");
-    for (const std::string& text : m_status.Texts()) {
-        EXPECT_EQ(text.find("datapoints available"), std::string::npos) << text;
-    }
+    EXPECT_EQ(CChartHistRequest::Instance().GetCount(), 0);
+
+    // The next symbol loads as if the error had never been.
+    EnterInSymbolBox("luma");
+    ASSERT_TRUE(WaitFor([&] {
+        return CChartHistRequest::Instance().IsHistoryComplete() &&
+               view->LastStatusText().find("datapoints available") != std::string::npos &&
+               CChartHistRequest::Instance().GetCount() > 0;
+    }));
+    EXPECT_TRUE(view->Loader().AnswerError().empty());
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "history/data_page_logic.h"
 
-#include "app/prompt.h"
-#include "app/settings.h"
+#include "core/prompt.h"
+#include "core/settings.h"
 #include "history/request_settings.h"
 
 #include <gtest/gtest.h>

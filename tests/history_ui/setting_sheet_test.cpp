@@ -1,9 +1,9 @@
 // The real settings sheet over a real Skychart.conf in a temporary XDG_CONFIG_HOME: fields are
 // edited as a user would, the sheet's own buttons are pressed, and the file is read back.
 
-#include "app/prompt.h"
-#include "app/settings.h"
-#include "chart/ui/setting_sheet.h"
+#include "core/prompt.h"
+#include "core/settings.h"
+#include "core/ui/setting_sheet.h"
 #include "history/ui/data_settings_page.h"
 #include "platform/config_writer.h"
 
@@ -67,11 +67,13 @@ protected:
         CSettings::Instance().Reset();
         const SSettingsLoad load = LoadApplicationSettings(prompt);
         CSettings::Instance().PublishWriter(load.writer);
-        sheet = std::make_unique<CSettingSheet>(prompt);
-        QObject::connect(sheet.get(), &CSettingSheet::dataSettingsApplied,
-                         [this] { ++dataApplied; });
+        sheet = std::make_unique<CSettingSheet>();
+        auto* page = new CDataSettingsPage(prompt);
+        sheet->AddPage(page);
+        QObject::connect(sheet.get(), &CSettingSheet::pageApplied,
+                         [this, page](CSettingPage* p) { dataApplied += p == page ? 1 : 0; });
         sheet->show();
-        return *sheet->DataPage();
+        return *page;
     }
     static std::string Stored(const std::string& key) {
         return CConfigWriter().Read(key, "<missing>");
@@ -110,7 +112,6 @@ TEST_F(SettingSheetTest, ApplyStoresTheEditedDataTypeInTheSettingsFile) {
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(dataApplied, 1);
-    EXPECT_TRUE(sheet->DataSettingsApplied());
     EXPECT_EQ(Stored("RequestRecentType"), "0,4,6,8,9");
     EXPECT_EQ(Stored("RequestType"), "4");
     EXPECT_EQ(Stored("RequestDays"), "1,4,1,0,0");

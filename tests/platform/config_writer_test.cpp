@@ -1,5 +1,5 @@
-#include "app/prompt.h"
-#include "app/settings.h"
+#include "core/prompt.h"
+#include "core/settings.h"
 #include "platform/config_writer.h"
 #include "platform/registry_paths.h"
 

@@ -1,7 +1,7 @@
 // The command line: flags, values, max/min order, and applying it to the settings table.
 
 #include "app/command_line.h"
-#include "app/settings.h"
+#include "core/settings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "frame_fixture.h"
 
-#include "app/settings.h"
 #include "base/fields.h"
+#include "core/settings.h"
 #include "platform/config_writer.h"
 #include "platform/registry_paths.h"
 

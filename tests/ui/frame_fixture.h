@@ -3,8 +3,8 @@
 // The real main frame against a real portico on free ports, with its settings in a temporary
 // XDG_CONFIG_HOME and every message box answered from a script.
 
-#include "app/prompt.h"
 #include "app/ui/main_frame.h"
+#include "core/prompt.h"
 
 #include "line_client.h"
 #include "portico_process.h"

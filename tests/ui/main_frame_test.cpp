@@ -3,10 +3,10 @@
 
 #include "frame_fixture.h"
 
-#include "app/settings.h"
 #include "app/ui/charts_app.h"
 #include "app/ui/ribbon_bar.h"
 #include "chart/ui/chart_form_view.h"
+#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "platform/workspace_bus.h"
 

@@ -2,7 +2,7 @@
 
 #include "frame_fixture.h"
 
-#include "app/settings.h"
+#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "feed/ui/symbol_search_dlg.h"
 

@@ -1,14 +1,15 @@
 #include "app/ui/main_frame.h"
 
-#include "app/prompt.h"
-#include "app/settings.h"
 #include "app/ui/ribbon_bar.h"
 #include "base/error.h"
 #include "chart/ui/chart_form_view.h"
-#include "chart/ui/setting_sheet.h"
+#include "core/prompt.h"
+#include "core/settings.h"
+#include "core/ui/setting_sheet.h"
 #include "feed/feed_connections.h"
 #include "feed/lookup_system_info.h"
 #include "feed/ui/symbol_search_dlg.h"
+#include "history/ui/data_settings_page.h"
 #include "platform/qt_feed.h"
 #include "platform/workspace_bus.h"
 
@@ -86,7 +87,8 @@ bool CMainFrame::Create() {
     setObjectName("MainFrame");
 
     CSettings& settings = CSettings::Instance();
-    m_currentSymbol = settings.Has("CurrentSymbol") ? settings.GetText("CurrentSymbol") : "";
+    m_currentSymbol =
+        settings.Has(keys::kCurrentSymbol) ? settings.GetText(keys::kCurrentSymbol) : "";
 
     m_view = new CChartFormView(this);
     m_view->SetStatusSink([this](const std::string& text) { SetStatusText(text); });
@@ -188,7 +190,7 @@ void CMainFrame::MakeRibbon() {
     // The recent symbols, newest first; the box shows the current symbol.
     m_symbolCombo->addItems([] {
         QStringList items;
-        for (const std::string& symbol : CSettings::Instance().GetList("Symbols")) {
+        for (const std::string& symbol : CSettings::Instance().GetList(keys::kSymbols)) {
             if (!symbol.empty()) {
                 items.append(QString::fromStdString(symbol));
             }
@@ -206,13 +208,13 @@ void CMainFrame::FillCombos() {
     FillCombo(m_styleCombo, ChartStyleItems());
     // A stored value that matches no item selects the first one without storing it.
     m_typeCombo->setCurrentIndex(
-        std::max(0, FindComboData(RequestTypeItems(), settings.GetInt("RequestDataType"))));
-    const int interval = settings.GetInt("RequestIntervalIndex");
+        std::max(0, FindComboData(RequestTypeItems(), settings.GetInt(keys::kRequestDataType))));
+    const int interval = settings.GetInt(keys::kRequestIntervalIndex);
     m_intervalCombo->setCurrentIndex(interval >= 0 && interval < m_intervalCombo->count() ? interval
                                                                                           : 0);
-    m_styleCombo->setCurrentIndex(
-        std::max(0, FindComboData(ChartStyleItems(), settings.GetInt("Candle Price Chart Style"))));
-    m_searchModeCombo->setCurrentIndex(settings.GetInt("Search Type") == 1 ? 1 : 0);
+    m_styleCombo->setCurrentIndex(std::max(
+        0, FindComboData(ChartStyleItems(), settings.GetInt(keys::kCandlePriceChartStyle))));
+    m_searchModeCombo->setCurrentIndex(settings.GetInt(keys::kSearchType) == 1 ? 1 : 0);
     m_filling = false;
 
     connect(m_typeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
@@ -224,29 +226,29 @@ void CMainFrame::FillCombos() {
     connect(m_intervalCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         UpdateStatusPanes();
         if (!m_filling && index >= 0) {
-            CSettings::Instance().SetInt("RequestIntervalIndex", index);
+            CSettings::Instance().SetInt(keys::kRequestIntervalIndex, index);
             m_view->Reload();
         }
     });
     connect(m_styleCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
-            CSettings::Instance().SetInt("Candle Price Chart Style",
+            CSettings::Instance().SetInt(keys::kCandlePriceChartStyle,
                                          m_styleCombo->itemData(index).toInt());
         }
         UpdateStatusPanes();
     });
     connect(m_searchModeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
-            CSettings::Instance().SetInt("Search Type", index);
+            CSettings::Instance().SetInt(keys::kSearchType, index);
         }
     });
 }
 
 void CMainFrame::ChangeDataType(int dataType) {
     CSettings& settings = CSettings::Instance();
-    settings.SetInt("RequestDataType", dataType);
+    settings.SetInt(keys::kRequestDataType, dataType);
     try {
-        settings.SetInt("RequestType", m_view->RequestSettings().RecentType(dataType));
+        settings.SetInt(keys::kRequestType, m_view->RequestSettings().RecentType(dataType));
     } catch (const CInvalidArgException& error) {
         spdlog::error("No request kind stored for data type {}: {}", dataType, error.what());
     }
@@ -254,11 +256,15 @@ void CMainFrame::ChangeDataType(int dataType) {
 }
 
 void CMainFrame::OpenDataSettings() {
-    CSettingSheet sheet(Prompt(), this);
-    sheet.setObjectName("SettingSheet");
-    connect(&sheet, &CSettingSheet::dataSettingsApplied, this, [this] {
-        m_view->ReloadRequestSettings();
-        m_view->Reload();
+    CSettingSheet sheet(this);
+    auto* dataPage = new CDataSettingsPage(Prompt());
+    sheet.AddPage(dataPage);
+    connect(&sheet, &CSettingSheet::pageApplied, this, [this, dataPage](CSettingPage* page) {
+        if (page == dataPage) {
+            // The request settings changed: the shown chart asks for its history again.
+            m_view->ReloadRequestSettings();
+            m_view->Reload();
+        }
     });
     m_sheet = &sheet;
     sheet.exec();
@@ -355,7 +361,7 @@ bool CMainFrame::RunSymbolSearch(const std::string& text) {
 
 void CMainFrame::LoadSymbol(const std::string& symbol) {
     m_currentSymbol = symbol;
-    CSettings::Instance().SetText("CurrentSymbol", symbol);
+    CSettings::Instance().SetText(keys::kCurrentSymbol, symbol);
     AddRecentSymbol(symbol);
     UpdateStatusPanes();
     setWindowTitle(QString::fromStdString("Skychart - " + symbol));
@@ -381,7 +387,7 @@ void CMainFrame::AddRecentSymbol(const std::string& symbol) {
     for (int i = 0; i < m_symbolCombo->count(); ++i) {
         items.push_back(m_symbolCombo->itemText(i).toStdString());
     }
-    CSettings::Instance().SaveList("Symbols", items, &Prompt());
+    CSettings::Instance().SaveList(keys::kSymbols, items, &Prompt());
 }
 
 void CMainFrame::UpdateStatusPanes() {
@@ -458,7 +464,7 @@ void CMainFrame::OnServiceIp() {
     }
     m_filling = false;
     if (applied.load) {
-        LoadSymbol(CSettings::Instance().GetText("CurrentSymbol"));
+        LoadSymbol(CSettings::Instance().GetText(keys::kCurrentSymbol));
     }
     SetStatusText("Connected to Kestrel...");
     // Typing replaces the symbol shown, as in a freshly focused edit box.

@@ -1,8 +1,8 @@
 #include "app/ui/orvane_main_frame.h"
 
-#include "app/app_log.h"
-#include "app/settings.h"
 #include "app/ui/ribbon_bar.h"
+#include "core/app_log.h"
+#include "core/settings.h"
 
 #include <QLabel>
 #include <QStatusBar>

@@ -131,7 +131,7 @@ void CChartFormView::ShowSummary() {
     }
     m_title->setText(QString::fromStdString(summary.symbol + "  -  " + summary.dataType));
     std::string detail;
-    if (!m_loader.AnswerError().empty()) {
+    if (!m_loader.AnswerError().empty() && summary.points == 0) {
         detail = fmt::format("The service has no history for {}: {}", summary.symbol,
                              m_loader.AnswerError());
     } else if (!summary.complete) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/chart_loader.h"
+#include "chart/chart_loader.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -8,7 +8,7 @@
 #include <functional>
 #include <string>
 
-class CFeedConnections;
+class IHistoryFeed;
 class QLabel;
 
 // The main frame's single chart view. It loads the history of a symbol (one request on the
@@ -19,14 +19,14 @@ class CChartFormView : public QWidget, private IHistoryProgressView {
 
 public:
     // The progress timer: loading progress and, later, live redraw.
-    static constexpr int kProgressTimerId = 1029;
-    static constexpr int kProgressPeriodMs = 250;
+    static constexpr int kProgressTimerId = timers::kProgressId;
+    static constexpr int kProgressPeriodMs = timers::kProgressPeriodMs;
 
     explicit CChartFormView(QWidget* parent = nullptr);
     ~CChartFormView() override;
 
     // The frame's feed (may be null until the connections exist).
-    void SetFeed(CFeedConnections* feed) { m_loader.SetFeed(feed); }
+    void SetFeed(IHistoryFeed* feed) { m_loader.SetFeed(feed); }
     // Where the progress texts go (the frame's status bar).
     void SetStatusSink(std::function<void(const std::string&)> sink) {
         m_statusSink = std::move(sink);

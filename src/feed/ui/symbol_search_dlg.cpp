@@ -1,6 +1,6 @@
 #include "feed/ui/symbol_search_dlg.h"
 
-#include "app/settings.h"
+#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "feed/symbol_search.h"
 
@@ -91,7 +91,7 @@ CSymbolSearchDlg::CSymbolSearchDlg(CFeedConnections& feed,
 void CSymbolSearchDlg::StartSearch() {
     QString entered = m_text->text().trimmed();
     // Symbols are upper case; descriptions are searched as typed.
-    if (CSettings::Instance().GetInt("Search Type") != 1) {
+    if (CSettings::Instance().GetInt(keys::kSearchType) != 1) {
         entered = entered.toUpper();
     }
     const std::string text = entered.toStdString();

@@ -1,7 +1,7 @@
 #include "history/ui/data_settings_page.h"
 
-#include "app/prompt.h"
-#include "app/settings.h"
+#include "core/prompt.h"
+#include "core/settings.h"
 #include "history/request_settings.h"
 
 #include <QButtonGroup>
@@ -66,7 +66,7 @@ CDataSettingsPage::CDataSettingsPage(IPrompt& prompt, QWidget* parent)
     m_logic = std::make_unique<CDataPageLogic>(m_prompt, *m_settings, ToPageDate(today));
     MakeControls();
 
-    Show(CSettings::Instance().GetInt("RequestDataType"));
+    Show(CSettings::Instance().GetInt(keys::kRequestDataType));
     if (m_shown < 0) {
         // The stored data type was not one (the user has been told): the page starts on Ticks.
         Show(kTicks);
@@ -282,9 +282,10 @@ bool CDataSettingsPage::Apply() {
         return false;
     }
     // "RequestType" mirrors the kind of the data type the ribbon has selected.
-    const int dataType = settings.GetInt("RequestDataType");
+    const int dataType = settings.GetInt(keys::kRequestDataType);
     if (CDataPageLogic::IsDataType(dataType)) {
-        settings.SetInt("RequestType", m_settings->recentType[static_cast<std::size_t>(dataType)]);
+        settings.SetInt(keys::kRequestType,
+                        m_settings->recentType[static_cast<std::size_t>(dataType)]);
     }
     spdlog::info("Data settings applied");
     return true;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "chart/ui/setting_sheet.h"
+#include "core/ui/setting_sheet.h"
 #include "history/data_page_logic.h"
 
 #include <memory>

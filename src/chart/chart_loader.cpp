@@ -1,8 +1,8 @@
-#include "app/chart_loader.h"
+#include "chart/chart_loader.h"
 
-#include "app/settings.h"
 #include "base/error.h"
-#include "feed/feed_connections.h"
+#include "core/settings.h"
+#include "feed/history_feed.h"
 #include "history/chart_hist_request.h"
 #include "history/history_request.h"
 
@@ -11,24 +11,17 @@
 
 namespace {
 
-// "RequestDataType" values.
-constexpr int kTickData = 0;
-constexpr int kIntervalData = 1;
-constexpr int kDayData = 2;
-constexpr int kWeekData = 3;
-constexpr int kMonthData = 4;
-
 std::string TimeText(const sTICK& point, int dataType) {
     SDateTimeFields fields;
     if (!point.time.IsValid() || !point.time.GetFields(fields)) {
         return "(invalid time)";
     }
-    if (dataType >= kDayData) {
+    if (dataType >= kDays) {
         return fmt::format("{:04}-{:02}-{:02}", fields.year, fields.month, fields.day);
     }
     std::string text = fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", fields.year, fields.month,
                                    fields.day, fields.hour, fields.minute, fields.second);
-    if (dataType == kTickData) {
+    if (dataType == kTicks) {
         text += fmt::format(".{:06}", point.microseconds);
     }
     return text;
@@ -36,19 +29,19 @@ std::string TimeText(const sTICK& point, int dataType) {
 
 std::string DataTypeText(int dataType, int intervalIndex) {
     switch (dataType) {
-    case kTickData:
+    case kTicks:
         return "Ticks";
-    case kIntervalData:
+    case kIntervals:
         if (intervalIndex >= 0 && intervalIndex < static_cast<int>(IntervalTable().size())) {
             return std::string(IntervalTable()[static_cast<std::size_t>(intervalIndex)].name) +
                    " bars";
         }
         return "Interval bars";
-    case kDayData:
+    case kDays:
         return "Daily bars";
-    case kWeekData:
+    case kWeeks:
         return "Weekly bars";
-    case kMonthData:
+    case kMonths:
         return "Monthly bars";
     default:
         return "Unknown data type";
@@ -109,7 +102,7 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
         return EStart::Failed;
     }
     m_dataType = prepared.dataType;
-    m_intervalIndex = settings.GetInt("RequestIntervalIndex");
+    m_intervalIndex = settings.GetInt(keys::kRequestIntervalIndex);
 
     if (!prepared.symbol.empty() && m_feed != nullptr) {
         m_feed->WatchSymbol(prepared.symbol);
@@ -143,19 +136,16 @@ void CChartLoader::OnHistoryLine(const std::string& line) {
     // Classified in place: this runs for every one of millions of answer lines.
     std::string_view errorText;
     if (IsHistoryErrorReply(line, &errorText)) {
-        // An error reply: the answer brings no data. Its end marker leaves the request
-        // incomplete, so the status bar keeps the retrieval text.
+        // An error reply adds nothing to the series; it is noted only so that the window and
+        // the export can say why a request brought no data. The end marker that may follow
+        // still completes the request.
         m_answerError = std::string(errorText);
         spdlog::warn("History of {}: {}", m_symbol, line);
-        m_parser.HeldLevel1Lines().clear();
         return;
     }
     const bool endMarker = IsHistoryEndMarker(line);
     if (endMarker) {
         m_answerEnded = true;
-        if (!m_answerError.empty()) {
-            return;
-        }
     }
     m_parser.OnHistoryLine(line);
     if (endMarker) {
@@ -164,9 +154,7 @@ void CChartLoader::OnHistoryLine(const std::string& line) {
 }
 
 void CChartLoader::OnLevel1Line(const std::string& line) {
-    if (m_answerError.empty()) {
-        m_parser.HoldLevel1LineWhileLoading(line);
-    }
+    m_parser.HoldLevel1LineWhileLoading(line);
     if (!line.empty() && line[0] == 'F') {
         // The symbol's fundamentals size the price labels (throws for a short line).
         ApplyFundamentalPriceWidth(m_history, line, m_settings.useExchangeFormat);
@@ -174,7 +162,7 @@ void CChartLoader::OnLevel1Line(const std::string& line) {
 }
 
 void CChartLoader::OnProgressTick(IHistoryProgressView& view) {
-    m_progress.OnTimer(m_history, CSettings::Instance().GetInt("RequestDataType"), view);
+    m_progress.OnTimer(m_history, CSettings::Instance().GetInt(keys::kRequestDataType), view);
 }
 
 bool CChartLoader::Loading() const {

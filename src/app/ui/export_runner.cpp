@@ -1,8 +1,9 @@
-#include "platform/export_runner.h"
+#include "app/ui/export_runner.h"
 
 #include "app/command_line.h"
-#include "app/settings.h"
 #include "base/error.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "feed/kestrel_stream_socket.h"
 #include "history/chart_hist_request.h"
@@ -57,7 +58,9 @@ CExportRunner::CExportRunner(SExportRequest request, std::chrono::milliseconds c
         if (text.find("unable to connect") != std::string::npos) {
             Finish(kExportNoService,
                    "cannot reach the market-data service on 127.0.0.1:" +
-                       std::to_string(CStartupStore::ReadPort("AdminPort", "9300", 9300)));
+                       std::to_string(CStartupStore::ReadPort(
+                           startup_keys::kAdminPort.key, startup_keys::kAdminPort.defaultText,
+                           startup_keys::kAdminPort.defaultPort)));
         }
     });
     m_timer.setInterval(kTickMs);
@@ -107,11 +110,13 @@ void CExportRunner::OnTick() {
     }
 
     m_loader.OnProgressTick(*this);
-    if (m_loader.AnswerEnded() && !m_loader.AnswerError().empty()) {
+    const bool empty = m_loader.History().GetCount() == 0;
+    if (empty && !m_loader.AnswerError().empty()) {
+        // The export sends one request, so its error reply is the whole answer.
         Finish(kExportNoData, fmt::format("no history for {}: the service answered {}",
                                           m_request.symbol, m_loader.AnswerError()));
     } else if (m_loader.History().IsHistoryComplete()) {
-        if (m_loader.History().GetCount() == 0) {
+        if (empty) {
             Finish(kExportNoData, fmt::format("no history for {}: the answer held no data points",
                                               m_request.symbol));
             return;
@@ -246,10 +251,10 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
     // The settings are read, never written: the export changes nothing the user keeps.
     LoadApplicationSettings(prompt);
     CSettings& settings = CSettings::Instance();
-    settings.SetText("CurrentSymbol", request.symbol);
-    settings.SetInt("RequestDataType", request.dataType);
+    settings.SetText(keys::kCurrentSymbol, request.symbol);
+    settings.SetInt(keys::kRequestDataType, request.dataType);
     if (request.intervalIndex >= 0) {
-        settings.SetInt("RequestIntervalIndex", request.intervalIndex);
+        settings.SetInt(keys::kRequestIntervalIndex, request.intervalIndex);
     }
 
     using namespace std::chrono_literals;

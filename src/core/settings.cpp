@@ -1,7 +1,7 @@
-#include "app/settings.h"
+#include "core/settings.h"
 
-#include "app/prompt.h"
 #include "base/fields.h"
+#include "core/prompt.h"
 
 #include <spdlog/spdlog.h>
 

@@ -1,13 +1,11 @@
-#include "chart/ui/setting_sheet.h"
-
-#include "history/ui/data_settings_page.h"
+#include "core/ui/setting_sheet.h"
 
 #include <QDialogButtonBox>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
-CSettingSheet::CSettingSheet(IPrompt& prompt, QWidget* parent) : QDialog(parent) {
+CSettingSheet::CSettingSheet(QWidget* parent) : QDialog(parent) {
     setObjectName("SettingSheet");
     setWindowTitle("Settings");
 
@@ -26,9 +24,6 @@ CSettingSheet::CSettingSheet(IPrompt& prompt, QWidget* parent) : QDialog(parent)
     connect(m_buttons->button(QDialogButtonBox::Apply), &QPushButton::clicked, this,
             [this] { ApplyPages(); });
     connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-
-    m_dataPage = new CDataSettingsPage(prompt);
-    AddPage(m_dataPage);
 }
 
 int CSettingSheet::AddPage(CSettingPage* page) {
@@ -51,10 +46,7 @@ bool CSettingSheet::ApplyPages() {
             m_tabs->setCurrentWidget(m_pages[i]);
             return false;
         }
-        if (m_pages[i] == m_dataPage) {
-            m_dataApplied = true;
-            emit dataSettingsApplied();
-        }
+        emit pageApplied(m_pages[i]);
     }
     emit settingsApplied();
     return true;

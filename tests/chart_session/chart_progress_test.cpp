@@ -1,5 +1,5 @@
+#include "chart/chart_progress.h"
 #include "history/chart_hist_request.h"
-#include "history/history_parser.h"
 
 #include <gtest/gtest.h>
 

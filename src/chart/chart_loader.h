@@ -5,6 +5,7 @@
 // back while loading, and the progress texts. Plain C++; the chart view adds the 250 ms timer
 // and the window, the export mode its own event loop.
 
+#include "chart/chart_progress.h"
 #include "history/history_parser.h"
 #include "history/request_settings.h"
 
@@ -12,7 +13,7 @@
 #include <string>
 
 class CChartHistRequest;
-class CFeedConnections;
+class IHistoryFeed;
 
 // What the chart shows once loaded, in words and numbers.
 struct SChartSummary {
@@ -46,8 +47,8 @@ public:
     CChartLoader& operator=(const CChartLoader&) = delete;
 
     // The frame's feed (null until the connections exist).
-    void SetFeed(CFeedConnections* feed) { m_feed = feed; }
-    CFeedConnections* Feed() const { return m_feed; }
+    void SetFeed(IHistoryFeed* feed) { m_feed = feed; }
+    IHistoryFeed* Feed() const { return m_feed; }
 
     // Reads the request settings from the settings table (at start, and after the data settings
     // page stored them).
@@ -77,7 +78,8 @@ public:
     const CChartHistRequest& History() const { return m_history; }
     // True from a Load until the end marker of a complete answer.
     bool Loading() const;
-    // The error text of the current answer ("!NO_DATA!", "!UNKNOWN_SYMBOL!"); "" when none.
+    // The error reply's text since the last Load ("!NO_DATA!", "!UNKNOWN_SYMBOL!"); "" when none.
+    // It explains an empty series; a series with points is shown whatever this says.
     const std::string& AnswerError() const { return m_answerError; }
     // True once the end marker of an answer arrived since the last Load (error or not).
     bool AnswerEnded() const { return m_answerEnded; }
@@ -86,7 +88,7 @@ public:
 
 private:
     CChartHistRequest& m_history;
-    CFeedConnections* m_feed = nullptr;
+    IHistoryFeed* m_feed = nullptr;
     SRequestSettings m_settings;
     CHistoryResponseParser m_parser;
     CHistoryProgress m_progress;

@@ -6,8 +6,6 @@
 
 #include <vector>
 
-class CDataSettingsPage;
-class IPrompt;
 class QDialogButtonBox;
 class QTabWidget;
 
@@ -27,34 +25,31 @@ public:
     virtual bool Apply() = 0;
 };
 
-// The settings sheet: a tab per page, with OK, Cancel and Apply. Apply and OK apply every page
+// The settings sheet: a tab per page, with OK, Cancel and Apply. The caller makes the pages and
+// hands them over; the sheet knows them only as pages. Apply and OK apply every page
 // in tab order and stop at the first that refuses (OK then keeps the sheet open); Cancel closes
 // it without storing what the pages hold.
 class CSettingSheet : public QDialog {
     Q_OBJECT
 
 public:
-    // The sheet with its data settings page; every message goes through `prompt`.
-    explicit CSettingSheet(IPrompt& prompt, QWidget* parent = nullptr);
+    explicit CSettingSheet(QWidget* parent = nullptr);
 
     // Adds a tab for `page`; the sheet takes ownership. Returns the tab index.
     int AddPage(CSettingPage* page);
     int PageCount() const;
     CSettingPage* Page(int index) const;
-    CDataSettingsPage* DataPage() const { return m_dataPage; }
 
     // What Apply does: applies every page; false when a page refused.
     bool ApplyPages();
-    // True once the data settings were stored while the sheet was open: the chart then reloads.
-    bool DataSettingsApplied() const { return m_dataApplied; }
 
     QDialogButtonBox* Buttons() const { return m_buttons; }
 
 signals:
     // Every page was stored (Apply, or OK before the sheet closes).
     void settingsApplied();
-    // The request settings were stored; a shown chart should request its history again.
-    void dataSettingsApplied();
+    // `page` stored its settings (before settingsApplied, once per Apply or OK).
+    void pageApplied(CSettingPage* page);
 
 private:
     void OnOk();
@@ -62,6 +57,4 @@ private:
     QTabWidget* m_tabs = nullptr;
     QDialogButtonBox* m_buttons = nullptr;
     std::vector<CSettingPage*> m_pages;
-    CDataSettingsPage* m_dataPage = nullptr;
-    bool m_dataApplied = false;
 };

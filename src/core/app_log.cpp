@@ -1,4 +1,4 @@
-#include "app/app_log.h"
+#include "core/app_log.h"
 
 #include <spdlog/cfg/env.h>
 #include <spdlog/sinks/basic_file_sink.h>

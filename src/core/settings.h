@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/setting_keys.h"
+
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -18,13 +20,6 @@ public:
     virtual bool Write(const std::string& key, const std::string& value) = 0;
     // An errno-style code of the last failed Write (0 when none is known).
     virtual int LastError() const { return 0; }
-};
-
-// One key of the settings table: its name, its default text and whether it is mirrored.
-struct SSettingKey {
-    const char* key;
-    const char* defaultValue;
-    bool persist;
 };
 
 // The process-wide settings table: key text -> value, default and persist flag. Readers ask for a
@@ -80,6 +75,3 @@ private:
     std::map<std::string, Entry> m_entries;
     std::shared_ptr<CConfigWriterMux> m_writer;
 };
-
-// Every key of the application with its default and persist flag, registered at start.
-const std::vector<SSettingKey>& AllSettingKeys();

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/chart_loader.h"
 #include "app/export.h"
-#include "app/prompt.h"
+#include "chart/chart_loader.h"
+#include "core/prompt.h"
 #include "feed/feed_frame.h"
 
 #include <QObject>
