@@ -86,128 +86,14 @@ CChartHistRequest& CChartHistRequest::Instance() {
     return instance;
 }
 
-void CChartHistRequest::SetSymbol(const std::string& symbol) {
-    std::lock_guard lock(m_lock);
-    m_params.symbol = symbol;
+std::int32_t SHistoryParameters::FromText(const std::string& text) {
+    return DecimalValue(text);
 }
 
-void CChartHistRequest::SetMaxDatapoints(std::int32_t count) {
+void CChartHistRequest::SetParameters(const SHistoryParameters& params) {
     std::lock_guard lock(m_lock);
-    m_params.maxDatapoints = count;
-}
-
-void CChartHistRequest::SetInterval(std::int32_t seconds) {
-    std::lock_guard lock(m_lock);
-    m_params.interval = seconds;
-}
-
-void CChartHistRequest::SetDays(std::int32_t days) {
-    std::lock_guard lock(m_lock);
-    m_params.days = days;
-}
-
-void CChartHistRequest::SetDataDirection(const std::string& direction) {
-    std::lock_guard lock(m_lock);
-    m_params.dataDirection = direction;
-}
-
-void CChartHistRequest::SetBeginFilterTime(std::int32_t hhmmss) {
-    std::lock_guard lock(m_lock);
-    m_params.beginFilterTime = hhmmss;
-}
-
-void CChartHistRequest::SetEndFilterTime(std::int32_t hhmmss) {
-    std::lock_guard lock(m_lock);
-    m_params.endFilterTime = hhmmss;
-}
-
-void CChartHistRequest::SetRequestKind(std::uint32_t kind) {
-    std::lock_guard lock(m_lock);
-    m_params.requestKind = kind;
-}
-
-void CChartHistRequest::SetBeginDate(const std::string& yyyymmdd) {
-    std::lock_guard lock(m_lock);
-    m_params.beginDate = DecimalValue(yyyymmdd);
+    m_params = params;
     UpdateRange();
-}
-
-void CChartHistRequest::SetEndDate(const std::string& yyyymmdd) {
-    std::lock_guard lock(m_lock);
-    m_params.endDate = DecimalValue(yyyymmdd);
-    UpdateRange();
-}
-
-void CChartHistRequest::SetBeginTime(const std::string& hhmmss) {
-    std::lock_guard lock(m_lock);
-    m_params.beginTime = DecimalValue(hhmmss);
-    UpdateRange();
-}
-
-void CChartHistRequest::SetEndTime(const std::string& hhmmss) {
-    std::lock_guard lock(m_lock);
-    m_params.endTime = DecimalValue(hhmmss);
-    UpdateRange();
-}
-
-std::string CChartHistRequest::GetSymbol() const {
-    std::lock_guard lock(m_lock);
-    return m_params.symbol;
-}
-
-std::int32_t CChartHistRequest::GetMaxDatapoints() const {
-    std::lock_guard lock(m_lock);
-    return m_params.maxDatapoints;
-}
-
-std::int32_t CChartHistRequest::GetInterval() const {
-    std::lock_guard lock(m_lock);
-    return m_params.interval;
-}
-
-std::int32_t CChartHistRequest::GetDays() const {
-    std::lock_guard lock(m_lock);
-    return m_params.days;
-}
-
-std::string CChartHistRequest::GetDataDirection() const {
-    std::lock_guard lock(m_lock);
-    return m_params.dataDirection;
-}
-
-std::int32_t CChartHistRequest::GetBeginDate() const {
-    std::lock_guard lock(m_lock);
-    return m_params.beginDate;
-}
-
-std::int32_t CChartHistRequest::GetBeginTime() const {
-    std::lock_guard lock(m_lock);
-    return m_params.beginTime;
-}
-
-std::int32_t CChartHistRequest::GetBeginFilterTime() const {
-    std::lock_guard lock(m_lock);
-    return m_params.beginFilterTime;
-}
-
-std::int32_t CChartHistRequest::GetEndDate() const {
-    std::lock_guard lock(m_lock);
-    return m_params.endDate;
-}
-
-std::int32_t CChartHistRequest::GetEndTime() const {
-    std::lock_guard lock(m_lock);
-    return m_params.endTime;
-}
-
-std::int32_t CChartHistRequest::GetEndFilterTime() const {
-    std::lock_guard lock(m_lock);
-    return m_params.endFilterTime;
-}
-
-std::uint32_t CChartHistRequest::GetRequestKind() const {
-    std::lock_guard lock(m_lock);
-    return m_params.requestKind;
 }
 
 SHistoryParameters CChartHistRequest::GetParameters() const {
@@ -267,6 +153,75 @@ std::size_t CChartHistRequest::AppendTicks(const sTICK* ticks, std::size_t count
         }
     }
     return accepted;
+}
+
+template <typename T, typename Field>
+std::size_t CChartHistRequest::FillColumn(int first, std::span<T> out, Field field) const {
+    std::lock_guard lock(m_lock);
+    const auto count = static_cast<std::int64_t>(SeriesCount());
+    const std::int64_t begin = std::max<std::int64_t>(first, 0);
+    const std::int64_t end = std::min<std::int64_t>(
+        static_cast<std::int64_t>(first) + static_cast<std::int64_t>(out.size()), count);
+    if (begin >= end) {
+        return 0;
+    }
+    const std::size_t offset = static_cast<std::size_t>(begin - first);
+    for (std::int64_t i = begin; i < end; ++i) {
+        out[offset + static_cast<std::size_t>(i - begin)] = field(At(static_cast<std::size_t>(i)));
+    }
+    return static_cast<std::size_t>(end - begin);
+}
+
+std::size_t CChartHistRequest::FillPrices(EPriceColumn column, int first,
+                                          std::span<double> out) const {
+    switch (column) {
+    case EPriceColumn::Open:
+        return FillColumn(first, out, [](const sTICK& t) { return t.open; });
+    case EPriceColumn::High:
+        return FillColumn(first, out, [](const sTICK& t) { return t.high; });
+    case EPriceColumn::Low:
+        return FillColumn(first, out, [](const sTICK& t) { return t.low; });
+    case EPriceColumn::Close:
+        return FillColumn(first, out, [](const sTICK& t) { return t.close; });
+    }
+    return 0;
+}
+
+std::size_t CChartHistRequest::FillVolumes(int first, std::span<std::int64_t> out) const {
+    return FillColumn(first, out, [](const sTICK& t) { return t.volume; });
+}
+
+std::size_t CChartHistRequest::FillSizes(int first, std::span<std::uint32_t> out) const {
+    return FillColumn(first, out, [](const sTICK& t) { return t.size; });
+}
+
+std::size_t CChartHistRequest::FillTimes(int first, std::span<SPointTime> out) const {
+    return FillColumn(first, out, [](const sTICK& t) {
+        return SPointTime{t.time, t.microseconds};
+    });
+}
+
+SRangeExtremes CChartHistRequest::GetExtremes(int first, int count) const {
+    std::lock_guard lock(m_lock);
+    const auto size = static_cast<std::int64_t>(SeriesCount());
+    const std::int64_t begin = std::max<std::int64_t>(first, 0);
+    const std::int64_t end =
+        std::min<std::int64_t>(static_cast<std::int64_t>(first) + std::max(count, 0), size);
+    SRangeExtremes extremes;
+    for (std::int64_t i = begin; i < end; ++i) {
+        const sTICK& tick = At(static_cast<std::size_t>(i));
+        if (extremes.count == 0) {
+            extremes.highestHigh = tick.high;
+            extremes.lowestLow = tick.low;
+            extremes.largestVolume = tick.volume;
+        } else {
+            extremes.highestHigh = std::max(extremes.highestHigh, tick.high);
+            extremes.lowestLow = std::min(extremes.lowestLow, tick.low);
+            extremes.largestVolume = std::max(extremes.largestVolume, tick.volume);
+        }
+        ++extremes.count;
+    }
+    return extremes;
 }
 
 void CChartHistRequest::Clear() {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -55,7 +56,24 @@ private:
     std::vector<SBlock> m_blocks;
 };
 
-// The request parameters, as one copy.
+// The price fields a column read can copy.
+enum class EPriceColumn { Open, High, Low, Close };
+
+// A point's time stamp and the microseconds of a tick.
+struct SPointTime {
+    CDateTime time;
+    std::int32_t microseconds = 0;
+};
+
+// The extremes of a range of records; all 0 when the range holds none.
+struct SRangeExtremes {
+    double highestHigh = 0.0;
+    double lowestLow = 0.0;
+    std::int64_t largestVolume = 0;
+    int count = 0;
+};
+
+// The request parameters of the history object, set and read as one value.
 struct SHistoryParameters {
     std::string symbol;
     std::int32_t maxDatapoints = 0;
@@ -69,6 +87,10 @@ struct SHistoryParameters {
     std::int32_t endTime = 0;
     std::int32_t endFilterTime = -1;
     std::uint32_t requestKind = 0;
+
+    // Dates and times arrive as texts: decimal text to integer, an empty or non-numeric text
+    // giving 0.
+    static std::int32_t FromText(const std::string& text);
 };
 
 // The history object: the current request parameters and the series behind one lock. Every
@@ -81,32 +103,8 @@ public:
     // The one history object of the process.
     static CChartHistRequest& Instance();
 
-    void SetSymbol(const std::string& symbol);
-    void SetMaxDatapoints(std::int32_t count);
-    void SetInterval(std::int32_t seconds);
-    void SetDays(std::int32_t days);
-    void SetDataDirection(const std::string& direction);
-    void SetBeginFilterTime(std::int32_t hhmmss);
-    void SetEndFilterTime(std::int32_t hhmmss);
-    void SetRequestKind(std::uint32_t kind);
-    // Decimal text to integer; an empty or non-numeric text gives 0.
-    void SetBeginDate(const std::string& yyyymmdd);
-    void SetEndDate(const std::string& yyyymmdd);
-    void SetBeginTime(const std::string& hhmmss);
-    void SetEndTime(const std::string& hhmmss);
-
-    std::string GetSymbol() const;
-    std::int32_t GetMaxDatapoints() const;
-    std::int32_t GetInterval() const;
-    std::int32_t GetDays() const;
-    std::string GetDataDirection() const;
-    std::int32_t GetBeginDate() const;
-    std::int32_t GetBeginTime() const;
-    std::int32_t GetBeginFilterTime() const;
-    std::int32_t GetEndDate() const;
-    std::int32_t GetEndTime() const;
-    std::int32_t GetEndFilterTime() const;
-    std::uint32_t GetRequestKind() const;
+    // The request parameters, set and read as a whole.
+    void SetParameters(const SHistoryParameters& params);
     SHistoryParameters GetParameters() const;
 
     // Number of records; the last index is count - 1 (-1 when empty).
@@ -123,6 +121,18 @@ public:
     bool AppendTick(const sTICK& tick);
     // Appends a batch under one lock; returns the number accepted.
     std::size_t AppendTicks(const sTICK* ticks, std::size_t count);
+
+    // Column reads for drawing and studies: each takes the lock once and copies one field of
+    // the records first, first + 1, ... into `out`, as far as the series reaches. Indexes outside
+    // the series are left untouched in `out`; returns the number of entries written, which
+    // start at out[max(0, -first)].
+    std::size_t FillPrices(EPriceColumn column, int first, std::span<double> out) const;
+    std::size_t FillVolumes(int first, std::span<std::int64_t> out) const;
+    std::size_t FillSizes(int first, std::span<std::uint32_t> out) const;
+    std::size_t FillTimes(int first, std::span<SPointTime> out) const;
+    // The highest high, lowest low and largest volume of the records first ... first + count - 1
+    // that exist, under one lock.
+    SRangeExtremes GetExtremes(int first, int count) const;
 
     void Clear() override;
     std::size_t GetCapacity() const;
@@ -143,6 +153,8 @@ public:
     int GetPriceTextWidth() const { return m_priceTextWidth.load(); }
 
 private:
+    template <typename T, typename Field>
+    std::size_t FillColumn(int first, std::span<T> out, Field field) const;
     bool Accepts(const sTICK& tick) const;
     void UpdateRange();
 

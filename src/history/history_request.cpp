@@ -43,25 +43,26 @@ SPreparedRequest PrepareHistoryRequest(CChartHistRequest& history,
     const int kind = requestSettings.RecentType(prepared.dataType);
     prepared.kind = static_cast<std::uint32_t>(kind);
 
-    history.SetSymbol(prepared.symbol);
-    history.SetRequestKind(prepared.kind);
-    history.SetDataDirection("1");
-    history.SetBeginFilterTime(-1);
-    history.SetEndFilterTime(-1);
-    history.SetBeginDate("");
-    history.SetEndDate("");
-    history.SetBeginTime("");
-    history.SetEndTime("");
+    // Built whole and stored in one step: settings that cannot give a request leave the
+    // history object's parameters as they were. Counts the kind does not use keep their values.
+    SHistoryParameters params = history.GetParameters();
+    params.symbol = prepared.symbol;
+    params.requestKind = prepared.kind;
+    params.dataDirection = "1";
+    params.beginFilterTime = -1;
+    params.endFilterTime = -1;
+    params.beginDate = 0;
+    params.endDate = 0;
+    params.beginTime = 0;
+    params.endTime = 0;
 
     // Dates and times of one data type's elements of the four lists.
     const auto setRange = [&](int dataType, bool withTimes) {
-        const std::string& beginDate = requestSettings.BeginDate(dataType);
-        const std::string& endDate = requestSettings.EndDate(dataType);
-        history.SetBeginDate(beginDate);
-        history.SetEndDate(endDate);
+        params.beginDate = SHistoryParameters::FromText(requestSettings.BeginDate(dataType));
+        params.endDate = SHistoryParameters::FromText(requestSettings.EndDate(dataType));
         if (withTimes) {
-            history.SetBeginTime(requestSettings.BeginTime(dataType));
-            history.SetEndTime(requestSettings.EndTime(dataType));
+            params.beginTime = SHistoryParameters::FromText(requestSettings.BeginTime(dataType));
+            params.endTime = SHistoryParameters::FromText(requestSettings.EndTime(dataType));
         }
     };
     const auto intervalSeconds = [&] {
@@ -70,50 +71,50 @@ SPreparedRequest PrepareHistoryRequest(CChartHistRequest& history,
 
     switch (kind) {
     case kTicksDatapoints:
-        history.SetMaxDatapoints(requestSettings.Datapoints(kTicks));
+        params.maxDatapoints = requestSettings.Datapoints(kTicks);
         break;
     case kTicksDays:
-        history.SetDays(requestSettings.Days(kTicks));
+        params.days = requestSettings.Days(kTicks);
         break;
     case kTicksDateRange:
         setRange(kTicks, true);
         break;
     case kIntervalsDatapoints:
-        history.SetInterval(intervalSeconds());
-        history.SetMaxDatapoints(requestSettings.Datapoints(kIntervals));
+        params.interval = intervalSeconds();
+        params.maxDatapoints = requestSettings.Datapoints(kIntervals);
         break;
     case kIntervalsDays:
-        history.SetInterval(intervalSeconds());
-        history.SetDays(requestSettings.Days(kIntervals));
+        params.interval = intervalSeconds();
+        params.days = requestSettings.Days(kIntervals);
         break;
     case kIntervalsDateRange:
-        history.SetInterval(intervalSeconds());
+        params.interval = intervalSeconds();
         setRange(kIntervals, true);
         break;
     case kDaysDatapoints:
-        history.SetMaxDatapoints(requestSettings.Datapoints(kDays));
+        params.maxDatapoints = requestSettings.Datapoints(kDays);
         break;
     case kDaysDateRange:
         setRange(kDays, false);
         break;
     case kWeeksDatapoints:
-        history.SetMaxDatapoints(requestSettings.Datapoints(kWeeks));
+        params.maxDatapoints = requestSettings.Datapoints(kWeeks);
         break;
     case kMonthsDatapoints:
-        history.SetMaxDatapoints(requestSettings.Datapoints(kMonths));
+        params.maxDatapoints = requestSettings.Datapoints(kMonths);
         break;
     default:
         break;
     }
 
     if (requestSettings.FilterOn(prepared.dataType)) {
-        history.SetBeginFilterTime(
-            DecimalValue(requestSettings.BeginFilterTime(prepared.dataType)));
-        history.SetEndFilterTime(DecimalValue(requestSettings.EndFilterTime(prepared.dataType)));
+        params.beginFilterTime = DecimalValue(requestSettings.BeginFilterTime(prepared.dataType));
+        params.endFilterTime = DecimalValue(requestSettings.EndFilterTime(prepared.dataType));
     }
+    const bool extendedTrades = requestSettings.ExtendedTrades(prepared.dataType);
 
-    history.SetDataDirection("1");
-    history.SetExtendedTradesAccepted(requestSettings.ExtendedTrades(prepared.dataType));
+    history.SetParameters(params);
+    history.SetExtendedTradesAccepted(extendedTrades);
     prepared.useExchangeFormat = requestSettings.useExchangeFormat;
     return prepared;
 }

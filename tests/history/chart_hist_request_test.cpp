@@ -151,10 +151,12 @@ TEST_F(Series, ManyRecordsKeepTheirValuesAcrossStorageBlocks) {
 }
 
 TEST_F(Series, DateRangeKeepsBothEndsAndDropsOneSecondOutside) {
-    history.SetBeginDate("20260105");
-    history.SetBeginTime("093000");
-    history.SetEndDate("20260107");
-    history.SetEndTime("160000");
+    SHistoryParameters range;
+    range.beginDate = 20260105;
+    range.beginTime = 93000;
+    range.endDate = 20260107;
+    range.endTime = 160000;
+    history.SetParameters(range);
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 1, 5, 9, 30, 0)));
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 1, 7, 16, 0, 0)));
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 1, 6, 3, 0, 0)));
@@ -164,11 +166,13 @@ TEST_F(Series, DateRangeKeepsBothEndsAndDropsOneSecondOutside) {
 }
 
 TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
-    history.SetBeginDate("20260101");
-    history.SetEndDate("20261231");
-    history.SetEndTime("235959");
-    history.SetBeginFilterTime(93000);
-    history.SetEndFilterTime(160000);
+    SHistoryParameters range;
+    range.beginDate = SHistoryParameters::FromText("20260101");
+    range.endDate = SHistoryParameters::FromText("20261231");
+    range.endTime = SHistoryParameters::FromText("235959");
+    range.beginFilterTime = 93000;
+    range.endFilterTime = 160000;
+    history.SetParameters(range);
     EXPECT_FALSE(history.AppendTick(TickAt(2026, 3, 2, 9, 29, 59)));
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 9, 30, 0)));
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 0)));
@@ -177,12 +181,58 @@ TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
 
     // One end of the range missing: the range is off and so are the filter times, but an
     // impossible time is still dropped.
-    history.SetEndDate("");
+    range.endDate = SHistoryParameters::FromText("");
+    history.SetParameters(range);
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 1)));
     EXPECT_TRUE(history.AppendTick(TickAt(2030, 3, 2, 1, 0, 0)));
     EXPECT_TRUE(history.AppendTick(sTICK{}));
     EXPECT_FALSE(history.AppendTick(TickAt(2026, 2, 30, 0, 0, 0)));
     EXPECT_EQ(history.GetCount(), 5);
+}
+
+TEST_F(Series, ColumnReadsCopyOneFieldOfARangeAndStopAtTheEnds) {
+    for (int i = 0; i < 5; ++i) {
+        sTICK bar = TickAt(2026, 1, 5 + i, 0, 0, 0, 10.0 + i);
+        bar.open = 9.0 + i;
+        bar.high = 12.0 + i * (i % 2 == 0 ? 1 : -1);
+        bar.low = 8.0 - i;
+        bar.volume = 100 * (5 - i);
+        bar.size = static_cast<std::uint32_t>(i + 1);
+        bar.microseconds = i;
+        ASSERT_TRUE(history.AppendTick(bar));
+    }
+    std::array<double, 4> prices{-1, -1, -1, -1};
+    // A range hanging over the oldest point fills from its first existing index on.
+    EXPECT_EQ(history.FillPrices(EPriceColumn::Close, -2, prices), 2U);
+    EXPECT_EQ(prices, (std::array<double, 4>{-1, -1, 10.0, 11.0}));
+    EXPECT_EQ(history.FillPrices(EPriceColumn::Open, 3, prices), 2U);
+    EXPECT_EQ(prices[0], 12.0);
+    EXPECT_EQ(prices[1], 13.0);
+    EXPECT_EQ(history.FillPrices(EPriceColumn::Low, 5, prices), 0U);
+    std::array<std::int64_t, 5> volumes{};
+    EXPECT_EQ(history.FillVolumes(0, volumes), 5U);
+    EXPECT_EQ(volumes, (std::array<std::int64_t, 5>{500, 400, 300, 200, 100}));
+    std::array<std::uint32_t, 2> sizes{};
+    EXPECT_EQ(history.FillSizes(1, sizes), 2U);
+    EXPECT_EQ(sizes, (std::array<std::uint32_t, 2>{2, 3}));
+    std::array<SPointTime, 1> times{};
+    EXPECT_EQ(history.FillTimes(4, times), 1U);
+    EXPECT_EQ(times[0].time, CDateTime(2026, 1, 9, 0, 0, 0));
+    EXPECT_EQ(times[0].microseconds, 4);
+
+    // Extremes of the existing part of a range: highs 12, 11, 14, 9, 16; lows 8 ... 4.
+    const SRangeExtremes middle = history.GetExtremes(1, 3);
+    EXPECT_EQ(middle.count, 3);
+    EXPECT_EQ(middle.highestHigh, 14.0);
+    EXPECT_EQ(middle.lowestLow, 5.0);
+    EXPECT_EQ(middle.largestVolume, 400);
+    const SRangeExtremes overhanging = history.GetExtremes(-3, 100);
+    EXPECT_EQ(overhanging.count, 5);
+    EXPECT_EQ(overhanging.highestHigh, 16.0);
+    EXPECT_EQ(overhanging.lowestLow, 4.0);
+    const SRangeExtremes none = history.GetExtremes(5, 10);
+    EXPECT_EQ(none.count, 0);
+    EXPECT_EQ(none.highestHigh, 0.0);
 }
 
 } // namespace

@@ -240,10 +240,12 @@ TEST_F(Parser, AShortHeldLineStopsTheReplay) {
 }
 
 TEST_F(Parser, DateRangeOfTheRequestFiltersParsedTicks) {
-    history.SetBeginDate("20260105");
-    history.SetBeginTime("100000");
-    history.SetEndDate("20260105");
-    history.SetEndTime("100001");
+    SHistoryParameters range;
+    range.beginDate = 20260105;
+    range.beginTime = 100000;
+    range.endDate = 20260105;
+    range.endTime = 100001;
+    history.SetParameters(range);
     parser.OnHistoryLine(TickLine("2026-01-05 09:59:59.999999", "1.0"));
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "2.0"));
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.999999", "3.0"));

@@ -124,7 +124,7 @@ TEST_F(StartRequest, EachDataTypeTakesItsOwnElements) {
     EXPECT_EQ(Start("0,3,6,8,9", 2), "HDX,ABC,33,1,Lookup6\n");
     // Day ranges carry no times: the history object's times stay 0.
     EXPECT_EQ(Start("0,3,7,8,9", 2), "HDT,ABC,20220101,20221231,,1,Lookup7\n");
-    EXPECT_EQ(history.GetBeginTime(), 0);
+    EXPECT_EQ(history.GetParameters().beginTime, 0);
     EXPECT_EQ(Start("0,3,6,8,9", 3), "HWX,ABC,44,1,Lookup8\n");
     EXPECT_EQ(Start("0,3,6,8,9", 4), "HMX,ABC,55,1,Lookup9\n");
 }
@@ -133,14 +133,14 @@ TEST_F(StartRequest, AStartClearsTheCompleteFlagAndResetsEarlierParameters) {
     history.SetHistoryComplete(true);
     Start("2,3,6,8,9", 0);
     EXPECT_FALSE(history.IsHistoryComplete());
-    EXPECT_EQ(history.GetBeginDate(), 20200101);
+    EXPECT_EQ(history.GetParameters().beginDate, 20200101);
     Start("0,3,6,8,9", 0);
-    EXPECT_EQ(history.GetBeginDate(), 0);
-    EXPECT_EQ(history.GetEndTime(), 0);
-    EXPECT_EQ(history.GetBeginFilterTime(), -1);
-    EXPECT_EQ(history.GetDataDirection(), "1");
-    EXPECT_EQ(history.GetSymbol(), "ABC");
-    EXPECT_EQ(history.GetRequestKind(), 0U);
+    EXPECT_EQ(history.GetParameters().beginDate, 0);
+    EXPECT_EQ(history.GetParameters().endTime, 0);
+    EXPECT_EQ(history.GetParameters().beginFilterTime, -1);
+    EXPECT_EQ(history.GetParameters().dataDirection, "1");
+    EXPECT_EQ(history.GetParameters().symbol, "ABC");
+    EXPECT_EQ(history.GetParameters().requestKind, 0U);
 }
 
 TEST_F(StartRequest, FilterOnSetsTheFilterTimesOfTheDataType) {
@@ -148,9 +148,9 @@ TEST_F(StartRequest, FilterOnSetsTheFilterTimesOfTheDataType) {
     settings.SetText("RequestBeginFilterTime", "093000,100000");
     settings.SetText("RequestEndFilterTime", "160000,153000");
     EXPECT_EQ(Start("0,4,6,8,9", 1), "HID,ABC,300,5,5000000,100000,153000,1,Lookup4,,s,0\n");
-    EXPECT_EQ(history.GetBeginFilterTime(), 100000);
+    EXPECT_EQ(history.GetParameters().beginFilterTime, 100000);
     EXPECT_EQ(Start("0,4,6,8,9", 0), "HTX,ABC,11,1,Lookup0\n");
-    EXPECT_EQ(history.GetBeginFilterTime(), -1);
+    EXPECT_EQ(history.GetParameters().beginFilterTime, -1);
 }
 
 TEST_F(StartRequest, ExtendedTradesFollowTheDataTypesFlag) {
