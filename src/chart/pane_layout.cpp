@@ -19,14 +19,14 @@ bool SPaneLayout::IsMinimized(int pane) const {
 
 int SPaneLayout::MinimizedCount() const {
     int count = 0;
-    for (int p = 0; p <= displayedCount && p < kPaneCount; ++p) {
+    for (int p = 0; p <= LastPane(); ++p) {
         count += IsMinimized(p) ? 1 : 0;
     }
     return count;
 }
 
 void SPaneLayout::FinishLoading() {
-    displayedCount = std::clamp(displayedCount, 0, kMaxStudyPanes);
+    displayedCount = LastPane();
     tops[0] = 0.0;
     tops[static_cast<std::size_t>(displayedCount + 1)] = 1.0;
     if (maximized != kNoMaximized && !IsDisplayed(maximized)) {
@@ -36,7 +36,7 @@ void SPaneLayout::FinishLoading() {
 }
 
 void SPaneLayout::RepairTops() {
-    const int n = displayedCount;
+    const int n = LastPane();
     int firstBad = n + 1;
     for (int p = 1; p <= n; ++p) {
         const double top = tops[static_cast<std::size_t>(p)];
@@ -73,15 +73,15 @@ bool SPaneLayout::Minimize(int pane) {
     minimized[static_cast<std::size_t>(pane)] = 1;
     if (maximized == pane) {
         maximized = kNoMaximized;
-        if (MinimizedCount() >= displayedCount) {
-            for (int p = 0; p <= displayedCount; ++p) {
+        if (MinimizedCount() >= LastPane()) {
+            for (int p = 0; p <= LastPane(); ++p) {
                 minimized[static_cast<std::size_t>(p)] = p == pane ? 1 : 0;
             }
         }
     } else {
         int left = 0;
         int last = -1;
-        for (int p = 0; p <= displayedCount; ++p) {
+        for (int p = 0; p <= LastPane(); ++p) {
             if (!IsMinimized(p)) {
                 ++left;
                 last = p;
@@ -109,7 +109,7 @@ bool SPaneLayout::Restore(int pane) {
     }
     const SPaneLayout before = *this;
     if (HasMaximized() && maximized != pane) {
-        for (int p = 0; p <= displayedCount; ++p) {
+        for (int p = 0; p <= LastPane(); ++p) {
             if (p != pane && p != maximized) {
                 minimized[static_cast<std::size_t>(p)] = 1;
             }
@@ -124,7 +124,7 @@ bool SPaneLayout::Restore(int pane) {
 
 SPaneLayoutResult SPaneLayout::Layout(const SPaneGeometry& geometry) const {
     SPaneLayoutResult result;
-    const int n = std::clamp(displayedCount, 0, kMaxStudyPanes);
+    const int n = LastPane();
     const int scrollBar = std::max(0, geometry.scrollBarHeight);
     const int h = std::max(0, geometry.clientHeight - scrollBar);
     const int m = std::max(0, geometry.minimizedHeight);
@@ -191,8 +191,8 @@ int SPaneLayout::HitTestPane(const SPaneLayoutResult& layout, int y) {
 }
 
 bool SPaneLayout::BorderDraggable(const SPaneLayoutResult& layout, int lowerPane) const {
-    if (lowerPane < 1 || lowerPane > displayedCount ||
-        layout.panes.size() != static_cast<std::size_t>(displayedCount + 1)) {
+    if (lowerPane < 1 || lowerPane > LastPane() ||
+        layout.panes.size() != static_cast<std::size_t>(LastPane() + 1)) {
         return false;
     }
     if (layout.proportionalOnly) {
@@ -205,7 +205,7 @@ bool SPaneLayout::BorderDraggable(const SPaneLayoutResult& layout, int lowerPane
 int SPaneLayout::HitTestBorder(const SPaneLayoutResult& layout, int y, int tolerance) const {
     int best = -1;
     int bestDistance = tolerance + 1;
-    for (int p = 1; p <= displayedCount; ++p) {
+    for (int p = 1; p <= LastPane(); ++p) {
         if (!BorderDraggable(layout, p)) {
             continue;
         }

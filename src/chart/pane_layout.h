@@ -5,6 +5,7 @@
 // arithmetic that turns this into pixel rectangles. The view owns one value, applies the pane
 // commands to it and writes the whole value back to the settings afterwards.
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -75,7 +76,12 @@ struct SPaneLayout {
     // reset to an even division below a price pane of 0.66 (one study) or 0.5 (more).
     void FinishLoading();
 
-    bool IsDisplayed(int pane) const { return pane >= 0 && pane <= displayedCount; }
+    // The lowest displayed pane: the displayed count held to 0-10, so that a count that was
+    // never finished loading cannot reach past the arrays.
+    int LastPane() const {
+        return displayedCount < 0 ? 0 : std::min(displayedCount, kMaxStudyPanes);
+    }
+    bool IsDisplayed(int pane) const { return pane >= 0 && pane <= LastPane(); }
     bool HasMaximized() const { return maximized != kNoMaximized; }
     bool IsMinimized(int pane) const;
     // Number of minimised panes among the displayed ones.

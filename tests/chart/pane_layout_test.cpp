@@ -33,6 +33,9 @@ TEST(PaneLayout, LoadingClosesTheStackAndRepairsBadValues) {
     SPaneLayout wild;
     wild.displayedCount = 15;
     wild.maximized = 7;
+    // Before loading is finished the count is already held to the eleven panes.
+    EXPECT_FALSE(wild.Minimize(12));
+    EXPECT_EQ(wild.Layout(View(600)).panes.size(), 11U);
     wild.FinishLoading();
     EXPECT_EQ(wild.displayedCount, 10);
     EXPECT_EQ(wild.maximized, 7);
