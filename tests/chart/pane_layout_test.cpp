@@ -1,0 +1,179 @@
+#include "chart/pane_layout.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+SPaneLayout Loaded(int studies, std::initializer_list<double> tops) {
+    SPaneLayout layout;
+    layout.displayedCount = studies;
+    std::size_t p = 0;
+    for (const double top : tops) {
+        layout.tops[p++] = top;
+    }
+    layout.FinishLoading();
+    return layout;
+}
+
+SPaneGeometry View(int height, int strip = 20, int scrollBar = 0) {
+    return SPaneGeometry{800, height, strip, scrollBar, 4};
+}
+
+std::vector<SPaneRect> Rects(const SPaneLayout& layout, const SPaneGeometry& geometry) {
+    return layout.Layout(geometry).panes;
+}
+
+} // namespace
+
+TEST(PaneLayout, LoadingClosesTheStackAndRepairsBadValues) {
+    SPaneLayout defaults;
+    defaults.FinishLoading();
+    EXPECT_DOUBLE_EQ(defaults.tops[2], 1.0);
+
+    SPaneLayout wild;
+    wild.displayedCount = 15;
+    wild.maximized = 7;
+    // Before loading is finished the count is already held to the eleven panes.
+    EXPECT_FALSE(wild.Minimize(12));
+    EXPECT_EQ(wild.Layout(View(600)).panes.size(), 11U);
+    wild.FinishLoading();
+    EXPECT_EQ(wild.displayedCount, 10);
+    EXPECT_EQ(wild.maximized, 7);
+    EXPECT_DOUBLE_EQ(wild.tops[11], 1.0);
+
+    SPaneLayout hidden = Loaded(2, {0, 0.5, 0.8});
+    EXPECT_DOUBLE_EQ(hidden.tops[2], 0.8); // valid tops stay
+    hidden.maximized = 5;
+    hidden.FinishLoading();
+    EXPECT_EQ(hidden.maximized, SPaneLayout::kNoMaximized);
+
+    // A study pane added after the tops were stored: the new panes share the rest of the view.
+    SPaneLayout grown = Loaded(2, {0, 0.66, -1});
+    EXPECT_DOUBLE_EQ(grown.tops[1], 0.66);
+    EXPECT_NEAR(grown.tops[2], 0.83, 1e-12);
+    EXPECT_DOUBLE_EQ(grown.tops[3], 1.0);
+
+    EXPECT_DOUBLE_EQ(Loaded(1, {0, -1}).tops[1], 0.66);
+    // Too little left below the last good top: an even division below a half-height price pane.
+    SPaneLayout squeezed = Loaded(3, {0, 0.95, -1, -1});
+    EXPECT_DOUBLE_EQ(squeezed.tops[1], 0.5);
+    EXPECT_NEAR(squeezed.tops[2], 0.5 + 0.5 / 3, 1e-12);
+    EXPECT_NEAR(squeezed.tops[3], 0.5 + 1.0 / 3, 1e-12);
+}
+
+TEST(PaneLayout, DividesTheViewByTopsAndStrips) {
+    const SPaneLayout defaults = Loaded(1, {0, 0.66});
+    const SPaneLayoutResult plain = defaults.Layout(View(600));
+    EXPECT_EQ(plain.panes, (std::vector<SPaneRect>{{0, 396}, {396, 204}}));
+    EXPECT_EQ(plain.paneWidth, 796);
+    EXPECT_FALSE(plain.proportionalOnly);
+
+    // The scroll bar takes its height off the bottom before the division.
+    const SPaneLayoutResult scrolled = defaults.Layout(View(600, 20, 16));
+    EXPECT_EQ(scrolled.panes, (std::vector<SPaneRect>{{0, 385}, {385, 199}}));
+    EXPECT_EQ(scrolled.scrollBarTop, 584);
+
+    SPaneLayout three = Loaded(2, {0, 0.5, 0.75});
+    three.minimized[1] = 1;
+    // The shown fractions 0.75 share 380 pixels; pane 2 gets round(0.25 x 506.67) = 127.
+    EXPECT_EQ(Rects(three, View(400)), (std::vector<SPaneRect>{{0, 253}, {253, 20}, {273, 127}}));
+    three.minimized[1] = 0;
+    three.minimized[0] = 1;
+    EXPECT_EQ(Rects(three, View(400)), (std::vector<SPaneRect>{{0, 20}, {20, 190}, {210, 190}}));
+
+    three.minimized[0] = 0;
+    three.maximized = 1;
+    EXPECT_EQ(Rects(three, View(400)), (std::vector<SPaneRect>{{0, 20}, {20, 360}, {380, 20}}));
+
+    // Too low for three strips: the tops alone divide it, whatever the states say.
+    const SPaneLayoutResult low = three.Layout(View(50));
+    EXPECT_TRUE(low.proportionalOnly);
+    EXPECT_EQ(low.panes, (std::vector<SPaneRect>{{0, 25}, {25, 13}, {38, 12}}));
+    EXPECT_EQ(Rects(Loaded(0, {0}), View(10)), (std::vector<SPaneRect>{{0, 10}}));
+}
+
+TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
+    SPaneLayout layout = Loaded(2, {0, 0.5, 0.75});
+    EXPECT_TRUE(layout.Minimize(0));
+    EXPECT_EQ(layout.maximized, SPaneLayout::kNoMaximized);
+    // Only pane 2 left: it becomes the maximised pane.
+    EXPECT_TRUE(layout.Minimize(1));
+    EXPECT_EQ(layout.maximized, 2);
+    // Minimising the maximised pane clears it and, all others being minimised, shows them again.
+    EXPECT_TRUE(layout.Minimize(2));
+    EXPECT_EQ(layout.maximized, SPaneLayout::kNoMaximized);
+    EXPECT_EQ(layout.minimized[0], 0);
+    EXPECT_EQ(layout.minimized[1], 0);
+    EXPECT_EQ(layout.minimized[2], 1);
+
+    // With enough panes still shown, minimising the maximised pane leaves the others alone.
+    SPaneLayout four = Loaded(3, {0, 0.4, 0.6, 0.8});
+    EXPECT_TRUE(four.Maximize(1));
+    EXPECT_FALSE(four.Maximize(1));
+    EXPECT_TRUE(four.Minimize(1));
+    EXPECT_EQ(four.maximized, SPaneLayout::kNoMaximized);
+    EXPECT_EQ(four.MinimizedCount(), 1);
+
+    // Restore with another pane maximised minimises everything but the two.
+    four.minimized = {};
+    four.Maximize(2);
+    EXPECT_TRUE(four.Restore(1));
+    EXPECT_EQ(four.maximized, 2);
+    EXPECT_EQ(four.minimized[0], 1);
+    EXPECT_EQ(four.minimized[1], 0);
+    EXPECT_EQ(four.minimized[2], 0);
+    EXPECT_EQ(four.minimized[3], 1);
+    // Restoring the maximised pane goes back to the tops; the minimised flags stay.
+    EXPECT_TRUE(four.Restore(2));
+    EXPECT_EQ(four.maximized, SPaneLayout::kNoMaximized);
+    EXPECT_EQ(four.MinimizedCount(), 2);
+    EXPECT_TRUE(four.Restore(3));
+    EXPECT_EQ(four.minimized[3], 0);
+    EXPECT_FALSE(four.Restore(3));
+
+    // Panes that are not displayed are refused.
+    const SPaneLayout before = four;
+    EXPECT_FALSE(four.Minimize(4));
+    EXPECT_FALSE(four.Maximize(-1));
+    EXPECT_FALSE(four.Restore(11));
+    EXPECT_EQ(four, before);
+}
+
+TEST(PaneLayout, HitTestsAndBorderDrags) {
+    SPaneLayout layout = Loaded(1, {0, 0.66});
+    SPaneLayoutResult rects = layout.Layout(View(600));
+    EXPECT_EQ(SPaneLayout::HitTestPane(rects, 0), 0);
+    EXPECT_EQ(SPaneLayout::HitTestPane(rects, 395), 0);
+    EXPECT_EQ(SPaneLayout::HitTestPane(rects, 396), 1);
+    EXPECT_EQ(SPaneLayout::HitTestPane(rects, 600), -1);
+    EXPECT_EQ(layout.HitTestBorder(rects, 398, 3), 1);
+    EXPECT_EQ(layout.HitTestBorder(rects, 400, 3), -1);
+
+    EXPECT_TRUE(layout.DragBorder(rects, 1, 300, 40));
+    EXPECT_DOUBLE_EQ(layout.tops[1], 0.5);
+    EXPECT_FALSE(layout.DragBorder(rects, 1, 300, 40)); // unchanged
+    // Held so that both panes keep 40 pixels.
+    EXPECT_TRUE(layout.DragBorder(rects, 1, 5, 40));
+    EXPECT_DOUBLE_EQ(layout.tops[1], 40.0 / 600.0);
+    EXPECT_TRUE(layout.DragBorder(rects, 1, 900, 40));
+    EXPECT_DOUBLE_EQ(layout.tops[1], 560.0 / 600.0);
+    EXPECT_FALSE(layout.DragBorder(rects, 2, 300, 40));
+    EXPECT_DOUBLE_EQ(SPaneLayout::TopFromBorder(250, 50, 400), 0.5);
+
+    // With pane 0 minimised the border between 1 and 2 lands where it is dropped.
+    SPaneLayout three = Loaded(2, {0, 0.5, 0.75});
+    three.Minimize(0);
+    rects = three.Layout(View(400));
+    EXPECT_EQ(three.HitTestBorder(rects, 20, 2), -1); // beside the strip
+    EXPECT_FALSE(three.DragBorder(rects, 1, 100, 10));
+    EXPECT_EQ(three.HitTestBorder(rects, 211, 2), 2);
+    EXPECT_TRUE(three.DragBorder(rects, 2, 115, 10));
+    EXPECT_DOUBLE_EQ(three.tops[2], 0.625);
+    EXPECT_EQ(three.Layout(View(400)).panes[2].top, 115);
+
+    three.Maximize(1);
+    rects = three.Layout(View(400));
+    EXPECT_EQ(three.HitTestBorder(rects, rects.panes[2].top, 5), -1);
+    // A layout of another pane count is not used for a drag.
+    EXPECT_FALSE(layout.DragBorder(rects, 1, 100, 10));
+}

@@ -1,0 +1,57 @@
+#include "chart/price_pane_logic.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+TEST(PricePaneLogic, ChartTypeAndCandleWidth) {
+    EXPECT_EQ(PriceChartType(0, 1), EPriceChartType::Line);
+    EXPECT_EQ(PriceChartType(1, 1), EPriceChartType::Candles);
+    EXPECT_EQ(PriceChartType(2, 0), EPriceChartType::Bars);
+    EXPECT_EQ(PriceChartType(4, 2), EPriceChartType::Bars);
+
+    EXPECT_NEAR(SpacePerPoint(840, 0, 0, 120), 7.029, 1e-3);
+    EXPECT_EQ(CandleWidth(840, 0, 0, 120), (SCandleWidth{5, true}));
+    EXPECT_EQ(CandleWidth(840, 0, 0, 3840), (SCandleWidth{0, false}));
+    // Margins come off the plot width.
+    EXPECT_NEAR(SpacePerPoint(840, 30, 50, 120), 760 / 119.5, 1e-12);
+    // One point (or none) takes the whole plot width; no room at all counts as one pixel.
+    EXPECT_DOUBLE_EQ(SpacePerPoint(840, 30, 50, 1), 840.0);
+    EXPECT_DOUBLE_EQ(SpacePerPoint(40, 30, 50, 120), 1.0);
+    EXPECT_DOUBLE_EQ(SpacePerPoint(std::nan(""), 0, 0, 120), 1.0);
+    // The wide style starts at 3 pixels: 3.6 x 0.7 + 0.5 = 3.02, 3.5 x 0.7 + 0.5 = 2.95.
+    EXPECT_EQ(CandleWidth(3.6), (SCandleWidth{3, true}));
+    EXPECT_EQ(CandleWidth(3.5), (SCandleWidth{2, false}));
+}
+
+TEST(PricePaneLogic, PriceRangeOfTheDisplayedBars) {
+    EXPECT_EQ(DisplayedPriceRange({}, {}, {}), (SPriceRange{0, 0, 0}));
+
+    const std::vector<double> highs{10.5, 12.25, 11.0};
+    const std::vector<double> lows{9.5, 10.0, 8.75};
+    const std::vector<std::int64_t> volumes{300, 1200, 50};
+    EXPECT_EQ(DisplayedPriceRange(highs, lows, volumes), (SPriceRange{12.25, 8.75, 1200}));
+    // The shortest column sets the bars.
+    EXPECT_EQ(DisplayedPriceRange(highs, lows, std::span(volumes).first(1)),
+              (SPriceRange{10.5, 9.5, 300}));
+
+    // The search starts at -1,000,000 / 1,000,000 / 0 and undefined values never win.
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const std::vector<double> odd{-2e6, nan};
+    const std::vector<double> big{2e6, nan};
+    const std::vector<std::int64_t> negative{-5, -7};
+    EXPECT_EQ(DisplayedPriceRange(odd, big, negative), (SPriceRange{-1e6, 1e6, 0}));
+}
+
+TEST(PricePaneLogic, PriceBarText) {
+    const std::vector<std::string> fields{"Hi: 12.25", "Low: 8.75", "Time: 09:30:00"};
+    EXPECT_EQ(PriceBarText(fields, true, false, 999), "Hi: 12.25 Low: 8.75 Time: 09:30:00 ");
+    EXPECT_EQ(PriceBarText(fields, true, true, 999),
+              "Hi: 12.25 Low: 8.75 Time: 09:30:00 (Minimized) ");
+    EXPECT_EQ(PriceBarText(fields, true, true, 0), "Hi: 12.25 Low: 8.75 Time: 09:30:00 ");
+    EXPECT_EQ(PriceBarText(fields, false, true, 999), "");
+    EXPECT_EQ(PriceBarText({}, true, true, 999), "");
+}
