@@ -1,5 +1,7 @@
 #include "app/ui/main_frame.h"
 
+#include "app/recent_symbols.h"
+#include "app/ui/home_ribbon.h"
 #include "app/ui/ribbon_bar.h"
 #include "base/error.h"
 #include "chart/ui/chart_form_view.h"
@@ -38,28 +40,6 @@
 #include <cstdlib>
 
 namespace {
-
-constexpr int kMaxRecentSymbols = 30;
-
-std::string Trimmed(const std::string& text) {
-    const auto notSpace = [](char c) { return std::isspace(static_cast<unsigned char>(c)) == 0; };
-    const auto first = std::find_if(text.begin(), text.end(), notSpace);
-    const auto last = std::find_if(text.rbegin(), text.rend(), notSpace).base();
-    return first < last ? std::string(first, last) : std::string();
-}
-
-std::string Upper(std::string text) {
-    for (char& c : text) {
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    }
-    return text;
-}
-
-void FillCombo(QComboBox* combo, const std::vector<SComboItem>& items) {
-    for (const SComboItem& item : items) {
-        combo->addItem(item.text, item.data);
-    }
-}
 
 bool IsEnter(QEvent* event) {
     if (event->type() != QEvent::KeyPress) {
@@ -104,7 +84,6 @@ bool CMainFrame::Create() {
     m_feed->Start();
 
     MakeRibbon();
-    FillCombos();
     UpdateStatusPanes();
 
     m_workspaceBus = new CWorkspaceBus(this);
@@ -122,122 +101,38 @@ bool CMainFrame::Create() {
 }
 
 void CMainFrame::MakeRibbon() {
-    CRibbonBar* ribbon = Ribbon();
-    QWidget* home = ribbon->AddCategory("Home");
+    m_home = MakeHomeRibbon(*Ribbon());
+    MakeApplicationLinks(m_home.applicationsButton);
+    connect(m_home.dataSettingsButton, &QToolButton::clicked, this, [this] { OpenDataSettings(); });
+    m_home.symbolCombo->installEventFilter(this);
+    m_home.symbolCombo->lineEdit()->installEventFilter(this);
+    m_home.searchBox->installEventFilter(this);
 
-    QGroupBox* enterPanel = ribbon->AddPanel(home, kEnterPanelCaption);
-    m_symbolCombo = new QComboBox(enterPanel);
-    m_symbolCombo->setObjectName("SymbolCombo");
-    m_symbolCombo->setEditable(true);
-    m_symbolCombo->setInsertPolicy(QComboBox::NoInsert);
-    m_symbolCombo->setMinimumWidth(170);
-    m_symbolCombo->lineEdit()->setMaxLength(kMaxSymbolLength);
-    m_symbolCombo->lineEdit()->setPlaceholderText("Symbol");
-    m_symbolCombo->setToolTip("Type a symbol and press Enter to chart it");
-    auto* enterLayout = new QVBoxLayout(enterPanel);
-    enterLayout->addWidget(m_symbolCombo);
-    enterLayout->addStretch(1);
+    // Filled before the combos are connected, so that selecting the stored items stores nothing.
+    FillHomeRibbon(m_home, CRecentSymbols(CSettings::Instance().GetList(keys::kSymbols)).Items(),
+                   m_currentSymbol);
 
-    QGroupBox* dataPanel = ribbon->AddPanel(home, "Data Request");
-    m_typeCombo = new QComboBox(dataPanel);
-    m_typeCombo->setObjectName("RequestTypeCombo");
-    m_intervalCombo = new QComboBox(dataPanel);
-    m_intervalCombo->setObjectName("IntervalCombo");
-    auto* dataLayout = new QFormLayout(dataPanel);
-    dataLayout->addRow("Type", m_typeCombo);
-    dataLayout->addRow("Interval", m_intervalCombo);
-
-    QGroupBox* stylePanel = ribbon->AddPanel(home, "Chart");
-    m_styleCombo = new QComboBox(stylePanel);
-    m_styleCombo->setObjectName("ChartStyleCombo");
-    auto* styleLayout = new QFormLayout(stylePanel);
-    styleLayout->addRow("Style", m_styleCombo);
-
-    QGroupBox* searchPanel = ribbon->AddPanel(home, "Symbol Search");
-    m_searchBox = new QLineEdit(searchPanel);
-    m_searchBox->setObjectName("SearchBox");
-    m_searchBox->setPlaceholderText("Search text, then Enter");
-    m_searchBox->setMinimumWidth(180);
-    m_searchModeCombo = new QComboBox(searchPanel);
-    m_searchModeCombo->setObjectName("SearchModeCombo");
-    m_searchModeCombo->addItems({"Search By Symbol", "Search By Description"});
-    auto* searchLayout = new QVBoxLayout(searchPanel);
-    searchLayout->addWidget(m_searchBox);
-    searchLayout->addWidget(m_searchModeCombo);
-
-    QGroupBox* appsPanel = ribbon->AddPanel(home, "Applications");
-    auto* appsButton = new QToolButton(appsPanel);
-    appsButton->setObjectName("ApplicationLinks");
-    appsButton->setText("Kestrel Apps");
-    appsButton->setPopupMode(QToolButton::InstantPopup);
-    appsButton->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    MakeApplicationLinks(appsButton);
-    auto* appsLayout = new QVBoxLayout(appsPanel);
-    appsLayout->addWidget(appsButton);
-    appsLayout->addStretch(1);
-
-    QGroupBox* settingsPanel = ribbon->AddPanel(home, "Settings");
-    QToolButton* dataSettings =
-        ribbon->AddButton(settingsPanel, kDataSettingsCaption, "DataSettingsButton");
-    connect(dataSettings, &QToolButton::clicked, this, [this] { OpenDataSettings(); });
-
-    ribbon->FinishCategory(home);
-
-    m_symbolCombo->installEventFilter(this);
-    m_symbolCombo->lineEdit()->installEventFilter(this);
-    m_searchBox->installEventFilter(this);
-
-    // The recent symbols, newest first; the box shows the current symbol.
-    m_symbolCombo->addItems([] {
-        QStringList items;
-        for (const std::string& symbol : CSettings::Instance().GetList(keys::kSymbols)) {
-            if (!symbol.empty()) {
-                items.append(QString::fromStdString(symbol));
-            }
-        }
-        return items;
-    }());
-    m_symbolCombo->setEditText(QString::fromStdString(m_currentSymbol));
-}
-
-void CMainFrame::FillCombos() {
-    CSettings& settings = CSettings::Instance();
-    m_filling = true;
-    FillCombo(m_typeCombo, RequestTypeItems());
-    FillCombo(m_intervalCombo, IntervalItems());
-    FillCombo(m_styleCombo, ChartStyleItems());
-    // A stored value that matches no item selects the first one without storing it.
-    m_typeCombo->setCurrentIndex(
-        std::max(0, FindComboData(RequestTypeItems(), settings.GetInt(keys::kRequestDataType))));
-    const int interval = settings.GetInt(keys::kRequestIntervalIndex);
-    m_intervalCombo->setCurrentIndex(interval >= 0 && interval < m_intervalCombo->count() ? interval
-                                                                                          : 0);
-    m_styleCombo->setCurrentIndex(std::max(
-        0, FindComboData(ChartStyleItems(), settings.GetInt(keys::kCandlePriceChartStyle))));
-    m_searchModeCombo->setCurrentIndex(settings.GetInt(keys::kSearchType) == 1 ? 1 : 0);
-    m_filling = false;
-
-    connect(m_typeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
+    connect(m_home.typeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
-            ChangeDataType(m_typeCombo->itemData(index).toInt());
+            ChangeDataType(m_home.typeCombo->itemData(index).toInt());
         }
         UpdateStatusPanes();
     });
-    connect(m_intervalCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
+    connect(m_home.intervalCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         UpdateStatusPanes();
         if (!m_filling && index >= 0) {
             CSettings::Instance().SetInt(keys::kRequestIntervalIndex, index);
             m_view->Reload();
         }
     });
-    connect(m_styleCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
+    connect(m_home.styleCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
             CSettings::Instance().SetInt(keys::kCandlePriceChartStyle,
-                                         m_styleCombo->itemData(index).toInt());
+                                         m_home.styleCombo->itemData(index).toInt());
         }
         UpdateStatusPanes();
     });
-    connect(m_searchModeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
+    connect(m_home.searchModeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
             CSettings::Instance().SetInt(keys::kSearchType, index);
         }
@@ -319,13 +214,13 @@ void CMainFrame::ShowWithCommandLine() {
 
 bool CMainFrame::eventFilter(QObject* watched, QEvent* event) {
     if (IsEnter(event)) {
-        if (m_symbolCombo != nullptr &&
-            (watched == m_symbolCombo || watched == m_symbolCombo->lineEdit())) {
+        if (m_home.symbolCombo != nullptr &&
+            (watched == m_home.symbolCombo || watched == m_home.symbolCombo->lineEdit())) {
             EnterSymbol();
             return true;
         }
-        if (watched == m_searchBox) {
-            RunSymbolSearch(m_searchBox->text().toStdString());
+        if (watched == m_home.searchBox) {
+            RunSymbolSearch(m_home.searchBox->text().toStdString());
             return true;
         }
     }
@@ -333,8 +228,9 @@ bool CMainFrame::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool CMainFrame::EnterSymbol() {
-    const std::string text = m_symbolCombo->currentText().left(kMaxSymbolLength).toStdString();
-    const std::string symbol = Upper(Trimmed(text));
+    const std::string text =
+        m_home.symbolCombo->currentText().left(SHomeRibbon::kMaxSymbolLength).toStdString();
+    const std::string symbol = SymbolFromEntry(text);
     if (symbol.empty()) {
         return false;
     }
@@ -348,7 +244,7 @@ bool CMainFrame::RunSymbolSearch(const std::string& text) {
     }
     CSymbolSearchDlg dialog(
         *m_feed, [this](const std::string& id) { return MarketName(id); },
-        QString::fromStdString(Trimmed(text)), this);
+        QString::fromStdString(text).trimmed(), this);
     m_search = &dialog;
     const int result = dialog.exec();
     m_search = nullptr;
@@ -369,48 +265,38 @@ void CMainFrame::LoadSymbol(const std::string& symbol) {
 }
 
 void CMainFrame::AddRecentSymbol(const std::string& symbol) {
-    const QString text = QString::fromStdString(symbol);
-    for (int i = m_symbolCombo->count() - 1; i >= 0; --i) {
-        if (m_symbolCombo->itemText(i) == text) {
-            m_symbolCombo->removeItem(i);
-        }
+    CRecentSymbols recent(CSettings::Instance().GetList(keys::kSymbols));
+    recent.Use(symbol);
+    m_home.symbolCombo->clear();
+    for (const std::string& item : recent.Items()) {
+        m_home.symbolCombo->addItem(QString::fromStdString(item));
     }
-    m_symbolCombo->insertItem(0, text);
-    while (m_symbolCombo->count() > kMaxRecentSymbols) {
-        m_symbolCombo->removeItem(m_symbolCombo->count() - 1);
-    }
-    m_symbolCombo->setCurrentIndex(0);
-    m_symbolCombo->setEditText(text);
-    m_symbolCombo->lineEdit()->selectAll();
-
-    std::vector<std::string> items;
-    for (int i = 0; i < m_symbolCombo->count(); ++i) {
-        items.push_back(m_symbolCombo->itemText(i).toStdString());
-    }
-    CSettings::Instance().SaveList(keys::kSymbols, items, &Prompt());
+    m_home.symbolCombo->setCurrentIndex(0);
+    m_home.symbolCombo->lineEdit()->selectAll();
+    CSettings::Instance().SaveList(keys::kSymbols, recent.Items(), &Prompt());
 }
 
 void CMainFrame::UpdateStatusPanes() {
-    if (m_symbolPane == nullptr || m_typeCombo == nullptr) {
+    if (m_symbolPane == nullptr || m_home.typeCombo == nullptr) {
         return;
     }
     m_symbolPane->setText(m_currentSymbol.empty() ? QString("Symbol")
                                                   : QString::fromStdString(m_currentSymbol));
-    QString chartType = m_typeCombo->currentText();
-    if (m_typeCombo->currentData().toInt() == 1) {
-        chartType = m_intervalCombo->currentText();
+    QString chartType = m_home.typeCombo->currentText();
+    if (m_home.typeCombo->currentData().toInt() == 1) {
+        chartType = m_home.intervalCombo->currentText();
     }
-    if (m_typeCombo->currentData().toInt() != 0) {
-        chartType += " " + m_styleCombo->currentText();
+    if (m_home.typeCombo->currentData().toInt() != 0) {
+        chartType += " " + m_home.styleCombo->currentText();
     }
     m_chartTypePane->setText(chartType);
     // The interval only matters for minute bars.
-    m_intervalCombo->setEnabled(m_typeCombo->currentData().toInt() == 1);
+    m_home.intervalCombo->setEnabled(m_home.typeCombo->currentData().toInt() == 1);
 }
 
 std::string CMainFrame::ChartArguments() const {
-    return ::ChartArguments(m_currentSymbol, m_typeCombo->currentText().toStdString(),
-                            m_intervalCombo->currentText().toStdString());
+    return ::ChartArguments(m_currentSymbol, m_home.typeCombo->currentText().toStdString(),
+                            m_home.intervalCombo->currentText().toStdString());
 }
 
 std::string CMainFrame::WorkspaceArguments() const {
@@ -451,16 +337,16 @@ std::string CMainFrame::MarketName(const std::string& id) {
 }
 
 void CMainFrame::OnServiceIp() {
-    if (m_view == nullptr || m_typeCombo == nullptr) {
+    if (m_view == nullptr || m_home.typeCombo == nullptr) {
         return;
     }
     const SAppliedCommandLine applied = m_commandLine.ApplyTo(CSettings::Instance());
     m_filling = true; // already stored by the command line
     if (applied.typeIndex >= 0) {
-        m_typeCombo->setCurrentIndex(applied.typeIndex);
+        m_home.typeCombo->setCurrentIndex(applied.typeIndex);
     }
     if (applied.intervalIndex >= 0) {
-        m_intervalCombo->setCurrentIndex(applied.intervalIndex);
+        m_home.intervalCombo->setCurrentIndex(applied.intervalIndex);
     }
     m_filling = false;
     if (applied.load) {
@@ -468,8 +354,8 @@ void CMainFrame::OnServiceIp() {
     }
     SetStatusText("Connected to Kestrel...");
     // Typing replaces the symbol shown, as in a freshly focused edit box.
-    m_symbolCombo->setFocus(Qt::OtherFocusReason);
-    m_symbolCombo->lineEdit()->selectAll();
+    m_home.symbolCombo->setFocus(Qt::OtherFocusReason);
+    m_home.symbolCombo->lineEdit()->selectAll();
     m_serviceReady = true;
     emit ServiceReadyReached();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/command_line.h"
+#include "app/ui/home_ribbon.h"
 #include "app/ui/orvane_main_frame.h"
 #include "app/workspace.h"
 #include "feed/feed_frame.h"
@@ -24,9 +25,9 @@ class CMainFrame : public COrvaneMainFrame, public IFeedFrame {
     Q_OBJECT
 
 public:
-    static constexpr const char* kEnterPanelCaption = "Press Enter To Load Symbol";
-    static constexpr int kMaxSymbolLength = 127;
-    static constexpr const char* kDataSettingsCaption = "Data Settings...";
+    static constexpr const char* kEnterPanelCaption = SHomeRibbon::kEnterPanelCaption;
+    static constexpr int kMaxSymbolLength = SHomeRibbon::kMaxSymbolLength;
+    static constexpr const char* kDataSettingsCaption = SHomeRibbon::kDataSettingsCaption;
 
     CMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer,
                QWidget* parent = nullptr);
@@ -76,12 +77,12 @@ public:
     void OnSymbolNotFound(const std::string& line) override;
     void OnServiceStatus(const std::string& status) override;
 
-    QComboBox* SymbolCombo() const { return m_symbolCombo; }
-    QComboBox* RequestTypeCombo() const { return m_typeCombo; }
-    QComboBox* IntervalCombo() const { return m_intervalCombo; }
-    QComboBox* ChartStyleCombo() const { return m_styleCombo; }
-    QLineEdit* SearchBox() const { return m_searchBox; }
-    QComboBox* SearchModeCombo() const { return m_searchModeCombo; }
+    QComboBox* SymbolCombo() const { return m_home.symbolCombo; }
+    QComboBox* RequestTypeCombo() const { return m_home.typeCombo; }
+    QComboBox* IntervalCombo() const { return m_home.intervalCombo; }
+    QComboBox* ChartStyleCombo() const { return m_home.styleCombo; }
+    QLineEdit* SearchBox() const { return m_home.searchBox; }
+    QComboBox* SearchModeCombo() const { return m_home.searchModeCombo; }
     CChartFormView* ChartView() const { return m_view; }
     CFeedConnections* Feed() const { return m_feed.get(); }
     // Listed-market name for an id ("" when unknown); the table is fetched once, on first use.
@@ -101,7 +102,6 @@ protected:
 
 private:
     void MakeRibbon();
-    void FillCombos();
     void MakeApplicationLinks(QToolButton* button);
     void LaunchApplication(const QString& executable, const QStringList& arguments);
     void UpdateStatusPanes();
@@ -115,14 +115,9 @@ private:
     COrvaneCommandLineInfo m_commandLine;
     std::string m_currentSymbol;
     bool m_serviceReady = false;
-    bool m_filling = false;
+    bool m_filling = false; // combo changes that the settings already hold
 
-    QComboBox* m_symbolCombo = nullptr;
-    QComboBox* m_typeCombo = nullptr;
-    QComboBox* m_intervalCombo = nullptr;
-    QComboBox* m_styleCombo = nullptr;
-    QLineEdit* m_searchBox = nullptr;
-    QComboBox* m_searchModeCombo = nullptr;
+    SHomeRibbon m_home;
     QLabel* m_symbolPane = nullptr;
     QLabel* m_chartTypePane = nullptr;
     QLabel* m_connectionPane = nullptr;
