@@ -1,29 +1,97 @@
 #include "core/setting_keys.h"
 
+std::string keys::Numbered(const char* pattern, int number) {
+    std::string key = pattern;
+    const std::size_t at = key.find("%d");
+    if (at != std::string::npos) {
+        key.replace(at, 2, std::to_string(number));
+    }
+    return key;
+}
+
+namespace {
+
+// Numbered keys own their texts; the table points into them.
+std::vector<SSettingKey> NumberedKeys() {
+    using namespace keys;
+    static std::vector<std::string> texts;
+    static std::vector<std::string> defaults;
+    std::vector<std::pair<std::string, std::string>> made;
+    for (int p = 0; p <= 10; ++p) {
+        made.emplace_back(Numbered(kTypeOfStudyChart, p), "6");
+        made.emplace_back(Numbered(kChartMinimized, p), "0");
+    }
+    for (int p = 0; p <= 11; ++p) {
+        made.emplace_back(Numbered(kTopOfChart, p), p == 0 ? "0" : (p == 1 ? "0.66" : "-1"));
+    }
+    for (int study = 0; study <= 9; ++study) {
+        made.emplace_back(Numbered(kStudyDataColor, study), "0");
+        made.emplace_back(Numbered(kStudyLabelColor, study), "0");
+    }
+    texts.reserve(made.size());
+    defaults.reserve(made.size());
+    std::vector<SSettingKey> result;
+    for (auto& [key, value] : made) {
+        texts.push_back(std::move(key));
+        defaults.push_back(std::move(value));
+        result.push_back({texts.back().c_str(), defaults.back().c_str(), true});
+    }
+    return result;
+}
+
+} // namespace
+
 const std::vector<SSettingKey>& AllSettingKeys() {
     using namespace keys;
-    static const std::vector<SSettingKey> all = {
-        {kCurrentSymbol, "", true},
-        {kSymbols, "", true},
-        {kRequestDataType, "0", true},
-        {kRequestIntervalIndex, "0", true},
-        {kCandlePriceChartStyle, "1", true},
-        {kSearchType, "0", true},
-        {kApplicationLook, "Fusion", true},
+    static const std::vector<SSettingKey> all = [] {
+        std::vector<SSettingKey> table = {
+            {kCurrentSymbol, "", true},
+            {kSymbols, "", true},
+            {kRequestDataType, "0", true},
+            {kRequestIntervalIndex, "0", true},
+            {kCandlePriceChartStyle, "1", true},
+            {kSearchType, "0", true},
+            {kApplicationLook, "Fusion", true},
 
-        {kRequestType, "0", true},
-        {kRequestUseExchangeFormat, "true", true},
-        {kRequestEnableExtendedTrades, "0,0,0,0,0", true},
-        {kRequestRecentType, "0,3,6,8,9", true},
-        {kRequestDatapoints, "10000,10000,10000,10000,10000", true},
-        {kRequestDays, "1,0,1,0,0", true},
-        {kRequestFilterOn, "false,false,false,false,false", true},
-        {kRequestBeginDate, "", true},
-        {kRequestBeginTime, "", true},
-        {kRequestBeginFilterTime, "", true},
-        {kRequestEndDate, "", true},
-        {kRequestEndTime, "", true},
-        {kRequestEndFilterTime, "", true},
-    };
+            {kRequestType, "0", true},
+            {kRequestUseExchangeFormat, "true", true},
+            {kRequestEnableExtendedTrades, "0,0,0,0,0", true},
+            {kRequestRecentType, "0,3,6,8,9", true},
+            {kRequestDatapoints, "10000,10000,10000,10000,10000", true},
+            {kRequestDays, "1,0,1,0,0", true},
+            {kRequestFilterOn, "false,false,false,false,false", true},
+            {kRequestBeginDate, "", true},
+            {kRequestBeginTime, "", true},
+            {kRequestBeginFilterTime, "", true},
+            {kRequestEndDate, "", true},
+            {kRequestEndTime, "", true},
+            {kRequestEndFilterTime, "", true},
+
+            {kNumberOfStudyCharts, "1", true},
+            {kMaximizedChartIndex, "999", true},
+            {kShowPriceBar, "1", true},
+            {kPriceBarShowHide, "false", true},
+            {kPtsIndex, "3", true},
+            {kScrollingByItems, "true", true},
+            {kScrollingItems, "1", true},
+            {kScrollingPercent, "20", true},
+            {kFixedYAxisScaling, "false", true},
+            {kYAxisOrientation, "false", true},
+            {kShowGrid, "1", true},
+            {kGridStyle, "0", true},
+
+            {kBackgroundColor, "16777215", true},
+            {kGridColor, "12632256", true},
+            {kPriceDataColor, "0", true},
+            {kPriceLabelColor, "0", true},
+            {kPriceUpCandleColor, "65280", true},
+            {kPriceDownCandleColor, "255", true},
+            {kPriceBarColor, "12632256", true},
+        };
+        for (const SSettingKey& key : NumberedKeys()) {
+            table.push_back(key);
+        }
+        return table;
+    }();
     return all;
 }

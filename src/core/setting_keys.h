@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 // Every key of the settings table, named once. Values are texts: integers in decimal, booleans
@@ -30,6 +31,37 @@ inline constexpr const char* kRequestBeginFilterTime = "RequestBeginFilterTime";
 inline constexpr const char* kRequestEndDate = "RequestEndDate";
 inline constexpr const char* kRequestEndTime = "RequestEndTime";
 inline constexpr const char* kRequestEndFilterTime = "RequestEndFilterTime";
+
+// The chart view: panes, display and scrolling.
+inline constexpr const char* kNumberOfStudyCharts = "Number of displayed study charts";
+inline constexpr const char* kTypeOfStudyChart = "Type of study chart %d"; // 0 .. 10
+inline constexpr const char* kTopOfChart = "Top of chart %d";              // 0 .. 11
+inline constexpr const char* kChartMinimized = "Chart %d Minimized";       // 0 .. 10
+inline constexpr const char* kMaximizedChartIndex = "Maximized Chart Index";
+inline constexpr const char* kShowPriceBar = "Show Price Bar";
+inline constexpr const char* kPriceBarShowHide = "Price Bar Show/Hide";
+inline constexpr const char* kPtsIndex = "PTS INDEX";
+inline constexpr const char* kScrollingByItems = "Scrolling by Items";
+inline constexpr const char* kScrollingItems = "Scrolling By Items Not Percent";
+inline constexpr const char* kScrollingPercent = "Scrolling by Percent";
+inline constexpr const char* kFixedYAxisScaling = "Fixed Y Axis Scaling";
+inline constexpr const char* kYAxisOrientation = "Y Axis Orientation";
+inline constexpr const char* kShowGrid = "Show Grid";
+inline constexpr const char* kGridStyle = "Grid Style";
+
+// Colours, as 0x00BBGGRR numbers in decimal.
+inline constexpr const char* kBackgroundColor = "Background Color";
+inline constexpr const char* kGridColor = "Grid Color";
+inline constexpr const char* kPriceDataColor = "PriceData Color";
+inline constexpr const char* kPriceLabelColor = "PriceLabel Color";
+inline constexpr const char* kPriceUpCandleColor = "Price Up Candle Color";
+inline constexpr const char* kPriceDownCandleColor = "Price Down Candle Color";
+inline constexpr const char* kPriceBarColor = "Price Bar Color";
+inline constexpr const char* kStudyDataColor = "Study Data Color %d";   // study type 0 .. 9
+inline constexpr const char* kStudyLabelColor = "Study Label Color %d"; // study type 0 .. 9
+
+// A numbered key: `pattern` with its "%d" replaced by `number`.
+std::string Numbered(const char* pattern, int number);
 
 } // namespace keys
 
