@@ -186,7 +186,6 @@ bool CDataPageLogic::Store(int dataType, SDataPageFields& fields) {
         m_prompt.Information(kInvalidSettingCaption, kInvalidDataTypeText);
         return false;
     }
-    bool valid = true;
     const std::optional<long long> datapoints = ParseInteger(fields.datapoints);
     if (datapoints && *datapoints >= 1 && *datapoints <= kMaxDatapoints) {
         At(m_settings.datapoints, dataType) = static_cast<int>(*datapoints);
@@ -194,7 +193,6 @@ bool CDataPageLogic::Store(int dataType, SDataPageFields& fields) {
         At(m_settings.datapoints, dataType) = kDefaultDatapoints;
         m_prompt.Information(kInvalidSettingCaption, kDatapointsRangeText);
         fields.datapoints = fmt::format("{}", kDefaultDatapoints);
-        valid = false;
     }
     At(m_settings.days, dataType) = fields.days < 0 ? 0 : fields.days;
     SetFlag(m_settings.filterOn, dataType, fields.filterOn);
@@ -210,7 +208,7 @@ bool CDataPageLogic::Store(int dataType, SDataPageFields& fields) {
     At(m_settings.beginFilterTime, dataType) = FormatTime(fields.beginFilterTime);
     At(m_settings.endFilterTime, dataType) = FormatTime(fields.endFilterTime);
     SetFlag(m_settings.extendedTrades, dataType, dataType == kTicks && fields.extendedTrades);
-    return valid;
+    return true;
 }
 
 std::optional<long long> CDataPageLogic::ParseInteger(const std::string& text) {

@@ -98,8 +98,9 @@ public:
     std::optional<SDataPageFields> Show(int dataType);
 
     // Stores the fields of `dataType` into the settings. Datapoints that are not a number in
-    // 1-5,000,000 are stored as 10000, the edit text in `fields` becomes "10000" and the user is
-    // told; the result is then false, like for a data type outside 0-4 (which stores nothing).
+    // 1-5,000,000 are stored as 10000, the edit text in `fields` becomes "10000", the user is
+    // told, and the other fields are stored as usual. False only for a data type outside 0-4,
+    // which stores nothing.
     bool Store(int dataType, SDataPageFields& fields);
 
     // The whole text as a decimal integer (surrounding blanks allowed); none otherwise.

@@ -249,16 +249,20 @@ std::string SettingsFileProblem(const QString& file) {
     return {};
 }
 
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt) {
-    return LoadApplicationSettings(prompt, CRegistryPaths::ApplicationFile("Skychart"));
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt, ESettingsAccess access) {
+    return LoadApplicationSettings(prompt, CRegistryPaths::ApplicationFile("Skychart"), access);
 }
 
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file) {
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file,
+                                      ESettingsAccess access) {
     CSettings& settings = CSettings::Instance();
     settings.RegisterAll(AllSettingKeys());
 
     SSettingsLoad load;
     load.writer = std::make_shared<CConfigWriter>(file);
+    if (access == ESettingsAccess::ReadOnly) {
+        load.writer->RefuseWrites(EROFS);
+    }
     const std::string problem = SettingsFileProblem(file);
     if (problem.empty()) {
         settings.LoadFrom(*load.writer);
@@ -267,6 +271,16 @@ SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file) {
     }
 
     load.usedDefaults = true;
+    if (access == ESettingsAccess::ReadOnly) {
+        spdlog::error(
+            "Settings file {} cannot be read ({}); defaults used, the file is left as it is",
+            ToStd(file), problem);
+        prompt.Error(kSettingsCaption, "The settings file\n" + ToStd(file) +
+                                           "\ncould not be read (" + problem +
+                                           ").\n\nThe default settings are used and the file is "
+                                           "left as it is.");
+        return load;
+    }
     int error = 0;
     load.setAside = SetAside(file, error);
     if (!load.setAside.isEmpty()) {

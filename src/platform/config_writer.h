@@ -42,13 +42,22 @@ struct SSettingsLoad {
     bool usedDefaults = false; // the file was unreadable: every key has its default
 };
 
+// How a run of the program may treat the settings file.
+enum class ESettingsAccess {
+    ReadWrite, // the application: changes are saved, an unreadable file is set aside
+    ReadOnly,  // the export mode: the file is only read and never changed, not even set aside
+};
+
 // Registers AllSettingKeys() in the settings table and reads every persisted key through the
 // mirror, with its default. An unreadable settings file (see SettingsFileProblem) is renamed beside
 // itself to "<file>.unreadable-YYYYMMDD-HHMMSS" (never over an existing file), the user is told
 // once through `prompt`, and the defaults are used. The table is never written back here.
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt);
+// ReadOnly leaves an unreadable file where it is, and its mirror refuses every write.
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt,
+                                      ESettingsAccess access = ESettingsAccess::ReadWrite);
 // The same for another settings file (tests).
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file);
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file,
+                                      ESettingsAccess access = ESettingsAccess::ReadWrite);
 
 // Why the INI file at `file` cannot be used, or empty when it can (a missing file can). A file is
 // unusable when it cannot be read, holds NUL or other control bytes or text that is not UTF-8,

@@ -1,53 +1,74 @@
 #include "platform/process_launcher.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QString>
-#include <QStringList>
 
 #include <spdlog/spdlog.h>
 
 #include <cerrno>
+#include <cstring>
 
-std::string CProcessLauncher::FindConnectionManager() {
-    QString program;
+QString CProcessLauncher::Find(const QString& program) {
+    if (program.contains('/')) {
+        const QFileInfo file(program);
+        return file.isFile() && file.isExecutable() ? file.absoluteFilePath() : QString();
+    }
+    QString path;
     if (QCoreApplication::instance() != nullptr) {
-        program = QStandardPaths::findExecutable(kExecutableName,
-                                                 {QCoreApplication::applicationDirPath()});
+        path = QStandardPaths::findExecutable(program, {QCoreApplication::applicationDirPath()});
     }
-    if (program.isEmpty()) {
-        program = QStandardPaths::findExecutable(kExecutableName);
+    if (path.isEmpty()) {
+        path = QStandardPaths::findExecutable(program);
     }
-    return program.toStdString();
+    return path;
 }
 
-bool CProcessLauncher::LaunchConnectionManager(const std::string& parameters, int& errorCode,
-                                               long long* pid) {
-    const std::string program = FindConnectionManager();
-    if (program.empty()) {
+bool CProcessLauncher::Launch(const QString& program, const QStringList& arguments, int& errorCode,
+                              qint64* pid) {
+    const QString path = program.isEmpty() ? QString() : Find(program);
+    if (path.isEmpty()) {
         errorCode = ENOENT;
+        spdlog::error("Unable to launch \"{}\": not found beside this program nor on PATH",
+                      program.toStdString());
         return false;
     }
-    const QStringList arguments = QString::fromStdString(parameters).split(' ', Qt::SkipEmptyParts);
-    errno = 0;
-    qint64 started = 0;
-    // The service outlives us and keeps its own counsel: its output must not land in our
-    // terminal (or in an export's pipe).
     QProcess process;
-    process.setProgram(QString::fromStdString(program));
+    process.setProgram(path);
     process.setArguments(arguments);
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
+    errno = 0;
+    qint64 started = 0;
     if (!process.startDetached(&started)) {
         errorCode = errno != 0 ? errno : ECHILD;
+        spdlog::error("Unable to launch {}: {}", path.toStdString(), std::strerror(errorCode));
         return false;
     }
-    spdlog::info("Started {} (pid {})", program, started);
+    spdlog::info("Launched {} {} (pid {})", path.toStdString(), arguments.join(' ').toStdString(),
+                 started);
     if (pid != nullptr) {
         *pid = started;
     }
     errorCode = 0;
     return true;
+}
+
+bool CProcessLauncher::Launch(const QString& program, const QStringList& arguments) {
+    int errorCode = 0;
+    return Launch(program, arguments, errorCode);
+}
+
+bool CProcessLauncher::LaunchConnectionManager(const std::string& parameters, int& errorCode,
+                                               long long* pid) {
+    qint64 started = 0;
+    const bool launched = Launch(kConnectionManager,
+                                 QString::fromStdString(parameters).split(' ', Qt::SkipEmptyParts),
+                                 errorCode, &started);
+    if (launched && pid != nullptr) {
+        *pid = started;
+    }
+    return launched;
 }

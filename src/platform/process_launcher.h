@@ -1,18 +1,30 @@
 #pragma once
 
+#include <QString>
+#include <QStringList>
+
 #include <string>
 
-// Starts the connection manager as a detached process.
+// Starts the suite's programs (the connection manager and sibling applications) as detached
+// processes. A program is looked up beside the running executable first, then on PATH. The
+// started program gets the null device as its standard input, output and error, so that nothing
+// it prints lands in our terminal (or in an export's pipe).
 class CProcessLauncher {
 public:
-    static constexpr const char* kExecutableName = "portico";
+    static constexpr const char* kConnectionManager = "portico";
 
-    // Starts `kExecutableName` with the parameters (split at spaces), looked up beside the
-    // running executable first and then on PATH. On failure returns false with an errno-like
-    // code in `errorCode` (ENOENT when the program is nowhere to be found). The process id of
-    // the started program goes to `pid` when given.
+    // The path of `program` (a plain name) beside the running executable or on PATH; empty when
+    // it is nowhere. A name with a '/' is taken as a path and returned when it is executable.
+    static QString Find(const QString& program);
+    // Finds `program` and starts it detached with `arguments`. On failure returns false with an
+    // errno-like code in `errorCode` (ENOENT when the program is nowhere to be found); the
+    // process id of the started program goes to `pid` when given.
+    static bool Launch(const QString& program, const QStringList& arguments, int& errorCode,
+                       qint64* pid = nullptr);
+    // The same without the details: the failure is in the log.
+    static bool Launch(const QString& program, const QStringList& arguments);
+
+    // The connection manager with the parameters (split at spaces).
     static bool LaunchConnectionManager(const std::string& parameters, int& errorCode,
                                         long long* pid = nullptr);
-    // The program that would be started; empty when there is none.
-    static std::string FindConnectionManager();
 };

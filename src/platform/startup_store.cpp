@@ -1,22 +1,24 @@
 #include "platform/startup_store.h"
 
+#include "base/fields.h"
 #include "core/setting_keys.h"
-
 #include "platform/registry_paths.h"
 
 #include <QSettings>
 #include <QVariant>
 
-#include <cstdlib>
+#include <cstdint>
 
 int CStartupStore::ReadPort(const std::string& valueName, const std::string& defaultText,
                             int defaultNumber) {
     QSettings settings(CRegistryPaths::StartupFile(), QSettings::IniFormat);
     const QString name = QString::fromStdString(valueName);
     const QVariant value = settings.value(name);
-    if (value.isValid() && value.typeId() == QMetaType::QString) {
-        const std::string text = value.toString().toStdString();
-        return static_cast<std::uint16_t>(std::atoi(text.c_str()));
+    if (value.typeId() == QMetaType::QString) {
+        const QByteArray text = value.toString().toUtf8();
+        if (text.size() < kValueBufferBytes) {
+            return static_cast<std::uint16_t>(DecimalValue(text.toStdString()));
+        }
     }
     settings.setValue(name, QString::fromStdString(defaultText));
     settings.sync();

@@ -1,6 +1,7 @@
 #include "base/fields.h"
-#include "core/prompt.h"
 #include "core/settings.h"
+
+#include "recording_prompt.h"
 
 #include <gtest/gtest.h>
 
@@ -9,14 +10,7 @@
 
 namespace {
 
-struct RecordingPrompt : IPrompt {
-    std::vector<std::string> errors;
-    void Information(const std::string&, const std::string&) override {}
-    void Error(const std::string& caption, const std::string& text) override {
-        errors.push_back(caption + "|" + text);
-    }
-    bool Question(const std::string&, const std::string&) override { return false; }
-};
+using skychart::test::RecordingPrompt;
 
 TEST(SettingsTable, TypedGettersAndTheFallbacksOfUnknownKeys) {
     CSettings& settings = CSettings::Instance();
@@ -57,9 +51,9 @@ TEST(SettingsTable, TypedGettersAndTheFallbacksOfUnknownKeys) {
 
     RecordingPrompt prompt;
     EXPECT_FALSE(settings.SaveList("Recent Things", {"a", "b"}, &prompt));
-    EXPECT_EQ(prompt.errors, std::vector<std::string>{std::string(CSettings::kSaveListCaption) +
-                                                      "|Unable to write Recent Things to the "
-                                                      "registry.  Error Code: 2\n"});
+    EXPECT_EQ(prompt.Texts(), std::vector<std::string>{std::string(CSettings::kSaveListCaption) +
+                                                       "|Unable to write Recent Things to the "
+                                                       "registry.  Error Code: 2\n"});
     settings.Reset();
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
-// A frame and a prompt that record what the feed hands to them.
+// A frame that records what the feed hands to it.
 
 #include "base/error.h"
-#include "core/prompt.h"
 #include "feed/feed_frame.h"
+
+#include "recording_prompt.h"
 
 #include <string>
 #include <vector>
@@ -44,29 +45,6 @@ public:
     std::vector<std::string> level1Lines;
     std::vector<std::string> notFound;
     std::vector<std::string> statuses;
-};
-
-// Records every message box; questions are answered with `answer`.
-class RecordingPrompt : public IPrompt {
-public:
-    void Information(const std::string& caption, const std::string& text) override {
-        boxes.push_back({"Information", caption, text});
-    }
-    void Error(const std::string& caption, const std::string& text) override {
-        boxes.push_back({"Error", caption, text});
-    }
-    bool Question(const std::string& caption, const std::string& text) override {
-        boxes.push_back({"Question", caption, text});
-        return answer;
-    }
-
-    struct Box {
-        std::string kind;
-        std::string caption;
-        std::string text;
-    };
-    std::vector<Box> boxes;
-    bool answer = true;
 };
 
 } // namespace skychart::test

@@ -29,21 +29,17 @@ SHistoryParameters Abc(std::uint32_t kind) {
 const std::vector<std::string> kFilterOn = {"true", "true", "false", "false", "false"};
 const std::vector<std::string> kFilterOff = {"false", "false", "false", "false", "false"};
 
-TEST(HistoryCommand, EveryKindFormatsItsLine) {
-    EXPECT_EQ(FormatHistoryCommand(Abc(0), kFilterOn), "HTX,ABC,10000,1,Lookup0\n");
+TEST(HistoryCommand, FilteredKindsCarryTheFilterTimesAndOtherKindsNone) {
+    // Every kind without a filter is the start of a request below (StartRequest).
     EXPECT_EQ(FormatHistoryCommand(Abc(1), kFilterOn),
               "HTD,ABC,5,5000000,093000,160000,1,Lookup1\n");
     EXPECT_EQ(FormatHistoryCommand(Abc(2), kFilterOn),
               "HTT,ABC,20200101 093000,20201231 160000,5000000,093000,160000,1,Lookup2\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(3), kFilterOn), "HIX,ABC,300,10000,1,Lookup3,,s,0\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(4), kFilterOn),
-              "HID,ABC,300,5,5000000,093000,160000,1,Lookup4,,s,0\n");
     EXPECT_EQ(FormatHistoryCommand(Abc(5), kFilterOn),
               "HIT,ABC,300,20200101 093000,20201231 160000,5000000,093000,160000,1,Lookup5,,s,0\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(6), kFilterOn), "HDX,ABC,10000,1,Lookup6\n");
+    EXPECT_EQ(FormatHistoryCommand(Abc(2), kFilterOff),
+              "HTT,ABC,20200101 093000,20201231 160000,5000000,,,1,Lookup2\n");
     EXPECT_EQ(FormatHistoryCommand(Abc(7), kFilterOn), "HDT,ABC,20200101,20201231,,1,Lookup7\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(8), kFilterOn), "HWX,ABC,10000,1,Lookup8\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(9), kFilterOn), "HMX,ABC,10000,1,Lookup9\n");
     EXPECT_EQ(FormatHistoryCommand(Abc(10), kFilterOn), "");
 }
 

@@ -1,6 +1,6 @@
 // The ribbon and the data settings sheet drive the requests of the real frame: a changed data
-// type or interval reloads the shown symbol, stored data settings reload it too, a new symbol
-// stops watching the old one, and a slow answer reports its progress while Level 1 lines wait.
+// type or interval reloads the shown symbol, stored data settings reload it too, and a slow
+// answer reports its progress while Level 1 lines wait.
 
 #include "history_it_support.h"
 
@@ -67,11 +67,6 @@ TEST_F(DataRequestTest, RibbonChangesReloadTheShownSymbolAndAreStored) {
             EXPECT_LT(bars[i - 1].time, bar.time);
         }
     }
-
-    // A new symbol: the old one is no longer watched.
-    ASSERT_TRUE(EnterAndWait("AURX"));
-    EXPECT_TRUE(WaitForServiceWatchCount(1));
-    EXPECT_EQ(frame().ChartView()->Symbol(), "AURX");
 }
 
 TEST_F(DataRequestTest, StoredDataSettingsReloadTheChart) {

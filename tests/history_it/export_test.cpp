@@ -6,16 +6,10 @@
 
 #include <fmt/format.h>
 
-#include <arpa/inet.h>
 #include <filesystem>
 #include <fstream>
-#include <netinet/in.h>
 #include <regex>
 #include <sstream>
-#include <sys/socket.h>
-#include <unistd.h>
-
-extern char** environ;
 
 namespace skychart::test {
 namespace {
@@ -39,20 +33,6 @@ std::string ReadAll(const std::string& file) {
     return text.str();
 }
 
-// A loopback port that nothing listens on (bound once, then closed).
-int ClosedPort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = 0;
-    socklen_t length = sizeof address;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(fd);
-    return ntohs(address.sin_port);
-}
-
 class ExportTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -71,26 +51,16 @@ protected:
                                      admin, lookup, level1));
     }
 
-    // The current environment with this test's configuration and state folders and `path`.
-    std::vector<std::string> Environment(const std::string& path) const {
-        std::vector<std::string> entries;
-        for (char** entry = environ; *entry != nullptr; ++entry) {
-            const std::string text = *entry;
-            if (!text.starts_with("XDG_CONFIG_HOME=") && !text.starts_with("XDG_STATE_HOME=") &&
-                !text.starts_with("PATH=")) {
-                entries.push_back(text);
-            }
-        }
-        entries.push_back("XDG_CONFIG_HOME=" + m_home.path() + "/config");
-        entries.push_back("XDG_STATE_HOME=" + m_home.path() + "/state");
-        entries.push_back("PATH=" + path);
-        return entries;
-    }
-
-    ProcessResult Export(const std::vector<std::string>& arguments,
-                         const std::string& executable = SKYCHART_EXECUTABLE,
-                         const std::string& path = "/usr/bin:/bin") {
-        return RunProcess(executable, arguments, Environment(path), 120s);
+    RunResult Export(const std::vector<std::string>& arguments,
+                     const std::string& executable = SKYCHART_EXECUTABLE,
+                     const std::string& path = "/usr/bin:/bin") {
+        RunResult result = RunProcess(
+            executable, arguments,
+            EnvironmentWith({"XDG_CONFIG_HOME=" + m_home.path() + "/config",
+                             "XDG_STATE_HOME=" + m_home.path() + "/state", "PATH=" + path}),
+            120s);
+        result.out += result.err;
+        return result;
     }
 
     std::string File(const std::string& name) const { return m_home.path() + "/" + name; }
@@ -101,11 +71,11 @@ protected:
 };
 
 TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere) {
-    const std::string settingsBefore = ReadAll(m_home.path() + "/" + kSettingsFile);
+    const std::string settingsBefore = ReadAll(File(kSettingsFile));
 
-    const ProcessResult daily =
+    const RunResult daily =
         Export({"--export", File("luma.csv"), "-symbol", "luma", "-type", "daily"});
-    ASSERT_EQ(daily.exitCode, 0) << daily.output;
+    ASSERT_EQ(daily.exitCode, 0) << daily.out;
     const std::vector<std::string> rows = ReadLines(File("luma.csv"));
     ASSERT_GT(rows.size(), 2u);
     EXPECT_EQ(rows[0], "DateTime,Open,High,Low,Close,Volume,OpenInterest");
@@ -120,9 +90,9 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
         ASSERT_EQ(rows[i + 1], expected) << "row " << i + 1;
     }
 
-    const ProcessResult ticks =
+    const RunResult ticks =
         Export({"--export", File("aurx.csv"), "-symbol", "AURX", "-type", "Tick"});
-    ASSERT_EQ(ticks.exitCode, 0) << ticks.output;
+    ASSERT_EQ(ticks.exitCode, 0) << ticks.out;
     const std::vector<std::string> tickRows = ReadLines(File("aurx.csv"));
     ASSERT_GT(tickRows.size(), 100u);
     EXPECT_LE(tickRows.size(), 10001u);
@@ -139,49 +109,65 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
         previous = match[1].str();
     }
 
-    const ProcessResult minutes = Export({"--export", File("bars.csv"), "-symbol", "LUMA", "-type",
-                                          "Minute", "-interval", "5-Minute"});
-    ASSERT_EQ(minutes.exitCode, 0) << minutes.output;
+    EXPECT_EQ(ReadAll(File(kSettingsFile)), settingsBefore);
+
+    // A settings file that cannot be read is used as defaults and left exactly where it is.
+    const std::string unreadable = "[ApplicationSettings]\nCurrentSymbol=KRNO\n\x01\x02\xff";
+    m_home.writeFile(kSettingsFile, unreadable);
+    const RunResult minutes = Export({"--export", File("bars.csv"), "-symbol", "LUMA", "-type",
+                                      "Minute", "-interval", "5-Minute"});
+    ASSERT_EQ(minutes.exitCode, 0) << minutes.out;
+    EXPECT_NE(minutes.out.find("could not be read"), std::string::npos) << minutes.out;
+    EXPECT_EQ(ReadAll(File(kSettingsFile)), unreadable);
+    for (const auto& entry : fs::directory_iterator(fs::path(File(kSettingsFile)).parent_path())) {
+        EXPECT_EQ(entry.path().filename(), "Skychart.conf") << "set aside or added";
+    }
     const std::vector<std::string> barRows = ReadLines(File("bars.csv"));
     ASSERT_EQ(barRows.size(), 10001u);
     EXPECT_EQ(barRows[0], "DateTime,Open,High,Low,Close,Volume,Size");
     EXPECT_TRUE(std::regex_match(barRows[1], std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d[05]:00,.*)")))
         << barRows[1];
-
-    EXPECT_EQ(ReadAll(m_home.path() + "/" + kSettingsFile), settingsBefore);
 }
 
-TEST_F(ExportTest, FailuresExplainThemselvesAndExitNonZero) {
-    const ProcessResult unknown =
+TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItself) {
+    // An unknown symbol: the only answer is the service's error reply.
+    const RunResult unknown =
         Export({"--export", File("none.csv"), "-symbol", "NOSUCH", "-type", "Daily"});
-    EXPECT_NE(unknown.exitCode, 0);
-    EXPECT_NE(unknown.output.find("no history for NOSUCH"), std::string::npos) << unknown.output;
+    EXPECT_EQ(unknown.exitCode, 4) << unknown.out;
+    EXPECT_NE(unknown.out.find("no history for NOSUCH"), std::string::npos) << unknown.out;
     EXPECT_FALSE(fs::exists(File("none.csv")));
 
-    const ProcessResult noType = Export({"--export", File("x.csv"), "-symbol", "LUMA"});
+    // A file that cannot be made: its folder is a plain file.
+    m_home.writeFile("plain", "not a folder");
+    const RunResult unwritable =
+        Export({"--export", File("plain/luma.csv"), "-symbol", "LUMA", "-type", "Daily"});
+    EXPECT_EQ(unwritable.exitCode, 5) << unwritable.out;
+    EXPECT_NE(unwritable.out.find("cannot write " + File("plain/luma.csv")), std::string::npos)
+        << unwritable.out;
+
+    const RunResult noType = Export({"--export", File("x.csv"), "-symbol", "LUMA"});
     EXPECT_EQ(noType.exitCode, 2);
-    EXPECT_NE(noType.output.find("needs -type"), std::string::npos) << noType.output;
-    const ProcessResult badInterval = Export(
+    EXPECT_NE(noType.out.find("needs -type"), std::string::npos) << noType.out;
+    const RunResult badInterval = Export(
         {"--export", File("x.csv"), "-symbol", "LUMA", "-type", "Minute", "-interval", "7-Minute"});
     EXPECT_EQ(badInterval.exitCode, 2);
-    EXPECT_NE(badInterval.output.find("7-Minute"), std::string::npos) << badInterval.output;
+    EXPECT_NE(badInterval.out.find("7-Minute"), std::string::npos) << badInterval.out;
 
     // No service: the ports are closed and no portico can be launched (none beside the copied
     // executable, none on PATH).
-    const int closed = ClosedPort();
+    const int closed = UnusedPort();
     WriteStartup(closed, closed, closed);
     fs::create_directories(File("alone"));
     const std::string copy = File("alone/Skychart");
     fs::copy_file(SKYCHART_EXECUTABLE, copy);
-    const ProcessResult unreachable =
+    const RunResult unreachable =
         Export({"--export", File("y.csv"), "-symbol", "LUMA", "-type", "Daily"}, copy,
                File("alone/empty-path"));
-    EXPECT_NE(unreachable.exitCode, 0);
-    EXPECT_NE(unreachable.exitCode, -1) << "the export should give up by itself";
-    EXPECT_NE(unreachable.output.find("Unable to launch portico"), std::string::npos)
-        << unreachable.output;
-    EXPECT_NE(unreachable.output.find("cannot reach the market-data service"), std::string::npos)
-        << unreachable.output;
+    EXPECT_EQ(unreachable.exitCode, 3) << unreachable.out;
+    EXPECT_NE(unreachable.out.find("Unable to launch portico"), std::string::npos)
+        << unreachable.out;
+    EXPECT_NE(unreachable.out.find("cannot reach the market-data service"), std::string::npos)
+        << unreachable.out;
     EXPECT_FALSE(fs::exists(File("y.csv")));
 }
 

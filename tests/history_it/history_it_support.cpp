@@ -1,6 +1,5 @@
 #include "history_it_support.h"
 
-#include "base/fields.h"
 #include "chart/ui/chart_form_view.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
@@ -11,13 +10,7 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <fcntl.h>
 #include <mutex>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 
 namespace skychart::test {
 
@@ -121,83 +114,6 @@ std::string DateOf(const sTICK& point) {
 int SecondOfDay(const sTICK& point) {
     const SDateTimeFields f = FieldsOf(point);
     return f.hour * 3600 + f.minute * 60 + f.second;
-}
-
-std::vector<std::vector<std::string>> QueryLookup(int port, const std::string& command,
-                                                  const std::string& id) {
-    LineClient client;
-    if (!client.connect(port) || !client.send("S,SET PROTOCOL,6.2\r\n" + command + "\r\n")) {
-        return {};
-    }
-    const auto answer = client.readAnswer(id);
-    if (!answer) {
-        return {};
-    }
-    std::vector<std::vector<std::string>> lines;
-    for (const std::string& line : *answer) {
-        std::vector<std::string> fields = SplitFieldsCopy(line);
-        if (fields.size() > 2 && fields[0] == id && fields[1] == "LH") {
-            lines.push_back(std::move(fields));
-        }
-    }
-    return lines;
-}
-
-ProcessResult RunProcess(const std::string& executable, const std::vector<std::string>& arguments,
-                         const std::vector<std::string>& environment,
-                         std::chrono::milliseconds timeout) {
-    ProcessResult result;
-    char outputName[] = "/tmp/skychart-it-output-XXXXXX";
-    const int output = ::mkstemp(outputName);
-    if (output < 0) {
-        return result;
-    }
-    std::vector<char*> argv;
-    argv.push_back(const_cast<char*>(executable.c_str()));
-    for (const std::string& argument : arguments) {
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    }
-    argv.push_back(nullptr);
-    std::vector<char*> envp;
-    for (const std::string& entry : environment) {
-        envp.push_back(const_cast<char*>(entry.c_str()));
-    }
-    envp.push_back(nullptr);
-
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        ::dup2(output, STDOUT_FILENO);
-        ::dup2(output, STDERR_FILENO);
-        ::execve(executable.c_str(), argv.data(), envp.data());
-        ::_exit(127);
-    }
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    int status = 0;
-    bool finished = false;
-    while (pid > 0 && !finished) {
-        const pid_t done = ::waitpid(pid, &status, WNOHANG);
-        if (done == pid) {
-            finished = true;
-        } else if (std::chrono::steady_clock::now() > deadline) {
-            ::kill(pid, SIGKILL);
-            ::waitpid(pid, &status, 0);
-            break;
-        } else {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-    }
-    if (finished && WIFEXITED(status)) {
-        result.exitCode = WEXITSTATUS(status);
-    }
-    ::lseek(output, 0, SEEK_SET);
-    char buffer[4096];
-    for (ssize_t n = ::read(output, buffer, sizeof buffer); n > 0;
-         n = ::read(output, buffer, sizeof buffer)) {
-        result.output.append(buffer, static_cast<std::size_t>(n));
-    }
-    ::close(output);
-    ::unlink(outputName);
-    return result;
 }
 
 } // namespace skychart::test

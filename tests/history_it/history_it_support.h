@@ -1,8 +1,8 @@
 #pragma once
 
 // Shared parts of the history integration tests: the real frame against a real portico with the
-// status bar texts recorded, the loaded series copied out, direct queries of portico's lookup
-// port, and a child-process runner for the real Skychart binary.
+// status bar texts recorded and the loaded series copied out. (Direct queries of portico's
+// lookup port: QueryLookup of the test support.)
 
 #include "frame_fixture.h"
 #include "history/tick.h"
@@ -57,21 +57,5 @@ SDateTimeFields FieldsOf(const sTICK& point);
 std::string DateOf(const sTICK& point);
 // Seconds since midnight of a record's time stamp.
 int SecondOfDay(const sTICK& point);
-
-// Sends `command` (without line end) to portico's lookup port and returns the split data lines
-// of the answer with id `id` (the end marker dropped); empty on failure.
-std::vector<std::vector<std::string>> QueryLookup(int port, const std::string& command,
-                                                  const std::string& id);
-
-// A finished child process.
-struct ProcessResult {
-    int exitCode = -1;  // -1: killed after the timeout
-    std::string output; // standard output and error together
-};
-// Runs `executable` with `arguments` and `environment` ("NAME=value" entries replacing the
-// current environment) and waits at most `timeout`.
-ProcessResult RunProcess(const std::string& executable, const std::vector<std::string>& arguments,
-                         const std::vector<std::string>& environment,
-                         std::chrono::milliseconds timeout);
 
 } // namespace skychart::test

@@ -1,8 +1,9 @@
 #include "history/data_page_logic.h"
 
-#include "core/prompt.h"
 #include "core/settings.h"
 #include "history/request_settings.h"
+
+#include "recording_prompt.h"
 
 #include <gtest/gtest.h>
 
@@ -11,20 +12,7 @@
 
 namespace {
 
-struct RecordingPrompt : IPrompt {
-    struct Box {
-        std::string caption;
-        std::string text;
-    };
-    void Information(const std::string& caption, const std::string& text) override {
-        boxes.push_back({caption, text});
-    }
-    void Error(const std::string& caption, const std::string& text) override {
-        boxes.push_back({"Error:" + caption, text});
-    }
-    bool Question(const std::string&, const std::string&) override { return false; }
-    std::vector<Box> boxes;
-};
+using skychart::test::RecordingPrompt;
 
 constexpr SPageDate kToday{2026, 3, 14};
 
@@ -52,6 +40,7 @@ protected:
     }
     void ExpectOneBox(const std::string& text) {
         ASSERT_EQ(prompt.boxes.size(), 1u);
+        EXPECT_EQ(prompt.boxes[0].kind, "Information");
         EXPECT_EQ(prompt.boxes[0].caption, "Invalid Setting");
         EXPECT_EQ(prompt.boxes[0].text, text);
         prompt.boxes.clear();
@@ -157,15 +146,19 @@ TEST_F(DataPageLogicTest, ShowFillsTheFieldsOfOneDataType) {
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
-TEST_F(DataPageLogicTest, DatapointsOutsideTheRangeAreReplacedBy10000) {
+TEST_F(DataPageLogicTest, DatapointsOutsideTheRangeBecome10000AndTheRestIsStoredAsUsual) {
     auto& page = Open();
+    int days = 1;
     for (const std::string bad : {"0", "-1", "5000001", "", "12abc", "99999999999999999999"}) {
         SDataPageFields fields = *page.Show(1);
         fields.datapoints = bad;
-        EXPECT_FALSE(page.Store(1, fields)) << bad;
+        fields.days = ++days;
+        fields.choice = ERequestChoice::Days;
+        EXPECT_TRUE(page.Store(1, fields)) << bad;
         EXPECT_EQ(fields.datapoints, "10000") << bad;
         ExpectOneBox("Datapoints outside of range (1 - 5,000,000).  Defaulting to 10000.");
         EXPECT_EQ(settings.Datapoints(1), 10000);
+        EXPECT_EQ(settings.Days(1), days) << "the other fields are stored too";
     }
     for (const auto& [good, value] :
          std::vector<std::pair<std::string, int>>{{"1", 1}, {"5000000", 5000000}, {" 250 ", 250}}) {
@@ -177,6 +170,7 @@ TEST_F(DataPageLogicTest, DatapointsOutsideTheRangeAreReplacedBy10000) {
     }
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_EQ(Saved("RequestDatapoints"), "250,10000,10000,10000,10000");
+    EXPECT_EQ(Saved("RequestRecentType"), "0,4,6,8,9");
 }
 
 TEST_F(DataPageLogicTest, ADataTypeOutsideTheFiveChangesNothing) {

@@ -77,7 +77,7 @@ protected:
     const fs::path defaultFolder = fs::path(home.path()) / "state/Orvane/Kestrel/Logs";
 };
 
-TEST_F(LogStart, DefaultFolderIsStoredAndFinishedInstancesLogsDeleted) {
+TEST_F(LogStart, FinishedInstancesLogsGoUnlessPreservedAndLiveOnesStay) {
     LiveChild other;
     const fs::path live = LogOf(defaultFolder, static_cast<unsigned>(other.pid));
     const fs::path finished = LogOf(defaultFolder, FinishedPid());
@@ -87,11 +87,11 @@ TEST_F(LogStart, DefaultFolderIsStoredAndFinishedInstancesLogsDeleted) {
     EXPECT_TRUE(fs::exists(result.file));
     EXPECT_TRUE(fs::exists(live));
     EXPECT_FALSE(fs::exists(finished));
+    EXPECT_EQ(result.deleted, std::vector<fs::path>{finished});
     QSettings startup(CRegistryPaths::StartupFile(), QSettings::IniFormat);
     EXPECT_EQ(fs::path(startup.value("LogPath").toString().toStdString()), defaultFolder);
-}
 
-TEST_F(LogStart, PreserveSwitchKeepsFinishedInstancesLogs) {
+    // A chosen folder, and the switch that keeps every log.
     const fs::path folder = fs::path(home.path()) / "chosen logs";
     const fs::path old = LogOf(folder, FinishedPid());
     for (const std::string preserve : {"1", "0"}) { // one start-up file each
@@ -105,25 +105,6 @@ TEST_F(LogStart, PreserveSwitchKeepsFinishedInstancesLogs) {
         EXPECT_EQ(InitApplicationLog("Skychart").file.parent_path(), folder);
         EXPECT_EQ(fs::exists(old), preserve == "1");
     }
-}
-
-TEST_F(LogStart, TwoRunningInstancesNeverDeleteEachOthersLogs) {
-    const SLogResult mine = InitApplicationLog("Skychart");
-    ASSERT_FALSE(mine.file.empty());
-    const pid_t second = ::fork(); // a second instance starts while this one runs
-    ASSERT_GE(second, 0);
-    if (second == 0) {
-        const SLogResult theirs = InitApplicationLog("Skychart");
-        ::_exit(!theirs.file.empty() && theirs.deleted.empty() ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(second, &status, 0), second);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    EXPECT_TRUE(fs::exists(mine.file));
-    const fs::path theirs = defaultFolder / ("SkychartLog_" + std::to_string(second) + ".txt");
-    EXPECT_TRUE(fs::exists(theirs));
-    // Once it has ended, the next start clears its log away.
-    EXPECT_EQ(InitApplicationLog("Skychart").deleted, std::vector<fs::path>{theirs});
 }
 
 } // namespace

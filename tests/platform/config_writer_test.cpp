@@ -1,8 +1,8 @@
-#include "core/prompt.h"
 #include "core/settings.h"
 #include "platform/config_writer.h"
 #include "platform/registry_paths.h"
 
+#include "recording_prompt.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -14,19 +14,11 @@
 #include <sstream>
 
 namespace fs = std::filesystem;
+using skychart::test::RecordingPrompt;
 using skychart::test::TempDir;
 using namespace std::string_literals;
 
 namespace {
-
-struct RecordingPrompt : IPrompt {
-    std::vector<std::string> errors;
-    void Information(const std::string&, const std::string& text) override {
-        errors.push_back(text);
-    }
-    void Error(const std::string&, const std::string& text) override { errors.push_back(text); }
-    bool Question(const std::string&, const std::string&) override { return false; }
-};
 
 std::string Contents(const fs::path& file) {
     std::ostringstream out;
@@ -93,7 +85,7 @@ TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
     EXPECT_EQ(settings.GetText("CurrentSymbol"), "MSFT");
     EXPECT_EQ(settings.GetInt("RequestDataType"), 2);
     EXPECT_EQ(settings.GetInt("Candle Price Chart Style"), 1);
-    EXPECT_TRUE(prompt.errors.empty());
+    EXPECT_TRUE(prompt.boxes.empty());
 }
 
 TEST_F(SettingsFile, ListsAndOtherTextsRoundTripExactly) {
@@ -125,7 +117,7 @@ TEST_F(SettingsFile, HandEditedFileIsReadAndKeepsWhatItDoesNotKnow) {
     EXPECT_EQ(CConfigWriter().Read("Symbols", ""), "QQQ,IBM");
     EXPECT_EQ(CConfigWriter().Read("Future Key", ""), "5");
     EXPECT_EQ(CConfigWriter(QString::fromStdString(file.string()), "Other").Read("x", ""), "1");
-    EXPECT_TRUE(prompt.errors.empty());
+    EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_TRUE(SetAsideContents().empty());
 }
 
@@ -142,19 +134,19 @@ TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
         SCOPED_TRACE(bytes);
         WriteFile(bytes);
         kept.push_back(bytes);
-        prompt.errors.clear();
+        prompt.boxes.clear();
 
         const SSettingsLoad load = Start();
         EXPECT_TRUE(load.usedDefaults);
         EXPECT_EQ(settings.GetText("CurrentSymbol"), "");
         EXPECT_FALSE(fs::exists(file));
-        ASSERT_EQ(prompt.errors.size(), 1u);
-        EXPECT_NE(prompt.errors[0].find(file.string() + "\n"), std::string::npos);
-        EXPECT_NE(prompt.errors[0].find(load.setAside.toStdString()), std::string::npos);
+        ASSERT_EQ(prompt.boxes.size(), 1u);
+        EXPECT_NE(prompt.boxes[0].text.find(file.string() + "\n"), std::string::npos);
+        EXPECT_NE(prompt.boxes[0].text.find(load.setAside.toStdString()), std::string::npos);
 
         ASSERT_TRUE(settings.SetText("CurrentSymbol", "SPY"));
         Start();
-        EXPECT_EQ(prompt.errors.size(), 1u) << "told again";
+        EXPECT_EQ(prompt.boxes.size(), 1u) << "told again";
         EXPECT_EQ(settings.GetText("CurrentSymbol"), "SPY");
         std::sort(kept.begin(), kept.end());
         EXPECT_EQ(SetAsideContents(), kept) << "a set-aside file was lost or changed";
@@ -168,8 +160,8 @@ TEST_F(SettingsFile, FileDamagedWhileRunningIsNotOverwritten) {
     WriteFile(garbage);
 
     EXPECT_FALSE(settings.SaveList("Symbols", {"IBM", "MSFT"}, &prompt));
-    EXPECT_EQ(prompt.errors, std::vector<std::string>{
-                                 "Unable to write Symbols to the registry.  Error Code: 84\n"});
+    ASSERT_EQ(prompt.boxes.size(), 1u);
+    EXPECT_EQ(prompt.boxes[0].text, "Unable to write Symbols to the registry.  Error Code: 84\n");
     EXPECT_EQ(settings.GetText("Symbols"), "IBM,MSFT");
     EXPECT_EQ(Contents(file), garbage);
 }

@@ -1,5 +1,7 @@
 #include "line_client.h"
 
+#include "deadline.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <netinet/in.h>
@@ -10,16 +12,6 @@
 #include <unistd.h>
 
 namespace skychart::test {
-
-namespace {
-
-int RemainingMs(std::chrono::steady_clock::time_point deadline) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - std::chrono::steady_clock::now());
-    return left.count() > 0 ? static_cast<int>(left.count()) : 0;
-}
-
-} // namespace
 
 LineClient::~LineClient() {
     close();
@@ -209,6 +201,51 @@ bool LineClient::waitForClose(std::chrono::milliseconds timeout) {
         }
     }
     return true;
+}
+
+std::vector<std::string> SplitAtCommas(std::string_view line) {
+    std::vector<std::string> fields;
+    std::size_t start = 0;
+    for (std::size_t comma = line.find(','); comma != std::string_view::npos;
+         comma = line.find(',', start)) {
+        fields.emplace_back(line.substr(start, comma - start));
+        start = comma + 1;
+    }
+    if (start < line.size()) {
+        fields.emplace_back(line.substr(start));
+    }
+    return fields;
+}
+
+std::vector<std::string> LookupAnswer(int port, const std::string& command, const std::string& id) {
+    LineClient client;
+    if (!client.connect(port) || !client.send(command + "\r\n")) {
+        return {};
+    }
+    return client.readAnswer(id, 120s).value_or(std::vector<std::string>{});
+}
+
+std::vector<std::vector<std::string>> QueryLookup(int port, const std::string& command,
+                                                  const std::string& id) {
+    std::vector<std::vector<std::string>> rows;
+    for (const std::string& line : LookupAnswer(port, command, id)) {
+        if (line != id + ",!ENDMSG!,") {
+            rows.push_back(SplitAtCommas(line));
+        }
+    }
+    return rows;
+}
+
+int UnusedPort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    ::close(fd);
+    return ntohs(address.sin_port);
 }
 
 } // namespace skychart::test

@@ -55,4 +55,18 @@ private:
     bool m_peerClosed = false;
 };
 
+// The fields of a line: every comma ends one, an empty last field is dropped.
+std::vector<std::string> SplitAtCommas(std::string_view line);
+
+// Sends `command` (without its line end) on a fresh connection to the lookup `port` and returns
+// the lines of the answer with id `id` up to and including its end marker; empty when no
+// complete answer came.
+std::vector<std::string> LookupAnswer(int port, const std::string& command, const std::string& id);
+// The same lines split at their commas, the end marker left out.
+std::vector<std::vector<std::string>> QueryLookup(int port, const std::string& command,
+                                                  const std::string& id);
+
+// A loopback port that was free a moment ago (bound once, then closed).
+int UnusedPort();
+
 } // namespace skychart::test

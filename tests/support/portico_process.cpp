@@ -1,9 +1,10 @@
 #include "portico_process.h"
 
-#include <cerrno>
+#include "deadline.h"
+
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -20,12 +21,6 @@ namespace skychart::test {
 
 namespace {
 
-int RemainingMs(std::chrono::steady_clock::time_point deadline) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - std::chrono::steady_clock::now());
-    return left.count() > 0 ? static_cast<int>(left.count()) : 0;
-}
-
 int DecodeStatus(int status) {
     if (WIFEXITED(status)) {
         return WEXITSTATUS(status);
@@ -34,19 +29,6 @@ int DecodeStatus(int status) {
         return 128 + WTERMSIG(status);
     }
     return -1;
-}
-
-std::vector<std::string> Environment(const std::string& config, const std::string& state) {
-    std::vector<std::string> env;
-    for (char** e = environ; *e; ++e) {
-        const std::string entry(*e);
-        if (!entry.starts_with("XDG_CONFIG_HOME=") && !entry.starts_with("XDG_STATE_HOME=")) {
-            env.push_back(entry);
-        }
-    }
-    env.push_back("XDG_CONFIG_HOME=" + config);
-    env.push_back("XDG_STATE_HOME=" + state);
-    return env;
 }
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
@@ -58,17 +40,20 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-// Spawns with stdout to a pipe and stderr to a file; returns the pid and the pipe's read end.
+// Spawns with standard input on the null device, standard output to `outFd` (a descriptor of
+// ours, or -1 for a new pipe whose read end goes to `outFd`) and standard error appended to
+// `errorFile`.
 pid_t Spawn(const std::string& executable, std::vector<std::string> arguments,
-            std::vector<std::string> env, const std::string& errorFile, int& stdoutFd) {
-    int pipeFds[2];
-    if (::pipe2(pipeFds, O_CLOEXEC) != 0) {
+            std::vector<std::string> env, const std::string& errorFile, int& outFd) {
+    int pipeFds[2] = {-1, -1};
+    const bool toPipe = outFd < 0;
+    if (toPipe && ::pipe2(pipeFds, O_CLOEXEC) != 0) {
         return -1;
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, pipeFds[1], 1);
+    posix_spawn_file_actions_adddup2(&actions, toPipe ? pipeFds[1] : outFd, 1);
     posix_spawn_file_actions_addopen(&actions, 2, errorFile.c_str(), O_WRONLY | O_CREAT | O_APPEND,
                                      0644);
     arguments.insert(arguments.begin(), executable);
@@ -78,13 +63,15 @@ pid_t Spawn(const std::string& executable, std::vector<std::string> arguments,
     const int rc =
         posix_spawn(&pid, executable.c_str(), &actions, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
-    ::close(pipeFds[1]);
-    if (rc != 0) {
-        ::close(pipeFds[0]);
-        return -1;
+    if (toPipe) {
+        ::close(pipeFds[1]);
+        outFd = pipeFds[0];
+        if (rc != 0) {
+            ::close(pipeFds[0]);
+            outFd = -1;
+        }
     }
-    stdoutFd = pipeFds[0];
-    return pid;
+    return rc == 0 ? pid : -1;
 }
 
 std::string ReadFile(const std::string& path) {
@@ -95,6 +82,53 @@ std::string ReadFile(const std::string& path) {
 }
 
 } // namespace
+
+std::vector<std::string> EnvironmentWith(const std::vector<std::string>& entries) {
+    std::vector<std::string> env;
+    for (char** e = environ; *e; ++e) {
+        const std::string entry(*e);
+        const bool replaced = std::any_of(entries.begin(), entries.end(), [&](const auto& mine) {
+            return entry.starts_with(mine.substr(0, mine.find('=') + 1));
+        });
+        if (!replaced) {
+            env.push_back(entry);
+        }
+    }
+    env.insert(env.end(), entries.begin(), entries.end());
+    return env;
+}
+
+RunResult RunProcess(const std::string& executable, const std::vector<std::string>& arguments,
+                     const std::vector<std::string>& environment,
+                     std::chrono::milliseconds timeout) {
+    RunResult result;
+    const TempDir files;
+    const std::string outFile = files.path() + "/out";
+    const std::string errFile = files.path() + "/err";
+    int out = ::open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const pid_t pid = out < 0 ? -1 : Spawn(executable, arguments, environment, errFile, out);
+    if (out >= 0) {
+        ::close(out);
+    }
+    if (pid < 0) {
+        return result;
+    }
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    int status = 0;
+    while (::waitpid(pid, &status, WNOHANG) != pid) {
+        if (RemainingMs(deadline) == 0) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, &status, 0);
+            status = -1;
+            break;
+        }
+        std::this_thread::sleep_for(10ms);
+    }
+    result.exitCode = status == -1 ? -1 : DecodeStatus(status);
+    result.out = ReadFile(outFile);
+    result.err = ReadFile(errFile);
+    return result;
+}
 
 PorticoProcess::PorticoProcess(std::string executable)
     : m_executable(std::move(executable)), m_configHome(m_home.path() + "/config"),
@@ -123,7 +157,10 @@ bool PorticoProcess::start(const std::vector<std::string>& arguments, bool anyPo
         all = {"--admin-port", "0", "--lookup-port", "0", "--level1-port", "0"};
     }
     all.insert(all.end(), arguments.begin(), arguments.end());
-    m_pid = Spawn(m_executable, all, Environment(m_configHome, m_stateHome), m_errorFile, m_stdout);
+    m_pid =
+        Spawn(m_executable, all,
+              EnvironmentWith({"XDG_CONFIG_HOME=" + m_configHome, "XDG_STATE_HOME=" + m_stateHome}),
+              m_errorFile, m_stdout);
     if (m_pid < 0) {
         return false;
     }
@@ -182,35 +219,11 @@ std::string PorticoProcess::errorOutput() const {
 }
 
 RunResult PorticoProcess::Run(const std::string& executable,
-                              const std::vector<std::string>& arguments,
-                              std::chrono::milliseconds timeout) {
-    PorticoProcess process(executable);
-    RunResult result;
-    int out = -1;
-    process.m_pid =
-        Spawn(executable, arguments, Environment(process.m_configHome, process.m_stateHome),
-              process.m_errorFile, out);
-    if (process.m_pid < 0) {
-        return result;
-    }
-    process.m_stdout = out;
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    char buffer[4096];
-    while (RemainingMs(deadline) > 0) {
-        pollfd p{out, POLLIN, 0};
-        if (::poll(&p, 1, RemainingMs(deadline)) <= 0) {
-            continue;
-        }
-        const ssize_t n = ::read(out, buffer, sizeof(buffer));
-        if (n <= 0) {
-            break;
-        }
-        result.out.append(buffer, static_cast<std::size_t>(n));
-    }
-    result.exitCode =
-        process.waitForExit(std::chrono::milliseconds(RemainingMs(deadline)) + 1s).value_or(-1);
-    result.err = process.errorOutput();
-    return result;
+                              const std::vector<std::string>& arguments) {
+    const TempDir home;
+    return RunProcess(executable, arguments,
+                      EnvironmentWith({"XDG_CONFIG_HOME=" + home.path() + "/config",
+                                       "XDG_STATE_HOME=" + home.path() + "/state"}));
 }
 
 } // namespace skychart::test

@@ -22,6 +22,15 @@ struct RunResult {
     std::string err;
 };
 
+// The current environment with the given "NAME=value" entries in place of their namesakes.
+std::vector<std::string> EnvironmentWith(const std::vector<std::string>& entries);
+// Runs `executable` with `arguments` in `environment` (the whole environment, "NAME=value"),
+// standard input on the null device, and collects its standard output and error. Killed after
+// `timeout`.
+RunResult RunProcess(const std::string& executable, const std::vector<std::string>& arguments,
+                     const std::vector<std::string>& environment,
+                     std::chrono::milliseconds timeout = 30s);
+
 class PorticoProcess {
 public:
     // `executable`: the path of portico. The configuration folder is made here; tests may put
@@ -56,8 +65,7 @@ public:
     const std::string& stateHome() const { return m_stateHome; }
 
     // Runs portico to the end with the arguments (no ports added) and collects its output.
-    static RunResult Run(const std::string& executable, const std::vector<std::string>& arguments,
-                         std::chrono::milliseconds timeout = 30s);
+    static RunResult Run(const std::string& executable, const std::vector<std::string>& arguments);
 
 private:
     std::string m_executable;

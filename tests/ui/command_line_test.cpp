@@ -67,17 +67,6 @@ TEST(CommandLine, LongOptionsAndUnknownFlags) {
     EXPECT_EQ(stray.symbol, "LUMA");
 }
 
-TEST(CommandLine, UsageNamesEveryOptionAndLocation) {
-    const std::string usage =
-        COrvaneCommandLineInfo::Usage("/cfg/Skychart.conf", "/cfg/Startup.conf", "/state/Logs");
-    for (const char* option :
-         {"-symbol", "-type", "-interval", "-max", "-min", "-left", "-top", "-right", "-bottom",
-          "--save-workspace", "--open-workspace", "--help", "--version", "/cfg/Skychart.conf",
-          "/cfg/Startup.conf", "/state/Logs", "Monthly", "2-Hour"}) {
-        EXPECT_NE(usage.find(option), std::string::npos) << option;
-    }
-}
-
 class ApplyCommandLine : public ::testing::Test {
 protected:
     void SetUp() override {

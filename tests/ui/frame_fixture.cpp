@@ -3,12 +3,10 @@
 #include "base/fields.h"
 #include "core/settings.h"
 #include "platform/config_writer.h"
-#include "platform/registry_paths.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QSettings>
 #include <QTest>
 
 #include <fmt/format.h>
@@ -111,14 +109,7 @@ bool FrameTest::WaitForService() {
 }
 
 QString FrameTest::Stored(const QString& key) {
-    QSettings file(CRegistryPaths::ApplicationFile("Skychart"), QSettings::IniFormat);
-    const QVariant value = file.value("ApplicationSettings/" + key);
-    if (!value.isValid()) {
-        return {};
-    }
-    // A list written as one text comes back as one.
-    return value.typeId() == QMetaType::QStringList ? value.toStringList().join(',')
-                                                    : value.toString();
+    return QString::fromStdString(CConfigWriter().Read(key.toStdString(), ""));
 }
 
 bool FrameTest::WaitForServiceWatchCount(int count) {

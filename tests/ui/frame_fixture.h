@@ -4,10 +4,10 @@
 // XDG_CONFIG_HOME and every message box answered from a script.
 
 #include "app/ui/main_frame.h"
-#include "core/prompt.h"
 
 #include "line_client.h"
 #include "portico_process.h"
+#include "recording_prompt.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +15,6 @@
 #include <QString>
 
 #include <chrono>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -23,32 +22,6 @@
 #include <vector>
 
 namespace skychart::test {
-
-// Records every box; questions take their answers from `answers` (No when it is empty).
-class ScriptedPrompt : public IPrompt {
-public:
-    struct Box {
-        std::string kind;
-        std::string caption;
-        std::string text;
-    };
-    void Information(const std::string& caption, const std::string& text) override {
-        boxes.push_back({"Information", caption, text});
-    }
-    void Error(const std::string& caption, const std::string& text) override {
-        boxes.push_back({"Error", caption, text});
-    }
-    bool Question(const std::string& caption, const std::string& text) override {
-        boxes.push_back({"Question", caption, text});
-        const bool answer = !answers.empty() && answers.front();
-        if (!answers.empty()) {
-            answers.pop_front();
-        }
-        return answer;
-    }
-    std::vector<Box> boxes;
-    std::deque<bool> answers;
-};
 
 class FrameTest : public ::testing::Test {
 protected:
@@ -67,7 +40,7 @@ protected:
     // Waits until the service reported "S,IP," to the frame.
     bool WaitForService();
 
-    // A value of the group ApplicationSettings in the real Skychart.conf (null when missing).
+    // A value of the group ApplicationSettings in the real Skychart.conf (empty when missing).
     static QString Stored(const QString& key);
     // Waits until portico watches `count` symbols, by fresh "S,STATS" lines of its admin port.
     bool WaitForServiceWatchCount(int count);
@@ -79,7 +52,7 @@ protected:
     std::vector<int> LaunchedPorticos() const;
     const std::string& home() const { return m_home.path(); }
 
-    ScriptedPrompt m_prompt;
+    RecordingPrompt m_prompt;
 
 private:
     TempDir m_home;

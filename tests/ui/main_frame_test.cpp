@@ -135,21 +135,6 @@ TEST_F(FrameTest, CommandLineAppliesOnceWhenTheServiceIsReady) {
     EXPECT_EQ(frame.ChartArguments(), "-symbol LUMA -type Weekly -interval 1-Hour");
 }
 
-TEST_F(FrameTest, CommandLineTypeThatMatchesNothingLeavesTheStoredType) {
-    CMainFrame& first = OpenFrame();
-    first.RequestTypeCombo()->setCurrentIndex(2); // Daily, stored
-    ASSERT_EQ(Stored("RequestDataType"), "2");
-    CloseFrame();
-
-    CMainFrame& frame =
-        OpenFrame(CommandLine({"-symbol", "luma", "-type", "Yearly", "-interval", "2-Hour"}));
-    ASSERT_TRUE(WaitForService());
-    EXPECT_EQ(Stored("RequestDataType"), "2");
-    EXPECT_EQ(frame.RequestTypeCombo()->currentText(), "Daily");
-    EXPECT_EQ(Stored("RequestIntervalIndex"), "10");
-    EXPECT_EQ(Stored("CurrentSymbol"), "LUMA");
-}
-
 TEST_F(FrameTest, RibbonCombosAreStoredAndSelectedAtTheNextStart) {
     CMainFrame& frame = OpenFrame();
     frame.RequestTypeCombo()->setCurrentIndex(frame.RequestTypeCombo()->findText("Minute"));

@@ -248,8 +248,9 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
                  request.typeText, request.file);
 
     CStderrPrompt prompt;
-    // The settings are read, never written: the export changes nothing the user keeps.
-    LoadApplicationSettings(prompt);
+    // The settings are read, never written, and an unreadable file stays where it is: the export
+    // changes nothing the user keeps.
+    LoadApplicationSettings(prompt, ESettingsAccess::ReadOnly);
     CSettings& settings = CSettings::Instance();
     settings.SetText(keys::kCurrentSymbol, request.symbol);
     settings.SetInt(keys::kRequestDataType, request.dataType);

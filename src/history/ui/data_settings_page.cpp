@@ -261,22 +261,18 @@ SDataPageFields CDataSettingsPage::Fields() const {
     return fields;
 }
 
-bool CDataSettingsPage::StoreShown() {
+void CDataSettingsPage::StoreShown() {
     if (m_shown < 0) {
-        return true;
+        return;
     }
     SDataPageFields fields = Fields();
-    const bool valid = m_logic->Store(m_shown, fields);
-    if (!valid) {
+    if (m_logic->Store(m_shown, fields)) {
         m_datapoints->setText(QString::fromStdString(fields.datapoints));
     }
-    return valid;
 }
 
 bool CDataSettingsPage::Apply() {
-    if (!StoreShown()) {
-        return false;
-    }
+    StoreShown();
     CSettings& settings = CSettings::Instance();
     if (!m_settings->Save(settings, &m_prompt)) {
         return false;

@@ -29,8 +29,8 @@ public:
     ~CDataSettingsPage() override;
 
     QString Title() const override;
-    // Stores the shown data type's fields; when they are valid, saves the request settings into
-    // the settings table.
+    // Stores the shown data type's fields (an out-of-range datapoints entry becomes 10000, with
+    // a message) and saves the request settings into the settings table.
     bool Apply() override;
 
     // Stores the fields of the data type shown and shows `dataType` (the selector follows).
@@ -57,8 +57,8 @@ public:
 private:
     void MakeControls();
     void Show(int dataType);
-    // Stores the shown data type's fields; false when an entry had to be replaced.
-    bool StoreShown();
+    // Stores the shown data type's fields; entries that had to be replaced show their default.
+    void StoreShown();
     SDataPageFields Fields() const;
     ERequestChoice SelectedChoice() const;
     void UpdateEnabling();

@@ -4,22 +4,6 @@
 
 namespace portico::test {
 
-std::vector<std::string> Fields(std::string_view line) {
-    std::vector<std::string> fields;
-    std::size_t start = 0;
-    while (true) {
-        const std::size_t comma = line.find(',', start);
-        if (comma == std::string_view::npos) {
-            if (start < line.size()) {
-                fields.emplace_back(line.substr(start));
-            }
-            return fields;
-        }
-        fields.emplace_back(line.substr(start, comma - start));
-        start = comma + 1;
-    }
-}
-
 namespace {
 
 long long DaysFromCivil(int y, int m, int d) {
@@ -67,12 +51,10 @@ void PorticoTest::TearDown() {
 }
 
 std::vector<std::string> PorticoTest::lookup(const std::string& command, const std::string& id) {
-    LineClient client;
-    EXPECT_TRUE(client.connect(m_portico->lookupPort()));
-    EXPECT_TRUE(client.send(command + "\r\n"));
-    auto answer = client.readAnswer(id, 120s);
-    EXPECT_TRUE(answer.has_value()) << "no complete answer to " << command;
-    return answer.value_or(std::vector<std::string>{});
+    std::vector<std::string> answer =
+        skychart::test::LookupAnswer(m_portico->lookupPort(), command, id);
+    EXPECT_FALSE(answer.empty()) << "no complete answer to " << command;
+    return answer;
 }
 
 std::vector<std::vector<std::string>> PorticoTest::lookupData(const std::string& command,

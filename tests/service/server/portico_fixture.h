@@ -29,7 +29,9 @@ inline std::vector<std::string> FrozenNoonWith(std::vector<std::string> extra) {
 }
 
 // Splits at every comma, dropping the empty field after a trailing comma.
-std::vector<std::string> Fields(std::string_view line);
+inline std::vector<std::string> Fields(std::string_view line) {
+    return skychart::test::SplitAtCommas(line);
+}
 
 // Seconds since 1970 of "YYYY-MM-DD HH:MM:SS" (plus an optional ".ffffff" that is ignored) or
 // of "YYYY-MM-DD"; -1 when malformed.

@@ -1,13 +1,10 @@
 // The portico process: command line, ports, a second instance, lingering and signals.
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
@@ -17,19 +14,6 @@ namespace portico::test {
 namespace {
 
 using skychart::test::RunResult;
-
-// A port that was free a moment ago.
-int FreePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-    socklen_t length = sizeof(address);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(fd);
-    return ntohs(address.sin_port);
-}
 
 std::string ReadText(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -64,9 +48,9 @@ TEST(PorticoCommandLineTest, HelpVersionAndBadOptions) {
 
 TEST(PorticoProcessTest, PortsComeFromStartupConfWhichStaysUntouched) {
     PorticoProcess portico(PORTICO_EXECUTABLE);
-    const int admin = FreePort();
-    const int lookup = FreePort();
-    const int level1 = FreePort();
+    const int admin = skychart::test::UnusedPort();
+    const int lookup = skychart::test::UnusedPort();
+    const int level1 = skychart::test::UnusedPort();
     const std::string conf = "[General]\nAdminPort=" + std::to_string(admin) +
                              "\nLookupPort=" + std::to_string(lookup) +
                              "\nLevel1Port=" + std::to_string(level1) + "\n";

@@ -1,0 +1,121 @@
+// The port reader over a real Startup.conf in a temporary XDG_CONFIG_HOME, and the launcher of
+// the suite's programs over real child processes.
+
+#include "platform/process_launcher.h"
+#include "platform/registry_paths.h"
+#include "platform/startup_store.h"
+
+#include "deadline.h"
+#include "temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <QSettings>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace fs = std::filesystem;
+using skychart::test::TempDir;
+
+namespace {
+
+std::string Contents(const fs::path& file) {
+    std::ostringstream out;
+    out << std::ifstream(file, std::ios::binary).rdbuf();
+    return out.str();
+}
+
+class StartupPorts : public ::testing::Test {
+protected:
+    void SetUp() override { ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1); }
+    void TearDown() override { ::unsetenv("XDG_CONFIG_HOME"); }
+
+    fs::path File() const { return CRegistryPaths::StartupFile().toStdString(); }
+    void Write(const std::string& text) const {
+        home.writeFile(File().lexically_relative(home.path()).string(), text);
+    }
+    static QVariant Value(const char* name) {
+        return QSettings(CRegistryPaths::StartupFile(), QSettings::IniFormat).value(name);
+    }
+    static int Lookup() { return CStartupStore::ReadPort("LookupPort", "9100", 9100); }
+
+    TempDir home;
+};
+
+TEST_F(StartupPorts, AMissingPortIsWrittenAsItsDefaultTextAndUsed) {
+    EXPECT_EQ(CStartupStore::ReadPort("AdminPort", "9300", 9300), 9300);
+    EXPECT_EQ(Value("AdminPort").typeId(), QMetaType::QString);
+    EXPECT_EQ(Value("AdminPort").toString(), "9300");
+    EXPECT_EQ(CStartupStore::ReadPort("AdminPort", "9300", 9300), 9300);
+
+    // Beside other values only the missing one is added.
+    Write("[General]\nLookupPort=9101\n");
+    EXPECT_EQ(CStartupStore::ReadPort("Level1Port", "5009", 5009), 5009);
+    EXPECT_EQ(Lookup(), 9101);
+    EXPECT_EQ(Value("LookupPort").toString(), "9101");
+    EXPECT_EQ(Value("Level1Port").toString(), "5009");
+}
+
+TEST_F(StartupPorts, ATextIsReadLikeAtoiAndCutTo16Bits) {
+    const std::string longest = std::string(CStartupStore::kValueBufferBytes - 5, '0') + "9301";
+    const std::pair<std::string, int> cases[] = {
+        {"9101", 9101},  {"42xyz", 42}, {"abc", 0},         {"", 0},
+        {"70000", 4464}, {"-1", 65535}, {"99999999999", 0}, {longest, 9301},
+    };
+    for (const auto& [text, port] : cases) {
+        Write("[General]\nLookupPort=" + text + "\n");
+        EXPECT_EQ(Lookup(), port) << text;
+        EXPECT_EQ(Contents(File()), "[General]\nLookupPort=" + text + "\n") << "rewritten";
+    }
+}
+
+TEST_F(StartupPorts, AValueOfAnotherTypeOrTooLongIsReplacedByItsDefault) {
+    const std::string tooLong = std::string(CStartupStore::kValueBufferBytes - 4, '0') + "9301";
+    for (const std::string& value : {std::string("9101, 9102"), std::string("@ByteArray(9101)"),
+                                     std::string("@Rect(1 2 3 4)"), tooLong}) {
+        Write("[General]\nLookupPort=" + value + "\nAdminPort=9301\n");
+        EXPECT_EQ(Lookup(), 9100) << value;
+        EXPECT_EQ(Value("LookupPort").typeId(), QMetaType::QString) << value;
+        EXPECT_EQ(Value("LookupPort").toString(), "9100") << value;
+        EXPECT_EQ(Value("AdminPort").toString(), "9301");
+    }
+}
+
+TEST(ProcessLauncher, AProgramThatIsNowhereIsReported) {
+    EXPECT_FALSE(CProcessLauncher::Find("sh").isEmpty());
+    EXPECT_TRUE(CProcessLauncher::Find("no-such-program-anywhere").isEmpty());
+    EXPECT_TRUE(CProcessLauncher::Find("/no/such/program").isEmpty());
+    int error = 0;
+    EXPECT_FALSE(CProcessLauncher::Launch("no-such-program-anywhere", {}, error));
+    EXPECT_EQ(error, ENOENT);
+    EXPECT_FALSE(CProcessLauncher::Launch("", {}));
+}
+
+TEST(ProcessLauncher, TheChildsStandardStreamsAreTheNullDevice) {
+    const TempDir dir;
+    const std::string report = dir.path() + "/streams";
+    int error = 0;
+    qint64 pid = 0;
+    // The child writes where its own three streams lead, never into ours.
+    ASSERT_TRUE(
+        CProcessLauncher::Launch("sh",
+                                 {"-c",
+                                  "streams=$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2); "
+                                  "echo \"$streams\" > \"$0.part\" && mv \"$0.part\" \"$0\"",
+                                  QString::fromStdString(report)},
+                                 error, &pid))
+        << error;
+    EXPECT_GT(pid, 0);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!fs::exists(report) && skychart::test::RemainingMs(deadline) > 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_EQ(Contents(report), "/dev/null\n/dev/null\n/dev/null\n");
+}
+
+} // namespace

@@ -1,0 +1,52 @@
+#pragma once
+
+// The prompt of every test: records each message box; questions take their answers from a
+// script.
+
+#include "core/prompt.h"
+
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace skychart::test {
+
+class RecordingPrompt : public IPrompt {
+public:
+    struct Box {
+        std::string kind; // "Information", "Error" or "Question"
+        std::string caption;
+        std::string text;
+    };
+
+    void Information(const std::string& caption, const std::string& text) override {
+        boxes.push_back({"Information", caption, text});
+    }
+    void Error(const std::string& caption, const std::string& text) override {
+        boxes.push_back({"Error", caption, text});
+    }
+    bool Question(const std::string& caption, const std::string& text) override {
+        boxes.push_back({"Question", caption, text});
+        if (answers.empty()) {
+            return answer;
+        }
+        const bool next = answers.front();
+        answers.pop_front();
+        return next;
+    }
+
+    // "caption|text" of every box, oldest first.
+    std::vector<std::string> Texts() const {
+        std::vector<std::string> texts;
+        for (const Box& box : boxes) {
+            texts.push_back(box.caption + "|" + box.text);
+        }
+        return texts;
+    }
+
+    std::vector<Box> boxes;
+    std::deque<bool> answers; // the answers to the next questions, in order
+    bool answer = false;      // the answer once `answers` is used up
+};
+
+} // namespace skychart::test
