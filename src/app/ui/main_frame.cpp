@@ -12,6 +12,7 @@
 #include "feed/lookup_system_info.h"
 #include "feed/ui/symbol_search_dlg.h"
 #include "history/ui/data_settings_page.h"
+#include "platform/process_launcher.h"
 #include "platform/qt_feed.h"
 #include "platform/workspace_bus.h"
 
@@ -27,8 +28,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QStatusBar>
 #include <QToolButton>
 
@@ -181,16 +180,9 @@ void CMainFrame::MakeApplicationLinks(QToolButton* button) {
 
 void CMainFrame::LaunchApplication(const QString& executable, const QStringList& arguments) {
     // Sibling applications are installed beside this one; else they are looked up on PATH.
-    QString program = QDir(QCoreApplication::applicationDirPath()).filePath(executable);
-    if (!QFileInfo(program).isExecutable()) {
-        program = QStandardPaths::findExecutable(executable);
-    }
-    if (program.isEmpty() || !QProcess::startDetached(program, arguments)) {
-        spdlog::error("Unable to launch {}", executable.toStdString());
+    if (!CProcessLauncher::Launch(CProcessLauncher::Find(executable), arguments)) {
         Prompt().Error("Skychart", fmt::format("Unable to launch {}.", executable.toStdString()));
-        return;
     }
-    spdlog::info("Launched {} {}", program.toStdString(), arguments.join(' ').toStdString());
 }
 
 void CMainFrame::SetCommandLine(const COrvaneCommandLineInfo& commandLine) {
