@@ -1,0 +1,115 @@
+#include "chart/color_page_logic.h"
+
+#include "core/settings.h"
+
+namespace {
+
+struct SSlot {
+    const char* key;
+    const char* name;
+};
+
+constexpr std::array<SSlot, CColorPageLogic::kSlotCount> kSlots{{
+    {keys::kBackgroundColor, "Background"},
+    {keys::kGridColor, "Grid"},
+    {keys::kPriceDataColor, "Price Data"},
+    {keys::kPriceLabelColor, "Price Label"},
+    {keys::kPriceUpCandleColor, "Up Candle"},
+    {keys::kPriceDownCandleColor, "Down Candle"},
+    {keys::kPriceBarColor, "Price Bar"},
+}};
+
+constexpr std::array<const char*, CColorPageLogic::kStudyTypeCount> kStudyNames{
+    "RSI",         "Momentum", "Rate of Change", "On-Balance Volume", "MACD",
+    "Stochastics", "Volume",   "Money Flow",     "Money Flow Index",  "ADX"};
+
+// The default of `key` in the table of all keys; black when it has none that reads as a colour.
+ColorRef DefaultColor(const std::string& key) {
+    for (const SSettingKey& entry : AllSettingKeys()) {
+        if (key == entry.key) {
+            return ParseColorRef(entry.defaultValue).value_or(0);
+        }
+    }
+    return 0;
+}
+
+ColorRef LoadColor(const CSettings& settings, const std::string& key) {
+    if (const std::optional<ColorRef> color = ParseColorRef(settings.GetText(key))) {
+        return *color;
+    }
+    return DefaultColor(key);
+}
+
+std::size_t SlotIndex(EColorSlot slot) {
+    const int index = static_cast<int>(slot);
+    return index >= 0 && index < CColorPageLogic::kSlotCount ? static_cast<std::size_t>(index) : 0;
+}
+
+} // namespace
+
+CColorPageLogic::CColorPageLogic(const CSettings& settings) {
+    for (std::size_t i = 0; i < kSlots.size(); ++i) {
+        m_colors[i] = LoadColor(settings, kSlots[i].key);
+    }
+    for (int type = 0; type < kStudyTypeCount; ++type) {
+        m_studyData[Index(type)] = LoadColor(settings, keys::Numbered(keys::kStudyDataColor, type));
+        m_studyLabel[Index(type)] =
+            LoadColor(settings, keys::Numbered(keys::kStudyLabelColor, type));
+    }
+}
+
+ColorRef CColorPageLogic::Color(EColorSlot slot) const {
+    return m_colors[SlotIndex(slot)];
+}
+
+void CColorPageLogic::SetColor(EColorSlot slot, ColorRef color) {
+    m_colors[SlotIndex(slot)] = color & kColorRefMask;
+}
+
+bool CColorPageLogic::SelectStudyType(int type) {
+    if (!IsStudyType(type)) {
+        return false;
+    }
+    m_studyType = type;
+    return true;
+}
+
+void CColorPageLogic::SetStudyDataColor(ColorRef color) {
+    m_studyData[Index(m_studyType)] = color & kColorRefMask;
+}
+
+void CColorPageLogic::SetStudyLabelColor(ColorRef color) {
+    m_studyLabel[Index(m_studyType)] = color & kColorRefMask;
+}
+
+ColorRef CColorPageLogic::StudyDataColorOf(int type) const {
+    return IsStudyType(type) ? m_studyData[Index(type)] : 0;
+}
+
+ColorRef CColorPageLogic::StudyLabelColorOf(int type) const {
+    return IsStudyType(type) ? m_studyLabel[Index(type)] : 0;
+}
+
+void CColorPageLogic::Store(CSettings& settings) const {
+    for (std::size_t i = 0; i < kSlots.size(); ++i) {
+        settings.SetText(kSlots[i].key, std::to_string(m_colors[i]));
+    }
+    for (int type = 0; type < kStudyTypeCount; ++type) {
+        settings.SetText(keys::Numbered(keys::kStudyDataColor, type),
+                         std::to_string(m_studyData[Index(type)]));
+        settings.SetText(keys::Numbered(keys::kStudyLabelColor, type),
+                         std::to_string(m_studyLabel[Index(type)]));
+    }
+}
+
+const char* CColorPageLogic::Key(EColorSlot slot) {
+    return kSlots[SlotIndex(slot)].key;
+}
+
+const char* CColorPageLogic::SlotName(EColorSlot slot) {
+    return kSlots[SlotIndex(slot)].name;
+}
+
+const char* CColorPageLogic::StudyTypeName(int type) {
+    return IsStudyType(type) ? kStudyNames[Index(type)] : "";
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "chart/display_page_logic.h"
+#include "core/ui/setting_sheet.h"
+
+class CLinePictureCtrl;
+class IPrompt;
+class QCheckBox;
+class QComboBox;
+class QRadioButton;
+class QSpinBox;
+
+// The display page of the settings sheet: how many points the panes show, the grid and its line
+// style, the price pane's chart type, the side of the value labels, the price bar, fixed y
+// scaling and the scroll step. It shows the stored values when it is made. "Show Grid" is stored
+// the moment it is ticked or cleared; everything else when the sheet is applied.
+class CDisplaySettingsPage : public CSettingPage {
+    Q_OBJECT
+
+public:
+    explicit CDisplaySettingsPage(IPrompt& prompt, QWidget* parent = nullptr);
+
+    QString Title() const override; // "Display"
+    // Refuses, with an error box and nothing stored, when no display point count is selected or
+    // the grid is shown without a grid style; otherwise stores the page and emits applied().
+    bool Apply() override;
+
+    // The values the controls hold (a list without a selection gives SDisplayPageValues::kNone).
+    SDisplayPageValues Values() const;
+
+    QComboBox* DisplayPointsList() const { return m_points; }
+    QCheckBox* ShowGridCheck() const { return m_showGrid; }
+    QComboBox* GridStyleList() const { return m_gridStyle; }
+    CLinePictureCtrl* GridStylePreview() const { return m_gridPreview; }
+    QComboBox* ChartTypeList() const { return m_chartType; }
+    QComboBox* ValueLabelSideList() const { return m_labelSide; }
+    QCheckBox* ShowPriceBarCheck() const { return m_showPriceBar; }
+    QCheckBox* FixedYAxisScalingCheck() const { return m_fixedY; }
+    QRadioButton* ScrollByItemsChoice() const { return m_byItems; }
+    QRadioButton* ScrollByPercentChoice() const { return m_byPercent; }
+    QSpinBox* ScrollItemsSpin() const { return m_items; }
+    QSpinBox* ScrollPercentSpin() const { return m_percent; }
+
+signals:
+    // The page stored its values (the panes should be laid out and drawn again).
+    void applied();
+    // "Show Grid" was stored at once, before any Apply.
+    void showGridChanged(bool shown);
+
+private:
+    void MakeControls();
+    void Show(const SDisplayPageValues& values);
+    void UpdateEnabling();
+
+    IPrompt& m_prompt;
+    QComboBox* m_points = nullptr;
+    QCheckBox* m_showGrid = nullptr;
+    QComboBox* m_gridStyle = nullptr;
+    CLinePictureCtrl* m_gridPreview = nullptr;
+    QComboBox* m_chartType = nullptr;
+    QComboBox* m_labelSide = nullptr;
+    QCheckBox* m_showPriceBar = nullptr;
+    QCheckBox* m_fixedY = nullptr;
+    QRadioButton* m_byItems = nullptr;
+    QRadioButton* m_byPercent = nullptr;
+    QSpinBox* m_items = nullptr;
+    QSpinBox* m_percent = nullptr;
+};
