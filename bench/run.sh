@@ -11,3 +11,6 @@ echo
 echo "== history: 5,000,000 ticks parsed into the series, against pandas"
 "$build/bin/history_bench" "$build/bin/portico" --ticks 5000000 --runs 3 \
     --script "$(dirname "$0")/pandas_parse.py"
+echo
+echo "== chart redraw: eleven panes against one stock QCustomPlot candlestick replot"
+QT_QPA_PLATFORM=offscreen "$build/bin/chart_redraw_bench" --runs 15

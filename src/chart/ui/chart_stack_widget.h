@@ -1,0 +1,104 @@
+#pragma once
+
+// The chart view's stack of panes in one plot widget: eleven axis rectangles, one per pane
+// (pane 0 the price pane, 1 to 10 the study panes), placed at the pixel rectangles that the view
+// computes, each driven through its own CChart2D. One widget with stacked axis rectangles costs
+// far less to draw than eleven widgets, and the stack draws once for all its panes.
+//
+// Panes start hidden with no height; the view shows them and sets their tops and heights (in
+// widget pixels, full width). Holding drawing on any pane holds the whole stack: the holds of
+// all panes nest in one counter, and the release that closes the last one draws the stack once.
+// Changes made while nothing is held are drawn together, once, when control returns to the
+// event loop.
+
+#include "chart/chart_2d.h"
+
+#include <qcustomplot.h>
+
+#include <QImage>
+#include <QRect>
+
+#include <array>
+#include <memory>
+#include <span>
+
+class CPaneStackLayout;
+class CStackPaneChart;
+class CVisibleMarginGroup;
+
+class CChartStackWidget : public QCustomPlot {
+    Q_OBJECT
+
+public:
+    static constexpr int kPaneCount = 11;
+    // Pixel sizes of the fonts of the axis labels and of the label lines.
+    static constexpr int kTickFontPixels = 11;
+    static constexpr int kLabelFontPixels = 12;
+
+    explicit CChartStackWidget(QWidget* parent = nullptr);
+    ~CChartStackWidget() override;
+
+    // The chart of pane `index` (0 .. 10); another index throws CInvalidArgException.
+    CChart2D& Pane(int index);
+
+    // Places pane `index` from `top` to top + height (widget pixels) across the full width. A
+    // negative height counts as 0; a pane of no height is not drawn.
+    void SetPaneGeometry(int index, int top, int height);
+    void SetPaneVisible(int index, bool visible);
+    bool IsPaneVisible(int index) const;
+    // The pane's rectangle in widget pixels.
+    QRect PaneRect(int index) const;
+    // The visible pane under a widget point, or -1. Pane pixels are widget pixels less the
+    // pane's top-left corner.
+    int PaneAt(const QPoint& point) const;
+
+    void HoldDrawing();
+    void ReleaseDrawing();
+    int HoldDepth() const { return m_holdDepth; }
+    // Draws the stack now (unless drawing is held, when the last release will).
+    void Redraw();
+    // How many times the stack has been drawn to the screen buffer.
+    int ReplotCount() const { return m_replots; }
+
+    // Draws `panes` one below the other, each at its current height and the widget's width,
+    // scaled to fill `target` (printing, PDF and image export). Hidden panes are drawn too.
+    void RenderPanes(QPainter& painter, const QRectF& target, std::span<const int> panes);
+    // The visible panes, top to bottom, as an image of the widget's width and their heights.
+    QImage RenderImage();
+
+    // ---- used by the panes ----
+    // Something of a pane changed; `layout` when it may move the plot areas or their labels.
+    void Invalidate(bool layout);
+    // Brings the plot areas up to date with the latest changes (for geometry and mapping).
+    void EnsureLayout();
+    CVisibleMarginGroup* MarginGroup() const { return m_marginGroup; }
+    // The height of the strip above each plot area that holds the pane's label line.
+    int LabelStripHeight() const { return m_labelStrip; }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    struct SPaneSlot {
+        int top = 0;
+        int height = 0;
+        bool visible = false;
+    };
+
+    void CheckIndex(int index) const;
+    void ApplyPaneSlots();
+    void ShareBackground();
+    void SyncViewport();
+    void RunQueuedRedraw();
+
+    CPaneStackLayout* m_layout = nullptr;
+    CVisibleMarginGroup* m_marginGroup = nullptr;
+    std::array<SPaneSlot, kPaneCount> m_slots{};
+    std::array<std::unique_ptr<CStackPaneChart>, kPaneCount> m_panes;
+    int m_labelStrip = 16;
+    int m_holdDepth = 0;
+    int m_replots = 0;
+    bool m_redrawPending = false;
+    bool m_redrawQueued = false;
+    bool m_layoutDirty = true;
+};

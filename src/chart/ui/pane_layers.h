@@ -1,0 +1,80 @@
+#pragma once
+
+// The pieces that one pane adds to the stack's plot, besides its axis rectangle and axes: the
+// value ticker that prints "%.*f" labels, the layer object that draws the pane's series, and the
+// frame that paints the pane's background and its label line.
+
+#include "chart/ui/pane_series.h"
+
+#include <qcustomplot.h>
+
+#include <QColor>
+#include <QFont>
+#include <QImage>
+#include <QStaticText>
+#include <QString>
+
+// Value labels with "%.*f" at a chosen precision; the ticks themselves are QCustomPlot's.
+class CValueAxisTicker : public QCPAxisTicker {
+public:
+    int Precision() const { return m_precision; }
+    void SetPrecision(int precision) { m_precision = precision; }
+
+protected:
+    QString getTickLabel(double tick, const QLocale& locale, QChar formatChar,
+                         int precision) override;
+
+private:
+    int m_precision = CChart2D::kDefaultLabelPrecision;
+};
+
+// Draws the series of one pane inside its plot area, on the plot's "main" layer.
+class CPaneSeriesLayerable : public QCPLayerable {
+public:
+    CPaneSeriesLayerable(QCustomPlot* plot, QCPAxisRect* rect, QCPAxis* x, QCPAxis* y, QCPAxis* y2);
+
+    CPaneSeriesSet& Series() { return m_series; }
+    const CPaneSeriesSet& Series() const { return m_series; }
+
+protected:
+    void applyDefaultAntialiasingHint(QCPPainter* painter) const override;
+    void draw(QCPPainter* painter) override;
+    QRect clipRect() const override;
+
+private:
+    QCPAxisRect* m_rect;
+    QCPAxis* m_x;
+    QCPAxis* m_y[2];
+    CPaneSeriesSet m_series;
+    QImage m_raster; // the plot area's pixels, transparent between drawings
+};
+
+// Paints the pane's background over its whole rectangle (on the "background" layer) or its
+// label line in the strip above the plot area, from the plot area's left edge (on a layer above
+// the axes).
+class CPaneFrameLayerable : public QCPLayerable {
+public:
+    enum class EPart { Background, LabelLine };
+
+    CPaneFrameLayerable(QCustomPlot* plot, const QString& layer, QCPAxisRect* rect, EPart part);
+
+    void SetColor(const QColor& color) { m_color = color; }
+    void SetText(const QString& text);
+    QString Text() const { return m_text.text(); }
+    void SetFont(const QFont& font);
+
+protected:
+    void applyDefaultAntialiasingHint(QCPPainter* painter) const override;
+    void draw(QCPPainter* painter) override;
+    QRect clipRect() const override;
+
+private:
+    QCPAxisRect* m_rect;
+    EPart m_part;
+    QColor m_color;
+    QStaticText m_text; // laid out once, drawn on every replot
+    QFont m_font;
+};
+
+// The map of a QCustomPlot axis as pixel = origin + (coordinate - lower) x scale.
+SAxisMap AxisMapOf(const QCPAxis& axis);

@@ -1,0 +1,327 @@
+#include "chart/ui/stack_pane_chart.h"
+
+#include "chart/ui/chart_stack_widget.h"
+#include "chart/ui/pane_stack_layout.h"
+
+#include <QRectF>
+#include <QVector>
+
+#include <algorithm>
+#include <initializer_list>
+
+namespace {
+
+QColor ToQColor(ColorRef color) {
+    return QColor(RedOf(color), GreenOf(color), BlueOf(color));
+}
+
+QFont PixelFont(const QFont& base, int pixels) {
+    QFont font(base);
+    font.setPixelSize(pixels);
+    return font;
+}
+
+void CheckOffset(double xOffset) {
+    if (!std::isfinite(xOffset)) {
+        throw CInvalidArgException("a series' x offset must be a finite number");
+    }
+}
+
+} // namespace
+
+CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index)
+    : m_stack(stack), m_index(index), m_rect(new CPaneAxisRect(&stack)) {
+    m_rect->setLayer(QStringLiteral("background"));
+    m_rect->setRangeDrag({});
+    m_rect->setRangeZoom({});
+    m_rect->setAutoMargins(QCP::msLeft | QCP::msRight | QCP::msBottom);
+    m_rect->setMargins(QMargins(0, stack.LabelStripHeight(), 0, 0));
+    m_x = m_rect->axis(QCPAxis::atBottom);
+    m_y[0] = m_rect->axis(QCPAxis::atLeft);
+    m_y[1] = m_rect->axis(QCPAxis::atRight);
+    QCPAxis* top = m_rect->axis(QCPAxis::atTop);
+    top->setVisible(false);
+
+    m_xTicker.reset(new QCPAxisTickerText);
+    m_xTicker->setSubTickCount(0);
+    m_x->setTicker(m_xTicker);
+    for (int i = 0; i < 2; ++i) {
+        m_valueTickers[i].reset(new CValueAxisTicker);
+        m_y[i]->setTicker(m_valueTickers[i]);
+        m_y[i]->setVisible(true);
+        m_y[i]->setRange(0.0, 1.0);
+    }
+    const QFont tickFont = PixelFont(stack.font(), CChartStackWidget::kTickFontPixels);
+    for (QCPAxis* axis : {m_x, m_y[0], m_y[1], top}) {
+        axis->setLayer(QStringLiteral("axes"));
+        axis->grid()->setLayer(QStringLiteral("grid"));
+        axis->setTickLabelFont(tickFont);
+        axis->setSubTicks(false);
+        axis->setTickLengthIn(0);
+        axis->setTickLengthOut(4);
+        axis->setSelectableParts(QCPAxis::spNone);
+        axis->grid()->setSubGridVisible(false);
+        axis->grid()->setZeroLinePen(Qt::NoPen);
+        axis->grid()->setAntialiased(false);
+        axis->setAntialiased(false);
+    }
+    m_x->setVisible(true);
+    m_x->setRange(0.0, 1.0);
+
+    m_background = new CPaneFrameLayerable(&stack, QStringLiteral("background"), m_rect,
+                                           CPaneFrameLayerable::EPart::Background);
+    m_series = new CPaneSeriesLayerable(&stack, m_rect, m_x, m_y[0], m_y[1]);
+    m_labelLine = new CPaneFrameLayerable(&stack, QStringLiteral("legend"), m_rect,
+                                          CPaneFrameLayerable::EPart::LabelLine);
+    m_labelLine->SetFont(PixelFont(stack.font(), CChartStackWidget::kLabelFontPixels));
+    m_labelLine->SetColor(Qt::black);
+    ApplyAxes();
+}
+
+QCPAxisRect* CStackPaneChart::AxisRect() const {
+    return m_rect;
+}
+
+void CStackPaneChart::SetAligned(bool aligned) {
+    m_rect->setMarginGroup(QCP::msLeft | QCP::msRight, aligned ? m_stack.MarginGroup() : nullptr);
+}
+
+void CStackPaneChart::ApplyAxes() {
+    const QColor axisColor = ToQColor(m_axisColor);
+    const QPen axisPen(axisColor, 0);
+    const QPen gridPen(ToQColor(m_gridColor), 0, QtPenStyleOf(m_gridStyle));
+    for (QCPAxis* axis : {m_x, m_y[0], m_y[1]}) {
+        axis->setBasePen(axisPen);
+        axis->setTickPen(axisPen);
+        axis->setTickLabelColor(axisColor);
+        axis->grid()->setPen(gridPen);
+    }
+    for (int i = 0; i < 2; ++i) {
+        const bool labelled = i == Slot(m_labelAxis);
+        m_y[i]->setTicks(labelled);
+        m_y[i]->setTickLabels(labelled);
+        m_y[i]->grid()->setVisible(labelled && m_gridVisible);
+    }
+    m_x->grid()->setVisible(m_gridVisible);
+}
+
+void CStackPaneChart::Changed(bool layout) {
+    m_stack.Invalidate(layout);
+}
+
+// ---- series ----
+
+void CStackPaneChart::SetLine(SeriesId id, std::span<const double> values, double xOffset) {
+    CheckOffset(xOffset);
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
+    series.explicitPoints = false;
+    series.values.assign(values.begin(), values.end());
+    series.points.clear();
+    series.xOffset = xOffset;
+    Changed(false);
+}
+
+void CStackPaneChart::SetLinePoints(SeriesId id, std::span<const SPoint> points) {
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
+    series.explicitPoints = true;
+    series.points.assign(points.begin(), points.end());
+    series.values.clear();
+    series.xOffset = 0.0;
+    Changed(false);
+}
+
+void CStackPaneChart::SetLineStyle(SeriesId id, const SLineStyle& style) {
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
+    series.line = style;
+    series.line.width = std::clamp(style.width, 1, 16);
+    Changed(false);
+}
+
+void CStackPaneChart::SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) {
+    const std::size_t n = bars.open.size();
+    if (bars.high.size() != n || bars.low.size() != n || bars.close.size() != n) {
+        throw CInvalidArgException("open, high, low and close differ in length");
+    }
+    CheckOffset(xOffset);
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::PriceBars);
+    series.open.assign(bars.open.begin(), bars.open.end());
+    series.high.assign(bars.high.begin(), bars.high.end());
+    series.low.assign(bars.low.begin(), bars.low.end());
+    series.close.assign(bars.close.begin(), bars.close.end());
+    series.xOffset = xOffset;
+    Changed(false);
+}
+
+void CStackPaneChart::SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style) {
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::PriceBars);
+    series.bars = style;
+    series.bars.width = std::max(style.width, 0);
+    Changed(false);
+}
+
+void CStackPaneChart::SetHistogram(SeriesId id, std::span<const double> values, double xOffset) {
+    CheckOffset(xOffset);
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Histogram);
+    series.values.assign(values.begin(), values.end());
+    series.xOffset = xOffset;
+    Changed(false);
+}
+
+void CStackPaneChart::SetHistogramStyle(SeriesId id, const SHistogramStyle& style) {
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Histogram);
+    series.histogram = style;
+    series.histogram.width = std::max(style.width, 1);
+    Changed(false);
+}
+
+void CStackPaneChart::ClearSeries(SeriesId id) {
+    m_series->Series().Remove(id);
+    Changed(false);
+}
+
+void CStackPaneChart::ClearAllSeries() {
+    m_series->Series().Clear();
+    Changed(false);
+}
+
+// ---- axes ----
+
+void CStackPaneChart::SetXRange(double min, double max) {
+    const SRange range = NormalizeRange(min, max);
+    m_x->setRange(range.min, range.max);
+    Changed(true);
+}
+
+CChart2D::SRange CStackPaneChart::XRange() const {
+    return {m_x->range().lower, m_x->range().upper};
+}
+
+void CStackPaneChart::SetAxisRange(EAxis axis, double min, double max) {
+    const SRange range = NormalizeRange(min, max);
+    ValueAxis(axis)->setRange(range.min, range.max);
+    Changed(true);
+}
+
+CChart2D::SRange CStackPaneChart::AxisRange(EAxis axis) const {
+    const QCPRange range = ValueAxis(axis)->range();
+    return {range.lower, range.upper};
+}
+
+void CStackPaneChart::SetLabelAxis(EAxis axis) {
+    m_labelAxis = axis;
+    ApplyAxes();
+    Changed(true);
+}
+
+void CStackPaneChart::SetLabelPrecision(EAxis axis, int precision) {
+    m_valueTickers[Slot(axis)]->SetPrecision(ClampPrecision(precision));
+    Changed(true);
+}
+
+int CStackPaneChart::LabelPrecision(EAxis axis) const {
+    return m_valueTickers[Slot(axis)]->Precision();
+}
+
+void CStackPaneChart::SetXLabels(std::span<const SXLabel> labels) {
+    QMap<double, QString> ticks;
+    for (const SXLabel& label : labels) {
+        if (std::isfinite(label.slot)) {
+            ticks.insert(label.slot, QString::fromStdString(label.text));
+        }
+    }
+    m_xTicker->setTicks(ticks);
+    Changed(true);
+}
+
+// ---- grid, colours, label line ----
+
+void CStackPaneChart::SetGridVisible(bool visible) {
+    m_gridVisible = visible;
+    ApplyAxes();
+    Changed(false);
+}
+
+void CStackPaneChart::SetGridStyle(int style) {
+    m_gridStyle = style >= 0 && style < kLineStyleCount ? style : kSolid;
+    ApplyAxes();
+    Changed(false);
+}
+
+void CStackPaneChart::SetFillsBackground(bool fills) {
+    m_background->setVisible(fills);
+}
+
+void CStackPaneChart::SetBackgroundColor(ColorRef color) {
+    m_backgroundColor = ToQColor(color);
+    m_background->SetColor(m_backgroundColor);
+    Changed(false);
+}
+
+void CStackPaneChart::SetGridColor(ColorRef color) {
+    m_gridColor = color;
+    ApplyAxes();
+    Changed(false);
+}
+
+void CStackPaneChart::SetAxisLabelColor(ColorRef color) {
+    m_axisColor = color;
+    ApplyAxes();
+    Changed(false);
+}
+
+void CStackPaneChart::SetLabelLine(std::string_view text, ColorRef color) {
+    m_labelLine->SetText(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
+    m_labelLine->SetColor(ToQColor(color));
+    Changed(false);
+}
+
+// ---- geometry and mapping ----
+
+CChart2D::SGeometry CStackPaneChart::Geometry() const {
+    m_stack.EnsureLayout();
+    const QRect outer = m_rect->outerRect();
+    const QRect inner = m_rect->rect();
+    SGeometry geometry;
+    geometry.width = outer.width();
+    geometry.height = outer.height();
+    geometry.left = inner.left() - outer.left();
+    geometry.right = (outer.left() + outer.width()) - (inner.left() + inner.width());
+    geometry.top = inner.top() - outer.top();
+    geometry.bottom = (outer.top() + outer.height()) - (inner.top() + inner.height());
+    return geometry;
+}
+
+double CStackPaneChart::SlotToPixelX(double slot) const {
+    m_stack.EnsureLayout();
+    return m_x->coordToPixel(slot) - m_rect->outerRect().left();
+}
+
+double CStackPaneChart::PixelXToSlot(double x) const {
+    m_stack.EnsureLayout();
+    return m_x->pixelToCoord(x + m_rect->outerRect().left());
+}
+
+double CStackPaneChart::ValueToPixelY(double value, EAxis axis) const {
+    m_stack.EnsureLayout();
+    return ValueAxis(axis)->coordToPixel(value) - m_rect->outerRect().top();
+}
+
+double CStackPaneChart::PixelYToValue(double y, EAxis axis) const {
+    m_stack.EnsureLayout();
+    return ValueAxis(axis)->pixelToCoord(y + m_rect->outerRect().top());
+}
+
+// ---- drawing ----
+
+void CStackPaneChart::HoldDrawing() {
+    m_stack.HoldDrawing();
+}
+
+void CStackPaneChart::ReleaseDrawing() {
+    m_stack.ReleaseDrawing();
+}
+
+void CStackPaneChart::DrawTo(QPainter& painter, const SPixelRect& target) {
+    const int panes[1] = {m_index};
+    m_stack.RenderPanes(painter, QRectF(target.x, target.y, target.width, target.height), panes);
+}

@@ -1,0 +1,87 @@
+#pragma once
+
+// The chart of one pane of a CChartStackWidget: its axis rectangle with the x axis below, "y" on
+// the left and "y2" on the right (the label axis shows ticks, labels and the horizontal grid;
+// the other shows only its line), its series and its frame. Created by the stack.
+
+#include "chart/chart_2d.h"
+#include "chart/ui/pane_layers.h"
+
+#include <QSharedPointer>
+
+class CChartStackWidget;
+class CPaneAxisRect;
+
+class CStackPaneChart final : public CChart2D {
+public:
+    CStackPaneChart(CChartStackWidget& stack, int index);
+
+    QCPAxisRect* AxisRect() const;
+    int Index() const { return m_index; }
+    // Joins or leaves the margin group that aligns the plot areas (with the pane's visibility).
+    void SetAligned(bool aligned);
+    const QColor& BackgroundQColor() const { return m_backgroundColor; }
+    // Whether the pane paints its own background; the stack paints it under all panes at once
+    // when they share one colour.
+    void SetFillsBackground(bool fills);
+
+    void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
+    void SetLinePoints(SeriesId id, std::span<const SPoint> points) override;
+    void SetLineStyle(SeriesId id, const SLineStyle& style) override;
+    void SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) override;
+    void SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style) override;
+    void SetHistogram(SeriesId id, std::span<const double> values, double xOffset) override;
+    void SetHistogramStyle(SeriesId id, const SHistogramStyle& style) override;
+    void ClearSeries(SeriesId id) override;
+    void ClearAllSeries() override;
+
+    void SetXRange(double min, double max) override;
+    SRange XRange() const override;
+    void SetAxisRange(EAxis axis, double min, double max) override;
+    SRange AxisRange(EAxis axis) const override;
+    void SetLabelAxis(EAxis axis) override;
+    EAxis LabelAxis() const override { return m_labelAxis; }
+    void SetLabelPrecision(EAxis axis, int precision) override;
+    int LabelPrecision(EAxis axis) const override;
+    void SetXLabels(std::span<const SXLabel> labels) override;
+
+    void SetGridVisible(bool visible) override;
+    void SetGridStyle(int style) override;
+    void SetBackgroundColor(ColorRef color) override;
+    void SetGridColor(ColorRef color) override;
+    void SetAxisLabelColor(ColorRef color) override;
+    void SetLabelLine(std::string_view text, ColorRef color) override;
+
+    SGeometry Geometry() const override;
+    double SlotToPixelX(double slot) const override;
+    double PixelXToSlot(double x) const override;
+    double ValueToPixelY(double value, EAxis axis) const override;
+    double PixelYToValue(double y, EAxis axis) const override;
+
+    void HoldDrawing() override;
+    void ReleaseDrawing() override;
+    void DrawTo(QPainter& painter, const SPixelRect& target) override;
+
+private:
+    static int Slot(EAxis axis) { return axis == EAxis::Y ? 0 : 1; }
+    QCPAxis* ValueAxis(EAxis axis) const { return m_y[Slot(axis)]; }
+    void ApplyAxes();
+    void Changed(bool layout);
+
+    CChartStackWidget& m_stack;
+    int m_index;
+    CPaneAxisRect* m_rect;
+    QCPAxis* m_x;
+    QCPAxis* m_y[2];
+    QSharedPointer<CValueAxisTicker> m_valueTickers[2];
+    QSharedPointer<QCPAxisTickerText> m_xTicker;
+    CPaneSeriesLayerable* m_series;
+    CPaneFrameLayerable* m_background;
+    QColor m_backgroundColor = Qt::white;
+    CPaneFrameLayerable* m_labelLine;
+    EAxis m_labelAxis = EAxis::Y;
+    bool m_gridVisible = true;
+    int m_gridStyle = kSolid;
+    ColorRef m_gridColor = 0xC0C0C0;
+    ColorRef m_axisColor = 0;
+};

@@ -1,0 +1,341 @@
+// The QCustomPlot pane stack, drawn offscreen and read back pixel by pixel: colours, grid, label
+// side, holes, aggregated candles and histograms, printing into a rectangle, and drawing holds.
+
+#include "chart/ui/chart_stack_widget.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QImage>
+#include <QPainter>
+
+#include <algorithm>
+#include <climits>
+#include <vector>
+
+namespace {
+
+using EAxis = CChart2D::EAxis;
+
+constexpr ColorRef kBackground = MakeColorRef(250, 245, 200);
+constexpr ColorRef kUp = MakeColorRef(0, 170, 0);
+constexpr ColorRef kDown = MakeColorRef(210, 0, 0);
+constexpr ColorRef kLine = MakeColorRef(0, 0, 230);
+constexpr ColorRef kGrid = MakeColorRef(150, 150, 150);
+constexpr ColorRef kAxis = MakeColorRef(0, 0, 0);
+
+bool IsColor(QRgb pixel, ColorRef color) {
+    return qRed(pixel) == RedOf(color) && qGreen(pixel) == GreenOf(color) &&
+           qBlue(pixel) == BlueOf(color);
+}
+
+// Pixels of `color` in `area` (the whole image by default).
+int Count(const QImage& image, ColorRef color, QRect area = QRect()) {
+    area = area.isNull() ? image.rect() : area.intersected(image.rect());
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            count += IsColor(image.pixel(x, y), color) ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+// The bounding box of the pixels of `color`.
+QRect Extent(const QImage& image, ColorRef color) {
+    int left = INT_MAX, top = INT_MAX, right = INT_MIN, bottom = INT_MIN;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (IsColor(image.pixel(x, y), color)) {
+                left = std::min(left, x);
+                right = std::max(right, x);
+                top = std::min(top, y);
+                bottom = std::max(bottom, y);
+            }
+        }
+    }
+    return left > right ? QRect() : QRect(QPoint(left, top), QPoint(right, bottom));
+}
+
+class ChartStack : public ::testing::Test {
+protected:
+    ChartStack() {
+        stack.resize(600, 400);
+        stack.SetPaneGeometry(0, 0, 400);
+        stack.SetPaneVisible(0, true);
+        CChart2D& chart = Pane();
+        chart.SetBackgroundColor(kBackground);
+        chart.SetGridColor(kGrid);
+        chart.SetAxisLabelColor(kAxis);
+        chart.SetAxisRange(EAxis::Y, 0.0, 100.0);
+        chart.SetAxisRange(EAxis::Y2, 0.0, 100.0);
+    }
+
+    CChart2D& Pane(int index = 0) { return stack.Pane(index); }
+    int X(double slot) { return static_cast<int>(std::lround(Pane().SlotToPixelX(slot))); }
+    int Y(double value) {
+        return static_cast<int>(std::lround(Pane().ValueToPixelY(value, EAxis::Y)));
+    }
+
+    CChartStackWidget stack;
+};
+
+// Twenty bars alternating up (40 to 60) and down (60 to 40), highs 70, lows 30.
+struct STwentyBars {
+    STwentyBars() {
+        for (int i = 0; i < 20; ++i) {
+            open.push_back(i % 2 == 0 ? 40.0 : 60.0);
+            close.push_back(i % 2 == 0 ? 60.0 : 40.0);
+            high.push_back(70.0);
+            low.push_back(30.0);
+        }
+    }
+    CChart2D::SOhlcSpans Spans() const { return {open, high, low, close}; }
+    std::vector<double> open, high, low, close;
+};
+
+} // namespace
+
+TEST_F(ChartStack, DrawsBackgroundCandlesLineAndGridInTheirColours) {
+    CChart2D& chart = Pane();
+    chart.SetXRange(-0.5, 19.5);
+    const STwentyBars bars;
+    chart.SetPriceBarStyle(0, {CChart2D::EPriceBarKind::Candles, kUp, kDown, 12,
+                               CChart2D::ECandleStyle::Wide, EAxis::Y});
+    chart.SetPriceBars(0, bars.Spans(), 0.0);
+    const std::vector<double> ninety(20, 90.0);
+    chart.SetLineStyle(5, {kLine, 1, CChart2D::kSolid, EAxis::Y});
+    chart.SetLine(5, ninety, 0.0);
+    const std::vector<CChart2D::SXLabel> labels{{0.0, "09:30"}, {10.0, "10:30"}};
+    chart.SetXLabels(labels);
+
+    const QImage image = stack.RenderImage();
+    ASSERT_EQ(image.size(), QSize(600, 400));
+    EXPECT_GT(Count(image, kBackground), 100000);
+    EXPECT_TRUE(IsColor(image.pixel(X(0), Y(50)), kUp)); // bodies
+    EXPECT_TRUE(IsColor(image.pixel(X(1), Y(50)), kDown));
+    EXPECT_TRUE(IsColor(image.pixel(X(2), Y(65)), kUp)); // wick above the body
+    EXPECT_FALSE(IsColor(image.pixel(X(2) + 5, Y(65)), kUp));
+    EXPECT_GE(Count(image, kLine, QRect(X(0), Y(90) - 1, X(19) - X(0), 3)), X(19) - X(0));
+    EXPECT_GT(Count(image, kGrid), 100);
+
+    // The live buffer shows the same.
+    stack.Redraw();
+    const QImage live = stack.grab().toImage();
+    EXPECT_TRUE(IsColor(live.pixel(X(0), Y(50)), kUp));
+    EXPECT_TRUE(IsColor(live.pixel(X(1), Y(50)), kDown));
+
+    chart.SetGridVisible(false);
+    EXPECT_EQ(Count(stack.RenderImage(), kGrid), 0);
+    chart.SetGridVisible(true);
+    chart.SetGridStyle(CChart2D::kDot);
+    const int dotted = Count(stack.RenderImage(), kGrid);
+    EXPECT_GT(dotted, 0);
+    chart.SetGridStyle(CChart2D::kSolid);
+    EXPECT_GT(Count(stack.RenderImage(), kGrid), dotted);
+}
+
+TEST_F(ChartStack, ValueLabelsAndLabelLineSitWhereAsked) {
+    CChart2D& chart = Pane();
+    chart.SetXRange(-0.5, 19.5);
+    chart.SetLabelPrecision(EAxis::Y, 3);
+    chart.SetLabelPrecision(EAxis::Y2, 3);
+    // Marks (anything but the background) in the outer 40 pixels of either margin: the value
+    // labels, clear of the axis lines and their ticks.
+    const auto marks = [&](const QImage& image, bool left) {
+        const CChart2D::SGeometry g = chart.Geometry();
+        const QRect strip =
+            left ? QRect(0, g.top, g.left - 8, g.height - g.top - g.bottom)
+                 : QRect(g.width - g.right + 8, g.top, g.right - 8, g.height - g.top - g.bottom);
+        return strip.width() * strip.height() - Count(image, kBackground, strip);
+    };
+
+    CChart2D::SGeometry g = chart.Geometry();
+    EXPECT_GT(g.left, g.right);
+    QImage image = stack.RenderImage();
+    EXPECT_GT(marks(image, true), 20);
+    EXPECT_EQ(marks(image, false), 0);
+
+    chart.SetLabelAxis(EAxis::Y2);
+    g = chart.Geometry();
+    EXPECT_GT(g.right, g.left);
+    image = stack.RenderImage();
+    EXPECT_EQ(marks(image, true), 0);
+    EXPECT_GT(marks(image, false), 20);
+
+    // The label line is drawn in the strip above the plot area, in its colour.
+    const QRect strip(g.left, 0, g.width - g.left - g.right, g.top - 2);
+    EXPECT_EQ(Count(image, kBackground, strip), strip.width() * strip.height());
+    chart.SetLabelLine("MOM, lookback period - 20", kDown);
+    image = stack.RenderImage();
+    EXPECT_LT(Count(image, kBackground, strip), strip.width() * strip.height() - 50);
+    EXPECT_GT(Count(image, kDown, strip), 0);
+}
+
+TEST_F(ChartStack, HolesLeaveGapsInShortAndLongLines) {
+    CChart2D& chart = Pane();
+    chart.SetLineStyle(1, {kLine, 1, CChart2D::kSolid, EAxis::Y});
+
+    // Twenty points, points 9 and 10 missing: no line from slot 8 to slot 11.
+    std::vector<double> values(20, 50.0);
+    values[9] = values[10] = CChart2D::HoleValue();
+    chart.SetXRange(-0.5, 19.5);
+    chart.SetLine(1, values, 0.0);
+    QImage image = stack.RenderImage();
+    const auto band = [&](double fromSlot, double toSlot) {
+        return QRect(X(fromSlot), Y(50) - 2, X(toSlot) - X(fromSlot), 5);
+    };
+    EXPECT_GT(Count(image, kLine, band(1.0, 7.0)), X(7) - X(1) - 2);
+    EXPECT_EQ(Count(image, kLine, band(8.0, 11.0).adjusted(2, 0, -2, 0)), 0);
+    EXPECT_GT(Count(image, kLine, band(12.0, 19.0)), X(19) - X(12) - 2);
+
+    // 15,360 points, many to a pixel column, points 6000 to 6999 missing.
+    std::vector<double> many(15360, 50.0);
+    std::fill(many.begin() + 6000, many.begin() + 7000, CChart2D::HoleValue());
+    chart.SetXRange(-0.5, 15359.5);
+    chart.SetLine(1, many, 0.0);
+    image = stack.RenderImage();
+    EXPECT_EQ(Count(image, kLine, band(6000.0, 6999.0).adjusted(2, 0, -2, 0)), 0);
+    EXPECT_GT(Count(image, kLine, band(0.0, 5999.0)), X(5999) - X(0) - 2);
+    EXPECT_GT(Count(image, kLine, band(7000.0, 15359.0)), X(15359) - X(7000) - 2);
+}
+
+TEST_F(ChartStack, AggregatedColumnsKeepTheTrueHighsAndLows) {
+    CChart2D& chart = Pane();
+    const std::size_t n = 15360;
+    std::vector<double> open(n, 49.0), high(n, 52.0), low(n, 48.0), close(n, 51.0);
+    high[7000] = 95.0;
+    low[12000] = 5.0;
+    chart.SetXRange(-0.5, n - 0.5);
+    ASSERT_GT(n / (chart.Geometry().width - chart.Geometry().left - chart.Geometry().right), 20u);
+    chart.SetPriceBarStyle(0, {CChart2D::EPriceBarKind::Candles, kUp, kUp, 0,
+                               CChart2D::ECandleStyle::Narrow, EAxis::Y});
+    chart.SetPriceBars(0, {open, high, low, close}, 0.0);
+
+    QImage image = stack.RenderImage();
+    QRect extent = Extent(image, kUp);
+    EXPECT_NEAR(extent.top(), Y(95.0), 1);
+    EXPECT_NEAR(extent.bottom(), Y(5.0), 1);
+    EXPECT_NEAR(extent.left(), X(0), 1);
+    EXPECT_NEAR(extent.right(), X(n - 1), 1);
+    // The spikes stand in the columns of their bars.
+    EXPECT_TRUE(IsColor(image.pixel(X(7000), Y(94.0)), kUp));
+    EXPECT_TRUE(IsColor(image.pixel(X(12000), Y(6.0)), kUp));
+    EXPECT_FALSE(IsColor(image.pixel(X(3000), Y(94.0)), kUp));
+
+    // A histogram of as many bars covers the same way, from its base.
+    chart.ClearAllSeries();
+    std::vector<double> volume(n, 10.0);
+    volume[3000] = 80.0;
+    chart.SetHistogramStyle(2, {kLine, 0.0, 1, EAxis::Y});
+    chart.SetHistogram(2, volume, 0.0);
+    image = stack.RenderImage();
+    extent = Extent(image, kLine);
+    EXPECT_NEAR(extent.top(), Y(80.0), 1);
+    EXPECT_NEAR(extent.bottom(), Y(0.0), 1);
+    EXPECT_TRUE(IsColor(image.pixel(X(3000), Y(79.0)), kLine));
+    EXPECT_FALSE(IsColor(image.pixel(X(8000), Y(79.0)), kLine));
+    EXPECT_TRUE(IsColor(image.pixel(X(8000), Y(5.0)), kLine));
+}
+
+TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
+    Pane().SetXRange(-0.5, 19.5);
+    const STwentyBars bars;
+    Pane().SetPriceBarStyle(0, {CChart2D::EPriceBarKind::OhlcBars, kUp, kDown, 6,
+                                CChart2D::ECandleStyle::Wide, EAxis::Y});
+    Pane().SetPriceBars(0, bars.Spans(), 0.0);
+
+    // Into a smaller rectangle and into a larger one (stretched more across than down).
+    QImage page(1000, 1000, QImage::Format_ARGB32_Premultiplied);
+    page.fill(Qt::white);
+    const QRect small(100, 100, 300, 200);
+    const QRect large(50, 400, 900, 560);
+    {
+        QPainter painter(&page);
+        Pane().DrawTo(painter, {small.x(), small.y(), small.width(), small.height()});
+        Pane().DrawTo(painter, {large.x(), large.y(), large.width(), large.height()});
+    }
+    for (const QRect& target : {small, large}) {
+        EXPECT_TRUE(IsColor(page.pixel(target.topLeft() + QPoint(1, 1)), kBackground));
+        EXPECT_TRUE(IsColor(page.pixel(target.bottomRight() - QPoint(1, 1)), kBackground));
+        EXPECT_TRUE(IsColor(page.pixel(target.topLeft() - QPoint(2, 2)), 0xFFFFFF));
+        EXPECT_TRUE(IsColor(page.pixel(target.bottomRight() + QPoint(2, 2)), 0xFFFFFF));
+        EXPECT_GT(Count(page, kUp, target), 10 * target.height() / 100);
+        EXPECT_GT(Count(page, kDown, target), 10 * target.height() / 100);
+    }
+    EXPECT_EQ(Count(page, kUp) + Count(page, kDown),
+              Count(page, kUp, small) + Count(page, kDown, small) + Count(page, kUp, large) +
+                  Count(page, kDown, large));
+    // Printing leaves the screen layout as it was.
+    EXPECT_EQ(Pane().Geometry().width, 600);
+    EXPECT_EQ(Pane().Geometry().height, 400);
+
+    // Two panes: the price pane above a study pane, stacked without a gap.
+    constexpr ColorRef kStudyBackground = MakeColorRef(220, 230, 255);
+    stack.SetPaneGeometry(0, 0, 250);
+    stack.SetPaneGeometry(1, 250, 150);
+    stack.SetPaneVisible(1, true);
+    Pane(1).SetBackgroundColor(kStudyBackground);
+    EXPECT_EQ(stack.PaneAt(QPoint(10, 300)), 1);
+    EXPECT_EQ(stack.PaneAt(QPoint(10, 100)), 0);
+    QImage image = stack.RenderImage();
+    ASSERT_EQ(image.height(), 400);
+    EXPECT_TRUE(IsColor(image.pixel(2, 249), kBackground));
+    EXPECT_TRUE(IsColor(image.pixel(2, 250), kStudyBackground));
+    EXPECT_TRUE(IsColor(image.pixel(2, 399), kStudyBackground));
+
+    stack.SetPaneVisible(1, false);
+    EXPECT_EQ(stack.PaneAt(QPoint(10, 300)), -1);
+    image = stack.RenderImage();
+    EXPECT_EQ(image.height(), 250);
+    EXPECT_EQ(Count(image, kStudyBackground), 0);
+    EXPECT_THROW(stack.Pane(11), CInvalidArgException);
+}
+
+TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
+    stack.SetPaneGeometry(1, 250, 150);
+    stack.SetPaneVisible(1, true);
+    QCoreApplication::processEvents();
+    const int start = stack.ReplotCount();
+
+    // Changes made while nothing is held are drawn together when the event loop runs.
+    Pane(0).SetXRange(-0.5, 19.5);
+    Pane(1).SetBackgroundColor(kGrid);
+    EXPECT_EQ(stack.ReplotCount(), start);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stack.ReplotCount(), start + 1);
+
+    const std::vector<double> values(20, 50.0);
+    Pane(0).HoldDrawing();
+    Pane(1).HoldDrawing();
+    Pane(0).SetLine(1, values, 0.0);
+    Pane(1).SetHistogram(1, values, 0.0);
+    stack.Redraw(); // deferred while held
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stack.ReplotCount(), start + 1);
+    Pane(1).ReleaseDrawing();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stack.ReplotCount(), start + 1);
+    Pane(0).ReleaseDrawing();
+    EXPECT_EQ(stack.ReplotCount(), start + 2);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stack.ReplotCount(), start + 2);
+
+    // A release without a hold does nothing.
+    Pane(0).ReleaseDrawing();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stack.ReplotCount(), start + 2);
+    EXPECT_EQ(stack.HoldDepth(), 0);
+
+    // Nor does a resize or a new pane layout draw while held.
+    {
+        CChartDrawingHold hold(Pane(0));
+        stack.resize(700, 400);
+        stack.SetPaneGeometry(1, 200, 200);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(stack.ReplotCount(), start + 2);
+    }
+    EXPECT_EQ(stack.ReplotCount(), start + 3);
+    EXPECT_EQ(Pane(0).Geometry().width, 700);
+    EXPECT_EQ(Pane(1).Geometry().height, 200);
+}
