@@ -75,6 +75,7 @@ public:
 
     const std::string& Symbol() const { return m_symbol; }
     int DataType() const { return m_dataType; }
+    int IntervalIndex() const { return m_intervalIndex; }
     const CChartHistRequest& History() const { return m_history; }
     // True from a Load until the end marker of a complete answer.
     bool Loading() const;

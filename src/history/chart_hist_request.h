@@ -57,7 +57,7 @@ private:
 };
 
 // The price fields a column read can copy.
-enum class EPriceColumn { Open, High, Low, Close };
+enum class EPriceColumn : int { Open, High, Low, Close };
 
 // A point's time stamp and the microseconds of a tick.
 struct SPointTime {

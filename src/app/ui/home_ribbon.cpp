@@ -67,6 +67,12 @@ SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon) {
     searchLayout->addWidget(home.searchBox);
     searchLayout->addWidget(home.searchModeCombo);
 
+    QGroupBox* viewPanel = ribbon.AddPanel(category, "View");
+    home.zoomInButton = ribbon.AddButton(viewPanel, "Zoom In", "ZoomInButton");
+    home.zoomOutButton = ribbon.AddButton(viewPanel, "Zoom Out", "ZoomOutButton");
+    home.printButton = ribbon.AddButton(viewPanel, "Print...", "PrintButton");
+    home.exportImageButton = ribbon.AddButton(viewPanel, "Export Image...", "ExportImageButton");
+
     QGroupBox* appsPanel = ribbon.AddPanel(category, "Applications");
     home.applicationsButton = new QToolButton(appsPanel);
     home.applicationsButton->setObjectName("ApplicationLinks");
@@ -80,6 +86,8 @@ SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon) {
     QGroupBox* settingsPanel = ribbon.AddPanel(category, "Settings");
     home.dataSettingsButton =
         ribbon.AddButton(settingsPanel, SHomeRibbon::kDataSettingsCaption, "DataSettingsButton");
+    home.chartSettingsButton =
+        ribbon.AddButton(settingsPanel, "Chart Settings...", "ChartSettingsButton");
 
     ribbon.FinishCategory(category);
     return home;

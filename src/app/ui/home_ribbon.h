@@ -24,10 +24,16 @@ struct SHomeRibbon {
     QComboBox* searchModeCombo = nullptr;
     QToolButton* applicationsButton = nullptr;
     QToolButton* dataSettingsButton = nullptr;
+    QToolButton* chartSettingsButton = nullptr;
+    QToolButton* zoomInButton = nullptr;
+    QToolButton* zoomOutButton = nullptr;
+    QToolButton* printButton = nullptr;
+    QToolButton* exportImageButton = nullptr;
 };
 
 // Builds the "Home" category with its panels: symbol entry, data request, chart style, symbol
-// search, applications and settings. The combos are empty until FillHomeRibbon.
+// search, view (zoom, print, image export), applications and settings. The combos are empty until
+// FillHomeRibbon.
 SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon);
 
 // Fills the type, interval and style combos and selects what the settings hold (a stored value

@@ -20,6 +20,7 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
@@ -28,6 +29,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QStatusBar>
 #include <QToolButton>
 
@@ -103,6 +106,11 @@ void CMainFrame::MakeRibbon() {
     m_home = MakeHomeRibbon(*Ribbon());
     MakeApplicationLinks(m_home.applicationsButton);
     connect(m_home.dataSettingsButton, &QToolButton::clicked, this, [this] { OpenDataSettings(); });
+    connect(m_home.zoomInButton, &QToolButton::clicked, this, [this] { m_view->ZoomIn(); });
+    connect(m_home.zoomOutButton, &QToolButton::clicked, this, [this] { m_view->ZoomOut(); });
+    connect(m_home.printButton, &QToolButton::clicked, this, [this] { PrintChart(); });
+    connect(m_home.exportImageButton, &QToolButton::clicked, this, [this] { ExportChartImage(); });
+    m_view->SetChartMenuCommands([this] { PrintChart(); }, [this] { ExportChartImage(); });
     m_home.symbolCombo->installEventFilter(this);
     m_home.symbolCombo->lineEdit()->installEventFilter(this);
     m_home.searchBox->installEventFilter(this);
@@ -163,6 +171,33 @@ void CMainFrame::OpenDataSettings() {
     m_sheet = &sheet;
     sheet.exec();
     m_sheet = nullptr;
+}
+
+void CMainFrame::PrintChart() {
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setDocName(QString::fromStdString("Skychart " + m_view->Symbol()));
+    QPrintDialog dialog(&printer, this);
+    dialog.setObjectName("PrintDialog");
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    if (!m_view->Print(printer)) {
+        Prompt().Error("Print", "The printer could not be started.");
+    }
+}
+
+void CMainFrame::ExportChartImage() {
+    const QString suggested = QDir::home().filePath(
+        QString::fromStdString((m_view->Symbol().empty() ? "chart" : m_view->Symbol()) + ".png"));
+    const QString file = QFileDialog::getSaveFileName(this, "Export Image", suggested,
+                                                      "PNG image (*.png);;PDF document (*.pdf)");
+    if (file.isEmpty()) {
+        return;
+    }
+    const std::string error = m_view->ExportImage(file.toStdString());
+    if (!error.empty()) {
+        Prompt().Error("Export Image", "The chart image was not written: " + error);
+    }
 }
 
 void CMainFrame::MakeApplicationLinks(QToolButton* button) {

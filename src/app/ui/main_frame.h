@@ -59,6 +59,9 @@ public:
     void ChangeDataType(int dataType);
     // Runs the settings sheet modally; stored data settings reload a shown chart.
     void OpenDataSettings();
+    // "Print..." through the print dialog, and "Export Image..." to a PNG or PDF file.
+    void PrintChart();
+    void ExportChartImage();
     // The settings sheet while it is open.
     CSettingSheet* ActiveSettingSheet() const { return m_sheet; }
 

@@ -1,6 +1,6 @@
 #include "chart/ui/chart_form_view.h"
 
-#include "base/fields.h"
+#include "chart/ui/chart_canvas.h"
 #include "history/chart_hist_request.h"
 
 #include <QLabel>
@@ -12,45 +12,32 @@
 CChartFormView::CChartFormView(QWidget* parent)
     : QWidget(parent), m_loader(CChartHistRequest::Instance()) {
     setObjectName("ChartFormView");
-    setAutoFillBackground(true);
-    QPalette shade = palette();
-    shade.setColor(QPalette::Window, QColor(0x14, 0x18, 0x1f));
-    shade.setColor(QPalette::WindowText, QColor(0xc8, 0xd0, 0xdc));
-    setPalette(shade);
 
-    m_title = new QLabel(this);
-    m_title->setObjectName("ChartTitle");
-    m_title->setAlignment(Qt::AlignCenter);
-    QFont titleFont = m_title->font();
-    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.8);
-    titleFont.setBold(true);
-    m_title->setFont(titleFont);
-    m_title->setText("No symbol loaded");
-
-    m_detail = new QLabel(this);
-    m_detail->setObjectName("ChartDetail");
-    m_detail->setAlignment(Qt::AlignCenter);
-    m_detail->setTextFormat(Qt::PlainText);
-    m_detail->setText("Type a symbol in the ribbon and press Enter.");
-
-    m_live = new QLabel(this);
-    m_live->setObjectName("ChartLive");
-    m_live->setAlignment(Qt::AlignCenter);
+    m_notice = new QLabel(this);
+    m_notice->setObjectName("ChartNotice");
+    m_notice->setTextFormat(Qt::PlainText);
+    m_notice->setContentsMargins(8, 3, 8, 3);
+    m_canvas = new CChartCanvas(CChartHistRequest::Instance(), this);
 
     auto* layout = new QVBoxLayout(this);
-    layout->addStretch(1);
-    layout->addWidget(m_title);
-    layout->addSpacing(12);
-    layout->addWidget(m_detail);
-    layout->addSpacing(12);
-    layout->addWidget(m_live);
-    layout->addStretch(1);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_notice);
+    layout->addWidget(m_canvas, 1);
 
     m_progressTimer.setObjectName(QString::number(kProgressTimerId));
     m_progressTimer.setInterval(kProgressPeriodMs);
     connect(&m_progressTimer, &QTimer::timeout, this, &CChartFormView::OnProgressTimer);
+    connect(m_canvas, &CChartCanvas::displayedPointsChanged, this, [this](int) {
+        const int count = m_loader.History().GetCount();
+        if (!Symbol().empty() && m_loader.History().IsHistoryComplete()) {
+            SetStatusText(CHistoryProgress::DatapointsText(count, DisplayedPointCount()));
+        }
+    });
 
     m_loader.LoadSettings();
+    m_canvas->LoadSettings();
+    ShowNotice();
 }
 
 CChartFormView::~CChartFormView() = default;
@@ -59,12 +46,13 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     if (!Symbol().empty() && Symbol() != symbol) {
         m_progressTimer.stop();
     }
-    m_scrollMaximum = 0;
-    m_scrollPosition = 0;
     m_lastStatus.clear();
-    m_live->clear();
     const CChartLoader::EStart started = m_loader.Load(symbol, [this] { m_progressTimer.start(); });
-    ShowSummary();
+    m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
+    m_canvas->SetPointCount(0, true);
+    m_canvas->ResetYRange();
+    m_canvas->RedrawAll();
+    ShowNotice();
     return started;
 }
 
@@ -84,32 +72,58 @@ void CChartFormView::OnHistoryLine(const std::string& line) {
 
 void CChartFormView::OnLevel1Line(const std::string& line) {
     m_loader.OnLevel1Line(line);
-    // Update lines follow the selected field list: symbol, total volume, trade size, high, low,
-    // bid, ask, ... and the most recent trade at position 15.
-    constexpr std::size_t kBid = 6;
-    constexpr std::size_t kAsk = 7;
-    constexpr std::size_t kLast = 15;
-    const std::vector<std::string_view> fields = SplitFields(line);
-    if (fields.size() <= kLast || fields[1] != Symbol()) {
-        return;
-    }
-    if (fields[0] == "Q" || fields[0] == "P") {
-        m_live->setText(QString::fromStdString(fmt::format(
-            "Live:  last {}    bid {}    ask {}", fields[kLast], fields[kBid], fields[kAsk])));
-    }
 }
 
 void CChartFormView::OnProgressTimer() {
     m_loader.OnProgressTick(*this);
-    ShowSummary();
+    ShowNotice();
+}
+
+void CChartFormView::SetScrollRange(int maximum) {
+    m_canvas->SetPointCount(maximum, false);
+}
+
+void CChartFormView::SetScrollPosition(int position) {
+    if (position >= m_canvas->Range().Limit()) {
+        m_canvas->SetPointCount(m_canvas->Range().PointCount(), true);
+    }
+}
+
+int CChartFormView::ScrollLimit() const {
+    return m_canvas->Range().Limit();
+}
+
+bool CChartFormView::IsScrollAtLimit() const {
+    return m_canvas->Range().AtRightEdge();
+}
+
+int CChartFormView::DisplayedPointCount() const {
+    return m_canvas->Range().DisplayedPoints();
 }
 
 int CChartFormView::RecomputeAndShowNewest() {
-    return m_loader.History().GetCount();
+    const int count = m_loader.History().GetCount();
+    m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
+    m_canvas->ResetYRange();
+    m_canvas->SetPointCount(count, true);
+    m_canvas->RedrawAll();
+    return count;
 }
 
-void CChartFormView::AppendNewPoints(int count) {
-    spdlog::debug("Chart view: {} new points", count);
+void CChartFormView::AppendNewPoints(int /*count*/) {
+    m_canvas->RedrawAll();
+}
+
+void CChartFormView::ApplyDisplaySettings() {
+    m_canvas->LoadSettings();
+}
+
+bool CChartFormView::ZoomIn() {
+    return m_canvas->ZoomIn();
+}
+
+bool CChartFormView::ZoomOut() {
+    return m_canvas->ZoomOut();
 }
 
 void CChartFormView::SetStatusText(const std::string& text) {
@@ -122,27 +136,20 @@ void CChartFormView::SetStatusText(const std::string& text) {
     }
 }
 
-void CChartFormView::ShowSummary() {
+void CChartFormView::ShowNotice() {
     const SChartSummary summary = m_loader.Summary();
+    std::string text;
     if (summary.symbol.empty()) {
-        m_title->setText("No symbol loaded");
-        m_detail->setText("Type a symbol in the ribbon and press Enter.");
-        return;
-    }
-    m_title->setText(QString::fromStdString(summary.symbol + "  -  " + summary.dataType));
-    std::string detail;
-    if (!m_loader.AnswerError().empty() && summary.points == 0) {
-        detail = fmt::format("The service has no history for {}: {}", summary.symbol,
-                             m_loader.AnswerError());
+        text = "Type a symbol in the ribbon and press Enter.";
+    } else if (!m_loader.AnswerError().empty() && summary.points == 0) {
+        text = fmt::format("The service has no history for {}: {}", summary.symbol,
+                           m_loader.AnswerError());
     } else if (!summary.complete) {
-        detail = fmt::format("Loading... {} points received", summary.points);
+        text = fmt::format("Loading {} ({})... {} points received", summary.symbol,
+                           summary.dataType, summary.points);
     } else if (summary.points == 0) {
-        detail = "No data points.";
-    } else {
-        const int shown = std::min(summary.points, DisplayedPointCount());
-        detail = fmt::format("{} points (the newest {} would be displayed)\n"
-                             "first  {}\nlast   {}\nlast close  {}",
-                             summary.points, shown, summary.first, summary.last, summary.lastClose);
+        text = fmt::format("No data points for {} ({}).", summary.symbol, summary.dataType);
     }
-    m_detail->setText(QString::fromStdString(detail));
+    m_notice->setText(QString::fromStdString(text));
+    m_notice->setVisible(!text.empty());
 }

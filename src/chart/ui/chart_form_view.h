@@ -8,12 +8,17 @@
 #include <functional>
 #include <string>
 
+class CChartCanvas;
 class IHistoryFeed;
+class IPrompt;
 class QLabel;
+class QMenu;
+class QPrinter;
 
 // The main frame's single chart view. It loads the history of a symbol (one request on the
 // lookup connection, the symbol watched on Level 1), reports the progress every 250 ms in the
-// frame's status bar and, until the panes arrive, shows a summary of the loaded series.
+// frame's status bar and draws the series in its stack of panes once it is complete. A line
+// over the panes says what is going on while there is nothing to draw.
 class CChartFormView : public QWidget, private IHistoryProgressView {
     Q_OBJECT
 
@@ -54,27 +59,42 @@ public:
     // The last progress text sent to the status bar.
     const std::string& LastStatusText() const { return m_lastStatus; }
 
+    CChartCanvas& Canvas() const { return *m_canvas; }
+    // The display or colour settings changed: the panes are laid out and drawn again.
+    void ApplyDisplaySettings();
+    bool ZoomIn();
+    bool ZoomOut();
+
+    // "Print...": the displayed panes fitted to the page under a title line. False when the
+    // printer could not be started.
+    bool Print(QPrinter& printer);
+    // "Export Image...": the same drawing into a PNG or PDF file, by its extension, at the
+    // view's size. An empty text on success, else why it failed.
+    std::string ExportImage(const std::string& path);
+    // The title line of a printout at the current local time.
+    std::string PrintTitleNow() const;
+    // Adds "Print..." and "Export Image..." to the pane menu, run through `print` and
+    // `exportImage`.
+    void SetChartMenuCommands(std::function<void()> print, std::function<void()> exportImage);
+
 private:
-    // IHistoryProgressView: no scroll bar and no panes yet; the summary stands for them.
-    void SetScrollRange(int maximum) override { m_scrollMaximum = maximum; }
-    void SetScrollPosition(int position) override { m_scrollPosition = position; }
-    int ScrollLimit() const override { return m_scrollMaximum; }
-    bool IsScrollAtLimit() const override { return m_scrollPosition >= m_scrollMaximum; }
+    // IHistoryProgressView, through the canvas's scroll bar and panes.
+    void SetScrollRange(int maximum) override;
+    void SetScrollPosition(int position) override;
+    int ScrollLimit() const override;
+    bool IsScrollAtLimit() const override;
     int RecomputeAndShowNewest() override;
     void AppendNewPoints(int count) override;
-    int DisplayedPointCount() const override { return CChartLoader::kDefaultDisplayedPoints; }
+    int DisplayedPointCount() const override;
     void SetStatusText(const std::string& text) override;
 
     void OnProgressTimer();
-    void ShowSummary();
+    void ShowNotice();
 
     CChartLoader m_loader;
     QTimer m_progressTimer;
     std::function<void(const std::string&)> m_statusSink;
     std::string m_lastStatus;
-    QLabel* m_title = nullptr;
-    QLabel* m_detail = nullptr;
-    QLabel* m_live = nullptr;
-    int m_scrollMaximum = 0;
-    int m_scrollPosition = 0;
+    CChartCanvas* m_canvas = nullptr;
+    QLabel* m_notice = nullptr;
 };

@@ -1,0 +1,341 @@
+#include "chart/ui/chart_canvas.h"
+
+#include "chart/chart_print.h"
+#include "chart/chart_style.h"
+#include "chart/chart_view_settings.h"
+#include "chart/ui/chart_stack_widget.h"
+#include "core/data_types.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
+#include "history/chart_hist_request.h"
+
+#include <QContextMenuEvent>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QWheelEvent>
+
+#include <fmt/format.h>
+
+#include <optional>
+
+namespace {
+
+std::optional<CDisplayRange::EKey> KeyOf(int key) {
+    switch (key) {
+    case Qt::Key_Left:
+        return CDisplayRange::EKey::Left;
+    case Qt::Key_Right:
+        return CDisplayRange::EKey::Right;
+    case Qt::Key_PageUp:
+        return CDisplayRange::EKey::PageUp;
+    case Qt::Key_PageDown:
+        return CDisplayRange::EKey::PageDown;
+    case Qt::Key_Home:
+        return CDisplayRange::EKey::Home;
+    case Qt::Key_End:
+        return CDisplayRange::EKey::End;
+    case Qt::Key_Plus:
+    case Qt::Key_Equal:
+        return CDisplayRange::EKey::Plus;
+    case Qt::Key_Minus:
+        return CDisplayRange::EKey::Minus;
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+CChartCanvas::CChartCanvas(const CChartHistRequest& history, QWidget* parent)
+    : QWidget(parent), m_history(history), m_draw(history) {
+    setObjectName("ChartCanvas");
+    setFocusPolicy(Qt::StrongFocus);
+    m_stack = new CChartStackWidget(this);
+    m_stack->setObjectName("ChartStack");
+    m_stack->setFocusPolicy(Qt::NoFocus);
+    m_stack->setMouseTracking(true);
+    m_stack->installEventFilter(this);
+    m_scrollBar = new QScrollBar(Qt::Horizontal, this);
+    m_scrollBar->setObjectName("ChartScrollBar");
+    m_scrollBar->setFocusPolicy(Qt::NoFocus);
+    connect(m_scrollBar, &QScrollBar::valueChanged, this, [this](int value) {
+        if (!m_syncing && m_range.SetPosition(value)) {
+            RedrawAll();
+        }
+    });
+}
+
+CChartCanvas::~CChartCanvas() = default;
+
+void CChartCanvas::SetSeries(const std::string& symbol, int dataType, int intervalIndex) {
+    m_symbol = symbol;
+    m_dataType = dataType;
+    m_intervalIndex = intervalIndex;
+}
+
+void CChartCanvas::LoadSettings() {
+    const CSettings& settings = CSettings::Instance();
+    m_layout = LoadPaneLayout(settings);
+    m_range.SetScrollStepSettings(LoadScrollStep(settings));
+    m_range.SetPointsIndex(settings.GetInt(keys::kPtsIndex));
+    SyncScrollBar();
+    Relayout();
+}
+
+void CChartCanvas::SetPointCount(int count, bool showNewest) {
+    m_range.SetPointCount(count);
+    if (showNewest) {
+        m_range.ShowNewest();
+    }
+    SyncScrollBar();
+}
+
+void CChartCanvas::SyncScrollBar() {
+    m_syncing = true;
+    m_scrollBar->setRange(CDisplayRange::Minimum(), m_range.Limit());
+    m_scrollBar->setPageStep(m_range.DisplayedPoints());
+    m_scrollBar->setSingleStep(1);
+    m_scrollBar->setValue(m_range.Position());
+    m_syncing = false;
+}
+
+void CChartCanvas::Relayout() {
+    SPaneGeometry geometry;
+    geometry.clientWidth = width();
+    geometry.clientHeight = height();
+    geometry.minimizedHeight = kMinimizedHeight;
+    geometry.scrollBarHeight = m_scrollBar->sizeHint().height();
+    m_layoutResult = m_layout.Layout(geometry);
+    m_stack->setGeometry(0, 0, m_layoutResult.paneWidth, m_layoutResult.paneAreaHeight);
+    m_scrollBar->setGeometry(0, m_layoutResult.scrollBarTop, width(), geometry.scrollBarHeight);
+
+    m_stack->HoldDrawing();
+    for (int pane = 0; pane < CHistChartDrawManager::kPaneCount; ++pane) {
+        const bool shown = pane < static_cast<int>(m_layoutResult.panes.size());
+        m_stack->SetPaneVisible(pane, shown);
+        if (shown) {
+            const SPaneRect& rect = m_layoutResult.panes[static_cast<std::size_t>(pane)];
+            m_stack->SetPaneGeometry(pane, rect.top, rect.height);
+        }
+    }
+    RedrawAll();
+    m_stack->ReleaseDrawing();
+}
+
+std::string CChartCanvas::ChartText() const {
+    try {
+        return m_dataType == kIntervals ? fmt::format("{}-Minute", IntervalMinutes(m_intervalIndex))
+                                        : DataTypeName(m_dataType);
+    } catch (const CInvalidArgException&) {
+        return {};
+    }
+}
+
+void CChartCanvas::RedrawAll() {
+    const bool hasData = !m_symbol.empty() && m_history.GetCount() > 0;
+    m_draw.SetScrollPosition(m_range.FirstIndex(), hasData ? m_range.DisplayedCount() : 0,
+                             m_dataType);
+    const SChartStyle style = ReadChartStyle(CSettings::Instance());
+    SPaneFrame frame;
+    frame.displayedPoints = m_range.DisplayedPoints();
+    const std::vector<std::string> fields =
+        hasData ? m_draw.PriceBarFields(m_symbol, ChartText()) : std::vector<std::string>{};
+    frame.priceBarText =
+        ::PriceBarText(fields, style.showPriceBar, m_layout.IsMinimized(0), m_layout.maximized);
+    m_priceBarText = frame.priceBarText;
+
+    m_stack->HoldDrawing();
+    m_draw.PaintPricePane(m_stack->Pane(0), style, frame);
+    for (int pane = 1; pane <= m_layout.LastPane(); ++pane) {
+        const std::string label = m_layout.IsMinimized(pane) && m_layout.maximized != pane
+                                      ? std::string("(Minimized)")
+                                      : std::string();
+        m_draw.PaintStudyPane(m_stack->Pane(pane), style, frame,
+                              m_layout.studyTypes[static_cast<std::size_t>(pane)], label);
+    }
+    m_stack->ReleaseDrawing();
+}
+
+void CChartCanvas::AfterRangeChange(bool pointsChanged) {
+    if (pointsChanged) {
+        CSettings::Instance().SetInt(keys::kPtsIndex, m_range.PointsIndex());
+        emit displayedPointsChanged(m_range.DisplayedPoints());
+    }
+    SyncScrollBar();
+    RedrawAll();
+}
+
+bool CChartCanvas::ZoomIn() {
+    if (m_symbol.empty() || !m_range.ZoomIn()) {
+        return false;
+    }
+    AfterRangeChange(true);
+    return true;
+}
+
+bool CChartCanvas::ZoomOut() {
+    if (m_symbol.empty() || !m_range.ZoomOut()) {
+        return false;
+    }
+    AfterRangeChange(true);
+    return true;
+}
+
+void CChartCanvas::StoreLayout() {
+    SavePaneLayout(CSettings::Instance(), m_layout);
+}
+
+void CChartCanvas::MinimizePane(int pane) {
+    if (m_layout.Minimize(pane)) {
+        StoreLayout();
+        Relayout();
+    }
+}
+
+void CChartCanvas::MaximizePane(int pane) {
+    if (m_layout.Maximize(pane)) {
+        StoreLayout();
+        Relayout();
+    }
+}
+
+void CChartCanvas::RestorePane(int pane) {
+    if (m_layout.Restore(pane)) {
+        StoreLayout();
+        Relayout();
+    }
+}
+
+void CChartCanvas::ShowPaneMenu(int pane, const QPoint& globalPos) {
+    QMenu menu(this);
+    menu.setObjectName("PaneMenu");
+    menu.addAction("Minimize Chart", this, [this, pane] { MinimizePane(pane); });
+    menu.addAction("Maximize Chart", this, [this, pane] { MaximizePane(pane); });
+    menu.addAction("Restore Chart", this, [this, pane] { RestorePane(pane); });
+    menu.addSeparator();
+    menu.addAction("Zoom In", this, [this] { ZoomIn(); })->setEnabled(!m_symbol.empty());
+    menu.addAction("Zoom Out", this, [this] { ZoomOut(); })->setEnabled(!m_symbol.empty());
+    if (m_menuExtender) {
+        m_menuExtender(menu);
+    }
+    menu.exec(globalPos);
+}
+
+double CChartCanvas::PixelsPerBar() const {
+    const CChart2D::SGeometry geometry = m_stack->Pane(0).Geometry();
+    return static_cast<double>(geometry.width - geometry.left - geometry.right) /
+           std::max(m_range.DisplayedPoints(), 1);
+}
+
+void CChartCanvas::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    Relayout();
+}
+
+void CChartCanvas::keyPressEvent(QKeyEvent* event) {
+    const std::optional<CDisplayRange::EKey> key = KeyOf(event->key());
+    if (!key || m_symbol.empty()) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    const int pointsIndex = m_range.PointsIndex();
+    if (m_range.Key(*key)) {
+        AfterRangeChange(m_range.PointsIndex() != pointsIndex);
+    }
+    event->accept();
+}
+
+bool CChartCanvas::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_stack && HandleMouse(event)) {
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+bool CChartCanvas::HandleMouse(QEvent* event) {
+    switch (event->type()) {
+    case QEvent::ContextMenu: {
+        auto* menuEvent = static_cast<QContextMenuEvent*>(event);
+        const int pane = m_stack->PaneAt(menuEvent->pos());
+        if (pane >= 0) {
+            ShowPaneMenu(pane, menuEvent->globalPos());
+        }
+        return true;
+    }
+    case QEvent::MouseButtonPress: {
+        auto* mouse = static_cast<QMouseEvent*>(event);
+        if (mouse->button() != Qt::LeftButton) {
+            return false;
+        }
+        setFocus(Qt::MouseFocusReason);
+        const int y = static_cast<int>(mouse->position().y());
+        m_dragBorder = m_layout.HitTestBorder(m_layoutResult, y, kBorderTolerance);
+        if (m_dragBorder < 0 && !m_symbol.empty()) {
+            m_draggingChart = true;
+            m_dragAnchorPosition = m_range.Position();
+            m_dragStartX = mouse->position().x();
+            m_stack->setCursor(Qt::ClosedHandCursor);
+        }
+        return true;
+    }
+    case QEvent::MouseMove: {
+        auto* mouse = static_cast<QMouseEvent*>(event);
+        const int y = static_cast<int>(mouse->position().y());
+        if (m_dragBorder >= 0) {
+            SPaneLayout moved = m_layout;
+            if (moved.DragBorder(m_layoutResult, m_dragBorder, y, kMinPaneHeight) &&
+                !(moved == m_layout)) {
+                m_layout = moved;
+                Relayout();
+            }
+        } else if (m_draggingChart) {
+            if (m_range.DragTo(m_dragAnchorPosition, mouse->position().x() - m_dragStartX,
+                               PixelsPerBar())) {
+                SyncScrollBar();
+                RedrawAll();
+            }
+        } else {
+            const bool onBorder = m_layout.HitTestBorder(m_layoutResult, y, kBorderTolerance) >= 0;
+            m_stack->setCursor(onBorder ? Qt::SplitVCursor : Qt::ArrowCursor);
+        }
+        return true;
+    }
+    case QEvent::MouseButtonRelease: {
+        if (m_dragBorder >= 0) {
+            StoreLayout();
+        }
+        m_dragBorder = -1;
+        m_draggingChart = false;
+        m_stack->setCursor(Qt::ArrowCursor);
+        return true;
+    }
+    case QEvent::Wheel: {
+        auto* wheel = static_cast<QWheelEvent*>(event);
+        const int notches = wheel->angleDelta().y() / 120;
+        if (notches != 0 && !m_symbol.empty() && m_range.Wheel(notches)) {
+            AfterRangeChange(true);
+        }
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+void CChartCanvas::RenderPanes(QPainter& painter, const QRectF& target) {
+    std::vector<int> panes;
+    for (int pane = 0; pane <= m_layout.LastPane(); ++pane) {
+        panes.push_back(pane);
+    }
+    m_stack->RenderPanes(painter, target, panes);
+}
+
+QSize CChartCanvas::PanesSize() const {
+    int height = 0;
+    for (const SPaneRect& rect : m_layoutResult.panes) {
+        height += rect.height;
+    }
+    return {m_layoutResult.paneWidth, height};
+}

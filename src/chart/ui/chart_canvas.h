@@ -1,0 +1,116 @@
+#pragma once
+
+// The drawing half of the chart view: the stack of eleven panes with its horizontal scroll bar,
+// the pane layout, the display range and the draw manager. It shows whatever the series holds
+// and handles the trader's gestures on it: the scroll bar, dragging the chart, the wheel and the
+// keys, the pane menu and dragging the border between two panes. The window's view and the
+// offscreen renderer both draw through it.
+
+#include "chart/display_range.h"
+#include "chart/draw_manager.h"
+#include "chart/pane_layout.h"
+
+#include <QWidget>
+
+#include <functional>
+#include <string>
+
+class CChartHistRequest;
+class CChartStackWidget;
+class QMenu;
+class QPainter;
+class QScrollBar;
+
+class CChartCanvas : public QWidget {
+    Q_OBJECT
+
+public:
+    // Height of a minimised pane: its label strip.
+    static constexpr int kMinimizedHeight = 20;
+    static constexpr int kMinPaneHeight = 24;
+    static constexpr int kBorderTolerance = 3;
+
+    explicit CChartCanvas(const CChartHistRequest& history, QWidget* parent = nullptr);
+    ~CChartCanvas() override;
+
+    // What the panes show: the symbol, its data type and interval index (for the price bar and
+    // the labels). An empty symbol shows empty panes.
+    void SetSeries(const std::string& symbol, int dataType, int intervalIndex);
+    // Reads the layout, the displayed points and the scroll step from the settings, lays the
+    // panes out and redraws.
+    void LoadSettings();
+
+    // The series holds `count` points: a view at the right edge follows the newest points, a
+    // view scrolled back stays. `showNewest` moves to the newest points whatever the position.
+    void SetPointCount(int count, bool showNewest);
+    void ResetYRange() { m_draw.ResetYRange(); }
+
+    // Recomputes the pane rectangles and redraws.
+    void Relayout();
+    // Hands the draw manager the scroll position and redraws every displayed pane (nothing
+    // when no symbol is shown or the series is empty: the panes keep their frames).
+    void RedrawAll();
+
+    // Commands of the view's menu and keys; each redraws and stores what changed.
+    bool ZoomIn();
+    bool ZoomOut();
+    void MinimizePane(int pane);
+    void MaximizePane(int pane);
+    void RestorePane(int pane);
+
+    // The displayed panes 0 to n, one below the other, scaled into `target`.
+    void RenderPanes(QPainter& painter, const QRectF& target);
+    // The size of that drawing at the view's scale: the pane width and the panes' heights.
+    QSize PanesSize() const;
+
+    CChartStackWidget& Stack() const { return *m_stack; }
+    QScrollBar* ScrollBar() const { return m_scrollBar; }
+    const CDisplayRange& Range() const { return m_range; }
+    const SPaneLayout& Layout() const { return m_layout; }
+    const SPaneLayoutResult& LayoutResult() const { return m_layoutResult; }
+    CHistChartDrawManager& DrawManager() { return m_draw; }
+    // Adds the view's commands to the pane menu.
+    void SetMenuExtender(std::function<void(QMenu&)> extender) {
+        m_menuExtender = std::move(extender);
+    }
+    // The price bar text of the last redraw.
+    const std::string& PriceBarText() const { return m_priceBarText; }
+
+signals:
+    // The displayed points changed (zoom): the status bar's count follows.
+    void displayedPointsChanged(int points);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void SyncScrollBar();
+    void AfterRangeChange(bool pointsChanged);
+    void ShowPaneMenu(int pane, const QPoint& globalPos);
+    void StoreLayout();
+    bool HandleMouse(QEvent* event);
+    double PixelsPerBar() const;
+    std::string ChartText() const;
+
+    const CChartHistRequest& m_history;
+    CChartStackWidget* m_stack = nullptr;
+    QScrollBar* m_scrollBar = nullptr;
+    CHistChartDrawManager m_draw;
+    CDisplayRange m_range;
+    SPaneLayout m_layout;
+    SPaneLayoutResult m_layoutResult;
+    std::string m_symbol;
+    int m_dataType = 0;
+    int m_intervalIndex = 0;
+    std::string m_priceBarText;
+    bool m_syncing = false;
+    std::function<void(QMenu&)> m_menuExtender;
+
+    // A drag in progress: of a pane border (the lower pane) or of the chart.
+    int m_dragBorder = -1;
+    bool m_draggingChart = false;
+    int m_dragAnchorPosition = 0;
+    double m_dragStartX = 0.0;
+};
