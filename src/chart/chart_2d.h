@@ -152,6 +152,7 @@ public:
     CChart2D& operator=(const CChart2D&) = delete;
 
     // ---- series ----
+    // A non-finite xOffset throws CInvalidArgException and leaves the series as it was.
     // A line through values[i] at slot xOffset + i.
     virtual void SetLine(SeriesId id, std::span<const double> values, double xOffset) = 0;
     // A line through explicit points (fractional slots allowed, in the order given).

@@ -28,7 +28,7 @@ QImage Paint(const CPaneSeriesSet& set, const QRect& plot, const SAxisMap& x, co
     QPainter painter(&image);
     painter.setClipRect(area);
     const SAxisMap axes[2] = {y, y};
-    PaintPaneSeries(painter, set, plot, x, axes, raster ? &pixels : nullptr, area.topLeft());
+    PaintPaneSeries(painter, set, plot, x, axes, raster ? &pixels : nullptr, area);
     return image;
 }
 

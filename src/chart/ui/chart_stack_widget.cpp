@@ -33,8 +33,10 @@ CChartStackWidget::CChartStackWidget(QWidget* parent) : QCustomPlot(parent) {
     m_layout = new CPaneStackLayout;
     plotLayout()->addElement(0, 0, m_layout);
     m_marginGroup = new CVisibleMarginGroup(this);
+    // The panes draw one after the other, so one scratch image serves them all.
+    const auto raster = std::make_shared<QImage>();
     for (int i = 0; i < kPaneCount; ++i) {
-        m_panes[i] = std::make_unique<CStackPaneChart>(*this, i);
+        m_panes[i] = std::make_unique<CStackPaneChart>(*this, i, raster);
         m_layout->AddPane(m_panes[i]->AxisRect());
     }
     ApplyPaneSlots();
@@ -112,7 +114,7 @@ void CChartStackWidget::ShareBackground() {
             shared = shared ? shared : &color;
         }
     }
-    same = same && shared;
+    same = same && shared != nullptr;
     setBackground(QBrush(same ? *shared : QColor(Qt::white)));
     for (const auto& pane : m_panes) {
         pane->SetFillsBackground(!same);

@@ -9,7 +9,12 @@
 // widget pixels, full width). Holding drawing on any pane holds the whole stack: the holds of
 // all panes nest in one counter, and the release that closes the last one draws the stack once.
 // Changes made while nothing is held are drawn together, once, when control returns to the
-// event loop.
+// event loop. Use Redraw() or the holds rather than QCustomPlot's replot(), which knows nothing
+// of them.
+//
+// On the screen buffer the panes' bars, histograms and dense lines are written straight into
+// pixels (see PaintPaneSeries); a buffer with a device pixel ratio other than 1 takes the slower
+// path through QPainter.
 
 #include "chart/chart_2d.h"
 
@@ -60,8 +65,10 @@ public:
     // How many times the stack has been drawn to the screen buffer.
     int ReplotCount() const { return m_replots; }
 
-    // Draws `panes` one below the other, each at its current height and the widget's width,
-    // scaled to fill `target` (printing, PDF and image export). Hidden panes are drawn too.
+    // Draws `panes` (each once) one below the other, each at its current height and the
+    // widget's width, scaled to fill `target` (printing, PDF and image export); onto a target
+    // smaller than that the panes are laid out at the target's size instead, so that lines do
+    // not fade. Hidden panes are drawn too. Everything goes through the painter as vectors.
     void RenderPanes(QPainter& painter, const QRectF& target, std::span<const int> panes);
     // The visible panes, top to bottom, as an image of the widget's width and their heights.
     QImage RenderImage();

@@ -3,6 +3,7 @@
 #include <QFontMetrics>
 #include <QPaintEngine>
 
+#include <algorithm>
 #include <cmath>
 
 QString CValueAxisTicker::getTickLabel(double tick, const QLocale& /*locale*/, QChar /*formatChar*/,
@@ -18,8 +19,9 @@ SAxisMap AxisMapOf(const QCPAxis& axis) {
 }
 
 CPaneSeriesLayerable::CPaneSeriesLayerable(QCustomPlot* plot, QCPAxisRect* rect, QCPAxis* x,
-                                           QCPAxis* y, QCPAxis* y2)
-    : QCPLayerable(plot, QStringLiteral("main"), rect), m_rect(rect), m_x(x), m_y{y, y2} {}
+                                           QCPAxis* y, QCPAxis* y2, std::shared_ptr<QImage> raster)
+    : QCPLayerable(plot, QStringLiteral("main"), rect), m_rect(rect), m_x(x), m_y{y, y2},
+      m_raster(std::move(raster)) {}
 
 void CPaneSeriesLayerable::applyDefaultAntialiasingHint(QCPPainter* painter) const {
     painter->setAntialiasing(false);
@@ -29,28 +31,38 @@ QRect CPaneSeriesLayerable::clipRect() const {
     return m_rect->rect();
 }
 
+namespace {
+
+// Whether `painter` paints pixels one to one: the screen buffer, not a picture being recorded for
+// printing or export, nor a scaled painter. Such a painter takes prepared images.
+bool PaintsPixels(const QPainter& painter) {
+    const QTransform& transform = painter.transform();
+    return painter.paintEngine() && painter.paintEngine()->type() == QPaintEngine::Raster &&
+           transform.type() <= QTransform::TxTranslate &&
+           transform.dx() == std::floor(transform.dx()) &&
+           transform.dy() == std::floor(transform.dy());
+}
+
+} // namespace
+
 void CPaneSeriesLayerable::draw(QCPPainter* painter) {
     const SAxisMap y[2] = {AxisMapOf(*m_y[0]), AxisMapOf(*m_y[1])};
     const QRect plot = m_rect->rect();
-    // The screen buffer takes the plot area's pixels as one image; a picture being recorded
-    // for printing or export, or any scaled painter, gets every mark through QPainter.
-    const QTransform& transform = painter->transform();
-    const bool raster = painter->paintEngine() &&
-                        painter->paintEngine()->type() == QPaintEngine::Raster &&
-                        transform.type() <= QTransform::TxTranslate &&
-                        transform.dx() == std::floor(transform.dx()) &&
-                        transform.dy() == std::floor(transform.dy());
-    if (!raster || plot.width() <= 0 || plot.height() <= 0) {
+    // A pixel painter takes the marks as one image; any other gets them through QPainter.
+    if (!PaintsPixels(*painter) || plot.width() <= 0 || plot.height() <= 0) {
         PaintPaneSeries(*painter, m_series, plot, AxisMapOf(*m_x), y);
         return;
     }
     // The layer clips one pixel higher than the plot area; so does the image.
     const QRect area = plot.translated(0, -1);
-    if (m_raster.size() != area.size()) {
-        m_raster = QImage(area.size(), QImage::Format_ARGB32_Premultiplied);
-        m_raster.fill(Qt::transparent);
+    QImage& raster = *m_raster;
+    if (raster.width() < area.width() || raster.height() < area.height()) {
+        raster =
+            QImage(std::max(raster.width(), area.width()), std::max(raster.height(), area.height()),
+                   QImage::Format_ARGB32_Premultiplied);
+        raster.fill(Qt::transparent);
     }
-    PaintPaneSeries(*painter, m_series, plot, AxisMapOf(*m_x), y, &m_raster, area.topLeft());
+    PaintPaneSeries(*painter, m_series, plot, AxisMapOf(*m_x), y, &raster, area);
 }
 
 CPaneFrameLayerable::CPaneFrameLayerable(QCustomPlot* plot, const QString& layer, QCPAxisRect* rect,
@@ -81,19 +93,41 @@ void CPaneFrameLayerable::draw(QCPPainter* painter) {
     // From the left edge of the plot area, clear of value labels on the left, centred in the
     // strip above it.
     const int strip = m_rect->rect().top() - outer.top();
-    const int height = QFontMetrics(m_font).height();
-    painter->setFont(m_font);
-    painter->setPen(m_color);
-    painter->drawStaticText(m_rect->rect().left() + 4,
-                            outer.top() + std::max(strip - height, 0) / 2, m_text);
+    const QFontMetrics metrics(m_font);
+    const QPoint at(m_rect->rect().left() + 4,
+                    outer.top() + std::max(strip - metrics.height(), 0) / 2);
+    if (!PaintsPixels(*painter)) {
+        painter->setFont(m_font);
+        painter->setPen(m_color);
+        painter->drawStaticText(at, m_text);
+        return;
+    }
+    // On the screen the text is drawn once into an image, which each drawing puts in place.
+    if (m_textImage.isNull()) {
+        m_textImage = QImage(static_cast<int>(std::ceil(m_text.size().width())) + 2,
+                             metrics.height(), QImage::Format_ARGB32_Premultiplied);
+        m_textImage.fill(Qt::transparent);
+        QPainter text(&m_textImage);
+        text.setFont(m_font);
+        text.setPen(m_color);
+        text.drawStaticText(0, 0, m_text);
+    }
+    painter->drawImage(at, m_textImage);
+}
+
+void CPaneFrameLayerable::SetColor(const QColor& color) {
+    m_color = color;
+    m_textImage = QImage();
 }
 
 void CPaneFrameLayerable::SetText(const QString& text) {
     m_text.setText(text);
     m_text.prepare(QTransform(), m_font);
+    m_textImage = QImage();
 }
 
 void CPaneFrameLayerable::SetFont(const QFont& font) {
     m_font = font;
     m_text.prepare(QTransform(), m_font);
+    m_textImage = QImage();
 }

@@ -14,6 +14,8 @@
 #include <QStaticText>
 #include <QString>
 
+#include <memory>
+
 // Value labels with "%.*f" at a chosen precision; the ticks themselves are QCustomPlot's.
 class CValueAxisTicker : public QCPAxisTicker {
 public:
@@ -31,7 +33,9 @@ private:
 // Draws the series of one pane inside its plot area, on the plot's "main" layer.
 class CPaneSeriesLayerable : public QCPLayerable {
 public:
-    CPaneSeriesLayerable(QCustomPlot* plot, QCPAxisRect* rect, QCPAxis* x, QCPAxis* y, QCPAxis* y2);
+    // `raster` is shared by the panes of one plot, which draw one after the other.
+    CPaneSeriesLayerable(QCustomPlot* plot, QCPAxisRect* rect, QCPAxis* x, QCPAxis* y, QCPAxis* y2,
+                         std::shared_ptr<QImage> raster);
 
     CPaneSeriesSet& Series() { return m_series; }
     const CPaneSeriesSet& Series() const { return m_series; }
@@ -46,7 +50,7 @@ private:
     QCPAxis* m_x;
     QCPAxis* m_y[2];
     CPaneSeriesSet m_series;
-    QImage m_raster; // the plot area's pixels, transparent between drawings
+    std::shared_ptr<QImage> m_raster; // transparent between drawings; grows to the plot area
 };
 
 // Paints the pane's background over its whole rectangle (on the "background" layer) or its
@@ -58,7 +62,7 @@ public:
 
     CPaneFrameLayerable(QCustomPlot* plot, const QString& layer, QCPAxisRect* rect, EPart part);
 
-    void SetColor(const QColor& color) { m_color = color; }
+    void SetColor(const QColor& color);
     void SetText(const QString& text);
     QString Text() const { return m_text.text(); }
     void SetFont(const QFont& font);
@@ -72,7 +76,8 @@ private:
     QCPAxisRect* m_rect;
     EPart m_part;
     QColor m_color;
-    QStaticText m_text; // laid out once, drawn on every replot
+    QStaticText m_text; // laid out once
+    QImage m_textImage; // the label line drawn, for the screen; null until needed
     QFont m_font;
 };
 

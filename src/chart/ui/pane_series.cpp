@@ -222,12 +222,12 @@ SPaneSeries::EKind CPaneSeriesSet::KindOf(CChart2D::SeriesId id) const {
 
 void PaintPaneSeries(QPainter& painter, const CPaneSeriesSet& set, const QRect& plot,
                      const SAxisMap& x, const SAxisMap (&y)[2], QImage* raster,
-                     QPoint rasterOrigin) {
+                     const QRect& rasterArea) {
     if (plot.width() <= 0 || plot.height() <= 0) {
         return;
     }
     painter.setRenderHint(QPainter::Antialiasing, false);
-    CPaneSurface surface(painter, raster, rasterOrigin);
+    CPaneSurface surface(painter, raster, rasterArea);
     const auto axis = [&](CChart2D::EAxis which) -> const SAxisMap& {
         return y[which == CChart2D::EAxis::Y ? 0 : 1];
     };

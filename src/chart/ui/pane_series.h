@@ -11,7 +11,7 @@
 
 #include "chart/chart_2d.h"
 
-#include <QPoint>
+#include <QRect>
 #include <Qt>
 
 #include <map>
@@ -19,7 +19,6 @@
 
 class QImage;
 class QPainter;
-class QRect;
 
 struct SPaneSeries {
     enum class EKind { Line, PriceBars, Histogram };
@@ -63,13 +62,13 @@ private:
 
 // Draws every series of `set` in id order without antialiasing. `plot` is the plot area in the
 // painter's pixels (the painter clips to it); `y` holds the maps of the axes y and y2. With a
-// `raster` image (ARGB32 premultiplied, lying at `rasterOrigin`, typically the plot area) the
-// bars, histograms and dense lines are written into its pixels and drawn as one image: far
-// cheaper than thousands of thin rectangles through QPainter. Pass none when the painter
-// records or prints.
+// `raster` image (ARGB32 premultiplied, transparent, at least as large as `rasterArea`, whose
+// pixels from (0, 0) it covers) the bars, histograms and dense lines are written into its
+// pixels and drawn as one image: far cheaper than thousands of thin rectangles through QPainter.
+// The raster is transparent again afterwards. Pass none when the painter records or prints.
 void PaintPaneSeries(QPainter& painter, const CPaneSeriesSet& set, const QRect& plot,
                      const SAxisMap& x, const SAxisMap (&y)[2], QImage* raster = nullptr,
-                     QPoint rasterOrigin = QPoint());
+                     const QRect& rasterArea = QRect());
 
 // The Qt pen style of an ELineStyle index (solid for any other index).
 Qt::PenStyle QtPenStyleOf(int style);

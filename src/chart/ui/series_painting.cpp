@@ -23,13 +23,13 @@ SIndexRange VisibleIndexes(std::size_t count, double xOffset, const SAxisMap& x,
     return {static_cast<std::size_t>(first), static_cast<std::size_t>(last), first > last};
 }
 
-CPaneSurface::CPaneSurface(QPainter& painter, QImage* raster, QPoint origin)
-    : m_painter(painter), m_raster(raster), m_origin(origin) {
+CPaneSurface::CPaneSurface(QPainter& painter, QImage* raster, const QRect& area)
+    : m_painter(painter), m_raster(raster), m_origin(area.topLeft()) {
     if (m_raster) {
         m_bits = m_raster->bits();
         m_stride = m_raster->bytesPerLine();
-        m_width = m_raster->width();
-        m_height = m_raster->height();
+        m_width = std::min(area.width(), m_raster->width());
+        m_height = std::min(area.height(), m_raster->height());
     }
 }
 

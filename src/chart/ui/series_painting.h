@@ -90,8 +90,9 @@ inline QRect VerticalRun(int x, int a, int b, int width = 1) {
 // cleared as a whole. Without `raster` (printing, pictures) everything goes through the painter.
 class CPaneSurface {
 public:
-    // `raster`, when given, is transparent and lies at `origin` in the painter's coordinates.
-    CPaneSurface(QPainter& painter, QImage* raster, QPoint origin);
+    // `raster`, when given, is transparent; its pixels from (0, 0) cover `area` (painter
+    // coordinates, no larger than the raster).
+    CPaneSurface(QPainter& painter, QImage* raster, const QRect& area);
     ~CPaneSurface() { Flush(); }
     CPaneSurface(const CPaneSurface&) = delete;
     CPaneSurface& operator=(const CPaneSurface&) = delete;

@@ -29,7 +29,8 @@ void CheckOffset(double xOffset) {
 
 } // namespace
 
-CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index)
+CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index,
+                                 std::shared_ptr<QImage> raster)
     : m_stack(stack), m_index(index), m_rect(new CPaneAxisRect(&stack)) {
     m_rect->setLayer(QStringLiteral("background"));
     m_rect->setRangeDrag({});
@@ -70,7 +71,7 @@ CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index)
 
     m_background = new CPaneFrameLayerable(&stack, QStringLiteral("background"), m_rect,
                                            CPaneFrameLayerable::EPart::Background);
-    m_series = new CPaneSeriesLayerable(&stack, m_rect, m_x, m_y[0], m_y[1]);
+    m_series = new CPaneSeriesLayerable(&stack, m_rect, m_x, m_y[0], m_y[1], std::move(raster));
     m_labelLine = new CPaneFrameLayerable(&stack, QStringLiteral("legend"), m_rect,
                                           CPaneFrameLayerable::EPart::LabelLine);
     m_labelLine->SetFont(PixelFont(stack.font(), CChartStackWidget::kLabelFontPixels));

@@ -9,12 +9,15 @@
 
 #include <QSharedPointer>
 
+#include <memory>
+
 class CChartStackWidget;
 class CPaneAxisRect;
 
 class CStackPaneChart final : public CChart2D {
 public:
-    CStackPaneChart(CChartStackWidget& stack, int index);
+    // `raster`: the stack's scratch image for drawing series (see CPaneSeriesLayerable).
+    CStackPaneChart(CChartStackWidget& stack, int index, std::shared_ptr<QImage> raster);
 
     QCPAxisRect* AxisRect() const;
     int Index() const { return m_index; }
