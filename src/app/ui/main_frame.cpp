@@ -5,6 +5,8 @@
 #include "app/ui/ribbon_bar.h"
 #include "base/error.h"
 #include "chart/ui/chart_form_view.h"
+#include "chart/ui/color_page.h"
+#include "chart/ui/display_settings_page.h"
 #include "core/prompt.h"
 #include "core/settings.h"
 #include "core/ui/setting_sheet.h"
@@ -32,6 +34,7 @@
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QStatusBar>
+#include <QTabWidget>
 #include <QToolButton>
 
 #include <fmt/format.h>
@@ -106,6 +109,8 @@ void CMainFrame::MakeRibbon() {
     m_home = MakeHomeRibbon(*Ribbon());
     MakeApplicationLinks(m_home.applicationsButton);
     connect(m_home.dataSettingsButton, &QToolButton::clicked, this, [this] { OpenDataSettings(); });
+    connect(m_home.chartSettingsButton, &QToolButton::clicked, this,
+            [this] { OpenSettings(EFirstPage::DisplayPage); });
     connect(m_home.zoomInButton, &QToolButton::clicked, this, [this] { m_view->ZoomIn(); });
     connect(m_home.zoomOutButton, &QToolButton::clicked, this, [this] { m_view->ZoomOut(); });
     connect(m_home.printButton, &QToolButton::clicked, this, [this] { PrintChart(); });
@@ -136,6 +141,7 @@ void CMainFrame::MakeRibbon() {
         if (!m_filling && index >= 0) {
             CSettings::Instance().SetInt(keys::kCandlePriceChartStyle,
                                          m_home.styleCombo->itemData(index).toInt());
+            m_view->Redraw();
         }
         UpdateStatusPanes();
     });
@@ -158,12 +164,31 @@ void CMainFrame::ChangeDataType(int dataType) {
 }
 
 void CMainFrame::OpenDataSettings() {
+    OpenSettings(EFirstPage::DataPage);
+}
+
+void CMainFrame::OpenSettings(EFirstPage first) {
     CSettingSheet sheet(this);
+    auto* displayPage = new CDisplaySettingsPage(Prompt());
+    auto* colorPage = new CColorPage();
     auto* dataPage = new CDataSettingsPage(Prompt());
+    sheet.AddPage(displayPage);
+    sheet.AddPage(colorPage);
     sheet.AddPage(dataPage);
-    connect(&sheet, &CSettingSheet::pageApplied, this, [this, dataPage](CSettingPage* page) {
-        if (page == dataPage) {
+    sheet.findChild<QTabWidget*>()->setCurrentWidget(
+        first == EFirstPage::DataPage ? static_cast<QWidget*>(dataPage) : displayPage);
+    bool reload = false;
+    connect(&sheet, &CSettingSheet::pageApplied, this,
+            [&reload, dataPage](CSettingPage* page) { reload = reload || page == dataPage; });
+    // Grid on or off is stored at once; the panes show it at once too.
+    connect(displayPage, &CDisplaySettingsPage::showGridChanged, this,
+            [this] { m_view->ApplyDisplaySettings(); });
+    connect(&sheet, &CSettingSheet::settingsApplied, this, [this, &reload] {
+        SyncStyleCombo();
+        m_view->ApplyDisplaySettings();
+        if (reload) {
             // The request settings changed: the shown chart asks for its history again.
+            reload = false;
             m_view->ReloadRequestSettings();
             m_view->Reload();
         }
@@ -171,6 +196,13 @@ void CMainFrame::OpenDataSettings() {
     m_sheet = &sheet;
     sheet.exec();
     m_sheet = nullptr;
+}
+
+void CMainFrame::SyncStyleCombo() {
+    const int style = CSettings::Instance().GetInt(keys::kCandlePriceChartStyle);
+    m_filling = true;
+    m_home.styleCombo->setCurrentIndex(std::max(0, FindComboData(ChartStyleItems(), style)));
+    m_filling = false;
 }
 
 void CMainFrame::PrintChart() {

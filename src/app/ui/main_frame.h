@@ -57,8 +57,11 @@ public:
     // The data type chosen on the ribbon: stores "RequestDataType", copies that data type's
     // request kind into "RequestType" and reloads a shown symbol.
     void ChangeDataType(int dataType);
-    // Runs the settings sheet modally; stored data settings reload a shown chart.
+    // Runs the settings sheet modally (display, colour and data pages), opened on the data page;
+    // stored settings redraw the chart, stored data settings reload it.
     void OpenDataSettings();
+    enum class EFirstPage { DisplayPage, DataPage };
+    void OpenSettings(EFirstPage first);
     // "Print..." through the print dialog, and "Export Image..." to a PNG or PDF file.
     void PrintChart();
     void ExportChartImage();
@@ -108,6 +111,8 @@ private:
     void MakeApplicationLinks(QToolButton* button);
     void LaunchApplication(const QString& executable, const QStringList& arguments);
     void UpdateStatusPanes();
+    // The ribbon's style combo shows "Candle Price Chart Style" again (the display page sets it).
+    void SyncStyleCombo();
     void AddRecentSymbol(const std::string& symbol);
 
     CChartFormView* m_view = nullptr;

@@ -118,6 +118,10 @@ void CChartFormView::ApplyDisplaySettings() {
     m_canvas->LoadSettings();
 }
 
+void CChartFormView::Redraw() {
+    m_canvas->RedrawAll();
+}
+
 bool CChartFormView::ZoomIn() {
     return m_canvas->ZoomIn();
 }

@@ -62,6 +62,8 @@ public:
     CChartCanvas& Canvas() const { return *m_canvas; }
     // The display or colour settings changed: the panes are laid out and drawn again.
     void ApplyDisplaySettings();
+    // Draws the panes again with the settings as they stand.
+    void Redraw();
     bool ZoomIn();
     bool ZoomOut();
 
