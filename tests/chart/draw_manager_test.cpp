@@ -1,0 +1,141 @@
+#include "chart/chart_view_settings.h"
+#include "chart/draw_manager.h"
+#include "core/data_types.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
+#include "history/chart_hist_request.h"
+#include "recording_chart_2d.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using skychart::test::CRecordingChart2D;
+
+// A series of daily bars whose prices rise by one a day; bar i has high 12 + i, low 8 + i.
+class DrawManager : public ::testing::Test {
+protected:
+    void Fill(int count) {
+        for (int i = 0; i < count; ++i) {
+            sTICK bar;
+            bar.time = CDateTime(CDateTime(2020, 1, 1, 0, 0, 0).Days() + i);
+            bar.open = 10.0 + i;
+            bar.high = 12.0 + i;
+            bar.low = 8.0 + i;
+            bar.close = i % 2 == 0 ? 11.0 + i : 9.0 + i;
+            bar.volume = 1000 + i;
+            ASSERT_TRUE(history.AppendTick(bar));
+        }
+    }
+
+    CChartHistRequest history;
+    CHistChartDrawManager draw{history};
+    CRecordingChart2D chart;
+    SChartStyle style;
+};
+
+TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsWithTheirRangeAndCandleWidth) {
+    Fill(300);
+    chart.SetGeometry({840, 400, 0, 0, 20, 20});
+    draw.SetScrollPosition(180, 120, kDays);
+    ASSERT_EQ(draw.Displayed().Count(), 120);
+    EXPECT_EQ(draw.Displayed().first, 180);
+    SPaneFrame frame;
+    frame.displayedPoints = 120;
+    frame.priceBarText = "LUMA";
+    draw.PaintPricePane(chart, style, frame);
+
+    const CRecordingChart2D::SSeries* bars = chart.Series(CHistPriceChart::kPriceSeries);
+    ASSERT_NE(bars, nullptr);
+    ASSERT_EQ(bars->close.size(), 120U);
+    EXPECT_EQ(bars->open.front(), 190.0);
+    EXPECT_EQ(bars->close.back(), 9.0 + 299);
+    // 120 points on 840 pixels without margins: 5 pixel candles in the wide style.
+    EXPECT_EQ(bars->bars.width, 5);
+    EXPECT_EQ(bars->bars.style, CChart2D::ECandleStyle::Wide);
+    EXPECT_EQ(bars->bars.up, style.upCandle);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0 + 180);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 299);
+    EXPECT_EQ(chart.XRange().min, -0.5);
+    EXPECT_EQ(chart.XRange().max, 119.5);
+    EXPECT_FALSE(chart.XLabels().empty());
+    EXPECT_EQ(chart.LabelLineText(), "LUMA");
+    EXPECT_EQ(chart.HoldDepth(), 0);
+
+    // Fixed y scaling keeps the range while scrolling; a new series fits it again.
+    style.fixedYScaling = true;
+    draw.SetScrollPosition(0, 120, kDays);
+    draw.PaintPricePane(chart, style, frame);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0 + 180);
+    draw.ResetYRange();
+    draw.PaintPricePane(chart, style, frame);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 119);
+}
+
+TEST_F(DrawManager, ChartTypeFollowsTheDataTypeAndTheStyle) {
+    Fill(50);
+    chart.SetGeometry({840, 400, 0, 0, 20, 20});
+    SPaneFrame frame;
+    frame.displayedPoints = 3840;
+    style.candleStyle = 0;
+    draw.SetScrollPosition(0, 50, kDays);
+    draw.PaintPricePane(chart, style, frame);
+    const CRecordingChart2D::SSeries* bars = chart.Series(CHistPriceChart::kPriceSeries);
+    ASSERT_NE(bars, nullptr);
+    EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::PriceBars);
+    EXPECT_EQ(bars->bars.kind, CChart2D::EPriceBarKind::OhlcBars);
+    // 3840 points on the same plot: no width left, the narrow style.
+    EXPECT_EQ(bars->bars.width, 0);
+    EXPECT_EQ(bars->bars.style, CChart2D::ECandleStyle::Narrow);
+
+    // Ticks are a line of trade prices whatever the style, and every price accessor gives it.
+    style.candleStyle = 1;
+    draw.SetScrollPosition(0, 50, kTicks);
+    draw.PaintPricePane(chart, style, frame);
+    bars = chart.Series(CHistPriceChart::kPriceSeries);
+    ASSERT_NE(bars, nullptr);
+    EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Line);
+    EXPECT_EQ(bars->values[3], 9.0 + 3);
+    EXPECT_EQ(draw.Open(3), 9.0 + 3);
+    EXPECT_EQ(draw.High(3), 9.0 + 3);
+    EXPECT_EQ(draw.Volume(-7), 1000);
+    EXPECT_EQ(draw.Close(1000), 9.0 + 49);
+}
+
+TEST_F(DrawManager, PriceBarNamesTheNewestDisplayedBar) {
+    Fill(5);
+    draw.SetScrollPosition(0, 4, kDays);
+    const std::vector<std::string> fields = draw.PriceBarFields("LUMA", "Daily");
+    EXPECT_EQ(fields, (std::vector<std::string>{"LUMA", "Daily", "2020/01/04", "O 13.00", "H 15.00",
+                                                "L 11.00", "C 12.00", "V 1.00K"}));
+    draw.SetScrollPosition(0, 0, kDays);
+    EXPECT_EQ(draw.PriceBarFields("LUMA", "Daily").size(), 2U);
+}
+
+TEST(ChartViewSettings, TheLayoutSurvivesARestart) {
+    CSettings settings;
+    settings.RegisterAll(AllSettingKeys());
+    SPaneLayout layout = LoadPaneLayout(settings);
+    EXPECT_EQ(layout.displayedCount, 1);
+    EXPECT_EQ(layout.tops[1], 0.66);
+    EXPECT_EQ(layout.tops[2], 1.0);
+    EXPECT_EQ(layout.maximized, SPaneLayout::kNoMaximized);
+
+    settings.SetInt(keys::kNumberOfStudyCharts, 2);
+    layout = LoadPaneLayout(settings);
+    ASSERT_TRUE(layout.Minimize(2));
+    layout.tops[1] = 0.5;
+    SavePaneLayout(settings, layout);
+    EXPECT_EQ(settings.GetText(keys::Numbered(keys::kChartMinimized, 2)), "1");
+    EXPECT_EQ(settings.GetText(keys::Numbered(keys::kTopOfChart, 1)), "0.5");
+    EXPECT_EQ(settings.GetText(keys::kMaximizedChartIndex), "999");
+    EXPECT_EQ(LoadPaneLayout(settings), layout);
+
+    ASSERT_TRUE(layout.Maximize(1));
+    SavePaneLayout(settings, layout);
+    EXPECT_EQ(settings.GetInt(keys::kMaximizedChartIndex), 1);
+    EXPECT_EQ(LoadPaneLayout(settings).maximized, 1);
+}
+
+} // namespace

@@ -1,0 +1,155 @@
+// The chart canvas as the view uses it: the settings' colours on every pane, the keys and the
+// wheel going through the displayed points that persist, and the pane commands surviving a
+// restart.
+
+#include "chart/ui/chart_canvas.h"
+#include "chart/ui/chart_stack_widget.h"
+#include "core/data_types.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
+#include "history/chart_hist_request.h"
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QWheelEvent>
+
+namespace {
+
+constexpr ColorRef kBackground = MakeColorRef(255, 250, 205);
+constexpr ColorRef kUp = MakeColorRef(0, 120, 255);
+constexpr ColorRef kDown = MakeColorRef(255, 120, 0);
+
+class ChartCanvasTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        CSettings& settings = CSettings::Instance();
+        settings.Reset();
+        settings.RegisterAll(AllSettingKeys());
+        settings.SetInt(keys::kNumberOfStudyCharts, 2);
+        settings.SetText(keys::kBackgroundColor, std::to_string(kBackground));
+        settings.SetText(keys::kPriceUpCandleColor, std::to_string(kUp));
+        settings.SetText(keys::kPriceDownCandleColor, std::to_string(kDown));
+        for (int i = 0; i < 500; ++i) {
+            sTICK bar;
+            bar.time = CDateTime(CDateTime(2024, 1, 1, 0, 0, 0).Days() + i);
+            bar.open = 100.0 + (i % 7);
+            bar.close = 100.0 + ((i * 3) % 7);
+            bar.high = 108.0;
+            bar.low = 99.0;
+            bar.volume = 1000;
+            history.AppendTick(bar);
+        }
+    }
+    void TearDown() override { CSettings::Instance().Reset(); }
+
+    std::unique_ptr<CChartCanvas> Open() {
+        auto canvas = std::make_unique<CChartCanvas>(history);
+        canvas->resize(900, 600);
+        canvas->SetSeries("LUMA", kDays, 0);
+        canvas->LoadSettings();
+        canvas->SetPointCount(history.GetCount(), true);
+        canvas->RedrawAll();
+        return canvas;
+    }
+    static void Press(CChartCanvas& canvas, int key) {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(&canvas, &event);
+    }
+
+    CChartHistRequest history;
+};
+
+int CountColor(const QImage& image, ColorRef color, const QRect& area) {
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            count += qRed(pixel) == RedOf(color) && qGreen(pixel) == GreenOf(color) &&
+                             qBlue(pixel) == BlueOf(color)
+                         ? 1
+                         : 0;
+        }
+    }
+    return count;
+}
+
+TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPane) {
+    auto canvas = Open();
+    ASSERT_EQ(canvas->LayoutResult().panes.size(), 3U);
+    const QImage image = canvas->Stack().RenderImage();
+    ASSERT_FALSE(image.isNull());
+    for (const SPaneRect& pane : canvas->LayoutResult().panes) {
+        const QRect area(0, pane.top, image.width(), pane.height);
+        EXPECT_GT(CountColor(image, kBackground, area), area.width() * area.height() / 4)
+            << "pane at " << pane.top;
+    }
+    const SPaneRect& price = canvas->LayoutResult().panes[0];
+    const QRect priceArea(0, price.top, image.width(), price.height);
+    EXPECT_GT(CountColor(image, kUp, priceArea), 100);
+    EXPECT_GT(CountColor(image, kDown, priceArea), 100);
+}
+
+TEST_F(ChartCanvasTest, KeysAndWheelMoveThroughTheStoredDisplayedPoints) {
+    auto canvas = Open();
+    EXPECT_EQ(canvas->Range().DisplayedPoints(), 120);
+    EXPECT_TRUE(canvas->Range().AtRightEdge());
+    Press(*canvas, Qt::Key_Plus);
+    EXPECT_EQ(canvas->Range().DisplayedPoints(), 90);
+    EXPECT_EQ(CSettings::Instance().GetInt(keys::kPtsIndex), 2);
+    // Zooming keeps the newest bar in place.
+    EXPECT_EQ(canvas->Range().FirstIndex() + canvas->Range().DisplayedCount(), 500);
+    Press(*canvas, Qt::Key_Home);
+    EXPECT_EQ(canvas->Range().FirstIndex(), 0);
+    EXPECT_EQ(canvas->ScrollBar()->value(), 0);
+    Press(*canvas, Qt::Key_PageDown);
+    EXPECT_EQ(canvas->Range().FirstIndex(), 90);
+
+    QWheelEvent wheel(QPointF(100, 100), QPointF(100, 100), QPoint(), QPoint(0, -240), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&canvas->Stack(), &wheel);
+    EXPECT_EQ(canvas->Range().DisplayedPoints(), 240);
+    EXPECT_EQ(CSettings::Instance().GetInt(keys::kPtsIndex), 4);
+
+    // The scroll bar moves the same position.
+    canvas->ScrollBar()->setValue(17);
+    EXPECT_EQ(canvas->Range().FirstIndex(), 17);
+}
+
+TEST_F(ChartCanvasTest, PaneCommandsAndBorderDragsSurviveARestart) {
+    auto canvas = Open();
+    canvas->MinimizePane(1);
+    const SPaneLayoutResult minimized = canvas->LayoutResult();
+    EXPECT_EQ(minimized.panes[1].height, CChartCanvas::kMinimizedHeight);
+    auto reopened = Open();
+    EXPECT_EQ(reopened->LayoutResult().panes[1].height, CChartCanvas::kMinimizedHeight);
+    EXPECT_TRUE(reopened->Layout().IsMinimized(1));
+
+    reopened->RestorePane(1);
+    reopened->MaximizePane(2);
+    EXPECT_EQ(CSettings::Instance().GetInt(keys::kMaximizedChartIndex), 2);
+    EXPECT_EQ(Open()->Layout().maximized, 2);
+    reopened->RestorePane(2);
+    EXPECT_EQ(CSettings::Instance().GetInt(keys::kMaximizedChartIndex), 999);
+
+    // Dragging the border above pane 1 to row 300 stores its new top.
+    const int border = reopened->LayoutResult().panes[1].top;
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(200, border), QPointF(200, border),
+                      Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent move(QEvent::MouseMove, QPointF(200, 300), QPointF(200, 300), Qt::LeftButton,
+                     Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent release(QEvent::MouseButtonRelease, QPointF(200, 300), QPointF(200, 300),
+                        Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&reopened->Stack(), &press);
+    QCoreApplication::sendEvent(&reopened->Stack(), &move);
+    QCoreApplication::sendEvent(&reopened->Stack(), &release);
+    EXPECT_EQ(reopened->LayoutResult().panes[1].top, 300);
+    const double stored = CSettings::Instance().GetNumber(keys::Numbered(keys::kTopOfChart, 1));
+    EXPECT_NEAR(stored, 300.0 / reopened->LayoutResult().paneAreaHeight, 1e-9);
+    EXPECT_EQ(Open()->LayoutResult().panes[1].top, 300);
+}
+
+} // namespace
