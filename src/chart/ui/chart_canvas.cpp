@@ -118,6 +118,9 @@ void CChartCanvas::Relayout() {
         if (shown) {
             const SPaneRect& rect = m_layoutResult.panes[static_cast<std::size_t>(pane)];
             m_stack->SetPaneGeometry(pane, rect.top, rect.height);
+            m_stack->SetPaneCollapsed(pane, !m_layoutResult.proportionalOnly &&
+                                                m_layout.IsMinimized(pane) &&
+                                                m_layout.maximized != pane);
         }
     }
     RedrawAll();

@@ -82,6 +82,11 @@ QRect CChartStackWidget::PaneRect(int index) const {
     return QRect(0, m_slots[index].top, width(), m_slots[index].height);
 }
 
+void CChartStackWidget::SetPaneCollapsed(int index, bool collapsed) {
+    CheckIndex(index);
+    m_panes[static_cast<std::size_t>(index)]->SetCollapsed(collapsed);
+}
+
 int CChartStackWidget::PaneAt(const QPoint& point) const {
     for (int i = 0; i < kPaneCount; ++i) {
         if (m_slots[i].visible && m_slots[i].height > 0 && PaneRect(i).contains(point)) {

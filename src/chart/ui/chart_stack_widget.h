@@ -50,6 +50,8 @@ public:
     // negative height counts as 0; a pane of no height is not drawn.
     void SetPaneGeometry(int index, int top, int height);
     void SetPaneVisible(int index, bool visible);
+    // A collapsed pane shows only its label line (a minimised pane's title strip).
+    void SetPaneCollapsed(int index, bool collapsed);
     bool IsPaneVisible(int index) const;
     // The pane's rectangle in widget pixels.
     QRect PaneRect(int index) const;

@@ -99,11 +99,25 @@ void CStackPaneChart::ApplyAxes() {
     }
     for (int i = 0; i < 2; ++i) {
         const bool labelled = i == Slot(m_labelAxis);
+        m_y[i]->setVisible(!m_collapsed);
         m_y[i]->setTicks(labelled);
         m_y[i]->setTickLabels(labelled);
         m_y[i]->grid()->setVisible(labelled && m_gridVisible);
     }
+    m_x->setVisible(!m_collapsed);
     m_x->grid()->setVisible(m_gridVisible);
+    m_series->setVisible(!m_collapsed);
+}
+
+void CStackPaneChart::SetCollapsed(bool collapsed) {
+    if (collapsed == m_collapsed) {
+        return;
+    }
+    m_collapsed = collapsed;
+    m_rect->setAutoMargins(collapsed ? QCP::msNone : QCP::msLeft | QCP::msRight | QCP::msBottom);
+    m_rect->setMargins(QMargins(0, m_stack.LabelStripHeight(), 0, 0));
+    ApplyAxes();
+    Changed(true);
 }
 
 void CStackPaneChart::Changed(bool layout) {

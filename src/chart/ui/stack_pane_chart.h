@@ -69,6 +69,13 @@ private:
     static int Slot(EAxis axis) { return axis == EAxis::Y ? 0 : 1; }
     QCPAxis* ValueAxis(EAxis axis) const { return m_y[Slot(axis)]; }
     void ApplyAxes();
+
+public:
+    // A collapsed pane (a minimised one) shows only its label line: no axes, grid or series.
+    void SetCollapsed(bool collapsed);
+    bool IsCollapsed() const { return m_collapsed; }
+
+private:
     void Changed(bool layout);
 
     CChartStackWidget& m_stack;
@@ -84,6 +91,7 @@ private:
     CPaneFrameLayerable* m_labelLine;
     EAxis m_labelAxis = EAxis::Y;
     bool m_gridVisible = true;
+    bool m_collapsed = false;
     int m_gridStyle = kSolid;
     ColorRef m_gridColor = 0xC0C0C0;
     ColorRef m_axisColor = 0;
