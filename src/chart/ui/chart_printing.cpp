@@ -15,6 +15,7 @@
 #include <QPdfWriter>
 #include <QPrinter>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 
@@ -40,9 +41,22 @@ void PaintDocument(QPainter& painter, const QRect& page, CChartCanvas& canvas,
     const SPrintRect fitted = FitToPage(
         size.width(), size.height(),
         {page.left(), page.top() + titleHeight, page.width(), page.height() - titleHeight});
-    if (fitted.width > 0 && fitted.height > 0) {
-        canvas.RenderPanes(painter, QRectF(fitted.left, fitted.top, fitted.width, fitted.height));
+    if (fitted.width <= 0 || fitted.height <= 0) {
+        return;
     }
+    // The panes are drawn into an image at up to three times their screen size and that image
+    // is fitted to the page: printers and PDF pages have their own resolution, and the panes'
+    // pixel-sized text and lines keep their proportions this way.
+    const double scale = std::clamp(static_cast<double>(fitted.width) / size.width(), 1.0, 3.0);
+    QImage panes(static_cast<int>(size.width() * scale), static_cast<int>(size.height() * scale),
+                 QImage::Format_RGB32);
+    panes.fill(Qt::white);
+    {
+        QPainter panePainter(&panes);
+        canvas.RenderPanes(panePainter, QRectF(0, 0, panes.width(), panes.height()));
+    }
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(QRectF(fitted.left, fitted.top, fitted.width, fitted.height), panes);
 }
 
 } // namespace

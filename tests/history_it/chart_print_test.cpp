@@ -1,0 +1,65 @@
+// Printing and image export of the loaded chart in the real frame: a PDF printout, PNG and PDF
+// images of the displayed panes under the title line, and clear refusals.
+
+#include "history_it_support.h"
+
+#include "chart/ui/chart_form_view.h"
+#include "temp_dir.h"
+
+#include <QFile>
+#include <QImage>
+#include <QPrinter>
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+namespace skychart::test {
+namespace {
+
+using ChartPrintTest = HistoryFrameTest;
+
+bool StartsWithPdf(const std::string& path) {
+    QFile file(QString::fromStdString(path));
+    return file.open(QIODevice::ReadOnly) && file.read(5) == "%PDF-" && file.size() > 2000;
+}
+
+TEST_F(ChartPrintTest, ThePanesArePrintedAndExportedUnderTheTitleLine) {
+    OpenConnectedFrame({{"RequestDataType", "2"}});
+    ASSERT_TRUE(EnterAndWait("luma"));
+    CChartFormView& view = *frame().ChartView();
+    EXPECT_TRUE(std::regex_match(view.PrintTitleNow(),
+                                 std::regex(R"(LUMA Daily\t\t\d\d:\d\d:\d\d on \d{4}/\d\d/\d\d)")));
+
+    TempDir folder;
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(QString::fromStdString(folder.path() + "/printed.pdf"));
+    ASSERT_TRUE(view.Print(printer));
+    EXPECT_TRUE(StartsWithPdf(folder.path() + "/printed.pdf"));
+
+    EXPECT_EQ(view.ExportImage(folder.path() + "/chart.pdf"), "");
+    EXPECT_TRUE(StartsWithPdf(folder.path() + "/chart.pdf"));
+
+    const std::string png = folder.path() + "/chart.png";
+    ASSERT_EQ(view.ExportImage(png), "");
+    QImage image(QString::fromStdString(png));
+    ASSERT_FALSE(image.isNull());
+    int up = 0;
+    int down = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            up += pixel == qRgb(0, 255, 0) ? 1 : 0;
+            down += pixel == qRgb(255, 0, 0) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(up, 100);
+    EXPECT_GT(down, 100);
+
+    EXPECT_NE(view.ExportImage(folder.path() + "/chart.bmp"), "");
+    EXPECT_NE(view.ExportImage(folder.path() + "/no/such/folder/chart.png"), "");
+}
+
+} // namespace
+} // namespace skychart::test
