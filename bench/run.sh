@@ -14,3 +14,7 @@ echo "== history: 5,000,000 ticks parsed into the series, against pandas"
 echo
 echo "== chart redraw: eleven panes against one stock QCustomPlot candlestick replot"
 QT_QPA_PLATFORM=offscreen "$build/bin/chart_redraw_bench" --runs 15
+echo
+echo "== chart load: Enter in the main frame to the first painted chart, 5,000,000 ticks"
+QT_QPA_PLATFORM=offscreen "$build/bin/chart_load_bench" "$build/bin/portico" --ticks 5000000 \
+    --runs 3

@@ -1,0 +1,621 @@
+// Measures the chart view's load of a large tick history in the real main frame against the real
+// portico, on the offscreen platform, in one process. Each run, in this order:
+//
+//   bare load     the answer through the stream socket and the parser into a series of its own,
+//                 reading with blocking receives and no window (as history_bench does);
+//   load alone    from Enter in the frame's symbol box to the answer's end marker (the series
+//                 complete), through the frame's feed connections and the chart view;
+//   first chart   the same, but to the first painting of the pane stack that shows the complete
+//                 series; meanwhile a 10 ms timer records how late the event loop runs it.
+//
+// One untimed load through the frame comes first; before each load through the frame the
+// previous series is emptied, untimed, so that every one starts from an empty chart. Runs are
+// interleaved and medians printed, with the steps of the first-chart runs, the event loop's lag,
+// the peak memory of the process and the size of the series.
+//
+//   chart_load_bench PORTICO [--ticks N] [--runs R] [--symbol SYM]
+
+#include "app/ui/main_frame.h"
+#include "chart/ui/chart_canvas.h"
+#include "chart/ui/chart_form_view.h"
+#include "chart/ui/chart_stack_widget.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
+#include "feed/feed_platform.h"
+#include "feed/kestrel_stream_socket.h"
+#include "history/chart_hist_request.h"
+#include "history/history_parser.h"
+#include "platform/config_writer.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QEvent>
+#include <QEventLoop>
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QTimer>
+#include <QtGlobal>
+
+#include <spdlog/spdlog.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "portico_process.h"
+#include "recording_prompt.h"
+#include "temp_dir.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using TimePoint = Clock::time_point;
+constexpr int kLagPeriodMs = 10;
+constexpr auto kRunTimeout = std::chrono::minutes(5);
+
+[[noreturn]] void Fail(const std::string& what) {
+    std::fprintf(stderr, "chart_load_bench: %s\n", what.c_str());
+    std::exit(1);
+}
+
+double Seconds(TimePoint from, TimePoint to) {
+    return std::chrono::duration<double>(to - from).count();
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
+}
+
+double Percentile(std::vector<double> values, double fraction) {
+    if (values.empty()) {
+        return 0.0;
+    }
+    std::sort(values.begin(), values.end());
+    const auto rank = static_cast<std::size_t>(fraction * static_cast<double>(values.size() - 1));
+    return values[rank];
+}
+
+long StatusKb(const char* field) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    const std::size_t length = std::strlen(field);
+    while (std::getline(status, line)) {
+        if (line.compare(0, length, field) == 0) {
+            return std::atol(line.c_str() + length + 1);
+        }
+    }
+    return -1;
+}
+
+// ---- the bare load: blocking receives straight into the parser --------------------------------
+
+class CBlockingPlatformSocket : public IPlatformSocket {
+public:
+    ~CBlockingPlatformSocket() override { Close(); }
+    bool Create() override {
+        m_fd = socket(AF_INET, SOCK_STREAM, 0);
+        return m_fd >= 0;
+    }
+    bool Connect(const std::string& address, std::uint32_t port) override {
+        sockaddr_in to{};
+        to.sin_family = AF_INET;
+        to.sin_port = htons(static_cast<std::uint16_t>(port));
+        inet_pton(AF_INET, address.c_str(), &to.sin_addr);
+        return connect(m_fd, reinterpret_cast<sockaddr*>(&to), sizeof to) == 0;
+    }
+    int Send(const void* bytes, int length, int flags) override {
+        return Result(send(m_fd, bytes, static_cast<std::size_t>(length), flags | MSG_NOSIGNAL));
+    }
+    int Receive(void* buffer, int length, int flags) override {
+        return Result(recv(m_fd, buffer, static_cast<std::size_t>(length), flags));
+    }
+    std::intptr_t Accept() override { return -1; }
+    void Close() override {
+        if (m_fd >= 0) {
+            close(m_fd);
+            m_fd = -1;
+        }
+    }
+    int LastError() const override { return m_error; }
+
+private:
+    int Result(ssize_t count) {
+        m_error = count < 0 ? errno : 0;
+        return static_cast<int>(count);
+    }
+    int m_fd = -1;
+    int m_error = 0;
+};
+
+class CBlockingPlatform : public IFeedPlatform {
+public:
+    std::unique_ptr<IPlatformSocket> MakeSocket(IPlatformSocketEvents&) override {
+        return std::make_unique<CBlockingPlatformSocket>();
+    }
+    std::unique_ptr<IBlockingSocket> MakeBlockingSocket() override { return nullptr; }
+    bool LaunchConnectionManager(const std::string&, int& errorCode) override {
+        errorCode = ENOSYS;
+        return false;
+    }
+    int ReadPort(const std::string&, const std::string&, int defaultNumber) override {
+        return defaultNumber;
+    }
+};
+
+class CHistoryLineListener : public IKestrelSocketListener {
+public:
+    explicit CHistoryLineListener(CHistoryResponseParser& parser) : m_parser(parser) {}
+    void OnAccepted(std::intptr_t) override {}
+    void OnLine(CKestrelStreamSocket&, const char* line, char*) override {
+        if (std::strncmp(line, "Loo", 3) == 0) {
+            m_parser.OnHistoryLine(line);
+        }
+    }
+    void OnConnectionClosed(CKestrelStreamSocket&, int) override {}
+
+private:
+    CHistoryResponseParser& m_parser;
+};
+
+// Seconds from sending the command to the end marker; the records loaded in `records`.
+double BareLoad(int port, const std::string& command, int& records) {
+    CChartHistRequest history;
+    CBlockingPlatform platform;
+    CHistoryResponseParser parser(history);
+    CHistoryLineListener listener(parser);
+    CKestrelStreamSocket socket(platform);
+    socket.SetListener(&listener);
+    if (!socket.Create() || !socket.Connect("127.0.0.1", static_cast<std::uint32_t>(port))) {
+        Fail("cannot connect the stream socket to portico");
+    }
+    const auto start = Clock::now();
+    if (socket.Send(command) != static_cast<int>(command.size())) {
+        Fail("cannot send the history command");
+    }
+    while (!history.IsHistoryComplete()) {
+        socket.OnReceive(0);
+        if (socket.LastReceiveCount() <= 0) {
+            Fail("portico closed the connection before the end marker");
+        }
+    }
+    const double seconds = Seconds(start, Clock::now());
+    records = history.GetCount();
+    return seconds;
+}
+
+// ---- the frame --------------------------------------------------------------------------------
+
+// The main frame, noting when the first history line and the end marker reach it.
+class CTimedFrame : public CMainFrame {
+public:
+    using CMainFrame::CMainFrame;
+
+    void OnHistoryLine(const std::string& line) override {
+        if (!firstLine) {
+            firstLine = Clock::now();
+        }
+        CMainFrame::OnHistoryLine(line);
+        if (!complete && CChartHistRequest::Instance().IsHistoryComplete()) {
+            complete = Clock::now();
+            if (onComplete) {
+                onComplete();
+            }
+        }
+    }
+
+    void ResetMarks() {
+        firstLine.reset();
+        complete.reset();
+    }
+
+    std::optional<TimePoint> firstLine;
+    std::optional<TimePoint> complete;
+    std::function<void()> onComplete;
+};
+
+// The moments of one load through the frame.
+struct SFrameRun {
+    TimePoint enter;
+    TimePoint enterReturned;
+    TimePoint firstLine;
+    TimePoint complete;
+    TimePoint tick;     // the progress tick that shows the complete series began
+    TimePoint replot;   // the stack's drawing of it started ...
+    TimePoint replayed; // ... and ended
+    TimePoint painted;  // the stack's buffer painted onto the widget
+    std::vector<double> lagMs;
+    std::vector<TimePoint> lagAt;
+    std::vector<int> lagRecords; // records in the series at each lag tick
+};
+
+// Watches the pane stack: the progress tick, the replot and the paint that follow the end
+// marker.
+class CStackWatch : public QObject {
+public:
+    CStackWatch(CTimedFrame& frame, int expected) : m_frame(frame), m_expected(expected) {
+        CChartCanvas& canvas = frame.ChartView()->Canvas();
+        m_stack = &canvas.Stack();
+        m_stack->installEventFilter(this);
+        connect(canvas.ScrollBar(), &QScrollBar::rangeChanged, this, [this] {
+            if (m_frame.complete && !m_tick) {
+                m_tick = Clock::now();
+            }
+        });
+        connect(m_stack, &QCustomPlot::beforeReplot, this, [this] {
+            if (Shows() && !m_replot) {
+                m_replot = Clock::now();
+            }
+        });
+        connect(m_stack, &QCustomPlot::afterReplot, this, [this] {
+            if (Shows() && m_replot && !m_replotted) {
+                m_replotted = Clock::now();
+            }
+        });
+    }
+    ~CStackWatch() override { m_stack->removeEventFilter(this); }
+
+    void Reset() {
+        m_tick.reset();
+        m_replot.reset();
+        m_replotted.reset();
+        m_painted.reset();
+    }
+    std::function<void()> onPainted;
+
+    std::optional<TimePoint> m_tick, m_replot, m_replotted, m_painted;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (watched == m_stack && event->type() == QEvent::Paint && m_replotted && !m_painted) {
+            // Painted here so that the time taken includes the painting itself.
+            static_cast<QObject*>(m_stack)->event(event);
+            m_painted = Clock::now();
+            if (onPainted) {
+                onPainted();
+            }
+            return true;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    bool Shows() const {
+        // An expected count of 0 takes any complete series (the warm-up).
+        return m_frame.complete &&
+               (m_expected <= 0 || CChartHistRequest::Instance().GetCount() == m_expected);
+    }
+
+    CTimedFrame& m_frame;
+    int m_expected;
+    CChartStackWidget* m_stack = nullptr;
+};
+
+// Runs the event loop until `quit` is called or the run takes too long.
+void RunUntil(QEventLoop& loop, const char* what) {
+    QTimer guard;
+    guard.setSingleShot(true);
+    bool timedOut = false;
+    QObject::connect(&guard, &QTimer::timeout, &loop, [&] {
+        timedOut = true;
+        loop.quit();
+    });
+    guard.start(std::chrono::duration_cast<std::chrono::milliseconds>(kRunTimeout));
+    loop.exec();
+    if (timedOut) {
+        Fail(std::string("timed out waiting for ") + what);
+    }
+}
+
+void EnterSymbolInBox(CMainFrame& frame, const std::string& symbol) {
+    QLineEdit* edit = frame.SymbolCombo()->lineEdit();
+    edit->setFocus();
+    edit->setText(QString::fromStdString(symbol));
+}
+
+// One load through the frame. With `toPaint`, runs until the first painting of the complete
+// series, recording the event loop's lag; otherwise until the end marker.
+SFrameRun FrameLoad(CTimedFrame& frame, CStackWatch& watch, const std::string& symbol,
+                    bool toPaint) {
+    // The previous series goes first, untimed, so that every run starts from an empty chart.
+    CChartHistRequest::Instance().Clear();
+    QApplication::processEvents();
+    frame.ResetMarks();
+    watch.Reset();
+
+    SFrameRun run;
+    QEventLoop loop;
+    QTimer lag;
+    lag.setTimerType(Qt::PreciseTimer);
+    lag.setInterval(kLagPeriodMs);
+    TimePoint lastLagTick;
+    QObject::connect(&lag, &QTimer::timeout, &loop, [&] {
+        const TimePoint now = Clock::now();
+        const double late = Seconds(lastLagTick, now) * 1000.0 - kLagPeriodMs;
+        run.lagMs.push_back(std::max(late, 0.0));
+        run.lagAt.push_back(now);
+        run.lagRecords.push_back(CChartHistRequest::Instance().GetCount());
+        lastLagTick = now;
+    });
+    if (toPaint) {
+        watch.onPainted = [&] { loop.quit(); };
+        frame.onComplete = nullptr;
+    } else {
+        watch.onPainted = nullptr;
+        frame.onComplete = [&] { loop.quit(); };
+    }
+
+    EnterSymbolInBox(frame, symbol);
+    if (toPaint) {
+        lag.start();
+        lastLagTick = Clock::now();
+    }
+    run.enter = Clock::now();
+    if (!frame.EnterSymbol()) {
+        Fail("Enter in the symbol box loaded nothing");
+    }
+    run.enterReturned = Clock::now();
+    RunUntil(loop, toPaint ? "the first chart" : "the end marker");
+    lag.stop();
+    frame.onComplete = nullptr;
+    watch.onPainted = nullptr;
+
+    if (!frame.firstLine || !frame.complete) {
+        Fail("the frame saw no complete answer");
+    }
+    run.firstLine = *frame.firstLine;
+    run.complete = *frame.complete;
+    if (toPaint) {
+        if (!watch.m_tick || !watch.m_replot || !watch.m_replotted || !watch.m_painted) {
+            Fail("the steps of the first chart were not all seen");
+        }
+        run.tick = *watch.m_tick;
+        run.replot = *watch.m_replot;
+        run.replayed = *watch.m_replotted;
+        run.painted = *watch.m_painted;
+    } else {
+        // Let the view draw this load too before the next run starts.
+        QEventLoop settle;
+        watch.onPainted = [&] { settle.quit(); };
+        if (!watch.m_painted) {
+            RunUntil(settle, "the chart after a load alone");
+        }
+        watch.onPainted = nullptr;
+    }
+    return run;
+}
+
+bool WaitFor(const std::function<bool()>& done, std::chrono::seconds timeout) {
+    const auto deadline = Clock::now() + timeout;
+    while (!done()) {
+        if (Clock::now() > deadline) {
+            return false;
+        }
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+        usleep(5000);
+    }
+    return true;
+}
+
+std::string StepText(const std::vector<double>& values) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%8.1f ms", Median(values) * 1000.0);
+    return text;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM]\n", argv[0]);
+        return 2;
+    }
+    const std::string porticoPath = argv[1];
+    long ticks = 5'000'000;
+    int runs = 3;
+    std::string symbol = "LUMA";
+    for (int i = 2; i + 1 < argc; i += 2) {
+        const std::string option = argv[i];
+        if (option == "--ticks") {
+            ticks = std::atol(argv[i + 1]);
+        } else if (option == "--runs") {
+            runs = std::max(1, std::atoi(argv[i + 1]));
+        } else if (option == "--symbol") {
+            symbol = argv[i + 1];
+        }
+    }
+    if (ticks <= 0 || ticks > 100'000'000) {
+        Fail("--ticks must be 1 to 100000000");
+    }
+
+    skychart::test::PorticoProcess portico(porticoPath);
+    if (!portico.start({"--linger", "0", "--connect-delay", "0"})) {
+        Fail("portico did not start: " + portico.errorOutput());
+    }
+
+    // The frame's settings and the service's ports in a folder of their own.
+    skychart::test::TempDir home;
+    const std::string config = home.path() + "/config";
+    const std::string state = home.path() + "/state";
+    ::setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+    ::setenv("XDG_STATE_HOME", state.c_str(), 1);
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    home.writeFile("config/Orvane/Kestrel/Startup.conf",
+                   "[General]\nAdminPort=" + std::to_string(portico.adminPort()) +
+                       "\nLookupPort=" + std::to_string(portico.lookupPort()) + "\nLevel1Port=" +
+                       std::to_string(portico.level1Port()) + "\nLogPath=" + state + "/logs\n");
+    home.writeFile("config/Orvane/Kestrel/DisplayApps/Skychart.conf",
+                   "[ApplicationSettings]\nRequestDataType=0\nRequestType=0\n"
+                   "RequestRecentType=0,3,6,8,9\nRequestDatapoints=" +
+                       std::to_string(ticks) + ",10000,10000,10000,10000\n");
+
+    // The frame's progress lines and the offscreen platform's notes would drown the results.
+    spdlog::set_level(spdlog::level::warn);
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
+        if (type != QtDebugMsg && type != QtInfoMsg &&
+            !text.contains(QStringLiteral("propagateSizeHints"))) {
+            std::fprintf(stderr, "%s\n", qPrintable(text));
+        }
+    });
+    QApplication application(argc, argv);
+    skychart::test::RecordingPrompt prompt;
+    SSettingsLoad load = LoadApplicationSettings(prompt);
+    CTimedFrame frame(prompt, load.writer);
+    if (!frame.Create()) {
+        Fail("the main frame could not be created");
+    }
+    frame.ShowWithCommandLine();
+    if (!WaitFor([&] { return frame.ServiceReady(); }, std::chrono::seconds(60))) {
+        Fail("the frame did not reach the service");
+    }
+
+    const std::string command = "HTX," + symbol + "," + std::to_string(ticks) + ",1,Lookup0\r\n";
+    // One untimed load through the frame finds the number of records and warms portico.
+    CStackWatch watch(frame, 0);
+    FrameLoad(frame, watch, symbol, false);
+    const int records = CChartHistRequest::Instance().GetCount();
+    if (records <= 0) {
+        Fail("the warm-up load brought no records");
+    }
+    CStackWatch timedWatch(frame, records);
+
+    std::vector<double> bare, alone, first;
+    std::vector<double> settingStore;
+    std::vector<double> enterCall, toFirstLine, receiving, toTick, tickToReplot, replotting,
+        painting;
+    std::vector<double> ownOverhead; // (b)'s end marker to painted, over its own load
+    std::vector<double> lagP99, lagMax, lagMaxAfterComplete;
+    std::vector<double> allLag;
+    std::vector<std::string> lagWhere;
+    std::size_t lagSamples = 0;
+    for (int run = 0; run < runs; ++run) {
+        CChartHistRequest::Instance().Clear();
+        int bareRecords = 0;
+        bare.push_back(BareLoad(portico.lookupPort(), command, bareRecords));
+        if (bareRecords != records) {
+            std::fprintf(stderr, "note: the bare load gave %d records, the frame %d\n", bareRecords,
+                         records);
+        }
+        QApplication::processEvents();
+
+        const SFrameRun a = FrameLoad(frame, timedWatch, symbol, false);
+        alone.push_back(Seconds(a.enter, a.complete));
+
+        const SFrameRun b = FrameLoad(frame, timedWatch, symbol, true);
+        first.push_back(Seconds(b.enter, b.painted));
+        ownOverhead.push_back(Seconds(b.complete, b.painted) / Seconds(b.enter, b.complete));
+        enterCall.push_back(Seconds(b.enter, b.enterReturned));
+        toFirstLine.push_back(Seconds(b.enter, b.firstLine));
+        receiving.push_back(Seconds(b.firstLine, b.complete));
+        toTick.push_back(Seconds(b.complete, b.tick));
+        tickToReplot.push_back(Seconds(b.tick, b.replot));
+        replotting.push_back(Seconds(b.replot, b.replayed));
+        painting.push_back(Seconds(b.replayed, b.painted));
+        lagP99.push_back(Percentile(b.lagMs, 0.99));
+        const auto longest = std::max_element(b.lagMs.begin(), b.lagMs.end());
+        lagMax.push_back(longest == b.lagMs.end() ? 0.0 : *longest);
+        if (longest != b.lagMs.end()) {
+            const auto at = static_cast<std::size_t>(longest - b.lagMs.begin());
+            char where[160];
+            std::snprintf(where, sizeof where,
+                          "run %d: p99 %.1f ms, max %.1f ms at +%.0f ms after Enter (%d records "
+                          "loaded; end marker at +%.0f ms)",
+                          run + 1, lagP99.back(), *longest, Seconds(b.enter, b.lagAt[at]) * 1000.0,
+                          b.lagRecords[at], Seconds(b.enter, b.complete) * 1000.0);
+            lagWhere.emplace_back(where);
+        }
+        double afterComplete = 0.0;
+        for (std::size_t i = 0; i < b.lagMs.size(); ++i) {
+            if (b.lagAt[i] >= b.complete) {
+                afterComplete = std::max(afterComplete, b.lagMs[i]);
+            }
+        }
+        lagMaxAfterComplete.push_back(afterComplete);
+        allLag.insert(allLag.end(), b.lagMs.begin(), b.lagMs.end());
+        lagSamples += b.lagMs.size();
+        // One store of a setting, as EnterSymbol makes two (the symbol and the recent list)
+        // before the request goes out; the same value again changes nothing.
+        const TimePoint storeStart = Clock::now();
+        CSettings::Instance().SetText(keys::kCurrentSymbol, symbol);
+        settingStore.push_back(Seconds(storeStart, Clock::now()));
+        if (CChartHistRequest::Instance().GetCount() != records) {
+            std::fprintf(stderr, "note: run %d loaded %d records, the warm-up %d\n", run,
+                         CChartHistRequest::Instance().GetCount(), records);
+        }
+    }
+
+    const CChartHistRequest& series = CChartHistRequest::Instance();
+    const double seriesMb = (static_cast<double>(series.GetCount()) * sizeof(sTICK) +
+                             static_cast<double>(series.GetCapacity()) * sizeof(sTICK*)) /
+                            (1024.0 * 1024.0);
+    const int displayed = frame.ChartView()->Canvas().DrawManager().Displayed().Count();
+
+    const double aMedian = Median(alone);
+    const double bMedian = Median(first);
+    const double lagP99All = Percentile(allLag, 0.99);
+    const double lagMaxAll = *std::max_element(lagMax.begin(), lagMax.end());
+    std::printf("chart load: %s %ld ticks into the main frame (offscreen), %d records\n",
+                symbol.c_str(), ticks, records);
+    std::printf("  bare load (blocking socket, no window)  %.3f s (median of %d)\n", Median(bare),
+                runs);
+    std::printf("  (a) Enter to end marker (load alone)    %.3f s (median of %d)\n", aMedian, runs);
+    std::printf("  (b) Enter to first painted chart        %.3f s (median of %d)\n", bMedian, runs);
+    std::printf("  runs (bare / a / b):");
+    for (int run = 0; run < runs; ++run) {
+        const auto i = static_cast<std::size_t>(run);
+        std::printf(" %.2f/%.2f/%.2f", bare[i], alone[i], first[i]);
+    }
+    std::printf(" s\n");
+    std::printf("  steps of (b), medians:\n");
+    std::printf("    EnterSymbol() itself                %s\n", StepText(enterCall).c_str());
+    std::printf("      one store of a setting (it makes two) %s, longest %.1f ms\n",
+                StepText(settingStore).c_str(),
+                *std::max_element(settingStore.begin(), settingStore.end()) * 1000.0);
+    std::printf("    Enter to the first answer line      %s\n", StepText(toFirstLine).c_str());
+    std::printf("    receiving and parsing the answer    %s\n", StepText(receiving).c_str());
+    std::printf("    end marker to the progress tick     %s (the tick comes every %d ms)\n",
+                StepText(toTick).c_str(), CChartFormView::kProgressPeriodMs);
+    std::printf("    tick to the start of the drawing    %s (RecomputeAndShowNewest)\n",
+                StepText(tickToReplot).c_str());
+    std::printf("    drawing the stack (replot)          %s\n", StepText(replotting).c_str());
+    std::printf("    replot to painted                   %s\n", StepText(painting).c_str());
+    std::printf("  event loop lag over (b), %zu ticks of %d ms: p99 %.1f ms, max %.1f ms "
+                "(max after the end marker %.1f ms)\n",
+                lagSamples, kLagPeriodMs, lagP99All, lagMaxAll,
+                *std::max_element(lagMaxAfterComplete.begin(), lagMaxAfterComplete.end()));
+    for (const std::string& where : lagWhere) {
+        std::printf("    %s\n", where.c_str());
+    }
+    std::printf("  series: %d records of %zu bytes, %.0f MB with its pointer array; the view "
+                "copies %d displayed points\n",
+                series.GetCount(), sizeof(sTICK), seriesMb, displayed);
+    std::printf("  process peak RSS %.0f MB (VmHWM), RSS now %.0f MB\n",
+                static_cast<double>(StatusKb("VmHWM:")) / 1024.0,
+                static_cast<double>(StatusKb("VmRSS:")) / 1024.0);
+    std::printf("  ratio (b) / (a):   %.2fx (target at most 1.3x)\n", bMedian / aMedian);
+    std::printf("  within (b): end marker to painted / Enter to end marker: +%.1f%% (median)\n",
+                Median(ownOverhead) * 100.0);
+    std::printf("  for reference, (b) / bare load: %.2fx\n", bMedian / Median(bare));
+    std::printf("  longest lag:       %.1f ms (target at most 100 ms)\n", lagMaxAll);
+    std::printf("  note: the machine is shared; the other load on it shows in every number\n");
+    std::fflush(stdout);
+
+    // The frame's connections go before portico stops.
+    frame.close();
+    QApplication::processEvents();
+    return 0;
+}
