@@ -79,9 +79,13 @@ void CChartCanvas::LoadSettings() {
     const CSettings& settings = CSettings::Instance();
     m_layout = LoadPaneLayout(settings);
     m_range.SetScrollStepSettings(LoadScrollStep(settings));
+    const int points = m_range.DisplayedPoints();
     m_range.SetPointsIndex(settings.GetInt(keys::kPtsIndex));
     SyncScrollBar();
     Relayout();
+    if (m_range.DisplayedPoints() != points) {
+        emit displayedPointsChanged(m_range.DisplayedPoints());
+    }
 }
 
 void CChartCanvas::SetPointCount(int count, bool showNewest) {
