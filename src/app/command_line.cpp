@@ -83,8 +83,8 @@ int FindComboData(const std::vector<SComboItem>& items, int data) {
 
 void COrvaneCommandLineInfo::Parse(const std::vector<std::string>& parameters) {
     for (const std::string& parameter : parameters) {
-        // The file of --export may be an absolute path: '/' starts no flag there.
-        if (expectExport && !parameter.empty() && parameter[0] == '/') {
+        // The file of --export or --render may be an absolute path: '/' starts no flag there.
+        if ((expectExport || expectRender) && !parameter.empty() && parameter[0] == '/') {
             ParseParam(parameter, false);
             continue;
         }
@@ -136,6 +136,15 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
         } else if (EqualNoCase(text, "export")) {
             exportRequested = true;
             expectExport = true;
+        } else if (EqualNoCase(text, "render")) {
+            renderRequested = true;
+            expectRender = true;
+        } else if (EqualNoCase(text, "width")) {
+            widthRequested = true;
+            expectWidth = true;
+        } else if (EqualNoCase(text, "height")) {
+            heightRequested = true;
+            expectHeight = true;
         } else {
             unknownFlags.push_back(text);
         }
@@ -175,6 +184,15 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
     } else if (expectExport) {
         exportFile = text;
         expectExport = false;
+    } else if (expectRender) {
+        renderFile = text;
+        expectRender = false;
+    } else if (expectWidth) {
+        width = text;
+        expectWidth = false;
+    } else if (expectHeight) {
+        height = text;
+        expectHeight = false;
     }
 }
 
@@ -253,11 +271,20 @@ std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
         "  --open-workspace NAME start with the arguments stored in workspace NAME\n"
         "  --export FILE.csv     no window: load the history of -symbol with -type (and\n"
         "                        -interval) from the service, write it to FILE.csv with a\n"
-        "                        header row and exit (0 when written; non-zero with a\n"
-        "                        message when the service cannot be reached or the symbol\n"
-        "                        has no data)\n"
+        "                        header row and exit\n"
+        "  --render FILE         no window, no display needed: load the same history and\n"
+        "                        draw the chart as the window would show it (your settings,\n"
+        "                        every displayed pane, the newest points) into FILE, a PNG\n"
+        "                        or a PDF by its extension, and exit\n"
+        "  -width W -height H    size of the --render chart in pixels, 100 to 10000 each\n"
+        "                        (default 1200 x 800)\n"
         "  --help                show this text and exit\n"
         "  --version             show the version and exit\n"
+        "\n"
+        "--export and --render never change your settings. They exit 0 when the file is\n"
+        "written; otherwise they explain why on standard error and exit 2 for bad options,\n"
+        "3 when the service cannot be reached, 4 for an unknown symbol or no data and 5 when\n"
+        "the file cannot be written.\n"
         "\n"
         "Settings: {}\n"
         "Start-up: {}\n"

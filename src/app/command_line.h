@@ -35,6 +35,7 @@ struct SAppliedCommandLine {
 // a flag. A parameter of the form -<digits> is a number, not a flag, so positions may be negative.
 //   -symbol X  -type T  -interval I  -max  -min  -top N  -bottom N  -left N  -right N
 //   --help  --version  --save-workspace NAME  --open-workspace NAME  --export FILE
+//   --render FILE  -width W  -height H
 class COrvaneCommandLineInfo {
 public:
     // Parses the parameters that follow the program name.
@@ -81,6 +82,14 @@ public:
     // --export FILE: write the history of -symbol/-type/-interval to FILE as CSV, no window.
     bool exportRequested = false;
     std::string exportFile;
+    // --render FILE: draw the chart of -symbol/-type/-interval into FILE (PNG or PDF), no window.
+    bool renderRequested = false;
+    std::string renderFile;
+    // -width W -height H: the size of the rendered chart, as given (checked with the request).
+    bool widthRequested = false;
+    std::string width;
+    bool heightRequested = false;
+    std::string height;
     // Flags that name no option, kept for the log.
     std::vector<std::string> unknownFlags;
 
@@ -90,4 +99,7 @@ private:
     bool expectSaveWorkspace = false;
     bool expectOpenWorkspace = false;
     bool expectExport = false;
+    bool expectRender = false;
+    bool expectWidth = false;
+    bool expectHeight = false;
 };

@@ -5,6 +5,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
+
 namespace {
 
 // "RequestDataType" values.
@@ -24,17 +27,68 @@ std::string FormatTime(const sTICK& point, bool withMicroseconds) {
     return text;
 }
 
+// The lower-case extension of the file name at the end of `path`; "" when it has none.
+std::string Extension(const std::string& path) {
+    const std::size_t slash = path.find_last_of('/');
+    const std::size_t dot = path.find_last_of('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
+        return {};
+    }
+    std::string extension = path.substr(dot + 1);
+    for (char& c : extension) {
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    return extension;
+}
+
+// A -width or -height: a whole number of pixels within the limits; -1 when it is not.
+int ParseSize(const std::string& text) {
+    if (text.empty() || text.size() > 5 || !std::all_of(text.begin(), text.end(), [](char c) {
+            return std::isdigit(static_cast<unsigned char>(c)) != 0;
+        })) {
+        return -1;
+    }
+    const int size = std::stoi(text);
+    return size >= kRenderMinSize && size <= kRenderMaxSize ? size : -1;
+}
+
+std::string CheckSize(const char* option, bool requested, const std::string& text, int& size) {
+    if (!requested) {
+        return {};
+    }
+    if (text.empty()) {
+        return fmt::format("{} needs a number of pixels from {} to {}", option, kRenderMinSize,
+                           kRenderMaxSize);
+    }
+    size = ParseSize(text);
+    if (size < 0) {
+        return fmt::format("{} must be a whole number of pixels from {} to {}, not \"{}\"", option,
+                           kRenderMinSize, kRenderMaxSize, text);
+    }
+    return {};
+}
+
 } // namespace
 
 std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExportRequest& request) {
-    if (commandLine.exportFile.empty()) {
-        return "--export needs the name of the CSV file to write";
+    if (commandLine.exportRequested && commandLine.renderRequested) {
+        return "--export and --render cannot be used together";
+    }
+    const bool render = commandLine.renderRequested;
+    const char* mode = render ? "--render" : "--export";
+    const std::string& file = render ? commandLine.renderFile : commandLine.exportFile;
+    if (file.empty()) {
+        return render ? "--render needs the name of the PNG or PDF file to write"
+                      : "--export needs the name of the CSV file to write";
+    }
+    if (render && Extension(file) != "png" && Extension(file) != "pdf") {
+        return fmt::format("--render writes a .png or a .pdf file, not \"{}\"", file);
     }
     if (commandLine.symbol.empty()) {
-        return "--export needs -symbol SYMBOL";
+        return fmt::format("{} needs -symbol SYMBOL", mode);
     }
     if (!commandLine.typeRequested) {
-        return "--export needs -type TYPE (Tick, Minute, Daily, Weekly or Monthly)";
+        return fmt::format("{} needs -type TYPE (Tick, Minute, Daily, Weekly or Monthly)", mode);
     }
     const int typeIndex = FindComboItem(RequestTypeItems(), commandLine.type);
     if (typeIndex < 0) {
@@ -50,11 +104,26 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
                                commandLine.interval);
         }
     }
-    request.file = commandLine.exportFile;
+    int width = kRenderDefaultWidth;
+    int height = kRenderDefaultHeight;
+    if (render) {
+        std::string problem =
+            CheckSize("-width", commandLine.widthRequested, commandLine.width, width);
+        if (problem.empty()) {
+            problem = CheckSize("-height", commandLine.heightRequested, commandLine.height, height);
+        }
+        if (!problem.empty()) {
+            return problem;
+        }
+    }
+    request.output = render ? EExportOutput::Chart : EExportOutput::Csv;
+    request.file = file;
     request.symbol = commandLine.symbol;
     request.dataType = RequestTypeItems()[static_cast<std::size_t>(typeIndex)].data;
     request.intervalIndex = intervalIndex;
     request.typeText = RequestTypeItems()[static_cast<std::size_t>(typeIndex)].text;
+    request.width = width;
+    request.height = height;
     return {};
 }
 

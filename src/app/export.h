@@ -1,25 +1,45 @@
 #pragma once
 
-// The export mode: `Skychart --export FILE.csv -symbol X -type T [-interval I]` loads one
-// symbol's history without a window and writes it as CSV. This is the plain part: checking the
-// options and turning the series into text. The platform runner does the feed and the file.
+// The export and render modes: `Skychart --export FILE.csv -symbol X -type T [-interval I]`
+// loads one symbol's history without a window and writes it as CSV; `--render FILE` instead of
+// `--export` draws the loaded chart into a PNG or PDF (`-width W -height H`). This is the plain
+// part: checking the options and turning the series into text. The platform runner does the
+// feed, the drawing and the file.
 
 #include <string>
 
 class COrvaneCommandLineInfo;
 struct sTICK;
 
-// What an export asks for, checked.
-struct SExportRequest {
-    std::string file;
-    std::string symbol;     // upper case
-    int dataType = 0;       // "RequestDataType": 0 Ticks ... 4 Months
-    int intervalIndex = -1; // "RequestIntervalIndex", -1 when the stored one applies
-    std::string typeText;   // the request type as given ("Tick", "Daily", ...)
+// What the mode writes when the history is loaded.
+enum class EExportOutput {
+    Csv,   // --export: the series as CSV
+    Chart, // --render: the chart as a PNG or PDF
 };
 
-// Checks the export options of `commandLine`. On success fills `request` and returns an empty
-// text; otherwise the reason, for the user (missing symbol or type, unknown type or interval).
+// The size of a rendered chart: the default and the limits of -width and -height.
+inline constexpr int kRenderDefaultWidth = 1200;
+inline constexpr int kRenderDefaultHeight = 800;
+inline constexpr int kRenderMinSize = 100;
+inline constexpr int kRenderMaxSize = 10000;
+
+// What an export or a render asks for, checked.
+struct SExportRequest {
+    EExportOutput output = EExportOutput::Csv;
+    std::string file;
+    std::string symbol;              // upper case
+    int dataType = 0;                // "RequestDataType": 0 Ticks ... 4 Months
+    int intervalIndex = -1;          // "RequestIntervalIndex", -1 when the stored one applies
+    std::string typeText;            // the request type as given ("Tick", "Daily", ...)
+    int width = kRenderDefaultWidth; // of a rendered chart, in pixels
+    int height = kRenderDefaultHeight;
+};
+
+// Checks the export or render options of `commandLine`. On success fills `request` and returns
+// an empty text; otherwise the reason, for the user: both modes at once, no file, a render file
+// that is neither .png nor .pdf, missing symbol or type, unknown type or interval, a -width or
+// -height that is not a whole number from kRenderMinSize to kRenderMaxSize (they apply to
+// --render only and are ignored with --export).
 std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExportRequest& request);
 
 // The header row (no line end) of an export of `dataType`: the columns that data type fills.
@@ -31,7 +51,7 @@ std::string ExportHeader(int dataType);
 // "YYYY-MM-DD HH:MM:SS", with ".ffffff" for ticks; an invalid time is written as empty.
 std::string ExportRow(const sTICK& point, int dataType);
 
-// Process exit codes of the export mode.
+// Process exit codes of the export and render modes.
 enum EExportExit : int {
     kExportOk = 0,
     kExportBadArguments = 2,

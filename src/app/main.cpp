@@ -41,6 +41,17 @@ int main(int argc, char** argv) {
         return sent ? 0 : 1;
     }
 
+    if (commandLine.renderRequested) {
+        // No window either, but drawing needs a GUI application: on the offscreen platform
+        // unless one was chosen, so that no display is needed.
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+        QApplication application(argc, argv);
+        QApplication::setApplicationName("Skychart");
+        QApplication::setApplicationVersion(SKYCHART_VERSION);
+        return RunExport(commandLine, argv[0]);
+    }
     if (commandLine.exportRequested) {
         // No window: runs without a display.
         QCoreApplication application(argc, argv);

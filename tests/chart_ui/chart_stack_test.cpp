@@ -245,27 +245,36 @@ TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
                                 CChart2D::ECandleStyle::Wide, EAxis::Y});
     Pane().SetPriceBars(0, bars.Spans(), 0.0);
 
-    // Into a smaller rectangle and into a larger one (stretched more across than down).
-    QImage page(1000, 1000, QImage::Format_ARGB32_Premultiplied);
-    page.fill(Qt::white);
-    const QRect small(100, 100, 300, 200);
-    const QRect large(50, 400, 900, 560);
-    {
-        QPainter painter(&page);
-        Pane().DrawTo(painter, {small.x(), small.y(), small.width(), small.height()});
-        Pane().DrawTo(painter, {large.x(), large.y(), large.width(), large.height()});
+    // Into a smaller rectangle and into a larger one (stretched more across than down), on a
+    // page of the screen's resolution and on one of 150 dpi, as a PDF writer's: the drawing
+    // fills each rectangle and no more whatever the page's resolution.
+    for (const int dotsPerMeter : {3780, 5906}) {
+        QImage page(1000, 1000, QImage::Format_ARGB32_Premultiplied);
+        page.setDotsPerMeterX(dotsPerMeter);
+        page.setDotsPerMeterY(dotsPerMeter);
+        page.fill(Qt::white);
+        const QRect small(100, 100, 300, 200);
+        const QRect large(50, 400, 900, 560);
+        {
+            QPainter painter(&page);
+            Pane().DrawTo(painter, {small.x(), small.y(), small.width(), small.height()});
+            Pane().DrawTo(painter, {large.x(), large.y(), large.width(), large.height()});
+        }
+        for (const QRect& target : {small, large}) {
+            EXPECT_TRUE(IsColor(page.pixel(target.topLeft() + QPoint(1, 1)), kBackground));
+            EXPECT_TRUE(IsColor(page.pixel(target.bottomRight() - QPoint(1, 1)), kBackground))
+                << dotsPerMeter;
+            EXPECT_TRUE(IsColor(page.pixel(target.topLeft() - QPoint(2, 2)), 0xFFFFFF));
+            EXPECT_TRUE(IsColor(page.pixel(target.bottomRight() + QPoint(2, 2)), 0xFFFFFF))
+                << dotsPerMeter;
+            EXPECT_GT(Count(page, kUp, target), 10 * target.height() / 100);
+            EXPECT_GT(Count(page, kDown, target), 10 * target.height() / 100);
+        }
+        EXPECT_EQ(Count(page, kUp) + Count(page, kDown),
+                  Count(page, kUp, small) + Count(page, kDown, small) + Count(page, kUp, large) +
+                      Count(page, kDown, large))
+            << dotsPerMeter;
     }
-    for (const QRect& target : {small, large}) {
-        EXPECT_TRUE(IsColor(page.pixel(target.topLeft() + QPoint(1, 1)), kBackground));
-        EXPECT_TRUE(IsColor(page.pixel(target.bottomRight() - QPoint(1, 1)), kBackground));
-        EXPECT_TRUE(IsColor(page.pixel(target.topLeft() - QPoint(2, 2)), 0xFFFFFF));
-        EXPECT_TRUE(IsColor(page.pixel(target.bottomRight() + QPoint(2, 2)), 0xFFFFFF));
-        EXPECT_GT(Count(page, kUp, target), 10 * target.height() / 100);
-        EXPECT_GT(Count(page, kDown, target), 10 * target.height() / 100);
-    }
-    EXPECT_EQ(Count(page, kUp) + Count(page, kDown),
-              Count(page, kUp, small) + Count(page, kDown, small) + Count(page, kUp, large) +
-                  Count(page, kDown, large));
     // Printing leaves the screen layout as it was.
     EXPECT_EQ(Pane().Geometry().width, 600);
     EXPECT_EQ(Pane().Geometry().height, 400);

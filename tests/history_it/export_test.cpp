@@ -1,6 +1,10 @@
-// The real Skychart binary in its export mode: no window, the real portico, real files.
+// The real Skychart binary in its export and render modes: no window, no display, the real
+// portico, real files.
 
 #include "history_it_support.h"
+
+#include <QColor>
+#include <QImage>
 
 #include <gtest/gtest.h>
 
@@ -24,6 +28,17 @@ std::vector<std::string> ReadLines(const std::string& file) {
         lines.push_back(line);
     }
     return lines;
+}
+
+// How many pixels of `image` have exactly the colour `rgb`.
+int Count(const QImage& image, QRgb rgb) {
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            count += (image.pixel(x, y) & 0xFFFFFF) == rgb ? 1 : 0;
+        }
+    }
+    return count;
 }
 
 std::string ReadAll(const std::string& file) {
@@ -54,11 +69,15 @@ protected:
     RunResult Export(const std::vector<std::string>& arguments,
                      const std::string& executable = SKYCHART_EXECUTABLE,
                      const std::string& path = "/usr/bin:/bin") {
-        RunResult result = RunProcess(
-            executable, arguments,
+        // Neither mode needs a display, so none is given: no X, no Wayland, no platform chosen.
+        std::vector<std::string> environment =
             EnvironmentWith({"XDG_CONFIG_HOME=" + m_home.path() + "/config",
-                             "XDG_STATE_HOME=" + m_home.path() + "/state", "PATH=" + path}),
-            120s);
+                             "XDG_STATE_HOME=" + m_home.path() + "/state", "PATH=" + path});
+        std::erase_if(environment, [](const std::string& entry) {
+            return entry.starts_with("DISPLAY=") || entry.starts_with("WAYLAND_DISPLAY=") ||
+                   entry.starts_with("QT_QPA_PLATFORM=");
+        });
+        RunResult result = RunProcess(executable, arguments, environment, 120s);
         result.out += result.err;
         return result;
     }
@@ -169,6 +188,66 @@ TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItself) {
     EXPECT_NE(unreachable.out.find("cannot reach the market-data service"), std::string::npos)
         << unreachable.out;
     EXPECT_FALSE(fs::exists(File("y.csv")));
+}
+
+TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
+    const std::string settingsBefore = ReadAll(File(kSettingsFile));
+    const RunResult daily = Export({"--render", File("luma.png"), "-symbol", "LUMA", "-type",
+                                    "Daily", "-width", "800", "-height", "600"});
+    ASSERT_EQ(daily.exitCode, 0) << daily.out;
+    QImage image(QString::fromStdString(File("luma.png")));
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(image.size(), QSize(800, 600));
+    // Candles in the default up and down colours on the default white background.
+    EXPECT_GT(Count(image, 0x00FF00), 500);
+    EXPECT_GT(Count(image, 0xFF0000), 500);
+    EXPECT_GT(Count(image, 0xFFFFFF), 800 * 600 / 4);
+
+    const RunResult pdf = Export({"--render", File("luma.PDF"), "-symbol", "LUMA", "-type",
+                                  "Minute", "-interval", "5-Minute"});
+    ASSERT_EQ(pdf.exitCode, 0) << pdf.out;
+    const std::string document = ReadAll(File("luma.PDF"));
+    EXPECT_TRUE(document.starts_with("%PDF")) << document.substr(0, 16);
+    EXPECT_GT(document.size(), 10000u);
+    EXPECT_EQ(ReadAll(File(kSettingsFile)), settingsBefore);
+
+    // The user's colours are the ones drawn (down candles blue, 0x00BBGGRR), and the file that
+    // holds them stays byte for byte as it was. The default size is 1200 x 800.
+    const std::string blueDown = settingsBefore + "Price Down Candle Color=16711680\n";
+    m_home.writeFile(kSettingsFile, blueDown);
+    const RunResult blue =
+        Export({"--render", File("blue.png"), "-symbol", "LUMA", "-type", "Daily"});
+    ASSERT_EQ(blue.exitCode, 0) << blue.out;
+    image = QImage(QString::fromStdString(File("blue.png")));
+    EXPECT_EQ(image.size(), QSize(1200, 800));
+    EXPECT_GT(Count(image, 0x0000FF), 500);
+    EXPECT_EQ(Count(image, 0xFF0000), 0);
+    EXPECT_EQ(ReadAll(File(kSettingsFile)), blueDown);
+}
+
+TEST_F(ExportTest, RenderFailuresShareTheExitCodesOfExport) {
+    const RunResult noSymbol = Export({"--render", File("a.png"), "-type", "Daily"});
+    EXPECT_EQ(noSymbol.exitCode, 2);
+    EXPECT_NE(noSymbol.out.find("--render needs -symbol"), std::string::npos) << noSymbol.out;
+    const RunResult badWidth =
+        Export({"--render", File("a.png"), "-symbol", "LUMA", "-type", "Daily", "-width", "99"});
+    EXPECT_EQ(badWidth.exitCode, 2);
+    EXPECT_NE(badWidth.out.find("-width must be"), std::string::npos) << badWidth.out;
+
+    const RunResult unknown =
+        Export({"--render", File("none.png"), "-symbol", "NOSUCH", "-type", "Daily"});
+    EXPECT_EQ(unknown.exitCode, 4) << unknown.out;
+    EXPECT_NE(unknown.out.find("no history for NOSUCH"), std::string::npos) << unknown.out;
+
+    m_home.writeFile("plain", "not a folder");
+    const RunResult unwritable =
+        Export({"--render", File("plain/luma.png"), "-symbol", "LUMA", "-type", "Daily"});
+    EXPECT_EQ(unwritable.exitCode, 5) << unwritable.out;
+    EXPECT_NE(unwritable.out.find("cannot write " + File("plain/luma.png")), std::string::npos)
+        << unwritable.out;
+    for (const char* name : {"a.png", "none.png"}) {
+        EXPECT_FALSE(fs::exists(File(name))) << name;
+    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The command line: flags, values, max/min order, and applying it to the settings table.
 
 #include "app/command_line.h"
+#include "app/export.h"
 #include "core/settings.h"
 
 #include <gtest/gtest.h>
@@ -65,6 +66,64 @@ TEST(CommandLine, LongOptionsAndUnknownFlags) {
     // A stray value that no option waits for changes nothing.
     const COrvaneCommandLineInfo stray = Parsed({"stray", "-symbol", "luma"});
     EXPECT_EQ(stray.symbol, "LUMA");
+}
+
+TEST(CommandLine, RenderOptionsAreParsedAndChecked) {
+    SExportRequest request;
+    // An absolute path is the file, not a flag; the size is taken as given.
+    ASSERT_EQ(
+        CheckExportRequest(Parsed({"--RENDER", "/tmp/a.PNG", "-symbol", "luma", "-type", "minute",
+                                   "-interval", "5-minute", "-Width", "800", "-HEIGHT", "600"}),
+                           request),
+        "");
+    EXPECT_EQ(request.output, EExportOutput::Chart);
+    EXPECT_EQ(request.file, "/tmp/a.PNG");
+    EXPECT_EQ(request.symbol, "LUMA");
+    EXPECT_EQ(request.dataType, 1);
+    EXPECT_EQ(request.intervalIndex, 4);
+    EXPECT_EQ(request.width, 800);
+    EXPECT_EQ(request.height, 600);
+    // Without a size: the default; the limits themselves are allowed.
+    ASSERT_EQ(CheckExportRequest(Parsed({"--render", "b.pdf", "-symbol", "X", "-type", "Daily"}),
+                                 request),
+              "");
+    EXPECT_EQ(request.width, kRenderDefaultWidth);
+    EXPECT_EQ(request.height, kRenderDefaultHeight);
+    ASSERT_EQ(CheckExportRequest(Parsed({"--render", "b.pdf", "-symbol", "X", "-type", "Daily",
+                                         "-width", "100", "-height", "10000"}),
+                                 request),
+              "");
+    EXPECT_EQ(request.width, 100);
+    EXPECT_EQ(request.height, 10000);
+    // -width and -height belong to --render: an export ignores them.
+    ASSERT_EQ(CheckExportRequest(
+                  Parsed({"--export", "c.csv", "-symbol", "X", "-type", "Daily", "-width", "5"}),
+                  request),
+              "");
+    EXPECT_EQ(request.output, EExportOutput::Csv);
+
+    const std::vector<std::string> base{"-symbol", "X", "-type", "Daily"};
+    const auto problem = [&](std::vector<std::string> extra) {
+        extra.insert(extra.end(), base.begin(), base.end());
+        SExportRequest ignored;
+        return CheckExportRequest(Parsed(extra), ignored);
+    };
+    EXPECT_NE(problem({"--render", "a.png", "-width", "99"}).find("-width must be"),
+              std::string::npos);
+    EXPECT_NE(problem({"--render", "a.png", "-height", "10001"}).find("-height must be"),
+              std::string::npos);
+    EXPECT_NE(problem({"--render", "a.png", "-width", "12x"}).find("\"12x\""), std::string::npos);
+    EXPECT_NE(problem({"--render", "a.png", "-width", "-800"}).find("-width"), std::string::npos);
+    EXPECT_NE(problem({"--render", "a.png", "-width"}).find("-width needs"), std::string::npos);
+    EXPECT_NE(problem({"--render", "a.jpg"}).find(".png or a .pdf"), std::string::npos);
+    EXPECT_NE(problem({"--render", "png"}).find(".png or a .pdf"), std::string::npos);
+    EXPECT_NE(problem({"--render", "dir.png/chart"}).find(".png or a .pdf"), std::string::npos);
+    EXPECT_NE(problem({"--render"}).find("PNG or PDF file"), std::string::npos);
+    EXPECT_NE(problem({"--render", "a.png", "--export", "a.csv"}).find("together"),
+              std::string::npos);
+    SExportRequest ignored;
+    EXPECT_EQ(CheckExportRequest(Parsed({"--render", "a.png", "-type", "Daily"}), ignored),
+              "--render needs -symbol SYMBOL");
 }
 
 class ApplyCommandLine : public ::testing::Test {

@@ -1,6 +1,7 @@
 #include "app/ui/export_runner.h"
 
 #include "app/command_line.h"
+#include "app/ui/chart_render.h"
 #include "base/error.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
@@ -121,12 +122,14 @@ void CExportRunner::OnTick() {
                                               m_request.symbol));
             return;
         }
-        const std::string error = WriteFile();
+        const std::string error = m_request.output == EExportOutput::Chart
+                                      ? RenderChart(m_loader, m_request)
+                                      : WriteCsv();
         if (!error.empty()) {
             Finish(kExportFileError, error);
             return;
         }
-        spdlog::info("Export: {} points of {} written to {}", m_loader.History().GetCount(),
+        spdlog::info("{}: {} points of {} written to {}", ModeName(), m_loader.History().GetCount(),
                      m_request.symbol, m_request.file);
         Finish(kExportOk, {});
     } else if (!LookupReady()) {
@@ -158,13 +161,17 @@ void CExportRunner::Finish(int exitCode, const std::string& message) {
     m_exitCode = exitCode;
     m_timer.stop();
     if (!message.empty()) {
-        spdlog::error("Export failed: {}", message);
+        spdlog::error("{} failed: {}", ModeName(), message);
         PrintError(message);
     }
     QCoreApplication::exit(exitCode);
 }
 
-std::string CExportRunner::WriteFile() const {
+const char* CExportRunner::ModeName() const {
+    return m_request.output == EExportOutput::Chart ? "Render" : "Export";
+}
+
+std::string CExportRunner::WriteCsv() const {
     QSaveFile file(QString::fromStdString(m_request.file));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         return fmt::format("cannot write {}: {}", m_request.file, file.errorString().toStdString());
@@ -192,7 +199,7 @@ int CExportRunner::RecomputeAndShowNewest() {
 void CExportRunner::SetStatusText(const std::string& text) {
     if (text != m_lastStatus) {
         m_lastStatus = text;
-        spdlog::info("Export status: {}", text);
+        spdlog::info("{} status: {}", ModeName(), text);
     }
 }
 
@@ -227,7 +234,7 @@ void CExportRunner::OnSymbolNotFound(const std::string& line) {
 }
 
 void CExportRunner::OnServiceStatus(const std::string& status) {
-    spdlog::info("Export: service status {}", status);
+    spdlog::info("{}: service status {}", ModeName(), status);
 }
 
 int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& executable) {
@@ -244,12 +251,17 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
         spdlog::default_logger()->sinks().push_back(
             std::make_shared<spdlog::sinks::stderr_sink_mt>());
     }
-    spdlog::info("Skychart {} export of {} ({}) to {}", SKYCHART_VERSION, request.symbol,
-                 request.typeText, request.file);
+    if (request.output == EExportOutput::Chart) {
+        spdlog::info("Skychart {} render of {} ({}) at {}x{} to {}", SKYCHART_VERSION,
+                     request.symbol, request.typeText, request.width, request.height, request.file);
+    } else {
+        spdlog::info("Skychart {} export of {} ({}) to {}", SKYCHART_VERSION, request.symbol,
+                     request.typeText, request.file);
+    }
 
     CStderrPrompt prompt;
-    // The settings are read, never written, and an unreadable file stays where it is: the export
-    // changes nothing the user keeps.
+    // The settings are read, never written, and an unreadable file stays where it is: neither
+    // mode changes anything the user keeps.
     LoadApplicationSettings(prompt, ESettingsAccess::ReadOnly);
     CSettings& settings = CSettings::Instance();
     settings.SetText(keys::kCurrentSymbol, request.symbol);

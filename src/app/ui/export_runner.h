@@ -30,10 +30,12 @@ private:
     std::function<void(const std::string&)> m_hook;
 };
 
-// Loads one symbol's history without a window and writes it as CSV: starts the feed (launching
-// portico when it is not running), waits until the service is connected and the lookup
-// connection is up, loads through the chart's own request path and writes the file. Needs a
-// QCoreApplication; Run() drives its event loop and returns the exit code.
+// Loads one symbol's history without a window and writes it: starts the feed (launching portico
+// when it is not running), waits until the service is connected and the lookup connection is
+// up, loads through the chart's own request path, then writes the file the request asks for:
+// the series as CSV (--export) or the drawn chart (--render, see RenderChart). Needs a
+// QCoreApplication, a QApplication to render; Run() drives its event loop and returns the exit
+// code.
 class CExportRunner : public QObject, public IFeedFrame, private IHistoryProgressView {
     Q_OBJECT
 
@@ -69,8 +71,10 @@ private:
     void StartLoad();
     bool LookupReady() const;
     void Finish(int exitCode, const std::string& message);
-    // Writes the series to the request's file; an error text, or "" when written.
-    std::string WriteFile() const;
+    // Writes the series to the request's file as CSV; an error text, or "" when written.
+    std::string WriteCsv() const;
+    // "Export" or "Render", for the log.
+    const char* ModeName() const;
 
     SExportRequest m_request;
     std::chrono::milliseconds m_connectTimeout;
@@ -88,7 +92,8 @@ private:
     std::string m_lastStatus;
 };
 
-// The whole export mode for `commandLine` (inside a QCoreApplication): checks the options,
-// starts the log, loads the settings without ever writing them back, runs the export. Returns
-// the process exit code; every failure is explained on standard error.
+// The whole export or render mode for `commandLine` (inside a QCoreApplication, a QApplication
+// for --render): checks the options, starts the log, loads the settings without ever writing
+// them back, runs the export. Returns the process exit code; every failure is explained on
+// standard error.
 int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& executable);

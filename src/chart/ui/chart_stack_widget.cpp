@@ -246,6 +246,13 @@ void CChartStackWidget::RenderPanes(QPainter& painter, const QRectF& target,
     painter.save();
     painter.translate(target.topLeft());
     painter.scale(target.width() / plotWidth, target.height() / total);
+    // A picture plays back enlarged by the device's resolution over its own (half as large
+    // again on a PDF of 150 dpi): undone, so that the panes fill the target on any device.
+    const QPaintDevice* device = painter.device();
+    if (device != nullptr && device->logicalDpiX() > 0 && device->logicalDpiY() > 0) {
+        painter.scale(static_cast<double>(picture.logicalDpiX()) / device->logicalDpiX(),
+                      static_cast<double>(picture.logicalDpiY()) / device->logicalDpiY());
+    }
     painter.drawPicture(0, 0, picture);
     painter.restore();
 }

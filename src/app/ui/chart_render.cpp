@@ -1,0 +1,29 @@
+#include "app/ui/chart_render.h"
+
+#include "app/export.h"
+#include "chart/chart_loader.h"
+#include "chart/ui/chart_canvas.h"
+#include "chart/ui/chart_image.h"
+#include "history/chart_hist_request.h"
+
+#include <QSize>
+
+std::string RenderChart(const CChartLoader& loader, const SExportRequest& request) {
+    CChartCanvas canvas(loader.History());
+    canvas.resize(request.width, request.height);
+    canvas.SetSeries(loader.Symbol(), loader.DataType(), loader.IntervalIndex());
+    canvas.LoadSettings();
+    canvas.SetPointCount(loader.History().GetCount(), true);
+    canvas.ResetYRange();
+    canvas.Relayout();
+    // The image holds the title line above the panes: the canvas gives up the height of its
+    // scroll bar to it, so that the panes fill the image without being scaled.
+    const int spare = request.height - ChartImageTitleHeight() - canvas.PanesSize().height();
+    if (spare != 0 && request.height + spare > 0) {
+        canvas.resize(request.width, request.height + spare);
+        canvas.Relayout();
+    }
+    const std::string title =
+        ChartTitleNow(loader.Symbol(), loader.DataType(), loader.IntervalIndex());
+    return WriteChartImage(canvas, title, request.file, QSize(request.width, request.height));
+}
