@@ -122,13 +122,19 @@ void CChartCanvas::Relayout() {
         if (shown) {
             const SPaneRect& rect = m_layoutResult.panes[static_cast<std::size_t>(pane)];
             m_stack->SetPaneGeometry(pane, rect.top, rect.height);
-            m_stack->SetPaneCollapsed(pane, !m_layoutResult.proportionalOnly &&
-                                                m_layout.IsMinimized(pane) &&
-                                                m_layout.maximized != pane);
+            m_stack->SetPaneCollapsed(pane, IsStrip(pane));
         }
     }
     RedrawAll();
     m_stack->ReleaseDrawing();
+}
+
+bool CChartCanvas::IsStrip(int pane) const {
+    if (m_layoutResult.proportionalOnly) {
+        return false;
+    }
+    // With a pane maximised every other pane is a strip, minimised or not.
+    return m_layout.HasMaximized() ? m_layout.maximized != pane : m_layout.IsMinimized(pane);
 }
 
 std::string CChartCanvas::ChartText() const {
@@ -156,9 +162,7 @@ void CChartCanvas::RedrawAll() {
     m_stack->HoldDrawing();
     m_draw.PaintPricePane(m_stack->Pane(0), style, frame);
     for (int pane = 1; pane <= m_layout.LastPane(); ++pane) {
-        const std::string label = m_layout.IsMinimized(pane) && m_layout.maximized != pane
-                                      ? std::string("(Minimized)")
-                                      : std::string();
+        const std::string label = IsStrip(pane) ? std::string("(Minimized)") : std::string();
         m_draw.PaintStudyPane(m_stack->Pane(pane), style, frame,
                               m_layout.studyTypes[static_cast<std::size_t>(pane)], label);
     }

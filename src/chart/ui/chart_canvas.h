@@ -92,6 +92,8 @@ private:
     void StoreLayout();
     bool HandleMouse(QEvent* event);
     double PixelsPerBar() const;
+    // Whether `pane` is laid out as a title strip (minimised, or beside a maximised pane).
+    bool IsStrip(int pane) const;
     std::string ChartText() const;
 
     const CChartHistRequest& m_history;
