@@ -55,7 +55,7 @@
 #include <string>
 #include <vector>
 
-#include "bare_load.h"
+#include "bench_support.h"
 #include "portico_process.h"
 #include "recording_prompt.h"
 #include "temp_dir.h"
@@ -74,33 +74,6 @@ constexpr auto kRunTimeout = std::chrono::minutes(5);
 
 double Seconds(TimePoint from, TimePoint to) {
     return std::chrono::duration<double>(to - from).count();
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
-}
-
-double Percentile(std::vector<double> values, double fraction) {
-    if (values.empty()) {
-        return 0.0;
-    }
-    std::sort(values.begin(), values.end());
-    const auto rank = static_cast<std::size_t>(fraction * static_cast<double>(values.size() - 1));
-    return values[rank];
-}
-
-long StatusKb(const char* field) {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    const std::size_t length = std::strlen(field);
-    while (std::getline(status, line)) {
-        if (line.compare(0, length, field) == 0) {
-            return std::atol(line.c_str() + length + 1);
-        }
-    }
-    return -1;
 }
 
 // ---- the bare load: blocking receives straight into the parser --------------------------------
@@ -335,24 +308,12 @@ std::string StepText(const std::vector<double>& values) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) {
-        std::fprintf(stderr, "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM]\n", argv[0]);
-        return 2;
-    }
-    const std::string porticoPath = argv[1];
-    long ticks = 5'000'000;
-    int runs = 3;
-    std::string symbol = "LUMA";
-    for (int i = 2; i + 1 < argc; i += 2) {
-        const std::string option = argv[i];
-        if (option == "--ticks") {
-            ticks = std::atol(argv[i + 1]);
-        } else if (option == "--runs") {
-            runs = std::max(1, std::atoi(argv[i + 1]));
-        } else if (option == "--symbol") {
-            symbol = argv[i + 1];
-        }
-    }
+    const SLoadOptions options =
+        ParseLoadOptions(argc, argv, "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM]\n");
+    const std::string& porticoPath = options.porticoPath;
+    const long ticks = options.ticks;
+    const int runs = options.runs;
+    const std::string& symbol = options.symbol;
     if (ticks <= 0 || ticks > 100'000'000) {
         Fail("--ticks must be 1 to 100000000");
     }

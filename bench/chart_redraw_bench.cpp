@@ -13,6 +13,7 @@
 //
 //   chart_redraw_bench [--runs R] [--bars N] [--save FILE.png]
 
+#include "bench_support.h"
 #include "chart/drawn_item.h"
 #include "chart/ui/chart_stack_widget.h"
 
@@ -181,11 +182,6 @@ void FillStack(CChartStackWidget& stack, const SData& data, std::size_t first, s
         levels[2 * pane + 1]->Paint(study);
     }
     stack.ReleaseDrawing();
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 double ThreadCpuMs() {

@@ -30,7 +30,7 @@
 #include <string_view>
 #include <vector>
 
-#include "bare_load.h"
+#include "bench_support.h"
 #include "portico_process.h"
 
 extern char** environ;
@@ -125,18 +125,6 @@ double ParseInMemory(const std::string& bytes, CChartHistRequest& history) {
 
 // ---- memory and children ----------------------------------------------------------------------
 
-long StatusKb(const char* field) {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    const std::size_t length = std::strlen(field);
-    while (std::getline(status, line)) {
-        if (line.compare(0, length, field) == 0) {
-            return std::atol(line.c_str() + length + 1);
-        }
-    }
-    return -1;
-}
-
 // Runs `argv` and returns its standard output.
 std::string RunChild(const std::vector<std::string>& args) {
     int out[2];
@@ -182,12 +170,6 @@ double Number(const std::string& text, const std::string& key) {
     return std::atof(text.c_str() + at + key.size() + 1);
 }
 
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
-}
-
 std::string Command(const std::string& symbol, long ticks) {
     return "HTX," + symbol + "," + std::to_string(ticks) + ",1,Lookup0\n";
 }
@@ -206,34 +188,21 @@ int main(int argc, char** argv) {
     if (argc >= 5 && std::string(argv[1]) == "--load-child") {
         return LoadChild(std::atoi(argv[2]), std::atol(argv[3]), argv[4]);
     }
-    if (argc < 2) {
-        std::fprintf(stderr,
-                     "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM] [--python PY] "
-                     "[--script FILE]\n",
-                     argv[0]);
-        return 2;
-    }
-    const std::string porticoPath = argv[1];
-    long ticks = 5'000'000;
-    int runs = 3;
-    std::string symbol = "LUMA";
-    std::string python = "/usr/bin/python3";
-    std::string script =
-        (std::filesystem::path(__FILE__).parent_path() / "pandas_parse.py").string();
-    for (int i = 2; i + 1 < argc; i += 2) {
-        const std::string option = argv[i];
-        if (option == "--ticks") {
-            ticks = std::atol(argv[i + 1]);
-        } else if (option == "--runs") {
-            runs = std::max(3, std::atoi(argv[i + 1]));
-        } else if (option == "--symbol") {
-            symbol = argv[i + 1];
-        } else if (option == "--python") {
-            python = argv[i + 1];
-        } else if (option == "--script") {
-            script = argv[i + 1];
-        }
-    }
+    const SLoadOptions options = ParseLoadOptions(
+        argc, argv,
+        "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM] [--python PY] [--script FILE]\n");
+    const std::string& porticoPath = options.porticoPath;
+    const long ticks = options.ticks;
+    // Three runs at least: the in-memory parse and pandas are interleaved.
+    const int runs = std::max(3, options.runs);
+    const std::string& symbol = options.symbol;
+    const auto other = [&](const char* name, std::string fallback) {
+        const auto found = options.others.find(name);
+        return found != options.others.end() ? found->second : fallback;
+    };
+    const std::string python = other("--python", "/usr/bin/python3");
+    const std::string script = other(
+        "--script", (std::filesystem::path(__FILE__).parent_path() / "pandas_parse.py").string());
     const std::string self = std::filesystem::canonical("/proc/self/exe").string();
 
     skychart::test::PorticoProcess portico(porticoPath);

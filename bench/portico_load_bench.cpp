@@ -23,6 +23,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench_support.h"
 #include "portico_process.h"
 
 extern char** environ;
@@ -127,33 +128,15 @@ double RawTransfer(const std::string& bytes) {
     return seconds;
 }
 
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) {
-        std::fprintf(stderr, "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM]\n", argv[0]);
-        return 2;
-    }
-    const std::string porticoPath = argv[1];
-    long ticks = 5'000'000;
-    int runs = 3;
-    std::string symbol = "LUMA";
-    for (int i = 2; i + 1 < argc; i += 2) {
-        const std::string option = argv[i];
-        if (option == "--ticks") {
-            ticks = std::atol(argv[i + 1]);
-        } else if (option == "--runs") {
-            runs = std::max(1, std::atoi(argv[i + 1]));
-        } else if (option == "--symbol") {
-            symbol = argv[i + 1];
-        }
-    }
+    const SLoadOptions options =
+        ParseLoadOptions(argc, argv, "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM]\n");
+    const std::string& porticoPath = options.porticoPath;
+    const long ticks = options.ticks;
+    const int runs = options.runs;
+    const std::string& symbol = options.symbol;
 
     skychart::test::PorticoProcess portico(porticoPath);
     if (!portico.start({"--linger", "0", "--connect-delay", "0"})) {

@@ -1,6 +1,21 @@
 # Helpers shared by the end-to-end scripts (sourced). They expect $home, the test's temporary
 # folder, and set $admin, $lookup and $level1 in make_home.
 
+# Runs SCRIPT ARGS... again under a fresh Xvfb screen unless this is that run already; exits 77
+# (skipped) when one of TOOLS (a space-separated list) is not installed.
+rerun_under_xvfb() {
+    local script=$1 tools=$2 tool
+    shift 2
+    [[ "${SKYCHART_E2E_INSIDE:-}" == 1 ]] && return 0
+    for tool in xvfb-run Xvfb $tools; do
+        if ! command -v "$tool" >/dev/null 2>&1; then
+            echo "SKIP: $tool is not installed"
+            exit 77
+        fi
+    done
+    SKYCHART_E2E_INSIDE=1 exec xvfb-run -a -s "-screen 0 1600x1000x24" "$script" "$@"
+}
+
 free_port() {
     python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
 }

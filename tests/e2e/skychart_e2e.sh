@@ -9,17 +9,8 @@ set -uo pipefail
 skychart=$1
 output=$2
 
-if [[ "${SKYCHART_E2E_INSIDE:-}" != 1 ]]; then
-    for tool in xvfb-run Xvfb xdotool import python3; do
-        if ! command -v "$tool" >/dev/null 2>&1; then
-            echo "SKIP: $tool is not installed"
-            exit 77
-        fi
-    done
-    SKYCHART_E2E_INSIDE=1 exec xvfb-run -a -s "-screen 0 1600x1000x24" "$0" "$@"
-fi
-
 source "$(dirname "$(readlink -f "$0")")/e2e_lib.sh"
+rerun_under_xvfb "$0" "xdotool import python3" "$@"
 
 home=$(mktemp -d /tmp/skychart-e2e-XXXXXX)
 skychart_pid=

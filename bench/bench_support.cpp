@@ -1,4 +1,4 @@
-#include "bare_load.h"
+#include "bench_support.h"
 
 #include "feed/feed_platform.h"
 #include "feed/kestrel_stream_socket.h"
@@ -10,11 +10,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <memory>
 
 namespace {
@@ -22,7 +24,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void Fail(const std::string& what) {
-    std::fprintf(stderr, "bare load: %s (%s)\n", what.c_str(), std::strerror(errno));
+    std::fprintf(stderr, "bench: %s (%s)\n", what.c_str(), std::strerror(errno));
     std::exit(1);
 }
 
@@ -119,4 +121,56 @@ double LoadOverLoopback(int port, const std::string& command, CChartHistRequest&
         }
     }
     return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+SLoadOptions ParseLoadOptions(int argc, char** argv, const char* usage) {
+    if (argc < 2) {
+        std::fprintf(stderr, usage, argv[0]);
+        std::exit(2);
+    }
+    SLoadOptions options;
+    options.porticoPath = argv[1];
+    for (int i = 2; i + 1 < argc; i += 2) {
+        const std::string option = argv[i];
+        if (option == "--ticks") {
+            options.ticks = std::atol(argv[i + 1]);
+        } else if (option == "--runs") {
+            options.runs = std::max(1, std::atoi(argv[i + 1]));
+        } else if (option == "--symbol") {
+            options.symbol = argv[i + 1];
+        } else {
+            options.others[option] = argv[i + 1];
+        }
+    }
+    return options;
+}
+
+double Median(std::vector<double> values) {
+    if (values.empty()) {
+        return 0.0;
+    }
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
+}
+
+double Percentile(std::vector<double> values, double fraction) {
+    if (values.empty()) {
+        return 0.0;
+    }
+    std::sort(values.begin(), values.end());
+    const auto rank = static_cast<std::size_t>(fraction * static_cast<double>(values.size() - 1));
+    return values[rank];
+}
+
+long StatusKb(const char* field) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    const std::size_t length = std::strlen(field);
+    while (std::getline(status, line)) {
+        if (line.compare(0, length, field) == 0) {
+            return std::atol(line.c_str() + length + 1);
+        }
+    }
+    return -1;
 }
