@@ -28,6 +28,13 @@ std::vector<SSettingKey> NumberedKeys() {
         made.emplace_back(Numbered(kStudyDataColor, study), "0");
         made.emplace_back(Numbered(kStudyLabelColor, study), "0");
     }
+    const char* averagePoints[] = {"5", "10", "15"};
+    const char* averageColors[] = {"255", "16711680", "65535"};
+    for (int average = 1; average <= 3; ++average) {
+        made.emplace_back(Numbered(kMovingAverageSelect, average), "1");
+        made.emplace_back(Numbered(kMovingAveragePoints, average), averagePoints[average - 1]);
+        made.emplace_back(Numbered(kMovingAverageColor, average), averageColors[average - 1]);
+    }
     texts.reserve(made.size());
     defaults.reserve(made.size());
     std::vector<SSettingKey> result;
@@ -87,6 +94,57 @@ const std::vector<SSettingKey>& AllSettingKeys() {
             {kPriceUpCandleColor, "65280", true},
             {kPriceDownCandleColor, "255", true},
             {kPriceBarColor, "12632256", true},
+
+            {kMAsShow, "0", true},
+            {kMovingAverageExponential, "0", true},
+            {kBBStudyShow, "0", true},
+            {kBBColor, "13553358", true},
+            {kBBAvgPeriod, "20", true},
+            {kBBDeviations, "2.0", true},
+
+            {kStudyAvgPeriod, "21,20,20,9,18,5,10,14,14,14", true},
+            {kStudyCustomAvgPeriod, "21,20,20,9,18,5,500,9,9,10", true},
+            {kRSIRadioSelect, "1", true},
+            {kOBVRadioSelect, "1", true},
+            {kMOMRadioSelect, "1", true},
+            {kROCRadioSelect, "1", true},
+            {kMACDRadioSelect, "1", true},
+            {kMFRadioSelect, "1", true},
+            {kMFIRadioSelect, "1", true},
+            {kADXRadioSelect, "1", true},
+            {kSTORadioSelect, "0", true},
+            {kVolumeAverageAllData, "1", true},
+            {kRSIUpperLevel, "70", true},
+            {kRSILowerLevel, "30", true},
+            {kRSIUpLevelColor, "14204888", true},
+            {kRSILowLevelColor, "9221330", true},
+            {kMomentumZeroColor, "14269322", true},
+            {kROC100Color, "12270022", true},
+            {kOBVZeroColor, "16777215", true},
+            {kMACDShortPeriod, "8", true},
+            {kMACDLongPeriod, "17", true},
+            {kMACDCustomShortPeriod, "38", true},
+            {kMACDCustomLongPeriod, "78", true},
+            {kMACDSignalLineColor, "12615935", true},
+            {kMACDHistogramColor, "11829830", true},
+            {kSTOFast, "0", true},
+            {kSTOUpperLevel, "80", true},
+            {kSTOLowerLevel, "20", true},
+            {kSTOUpLevelColor, "14204888", true},
+            {kSTOLowLevelColor, "9221330", true},
+            {kSTODLineColor, "8388863", true},
+            {kSTOKLineColor, "0", true},
+            {kShowVolumeAverage, "1", true},
+            {kVolumeAverageColor, "255", true},
+            {kVolumeLabelColor, "0", true},
+            {kPositiveFlowLineColor, "11829830", true},
+            {kNegativeFlowLineColor, "255", true},
+            {kMFIUpperLevel, "80", true},
+            {kMFILowerLevel, "20", true},
+            {kMFIUpLevelColor, "14204888", true},
+            {kMFILowLevelColor, "9221330", true},
+            {kPositiveDIColor, "11829830", true},
+            {kNegativeDIColor, "255", true},
         };
         for (const SSettingKey& key : NumberedKeys()) {
             table.push_back(key);

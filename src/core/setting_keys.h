@@ -60,6 +60,62 @@ inline constexpr const char* kPriceBarColor = "Price Bar Color";
 inline constexpr const char* kStudyDataColor = "Study Data Color %d";   // study type 0 .. 9
 inline constexpr const char* kStudyLabelColor = "Study Label Color %d"; // study type 0 .. 9
 
+// Upper studies over the price pane.
+inline constexpr const char* kMAsShow = "MAs SHOW";
+inline constexpr const char* kMovingAverageSelect = "Moving Average %d Select"; // 1 .. 3
+inline constexpr const char* kMovingAveragePoints = "Moving Average %d Points"; // 1 .. 3
+inline constexpr const char* kMovingAverageColor = "Moving Average %d Color";   // 1 .. 3
+inline constexpr const char* kMovingAverageExponential = "Moving Average Exponential";
+inline constexpr const char* kBBStudyShow = "BB STUDY SHOW";
+inline constexpr const char* kBBColor = "BB Color";
+inline constexpr const char* kBBAvgPeriod = "BB AVG PERIOD";
+inline constexpr const char* kBBDeviations = "BB DIVIATIONS NUMBER";
+
+// Lower studies: periods by study index, period choices, levels and line colours.
+inline constexpr const char* kStudyAvgPeriod = "STUDY AVG PERIOD";
+inline constexpr const char* kStudyCustomAvgPeriod = "STUDY CUSTOM AVG PERIOD";
+inline constexpr const char* kRSIRadioSelect = "RSI Radio Select";
+inline constexpr const char* kOBVRadioSelect = "OBV Radio Select";
+inline constexpr const char* kMOMRadioSelect = "MOM Radio Select";
+inline constexpr const char* kROCRadioSelect = "ROC Radio Select";
+inline constexpr const char* kMACDRadioSelect = "MACD Radio Select";
+inline constexpr const char* kMFRadioSelect = "MF Radio Select";
+inline constexpr const char* kMFIRadioSelect = "MFI Radio Select";
+inline constexpr const char* kADXRadioSelect = "ADX Radio Select";
+inline constexpr const char* kSTORadioSelect = "STO Radio Select";
+inline constexpr const char* kVolumeAverageAllData = "Volume Average All Data";
+inline constexpr const char* kRSIUpperLevel = "RSI Upper Level";
+inline constexpr const char* kRSILowerLevel = "RSI Lower Level";
+inline constexpr const char* kRSIUpLevelColor = "RSI Up Level Color";
+inline constexpr const char* kRSILowLevelColor = "RSI Low Level Color";
+inline constexpr const char* kMomentumZeroColor = "Momentum zero Color";
+inline constexpr const char* kROC100Color = "ROC 100% Color";
+inline constexpr const char* kOBVZeroColor = "OBV zero Color";
+inline constexpr const char* kMACDShortPeriod = "MACD Short Period";
+inline constexpr const char* kMACDLongPeriod = "MACD Long Period";
+inline constexpr const char* kMACDCustomShortPeriod = "MACD Custom Short Period";
+inline constexpr const char* kMACDCustomLongPeriod = "MACD Custom Long Period";
+inline constexpr const char* kMACDSignalLineColor = "MACD Signal Line Color";
+inline constexpr const char* kMACDHistogramColor = "MACD Histogram Color";
+inline constexpr const char* kSTOFast = "STO Fast";
+inline constexpr const char* kSTOUpperLevel = "STO Upper Level";
+inline constexpr const char* kSTOLowerLevel = "STO Lower Level";
+inline constexpr const char* kSTOUpLevelColor = "STO Up Level Color";
+inline constexpr const char* kSTOLowLevelColor = "STO Low Level Color";
+inline constexpr const char* kSTODLineColor = "STO %D Line Color";
+inline constexpr const char* kSTOKLineColor = "STO %K Line Color";
+inline constexpr const char* kShowVolumeAverage = "Show Volume Average";
+inline constexpr const char* kVolumeAverageColor = "VolumeAverage Color";
+inline constexpr const char* kVolumeLabelColor = "VolumeLabel Color";
+inline constexpr const char* kPositiveFlowLineColor = "Positive Flow Line Color";
+inline constexpr const char* kNegativeFlowLineColor = "Negative Flow Line Color";
+inline constexpr const char* kMFIUpperLevel = "MFI Upper Level";
+inline constexpr const char* kMFILowerLevel = "MFI Lower Level";
+inline constexpr const char* kMFIUpLevelColor = "MFI Up Level Color";
+inline constexpr const char* kMFILowLevelColor = "MFI Low Level Color";
+inline constexpr const char* kPositiveDIColor = "Positive Directional Indicator Color";
+inline constexpr const char* kNegativeDIColor = "Negative Directional Indicator Color";
+
 // A numbered key: `pattern` with its "%d" replaced by `number`.
 std::string Numbered(const char* pattern, int number);
 

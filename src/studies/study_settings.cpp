@@ -1,0 +1,251 @@
+#include "studies/study_settings.h"
+
+#include "core/setting_keys.h"
+#include "core/settings.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+
+namespace {
+
+const std::array<SStudyCatalogEntry, kStudyTypeCount>& Catalog() {
+    static const std::array<SStudyCatalogEntry, kStudyTypeCount> catalog{{
+        {"RSI", "RSI", 21, 21, keys::kRSIRadioSelect, {14, 9, 25}},
+        {"MOM", "Momentum", 20, 20, keys::kMOMRadioSelect, {10, 30}},
+        {"ROC", "Rate of Change", 20, 20, keys::kROCRadioSelect, {10, 30}},
+        {"OBV", "On Balance Volume", 9, 9, keys::kOBVRadioSelect, {9}},
+        {"MACD", "MACD", 18, 18, keys::kMACDRadioSelect, {9, 9}},
+        {"STO", "Stochastics", 5, 5, keys::kSTORadioSelect, {5, 10, 25}},
+        {"Vol", "Volume", 10, 500, keys::kVolumeAverageAllData, {}},
+        {"MF", "Money Flow", 14, 9, keys::kMFRadioSelect, {14}},
+        {"MFI", "Money Flow Index", 14, 9, keys::kMFIRadioSelect, {14}},
+        {"ADX", "ADX", 14, 10, keys::kADXRadioSelect, {14}},
+    }};
+    return catalog;
+}
+
+// The integer of a list entry, or nothing when it does not read as one.
+bool ReadInt(std::string_view text, int& value) {
+    while (!text.empty() && text.front() == ' ') {
+        text.remove_prefix(1);
+    }
+    int parsed = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), parsed);
+    if (error != std::errc{} || end == text.data()) {
+        return false;
+    }
+    value = parsed;
+    return true;
+}
+
+void ReadPeriodList(const CSettings& settings, const char* key,
+                    std::array<int, kStudyTypeCount>& periods) {
+    const std::vector<std::string> items = settings.GetList(key);
+    for (std::size_t at = 0; at < items.size() && at < periods.size(); ++at) {
+        int value = 0;
+        if (ReadInt(items[at], value) && value > 0) {
+            periods[at] = value;
+        }
+    }
+}
+
+std::string JoinPeriods(const std::array<int, kStudyTypeCount>& periods) {
+    std::string text;
+    for (std::size_t at = 0; at < periods.size(); ++at) {
+        text += (at == 0 ? "" : ",") + std::to_string(periods[at]);
+    }
+    return text;
+}
+
+ColorRef Color(const CSettings& settings, const std::string& key) {
+    return settings.GetUnsigned(key);
+}
+
+void SetColor(CSettings& settings, const std::string& key, ColorRef color) {
+    settings.SetText(key, std::to_string(color));
+}
+
+} // namespace
+
+const SStudyCatalogEntry& StudyCatalog(int studyType) {
+    return Catalog()[static_cast<std::size_t>(std::clamp(studyType, 0, kStudyTypeCount - 1))];
+}
+
+bool IsStudyType(int studyType) {
+    return studyType >= 0 && studyType < kStudyTypeCount;
+}
+
+bool SUpperStudySettings::AverageShown(int number) const {
+    return masShow && number >= 1 && number <= 3 && select[static_cast<std::size_t>(number - 1)];
+}
+
+int SUpperStudySettings::Period(int number) const {
+    if (number == 4) {
+        return bandsPeriod;
+    }
+    return points[static_cast<std::size_t>(std::clamp(number, 1, 3) - 1)];
+}
+
+SUpperStudySettings SUpperStudySettings::Read(const CSettings& settings) {
+    SUpperStudySettings upper;
+    upper.masShow = settings.GetInt(keys::kMAsShow) == 1;
+    for (int number = 1; number <= 3; ++number) {
+        const auto at = static_cast<std::size_t>(number - 1);
+        upper.select[at] = settings.GetInt(keys::Numbered(keys::kMovingAverageSelect, number)) == 1;
+        upper.points[at] = settings.GetInt(keys::Numbered(keys::kMovingAveragePoints, number));
+        upper.colors[at] = Color(settings, keys::Numbered(keys::kMovingAverageColor, number));
+    }
+    upper.exponential = settings.GetInt(keys::kMovingAverageExponential) == 1;
+    upper.bandsShow = settings.GetInt(keys::kBBStudyShow) == 1;
+    upper.bandsColor = Color(settings, keys::kBBColor);
+    upper.bandsPeriod = settings.GetInt(keys::kBBAvgPeriod);
+    upper.bandsDeviations = settings.GetNumber(keys::kBBDeviations);
+    return upper;
+}
+
+void SUpperStudySettings::Write(CSettings& settings) const {
+    settings.SetInt(keys::kMAsShow, masShow ? 1 : 0);
+    for (int number = 1; number <= 3; ++number) {
+        const auto at = static_cast<std::size_t>(number - 1);
+        settings.SetInt(keys::Numbered(keys::kMovingAverageSelect, number), select[at] ? 1 : 0);
+        settings.SetInt(keys::Numbered(keys::kMovingAveragePoints, number), points[at]);
+        SetColor(settings, keys::Numbered(keys::kMovingAverageColor, number), colors[at]);
+    }
+    settings.SetInt(keys::kMovingAverageExponential, exponential ? 1 : 0);
+    settings.SetInt(keys::kBBStudyShow, bandsShow ? 1 : 0);
+    SetColor(settings, keys::kBBColor, bandsColor);
+    settings.SetInt(keys::kBBAvgPeriod, bandsPeriod);
+    char deviations[32];
+    std::snprintf(deviations, sizeof deviations, "%.2f", bandsDeviations);
+    settings.SetText(keys::kBBDeviations, deviations);
+}
+
+bool SStudySettings::IsCustom(int studyType) const {
+    if (!IsStudyType(studyType)) {
+        return false;
+    }
+    const auto at = static_cast<std::size_t>(studyType);
+    if (studyType == kStudyVolume) {
+        return radio[at] != 1; // "For all data" is 1
+    }
+    return radio[at] == static_cast<int>(StudyCatalog(studyType).fixedChoices.size());
+}
+
+int SStudySettings::Period(int studyType) const {
+    if (!IsStudyType(studyType)) {
+        return 1;
+    }
+    const auto at = static_cast<std::size_t>(studyType);
+    const int period = IsCustom(studyType) ? customPeriods[at] : periods[at];
+    return std::max(period, 1);
+}
+
+std::string SStudySettings::MacdPresetWord() const {
+    const int signal = Period(kStudyMACD);
+    if (macdShort == 8 && macdLong == 17 && signal == 9) {
+        return "buy";
+    }
+    if (macdShort == 12 && macdLong == 25 && signal == 9) {
+        return "sell";
+    }
+    return "custom";
+}
+
+SStudySettings SStudySettings::Read(const CSettings& settings) {
+    SStudySettings s;
+    const int panes = std::clamp(settings.GetInt(keys::kNumberOfStudyCharts), 0, kMaxStudyPanes);
+    s.paneTypes.clear();
+    for (int pane = 0; pane < panes; ++pane) {
+        const int type = settings.GetInt(keys::Numbered(keys::kTypeOfStudyChart, pane));
+        s.paneTypes.push_back(IsStudyType(type) ? type : kStudyVolume);
+    }
+    ReadPeriodList(settings, keys::kStudyAvgPeriod, s.periods);
+    ReadPeriodList(settings, keys::kStudyCustomAvgPeriod, s.customPeriods);
+    for (int type = 0; type < kStudyTypeCount; ++type) {
+        const auto at = static_cast<std::size_t>(type);
+        s.radio[at] = settings.GetInt(StudyCatalog(type).radioKey);
+        s.dataColor[at] = Color(settings, keys::Numbered(keys::kStudyDataColor, type));
+        s.labelColor[at] = Color(settings, keys::Numbered(keys::kStudyLabelColor, type));
+    }
+    s.rsiUpper = settings.GetInt(keys::kRSIUpperLevel);
+    s.rsiLower = settings.GetInt(keys::kRSILowerLevel);
+    s.rsiUpColor = Color(settings, keys::kRSIUpLevelColor);
+    s.rsiLowColor = Color(settings, keys::kRSILowLevelColor);
+    s.momentumZeroColor = Color(settings, keys::kMomentumZeroColor);
+    s.roc100Color = Color(settings, keys::kROC100Color);
+    s.obvZeroColor = Color(settings, keys::kOBVZeroColor);
+    s.macdShort = settings.GetInt(keys::kMACDShortPeriod);
+    s.macdLong = settings.GetInt(keys::kMACDLongPeriod);
+    s.macdCustomShort = settings.GetInt(keys::kMACDCustomShortPeriod);
+    s.macdCustomLong = settings.GetInt(keys::kMACDCustomLongPeriod);
+    s.macdSignalColor = Color(settings, keys::kMACDSignalLineColor);
+    s.macdHistogramColor = Color(settings, keys::kMACDHistogramColor);
+    s.stoFast = settings.GetInt(keys::kSTOFast) == 1;
+    s.stoUpper = settings.GetInt(keys::kSTOUpperLevel);
+    s.stoLower = settings.GetInt(keys::kSTOLowerLevel);
+    s.stoUpColor = Color(settings, keys::kSTOUpLevelColor);
+    s.stoLowColor = Color(settings, keys::kSTOLowLevelColor);
+    s.stoDColor = Color(settings, keys::kSTODLineColor);
+    s.stoKColor = Color(settings, keys::kSTOKLineColor);
+    s.showVolumeAverage = settings.GetInt(keys::kShowVolumeAverage) == 1;
+    s.volumeAverageColor = Color(settings, keys::kVolumeAverageColor);
+    s.volumeLabelColor = Color(settings, keys::kVolumeLabelColor);
+    s.positiveFlowColor = Color(settings, keys::kPositiveFlowLineColor);
+    s.negativeFlowColor = Color(settings, keys::kNegativeFlowLineColor);
+    s.mfiUpper = settings.GetInt(keys::kMFIUpperLevel);
+    s.mfiLower = settings.GetInt(keys::kMFILowerLevel);
+    s.mfiUpColor = Color(settings, keys::kMFIUpLevelColor);
+    s.mfiLowColor = Color(settings, keys::kMFILowLevelColor);
+    s.positiveDIColor = Color(settings, keys::kPositiveDIColor);
+    s.negativeDIColor = Color(settings, keys::kNegativeDIColor);
+    return s;
+}
+
+void SStudySettings::Write(CSettings& settings) const {
+    const int panes = std::min(static_cast<int>(paneTypes.size()), kMaxStudyPanes);
+    settings.SetInt(keys::kNumberOfStudyCharts, panes);
+    for (int pane = 0; pane < panes; ++pane) {
+        settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, pane),
+                        paneTypes[static_cast<std::size_t>(pane)]);
+    }
+    settings.SetText(keys::kStudyAvgPeriod, JoinPeriods(periods));
+    settings.SetText(keys::kStudyCustomAvgPeriod, JoinPeriods(customPeriods));
+    for (int type = 0; type < kStudyTypeCount; ++type) {
+        const auto at = static_cast<std::size_t>(type);
+        settings.SetInt(StudyCatalog(type).radioKey, radio[at]);
+        SetColor(settings, keys::Numbered(keys::kStudyDataColor, type), dataColor[at]);
+        SetColor(settings, keys::Numbered(keys::kStudyLabelColor, type), labelColor[at]);
+    }
+    settings.SetInt(keys::kRSIUpperLevel, rsiUpper);
+    settings.SetInt(keys::kRSILowerLevel, rsiLower);
+    SetColor(settings, keys::kRSIUpLevelColor, rsiUpColor);
+    SetColor(settings, keys::kRSILowLevelColor, rsiLowColor);
+    SetColor(settings, keys::kMomentumZeroColor, momentumZeroColor);
+    SetColor(settings, keys::kROC100Color, roc100Color);
+    SetColor(settings, keys::kOBVZeroColor, obvZeroColor);
+    settings.SetInt(keys::kMACDShortPeriod, macdShort);
+    settings.SetInt(keys::kMACDLongPeriod, macdLong);
+    settings.SetInt(keys::kMACDCustomShortPeriod, macdCustomShort);
+    settings.SetInt(keys::kMACDCustomLongPeriod, macdCustomLong);
+    SetColor(settings, keys::kMACDSignalLineColor, macdSignalColor);
+    SetColor(settings, keys::kMACDHistogramColor, macdHistogramColor);
+    settings.SetInt(keys::kSTOFast, stoFast ? 1 : 0);
+    settings.SetInt(keys::kSTOUpperLevel, stoUpper);
+    settings.SetInt(keys::kSTOLowerLevel, stoLower);
+    SetColor(settings, keys::kSTOUpLevelColor, stoUpColor);
+    SetColor(settings, keys::kSTOLowLevelColor, stoLowColor);
+    SetColor(settings, keys::kSTODLineColor, stoDColor);
+    SetColor(settings, keys::kSTOKLineColor, stoKColor);
+    settings.SetInt(keys::kShowVolumeAverage, showVolumeAverage ? 1 : 0);
+    SetColor(settings, keys::kVolumeAverageColor, volumeAverageColor);
+    SetColor(settings, keys::kVolumeLabelColor, volumeLabelColor);
+    SetColor(settings, keys::kPositiveFlowLineColor, positiveFlowColor);
+    SetColor(settings, keys::kNegativeFlowLineColor, negativeFlowColor);
+    settings.SetInt(keys::kMFIUpperLevel, mfiUpper);
+    settings.SetInt(keys::kMFILowerLevel, mfiLower);
+    SetColor(settings, keys::kMFIUpLevelColor, mfiUpColor);
+    SetColor(settings, keys::kMFILowLevelColor, mfiLowColor);
+    SetColor(settings, keys::kPositiveDIColor, positiveDIColor);
+    SetColor(settings, keys::kNegativeDIColor, negativeDIColor);
+}
