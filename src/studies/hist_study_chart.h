@@ -1,0 +1,103 @@
+#pragma once
+
+// One lower study pane: the study's settings, its lines computed over the whole series, the
+// level, zero and reference lines, the label line and the info text line. Each study derives
+// from CHistStudyChart and overrides setup, fill, label and value.
+//
+// Bars are series indexes, 0 the oldest. A line holds one value per bar; NaN where the study
+// draws nothing (warming up, or a result that is not a number).
+
+#include "chart/chart_2d.h"
+#include "chart/pane_studies.h"
+#include "studies/study_inputs.h"
+#include "studies/study_settings.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+// What a pane knows of the series beyond its bars.
+struct SStudyContext {
+    int dataType = 0;
+    int intervalMinutes = 0; // minute bars: the minutes of one bar
+};
+
+class CHistStudyChart {
+public:
+    using Column = std::vector<double>;
+
+    // A drawn line: its export name, values, colour and whether it is drawn as bars from zero.
+    struct SLine {
+        const char* name = "";
+        Column values;
+        ColorRef color = 0;
+        bool histogram = false;
+    };
+    // A horizontal line across the pane.
+    struct SLevel {
+        double value = 0.0;
+        ColorRef color = 0;
+    };
+
+    // Series ids of a study pane: the level lines below the study's lines.
+    static constexpr CChart2D::SeriesId kLevelSeries = 10;
+    static constexpr CChart2D::SeriesId kLineSeries = 20;
+
+    explicit CHistStudyChart(int studyType) : m_studyType(studyType) {}
+    virtual ~CHistStudyChart() = default;
+    CHistStudyChart(const CHistStudyChart&) = delete;
+    CHistStudyChart& operator=(const CHistStudyChart&) = delete;
+
+    int StudyType() const { return m_studyType; }
+    int Period() const { return m_period; }
+
+    // Reads the study's settings: period, levels and colours.
+    virtual void setup(const SStudySettings& settings, const SStudyContext& context);
+    // Computes the study's lines over every bar of `inputs` (kept for value()). With
+    // `incremental` set only the bars after the last computed one are computed (the series
+    // grew at its end).
+    virtual void fill(const CStudyInputs& inputs, bool incremental) = 0;
+    // The pane's label line: the description, the values at `cursorBar` when it is a bar of
+    // the series, and " (Minimized)".
+    virtual std::string label(int cursorBar, bool minimized) const;
+    // The study's main value at bar `i` by its formula, NaN while warming up.
+    virtual double value(int i) const = 0;
+    // The info text line at `bar` (beginning with "\n"), empty for a study without one.
+    virtual std::string InfoLine(int bar) const = 0;
+
+    // The displayed bars first .. first + count - 1 into `chart`: lines, level lines, value
+    // range and label line. `slots` is the width of the x axis in bars.
+    void Paint(CChart2D& chart, int first, int count, int slots, int cursorBar,
+               bool minimized) const;
+
+    const std::vector<SLine>& Lines() const { return m_lines; }
+    const std::vector<SLevel>& Levels() const { return m_levels; }
+    int Count() const { return m_count; }
+    // The value of line `line` at `bar`, NaN outside the series.
+    double LineAt(std::size_t line, int bar) const;
+
+protected:
+    virtual std::string Description() const = 0;
+    // The values at the cursor, each beginning with a blank; empty when there are none.
+    virtual std::string CursorValues(int bar) const = 0;
+    // The value range of the displayed bars; studies on a fixed scale override it.
+    virtual CChart2D::SRange ValueRange(int first, int count) const;
+    virtual int HistogramWidth(double pixelsPerBar) const;
+
+    // Makes `n` lines with these names, sized to the series.
+    void ResetLines(std::initializer_list<const char*> names);
+    const CStudyInputs* Inputs() const { return m_inputs; }
+
+    int m_studyType;
+    int m_period = 1;
+    ColorRef m_dataColor = 0;
+    ColorRef m_labelColor = 0;
+    SStudyContext m_context;
+    std::vector<SLine> m_lines;
+    std::vector<SLevel> m_levels;
+    const CStudyInputs* m_inputs = nullptr;
+    int m_count = 0;
+};
+
+// A pane for the study index `studyType` (an unknown index makes a volume pane).
+std::unique_ptr<CHistStudyChart> MakeStudyChart(int studyType);

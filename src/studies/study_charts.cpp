@@ -1,0 +1,534 @@
+#include "studies/study_charts.h"
+
+#include "chart/chart_labels.h"
+#include "core/data_types.h"
+#include "studies/study_formulas.h"
+#include "studies/study_kernels.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+// Text by a printf format, as the labels and the info text are written.
+std::string Printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+std::string Printf(const char* format, ...) {
+    char text[512];
+    va_list args;
+    va_start(args, format);
+    std::vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    return text;
+}
+
+bool Defined(double value) {
+    return !CChart2D::IsHole(value);
+}
+
+// A pane on the fixed 0 .. 100 scale of an oscillator.
+CChart2D::SRange OscillatorRange() {
+    return {0.0, 100.0};
+}
+
+} // namespace
+
+std::unique_ptr<CHistStudyChart> MakeStudyChart(int studyType) {
+    switch (studyType) {
+    case kStudyRSI:
+        return std::make_unique<CHistRSIChart>();
+    case kStudyMomentum:
+        return std::make_unique<CHistMOMChart>();
+    case kStudyRateOfChange:
+        return std::make_unique<CHistROCChart>();
+    case kStudyOBV:
+        return std::make_unique<CHistOBVChart>();
+    case kStudyMACD:
+        return std::make_unique<CHistMACDChart>();
+    case kStudyStochastics:
+        return std::make_unique<CHistSTOChart>();
+    case kStudyMoneyFlow:
+        return std::make_unique<CHistMFChart>();
+    case kStudyMFI:
+        return std::make_unique<CHistMFIChart>();
+    case kStudyADX:
+        return std::make_unique<CHistADXChart>();
+    default:
+        return std::make_unique<CHistVOLChart>();
+    }
+}
+
+// ---- RSI ----
+
+void CHistRSIChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_upper = settings.rsiUpper;
+    m_lower = settings.rsiLower;
+    m_levels = {{static_cast<double>(m_upper), settings.rsiUpColor},
+                {static_cast<double>(m_lower), settings.rsiLowColor}};
+}
+
+void CHistRSIChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    ResetLines({"RSI"});
+    m_lines[0].values = study_kernels::Rsi(inputs.Columns().close, m_period);
+    m_lines[0].color = m_dataColor;
+    m_count = inputs.Count();
+}
+
+double CHistRSIChart::value(int i) const {
+    // One running state for the class, as every RSI pane computes the same series.
+    static thread_local study_formulas::SRsiState state;
+    return m_inputs == nullptr ? CChart2D::HoleValue()
+                               : study_formulas::Rsi(*m_inputs, m_period, i, state);
+}
+
+std::string CHistRSIChart::Description() const {
+    return Printf("RSI, lookback period - %d, levels - %d, %d", m_period, m_upper, m_lower);
+}
+
+std::string CHistRSIChart::CursorValues(int bar) const {
+    const double rsi = LineAt(0, bar);
+    return Defined(rsi) ? Printf(" RSI: %0.4lf", rsi) : std::string();
+}
+
+std::string CHistRSIChart::InfoLine(int bar) const {
+    const double rsi = LineAt(0, bar);
+    return Defined(rsi) ? Printf("\nRSI: %.1f", rsi) : std::string("\nRSI: ");
+}
+
+CChart2D::SRange CHistRSIChart::ValueRange(int, int) const {
+    return OscillatorRange();
+}
+
+// ---- momentum ----
+
+void CHistMOMChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_levels = {{0.0, settings.momentumZeroColor}};
+}
+
+void CHistMOMChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    ResetLines({"MOM"});
+    m_lines[0].values = study_kernels::Momentum(inputs.Columns().close, m_period);
+    m_lines[0].color = m_dataColor;
+    m_count = inputs.Count();
+}
+
+double CHistMOMChart::value(int i) const {
+    return m_inputs == nullptr ? CChart2D::HoleValue()
+                               : study_formulas::Momentum(*m_inputs, m_period, i);
+}
+
+std::string CHistMOMChart::Description() const {
+    return Printf("MOM, lookback period - %d", m_period);
+}
+
+std::string CHistMOMChart::CursorValues(int bar) const {
+    const double momentum = LineAt(0, bar);
+    return Defined(momentum) ? Printf(" MOM - %0.4lf", momentum) : std::string();
+}
+
+std::string CHistMOMChart::InfoLine(int bar) const {
+    const double momentum = LineAt(0, bar);
+    return Defined(momentum) ? Printf("\nMomentum: %.2f", momentum) : std::string("\nMomentum: ");
+}
+
+// ---- rate of change ----
+
+void CHistROCChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    // The reference line sits where the price is unchanged.
+    m_levels = {{0.0, settings.roc100Color}};
+}
+
+void CHistROCChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    ResetLines({"ROC"});
+    m_lines[0].values = study_kernels::RateOfChange(inputs.Columns().close, m_period);
+    m_lines[0].color = m_dataColor;
+    m_count = inputs.Count();
+}
+
+double CHistROCChart::value(int i) const {
+    return m_inputs == nullptr ? CChart2D::HoleValue()
+                               : study_formulas::RateOfChange(*m_inputs, m_period, i);
+}
+
+std::string CHistROCChart::Description() const {
+    return Printf("ROC, lookback period - %d", m_period);
+}
+
+std::string CHistROCChart::CursorValues(int bar) const {
+    const double roc = LineAt(0, bar);
+    return Defined(roc) ? Printf(" ROC: %0.4lf", roc) : std::string();
+}
+
+std::string CHistROCChart::InfoLine(int bar) const {
+    const double roc = LineAt(0, bar);
+    return Defined(roc) ? Printf("\nROC: %.1f", roc) : std::string("\nROC: ");
+}
+
+// ---- on-balance volume ----
+
+void CHistOBVChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_levels = {{0.0, settings.obvZeroColor}};
+}
+
+void CHistOBVChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    ResetLines({"OBV"});
+    m_lines[0].values = study_kernels::OnBalanceVolume(inputs.Columns(), m_period);
+    m_lines[0].color = m_dataColor;
+    m_count = inputs.Count();
+}
+
+double CHistOBVChart::value(int i) const {
+    return m_inputs == nullptr ? CChart2D::HoleValue()
+                               : study_formulas::OnBalanceVolume(*m_inputs, m_period, i);
+}
+
+std::string CHistOBVChart::Description() const {
+    return Printf("OBV, smoothing period - %d", m_period);
+}
+
+std::string CHistOBVChart::CursorValues(int bar) const {
+    const double obv = LineAt(0, bar);
+    return Defined(obv) ? Printf(" OBV: %0.0lf", obv) : std::string();
+}
+
+std::string CHistOBVChart::InfoLine(int bar) const {
+    const double obv = LineAt(0, bar);
+    return Defined(obv) ? Printf("\nOBV: %.0f", obv) : std::string("\nOBV: ");
+}
+
+// ---- MACD ----
+
+void CHistMACDChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_short = std::max(settings.macdShort, 1);
+    m_long = std::max(settings.macdLong, 1);
+    m_preset = settings.MacdPresetWord();
+    m_lines.clear();
+    ResetLines({"MACD", "Signal", "Histogram"});
+    m_lines[0].color = m_dataColor;
+    m_lines[1].color = settings.macdSignalColor;
+    m_lines[2].color = settings.macdHistogramColor;
+}
+
+void CHistMACDChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    study_kernels::SMacd macd =
+        study_kernels::Macd(inputs.Columns().close, m_short, m_long, m_period);
+    m_lines[0].values = std::move(macd.macd);
+    m_lines[1].values = std::move(macd.signal);
+    m_lines[2].values = std::move(macd.histogram);
+    m_lines[2].histogram = true;
+    m_count = inputs.Count();
+}
+
+double CHistMACDChart::value(int i) const {
+    static thread_local study_formulas::SMacdState state;
+    return m_inputs == nullptr
+               ? CChart2D::HoleValue()
+               : study_formulas::Macd(*m_inputs, m_short, m_long, m_period, i, state).macd;
+}
+
+std::string CHistMACDChart::Description() const {
+    return "MACD (" + m_preset +
+           Printf("), periods: short - %d, long - %d, signal smoothing - %d", m_short, m_long,
+                  m_period);
+}
+
+std::string CHistMACDChart::CursorValues(int bar) const {
+    std::string text;
+    if (const double macd = LineAt(0, bar); Defined(macd)) {
+        text += Printf(" MACD: %0.4lf", macd);
+    }
+    if (const double signal = LineAt(1, bar); Defined(signal)) {
+        text += Printf(" Signal: %0.4lf", signal);
+    }
+    return text;
+}
+
+std::string CHistMACDChart::InfoLine(int bar) const {
+    const double macd = LineAt(0, bar);
+    const double signal = LineAt(1, bar);
+    return "\nMACD: " + (Defined(macd) ? Printf("%.3f", macd) : std::string()) +
+           " Signal: " + (Defined(signal) ? Printf("%.3f", signal) : std::string());
+}
+
+// ---- stochastics ----
+
+void CHistSTOChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_fast = settings.stoFast;
+    m_upper = settings.stoUpper;
+    m_lower = settings.stoLower;
+    m_levels = {{static_cast<double>(m_upper), settings.stoUpColor},
+                {static_cast<double>(m_lower), settings.stoLowColor}};
+    m_lines.clear();
+    ResetLines({"%K", "%D"});
+    m_lines[0].color = settings.stoKColor;
+    m_lines[1].color = settings.stoDColor;
+}
+
+void CHistSTOChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    study_kernels::SStochastics sto = study_kernels::Stochastics(inputs.Columns(), m_period, m_fast);
+    m_lines[0].values = std::move(sto.k);
+    m_lines[1].values = std::move(sto.d);
+    m_count = inputs.Count();
+}
+
+double CHistSTOChart::value(int i) const {
+    if (m_inputs == nullptr) {
+        return CChart2D::HoleValue();
+    }
+    return m_fast ? study_formulas::FastStochastics(*m_inputs, m_period, i).d
+                  : study_formulas::SlowStochastics(*m_inputs, m_period, i).d;
+}
+
+std::string CHistSTOChart::Description() const {
+    return std::string(m_fast ? "Fast" : "Slow") +
+           Printf(" STO, lookback period - %d, levels - %d, %d", m_period, m_upper, m_lower);
+}
+
+std::string CHistSTOChart::CursorValues(int bar) const {
+    std::string text;
+    if (const double k = LineAt(0, bar); Defined(k)) {
+        text += Printf(" %%K: %0.4lf", k);
+    }
+    if (const double d = LineAt(1, bar); Defined(d)) {
+        text += Printf(" %%D: %0.4lf", d);
+    }
+    return text;
+}
+
+std::string CHistSTOChart::InfoLine(int bar) const {
+    const double k = LineAt(0, bar);
+    const double d = LineAt(1, bar);
+    return std::string(m_fast ? "\nFast " : "\nSlow ") + "STO%K: " +
+           (Defined(k) ? Printf("%.1f", k) : std::string()) +
+           " STO%D: " + (Defined(d) ? Printf("%.1f", d) : std::string());
+}
+
+CChart2D::SRange CHistSTOChart::ValueRange(int, int) const {
+    return OscillatorRange();
+}
+
+// ---- volume ----
+
+void CHistVOLChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_allData = settings.VolumeAverageAllData();
+    m_showAverage = settings.showVolumeAverage;
+    m_averageColor = settings.volumeAverageColor;
+}
+
+void CHistVOLChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    const SBarColumns columns = inputs.Columns();
+    // The volume bars are the series' own column; only the average is the study's.
+    ResetLines({"", "VolumeAverage"});
+    m_lines[0].values.assign(columns.volume.begin(), columns.volume.end());
+    m_lines[0].color = m_dataColor;
+    m_lines[0].histogram = true;
+    m_average = study_kernels::VolumeAverage(columns.volume, m_period, m_allData);
+    m_lines[1].values.assign(columns.volume.size(),
+                             m_showAverage ? m_average : CChart2D::HoleValue());
+    m_lines[1].color = m_averageColor;
+    m_count = inputs.Count();
+}
+
+double CHistVOLChart::value(int i) const {
+    return m_inputs == nullptr || i < 0 || i >= m_inputs->Count()
+               ? CChart2D::HoleValue()
+               : static_cast<double>(m_inputs->Volume(i));
+}
+
+int CHistVOLChart::BarSeconds() const {
+    return m_context.dataType == kIntervals ? m_context.intervalMinutes * 60 : 1;
+}
+
+std::string CHistVOLChart::Description() const {
+    const std::string average = Defined(m_average) ? FormatScaled(m_average) : std::string("0");
+    std::string text = BarSeconds() >= 2
+                           ? Printf("Volume, average: %s in %ds", average.c_str(), BarSeconds())
+                           : Printf("Volume, average: %s", average.c_str());
+    if (!m_allData) {
+        switch (m_context.dataType) {
+        case kTicks:
+            text += Printf(", lookback period - %d ticks", m_period);
+            break;
+        case kIntervals:
+            text += Printf(", lookback period - %d minutes", m_period * m_context.intervalMinutes);
+            break;
+        case kDays:
+            text += Printf(", lookback period - %d days", m_period);
+            break;
+        case kWeeks:
+            text += Printf(", lookback period - %d weeks", m_period);
+            break;
+        case kMonths:
+            text += Printf(", lookback period - %d months", m_period);
+            break;
+        default:
+            break;
+        }
+    }
+    return text;
+}
+
+std::string CHistVOLChart::CursorValues(int bar) const {
+    const std::string volume = FormatScaled(LineAt(0, bar));
+    return BarSeconds() >= 2 ? Printf(" Vol: %s in %ds", volume.c_str(), BarSeconds())
+                             : Printf(" Vol: %s", volume.c_str());
+}
+
+std::string CHistVOLChart::InfoLine(int) const {
+    return {}; // the volume is in the info text's header
+}
+
+// ---- money flow ----
+
+void CHistMFChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_lines.clear();
+    ResetLines({"PositiveFlow", "NegativeFlow"});
+    m_lines[0].color = settings.positiveFlowColor;
+    m_lines[1].color = settings.negativeFlowColor;
+}
+
+void CHistMFChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    study_kernels::SMoneyFlow flow = study_kernels::MoneyFlow(inputs.Columns(), m_period);
+    m_lines[0].values = std::move(flow.positive);
+    m_lines[1].values = std::move(flow.negative);
+    m_count = inputs.Count();
+}
+
+double CHistMFChart::value(int i) const {
+    if (m_inputs == nullptr) {
+        return CChart2D::HoleValue();
+    }
+    const study_formulas::SFlows flows = study_formulas::MoneyFlow(*m_inputs, m_period, i);
+    return flows.positive - flows.negative;
+}
+
+std::string CHistMFChart::Description() const {
+    return Printf("Money Flow, lookback period - %d", m_period);
+}
+
+std::string CHistMFChart::CursorValues(int bar) const {
+    const double positive = LineAt(0, bar);
+    const double negative = LineAt(1, bar);
+    if (!Defined(positive) || !Defined(negative)) {
+        return {};
+    }
+    return Printf(" MF: %0.0lf pos: %0.0lf neg: %0.0lf", positive - negative, positive, negative);
+}
+
+std::string CHistMFChart::InfoLine(int bar) const {
+    const double positive = LineAt(0, bar);
+    const double negative = LineAt(1, bar);
+    if (!Defined(positive) || !Defined(negative)) {
+        return "\nMoney Flow: ";
+    }
+    return "\nMoney Flow: " + FormatScaled(positive - negative) + ", pos: " +
+           FormatScaled(positive) + ", neg: " + FormatScaled(negative);
+}
+
+// ---- money flow index ----
+
+void CHistMFIChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_upper = settings.mfiUpper;
+    m_lower = settings.mfiLower;
+    m_levels = {{static_cast<double>(m_upper), settings.mfiUpColor},
+                {static_cast<double>(m_lower), settings.mfiLowColor}};
+}
+
+void CHistMFIChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    ResetLines({"MFI"});
+    m_lines[0].values = study_kernels::MoneyFlowIndex(inputs.Columns(), m_period);
+    m_lines[0].color = m_dataColor;
+    m_count = inputs.Count();
+}
+
+double CHistMFIChart::value(int i) const {
+    return m_inputs == nullptr ? CChart2D::HoleValue()
+                               : study_formulas::MoneyFlowIndex(*m_inputs, m_period, i);
+}
+
+std::string CHistMFIChart::Description() const {
+    return Printf("Money Flow Index, lookback period - %d, levels - %d, %d", m_period, m_upper,
+                  m_lower);
+}
+
+std::string CHistMFIChart::CursorValues(int bar) const {
+    const double mfi = LineAt(0, bar);
+    return Defined(mfi) ? Printf(" MFI: %0.4lf", mfi) : std::string();
+}
+
+std::string CHistMFIChart::InfoLine(int bar) const {
+    const double mfi = LineAt(0, bar);
+    return Defined(mfi) ? Printf("\nMFI: %.1f", mfi) : std::string("\nMFI: ");
+}
+
+CChart2D::SRange CHistMFIChart::ValueRange(int, int) const {
+    return OscillatorRange();
+}
+
+// ---- ADX ----
+
+void CHistADXChart::setup(const SStudySettings& settings, const SStudyContext& context) {
+    CHistStudyChart::setup(settings, context);
+    m_lines.clear();
+    ResetLines({"ADX", "+DI", "-DI"});
+    m_lines[0].color = m_dataColor;
+    m_lines[1].color = settings.positiveDIColor;
+    m_lines[2].color = settings.negativeDIColor;
+}
+
+void CHistADXChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+    m_inputs = &inputs;
+    study_kernels::SAdx adx = study_kernels::Adx(inputs.Columns(), m_period);
+    m_lines[0].values = std::move(adx.adx);
+    m_lines[1].values = std::move(adx.plusDi);
+    m_lines[2].values = std::move(adx.minusDi);
+    m_count = inputs.Count();
+}
+
+double CHistADXChart::value(int i) const {
+    static thread_local study_formulas::SAdxState state;
+    return m_inputs == nullptr ? CChart2D::HoleValue()
+                               : study_formulas::Adx(*m_inputs, m_period, i, state).adx;
+}
+
+std::string CHistADXChart::Description() const {
+    return Printf("ADX, Smoothing period - %d", m_period);
+}
+
+std::string CHistADXChart::CursorValues(int bar) const {
+    std::string text;
+    if (const double adx = LineAt(0, bar); Defined(adx)) {
+        text += Printf(" ADX: %0.4lf", adx);
+    }
+    if (const double plus = LineAt(1, bar); Defined(plus)) {
+        text += Printf(" +DI: %0.4lf", plus);
+    }
+    if (const double minus = LineAt(2, bar); Defined(minus)) {
+        text += Printf(" -DI: %0.4lf", minus);
+    }
+    return text;
+}
+
+std::string CHistADXChart::InfoLine(int bar) const {
+    const auto part = [](double v) { return Defined(v) ? Printf("%.1f", v) : std::string(); };
+    return "\nADX: " + part(LineAt(0, bar)) + ", +DI: " + part(LineAt(1, bar)) +
+           ", -DI: " + part(LineAt(2, bar));
+}

@@ -1,0 +1,161 @@
+#pragma once
+
+// The ten lower studies.
+
+#include "studies/hist_study_chart.h"
+
+class CHistRSIChart final : public CHistStudyChart {
+public:
+    CHistRSIChart() : CHistStudyChart(kStudyRSI) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    // The RSI of bar i - 1, as the formula numbers its argument.
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+    CChart2D::SRange ValueRange(int first, int count) const override;
+    int m_upper = 70;
+    int m_lower = 30;
+};
+
+class CHistMOMChart final : public CHistStudyChart {
+public:
+    CHistMOMChart() : CHistStudyChart(kStudyMomentum) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+};
+
+class CHistROCChart final : public CHistStudyChart {
+public:
+    CHistROCChart() : CHistStudyChart(kStudyRateOfChange) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+};
+
+class CHistOBVChart final : public CHistStudyChart {
+public:
+    CHistOBVChart() : CHistStudyChart(kStudyOBV) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+};
+
+class CHistMACDChart final : public CHistStudyChart {
+public:
+    CHistMACDChart() : CHistStudyChart(kStudyMACD) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    // The MACD value at bar i.
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+    int m_short = 8;
+    int m_long = 17;
+    std::string m_preset;
+};
+
+class CHistSTOChart final : public CHistStudyChart {
+public:
+    CHistSTOChart() : CHistStudyChart(kStudyStochastics) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    // The %D at bar i (fast or slow by the setting).
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+    CChart2D::SRange ValueRange(int first, int count) const override;
+    bool m_fast = false;
+    int m_upper = 80;
+    int m_lower = 20;
+};
+
+class CHistVOLChart final : public CHistStudyChart {
+public:
+    CHistVOLChart() : CHistStudyChart(kStudyVolume) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    // The volume of bar i.
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+    double Average() const { return m_average; }
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+    // The seconds of one bar when a bar spans more than a second's trades (minute bars).
+    int BarSeconds() const;
+    bool m_allData = true;
+    bool m_showAverage = true;
+    ColorRef m_averageColor = 0;
+    double m_average = 0.0;
+};
+
+class CHistMFChart final : public CHistStudyChart {
+public:
+    CHistMFChart() : CHistStudyChart(kStudyMoneyFlow) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    // The net flow (positive minus negative) at bar i.
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+};
+
+class CHistMFIChart final : public CHistStudyChart {
+public:
+    CHistMFIChart() : CHistStudyChart(kStudyMFI) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+    CChart2D::SRange ValueRange(int first, int count) const override;
+    int m_upper = 80;
+    int m_lower = 20;
+};
+
+class CHistADXChart final : public CHistStudyChart {
+public:
+    CHistADXChart() : CHistStudyChart(kStudyADX) {}
+    void setup(const SStudySettings& settings, const SStudyContext& context) override;
+    void fill(const CStudyInputs& inputs, bool incremental) override;
+    // The ADX at bar i.
+    double value(int i) const override;
+    std::string InfoLine(int bar) const override;
+
+private:
+    std::string Description() const override;
+    std::string CursorValues(int bar) const override;
+};

@@ -1,0 +1,108 @@
+#include "studies/study_inputs.h"
+
+#include "core/data_types.h"
+#include "history/chart_hist_request.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kChunk = 1 << 16;
+
+bool Cancelled(const std::atomic<bool>* cancel) {
+    return cancel != nullptr && cancel->load(std::memory_order_relaxed);
+}
+
+} // namespace
+
+CStudyInputs::CStudyInputs(int dataType, std::vector<double> high, std::vector<double> low,
+                           std::vector<double> close, std::vector<double> volume)
+    : m_dataType(dataType), m_high(std::move(high)), m_low(std::move(low)),
+      m_close(std::move(close)), m_volume(std::move(volume)) {
+    const std::size_t count = m_close.size();
+    if (m_high.size() != count || m_low.size() != count) {
+        m_high.clear();
+        m_low.clear();
+    }
+    m_volume.resize(count, 0.0);
+}
+
+bool CStudyInputs::Read(const CChartHistRequest& history, int dataType,
+                        const std::atomic<bool>* cancel) {
+    m_dataType = dataType;
+    const int total = std::max(history.GetCount(), 0);
+    const auto count = static_cast<std::size_t>(total);
+    const bool ticks = dataType == kTicks;
+    // Ticks and minute bars weigh by their own size; the other bars carry their own volume.
+    const bool ownSize = ticks || dataType == kIntervals;
+    m_close.assign(count, 0.0);
+    m_high.assign(ticks ? 0 : count, 0.0);
+    m_low.assign(ticks ? 0 : count, 0.0);
+    m_volume.assign(count, 0.0);
+    std::vector<std::uint32_t> sizes(ownSize ? kChunk : 0);
+    std::vector<std::int64_t> volumes(ownSize ? 0 : kChunk);
+
+    for (int first = 0; first < total; first += kChunk) {
+        if (Cancelled(cancel)) {
+            *this = CStudyInputs();
+            return false;
+        }
+        const auto at = static_cast<std::size_t>(first);
+        const std::size_t n = std::min<std::size_t>(kChunk, count - at);
+        std::size_t got = history.FillPrices(EPriceColumn::Close, first,
+                                             std::span<double>(m_close.data() + at, n));
+        if (!ticks) {
+            got = std::min(got, history.FillPrices(EPriceColumn::High, first,
+                                                   std::span<double>(m_high.data() + at, n)));
+            got = std::min(got, history.FillPrices(EPriceColumn::Low, first,
+                                                   std::span<double>(m_low.data() + at, n)));
+        }
+        if (ownSize) {
+            got = std::min(got, history.FillSizes(first, std::span(sizes.data(), n)));
+            for (std::size_t i = 0; i < n; ++i) {
+                m_volume[at + i] = static_cast<double>(sizes[i]);
+            }
+        } else {
+            got = std::min(got, history.FillVolumes(first, std::span(volumes.data(), n)));
+            for (std::size_t i = 0; i < n; ++i) {
+                m_volume[at + i] = static_cast<double>(volumes[i]);
+            }
+        }
+        if (got != n) {
+            *this = CStudyInputs();
+            return false;
+        }
+    }
+    return true;
+}
+
+SBarColumns CStudyInputs::Columns() const {
+    SBarColumns columns;
+    columns.close = m_close;
+    columns.high = m_high.empty() ? std::span<const double>(m_close) : m_high;
+    columns.low = m_low.empty() ? std::span<const double>(m_close) : m_low;
+    columns.volume = m_volume;
+    return columns;
+}
+
+std::size_t CStudyInputs::Clamp(int index, std::size_t size) {
+    return static_cast<std::size_t>(std::clamp(index, 0, static_cast<int>(size) - 1));
+}
+
+double CStudyInputs::High(int index) const {
+    const std::vector<double>& column = m_high.empty() ? m_close : m_high;
+    return column.empty() ? 0.0 : column[Clamp(index, column.size())];
+}
+
+double CStudyInputs::Low(int index) const {
+    const std::vector<double>& column = m_low.empty() ? m_close : m_low;
+    return column.empty() ? 0.0 : column[Clamp(index, column.size())];
+}
+
+double CStudyInputs::Close(int index) const {
+    return m_close.empty() ? 0.0 : m_close[Clamp(index, m_close.size())];
+}
+
+std::int64_t CStudyInputs::Volume(int index) const {
+    return m_volume.empty() ? 0 : static_cast<std::int64_t>(m_volume[Clamp(index, m_volume.size())]);
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+// The studies of the chart view: they read their settings on the view's thread, copy the series
+// and compute every study on a worker thread, and hand the view the finished set to draw.
+
+#include "chart/pane_studies.h"
+#include "studies/study_set.h"
+
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
+class CStudyPanes final : public IPaneStudies {
+public:
+    CStudyPanes();
+    ~CStudyPanes() override;
+    CStudyPanes(const CStudyPanes&) = delete;
+    CStudyPanes& operator=(const CStudyPanes&) = delete;
+
+    void SeriesChanged(const CChartHistRequest& history, int dataType, int intervalIndex) override;
+    void SettingsChanged() override;
+    void Clear() override;
+    bool TakeFinished() override;
+    bool Computing() const override;
+    void WaitFinished() override;
+
+    std::optional<CChart2D::SRange> UpperExtent(int first, int count) const override;
+    void PaintUpper(CChart2D& chart, int first, int count) override;
+    std::vector<std::string> PriceBarFields(int bar, int decimals) const override;
+
+    int PaneCount() const override;
+    int PaneStudyType(int pane) const override;
+    void PaintPane(int pane, CChart2D& chart, int first, int count, int cursorBar,
+                   bool minimized) override;
+
+    std::string InfoAverages(int bar) const override;
+    std::string InfoBands(int bar) const override;
+    std::string InfoStudies(int bar) const override;
+
+    // The set drawn now (its studies are empty until the first computation finishes).
+    const CStudySet& Current() const { return *m_current; }
+
+    // Series ids over the price pane: above the price data.
+    static constexpr CChart2D::SeriesId kAverageSeries = 110; // 110 .. 112
+    static constexpr CChart2D::SeriesId kBandSeries = 113;    // 113 .. 115
+
+private:
+    struct SJob {
+        std::thread thread;
+        std::atomic<bool> cancel{false};
+        std::atomic<bool> done{false};
+        std::shared_ptr<CStudySet> result;
+    };
+
+    // Reads the settings and starts a computation over the series (read afresh when
+    // `readSeries`, else the inputs of the current set).
+    void Start(bool readSeries);
+    void ReapRetired(bool wait);
+    SStudyContext Context() const;
+
+    const CChartHistRequest* m_history = nullptr;
+    int m_dataType = 0;
+    int m_intervalIndex = 0;
+    std::shared_ptr<const CStudyInputs> m_inputs;
+    std::shared_ptr<CStudySet> m_current;
+    std::unique_ptr<SJob> m_job;
+    std::vector<std::unique_ptr<SJob>> m_retired;
+};

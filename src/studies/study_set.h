@@ -1,0 +1,53 @@
+#pragma once
+
+// The studies of one series, computed together: the moving averages and bands over the price
+// pane and one study per displayed pane, over every bar of the inputs. The view draws slices of
+// it, the cursor read-out and the export read single bars.
+
+#include "studies/hist_study_chart.h"
+#include "studies/study_inputs.h"
+#include "studies/study_kernels.h"
+#include "studies/study_settings.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+// A column of the export: its header and one value per bar (NaN: an empty cell).
+struct SStudyColumn {
+    std::string name;
+    const std::vector<double>* values = nullptr;
+};
+
+class CStudySet {
+public:
+    CStudySet(std::shared_ptr<const CStudyInputs> inputs, const SUpperStudySettings& upper,
+              const SStudySettings& studies, const SStudyContext& context);
+
+    // Computes every study, on up to `threads` threads (the studies are independent).
+    void Compute(int threads);
+
+    const CStudyInputs& Inputs() const { return *m_inputs; }
+    const SUpperStudySettings& Upper() const { return m_upper; }
+    const SStudySettings& Studies() const { return m_studies; }
+    // Moving average `number` (1 .. 3): empty when it is not drawn.
+    const std::vector<double>& Average(int number) const;
+    // The bands: empty columns when they are not drawn.
+    const study_kernels::SBands& Bands() const { return m_bands; }
+    int PaneCount() const { return static_cast<int>(m_panes.size()); }
+    // Study pane `index` (0 the top study pane).
+    const CHistStudyChart& Pane(int index) const { return *m_panes[static_cast<std::size_t>(index)]; }
+    CHistStudyChart& Pane(int index) { return *m_panes[static_cast<std::size_t>(index)]; }
+
+    // The export's study columns: "MA1" .. "MA3" when drawn, the three band lines when drawn,
+    // then the lines of each displayed study once, in pane order.
+    std::vector<SStudyColumn> ExportColumns() const;
+
+private:
+    std::shared_ptr<const CStudyInputs> m_inputs;
+    SUpperStudySettings m_upper;
+    SStudySettings m_studies;
+    std::array<std::vector<double>, 3> m_averages;
+    study_kernels::SBands m_bands;
+    std::vector<std::unique_ptr<CHistStudyChart>> m_panes;
+};
