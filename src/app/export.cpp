@@ -1,12 +1,16 @@
 #include "app/export.h"
 
 #include "app/command_line.h"
+#include "history/chart_hist_request.h"
 #include "history/tick.h"
+#include "studies/study_set.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cmath>
 
 namespace {
 
@@ -148,4 +152,37 @@ std::string ExportRow(const sTICK& point, int dataType) {
         return fmt::format("{},{}", bar, point.size);
     }
     return fmt::format("{},{}", bar, point.openInterest);
+}
+
+std::string ExportStudyCell(double value) {
+    if (std::isnan(value)) {
+        return {};
+    }
+    char text[64];
+    const auto result = std::to_chars(text, text + sizeof text, value);
+    return std::string(text, result.ptr);
+}
+
+std::string ExportText(const CChartHistRequest& history, int dataType, const CStudySet* studies) {
+    const std::vector<SStudyColumn> columns =
+        studies != nullptr ? studies->ExportColumns() : std::vector<SStudyColumn>{};
+    std::string text = ExportHeader(dataType);
+    for (const SStudyColumn& column : columns) {
+        text += ',' + column.name;
+    }
+    text += '\n';
+    sTICK point;
+    const int count = history.GetCount();
+    for (int i = 0; i < count; ++i) {
+        history.GetTick(i, point);
+        text += ExportRow(point, dataType);
+        for (const SStudyColumn& column : columns) {
+            text += ',';
+            if (static_cast<std::size_t>(i) < column.values->size()) {
+                text += ExportStudyCell((*column.values)[static_cast<std::size_t>(i)]);
+            }
+        }
+        text += '\n';
+    }
+    return text;
 }

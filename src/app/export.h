@@ -8,7 +8,9 @@
 
 #include <string>
 
+class CChartHistRequest;
 class COrvaneCommandLineInfo;
+class CStudySet;
 struct sTICK;
 
 // What the mode writes when the history is loaded.
@@ -50,6 +52,13 @@ std::string ExportHeader(int dataType);
 // One row (no line end) for `point` with the columns of ExportHeader. Date-times are
 // "YYYY-MM-DD HH:MM:SS", with ".ffffff" for ticks; an invalid time is written as empty.
 std::string ExportRow(const sTICK& point, int dataType);
+
+// A study value as an export cell: the shortest text that reads back as the same double; empty
+// where the study draws nothing.
+std::string ExportStudyCell(double value);
+// The whole CSV text of the series of `dataType`: the header and one row per point, and after
+// the series columns, when `studies` is given, one column per line of the studies it holds.
+std::string ExportText(const CChartHistRequest& history, int dataType, const CStudySet* studies);
 
 // Process exit codes of the export and render modes.
 enum EExportExit : int {

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 CHistChartDrawManager::CHistChartDrawManager(const CChartHistRequest& history)
     : m_history(history) {}
@@ -35,7 +36,14 @@ void CHistChartDrawManager::SetScrollPosition(int first, int count, int dataType
         m_history.FillPrices(EPriceColumn::High, first, m_bars.high);
         m_history.FillPrices(EPriceColumn::Low, first, m_bars.low);
     }
-    m_history.FillVolumes(first, m_bars.volume);
+    if (dataType == kTicks || dataType == kIntervals) {
+        // Ticks and minute bars carry the day's running volume; each point's own is its size.
+        std::vector<std::uint32_t> sizes(shown);
+        m_history.FillSizes(first, std::span<std::uint32_t>(sizes));
+        std::copy(sizes.begin(), sizes.end(), m_bars.volume.begin());
+    } else {
+        m_history.FillVolumes(first, m_bars.volume);
+    }
     std::vector<SPointTime> times(shown);
     m_history.FillTimes(first, std::span<SPointTime>(times));
     for (std::size_t i = 0; i < shown; ++i) {
@@ -73,12 +81,23 @@ double CHistChartDrawManager::Close(int index) const {
     return Price(EPriceColumn::Close, index);
 }
 
+int CHistChartDrawManager::Count() const {
+    return m_history.GetCount();
+}
+
 std::int64_t CHistChartDrawManager::Volume(int index) const {
     const int count = m_history.GetCount();
-    std::int64_t value = 0;
-    if (count > 0) {
-        m_history.FillVolumes(std::clamp(index, 0, count - 1), std::span<std::int64_t>(&value, 1));
+    if (count == 0) {
+        return 0;
     }
+    index = std::clamp(index, 0, count - 1);
+    if (m_dataType == kTicks || m_dataType == kIntervals) {
+        std::uint32_t size = 0;
+        m_history.FillSizes(index, std::span<std::uint32_t>(&size, 1));
+        return size;
+    }
+    std::int64_t value = 0;
+    m_history.FillVolumes(index, std::span<std::int64_t>(&value, 1));
     return value;
 }
 
@@ -86,20 +105,103 @@ SPriceRange CHistChartDrawManager::DisplayedRange() const {
     return DisplayedPriceRange(m_bars.high, m_bars.low, m_bars.volume);
 }
 
-std::vector<std::string> CHistChartDrawManager::PriceBarFields(const std::string& symbol,
-                                                               const std::string& chartText) const {
-    std::vector<std::string> fields{symbol, chartText};
+int CHistChartDrawManager::ReadOutBar(int cursorBar) const {
     if (m_bars.Count() == 0) {
+        return kNoCursorBar;
+    }
+    const int at = cursorBar - m_bars.first;
+    return at >= 0 && at < m_bars.Count() ? cursorBar : m_bars.first + m_bars.Count() - 1;
+}
+
+int CHistChartDrawManager::PriceDecimals() const {
+    int decimals = 2;
+    for (const double price : m_bars.close) {
+        while (decimals < 6) {
+            const double scaled = price * std::pow(10.0, decimals);
+            if (std::abs(scaled - std::round(scaled)) < 1e-6 * std::max(1.0, std::abs(scaled))) {
+                break;
+            }
+            ++decimals;
+        }
+    }
+    return decimals;
+}
+
+std::string CHistChartDrawManager::FormatPrice(double price) const {
+    return fmt::format("{:.{}f}", price, PriceDecimals());
+}
+
+std::string CHistChartDrawManager::TimeField(std::size_t at) const {
+    const std::string time = TimeLabel(m_bars.times[at], m_bars.microseconds[at], m_dataType,
+                                       m_dataType == kTicks);
+    switch (m_dataType) {
+    case kTicks:
+    case kIntervals:
+        return "Time: " + time;
+    case kDays:
+        return "Date: " + time;
+    case kWeeks:
+        return "Week ending " + time;
+    default:
+        return "Month ending " + time;
+    }
+}
+
+std::vector<std::string> CHistChartDrawManager::PriceBarFields(int bar) const {
+    std::vector<std::string> fields;
+    const int at = bar - m_bars.first;
+    if (at < 0 || at >= m_bars.Count()) {
         return fields;
     }
-    const auto last = static_cast<std::size_t>(m_bars.Count() - 1);
-    fields.push_back(TimeLabel(m_bars.times[last], m_bars.microseconds[last], m_dataType, false));
-    fields.push_back(fmt::format("O {:.2f}", m_bars.open[last]));
-    fields.push_back(fmt::format("H {:.2f}", m_bars.high[last]));
-    fields.push_back(fmt::format("L {:.2f}", m_bars.low[last]));
-    fields.push_back(fmt::format("C {:.2f}", m_bars.close[last]));
-    fields.push_back("V " + FormatScaled(static_cast<double>(m_bars.volume[last])));
+    const auto i = static_cast<std::size_t>(at);
+    if (m_dataType == kTicks) {
+        fields.push_back(FormatPrice(m_bars.close[i]));
+    } else {
+        fields.push_back("Hi: " + FormatPrice(m_bars.high[i]));
+        fields.push_back("Low: " + FormatPrice(m_bars.low[i]));
+        fields.push_back("Open: " + FormatPrice(m_bars.open[i]));
+        fields.push_back("Close: " + FormatPrice(m_bars.close[i]));
+    }
+    fields.push_back(TimeField(i));
+    if (m_studies != nullptr) {
+        for (std::string& field : m_studies->PriceBarFields(bar, PriceDecimals())) {
+            fields.push_back(std::move(field));
+        }
+    }
     return fields;
+}
+
+std::string CHistChartDrawManager::HeaderLabel(const std::string& symbol) const {
+    static constexpr const char* kHeaders[] = {"Tick Price: ", "Minute Price: ", "Daily Price: ",
+                                               "Weekly Price: ", "Monthly Price: "};
+    const int type = std::clamp(m_dataType, 0, 4);
+    return kHeaders[type] + symbol;
+}
+
+std::string CHistChartDrawManager::InfoText(int bar) const {
+    const int at = bar - m_bars.first;
+    if (at < 0 || at >= m_bars.Count()) {
+        return {};
+    }
+    const auto i = static_cast<std::size_t>(at);
+    std::string text = m_dataType == kTicks
+                           ? "Price: " + FormatPrice(m_bars.close[i])
+                           : "Hi: " + FormatPrice(m_bars.high[i]) + ", Low: " +
+                                 FormatPrice(m_bars.low[i]) + ", Open: " +
+                                 FormatPrice(m_bars.open[i]) + ", Close: " +
+                                 FormatPrice(m_bars.close[i]);
+    text += "\nVolume: " + std::to_string(m_bars.volume[i]);
+    text += "\n" + TimeField(i);
+    if (m_studies != nullptr) {
+        if (const std::string averages = m_studies->InfoAverages(bar); !averages.empty()) {
+            text += "\n" + averages;
+        }
+        if (const std::string bands = m_studies->InfoBands(bar); !bands.empty()) {
+            text += "\n" + bands;
+        }
+        text += m_studies->InfoStudies(bar);
+    }
+    return text;
 }
 
 void CHistChartDrawManager::PaintXAxis(CChart2D& chart, const SPaneFrame& frame) const {
@@ -123,7 +225,16 @@ void CHistChartDrawManager::PaintPricePane(CChart2D& chart, const SChartStyle& s
     PaintXAxis(chart, frame);
     if (!style.fixedYScaling || !m_haveYRange) {
         const SPriceRange range = DisplayedRange();
-        m_yRange = CChart2D::NormalizeRange(range.low, range.high);
+        double low = range.low;
+        double high = range.high;
+        // The averages and bands widen the range to what they draw.
+        if (m_studies != nullptr && m_bars.Count() > 0) {
+            if (const auto upper = m_studies->UpperExtent(m_bars.first, m_bars.Count())) {
+                low = std::min(low, upper->min);
+                high = std::max(high, upper->max);
+            }
+        }
+        m_yRange = CChart2D::NormalizeRange(low, high);
         m_haveYRange = m_bars.Count() > 0;
     }
     chart.SetAxisRange(CChart2D::EAxis::Y, m_yRange.min, m_yRange.max);
@@ -134,14 +245,22 @@ void CHistChartDrawManager::PaintPricePane(CChart2D& chart, const SChartStyle& s
         CandleWidth(geometry.width, geometry.left, geometry.right, frame.displayedPoints);
     m_price.SetLook(PriceChartType(m_dataType, style.candleStyle), style, candle);
     m_price.Paint(chart);
+    if (m_studies != nullptr) {
+        m_studies->PaintUpper(chart, m_bars.first, m_bars.Count());
+    }
     chart.SetLabelLine(frame.priceBarText, style.priceBar);
 }
 
 void CHistChartDrawManager::PaintStudyPane(CChart2D& chart, const SChartStyle& style,
-                                           const SPaneFrame& frame, int studyType,
-                                           const std::string& label) {
+                                           const SPaneFrame& frame, int pane, int studyType,
+                                           const std::string& label, int cursorBar,
+                                           bool minimized) {
     CChartDrawingHold hold(chart);
     ApplyPaneFrame(chart, style, style.StudyLabelColor(studyType));
     PaintXAxis(chart, frame);
+    if (m_studies != nullptr && pane <= m_studies->PaneCount()) {
+        m_studies->PaintPane(pane, chart, m_bars.first, m_bars.Count(), cursorBar, minimized);
+        return;
+    }
     chart.SetLabelLine(label, style.StudyLabelColor(studyType));
 }

@@ -4,7 +4,9 @@
 // panes the prices by bar index and paints the price pane and the study panes through their
 // charts.
 
+#include "chart/bar_series.h"
 #include "chart/chart_style.h"
+#include "chart/pane_studies.h"
 #include "chart/price_chart.h"
 #include "chart/price_pane_logic.h"
 
@@ -21,11 +23,16 @@ struct SPaneFrame {
     std::string priceBarText;
 };
 
-class CHistChartDrawManager {
+class CHistChartDrawManager final : public IBarSeries {
 public:
     static constexpr int kPaneCount = 11;
 
     explicit CHistChartDrawManager(const CChartHistRequest& history);
+
+    // The studies that draw over the price pane and into the study panes (not owned; null:
+    // study panes show their frames only).
+    void SetStudies(IPaneStudies* studies) { m_studies = studies; }
+    IPaneStudies* Studies() const { return m_studies; }
 
     // Reads the displayed bars, `count` from `first` (clipped to the series), for the data type
     // of the series. Only these bars are copied.
@@ -36,33 +43,50 @@ public:
     void ResetYRange() { m_haveYRange = false; }
 
     // Bar accessors by series index, 0 being the oldest loaded bar; for ticks all four prices
-    // give the trade price. An index outside the series gives the nearest bar.
-    double High(int index) const;
-    double Low(int index) const;
-    double Open(int index) const;
-    double Close(int index) const;
-    std::int64_t Volume(int index) const;
+    // give the trade price. The volume is the one the studies weigh by: for ticks and minute
+    // bars the point's own size. An index outside the series gives the nearest bar.
+    int Count() const override;
+    double High(int index) const override;
+    double Low(int index) const override;
+    double Open(int index) const override;
+    double Close(int index) const override;
+    std::int64_t Volume(int index) const override;
 
     // The highest high, lowest low and largest volume of the displayed bars.
     SPriceRange DisplayedRange() const;
     CHistPriceChart& PriceChart() { return m_price; }
 
-    // The eight fields of the price bar: symbol, chart, and the newest displayed bar's time,
-    // open, high, low, close and volume.
-    std::vector<std::string> PriceBarFields(const std::string& symbol,
-                                            const std::string& chartText) const;
+    // The bar that the read-outs describe: `cursorBar` when it is a displayed bar, else the
+    // newest displayed bar; kNoCursorBar when nothing is displayed.
+    int ReadOutBar(int cursorBar) const;
+    // The decimals that the displayed prices need (2 to 6).
+    int PriceDecimals() const;
+    // The price bar fields of a displayed bar: the prices, its time, and the studies' averages
+    // and bands fields.
+    std::vector<std::string> PriceBarFields(int bar) const;
+    // The header label beside the price bar: "Daily Price: LUMA" and its kin.
+    std::string HeaderLabel(const std::string& symbol) const;
+    // The info text of a displayed bar: prices, volume and time, the averages and bands, and one
+    // line per displayed study.
+    std::string InfoText(int bar) const;
 
-    // Pane 0: frame, x axis, y range (the displayed bars unless fixed), candle width, bars.
+    // Pane 0: frame, x axis, y range (the displayed bars and the upper studies unless fixed),
+    // candle width, bars and the upper studies.
     void PaintPricePane(CChart2D& chart, const SChartStyle& style, const SPaneFrame& frame);
-    // A study pane: frame, x axis and label line; the studies draw into it.
+    // Study pane `pane` (1 .. 10): frame, x axis, and the study's lines and label line; without
+    // studies the frame carries `label`.
     void PaintStudyPane(CChart2D& chart, const SChartStyle& style, const SPaneFrame& frame,
-                        int studyType, const std::string& label);
+                        int pane, int studyType, const std::string& label, int cursorBar,
+                        bool minimized);
 
 private:
     double Price(EPriceColumn column, int index) const;
+    std::string TimeField(std::size_t at) const;
+    std::string FormatPrice(double price) const;
     void PaintXAxis(CChart2D& chart, const SPaneFrame& frame) const;
 
     const CChartHistRequest& m_history;
+    IPaneStudies* m_studies = nullptr;
     SDisplayedBars m_bars;
     int m_dataType = 0;
     CHistPriceChart m_price{m_bars};

@@ -48,6 +48,8 @@ public:
     // the mouse or kNoCursorBar.
     virtual void PaintPane(int pane, CChart2D& chart, int first, int count, int cursorBar,
                            bool minimized) = 0;
+    // The label line alone, for a cursor that moved.
+    virtual std::string PaneLabel(int pane, int cursorBar, bool minimized) const = 0;
 
     // ---- the info text at `bar` ----
     // The moving-average line and the bands line (each empty when it says nothing).

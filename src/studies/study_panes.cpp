@@ -244,6 +244,13 @@ void CStudyPanes::PaintPane(int pane, CChart2D& chart, int first, int count, int
     m_current->Pane(pane - 1).Paint(chart, first, count, slots, cursorBar, minimized);
 }
 
+std::string CStudyPanes::PaneLabel(int pane, int cursorBar, bool minimized) const {
+    if (pane < 1 || pane > PaneCount()) {
+        return {};
+    }
+    return m_current->Pane(pane - 1).label(cursorBar, minimized);
+}
+
 std::string CStudyPanes::InfoAverages(int bar) const {
     const SUpperStudySettings& upper = m_current->Upper();
     std::string text;

@@ -33,6 +33,7 @@ public:
     int PaneStudyType(int pane) const override;
     void PaintPane(int pane, CChart2D& chart, int first, int count, int cursorBar,
                    bool minimized) override;
+    std::string PaneLabel(int pane, int cursorBar, bool minimized) const override;
 
     std::string InfoAverages(int bar) const override;
     std::string InfoBands(int bar) const override;

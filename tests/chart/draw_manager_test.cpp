@@ -24,6 +24,7 @@ protected:
             bar.low = 8.0 + i;
             bar.close = i % 2 == 0 ? 11.0 + i : 9.0 + i;
             bar.volume = 1000 + i;
+            bar.size = 7;
             ASSERT_TRUE(history.AppendTick(bar));
         }
     }
@@ -103,14 +104,36 @@ TEST_F(DrawManager, ChartTypeFollowsTheDataTypeAndTheStyle) {
     EXPECT_EQ(draw.Close(1000), 9.0 + 49);
 }
 
-TEST_F(DrawManager, PriceBarNamesTheNewestDisplayedBar) {
+TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOrTheNewest) {
     Fill(5);
     draw.SetScrollPosition(0, 4, kDays);
-    const std::vector<std::string> fields = draw.PriceBarFields("LUMA", "Daily");
-    EXPECT_EQ(fields, (std::vector<std::string>{"LUMA", "Daily", "2020/01/04", "O 13.00", "H 15.00",
-                                                "L 11.00", "C 12.00", "V 1.00K"}));
-    draw.SetScrollPosition(0, 0, kDays);
-    EXPECT_EQ(draw.PriceBarFields("LUMA", "Daily").size(), 2U);
+    EXPECT_EQ(draw.ReadOutBar(kNoCursorBar), 3);
+    EXPECT_EQ(draw.ReadOutBar(1), 1);
+    EXPECT_EQ(draw.ReadOutBar(4), 3); // not displayed
+    EXPECT_EQ(draw.PriceBarFields(3), (std::vector<std::string>{"Hi: 15.00", "Low: 11.00",
+                                                               "Open: 13.00", "Close: 12.00",
+                                                               "Date: 2020/01/04"}));
+    EXPECT_TRUE(draw.PriceBarFields(4).empty());
+    EXPECT_EQ(draw.HeaderLabel("LUMA"), "Daily Price: LUMA");
+    EXPECT_EQ(draw.InfoText(1),
+              "Hi: 13.00, Low: 9.00, Open: 11.00, Close: 10.00\nVolume: 1001\nDate: 2020/01/02");
+
+    // Ticks: one price, the time with microseconds, and the tick's own size as its volume.
+    draw.SetScrollPosition(0, 4, kTicks);
+    EXPECT_EQ(draw.PriceBarFields(2),
+              (std::vector<std::string>{"13.00", "Time: 00:00:00.000000"}));
+    EXPECT_EQ(draw.InfoText(2), "Price: 13.00\nVolume: 7\nTime: 00:00:00.000000");
+    EXPECT_EQ(draw.Volume(2), 7);
+    EXPECT_EQ(draw.HeaderLabel("LUMA"), "Tick Price: LUMA");
+
+    // Prices keep the decimals they carry.
+    sTICK fine;
+    fine.time = CDateTime(2020, 2, 1, 0, 0, 0);
+    fine.open = fine.high = fine.low = fine.close = 1.23456;
+    ASSERT_TRUE(history.AppendTick(fine));
+    draw.SetScrollPosition(0, 6, kDays);
+    EXPECT_EQ(draw.PriceDecimals(), 5);
+    EXPECT_EQ(draw.PriceBarFields(5)[3], "Close: 1.23456");
 }
 
 TEST(ChartViewSettings, TheLayoutSurvivesARestart) {

@@ -5,6 +5,7 @@
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_image.h"
 #include "history/chart_hist_request.h"
+#include "studies/study_panes.h"
 
 #include <QSize>
 
@@ -15,6 +16,9 @@ std::string RenderChart(const CChartLoader& loader, const SExportRequest& reques
     canvas.LoadSettings();
     canvas.SetPointCount(loader.History().GetCount(), true);
     canvas.ResetYRange();
+    canvas.SetStudies(std::make_unique<CStudyPanes>());
+    canvas.ComputeStudies();
+    canvas.FinishStudies();
     canvas.Relayout();
     // The image holds the title line above the panes: the canvas gives up the height of its
     // scroll bar to it, so that the panes fill the image without being scaled.

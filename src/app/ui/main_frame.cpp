@@ -4,7 +4,9 @@
 #include "app/ui/home_ribbon.h"
 #include "app/ui/ribbon_bar.h"
 #include "base/error.h"
+#include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
+#include "studies/study_panes.h"
 #include "chart/ui/color_page.h"
 #include "chart/ui/display_settings_page.h"
 #include "core/prompt.h"
@@ -77,6 +79,7 @@ bool CMainFrame::Create() {
 
     m_view = new CChartFormView(this);
     m_view->SetStatusSink([this](const std::string& text) { SetStatusText(text); });
+    m_view->Canvas().SetStudies(std::make_unique<CStudyPanes>());
     setCentralWidget(m_view);
 
     m_symbolPane = AddStatusPane("Symbol", 90);

@@ -65,6 +65,61 @@ CChartCanvas::CChartCanvas(const CChartHistRequest& history, QWidget* parent)
             RedrawAll();
         }
     });
+    m_studyPoll.setInterval(kStudyPollMs);
+    connect(&m_studyPoll, &QTimer::timeout, this, &CChartCanvas::PollStudies);
+    m_readOutTimer.setSingleShot(true);
+    m_readOutTimer.setInterval(kReadOutPeriodMs);
+    connect(&m_readOutTimer, &QTimer::timeout, this, &CChartCanvas::ShowCursorReadOut);
+}
+
+void CChartCanvas::SetStudies(std::unique_ptr<IPaneStudies> studies) {
+    m_draw.SetStudies(studies.get());
+    m_studies = std::move(studies);
+    RedrawAll();
+}
+
+void CChartCanvas::ComputeStudies() {
+    if (m_studies == nullptr) {
+        return;
+    }
+    m_studies->SeriesChanged(m_history, m_dataType, m_intervalIndex);
+    m_studyPoll.start();
+}
+
+void CChartCanvas::ApplyStudySettings() {
+    if (m_studies != nullptr) {
+        m_studies->SettingsChanged();
+        m_studyPoll.start();
+    }
+    LoadSettings();
+}
+
+void CChartCanvas::ClearStudies() {
+    if (m_studies != nullptr) {
+        m_studies->Clear();
+    }
+    m_studyPoll.stop();
+}
+
+void CChartCanvas::FinishStudies() {
+    if (m_studies != nullptr) {
+        m_studies->WaitFinished();
+        m_studyPoll.stop();
+        RedrawAll();
+    }
+}
+
+void CChartCanvas::PollStudies() {
+    if (m_studies == nullptr) {
+        m_studyPoll.stop();
+        return;
+    }
+    if (m_studies->TakeFinished()) {
+        RedrawAll();
+    }
+    if (!m_studies->Computing()) {
+        m_studyPoll.stop();
+    }
 }
 
 CChartCanvas::~CChartCanvas() = default;
@@ -146,6 +201,16 @@ std::string CChartCanvas::ChartText() const {
     }
 }
 
+std::string CChartCanvas::PriceLabelText(const SChartStyle& style) const {
+    if (m_symbol.empty() || m_draw.Displayed().Count() == 0) {
+        return {};
+    }
+    const std::vector<std::string> fields = m_draw.PriceBarFields(m_draw.ReadOutBar(m_cursorBar));
+    const std::string bar =
+        ::PriceBarText(fields, style.showPriceBar, m_layout.IsMinimized(0), m_layout.maximized);
+    return m_draw.HeaderLabel(m_symbol) + (bar.empty() ? "" : "   " + bar);
+}
+
 void CChartCanvas::RedrawAll() {
     const bool hasData = !m_symbol.empty() && m_history.GetCount() > 0;
     m_draw.SetScrollPosition(m_range.FirstIndex(), hasData ? m_range.DisplayedCount() : 0,
@@ -153,20 +218,72 @@ void CChartCanvas::RedrawAll() {
     const SChartStyle style = ReadChartStyle(CSettings::Instance());
     SPaneFrame frame;
     frame.displayedPoints = m_range.DisplayedPoints();
-    const std::vector<std::string> fields =
-        hasData ? m_draw.PriceBarFields(m_symbol, ChartText()) : std::vector<std::string>{};
-    frame.priceBarText =
-        ::PriceBarText(fields, style.showPriceBar, m_layout.IsMinimized(0), m_layout.maximized);
+    frame.priceBarText = PriceLabelText(style);
     m_priceBarText = frame.priceBarText;
 
     m_stack->HoldDrawing();
     m_draw.PaintPricePane(m_stack->Pane(0), style, frame);
     for (int pane = 1; pane <= m_layout.LastPane(); ++pane) {
-        const std::string label = IsStrip(pane) ? std::string("(Minimized)") : std::string();
-        m_draw.PaintStudyPane(m_stack->Pane(pane), style, frame,
-                              m_layout.studyTypes[static_cast<std::size_t>(pane)], label);
+        const bool strip = IsStrip(pane);
+        const std::string label = strip ? std::string("(Minimized)") : std::string();
+        m_draw.PaintStudyPane(m_stack->Pane(pane), style, frame, pane,
+                              m_layout.studyTypes[static_cast<std::size_t>(pane)], label,
+                              m_cursorBar, strip);
     }
     m_stack->ReleaseDrawing();
+}
+
+int CChartCanvas::BarAt(const QPoint& pos) const {
+    const int pane = m_stack->PaneAt(pos);
+    if (pane < 0 || m_symbol.empty() || m_draw.Displayed().Count() == 0) {
+        return kNoCursorBar;
+    }
+    const SPaneRect& rect = m_layoutResult.panes[static_cast<std::size_t>(pane)];
+    const CChart2D& chart = m_stack->Pane(pane);
+    const CChart2D::SGeometry geometry = chart.Geometry();
+    const double x = pos.x();
+    if (x < geometry.left || x > geometry.width - geometry.right || pos.y() < rect.top) {
+        return kNoCursorBar;
+    }
+    const auto slot = static_cast<int>(std::lround(chart.PixelXToSlot(x)));
+    if (slot < 0 || slot >= m_draw.Displayed().Count()) {
+        return kNoCursorBar;
+    }
+    return m_draw.Displayed().first + slot;
+}
+
+void CChartCanvas::SetCursorBar(int bar) {
+    if (bar == m_cursorBar) {
+        return;
+    }
+    m_cursorBar = bar;
+    if (!m_readOutTimer.isActive()) {
+        m_readOutTimer.start();
+    }
+}
+
+void CChartCanvas::ShowCursorReadOut() {
+    if (m_cursorBar == kNoCursorBar) {
+        m_infoText.clear();
+    } else {
+        emit statusText(QStringLiteral("Making Info Text..."));
+        m_infoText = m_draw.InfoText(m_cursorBar);
+        emit statusText(QStringLiteral("Ready..."));
+    }
+    // Only the label lines change: the price bar and each study pane's values.
+    const SChartStyle style = ReadChartStyle(CSettings::Instance());
+    m_priceBarText = PriceLabelText(style);
+    m_stack->HoldDrawing();
+    m_stack->Pane(0).SetLabelLine(m_priceBarText, style.priceBar);
+    if (m_studies != nullptr) {
+        for (int pane = 1; pane <= std::min(m_layout.LastPane(), m_studies->PaneCount()); ++pane) {
+            m_stack->Pane(pane).SetLabelLine(
+                m_studies->PaneLabel(pane, m_cursorBar, IsStrip(pane)),
+                style.StudyLabelColor(m_studies->PaneStudyType(pane)));
+        }
+    }
+    m_stack->ReleaseDrawing();
+    emit cursorReadOutChanged();
 }
 
 void CChartCanvas::AfterRangeChange(bool pointsChanged) {
@@ -309,9 +426,14 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
             }
         } else {
             const bool onBorder = m_layout.HitTestBorder(m_layoutResult, y, kBorderTolerance) >= 0;
-            m_stack->setCursor(onBorder ? Qt::SplitVCursor : Qt::ArrowCursor);
+            m_stack->setCursor(onBorder ? Qt::SplitVCursor : Qt::CrossCursor);
+            SetCursorBar(onBorder ? kNoCursorBar : BarAt(mouse->position().toPoint()));
         }
         return true;
+    }
+    case QEvent::Leave: {
+        SetCursorBar(kNoCursorBar);
+        return false;
     }
     case QEvent::MouseButtonRelease: {
         if (m_dragBorder >= 0) {

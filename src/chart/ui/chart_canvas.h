@@ -10,9 +10,11 @@
 #include "chart/draw_manager.h"
 #include "chart/pane_layout.h"
 
+#include <QTimer>
 #include <QWidget>
 
 #include <functional>
+#include <memory>
 #include <string>
 
 class CChartHistRequest;
@@ -29,6 +31,10 @@ public:
     static constexpr int kMinimizedHeight = 20;
     static constexpr int kMinPaneHeight = 24;
     static constexpr int kBorderTolerance = 3;
+    // How often a running study computation is asked whether it is done.
+    static constexpr int kStudyPollMs = 40;
+    // The cursor read-outs are drawn at most this often.
+    static constexpr int kReadOutPeriodMs = 30;
 
     explicit CChartCanvas(const CChartHistRequest& history, QWidget* parent = nullptr);
     ~CChartCanvas() override;
@@ -44,6 +50,25 @@ public:
     // view scrolled back stays. `showNewest` moves to the newest points whatever the position.
     void SetPointCount(int count, bool showNewest);
     void ResetYRange() { m_draw.ResetYRange(); }
+
+    // The studies drawn over the price pane and in the study panes (none: the study panes show
+    // their frames only).
+    void SetStudies(std::unique_ptr<IPaneStudies> studies);
+    IPaneStudies* Studies() const { return m_studies.get(); }
+    // The series holds a new answer: the studies compute over it and the panes follow when
+    // they are done.
+    void ComputeStudies();
+    // The study settings changed: the panes are laid out again and the studies recomputed.
+    void ApplyStudySettings();
+    // A new symbol is loading: the studies of the last one are dropped.
+    void ClearStudies();
+    // Waits for the studies being computed and draws them (image rendering).
+    void FinishStudies();
+
+    // The bar under the mouse (kNoCursorBar when none) and the read-outs of it.
+    int CursorBar() const { return m_cursorBar; }
+    void SetCursorBar(int bar);
+    const std::string& InfoText() const { return m_infoText; }
 
     // Recomputes the pane rectangles and redraws.
     void Relayout();
@@ -79,6 +104,10 @@ public:
 signals:
     // The displayed points changed (zoom): the status bar's count follows.
     void displayedPointsChanged(int points);
+    // A status line text ("Making Info Text...", "Ready...").
+    void statusText(const QString& text);
+    // The cursor moved to another bar (or off the bars): the info text changed.
+    void cursorReadOutChanged();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -95,6 +124,12 @@ private:
     // Whether `pane` is laid out as a title strip (minimised, or beside a maximised pane).
     bool IsStrip(int pane) const;
     std::string ChartText() const;
+    std::string PriceLabelText(const SChartStyle& style) const;
+    // The bar under the pixel position `pos` of the stack, or kNoCursorBar.
+    int BarAt(const QPoint& pos) const;
+    // The labels and the info text for the cursor as it stands.
+    void ShowCursorReadOut();
+    void PollStudies();
 
     const CChartHistRequest& m_history;
     CChartStackWidget* m_stack = nullptr;
@@ -109,6 +144,12 @@ private:
     std::string m_priceBarText;
     bool m_syncing = false;
     std::function<void(QMenu&)> m_menuExtender;
+    std::unique_ptr<IPaneStudies> m_studies;
+    QTimer m_studyPoll;
+    int m_cursorBar = kNoCursorBar;
+    std::string m_infoText;
+    // Cursor read-outs are coalesced: the labels are drawn at most once per period.
+    QTimer m_readOutTimer;
 
     // A drag in progress: of a pane border (the lower pane) or of the chart.
     int m_dragBorder = -1;

@@ -35,6 +35,9 @@ CChartFormView::CChartFormView(QWidget* parent)
         }
     });
 
+    connect(m_canvas, &CChartCanvas::statusText, this,
+            [this](const QString& text) { SetStatusText(text.toStdString()); });
+
     m_loader.LoadSettings();
     m_canvas->LoadSettings();
     ShowNotice();
@@ -48,6 +51,7 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     }
     m_lastStatus.clear();
     const CChartLoader::EStart started = m_loader.Load(symbol, [this] { m_progressTimer.start(); });
+    m_canvas->ClearStudies();
     m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
     m_canvas->SetPointCount(0, true);
     m_canvas->ResetYRange();
@@ -107,6 +111,7 @@ int CChartFormView::RecomputeAndShowNewest() {
     m_canvas->ResetYRange();
     m_canvas->SetPointCount(count, true);
     m_canvas->RedrawAll();
+    m_canvas->ComputeStudies();
     return count;
 }
 

@@ -1,0 +1,266 @@
+#include "app/export.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
+#include "recording_chart_2d.h"
+#include "studies/study_charts.h"
+#include "studies/study_set.h"
+
+#include <gtest/gtest.h>
+
+#include <charconv>
+#include <cmath>
+#include <memory>
+
+namespace {
+
+using skychart::test::CRecordingChart2D;
+
+// Daily bars zig-zagging upwards: close 100 + i + (i % 3), high = close + 1, low = close - 2,
+// volume 1000 + 10 i.
+std::shared_ptr<CStudyInputs> ZigZag(int count, int dataType = 2) {
+    std::vector<double> high, low, close, volume;
+    for (int i = 0; i < count; ++i) {
+        const double c = 100.0 + i + (i % 3);
+        close.push_back(c);
+        high.push_back(c + 1.0);
+        low.push_back(c - 2.0);
+        volume.push_back(1000.0 + 10.0 * i);
+    }
+    return std::make_shared<CStudyInputs>(dataType, high, low, close, volume);
+}
+
+std::unique_ptr<CHistStudyChart> Filled(int type, const SStudySettings& settings,
+                                        const CStudyInputs& inputs, SStudyContext context = {2, 0}) {
+    std::unique_ptr<CHistStudyChart> study = MakeStudyChart(type);
+    study->setup(settings, context);
+    study->fill(inputs, false);
+    return study;
+}
+
+TEST(StudyCharts, DescriptionsFollowTheSettings) {
+    const SStudySettings settings;
+    const auto inputs = ZigZag(3);
+    const char* expected[kStudyTypeCount] = {
+        "RSI, lookback period - 21, levels - 70, 30",
+        "MOM, lookback period - 20",
+        "ROC, lookback period - 20",
+        "OBV, smoothing period - 9",
+        "MACD (custom), periods: short - 8, long - 17, signal smoothing - 18",
+        "Slow STO, lookback period - 5, levels - 80, 20",
+        "Volume, average: 1.01K",
+        "Money Flow, lookback period - 14",
+        "Money Flow Index, lookback period - 14, levels - 80, 20",
+        "ADX, Smoothing period - 14",
+    };
+    for (int type = 0; type < kStudyTypeCount; ++type) {
+        const auto study = Filled(type, settings, *inputs);
+        EXPECT_EQ(study->StudyType(), type);
+        // Too few bars for any value: the label is the description alone, at any cursor.
+        const std::string description = expected[type];
+        EXPECT_EQ(study->label(kNoCursorBar, false), description) << type;
+        if (type != kStudyVolume) {
+            EXPECT_EQ(study->label(2, false), description) << type;
+        }
+        EXPECT_EQ(study->label(kNoCursorBar, true), description + " (Minimized)") << type;
+    }
+
+    SStudySettings buy = settings;
+    buy.periods[kStudyMACD] = 9;
+    buy.stoFast = true;
+    EXPECT_EQ(Filled(kStudyMACD, buy, *inputs)->label(kNoCursorBar, false),
+              "MACD (buy), periods: short - 8, long - 17, signal smoothing - 9");
+    EXPECT_EQ(Filled(kStudyStochastics, buy, *inputs)->label(kNoCursorBar, false),
+              "Fast STO, lookback period - 5, levels - 80, 20");
+}
+
+TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
+    SStudySettings settings;
+    settings.periods = {3, 3, 3, 3, 3, 2, 3, 3, 3, 3};
+    settings.macdShort = 2;
+    settings.macdLong = 4;
+    const auto inputs = ZigZag(40);
+    const int bar = 30;
+
+    const auto rsi = Filled(kStudyRSI, settings, *inputs);
+    const double r = rsi->LineAt(0, bar);
+    ASSERT_FALSE(std::isnan(r));
+    char text[128];
+    std::snprintf(text, sizeof text, " RSI: %0.4lf", r);
+    EXPECT_EQ(rsi->label(bar, true), "RSI, lookback period - 3, levels - 70, 30" +
+                                         std::string(text) + " (Minimized)");
+    std::snprintf(text, sizeof text, "\nRSI: %.1f", r);
+    EXPECT_EQ(rsi->InfoLine(bar), text);
+    // Outside the series: no values.
+    EXPECT_EQ(rsi->label(40, false), "RSI, lookback period - 3, levels - 70, 30");
+
+    const auto macd = Filled(kStudyMACD, settings, *inputs);
+    std::snprintf(text, sizeof text, "\nMACD: %.3f Signal: %.3f", macd->LineAt(0, bar),
+                  macd->LineAt(1, bar));
+    EXPECT_EQ(macd->InfoLine(bar), text);
+    EXPECT_DOUBLE_EQ(macd->LineAt(2, bar), macd->LineAt(0, bar) - macd->LineAt(1, bar));
+
+    const auto sto = Filled(kStudyStochastics, settings, *inputs);
+    EXPECT_EQ(sto->InfoLine(bar).rfind("\nSlow STO%K: ", 0), 0U);
+    const auto adx = Filled(kStudyADX, settings, *inputs);
+    std::snprintf(text, sizeof text, " ADX: %0.4lf +DI: %0.4lf -DI: %0.4lf", adx->LineAt(0, bar),
+                  adx->LineAt(1, bar), adx->LineAt(2, bar));
+    EXPECT_EQ(adx->label(bar, false), "ADX, Smoothing period - 3" + std::string(text));
+    EXPECT_TRUE(Filled(kStudyVolume, settings, *inputs)->InfoLine(bar).empty());
+
+    // Money flow in millions reads scaled.
+    std::vector<double> close{10, 11, 12, 13, 14, 15};
+    std::vector<double> volume(6, 1'000'000.0);
+    CStudyInputs flows(2, close, close, close, volume);
+    settings.periods[kStudyMoneyFlow] = 2;
+    const auto mf = Filled(kStudyMoneyFlow, settings, flows);
+    // Bar 5: tp rises at 3, 4 and 5: (13 + 14 + 15) million / 2 = 21 million positive.
+    EXPECT_EQ(mf->InfoLine(5), "\nMoney Flow: 21.0M, pos: 21.0M, neg: 0");
+    EXPECT_EQ(mf->label(5, false),
+              "Money Flow, lookback period - 2 MF: 21000000 pos: 21000000 neg: 0");
+}
+
+TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
+    SStudySettings settings;
+    const auto daily = ZigZag(4);
+    // All data: (1000 + 1010 + 1020 + 1030) / 4.
+    EXPECT_EQ(Filled(kStudyVolume, settings, *daily)->label(3, false),
+              "Volume, average: 1.01K Vol: 1.03K");
+
+    settings.radio[kStudyVolume] = 0; // custom: the newest two bars
+    settings.customPeriods[kStudyVolume] = 2;
+    const auto minutes = ZigZag(4, 1);
+    const auto volume = Filled(kStudyVolume, settings, *minutes, {1, 5});
+    EXPECT_EQ(volume->label(kNoCursorBar, false),
+              "Volume, average: 1.02K in 300s, lookback period - 10 minutes");
+    for (const auto& [type, unit] : {std::pair{0, "ticks"}, {2, "days"}, {3, "weeks"}, {4, "months"}}) {
+        EXPECT_EQ(Filled(kStudyVolume, settings, *daily, {type, 0})->label(kNoCursorBar, false),
+                  std::string("Volume, average: 1.02K, lookback period - 2 ") + unit);
+    }
+}
+
+TEST(StudyCharts, PanesDrawTheDisplayedSliceWithTheirLevels) {
+    SStudySettings settings;
+    settings.periods[kStudyRSI] = 5;
+    const auto inputs = ZigZag(60);
+    CRecordingChart2D chart;
+    const auto rsi = Filled(kStudyRSI, settings, *inputs);
+    rsi->Paint(chart, 40, 20, 30, kNoCursorBar, false);
+    const auto* line = chart.Series(CHistStudyChart::kLineSeries);
+    ASSERT_NE(line, nullptr);
+    ASSERT_EQ(line->values.size(), 20U);
+    EXPECT_EQ(line->values[3], rsi->LineAt(0, 43));
+    EXPECT_EQ(line->line.color, settings.dataColor[kStudyRSI]);
+    const auto* upper = chart.Series(CHistStudyChart::kLevelSeries);
+    ASSERT_NE(upper, nullptr);
+    ASSERT_EQ(upper->points.size(), 2U);
+    EXPECT_EQ(upper->points[0].y, 70.0);
+    EXPECT_EQ(upper->points[1].x, 29.5); // across the whole axis
+    EXPECT_EQ(upper->line.color, settings.rsiUpColor);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 0.0);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 100.0);
+    EXPECT_EQ(chart.Axis(CChart2D::EAxis::Y).precision, 0);
+    EXPECT_EQ(chart.LabelLineText(), rsi->label(kNoCursorBar, false));
+
+    // Volume: bars from zero and the average across; a pane of another study after it leaves
+    // no stale series behind.
+    const auto volume = Filled(kStudyVolume, settings, *inputs);
+    volume->Paint(chart, 0, 60, 60, kNoCursorBar, false);
+    const auto* bars = chart.Series(CHistStudyChart::kLineSeries);
+    ASSERT_NE(bars, nullptr);
+    EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Histogram);
+    EXPECT_EQ(bars->values.back(), 1590.0);
+    EXPECT_LE(chart.AxisRange(CChart2D::EAxis::Y).min, 0.0);
+    EXPECT_GE(chart.AxisRange(CChart2D::EAxis::Y).max, 1590.0);
+    EXPECT_EQ(chart.Series(CHistStudyChart::kLevelSeries), nullptr);
+    const auto* average = chart.Series(CHistStudyChart::kLineSeries + 1);
+    ASSERT_NE(average, nullptr);
+    EXPECT_EQ(average->values.front(), 1295.0);
+    EXPECT_EQ(average->line.color, settings.volumeAverageColor);
+}
+
+TEST(StudySet, ExportColumnsFollowTheShownStudiesOnce) {
+    SUpperStudySettings upper;
+    upper.masShow = true;
+    upper.select = {true, false, true};
+    upper.bandsShow = true;
+    SStudySettings studies;
+    studies.paneTypes = {kStudyRSI, kStudyMACD, kStudyRSI, kStudyVolume, kStudyADX};
+    CStudySet set(ZigZag(50), upper, studies, {2, 0});
+    set.Compute(2);
+    std::vector<std::string> names;
+    for (const SStudyColumn& column : set.ExportColumns()) {
+        names.push_back(column.name);
+        EXPECT_EQ(column.values->size(), 50U) << column.name;
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"MA1", "MA3", "BBLower", "BBMiddle", "BBUpper",
+                                                "RSI", "MACD", "Signal", "Histogram",
+                                                "VolumeAverage", "ADX", "+DI", "-DI"}));
+    // MA1 over 5 closes ending at bar 4: 100, 102, 104, 103, 105.
+    EXPECT_DOUBLE_EQ(set.Average(1)[4], 514.0 / 5);
+    EXPECT_TRUE(std::isnan(set.Average(1)[3]));
+    EXPECT_TRUE(set.Average(2).empty());
+
+    upper.masShow = false;
+    upper.bandsShow = false;
+    studies.paneTypes.clear();
+    CStudySet none(ZigZag(5), upper, studies, {2, 0});
+    none.Compute(1);
+    EXPECT_TRUE(none.ExportColumns().empty());
+}
+
+TEST(StudySet, ExportCellsReadBackAsTheSameDouble) {
+    for (const double value : {0.1 + 0.2, 1.0 / 3.0, -123456.789e-7, 100.0, 5e-324}) {
+        const std::string text = ExportStudyCell(value);
+        double back = 0.0;
+        std::from_chars(text.data(), text.data() + text.size(), back);
+        EXPECT_EQ(back, value) << text;
+    }
+    EXPECT_EQ(ExportStudyCell(std::nan("")), "");
+}
+
+TEST(StudySettings, ListsAndChoicesReadFromTheTable) {
+    CSettings settings;
+    settings.RegisterAll(AllSettingKeys());
+    SStudySettings read = SStudySettings::Read(settings);
+    EXPECT_EQ(read.paneTypes, std::vector<int>{kStudyVolume});
+    EXPECT_EQ(read.Period(kStudyRSI), 21);
+    EXPECT_EQ(read.Period(kStudyVolume), 10);
+    EXPECT_TRUE(read.VolumeAverageAllData());
+
+    // A short list keeps the defaults of the missing studies; an unreadable entry keeps its own.
+    settings.SetText(keys::kStudyAvgPeriod, "14,x,7");
+    settings.SetText(keys::kStudyCustomAvgPeriod, "30");
+    settings.SetInt(keys::kRSIRadioSelect, 3); // "Custom"
+    settings.SetInt(keys::kNumberOfStudyCharts, 3);
+    settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 1), 4);
+    settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 2), 42);
+    read = SStudySettings::Read(settings);
+    EXPECT_EQ(read.Period(kStudyRSI), 30);
+    EXPECT_EQ(read.Period(kStudyMomentum), 20);
+    EXPECT_EQ(read.Period(kStudyRateOfChange), 7);
+    EXPECT_EQ(read.Period(kStudyADX), 14);
+    EXPECT_EQ(read.paneTypes, (std::vector<int>{kStudyVolume, kStudyMACD, kStudyVolume}));
+
+    // What is written reads back the same.
+    read.rsiUpper = 65;
+    read.stoFast = true;
+    read.paneTypes = {kStudyADX, kStudyRSI};
+    read.Write(settings);
+    const SStudySettings again = SStudySettings::Read(settings);
+    EXPECT_EQ(again.paneTypes, read.paneTypes);
+    EXPECT_EQ(again.rsiUpper, 65);
+    EXPECT_TRUE(again.stoFast);
+    EXPECT_EQ(again.periods, read.periods);
+    EXPECT_EQ(settings.GetText(keys::kStudyCustomAvgPeriod), "30,20,20,9,18,5,500,9,9,10");
+
+    SUpperStudySettings upper = SUpperStudySettings::Read(settings);
+    EXPECT_FALSE(upper.AverageShown(1));
+    upper.masShow = true;
+    upper.bandsDeviations = 2.5;
+    upper.Write(settings);
+    EXPECT_EQ(settings.GetText(keys::kBBDeviations), "2.50");
+    EXPECT_TRUE(SUpperStudySettings::Read(settings).AverageShown(1));
+    EXPECT_EQ(SUpperStudySettings::Read(settings).Period(4), 20);
+}
+
+} // namespace

@@ -1,0 +1,143 @@
+#include "chart/draw_manager.h"
+#include "core/data_types.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
+#include "history/chart_hist_request.h"
+#include "recording_chart_2d.h"
+#include "studies/study_panes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using skychart::test::CRecordingChart2D;
+
+// Daily bars of a wave with a wide swing, so that the bands leave the bars' range.
+class StudyPanes : public ::testing::Test {
+protected:
+    void SetUp() override {
+        CSettings::Instance().Reset();
+        CSettings::Instance().RegisterAll(AllSettingKeys());
+        for (int i = 0; i < 200; ++i) {
+            sTICK bar;
+            bar.time = CDateTime(CDateTime(2020, 1, 1, 0, 0, 0).Days() + i);
+            bar.close = 100.0 + 20.0 * std::sin(i / 5.0);
+            bar.open = bar.close - 0.5;
+            bar.high = bar.close + 1.0;
+            bar.low = bar.close - 1.0;
+            bar.volume = 1000 + i;
+            ASSERT_TRUE(history.AppendTick(bar));
+        }
+    }
+    void TearDown() override { CSettings::Instance().Reset(); }
+
+    static void Show(int paneCount, std::initializer_list<int> types) {
+        CSettings& settings = CSettings::Instance();
+        settings.SetInt(keys::kNumberOfStudyCharts, paneCount);
+        int pane = 0;
+        for (const int type : types) {
+            settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, pane++), type);
+        }
+    }
+
+    CChartHistRequest history;
+    CHistChartDrawManager draw{history};
+    CRecordingChart2D chart;
+    SChartStyle style;
+};
+
+TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
+    CSettings& settings = CSettings::Instance();
+    settings.SetInt(keys::kMAsShow, 1);
+    settings.SetInt(keys::kBBStudyShow, 1);
+    Show(2, {kStudyRSI, kStudyVolume});
+    CStudyPanes studies;
+    draw.SetStudies(&studies);
+    // Before the first computation the panes are there, with their descriptions only.
+    EXPECT_EQ(studies.PaneCount(), 2);
+    EXPECT_EQ(studies.PaneStudyType(1), kStudyRSI);
+    EXPECT_FALSE(studies.TakeFinished());
+
+    studies.SeriesChanged(history, kDays, 0);
+    EXPECT_TRUE(studies.Computing());
+    studies.WaitFinished();
+    EXPECT_FALSE(studies.Computing());
+    ASSERT_EQ(studies.Current().Inputs().Count(), 200);
+
+    draw.SetScrollPosition(80, 120, kDays);
+    SPaneFrame frame;
+    frame.displayedPoints = 120;
+    draw.PaintPricePane(chart, style, frame);
+    const auto* ma1 = chart.Series(CStudyPanes::kAverageSeries);
+    ASSERT_NE(ma1, nullptr);
+    ASSERT_EQ(ma1->values.size(), 120U);
+    EXPECT_DOUBLE_EQ(ma1->values[0], studies.Current().Average(1)[80]);
+    EXPECT_EQ(ma1->line.color, 255U);
+    const auto* lower = chart.Series(CStudyPanes::kBandSeries);
+    ASSERT_NE(lower, nullptr);
+    const double lowest = *std::min_element(lower->values.begin(), lower->values.end());
+    // The bands reach below the lowest low: the range widens to them.
+    ASSERT_LT(lowest, draw.DisplayedRange().low);
+    EXPECT_DOUBLE_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, lowest);
+
+    const std::vector<std::string> fields = draw.PriceBarFields(150);
+    ASSERT_EQ(fields.size(), 7U);
+    EXPECT_EQ(fields[5].rfind("MA1: ", 0), 0U);
+    EXPECT_NE(fields[5].find("MA3: "), std::string::npos);
+    EXPECT_EQ(fields[6].rfind("Bands: lower: ", 0), 0U);
+
+    const std::string info = draw.InfoText(150);
+    EXPECT_NE(info.find("\nVolume: 1150\nDate: 2020/05/30\nMA1: "), std::string::npos) << info;
+    EXPECT_NE(info.find("\nBands: lower: "), std::string::npos);
+    EXPECT_NE(info.find("\nRSI: "), std::string::npos);
+
+    draw.PaintStudyPane(chart, style, frame, 1, kStudyRSI, "", 150, false);
+    EXPECT_EQ(chart.LabelLineText(), studies.Current().Pane(0).label(150, false));
+    EXPECT_NE(chart.LabelLineText().find(" RSI: "), std::string::npos);
+    EXPECT_EQ(studies.PaneLabel(2, kNoCursorBar, true).find(" (Minimized)"),
+              studies.PaneLabel(2, kNoCursorBar, true).size() - 12);
+}
+
+TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
+    Show(1, {kStudyMomentum});
+    CStudyPanes studies;
+    studies.SeriesChanged(history, kDays, 0);
+    // A second answer while the first is computed: the last one wins.
+    studies.SeriesChanged(history, kDays, 0);
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Pane(0).Period(), 20);
+    EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
+
+    CSettings::Instance().SetText(keys::kStudyAvgPeriod, "21,5");
+    studies.SettingsChanged();
+    // The same panes keep their lines until the new ones are ready.
+    EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Pane(0).Period(), 5);
+    sTICK now;
+    sTICK then;
+    ASSERT_TRUE(history.GetTick(10, now));
+    ASSERT_TRUE(history.GetTick(5, then));
+    EXPECT_DOUBLE_EQ(studies.Current().Pane(0).LineAt(0, 10), now.close - then.close);
+
+    // Other panes: shown at once, with their labels only.
+    Show(2, {kStudyADX, kStudyMFI});
+    studies.SettingsChanged();
+    EXPECT_EQ(studies.PaneStudyType(1), kStudyADX);
+    EXPECT_EQ(studies.Current().Pane(1).Count(), 0);
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Pane(1).Count(), 200);
+
+    studies.Clear();
+    EXPECT_EQ(studies.Current().Inputs().Count(), 0);
+    EXPECT_EQ(studies.InfoStudies(5), "\nADX: , +DI: , -DI: \nMFI: ");
+    // Going away while computing is safe.
+    auto running = std::make_unique<CStudyPanes>();
+    running->SeriesChanged(history, kDays, 0);
+    running.reset();
+}
+
+} // namespace
