@@ -97,15 +97,17 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
     ASSERT_EQ(daily.exitCode, 0) << daily.out;
     const std::vector<std::string> rows = ReadLines(File("luma.csv"));
     ASSERT_GT(rows.size(), 2u);
-    EXPECT_EQ(rows[0], "DateTime,Open,High,Low,Close,Volume,OpenInterest");
+    // The default layout shows one volume pane: its average follows the series columns.
+    EXPECT_EQ(rows[0], "DateTime,Open,High,Low,Close,Volume,OpenInterest,VolumeAverage");
     // The default request: the newest 10000 days, as the service itself gives them.
     const auto direct = QueryLookup(m_portico.lookupPort(), "HDX,LUMA,10000,1,D", "D");
     ASSERT_EQ(rows.size(), direct.size() + 1);
+    const std::string average = rows[1].substr(rows[1].rfind(',') + 1);
     for (std::size_t i = 0; i + 1 < direct.size(); ++i) {
         const auto& f = direct[i];
-        const std::string expected =
-            fmt::format("{} 00:00:00,{},{},{},{},{},{}", f[2].substr(0, 10), std::stod(f[5]),
-                        std::stod(f[3]), std::stod(f[4]), std::stod(f[6]), f[7], f[8]);
+        const std::string expected = fmt::format(
+            "{} 00:00:00,{},{},{},{},{},{},{}", f[2].substr(0, 10), std::stod(f[5]),
+            std::stod(f[3]), std::stod(f[4]), std::stod(f[6]), f[7], f[8], average);
         ASSERT_EQ(rows[i + 1], expected) << "row " << i + 1;
     }
 
@@ -115,9 +117,9 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
     const std::vector<std::string> tickRows = ReadLines(File("aurx.csv"));
     ASSERT_GT(tickRows.size(), 100u);
     EXPECT_LE(tickRows.size(), 10001u);
-    EXPECT_EQ(tickRows[0], "DateTime,Close,Volume,Size,Bid,Ask");
+    EXPECT_EQ(tickRows[0], "DateTime,Close,Volume,Size,Bid,Ask,VolumeAverage");
     const std::regex row(R"((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{6}),([0-9.]+),(\d+),(\d+),)"
-                         R"(([0-9.]+),([0-9.]+))");
+                         R"(([0-9.]+),([0-9.]+),[0-9.e+]+)");
     std::string previous;
     for (std::size_t i = 1; i < tickRows.size(); ++i) {
         std::smatch match;
@@ -143,7 +145,7 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
     }
     const std::vector<std::string> barRows = ReadLines(File("bars.csv"));
     ASSERT_EQ(barRows.size(), 10001u);
-    EXPECT_EQ(barRows[0], "DateTime,Open,High,Low,Close,Volume,Size");
+    EXPECT_EQ(barRows[0], "DateTime,Open,High,Low,Close,Volume,Size,VolumeAverage");
     EXPECT_TRUE(std::regex_match(barRows[1], std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d[05]:00,.*)")))
         << barRows[1];
 }
@@ -188,6 +190,101 @@ TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItself) {
     EXPECT_NE(unreachable.out.find("cannot reach the market-data service"), std::string::npos)
         << unreachable.out;
     EXPECT_FALSE(fs::exists(File("y.csv")));
+}
+
+// Splits a CSV row; an empty cell stays an empty field.
+std::vector<std::string> Cells(const std::string& row) {
+    std::vector<std::string> cells;
+    std::string cell;
+    std::istringstream in(row);
+    while (std::getline(in, cell, ',')) {
+        cells.push_back(cell);
+    }
+    if (!row.empty() && row.back() == ',') {
+        cells.emplace_back();
+    }
+    return cells;
+}
+
+TEST_F(ExportTest, StudyColumnsHoldWhatTheChartDraws) {
+    m_home.writeFile(kSettingsFile,
+                     "[ApplicationSettings]\nMAs SHOW=1\nMoving Average 2 Select=0\n"
+                     "BB STUDY SHOW=1\nNumber of displayed study charts=3\n"
+                     "Type of study chart 0=0\nType of study chart 1=1\n"
+                     "Type of study chart 2=0\n");
+    const RunResult run = Export({"--export", File("s.csv"), "-symbol", "LUMA", "-type", "Daily"});
+    ASSERT_EQ(run.exitCode, 0) << run.out;
+    const std::vector<std::string> rows = ReadLines(File("s.csv"));
+    ASSERT_GT(rows.size(), 100u);
+    ASSERT_EQ(rows[0], "DateTime,Open,High,Low,Close,Volume,OpenInterest,MA1,MA3,BBLower,BBMiddle,"
+                       "BBUpper,RSI,MOM");
+
+    std::vector<double> close;
+    std::vector<std::vector<std::string>> table;
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+        table.push_back(Cells(rows[i]));
+        ASSERT_EQ(table.back().size(), 14u) << rows[i];
+        close.push_back(std::stod(table.back()[4]));
+    }
+    const auto value = [&](std::size_t row, std::size_t column) {
+        return std::stod(table[row][column]);
+    };
+    const auto near = [](double a, double b) { return std::abs(a - b) <= 1e-9 * std::abs(b) + 1e-12; };
+    // Plain definitions over the exported closes: simple averages of 5 and 15 closes, bands of
+    // 20 closes at two population deviations, momentum over 20 bars, Wilder's RSI over 21.
+    double gain = 0.0;
+    double loss = 0.0;
+    for (std::size_t i = 0; i < close.size(); ++i) {
+        const auto mean = [&](std::size_t n) {
+            double sum = 0.0;
+            for (std::size_t j = i + 1 - n; j <= i; ++j) {
+                sum += close[j];
+            }
+            return sum / static_cast<double>(n);
+        };
+        EXPECT_EQ(table[i][7].empty(), i < 4) << i;
+        EXPECT_EQ(table[i][8].empty(), i < 14) << i;
+        EXPECT_EQ(table[i][10].empty(), i < 19) << i;
+        EXPECT_EQ(table[i][13].empty(), i < 20) << i;
+        if (i >= 4) {
+            EXPECT_TRUE(near(value(i, 7), mean(5))) << i;
+        }
+        if (i >= 14) {
+            EXPECT_TRUE(near(value(i, 8), mean(15))) << i;
+        }
+        if (i >= 19) {
+            const double m = mean(20);
+            double variance = 0.0;
+            for (std::size_t j = i - 19; j <= i; ++j) {
+                variance += (close[j] - m) * (close[j] - m) / 20.0;
+            }
+            EXPECT_TRUE(near(value(i, 10), m)) << i;
+            EXPECT_NEAR(value(i, 11), m + 2 * std::sqrt(variance), 1e-9 * m) << i;
+            EXPECT_NEAR(value(i, 9), m - 2 * std::sqrt(variance), 1e-9 * m) << i;
+        }
+        if (i >= 20) {
+            EXPECT_TRUE(near(value(i, 13), close[i] - close[i - 20])) << i;
+        }
+        if (i >= 1) {
+            const double change = close[i] - close[i - 1];
+            const double up = change > 0 ? change : 0.0;
+            const double down = change < 0 ? -change : 0.0;
+            if (i <= 21) {
+                gain += up / 21.0;
+                loss += down / 21.0;
+            } else {
+                gain += (up - gain) / 21.0;
+                loss += (down - loss) / 21.0;
+            }
+        }
+        if (i >= 21) {
+            // After its first bar, RSI is Wilder's smoothing of gains and losses.
+            ASSERT_FALSE(table[i][12].empty()) << i;
+            EXPECT_NEAR(value(i, 12), 100.0 - 100.0 / (gain / loss + 1.0), 1e-7) << i;
+        } else {
+            EXPECT_TRUE(table[i][12].empty()) << i;
+        }
+    }
 }
 
 TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
