@@ -18,3 +18,10 @@ echo
 echo "== chart load: Enter in the main frame to the first painted chart, 5,000,000 ticks"
 QT_QPA_PLATFORM=offscreen "$build/bin/chart_load_bench" "$build/bin/portico" --ticks 5000000 \
     --runs 3
+echo
+echo "== studies: 5,000,000 bars through our study kernels against TA-Lib"
+if [ -x "$build/bin/study_bench" ]; then
+    "$build/bin/study_bench" --runs 5
+else
+    echo "study_bench is not built: the study kernels are not in src/studies yet."
+fi
