@@ -5,7 +5,11 @@
 //                 drawn once (pane 0: 15,360 candles and three lines at 1200 x 700; panes 1-10:
 //                 two or three lines each, level lines, and in two of them a 15,360-bar
 //                 histogram, at 1200 x 200);
-//   scroll        the same, with every span moved on by one bar.
+//   scroll        the same, with every span moved on by one bar;
+//   crosshair     the crosshair moved on by one bar in every pane (with the value line and its
+//                 tag in the price pane) and the events that this posts handled, painting
+//                 included: what a mouse move costs;
+//   paint         the widget painted from its buffers, as after any drawing.
 //
 // Runs are interleaved and medians printed, with the ratios and their targets (at most 1.0,
 // stretch 0.5). The stock candles are measured as they come (antialiased) and, for reference,
@@ -265,7 +269,7 @@ int main(int argc, char** argv) {
     FillStack(stack, data, 1, bars, levels);
     QApplication::processEvents();
 
-    STiming stockTime, plainTime, fullTime, scrollTime;
+    STiming stockTime, plainTime, fullTime, scrollTime, crosshairTime, paintTime;
     std::size_t first = 0;
     for (int run = 0; run < runs; ++run) {
         candles->setAntialiased(true);
@@ -276,6 +280,16 @@ int main(int argc, char** argv) {
         first = 1 - first;
         scrollTime.Time([&] { FillStack(stack, data, first, bars, levels); });
         QApplication::processEvents();
+        crosshairTime.Time([&] {
+            const double slot = static_cast<double>(bars / 2 + static_cast<std::size_t>(run));
+            for (int pane = 0; pane <= kStudyPanes; ++pane) {
+                stack.Pane(pane).SetCrosshair({true, slot, pane == 0, 100.0, EAxis::Y, "100.00"});
+            }
+            // Whatever the change posted, up to the widget's painting.
+            QApplication::processEvents();
+            QApplication::processEvents();
+        });
+        paintTime.Time([&] { stack.repaint(); });
     }
     if (!save.empty()) {
         stack.RenderImage().save(QString::fromStdString(save));
@@ -291,6 +305,8 @@ int main(int argc, char** argv) {
     row("(stock candles, antialiasing off)", plainTime);
     row("eleven-pane stack, full redraw", fullTime);
     row("eleven-pane stack, scroll by one bar", scrollTime);
+    row("crosshair moved in every pane, painted", crosshairTime);
+    row("stack painted from its buffers", paintTime);
     const auto ratio = [](const char* what, const STiming& timing, const STiming& base) {
         std::printf("  %-30s wall %5.2f  cpu %5.2f   (target <= 1.0, stretch <= 0.5)\n", what,
                     Median(timing.wall) / Median(base.wall), Median(timing.cpu) / Median(base.cpu));

@@ -22,6 +22,9 @@
 // Drawing. Changes are drawn soon after they are made. HoldDrawing() and ReleaseDrawing() nest:
 // while at least one hold is open nothing is drawn, and the release that closes the last hold
 // draws once. A release without a hold does nothing.
+//
+// Crosshair. Each pane has one crosshair, drawn over everything else in the pane and never
+// printed or exported. Moving it does not draw the pane's series again.
 
 #include "base/error.h"
 #include "chart/color_ref.h"
@@ -116,6 +119,19 @@ public:
         int top = 0;
         int bottom = 0;
     };
+    // The cursor crosshair of a pane: a dashed vertical line at a slot and, in the pane under the
+    // mouse, a dashed horizontal line at a value with a tag that shows `valueText` beside the
+    // plot area, on the side of the value labels. Lines stay within the plot area: a slot or a
+    // value outside its range (or not finite) draws no line, and an empty text no tag.
+    struct SCrosshair {
+        bool visible = false;    // nothing drawn when false
+        double slot = 0.0;       // x of the vertical line
+        bool horizontal = false; // the horizontal line and its tag
+        double value = 0.0;      // y of the horizontal line, on `axis`
+        EAxis axis = EAxis::Y;
+        std::string valueText;
+        bool operator==(const SCrosshair&) const = default;
+    };
 
     static double HoleValue() { return std::numeric_limits<double>::quiet_NaN(); }
     static bool IsHole(double value) { return std::isnan(value); }
@@ -209,6 +225,9 @@ public:
     // Draws the whole pane, scaled to fit `target` (in the painter's coordinates): printing and
     // image export.
     virtual void DrawTo(QPainter& painter, const SPixelRect& target) = 0;
+    // Shows, moves or hides the crosshair; drawn like any other change, and while drawing is held
+    // with the release. SCrosshair{} hides it.
+    virtual void SetCrosshair(const SCrosshair& crosshair) = 0;
 };
 
 // Holds the drawing of a chart for the lifetime of the object.

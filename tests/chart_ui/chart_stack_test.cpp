@@ -7,7 +7,9 @@
 
 #include <QCoreApplication>
 #include <QImage>
+#include <QPaintEvent>
 #include <QPainter>
+#include <QRegion>
 
 #include <algorithm>
 #include <climits>
@@ -347,4 +349,138 @@ TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
     EXPECT_EQ(stack.ReplotCount(), start + 3);
     EXPECT_EQ(Pane(0).Geometry().width, 700);
     EXPECT_EQ(Pane(1).Geometry().height, 200);
+}
+
+namespace {
+
+// Collects the regions that a widget is asked to paint.
+struct SPaintSpy : QObject {
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            painted += static_cast<QPaintEvent*>(event)->region();
+        }
+        return false;
+    }
+    QRegion painted;
+};
+
+} // namespace
+
+TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {
+    constexpr ColorRef kCross = MakeColorRef(200, 0, 200); // the axis colour, as the crosshair's
+    stack.SetPaneGeometry(0, 0, 250);
+    stack.SetPaneGeometry(1, 250, 150);
+    stack.SetPaneVisible(1, true);
+    for (const int i : {0, 1}) {
+        Pane(i).SetXRange(-0.5, 19.5);
+        Pane(i).SetBackgroundColor(kBackground);
+        Pane(i).SetAxisLabelColor(kCross);
+    }
+    Pane(1).SetLabelAxis(EAxis::Y2);
+    Pane(1).SetAxisRange(EAxis::Y2, -10.0, 10.0);
+    stack.show(); // as on the screen: a hidden widget takes a resize on every grab
+    QCoreApplication::processEvents();
+    SPaintSpy spy;
+    stack.installEventFilter(&spy);
+    // The plot areas less two pixels all round (clear of the axis lines), a pixel column of one,
+    // and the label margin beside a row.
+    const auto inner = [&](int i) {
+        const CChart2D::SGeometry g = Pane(i).Geometry();
+        return QRect(g.left + 2, stack.PaneRect(i).top() + g.top + 2,
+                     g.width - g.left - g.right - 4, g.height - g.top - g.bottom - 4);
+    };
+    const auto column = [&](int i, int x) {
+        return QRect(x, inner(i).top(), 1, inner(i).height());
+    };
+    const auto margin = [&](int i, int y, bool left) {
+        const CChart2D::SGeometry g = Pane(i).Geometry();
+        return left ? QRect(0, y - 4, g.left - 1, 9)
+                    : QRect(g.width - g.right + 1, y - 4, g.right, 9);
+    };
+    const auto crossed = [&](const QImage& image) {
+        return Count(image, kCross, inner(0)) + Count(image, kCross, inner(1));
+    };
+    const int x7 = X(7.0);
+    ASSERT_EQ(x7, static_cast<int>(std::lround(Pane(1).SlotToPixelX(7.0))));
+    const int y50 = Y(50.0);
+    QImage screen = stack.grab().toImage();
+    ASSERT_EQ(crossed(screen), 0);
+    const int labelsLeft = Count(screen, kCross, margin(0, y50, true));
+    const int replots = stack.ReplotCount();
+    const int repaints = stack.CrosshairRepaintCount();
+
+    // Two panes change: only the crosshairs' pixels are painted, over panes not drawn again.
+    Pane(0).SetCrosshair({true, 7.0, true, 50.0, EAxis::Y, "50.00"});
+    Pane(1).SetCrosshair({true, 7.0, false, 0.0, EAxis::Y, ""});
+    spy.painted = QRegion();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stack.ReplotCount(), replots);
+    EXPECT_EQ(stack.CrosshairRepaintCount(), repaints + 2);
+    EXPECT_TRUE(spy.painted.contains(column(0, x7)) && spy.painted.contains(column(1, x7)));
+    int paintedPixels = 0;
+    for (const QRect& rect : spy.painted) {
+        paintedPixels += rect.width() * rect.height();
+    }
+    EXPECT_LT(paintedPixels, stack.width() * stack.height() / 10);
+    screen = stack.grab().toImage();
+    for (const int i : {0, 1}) {
+        const int dashes = Count(screen, kCross, column(i, x7));
+        EXPECT_TRUE(dashes > inner(i).height() / 2 && dashes < inner(i).height()) << dashes;
+        EXPECT_LE(Count(screen, kCross, column(i, x7 - 2)), 1) << i; // where the lines cross
+    }
+    EXPECT_GT(Count(screen, kCross, QRect(inner(0).left(), y50, inner(0).width(), 1)),
+              inner(0).width() / 2);
+    EXPECT_EQ(Count(screen, kCross, QRect(inner(0).left(), y50 + 2, inner(0).width(), 1)), 1);
+    EXPECT_GT(Count(screen, kCross, margin(0, y50, true)), labelsLeft + 100); // the tag
+    EXPECT_EQ(Count(screen, kCross, inner(1)), Count(screen, kCross, column(1, x7)));
+
+    // Printing and export leave them out.
+    const QImage printed = stack.RenderImage();
+    EXPECT_EQ(crossed(printed), 0);
+    EXPECT_EQ(Count(printed, kCross, margin(0, y50, true)), labelsLeft);
+
+    // The value line and its tag move to the lower pane, whose labels are on the right; the
+    // pixels left behind are painted over.
+    const int y1 = static_cast<int>(std::lround(Pane(1).ValueToPixelY(5.0, EAxis::Y2))) + 250;
+    const int labelsRight = Count(screen, kCross, margin(1, y1, false));
+    Pane(0).SetCrosshair({true, 10.0, false, 0.0, EAxis::Y, ""});
+    Pane(1).SetCrosshair({true, 10.0, true, 5.0, EAxis::Y2, "5.00"});
+    spy.painted = QRegion();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(spy.painted.contains(column(0, x7)) && spy.painted.contains(column(1, X(10))));
+    EXPECT_TRUE(spy.painted.contains(margin(0, y50, true)));
+    screen = stack.grab().toImage();
+    EXPECT_EQ(Count(screen, kCross, column(0, x7)), 0);
+    EXPECT_EQ(Count(screen, kCross, margin(0, y50, true)), labelsLeft);
+    EXPECT_GT(Count(screen, kCross, margin(1, y1, false)), labelsRight + 100);
+    EXPECT_GT(Count(screen, kCross, QRect(inner(1).left(), y1, inner(1).width(), 1)),
+              inner(1).width() / 2);
+
+    // Slots and values outside their ranges, or not numbers, draw nothing; nor do hidden ones.
+    const double nan = CChart2D::HoleValue();
+    Pane(0).SetCrosshair({true, 25.0, false, 0.0, EAxis::Y, ""});
+    Pane(1).SetCrosshair({true, -3.0, true, 50.0, EAxis::Y, "50.00"});
+    QCoreApplication::processEvents();
+    EXPECT_EQ(crossed(stack.grab().toImage()), 0);
+    Pane(0).SetCrosshair({true, nan, true, nan, EAxis::Y, "?"});
+    QCoreApplication::processEvents();
+    screen = stack.grab().toImage();
+    EXPECT_EQ(crossed(screen) + Count(screen, kCross, margin(0, y50, true)), labelsLeft);
+    Pane(1).SetCrosshair({true, 10.0, false, 0.0, EAxis::Y, ""});
+    stack.HideCrosshairs();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(crossed(stack.grab().toImage()), 0);
+    EXPECT_EQ(stack.ReplotCount(), replots);
+
+    // While drawing is held a crosshair waits for the release, which draws everything once.
+    const int held = stack.CrosshairRepaintCount();
+    {
+        CChartDrawingHold hold(Pane(0));
+        Pane(0).SetCrosshair({true, 3.0, false, 0.0, EAxis::Y, ""});
+        QCoreApplication::processEvents();
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stack.ReplotCount(), replots + 1);
+    EXPECT_EQ(stack.CrosshairRepaintCount(), held);
+    EXPECT_GT(Count(stack.grab().toImage(), kCross, column(0, X(3.0))), inner(0).height() / 2);
 }

@@ -231,4 +231,21 @@ void CRecordingChart2D::DrawTo(QPainter& /*painter*/, const SPixelRect& target) 
            std::to_string(target.width) + " " + std::to_string(target.height));
 }
 
+// Recorded as "SetCrosshair off", or "SetCrosshair x=<slot>" followed, with the horizontal line,
+// by " y=<value> <axis> '<text>'".
+void CRecordingChart2D::SetCrosshair(const SCrosshair& crosshair) {
+    m_crosshair = crosshair;
+    std::string call = "SetCrosshair ";
+    if (!crosshair.visible) {
+        call += "off";
+    } else {
+        call += "x=" + Number(crosshair.slot);
+        if (crosshair.horizontal) {
+            call += " y=" + Number(crosshair.value) + " " + Name(crosshair.axis) + " '" +
+                    crosshair.valueText + "'";
+        }
+    }
+    Record(std::move(call));
+}
+
 } // namespace skychart::test

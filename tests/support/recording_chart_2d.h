@@ -59,6 +59,8 @@ public:
     // How many times the release of the outermost hold drew the pane.
     int Redraws() const { return m_redraws; }
     const std::vector<SPixelRect>& DrawTargets() const { return m_drawTargets; }
+    // The latest crosshair, as set.
+    const SCrosshair& Crosshair() const { return m_crosshair; }
 
     // ---- CChart2D ----
     void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
@@ -97,6 +99,7 @@ public:
     void HoldDrawing() override;
     void ReleaseDrawing() override;
     void DrawTo(QPainter& painter, const SPixelRect& target) override;
+    void SetCrosshair(const SCrosshair& crosshair) override;
 
 private:
     static std::size_t Index(EAxis axis) { return axis == EAxis::Y ? 0 : 1; }
@@ -122,6 +125,7 @@ private:
     int m_holdDepth = 0;
     int m_redraws = 0;
     std::vector<SPixelRect> m_drawTargets;
+    SCrosshair m_crosshair;
 };
 
 } // namespace skychart::test

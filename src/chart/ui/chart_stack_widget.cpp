@@ -171,6 +171,22 @@ void CChartStackWidget::RunQueuedRedraw() {
     }
 }
 
+// While drawing is held or the stack is about to be drawn, that drawing repaints the whole
+// widget, crosshairs included.
+void CChartStackWidget::CrosshairChanged(const QRegion& region) {
+    if (m_holdDepth > 0 || m_redrawPending || region.isEmpty()) {
+        return;
+    }
+    ++m_crosshairRepaints;
+    update(region);
+}
+
+void CChartStackWidget::HideCrosshairs() {
+    for (const auto& pane : m_panes) {
+        pane->SetCrosshair(CChart2D::SCrosshair{});
+    }
+}
+
 void CChartStackWidget::SyncViewport() {
     if (viewport() != rect()) {
         setViewport(rect());
@@ -190,6 +206,14 @@ void CChartStackWidget::EnsureLayout() {
 void CChartStackWidget::resizeEvent(QResizeEvent* /*event*/) {
     SyncViewport();
     Invalidate(true);
+}
+
+void CChartStackWidget::paintEvent(QPaintEvent* event) {
+    QCustomPlot::paintEvent(event);
+    QPainter painter(this);
+    for (const auto& pane : m_panes) {
+        pane->PaintCrosshair(painter);
+    }
 }
 
 // ---- printing and export ----

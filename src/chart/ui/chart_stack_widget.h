@@ -12,6 +12,11 @@
 // event loop. Use Redraw() or the holds rather than QCustomPlot's replot(), which knows nothing
 // of them.
 //
+// The panes' crosshairs are painted over the drawn stack whenever the widget is painted: a
+// crosshair change repaints only the pixels that the crosshair leaves and enters, from the
+// buffers as they are (the panes are not drawn again), unless the whole stack is about to be
+// drawn anyway. Printing and export leave the crosshairs out.
+//
 // On the screen buffer the panes' bars, histograms and dense lines are written straight into
 // pixels (see PaintPaneSeries); a buffer with a device pixel ratio other than 1 takes the slower
 // path through QPainter.
@@ -22,6 +27,7 @@
 
 #include <QImage>
 #include <QRect>
+#include <QRegion>
 
 #include <array>
 #include <memory>
@@ -67,6 +73,11 @@ public:
     // How many times the stack has been drawn to the screen buffer.
     int ReplotCount() const { return m_replots; }
 
+    // Hides the crosshairs of all panes (the mouse left the chart).
+    void HideCrosshairs();
+    // How many crosshair changes were repainted on their own, without drawing the stack.
+    int CrosshairRepaintCount() const { return m_crosshairRepaints; }
+
     // Draws `panes` (each once) one below the other, each at its current height and the
     // widget's width, scaled to fill `target` (printing, PDF and image export); onto a target
     // smaller than that the panes are laid out at the target's size instead, so that lines do
@@ -80,12 +91,15 @@ public:
     void Invalidate(bool layout);
     // Brings the plot areas up to date with the latest changes (for geometry and mapping).
     void EnsureLayout();
+    // A pane's crosshair changed; `region` holds the widget pixels it covered and covers now.
+    void CrosshairChanged(const QRegion& region);
     CVisibleMarginGroup* MarginGroup() const { return m_marginGroup; }
     // The height of the strip above each plot area that holds the pane's label line.
     int LabelStripHeight() const { return m_labelStrip; }
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     struct SPaneSlot {
@@ -110,4 +124,5 @@ private:
     bool m_redrawPending = false;
     bool m_redrawQueued = false;
     bool m_layoutDirty = true;
+    int m_crosshairRepaints = 0;
 };

@@ -31,15 +31,15 @@ void CheckOffset(double xOffset) {
 
 CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index,
                                  std::shared_ptr<QImage> raster)
-    : m_stack(stack), m_index(index), m_rect(new CPaneAxisRect(&stack)) {
+    : m_stack(stack), m_index(index), m_rect(new CPaneAxisRect(&stack)),
+      m_x(m_rect->axis(QCPAxis::atBottom)), m_y{m_rect->axis(QCPAxis::atLeft),
+                                                m_rect->axis(QCPAxis::atRight)},
+      m_crosshair(m_rect, m_x, m_y[0], m_y[1]) {
     m_rect->setLayer(QStringLiteral("background"));
     m_rect->setRangeDrag({});
     m_rect->setRangeZoom({});
     m_rect->setAutoMargins(QCP::msLeft | QCP::msRight | QCP::msBottom);
     m_rect->setMargins(QMargins(0, stack.LabelStripHeight(), 0, 0));
-    m_x = m_rect->axis(QCPAxis::atBottom);
-    m_y[0] = m_rect->axis(QCPAxis::atLeft);
-    m_y[1] = m_rect->axis(QCPAxis::atRight);
     QCPAxis* top = m_rect->axis(QCPAxis::atTop);
     top->setVisible(false);
 
@@ -76,6 +76,7 @@ CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index,
                                           CPaneFrameLayerable::EPart::LabelLine);
     m_labelLine->SetFont(PixelFont(stack.font(), CChartStackWidget::kLabelFontPixels));
     m_labelLine->SetColor(Qt::black);
+    m_crosshair.SetFont(tickFont);
     ApplyAxes();
 }
 
@@ -107,6 +108,10 @@ void CStackPaneChart::ApplyAxes() {
     m_x->setVisible(!m_collapsed);
     m_x->grid()->setVisible(m_gridVisible);
     m_series->setVisible(!m_collapsed);
+    // The crosshair and its tag in the axis colour, the tag's text in the background colour.
+    m_crosshair.SetShown(!m_collapsed);
+    m_crosshair.SetLabelAxis(m_labelAxis);
+    m_crosshair.SetColors(axisColor, m_backgroundColor);
 }
 
 void CStackPaneChart::SetCollapsed(bool collapsed) {
@@ -269,6 +274,7 @@ void CStackPaneChart::SetFillsBackground(bool fills) {
 void CStackPaneChart::SetBackgroundColor(ColorRef color) {
     m_backgroundColor = ToQColor(color);
     m_background->SetColor(m_backgroundColor);
+    m_crosshair.SetColors(ToQColor(m_axisColor), m_backgroundColor);
     Changed(false);
 }
 
@@ -339,4 +345,11 @@ void CStackPaneChart::ReleaseDrawing() {
 void CStackPaneChart::DrawTo(QPainter& painter, const SPixelRect& target) {
     const int panes[1] = {m_index};
     m_stack.RenderPanes(painter, QRectF(target.x, target.y, target.width, target.height), panes);
+}
+
+void CStackPaneChart::SetCrosshair(const SCrosshair& crosshair) {
+    const QRegion before = m_crosshair.Region();
+    if (m_crosshair.Set(crosshair)) {
+        m_stack.CrosshairChanged(before + m_crosshair.Region());
+    }
 }

@@ -5,6 +5,7 @@
 // the other shows only its line), its series and its frame. Created by the stack.
 
 #include "chart/chart_2d.h"
+#include "chart/ui/pane_crosshair.h"
 #include "chart/ui/pane_layers.h"
 
 #include <QSharedPointer>
@@ -64,6 +65,10 @@ public:
     void HoldDrawing() override;
     void ReleaseDrawing() override;
     void DrawTo(QPainter& painter, const SPixelRect& target) override;
+    // Repaints only the pixels that the crosshair leaves and enters (see CChartStackWidget).
+    void SetCrosshair(const SCrosshair& crosshair) override;
+    // Paints the crosshair over the finished stack (from the stack's paint event).
+    void PaintCrosshair(QPainter& painter) const { m_crosshair.Paint(painter); }
 
 private:
     static int Slot(EAxis axis) { return axis == EAxis::Y ? 0 : 1; }
@@ -89,6 +94,7 @@ private:
     CPaneFrameLayerable* m_background;
     QColor m_backgroundColor = Qt::white;
     CPaneFrameLayerable* m_labelLine;
+    CPaneCrosshair m_crosshair;
     EAxis m_labelAxis = EAxis::Y;
     bool m_gridVisible = true;
     bool m_collapsed = false;
