@@ -132,8 +132,8 @@ std::string CHistChartDrawManager::FormatPrice(double price) const {
 }
 
 std::string CHistChartDrawManager::TimeField(std::size_t at) const {
-    const std::string time = TimeLabel(m_bars.times[at], m_bars.microseconds[at], m_dataType,
-                                       m_dataType == kTicks);
+    const std::string time =
+        TimeLabel(m_bars.times[at], m_bars.microseconds[at], m_dataType, m_dataType == kTicks);
     switch (m_dataType) {
     case kTicks:
     case kIntervals:
@@ -172,8 +172,8 @@ std::vector<std::string> CHistChartDrawManager::PriceBarFields(int bar) const {
 }
 
 std::string CHistChartDrawManager::HeaderLabel(const std::string& symbol) const {
-    static constexpr const char* kHeaders[] = {"Tick Price: ", "Minute Price: ", "Daily Price: ",
-                                               "Weekly Price: ", "Monthly Price: "};
+    static constexpr const char* kHeaders[] = {
+        "Tick Price: ", "Minute Price: ", "Daily Price: ", "Weekly Price: ", "Monthly Price: "};
     const int type = std::clamp(m_dataType, 0, 4);
     return kHeaders[type] + symbol;
 }
@@ -184,12 +184,11 @@ std::string CHistChartDrawManager::InfoText(int bar) const {
         return {};
     }
     const auto i = static_cast<std::size_t>(at);
-    std::string text = m_dataType == kTicks
-                           ? "Price: " + FormatPrice(m_bars.close[i])
-                           : "Hi: " + FormatPrice(m_bars.high[i]) + ", Low: " +
-                                 FormatPrice(m_bars.low[i]) + ", Open: " +
-                                 FormatPrice(m_bars.open[i]) + ", Close: " +
-                                 FormatPrice(m_bars.close[i]);
+    std::string text = m_dataType == kTicks ? "Price: " + FormatPrice(m_bars.close[i])
+                                            : "Hi: " + FormatPrice(m_bars.high[i]) +
+                                                  ", Low: " + FormatPrice(m_bars.low[i]) +
+                                                  ", Open: " + FormatPrice(m_bars.open[i]) +
+                                                  ", Close: " + FormatPrice(m_bars.close[i]);
     text += "\nVolume: " + std::to_string(m_bars.volume[i]);
     text += "\n" + TimeField(i);
     if (m_studies != nullptr) {

@@ -53,9 +53,9 @@ public:
 
     // Reads the study's settings: period, levels and colours.
     virtual void setup(const SStudySettings& settings, const SStudyContext& context);
-    // Computes the study's lines over every bar of `inputs` (kept for value()). With
-    // `incremental` set only the bars after the last computed one are computed (the series
-    // grew at its end).
+    // Computes the study's lines over every bar of `inputs` (kept for value()). `incremental`
+    // says that the series only grew at its end since the last fill; the lines come out the
+    // same either way.
     virtual void fill(const CStudyInputs& inputs, bool incremental) = 0;
     // The pane's label line: the description, the values at `cursorBar` when it is a bar of
     // the series, and " (Minimized)".

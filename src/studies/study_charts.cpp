@@ -277,7 +277,8 @@ void CHistSTOChart::setup(const SStudySettings& settings, const SStudyContext& c
 
 void CHistSTOChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
     m_inputs = &inputs;
-    study_kernels::SStochastics sto = study_kernels::Stochastics(inputs.Columns(), m_period, m_fast);
+    study_kernels::SStochastics sto =
+        study_kernels::Stochastics(inputs.Columns(), m_period, m_fast);
     m_lines[0].values = std::move(sto.k);
     m_lines[1].values = std::move(sto.d);
     m_count = inputs.Count();
@@ -310,8 +311,8 @@ std::string CHistSTOChart::CursorValues(int bar) const {
 std::string CHistSTOChart::InfoLine(int bar) const {
     const double k = LineAt(0, bar);
     const double d = LineAt(1, bar);
-    return std::string(m_fast ? "\nFast " : "\nSlow ") + "STO%K: " +
-           (Defined(k) ? Printf("%.1f", k) : std::string()) +
+    return std::string(m_fast ? "\nFast " : "\nSlow ") +
+           "STO%K: " + (Defined(k) ? Printf("%.1f", k) : std::string()) +
            " STO%D: " + (Defined(d) ? Printf("%.1f", d) : std::string());
 }
 
@@ -437,8 +438,8 @@ std::string CHistMFChart::InfoLine(int bar) const {
     if (!Defined(positive) || !Defined(negative)) {
         return "\nMoney Flow: ";
     }
-    return "\nMoney Flow: " + FormatScaled(positive - negative) + ", pos: " +
-           FormatScaled(positive) + ", neg: " + FormatScaled(negative);
+    return "\nMoney Flow: " + FormatScaled(positive - negative) +
+           ", pos: " + FormatScaled(positive) + ", neg: " + FormatScaled(negative);
 }
 
 // ---- money flow index ----

@@ -104,5 +104,6 @@ double CStudyInputs::Close(int index) const {
 }
 
 std::int64_t CStudyInputs::Volume(int index) const {
-    return m_volume.empty() ? 0 : static_cast<std::int64_t>(m_volume[Clamp(index, m_volume.size())]);
+    return m_volume.empty() ? 0
+                            : static_cast<std::int64_t>(m_volume[Clamp(index, m_volume.size())]);
 }

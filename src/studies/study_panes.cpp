@@ -21,16 +21,16 @@ std::span<const double> Slice(const std::vector<double>& column, int first, int 
 }
 
 double At(const std::vector<double>& column, int bar) {
-    return bar >= 0 && bar < static_cast<int>(column.size())
-               ? column[static_cast<std::size_t>(bar)]
-               : CChart2D::HoleValue();
+    return bar >= 0 && bar < static_cast<int>(column.size()) ? column[static_cast<std::size_t>(bar)]
+                                                             : CChart2D::HoleValue();
 }
 
 } // namespace
 
 CStudyPanes::CStudyPanes() : m_inputs(std::make_shared<CStudyInputs>()) {
-    m_current = std::make_shared<CStudySet>(m_inputs, SUpperStudySettings::Read(CSettings::Instance()),
-                                            SStudySettings::Read(CSettings::Instance()), Context());
+    m_current =
+        std::make_shared<CStudySet>(m_inputs, SUpperStudySettings::Read(CSettings::Instance()),
+                                    SStudySettings::Read(CSettings::Instance()), Context());
 }
 
 CStudyPanes::~CStudyPanes() {
@@ -54,8 +54,7 @@ SStudyContext CStudyPanes::Context() const {
     return context;
 }
 
-void CStudyPanes::SeriesChanged(const CChartHistRequest& history, int dataType,
-                                int intervalIndex) {
+void CStudyPanes::SeriesChanged(const CChartHistRequest& history, int dataType, int intervalIndex) {
     m_history = &history;
     m_dataType = dataType;
     m_intervalIndex = intervalIndex;
@@ -72,8 +71,9 @@ void CStudyPanes::Clear() {
         m_retired.push_back(std::move(m_job));
     }
     m_inputs = std::make_shared<CStudyInputs>();
-    m_current = std::make_shared<CStudySet>(m_inputs, SUpperStudySettings::Read(CSettings::Instance()),
-                                            SStudySettings::Read(CSettings::Instance()), Context());
+    m_current =
+        std::make_shared<CStudySet>(m_inputs, SUpperStudySettings::Read(CSettings::Instance()),
+                                    SStudySettings::Read(CSettings::Instance()), Context());
 }
 
 void CStudyPanes::Start(bool readSeries) {
@@ -87,8 +87,8 @@ void CStudyPanes::Start(bool readSeries) {
     // The panes show their descriptions at once and their lines when computed. A settings
     // change that keeps the panes keeps the lines drawn until the new ones are ready.
     if (readSeries || m_current->Studies().paneTypes != studies.paneTypes) {
-        m_current = std::make_shared<CStudySet>(std::make_shared<CStudyInputs>(), upper, studies,
-                                                context);
+        m_current =
+            std::make_shared<CStudySet>(std::make_shared<CStudyInputs>(), upper, studies, context);
     }
 
     auto job = std::make_unique<SJob>();
@@ -185,7 +185,8 @@ std::optional<CChart2D::SRange> CStudyPanes::UpperExtent(int first, int count) c
 
 void CStudyPanes::PaintUpper(CChart2D& chart, int first, int count) {
     const SUpperStudySettings& upper = m_current->Upper();
-    const auto draw = [&](CChart2D::SeriesId id, const std::vector<double>& column, ColorRef color) {
+    const auto draw = [&](CChart2D::SeriesId id, const std::vector<double>& column,
+                          ColorRef color) {
         if (column.empty()) {
             chart.ClearSeries(id);
             return;
@@ -271,8 +272,8 @@ std::string CStudyPanes::InfoBands(int bar) const {
     if (!m_current->Upper().bandsShow || CChart2D::IsHole(At(bands.middle, bar))) {
         return {};
     }
-    return fmt::format("Bands: lower: {:.2f}  middle: {:.2f}  upper: {:.2f}  ", At(bands.lower, bar),
-                       At(bands.middle, bar), At(bands.upper, bar));
+    return fmt::format("Bands: lower: {:.2f}  middle: {:.2f}  upper: {:.2f}  ",
+                       At(bands.lower, bar), At(bands.middle, bar), At(bands.upper, bar));
 }
 
 std::string CStudyPanes::InfoStudies(int bar) const {

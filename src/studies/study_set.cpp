@@ -20,8 +20,8 @@ void CStudySet::Compute(int threads) {
     for (int number = 1; number <= 3; ++number) {
         if (m_upper.AverageShown(number)) {
             jobs.emplace_back([this, number, close] {
-                m_averages[static_cast<std::size_t>(number - 1)] = study_kernels::StudyAverage(
-                    close, m_upper.Period(number), m_upper.exponential);
+                m_averages[static_cast<std::size_t>(number - 1)] =
+                    study_kernels::StudyAverage(close, m_upper.Period(number), m_upper.exponential);
             });
         }
     }

@@ -36,7 +36,9 @@ public:
     const study_kernels::SBands& Bands() const { return m_bands; }
     int PaneCount() const { return static_cast<int>(m_panes.size()); }
     // Study pane `index` (0 the top study pane).
-    const CHistStudyChart& Pane(int index) const { return *m_panes[static_cast<std::size_t>(index)]; }
+    const CHistStudyChart& Pane(int index) const {
+        return *m_panes[static_cast<std::size_t>(index)];
+    }
     CHistStudyChart& Pane(int index) { return *m_panes[static_cast<std::size_t>(index)]; }
 
     // The export's study columns: "MA1" .. "MA3" when drawn, the three band lines when drawn,

@@ -110,9 +110,9 @@ TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOrTheNewest) {
     EXPECT_EQ(draw.ReadOutBar(kNoCursorBar), 3);
     EXPECT_EQ(draw.ReadOutBar(1), 1);
     EXPECT_EQ(draw.ReadOutBar(4), 3); // not displayed
-    EXPECT_EQ(draw.PriceBarFields(3), (std::vector<std::string>{"Hi: 15.00", "Low: 11.00",
-                                                               "Open: 13.00", "Close: 12.00",
-                                                               "Date: 2020/01/04"}));
+    EXPECT_EQ(draw.PriceBarFields(3),
+              (std::vector<std::string>{"Hi: 15.00", "Low: 11.00", "Open: 13.00", "Close: 12.00",
+                                        "Date: 2020/01/04"}));
     EXPECT_TRUE(draw.PriceBarFields(4).empty());
     EXPECT_EQ(draw.HeaderLabel("LUMA"), "Daily Price: LUMA");
     EXPECT_EQ(draw.InfoText(1),
@@ -120,8 +120,7 @@ TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOrTheNewest) {
 
     // Ticks: one price, the time with microseconds, and the tick's own size as its volume.
     draw.SetScrollPosition(0, 4, kTicks);
-    EXPECT_EQ(draw.PriceBarFields(2),
-              (std::vector<std::string>{"13.00", "Time: 00:00:00.000000"}));
+    EXPECT_EQ(draw.PriceBarFields(2), (std::vector<std::string>{"13.00", "Time: 00:00:00.000000"}));
     EXPECT_EQ(draw.InfoText(2), "Price: 13.00\nVolume: 7\nTime: 00:00:00.000000");
     EXPECT_EQ(draw.Volume(2), 7);
     EXPECT_EQ(draw.HeaderLabel("LUMA"), "Tick Price: LUMA");

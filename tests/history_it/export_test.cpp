@@ -105,9 +105,9 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
     const std::string average = rows[1].substr(rows[1].rfind(',') + 1);
     for (std::size_t i = 0; i + 1 < direct.size(); ++i) {
         const auto& f = direct[i];
-        const std::string expected = fmt::format(
-            "{} 00:00:00,{},{},{},{},{},{},{}", f[2].substr(0, 10), std::stod(f[5]),
-            std::stod(f[3]), std::stod(f[4]), std::stod(f[6]), f[7], f[8], average);
+        const std::string expected =
+            fmt::format("{} 00:00:00,{},{},{},{},{},{},{}", f[2].substr(0, 10), std::stod(f[5]),
+                        std::stod(f[3]), std::stod(f[4]), std::stod(f[6]), f[7], f[8], average);
         ASSERT_EQ(rows[i + 1], expected) << "row " << i + 1;
     }
 
@@ -207,11 +207,10 @@ std::vector<std::string> Cells(const std::string& row) {
 }
 
 TEST_F(ExportTest, StudyColumnsHoldWhatTheChartDraws) {
-    m_home.writeFile(kSettingsFile,
-                     "[ApplicationSettings]\nMAs SHOW=1\nMoving Average 2 Select=0\n"
-                     "BB STUDY SHOW=1\nNumber of displayed study charts=3\n"
-                     "Type of study chart 0=0\nType of study chart 1=1\n"
-                     "Type of study chart 2=0\n");
+    m_home.writeFile(kSettingsFile, "[ApplicationSettings]\nMAs SHOW=1\nMoving Average 2 Select=0\n"
+                                    "BB STUDY SHOW=1\nNumber of displayed study charts=3\n"
+                                    "Type of study chart 0=0\nType of study chart 1=1\n"
+                                    "Type of study chart 2=0\n");
     const RunResult run = Export({"--export", File("s.csv"), "-symbol", "LUMA", "-type", "Daily"});
     ASSERT_EQ(run.exitCode, 0) << run.out;
     const std::vector<std::string> rows = ReadLines(File("s.csv"));
@@ -229,7 +228,9 @@ TEST_F(ExportTest, StudyColumnsHoldWhatTheChartDraws) {
     const auto value = [&](std::size_t row, std::size_t column) {
         return std::stod(table[row][column]);
     };
-    const auto near = [](double a, double b) { return std::abs(a - b) <= 1e-9 * std::abs(b) + 1e-12; };
+    const auto near = [](double a, double b) {
+        return std::abs(a - b) <= 1e-9 * std::abs(b) + 1e-12;
+    };
     // Plain definitions over the exported closes: simple averages of 5 and 15 closes, bands of
     // 20 closes at two population deviations, momentum over 20 bars, Wilder's RSI over 21.
     double gain = 0.0;

@@ -30,7 +30,8 @@ std::shared_ptr<CStudyInputs> ZigZag(int count, int dataType = 2) {
 }
 
 std::unique_ptr<CHistStudyChart> Filled(int type, const SStudySettings& settings,
-                                        const CStudyInputs& inputs, SStudyContext context = {2, 0}) {
+                                        const CStudyInputs& inputs,
+                                        SStudyContext context = {2, 0}) {
     std::unique_ptr<CHistStudyChart> study = MakeStudyChart(type);
     study->setup(settings, context);
     study->fill(inputs, false);
@@ -86,8 +87,8 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
     ASSERT_FALSE(std::isnan(r));
     char text[128];
     std::snprintf(text, sizeof text, " RSI: %0.4lf", r);
-    EXPECT_EQ(rsi->label(bar, true), "RSI, lookback period - 3, levels - 70, 30" +
-                                         std::string(text) + " (Minimized)");
+    EXPECT_EQ(rsi->label(bar, true),
+              "RSI, lookback period - 3, levels - 70, 30" + std::string(text) + " (Minimized)");
     std::snprintf(text, sizeof text, "\nRSI: %.1f", r);
     EXPECT_EQ(rsi->InfoLine(bar), text);
     // Outside the series: no values.
@@ -132,7 +133,8 @@ TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
     const auto volume = Filled(kStudyVolume, settings, *minutes, {1, 5});
     EXPECT_EQ(volume->label(kNoCursorBar, false),
               "Volume, average: 1.02K in 300s, lookback period - 10 minutes");
-    for (const auto& [type, unit] : {std::pair{0, "ticks"}, {2, "days"}, {3, "weeks"}, {4, "months"}}) {
+    for (const auto& [type, unit] :
+         {std::pair{0, "ticks"}, {2, "days"}, {3, "weeks"}, {4, "months"}}) {
         EXPECT_EQ(Filled(kStudyVolume, settings, *daily, {type, 0})->label(kNoCursorBar, false),
                   std::string("Volume, average: 1.02K, lookback period - 2 ") + unit);
     }
@@ -193,8 +195,8 @@ TEST(StudySet, ExportColumnsFollowTheShownStudiesOnce) {
         EXPECT_EQ(column.values->size(), 50U) << column.name;
     }
     EXPECT_EQ(names, (std::vector<std::string>{"MA1", "MA3", "BBLower", "BBMiddle", "BBUpper",
-                                                "RSI", "MACD", "Signal", "Histogram",
-                                                "VolumeAverage", "ADX", "+DI", "-DI"}));
+                                               "RSI", "MACD", "Signal", "Histogram",
+                                               "VolumeAverage", "ADX", "+DI", "-DI"}));
     // MA1 over 5 closes ending at bar 4: 100, 102, 104, 103, 105.
     EXPECT_DOUBLE_EQ(set.Average(1)[4], 514.0 / 5);
     EXPECT_TRUE(std::isnan(set.Average(1)[3]));

@@ -6,7 +6,6 @@
 #include "base/error.h"
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
-#include "studies/study_panes.h"
 #include "chart/ui/color_page.h"
 #include "chart/ui/display_settings_page.h"
 #include "core/prompt.h"
@@ -19,6 +18,7 @@
 #include "platform/process_launcher.h"
 #include "platform/qt_feed.h"
 #include "platform/workspace_bus.h"
+#include "studies/study_panes.h"
 
 #include <QAction>
 #include <QComboBox>

@@ -3,6 +3,7 @@
 #include "chart/chart_print.h"
 #include "chart/chart_style.h"
 #include "chart/chart_view_settings.h"
+#include "chart/ui/chart_info_tip.h"
 #include "chart/ui/chart_stack_widget.h"
 #include "core/data_types.h"
 #include "core/setting_keys.h"
@@ -65,6 +66,8 @@ CChartCanvas::CChartCanvas(const CChartHistRequest& history, QWidget* parent)
             RedrawAll();
         }
     });
+    m_tip = new CChartInfoTip(this);
+    m_tip->hide();
     m_studyPoll.setInterval(kStudyPollMs);
     connect(&m_studyPoll, &QTimer::timeout, this, &CChartCanvas::PollStudies);
     m_readOutTimer.setSingleShot(true);
@@ -277,13 +280,49 @@ void CChartCanvas::ShowCursorReadOut() {
     m_stack->Pane(0).SetLabelLine(m_priceBarText, style.priceBar);
     if (m_studies != nullptr) {
         for (int pane = 1; pane <= std::min(m_layout.LastPane(), m_studies->PaneCount()); ++pane) {
-            m_stack->Pane(pane).SetLabelLine(
-                m_studies->PaneLabel(pane, m_cursorBar, IsStrip(pane)),
-                style.StudyLabelColor(m_studies->PaneStudyType(pane)));
+            m_stack->Pane(pane).SetLabelLine(m_studies->PaneLabel(pane, m_cursorBar, IsStrip(pane)),
+                                             style.StudyLabelColor(m_studies->PaneStudyType(pane)));
         }
     }
     m_stack->ReleaseDrawing();
+    if (m_infoText.empty()) {
+        m_tip->hide();
+    } else {
+        m_tip->ShowAt(m_stack->mapTo(this, m_mouse), QString::fromStdString(m_infoText));
+    }
     emit cursorReadOutChanged();
+}
+
+void CChartCanvas::MoveCrosshair(const QPoint& pos) {
+    const int under = m_stack->PaneAt(pos);
+    const int bar = BarAt(pos);
+    if (under < 0 || bar == kNoCursorBar) {
+        m_stack->HideCrosshairs();
+        return;
+    }
+    const double slot = bar - m_draw.Displayed().first;
+    for (int pane = 0; pane <= m_layout.LastPane(); ++pane) {
+        CChart2D& chart = m_stack->Pane(pane);
+        CChart2D::SCrosshair crosshair;
+        crosshair.visible = !IsStrip(pane);
+        crosshair.slot = slot;
+        if (pane == under) {
+            const CChart2D::EAxis axis = chart.LabelAxis();
+            const SPaneRect& rect = m_layoutResult.panes[static_cast<std::size_t>(pane)];
+            crosshair.horizontal = true;
+            crosshair.axis = axis;
+            crosshair.value = chart.PixelYToValue(pos.y() - rect.top, axis);
+            crosshair.valueText = CChart2D::FormatAxisLabel(
+                crosshair.value, std::max(chart.LabelPrecision(axis), pane == 0 ? 2 : 1));
+        }
+        chart.SetCrosshair(crosshair);
+    }
+}
+
+void CChartCanvas::HideCursor() {
+    m_stack->HideCrosshairs();
+    m_tip->hide();
+    SetCursorBar(kNoCursorBar);
 }
 
 void CChartCanvas::AfterRangeChange(bool pointsChanged) {
@@ -401,6 +440,7 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         const int y = static_cast<int>(mouse->position().y());
         m_dragBorder = m_layout.HitTestBorder(m_layoutResult, y, kBorderTolerance);
         if (m_dragBorder < 0 && !m_symbol.empty()) {
+            HideCursor();
             m_draggingChart = true;
             m_dragAnchorPosition = m_range.Position();
             m_dragStartX = mouse->position().x();
@@ -427,12 +467,23 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         } else {
             const bool onBorder = m_layout.HitTestBorder(m_layoutResult, y, kBorderTolerance) >= 0;
             m_stack->setCursor(onBorder ? Qt::SplitVCursor : Qt::CrossCursor);
-            SetCursorBar(onBorder ? kNoCursorBar : BarAt(mouse->position().toPoint()));
+            m_mouse = mouse->position().toPoint();
+            if (onBorder) {
+                HideCursor();
+            } else {
+                MoveCrosshair(m_mouse);
+                SetCursorBar(BarAt(m_mouse));
+                if (m_cursorBar != kNoCursorBar && m_tip->isVisible()) {
+                    // The tip keeps beside the mouse between two read-outs.
+                    m_tip->ShowAt(m_stack->mapTo(this, m_mouse),
+                                  QString::fromStdString(m_infoText));
+                }
+            }
         }
         return true;
     }
     case QEvent::Leave: {
-        SetCursorBar(kNoCursorBar);
+        HideCursor();
         return false;
     }
     case QEvent::MouseButtonRelease: {

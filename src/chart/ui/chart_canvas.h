@@ -18,6 +18,7 @@
 #include <string>
 
 class CChartHistRequest;
+class CChartInfoTip;
 class CChartStackWidget;
 class QMenu;
 class QPainter;
@@ -89,6 +90,7 @@ public:
     QSize PanesSize() const;
 
     CChartStackWidget& Stack() const { return *m_stack; }
+    const CChartInfoTip& InfoTip() const { return *m_tip; }
     QScrollBar* ScrollBar() const { return m_scrollBar; }
     const CDisplayRange& Range() const { return m_range; }
     const SPaneLayout& Layout() const { return m_layout; }
@@ -129,6 +131,9 @@ private:
     int BarAt(const QPoint& pos) const;
     // The labels and the info text for the cursor as it stands.
     void ShowCursorReadOut();
+    // The crosshair through every displayed pane at the mouse, or none.
+    void MoveCrosshair(const QPoint& pos);
+    void HideCursor();
     void PollStudies();
 
     const CChartHistRequest& m_history;
@@ -146,6 +151,8 @@ private:
     std::function<void(QMenu&)> m_menuExtender;
     std::unique_ptr<IPaneStudies> m_studies;
     QTimer m_studyPoll;
+    CChartInfoTip* m_tip = nullptr;
+    QPoint m_mouse;
     int m_cursorBar = kNoCursorBar;
     std::string m_infoText;
     // Cursor read-outs are coalesced: the labels are drawn at most once per period.
