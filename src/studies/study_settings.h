@@ -29,11 +29,11 @@ inline constexpr int kMaxStudyPanes = 10;
 
 // One entry of the catalogue, by study index.
 struct SStudyCatalogEntry {
-    const char* shortName;     // "RSI", "MOM", ... as the labels name the study
-    const char* listName;      // the name the settings page lists
-    int defaultPeriod;         // "STUDY AVG PERIOD"
-    int defaultCustomPeriod;   // "STUDY CUSTOM AVG PERIOD"
-    const char* radioKey;      // the key that stores the period choice
+    const char* shortName;         // "RSI", "MOM", ... as the labels name the study
+    const char* listName;          // the name the settings page lists
+    int defaultPeriod;             // "STUDY AVG PERIOD"
+    int defaultCustomPeriod;       // "STUDY CUSTOM AVG PERIOD"
+    const char* radioKey;          // the key that stores the period choice
     std::vector<int> fixedChoices; // the fixed period choices in page order; "Custom" follows them
 };
 const SStudyCatalogEntry& StudyCatalog(int studyType);
