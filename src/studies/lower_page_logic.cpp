@@ -410,6 +410,19 @@ bool CLowerStudiesPageModel::Confirm(CSettings& settings, IPrompt& prompt) {
         prompt.Error(kErrorCaption, refusal->text);
         return false;
     }
+    // What the page does not edit keeps what the table holds now: the colour page of the same
+    // sheet may have stored the study data and label colours since this page was made.
+    const SStudySettings current = SStudySettings::Read(settings);
+    built.dataColor = current.dataColor;
+    built.labelColor = current.labelColor;
+    built.rsiUpColor = current.rsiUpColor;
+    built.rsiLowColor = current.rsiLowColor;
+    built.stoUpColor = current.stoUpColor;
+    built.stoLowColor = current.stoLowColor;
+    built.mfiUpColor = current.mfiUpColor;
+    built.mfiLowColor = current.mfiLowColor;
+    built.showVolumeAverage = current.showVolumeAverage;
+    built.volumeLabelColor = current.volumeLabelColor;
     built.Write(settings);
     return true;
 }

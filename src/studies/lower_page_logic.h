@@ -125,7 +125,9 @@ public:
     std::optional<SRefusal> Build(SStudySettings& out) const;
 
     // OK: a refusal is shown as an error box captioned "Error", the property area turns to the
-    // study concerned and nothing is stored (false); otherwise every study key is stored (true).
+    // study concerned and nothing is stored (false); otherwise every study key is stored (true),
+    // those the page does not edit (the study data and label colours, the level colours, "Show
+    // Volume Average", "VolumeLabel Color") with the values the table holds at that moment.
     bool Confirm(CSettings& settings, IPrompt& prompt);
 
 private:

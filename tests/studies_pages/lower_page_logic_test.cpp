@@ -156,7 +156,10 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     model.SetLevelText(EStudyField::MfiUpper, "75");
     model.SetLevelText(EStudyField::Roc100Color, "5"); // a colour row has no text
     model.SetColor(EStudyField::StoKColor, 0xFF123456);
+    // The colour page of the same sheet stores a study colour after this page was made.
+    CSettings::Instance().SetText("Study Data Color 3", "4660");
     ASSERT_TRUE(model.Confirm(CSettings::Instance(), prompt));
+    EXPECT_EQ(Stored("Study Data Color 3"), "4660");
 
     EXPECT_EQ(Stored("RSI Radio Select"), "1");
     EXPECT_EQ(Stored("MOM Radio Select"), "2");
