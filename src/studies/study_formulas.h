@@ -8,7 +8,15 @@
 //
 // "No value" is NaN here, whatever the study's own no-value result (-1.0 for RSI and
 // stochastics, the untouched point for the others); a result that is not a number (0 / 0) is NaN
-// as well.
+// as well. A bar outside 0 .. Count() - 1 and a period below 1 give no value. Warming up gives no
+// value without touching the state.
+//
+// The running states: a call for i with i - 1 equal to `state.last` takes one step (for MACD and
+// ADX only once the state is past the seed: last >= L + G - 1, last >= 2n); any other call
+// rebuilds from the first bar. Either way the state then holds i (RSI: k). So a pane filled bar
+// by bar from a fresh state gives at every bar what an out-of-order call gives, except RSI, whose
+// rebuild past bar n + 1 keeps only the last change over n (bar by bar only the first point is a
+// rebuild). Start a fresh state for every fill: the state does not know the period.
 
 #include "chart/bar_series.h"
 
@@ -24,7 +32,7 @@ struct SBandsAt {
 };
 SBandsAt BollingerAt(const IBarSeries& bars, int period, double deviations, int i);
 
-// RSI for argument i computes bar k = i - 1.
+// RSI for argument i computes bar k = i - 1, from bar k = n on.
 struct SRsiState {
     int last = -10;
     double avgGain = 0.0;
@@ -53,9 +61,12 @@ struct SMacdAt {
     double macd;
     double signal;
 };
+// A MACD from bar L - 1 (bars L - 1 and L show the MACD of bar L - 1), a signal from bar L + 1.
+// With S > L the short average only exists from bar S - 1, and so does the MACD.
 SMacdAt Macd(const IBarSeries& bars, int shortPeriod, int longPeriod, int signalPeriod, int i,
              SMacdState& state);
 
+// %K over the n + 1 bars i - n .. i; fast and slow give the %K shown beside their %D.
 struct SStochasticsAt {
     double k;
     double d;
@@ -71,6 +82,7 @@ struct SAdxState {
     double avgMinusDm = 0.0;
     double adx = 0.0;
 };
+// DI from bar n (bars n + 1 .. 2n - 1 reach only to bar i - 1), ADX from bar 2n.
 struct SAdxAt {
     double adx;
     double plusDi;

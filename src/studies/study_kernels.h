@@ -3,7 +3,17 @@
 // The study formulas over whole columns, one pass each: every output column has one entry per
 // bar (index 0 the oldest) and holds the value that the chart draws at that bar, or NaN where the
 // study draws nothing. Each kernel gives the values of the formulas as the study panes define them
-// (a pane filled bar by bar, oldest first) to 1e-9 relative, in O(1) amortised work per bar.
+// (a pane filled bar by bar, oldest first) to 1e-9 relative (absolute below 1), in O(1)
+// amortised work per bar.
+//
+// Column index = bar index b. RSI's column b is the value for argument b + 1 (bar k = b, using
+// the changes up to bar b); every other column b is the formula at i = b. A period below 1 gives
+// all-NaN columns; empty inputs give empty columns. The columns of SBarColumns beside `close`
+// may be shorter than it: bars that one of the used columns lacks get NaN.
+//
+// Every kernel also comes in a form that writes into columns the caller keeps: they are sized to
+// one entry a bar and their storage is reused when it has the room, so that recomputing a series
+// of the same length allocates nothing (a fresh 5,000,000-bar column costs its page faults).
 
 #include <cstdint>
 #include <span>
@@ -26,45 +36,63 @@ using Column = std::vector<double>;
 
 // ---- over the price pane ----
 Column SimpleAverage(std::span<const double> close, int period);
+void SimpleAverage(std::span<const double> close, int period, Column& out);
 // The moving average as drawn: simple, or the one-step exponential form over the previous bar's
 // simple average.
 Column StudyAverage(std::span<const double> close, int period, bool exponential);
+void StudyAverage(std::span<const double> close, int period, bool exponential, Column& out);
+// A window of equal closes has a deviation of exactly 0 (three equal lines).
 struct SBands {
     Column lower;
     Column middle;
     Column upper;
 };
 SBands Bollinger(std::span<const double> close, int period, double deviations);
+void Bollinger(std::span<const double> close, int period, double deviations, SBands& out);
 
 // ---- lower studies ----
 Column Rsi(std::span<const double> close, int period);
+void Rsi(std::span<const double> close, int period, Column& out);
 Column Momentum(std::span<const double> close, int period);
+void Momentum(std::span<const double> close, int period, Column& out);
 Column RateOfChange(std::span<const double> close, int period);
+void RateOfChange(std::span<const double> close, int period, Column& out);
 Column OnBalanceVolume(const SBarColumns& bars, int period);
+void OnBalanceVolume(const SBarColumns& bars, int period, Column& out);
+// With a short period above the long one the first MACD is at bar S - 1.
 struct SMacd {
     Column macd;
     Column signal;
     Column histogram; // macd - signal where both exist
 };
 SMacd Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod);
+void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod,
+          SMacd& out);
+// `fast` chooses fast or slow stochastics; k is the %K given beside %D.
 struct SStochastics {
     Column k;
     Column d;
 };
 SStochastics Stochastics(const SBarColumns& bars, int period, bool fast);
+void Stochastics(const SBarColumns& bars, int period, bool fast, SStochastics& out);
+// A side without a non-zero flow in the span is exactly 0; the index is NaN where both are.
 struct SMoneyFlow {
     Column positive;
     Column negative;
 };
 SMoneyFlow MoneyFlow(const SBarColumns& bars, int period);
+void MoneyFlow(const SBarColumns& bars, int period, SMoneyFlow& out);
 Column MoneyFlowIndex(const SBarColumns& bars, int period);
+void MoneyFlowIndex(const SBarColumns& bars, int period, Column& out);
 struct SAdx {
     Column adx;
     Column plusDi;
     Column minusDi;
 };
 SAdx Adx(const SBarColumns& bars, int period);
-// The volume pane's average: over all bars, or over the newest `period` bars. NaN without bars.
+void Adx(const SBarColumns& bars, int period, SAdx& out);
+// The volume pane's average: over all bars, or over the newest `period` bars (all of them when
+// there are fewer). NaN without bars, and for a period below 1 unless `allData`.
 double VolumeAverage(std::span<const double> volume, int period, bool allData);
 
 } // namespace study_kernels

@@ -1,0 +1,102 @@
+#pragma once
+
+// Helpers shared by the one-pass study kernels: output columns, branch-free choices and the
+// rolling sums with their periodic re-summation over a ring of the newest values.
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+namespace study_kernels::detail {
+
+inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+// `value` when `keep`, else +0.0, without a branch: for choices that follow the ups and downs
+// of the prices, which defeat branch prediction (the compiler turns a plain choice into one).
+inline double KeepIf(bool keep, double value) {
+    const std::uint64_t mask = 0 - static_cast<std::uint64_t>(keep);
+    return std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) & mask);
+}
+
+// A rolling sum is re-summed exactly from its window every `ResumInterval(window)` bars, so that
+// rounding cannot pile up over long series while the extra work stays below one addition a bar.
+inline constexpr std::size_t kMinResumInterval = 1024;
+inline std::size_t ResumInterval(std::size_t window) {
+    return std::max(window, kMinResumInterval);
+}
+
+// Sizes `column` to `count` entries, keeping its storage when it has the room, and returns its
+// data. The kernels then write every entry.
+inline double* Sized(std::vector<double>& column, std::size_t count) {
+    column.resize(count);
+    return column.data();
+}
+
+inline void FillNaN(double* out, std::size_t from, std::size_t to) {
+    for (std::size_t i = from; i < to; ++i) {
+        out[i] = kNaN;
+    }
+}
+
+// NaN in the `count` entries of `out` outside the computed bars [from, to).
+inline void FillNaNOutside(double* out, std::size_t count, std::size_t from, std::size_t to) {
+    from = std::min(from, count);
+    to = std::clamp(to, from, count);
+    FillNaN(out, 0, from);
+    FillNaN(out, to, count);
+}
+
+// Values by bar index, keeping at least the newest `window + 1`: a power-of-two ring, so a bar's
+// slot is its index masked. A slot never written reads 0, and so does any bar before the first
+// one written (indexes below 0 wrap to such slots).
+class CBarRing {
+public:
+    explicit CBarRing(std::size_t window)
+        : m_values(std::bit_ceil(window + 1), 0.0), m_mask(m_values.size() - 1) {}
+    double& operator[](std::size_t bar) { return m_values[bar & m_mask]; }
+    double operator[](std::size_t bar) const { return m_values[bar & m_mask]; }
+
+private:
+    std::vector<double> m_values;
+    std::size_t m_mask;
+};
+
+// The sum of a value over the `window` newest bars. It is exactly 0 when none of those values
+// is non-zero (a count is kept), and it is re-summed from the ring, oldest bar first, every
+// `ResumInterval(window)` bars.
+class CRollingSum {
+public:
+    explicit CRollingSum(std::size_t window)
+        : m_ring(window), m_window(window), m_resumEvery(ResumInterval(window)) {}
+
+    // Sets bar `bar`'s value; the window is then bars bar - window + 1 .. bar. Bars are put one
+    // after the other in increasing order; bars before the first one put count as 0.
+    void Put(std::size_t bar, double value) {
+        const double leaving = m_ring[bar - m_window];
+        m_ring[bar] = value;
+        m_sum += value - leaving;
+        m_nonZero += static_cast<std::ptrdiff_t>(value != 0) - (leaving != 0);
+        if (++m_since == m_resumEvery) {
+            m_since = 0;
+            m_sum = 0.0;
+            for (std::size_t k = 1; k <= m_window; ++k) {
+                m_sum += m_ring[bar + k - m_window];
+            }
+        }
+    }
+    double Sum() const { return m_nonZero != 0 ? m_sum : 0.0; }
+    double At(std::size_t bar) const { return m_ring[bar]; }
+
+private:
+    CBarRing m_ring;
+    std::size_t m_window;
+    std::size_t m_resumEvery;
+    double m_sum = 0.0;
+    std::ptrdiff_t m_nonZero = 0;
+    std::size_t m_since = 0;
+};
+
+} // namespace study_kernels::detail

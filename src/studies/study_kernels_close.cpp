@@ -1,0 +1,346 @@
+// The kernels that read only the closes: the averages and bands over the price pane, RSI,
+// momentum, rate of change and MACD.
+
+#include "studies/kernel_support.h"
+#include "studies/study_kernels.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace study_kernels {
+
+using detail::FillNaN;
+using detail::kNaN;
+using detail::ResumInterval;
+using detail::Sized;
+
+namespace {
+
+// The sum of the `count` closes ending at i, from i downwards (the order of the bar formulas).
+double SumDown(std::span<const double> close, std::size_t i, std::size_t count) {
+    double sum = 0.0;
+    for (std::size_t k = 0; k < count; ++k) {
+        sum += close[i - k];
+    }
+    return sum;
+}
+
+double Gain(double change) {
+    return detail::KeepIf(change > 0, change);
+}
+
+// A change of zero is a loss of zero.
+double Loss(double change) {
+    return detail::KeepIf(change <= 0, -change);
+}
+
+// The simple average, or with `kExponential` one smoothing step over the previous bar's simple
+// average. Sums are scaled by 1 / N (within an ulp of dividing).
+template <bool kExponential>
+void Average(std::span<const double> close, int period, Column& column) {
+    const std::size_t count = close.size();
+    double* out = Sized(column, count);
+    const std::size_t p = period < 1 ? count + 1 : static_cast<std::size_t>(period);
+    const std::size_t first = kExponential ? p + 1 : p - 1;
+    FillNaN(out, 0, std::min(first, count));
+    if (count <= first) {
+        return;
+    }
+    const double inverse = 1.0 / period;
+    const double k = 2.0 / (period + 1.0);
+    const std::size_t resumEvery = ResumInterval(p);
+    double sum = SumDown(close, p - 1, p);
+    if (!kExponential) {
+        out[p - 1] = sum * inverse;
+    }
+    std::size_t since = 0;
+    for (std::size_t i = p; i < count; ++i) {
+        const double previous = sum * inverse;
+        sum += close[i] - close[i - p];
+        if (++since == resumEvery) {
+            sum = SumDown(close, i, p);
+            since = 0;
+        }
+        if (kExponential) {
+            if (i > p) {
+                out[i] = close[i] * k + previous * (1 - k);
+            }
+        } else {
+            out[i] = sum * inverse;
+        }
+    }
+}
+
+} // namespace
+
+void SimpleAverage(std::span<const double> close, int period, Column& column) {
+    Average<false>(close, period, column);
+}
+
+void StudyAverage(std::span<const double> close, int period, bool exponential, Column& column) {
+    if (exponential) {
+        Average<true>(close, period, column);
+    } else {
+        Average<false>(close, period, column);
+    }
+}
+
+void Bollinger(std::span<const double> close, int period, double deviations, SBands& bands) {
+    const std::size_t count = close.size();
+    double* lower = Sized(bands.lower, count);
+    double* middle = Sized(bands.middle, count);
+    double* upper = Sized(bands.upper, count);
+    const std::size_t leading =
+        period < 1 ? count : std::min(static_cast<std::size_t>(period) - 1, count);
+    FillNaN(lower, 0, leading);
+    FillNaN(middle, 0, leading);
+    FillNaN(upper, 0, leading);
+    if (period < 1 || count < static_cast<std::size_t>(period)) {
+        return;
+    }
+    const std::size_t p = static_cast<std::size_t>(period);
+    const double inverse = 1.0 / period;
+    const std::size_t resumEvery = ResumInterval(p);
+    // The window's sum and its sum of squared deviations from the mean, updated by the exact
+    // change of both when one close replaces another (no sum of squares minus squared sum, which
+    // would cancel with prices far above their spread). A window of equal closes has deviation 0
+    // exactly. The sums are recomputed from the window every `resumEvery` bars, and as soon as
+    // the squares shrank a millionfold since the last recomputation (a jump left the window; at
+    // most once a window, so the work stays O(1) a bar), so that the rounding left behind by
+    // large moves cannot swamp a calm window.
+    constexpr double kShrink = 1e-6;
+    double sum = 0.0;
+    double mean = 0.0;
+    double squares = 0.0;
+    auto exact = [&](std::size_t i) {
+        sum = SumDown(close, i, p);
+        mean = sum * inverse;
+        squares = 0.0;
+        for (std::size_t k = 0; k < p; ++k) {
+            const double d = close[i - k] - mean;
+            squares += d * d;
+        }
+    };
+    auto emit = [&](std::size_t i, bool flat) {
+        const double v = flat ? 0.0 : std::max(squares, 0.0) * inverse;
+        const double s = std::sqrt(v) * deviations;
+        lower[i] = mean - s;
+        middle[i] = mean;
+        upper[i] = mean + s;
+    };
+
+    std::size_t run = 1; // equal closes ending at the bar
+    for (std::size_t j = 1; j < p; ++j) {
+        run = close[j] == close[j - 1] ? run + 1 : 1;
+    }
+    exact(p - 1);
+    emit(p - 1, run >= p);
+    double peak = squares;
+    std::size_t since = 0;
+    std::size_t sinceShrink = p;
+    for (std::size_t i = p; i < count; ++i) {
+        const double incoming = close[i];
+        const double outgoing = close[i - p];
+        const double previousMean = mean;
+        sum += incoming - outgoing;
+        mean = sum * inverse;
+        squares += (incoming - outgoing) * ((incoming - mean) + (outgoing - previousMean));
+        run = incoming == close[i - 1] ? run + 1 : 1;
+        const bool flat = run >= p;
+        if (flat) {
+            squares = 0.0;
+        }
+        ++since;
+        ++sinceShrink;
+        const bool shrunk = !flat && squares < peak * kShrink && sinceShrink >= p;
+        if (since == resumEvery || shrunk) {
+            sinceShrink = shrunk ? 0 : sinceShrink;
+            exact(i);
+            since = 0;
+            peak = squares;
+        }
+        peak = std::max(peak, squares);
+        emit(i, flat);
+    }
+}
+
+void Rsi(std::span<const double> close, int period, Column& column) {
+    const std::size_t count = close.size();
+    double* out = Sized(column, count);
+    if (period < 1) {
+        FillNaN(out, 0, count);
+        return;
+    }
+    // Column b holds the value for argument b + 1, i.e. of bar k = b: the first point is the
+    // rebuild at k = n (the plain average of the first n changes), every later one a Wilder step
+    // (scaled by 1 / n, within an ulp of dividing).
+    const std::size_t p = static_cast<std::size_t>(period);
+    FillNaN(out, 0, std::min(p, count));
+    if (count <= p) {
+        return;
+    }
+    const double n = period;
+    double gain = 0.0;
+    double loss = 0.0;
+    for (std::size_t j = 1; j <= p; ++j) {
+        const double d = close[j] - close[j - 1];
+        gain += Gain(d);
+        loss += Loss(d);
+    }
+    gain /= n;
+    loss /= n;
+    out[p] = 100.0 - 100.0 / (gain / loss + 1.0);
+    const double inverse = 1.0 / n;
+    for (std::size_t k = p + 1; k < count; ++k) {
+        const double d = close[k] - close[k - 1];
+        gain += (Gain(d) - gain) * inverse;
+        loss += (Loss(d) - loss) * inverse;
+        out[k] = 100.0 - 100.0 / (gain / loss + 1.0);
+    }
+}
+
+void Momentum(std::span<const double> close, int period, Column& column) {
+    const std::size_t count = close.size();
+    double* out = Sized(column, count);
+    const std::size_t p = period < 1 ? count : static_cast<std::size_t>(period);
+    FillNaN(out, 0, std::min(p, count));
+    for (std::size_t i = p; i < count; ++i) {
+        out[i] = close[i] - close[i - p];
+    }
+}
+
+void RateOfChange(std::span<const double> close, int period, Column& column) {
+    const std::size_t count = close.size();
+    double* out = Sized(column, count);
+    const std::size_t p = period < 1 ? count : static_cast<std::size_t>(period);
+    FillNaN(out, 0, std::min(p + 1, count));
+    for (std::size_t i = p + 1; i < count; ++i) {
+        const double base = close[i - p];
+        out[i] = base == 0 ? kNaN : (close[i] - base) / base * 100;
+    }
+}
+
+void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod,
+          SMacd& columns) {
+    const std::size_t count = close.size();
+    double* macdOut = Sized(columns.macd, count);
+    double* signalOut = Sized(columns.signal, count);
+    double* histogramOut = Sized(columns.histogram, count);
+    if (shortPeriod < 1 || longPeriod < 1 || signalPeriod < 1) {
+        FillNaN(macdOut, 0, count);
+        FillNaN(signalOut, 0, count);
+        FillNaN(histogramOut, 0, count);
+        return;
+    }
+    const std::size_t s = static_cast<std::size_t>(shortPeriod);
+    const std::size_t l = static_cast<std::size_t>(longPeriod);
+    const std::size_t g = static_cast<std::size_t>(signalPeriod);
+    const std::size_t first = std::max(s, l) - 1;
+    // No MACD before `first`; no signal up to bar L (the seed needs bar L + 1) nor before `first`.
+    FillNaN(macdOut, 0, std::min(first, count));
+    FillNaN(signalOut, 0, std::min(std::max(l + 1, first), count));
+    FillNaN(histogramOut, 0, std::min(std::max(l + 1, first), count));
+    if (count <= first) {
+        return;
+    }
+    const double aS = 2.0 / (shortPeriod + 1.0);
+    const double aL = 2.0 / (longPeriod + 1.0);
+    const double aG = 2.0 / (signalPeriod + 1.0);
+
+    // The seed as a rebuild makes it: the short average of bars 0 .. S - 1 carried on to bar
+    // L - 1, the long one the mean of bars 0 .. L - 1.
+    double emaS = 0.0;
+    for (std::size_t j = 0; j < s; ++j) {
+        emaS += close[j];
+    }
+    emaS /= shortPeriod;
+    double sumL = 0.0;
+    for (std::size_t j = 0; j < l; ++j) {
+        sumL += close[j];
+        if (j >= s) {
+            emaS += (close[j] - emaS) * aS;
+        }
+    }
+    double emaL = sumL / longPeriod;
+    double macd = emaS - emaL;
+    // Bars L - 1 and L show the MACD of bar L - 1.
+    for (std::size_t i = first; i <= l && i < count; ++i) {
+        macdOut[i] = macd;
+    }
+    // The signal's seed: the MACD of bar L - 1 plus those of bars L .. L + G - 1, over G; the
+    // signal of a bar inside the seed is its partial sum over G.
+    const std::size_t seedEnd = std::min(l + g - 1, count - 1);
+    double seed = macd;
+    double signal = 0.0;
+    std::size_t j = l;
+    for (; j <= seedEnd; ++j) {
+        const double c = close[j];
+        emaS += (c - emaS) * aS;
+        emaL += (c - emaL) * aL;
+        macd = emaS - emaL;
+        seed += macd;
+        signal = seed / signalPeriod;
+        if (j > l && j >= first) {
+            macdOut[j] = macd;
+            signalOut[j] = signal;
+            histogramOut[j] = macd - signal;
+        }
+    }
+    for (; j < count; ++j) {
+        const double c = close[j];
+        emaS += (c - emaS) * aS;
+        emaL += (c - emaL) * aL;
+        macd = emaS - emaL;
+        signal += (macd - signal) * aG;
+        if (j >= first) {
+            macdOut[j] = macd;
+            signalOut[j] = signal;
+            histogramOut[j] = macd - signal;
+        }
+    }
+}
+
+// The value-returning forms.
+Column SimpleAverage(std::span<const double> close, int period) {
+    Column out;
+    SimpleAverage(close, period, out);
+    return out;
+}
+
+Column StudyAverage(std::span<const double> close, int period, bool exponential) {
+    Column out;
+    StudyAverage(close, period, exponential, out);
+    return out;
+}
+
+SBands Bollinger(std::span<const double> close, int period, double deviations) {
+    SBands out;
+    Bollinger(close, period, deviations, out);
+    return out;
+}
+
+Column Rsi(std::span<const double> close, int period) {
+    Column out;
+    Rsi(close, period, out);
+    return out;
+}
+
+Column Momentum(std::span<const double> close, int period) {
+    Column out;
+    Momentum(close, period, out);
+    return out;
+}
+
+Column RateOfChange(std::span<const double> close, int period) {
+    Column out;
+    RateOfChange(close, period, out);
+    return out;
+}
+
+SMacd Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod) {
+    SMacd out;
+    Macd(close, shortPeriod, longPeriod, signalPeriod, out);
+    return out;
+}
+
+} // namespace study_kernels
