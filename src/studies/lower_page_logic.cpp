@@ -153,9 +153,7 @@ SShownChoice ShownChoice(const SStudySettings& s, int type) {
     }
     const std::vector<int>& fixed = StudyCatalog(type).fixedChoices;
     const int custom = static_cast<int>(fixed.size());
-    if (s.IsCustom(type)) {
-        return {custom, inUse};
-    }
+    // A custom period that equals a fixed choice shows as that choice.
     const int stored = s.radio[at];
     if (stored >= 0 && stored < custom && fixed[static_cast<std::size_t>(stored)] == inUse) {
         return {stored, s.customPeriods[at]};
@@ -357,6 +355,7 @@ CLowerStudiesPageModel::Build(SStudySettings& out) const {
                 s.macdShort = s.macdCustomShort = *shortPeriod;
                 s.macdLong = s.macdCustomLong = *longPeriod;
                 s.customPeriods[at] = *signal;
+                s.periods[at] = *signal;
             } else {
                 const SMacdPreset& preset = kMacdPresets[static_cast<std::size_t>(choice)];
                 s.macdShort = preset.shortPeriod;
@@ -374,7 +373,9 @@ CLowerStudiesPageModel::Build(SStudySettings& out) const {
             if (!period) {
                 return SRefusal{PeriodMessage("Custom period of " + name), type};
             }
+            // The panes compute with the standard list; the custom list remembers the edit.
             s.customPeriods[at] = *period;
+            s.periods[at] = *period;
         }
         if (type == kStudyVolume) {
             s.radio[at] = custom ? 0 : 1;

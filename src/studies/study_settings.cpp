@@ -137,9 +137,7 @@ int SStudySettings::Period(int studyType) const {
     if (!IsStudyType(studyType)) {
         return 1;
     }
-    const auto at = static_cast<std::size_t>(studyType);
-    const int period = IsCustom(studyType) ? customPeriods[at] : periods[at];
-    return std::max(period, 1);
+    return std::max(periods[static_cast<std::size_t>(studyType)], 1);
 }
 
 std::string SStudySettings::MacdPresetWord() const {

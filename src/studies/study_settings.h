@@ -67,8 +67,9 @@ struct SStudySettings {
 
     std::array<int, kStudyTypeCount> periods{21, 20, 20, 9, 18, 5, 10, 14, 14, 14};
     std::array<int, kStudyTypeCount> customPeriods{21, 20, 20, 9, 18, 5, 500, 9, 9, 10};
-    // The period choice of each study: the index of its choice in page order, the custom choice
-    // being the last (volume: "Volume Average All Data"; stochastics: "STO Radio Select").
+    // The period choice of each study as the settings page shows it: the index of its choice in
+    // page order, the custom choice being the last (its period is kept in `customPeriods`) (volume:
+    // "Volume Average All Data"; stochastics: "STO Radio Select").
     std::array<int, kStudyTypeCount> radio{1, 1, 1, 1, 1, 0, 1, 1, 1, 1};
 
     std::array<ColorRef, kStudyTypeCount> dataColor{};
@@ -116,8 +117,8 @@ struct SStudySettings {
     bool VolumeAverageAllData() const { return radio[kStudyVolume] == 1; }
     // Whether the study's choice is its custom period.
     bool IsCustom(int studyType) const;
-    // The period a pane of `studyType` computes with: the custom list's entry when the custom
-    // choice is selected, else the standard list's entry; at least 1.
+    // The period a pane of `studyType` computes with: the standard list's entry, which the
+    // settings page sets to the fixed choice or the custom period picked; at least 1.
     int Period(int studyType) const;
     // The MACD preset that the periods in use match: "buy", "sell" or "custom".
     std::string MacdPresetWord() const;

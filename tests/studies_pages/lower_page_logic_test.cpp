@@ -105,12 +105,13 @@ TEST_F(LowerPageLogicTest, OpeningShowsTheChoiceThatDrawsThePeriodInUse) {
     EXPECT_EQ(defaults.CustomText(kStudyRSI), "21");
     EXPECT_EQ(defaults.Choice(kStudyMomentum), 2);
     EXPECT_EQ(defaults.CustomText(kStudyMomentum), "20");
-    EXPECT_EQ(defaults.Choice(kStudyOBV), 1);
+    // OBV's and ADX's stored choice is "Custom", but the periods in use are fixed choices.
+    EXPECT_EQ(defaults.Choice(kStudyOBV), 0);
     EXPECT_EQ(defaults.CustomText(kStudyOBV), "9");
     EXPECT_EQ(defaults.Choice(kStudyStochastics), 0);
     EXPECT_EQ(defaults.Choice(kStudyVolume), 0); // for all data
     EXPECT_EQ(defaults.CustomText(kStudyVolume), "500");
-    EXPECT_EQ(defaults.Choice(kStudyADX), 1);
+    EXPECT_EQ(defaults.Choice(kStudyADX), 0);
     EXPECT_EQ(defaults.CustomText(kStudyADX), "10");
     // MACD draws 8, 17 and a signal of 18: no preset, so the custom edits show them.
     EXPECT_EQ(defaults.Choice(kStudyMACD), 2);
@@ -167,7 +168,7 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     EXPECT_EQ(Stored("STO Radio Select"), "2");
     EXPECT_EQ(Stored("STO Fast"), "1");
     EXPECT_EQ(Stored("MACD Radio Select"), "0");
-    EXPECT_EQ(Stored("STUDY AVG PERIOD"), "9,20,20,9,9,25,10,14,14,14");
+    EXPECT_EQ(Stored("STUDY AVG PERIOD"), "9,33,20,9,9,25,250,14,14,14");
     EXPECT_EQ(Stored("STUDY CUSTOM AVG PERIOD"), "21,33,20,9,18,5,250,9,9,10");
     EXPECT_EQ(Stored("MFI Upper Level"), "75");
     EXPECT_EQ(Stored("STO %K Line Color"), std::to_string(0x123456));

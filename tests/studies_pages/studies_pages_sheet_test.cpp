@@ -143,7 +143,8 @@ TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPages) {
     EXPECT_EQ(Stored("RSI Upper Level"), "75");
     EXPECT_EQ(Stored("STO Radio Select"), "3");
     EXPECT_EQ(Stored("STO Fast"), "1");
-    EXPECT_EQ(Stored("STUDY AVG PERIOD"), "14,20,20,9,18,5,10,14,14,14");
+    // A custom period is the one the panes compute with, and the custom list keeps it too.
+    EXPECT_EQ(Stored("STUDY AVG PERIOD"), "14,20,20,9,18,12,10,14,14,14");
     EXPECT_EQ(Stored("STUDY CUSTOM AVG PERIOD"), "21,20,20,9,18,12,500,9,9,10");
     EXPECT_EQ(Stored("Negative Directional Indicator Color"), std::to_string(0x808080));
 }

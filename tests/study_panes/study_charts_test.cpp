@@ -15,14 +15,15 @@ namespace {
 
 using skychart::test::CRecordingChart2D;
 
-// Daily bars zig-zagging upwards: close 100 + i + (i % 3), high = close + 1, low = close - 2,
+// Daily bars zig-zagging upwards: close 100 + i + (i % 3), high = close + 1 (+ 0.5 on odd bars),
+// low = close - 2,
 // volume 1000 + 10 i.
 std::shared_ptr<CStudyInputs> ZigZag(int count, int dataType = 2) {
     std::vector<double> high, low, close, volume;
     for (int i = 0; i < count; ++i) {
         const double c = 100.0 + i + (i % 3);
         close.push_back(c);
-        high.push_back(c + 1.0);
+        high.push_back(c + 1.0 + 0.5 * (i % 2));
         low.push_back(c - 2.0);
         volume.push_back(1000.0 + 10.0 * i);
     }
@@ -128,7 +129,7 @@ TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
               "Volume, average: 1.01K Vol: 1.03K");
 
     settings.radio[kStudyVolume] = 0; // custom: the newest two bars
-    settings.customPeriods[kStudyVolume] = 2;
+    settings.periods[kStudyVolume] = 2;
     const auto minutes = ZigZag(4, 1);
     const auto volume = Filled(kStudyVolume, settings, *minutes, {1, 5});
     EXPECT_EQ(volume->label(kNoCursorBar, false),
@@ -230,9 +231,9 @@ TEST(StudySettings, ListsAndChoicesReadFromTheTable) {
     EXPECT_TRUE(read.VolumeAverageAllData());
 
     // A short list keeps the defaults of the missing studies; an unreadable entry keeps its own.
-    settings.SetText(keys::kStudyAvgPeriod, "14,x,7");
+    settings.SetText(keys::kStudyAvgPeriod, "30,x,7");
     settings.SetText(keys::kStudyCustomAvgPeriod, "30");
-    settings.SetInt(keys::kRSIRadioSelect, 3); // "Custom"
+    settings.SetInt(keys::kRSIRadioSelect, 3); // "Custom": its period is in both lists
     settings.SetInt(keys::kNumberOfStudyCharts, 3);
     settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 1), 4);
     settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 2), 42);
@@ -253,6 +254,7 @@ TEST(StudySettings, ListsAndChoicesReadFromTheTable) {
     EXPECT_EQ(again.rsiUpper, 65);
     EXPECT_TRUE(again.stoFast);
     EXPECT_EQ(again.periods, read.periods);
+    EXPECT_TRUE(again.IsCustom(kStudyRSI));
     EXPECT_EQ(settings.GetText(keys::kStudyCustomAvgPeriod), "30,20,20,9,18,5,500,9,9,10");
 
     SUpperStudySettings upper = SUpperStudySettings::Read(settings);

@@ -19,6 +19,8 @@
 #include "platform/qt_feed.h"
 #include "platform/workspace_bus.h"
 #include "studies/study_panes.h"
+#include "studies/ui/lower_studies_page.h"
+#include "studies/ui/upper_studies_page.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -174,9 +176,13 @@ void CMainFrame::OpenSettings(EFirstPage first) {
     CSettingSheet sheet(this);
     auto* displayPage = new CDisplaySettingsPage(Prompt());
     auto* colorPage = new CColorPage();
+    auto* upperPage = new CUpperStudiesSettingPage(Prompt());
+    auto* lowerPage = new CLowerStudiesSettingPage(Prompt());
     auto* dataPage = new CDataSettingsPage(Prompt());
     sheet.AddPage(displayPage);
     sheet.AddPage(colorPage);
+    sheet.AddPage(upperPage);
+    sheet.AddPage(lowerPage);
     sheet.AddPage(dataPage);
     sheet.findChild<QTabWidget*>()->setCurrentWidget(
         first == EFirstPage::DataPage ? static_cast<QWidget*>(dataPage) : displayPage);
@@ -188,7 +194,8 @@ void CMainFrame::OpenSettings(EFirstPage first) {
             [this] { m_view->ApplyDisplaySettings(); });
     connect(&sheet, &CSettingSheet::settingsApplied, this, [this, &reload] {
         SyncStyleCombo();
-        m_view->ApplyDisplaySettings();
+        // Colours, averages and panes: the studies are set up again and the panes rebuilt.
+        m_view->Canvas().ApplyStudySettings();
         if (reload) {
             // The request settings changed: the shown chart asks for its history again.
             reload = false;
