@@ -198,7 +198,8 @@ public:
     virtual void SetLabelPrecision(EAxis axis, int precision) = 0;
     virtual int LabelPrecision(EAxis axis) const = 0;
     // The x axis labels, chosen by the caller; vertical grid lines run at their slots. An empty
-    // list shows no x labels.
+    // list shows no x labels; labels whose texts are all empty draw the grid lines and leave no
+    // room for texts below the plot.
     virtual void SetXLabels(std::span<const SXLabel> labels) = 0;
 
     // ---- grid, colours, label line ----

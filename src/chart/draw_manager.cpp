@@ -203,7 +203,8 @@ std::string CHistChartDrawManager::InfoText(int bar) const {
     return text;
 }
 
-void CHistChartDrawManager::PaintXAxis(CChart2D& chart, const SPaneFrame& frame) const {
+void CHistChartDrawManager::PaintXAxis(CChart2D& chart, const SPaneFrame& frame,
+                                       bool withTexts) const {
     chart.SetXRange(-0.5, std::max(frame.displayedPoints, 1) - 0.5);
     const CChart2D::SGeometry geometry = chart.Geometry();
     const double plotWidth = geometry.width - geometry.left - geometry.right;
@@ -212,7 +213,8 @@ void CHistChartDrawManager::PaintXAxis(CChart2D& chart, const SPaneFrame& frame)
         plotWidth * m_bars.Count() / static_cast<double>(std::max(frame.displayedPoints, 1));
     std::vector<CChart2D::SXLabel> labels;
     for (STimeAxisLabel& label : PickTimeAxisLabels(m_bars.times, m_dataType, barsWidth)) {
-        labels.push_back({static_cast<double>(label.slot), std::move(label.text)});
+        labels.push_back(
+            {static_cast<double>(label.slot), withTexts ? std::move(label.text) : std::string()});
     }
     chart.SetXLabels(labels);
 }
@@ -221,7 +223,7 @@ void CHistChartDrawManager::PaintPricePane(CChart2D& chart, const SChartStyle& s
                                            const SPaneFrame& frame) {
     CChartDrawingHold hold(chart);
     ApplyPaneFrame(chart, style, style.priceLabel);
-    PaintXAxis(chart, frame);
+    PaintXAxis(chart, frame, frame.timeLabelPane == 0);
     if (!style.fixedYScaling || !m_haveYRange) {
         const SPriceRange range = DisplayedRange();
         double low = range.low;
@@ -256,7 +258,7 @@ void CHistChartDrawManager::PaintStudyPane(CChart2D& chart, const SChartStyle& s
                                            bool minimized) {
     CChartDrawingHold hold(chart);
     ApplyPaneFrame(chart, style, style.StudyLabelColor(studyType));
-    PaintXAxis(chart, frame);
+    PaintXAxis(chart, frame, frame.timeLabelPane == pane);
     if (m_studies != nullptr && pane <= m_studies->PaneCount()) {
         m_studies->PaintPane(pane, chart, m_bars.first, m_bars.Count(), cursorBar, minimized);
         return;

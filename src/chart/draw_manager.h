@@ -21,6 +21,9 @@ enum class EPriceColumn : int;
 struct SPaneFrame {
     int displayedPoints = 120;
     std::string priceBarText;
+    // The pane whose x axis carries the time labels (the lowest shown); the others draw the
+    // grid lines only.
+    int timeLabelPane = 0;
 };
 
 class CHistChartDrawManager final : public IBarSeries {
@@ -83,7 +86,7 @@ private:
     double Price(EPriceColumn column, int index) const;
     std::string TimeField(std::size_t at) const;
     std::string FormatPrice(double price) const;
-    void PaintXAxis(CChart2D& chart, const SPaneFrame& frame) const;
+    void PaintXAxis(CChart2D& chart, const SPaneFrame& frame, bool withTexts) const;
 
     const CChartHistRequest& m_history;
     IPaneStudies* m_studies = nullptr;

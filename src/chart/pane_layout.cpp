@@ -9,7 +9,7 @@
 namespace {
 
 // Below this share of the view a repaired pane would be too thin to use.
-constexpr double kMinRepairedShare = 0.05;
+constexpr double kMinRepairedShare = 0.1;
 
 } // namespace
 
@@ -48,7 +48,11 @@ void SPaneLayout::RepairTops() {
     if (firstBad > n) {
         return;
     }
-    // Panes firstBad - 1 to n share what lies below the last good top.
+    // A fresh layout: the price pane on top, the study panes sharing the rest equally.
+    const double price = n == 1 ? 0.66 : (n <= 5 ? 0.5 : 0.4);
+    const double step = (1.0 - price) / n;
+    // Panes firstBad - 1 to n share what lies below the last good top, unless that leaves each
+    // less than a tenth of the view (several studies were added at once).
     const double start = tops[static_cast<std::size_t>(firstBad - 1)];
     const int sharing = n - firstBad + 2;
     const double share = (1.0 - start) / sharing;
@@ -58,8 +62,6 @@ void SPaneLayout::RepairTops() {
         }
         return;
     }
-    const double price = n == 1 ? 0.66 : 0.5;
-    const double step = (1.0 - price) / n;
     for (int p = 1; p <= n; ++p) {
         tops[static_cast<std::size_t>(p)] = price + (p - 1) * step;
     }

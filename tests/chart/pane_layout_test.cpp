@@ -54,6 +54,10 @@ TEST(PaneLayout, LoadingClosesTheStackAndRepairsBadValues) {
     EXPECT_DOUBLE_EQ(grown.tops[3], 1.0);
 
     EXPECT_DOUBLE_EQ(Loaded(1, {0, -1}).tops[1], 0.66);
+    // Four studies added at once: a fresh layout rather than strips under the old price pane.
+    SPaneLayout five = Loaded(5, {0, 0.66, -1, -1, -1, -1});
+    EXPECT_DOUBLE_EQ(five.tops[1], 0.5);
+    EXPECT_NEAR(five.tops[5], 0.9, 1e-12);
     // Too little left below the last good top: an even division below a half-height price pane.
     SPaneLayout squeezed = Loaded(3, {0, 0.95, -1, -1});
     EXPECT_DOUBLE_EQ(squeezed.tops[1], 0.5);

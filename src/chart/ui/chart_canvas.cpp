@@ -223,6 +223,12 @@ void CChartCanvas::RedrawAll() {
     frame.displayedPoints = m_range.DisplayedPoints();
     frame.priceBarText = PriceLabelText(style);
     m_priceBarText = frame.priceBarText;
+    for (int pane = m_layout.LastPane(); pane >= 0; --pane) {
+        if (!IsStrip(pane)) {
+            frame.timeLabelPane = pane;
+            break;
+        }
+    }
 
     m_stack->HoldDrawing();
     m_draw.PaintPricePane(m_stack->Pane(0), style, frame);

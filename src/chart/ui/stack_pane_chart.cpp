@@ -244,12 +244,16 @@ int CStackPaneChart::LabelPrecision(EAxis axis) const {
 
 void CStackPaneChart::SetXLabels(std::span<const SXLabel> labels) {
     QMap<double, QString> ticks;
+    bool anyText = false;
     for (const SXLabel& label : labels) {
         if (std::isfinite(label.slot)) {
             ticks.insert(label.slot, QString::fromStdString(label.text));
+            anyText = anyText || !label.text.empty();
         }
     }
     m_xTicker->setTicks(ticks);
+    // Grid lines without texts take no room below the plot.
+    m_x->setTickLabels(anyText);
     Changed(true);
 }
 
