@@ -103,6 +103,7 @@ void CChartStackWidget::ApplyPaneSlots() {
         m_layout->SetPaneRect(i, slot.top, slot.height);
         m_panes[i]->AxisRect()->setVisible(shown);
         m_panes[i]->SetAligned(shown);
+        m_panes[i]->SetValueTickCount(std::clamp(slot.height / kPixelsPerValueTick, 1, 5));
     }
 }
 

@@ -41,6 +41,8 @@ class CChartStackWidget : public QCustomPlot {
     Q_OBJECT
 
 public:
+    // A pane gets one value label per this many pixels of its height, from one to five.
+    static constexpr int kPixelsPerValueTick = 30;
     static constexpr int kPaneCount = 11;
     // Pixel sizes of the fonts of the axis labels and of the label lines.
     static constexpr int kTickFontPixels = 11;

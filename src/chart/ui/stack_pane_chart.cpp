@@ -271,6 +271,12 @@ void CStackPaneChart::SetGridStyle(int style) {
     Changed(false);
 }
 
+void CStackPaneChart::SetValueTickCount(int count) {
+    for (const auto& ticker : m_valueTickers) {
+        ticker->setTickCount(count);
+    }
+}
+
 void CStackPaneChart::SetFillsBackground(bool fills) {
     m_background->setVisible(fills);
 }

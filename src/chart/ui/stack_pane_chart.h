@@ -28,6 +28,8 @@ public:
     // Whether the pane paints its own background; the stack paints it under all panes at once
     // when they share one colour.
     void SetFillsBackground(bool fills);
+    // About how many value labels the pane's vertical axes show (fewer on a short pane).
+    void SetValueTickCount(int count);
 
     void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
     void SetLinePoints(SeriesId id, std::span<const SPoint> points) override;
