@@ -151,6 +151,62 @@ std::string SStudySettings::MacdPresetWord() const {
     return "custom";
 }
 
+namespace {
+
+// The keys of the lower studies that hold one number or colour each, with their members.
+struct SIntKey {
+    const char* key;
+    int SStudySettings::*member;
+};
+struct SColorKey {
+    const char* key;
+    ColorRef SStudySettings::*member;
+};
+struct SFlagKey {
+    const char* key;
+    bool SStudySettings::*member;
+};
+
+constexpr SIntKey kIntKeys[] = {
+    {keys::kRSIUpperLevel, &SStudySettings::rsiUpper},
+    {keys::kRSILowerLevel, &SStudySettings::rsiLower},
+    {keys::kMACDShortPeriod, &SStudySettings::macdShort},
+    {keys::kMACDLongPeriod, &SStudySettings::macdLong},
+    {keys::kMACDCustomShortPeriod, &SStudySettings::macdCustomShort},
+    {keys::kMACDCustomLongPeriod, &SStudySettings::macdCustomLong},
+    {keys::kSTOUpperLevel, &SStudySettings::stoUpper},
+    {keys::kSTOLowerLevel, &SStudySettings::stoLower},
+    {keys::kMFIUpperLevel, &SStudySettings::mfiUpper},
+    {keys::kMFILowerLevel, &SStudySettings::mfiLower},
+};
+constexpr SColorKey kColorKeys[] = {
+    {keys::kRSIUpLevelColor, &SStudySettings::rsiUpColor},
+    {keys::kRSILowLevelColor, &SStudySettings::rsiLowColor},
+    {keys::kMomentumZeroColor, &SStudySettings::momentumZeroColor},
+    {keys::kROC100Color, &SStudySettings::roc100Color},
+    {keys::kOBVZeroColor, &SStudySettings::obvZeroColor},
+    {keys::kMACDSignalLineColor, &SStudySettings::macdSignalColor},
+    {keys::kMACDHistogramColor, &SStudySettings::macdHistogramColor},
+    {keys::kSTOUpLevelColor, &SStudySettings::stoUpColor},
+    {keys::kSTOLowLevelColor, &SStudySettings::stoLowColor},
+    {keys::kSTODLineColor, &SStudySettings::stoDColor},
+    {keys::kSTOKLineColor, &SStudySettings::stoKColor},
+    {keys::kVolumeAverageColor, &SStudySettings::volumeAverageColor},
+    {keys::kVolumeLabelColor, &SStudySettings::volumeLabelColor},
+    {keys::kPositiveFlowLineColor, &SStudySettings::positiveFlowColor},
+    {keys::kNegativeFlowLineColor, &SStudySettings::negativeFlowColor},
+    {keys::kMFIUpLevelColor, &SStudySettings::mfiUpColor},
+    {keys::kMFILowLevelColor, &SStudySettings::mfiLowColor},
+    {keys::kPositiveDIColor, &SStudySettings::positiveDIColor},
+    {keys::kNegativeDIColor, &SStudySettings::negativeDIColor},
+};
+constexpr SFlagKey kFlagKeys[] = {
+    {keys::kSTOFast, &SStudySettings::stoFast},
+    {keys::kShowVolumeAverage, &SStudySettings::showVolumeAverage},
+};
+
+} // namespace
+
 SStudySettings SStudySettings::Read(const CSettings& settings) {
     SStudySettings s;
     const int panes = std::clamp(settings.GetInt(keys::kNumberOfStudyCharts), 0, kMaxStudyPanes);
@@ -167,37 +223,15 @@ SStudySettings SStudySettings::Read(const CSettings& settings) {
         s.dataColor[at] = Color(settings, keys::Numbered(keys::kStudyDataColor, type));
         s.labelColor[at] = Color(settings, keys::Numbered(keys::kStudyLabelColor, type));
     }
-    s.rsiUpper = settings.GetInt(keys::kRSIUpperLevel);
-    s.rsiLower = settings.GetInt(keys::kRSILowerLevel);
-    s.rsiUpColor = Color(settings, keys::kRSIUpLevelColor);
-    s.rsiLowColor = Color(settings, keys::kRSILowLevelColor);
-    s.momentumZeroColor = Color(settings, keys::kMomentumZeroColor);
-    s.roc100Color = Color(settings, keys::kROC100Color);
-    s.obvZeroColor = Color(settings, keys::kOBVZeroColor);
-    s.macdShort = settings.GetInt(keys::kMACDShortPeriod);
-    s.macdLong = settings.GetInt(keys::kMACDLongPeriod);
-    s.macdCustomShort = settings.GetInt(keys::kMACDCustomShortPeriod);
-    s.macdCustomLong = settings.GetInt(keys::kMACDCustomLongPeriod);
-    s.macdSignalColor = Color(settings, keys::kMACDSignalLineColor);
-    s.macdHistogramColor = Color(settings, keys::kMACDHistogramColor);
-    s.stoFast = settings.GetInt(keys::kSTOFast) == 1;
-    s.stoUpper = settings.GetInt(keys::kSTOUpperLevel);
-    s.stoLower = settings.GetInt(keys::kSTOLowerLevel);
-    s.stoUpColor = Color(settings, keys::kSTOUpLevelColor);
-    s.stoLowColor = Color(settings, keys::kSTOLowLevelColor);
-    s.stoDColor = Color(settings, keys::kSTODLineColor);
-    s.stoKColor = Color(settings, keys::kSTOKLineColor);
-    s.showVolumeAverage = settings.GetInt(keys::kShowVolumeAverage) == 1;
-    s.volumeAverageColor = Color(settings, keys::kVolumeAverageColor);
-    s.volumeLabelColor = Color(settings, keys::kVolumeLabelColor);
-    s.positiveFlowColor = Color(settings, keys::kPositiveFlowLineColor);
-    s.negativeFlowColor = Color(settings, keys::kNegativeFlowLineColor);
-    s.mfiUpper = settings.GetInt(keys::kMFIUpperLevel);
-    s.mfiLower = settings.GetInt(keys::kMFILowerLevel);
-    s.mfiUpColor = Color(settings, keys::kMFIUpLevelColor);
-    s.mfiLowColor = Color(settings, keys::kMFILowLevelColor);
-    s.positiveDIColor = Color(settings, keys::kPositiveDIColor);
-    s.negativeDIColor = Color(settings, keys::kNegativeDIColor);
+    for (const SIntKey& entry : kIntKeys) {
+        s.*entry.member = settings.GetInt(entry.key);
+    }
+    for (const SColorKey& entry : kColorKeys) {
+        s.*entry.member = Color(settings, entry.key);
+    }
+    for (const SFlagKey& entry : kFlagKeys) {
+        s.*entry.member = settings.GetInt(entry.key) == 1;
+    }
     return s;
 }
 
@@ -216,35 +250,13 @@ void SStudySettings::Write(CSettings& settings) const {
         SetColor(settings, keys::Numbered(keys::kStudyDataColor, type), dataColor[at]);
         SetColor(settings, keys::Numbered(keys::kStudyLabelColor, type), labelColor[at]);
     }
-    settings.SetInt(keys::kRSIUpperLevel, rsiUpper);
-    settings.SetInt(keys::kRSILowerLevel, rsiLower);
-    SetColor(settings, keys::kRSIUpLevelColor, rsiUpColor);
-    SetColor(settings, keys::kRSILowLevelColor, rsiLowColor);
-    SetColor(settings, keys::kMomentumZeroColor, momentumZeroColor);
-    SetColor(settings, keys::kROC100Color, roc100Color);
-    SetColor(settings, keys::kOBVZeroColor, obvZeroColor);
-    settings.SetInt(keys::kMACDShortPeriod, macdShort);
-    settings.SetInt(keys::kMACDLongPeriod, macdLong);
-    settings.SetInt(keys::kMACDCustomShortPeriod, macdCustomShort);
-    settings.SetInt(keys::kMACDCustomLongPeriod, macdCustomLong);
-    SetColor(settings, keys::kMACDSignalLineColor, macdSignalColor);
-    SetColor(settings, keys::kMACDHistogramColor, macdHistogramColor);
-    settings.SetInt(keys::kSTOFast, stoFast ? 1 : 0);
-    settings.SetInt(keys::kSTOUpperLevel, stoUpper);
-    settings.SetInt(keys::kSTOLowerLevel, stoLower);
-    SetColor(settings, keys::kSTOUpLevelColor, stoUpColor);
-    SetColor(settings, keys::kSTOLowLevelColor, stoLowColor);
-    SetColor(settings, keys::kSTODLineColor, stoDColor);
-    SetColor(settings, keys::kSTOKLineColor, stoKColor);
-    settings.SetInt(keys::kShowVolumeAverage, showVolumeAverage ? 1 : 0);
-    SetColor(settings, keys::kVolumeAverageColor, volumeAverageColor);
-    SetColor(settings, keys::kVolumeLabelColor, volumeLabelColor);
-    SetColor(settings, keys::kPositiveFlowLineColor, positiveFlowColor);
-    SetColor(settings, keys::kNegativeFlowLineColor, negativeFlowColor);
-    settings.SetInt(keys::kMFIUpperLevel, mfiUpper);
-    settings.SetInt(keys::kMFILowerLevel, mfiLower);
-    SetColor(settings, keys::kMFIUpLevelColor, mfiUpColor);
-    SetColor(settings, keys::kMFILowLevelColor, mfiLowColor);
-    SetColor(settings, keys::kPositiveDIColor, positiveDIColor);
-    SetColor(settings, keys::kNegativeDIColor, negativeDIColor);
+    for (const SIntKey& entry : kIntKeys) {
+        settings.SetInt(entry.key, this->*entry.member);
+    }
+    for (const SColorKey& entry : kColorKeys) {
+        SetColor(settings, entry.key, this->*entry.member);
+    }
+    for (const SFlagKey& entry : kFlagKeys) {
+        settings.SetInt(entry.key, this->*entry.member ? 1 : 0);
+    }
 }

@@ -121,6 +121,31 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
               "Money Flow, lookback period - 2 MF: 21000000 pos: 21000000 neg: 0");
 }
 
+TEST(StudyCharts, ValueAtEachBarInTurnIsWhatThePaneDraws) {
+    SStudySettings settings;
+    settings.periods = {4, 3, 3, 3, 3, 2, 3, 3, 3, 3};
+    settings.macdShort = 2;
+    settings.macdLong = 5;
+    const auto inputs = ZigZag(60);
+    for (int type = 0; type < kStudyTypeCount; ++type) {
+        const auto study = Filled(type, settings, *inputs);
+        for (int bar = 0; bar < 60; ++bar) {
+            // RSI numbers its argument from 1; stochastics give their %D; money flow the net.
+            const double value = study->value(type == kStudyRSI ? bar + 1 : bar);
+            double drawn = study->LineAt(type == kStudyStochastics ? 1 : 0, bar);
+            if (type == kStudyMoneyFlow) {
+                drawn -= study->LineAt(1, bar);
+            }
+            if (std::isnan(drawn)) {
+                EXPECT_TRUE(std::isnan(value)) << type << " at " << bar;
+            } else {
+                EXPECT_NEAR(value, drawn, 1e-9 * std::max(1.0, std::abs(drawn)))
+                    << type << " at " << bar;
+            }
+        }
+    }
+}
+
 TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
     SStudySettings settings;
     const auto daily = ZigZag(4);
