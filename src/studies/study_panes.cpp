@@ -140,7 +140,7 @@ bool CStudyPanes::TakeFinished() {
         return false;
     }
     m_current = std::move(job->result);
-    m_inputs = std::shared_ptr<const CStudyInputs>(m_current, &m_current->Inputs());
+    m_inputs = m_current->SharedInputs();
     return true;
 }
 
@@ -155,7 +155,7 @@ void CStudyPanes::WaitFinished() {
         std::unique_ptr<SJob> job = std::move(m_job);
         if (job->result) {
             m_current = std::move(job->result);
-            m_inputs = std::shared_ptr<const CStudyInputs>(m_current, &m_current->Inputs());
+            m_inputs = m_current->SharedInputs();
         }
     }
     ReapRetired(true);

@@ -28,6 +28,7 @@ public:
     void Compute(int threads);
 
     const CStudyInputs& Inputs() const { return *m_inputs; }
+    const std::shared_ptr<const CStudyInputs>& SharedInputs() const { return m_inputs; }
     const SUpperStudySettings& Upper() const { return m_upper; }
     const SStudySettings& Studies() const { return m_studies; }
     // Moving average `number` (1 .. 3): empty when it is not drawn.

@@ -1,15 +1,20 @@
 // The chart canvas as the view uses it: the settings' colours on every pane, the keys and the
-// wheel going through the displayed points that persist, and the pane commands surviving a
-// restart.
+// wheel going through the displayed points that persist, the pane commands surviving a restart,
+// and the read-outs of the bar under the mouse.
 
 #include "chart/ui/chart_canvas.h"
+#include "chart/ui/chart_info_tip.h"
 #include "chart/ui/chart_stack_widget.h"
 #include "core/data_types.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
+#include "studies/study_panes.h"
 
 #include <gtest/gtest.h>
+
+#include <QEventLoop>
+#include <QTimer>
 
 #include <QImage>
 #include <QKeyEvent>
@@ -150,6 +155,70 @@ TEST_F(ChartCanvasTest, PaneCommandsAndBorderDragsSurviveARestart) {
     const double stored = CSettings::Instance().GetNumber(keys::Numbered(keys::kTopOfChart, 1));
     EXPECT_NEAR(stored, 300.0 / reopened->LayoutResult().paneAreaHeight, 1e-9);
     EXPECT_EQ(Open()->LayoutResult().panes[1].top, 300);
+}
+
+} // namespace
+
+namespace {
+
+// Runs the event loop until a timer started now after the read-out's own has fired: the read-out
+// timer, started earlier and due sooner, has fired by then.
+void AfterReadOut() {
+    QEventLoop loop;
+    QTimer::singleShot(CChartCanvas::kReadOutPeriodMs * 2, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
+    CSettings::Instance().SetInt(keys::Numbered(keys::kTypeOfStudyChart, 0), kStudyRSI);
+    CSettings::Instance().SetInt(keys::kMAsShow, 1);
+    const auto canvas = Open();
+    canvas->SetStudies(std::make_unique<CStudyPanes>());
+    canvas->ComputeStudies();
+    canvas->FinishStudies();
+    std::vector<QString> statuses;
+    QObject::connect(canvas.get(), &CChartCanvas::statusText,
+                     [&](const QString& text) { statuses.push_back(text); });
+    const auto move = [&](QPointF at) {
+        QMouseEvent event(QEvent::MouseMove, at, at, Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&canvas->Stack(), &event);
+        AfterReadOut();
+    };
+
+    // The middle of the price pane: the bar of that slot in the newest 120.
+    const CChart2D& price = canvas->Stack().Pane(0);
+    const double x = price.SlotToPixelX(60.0);
+    move({x, 100.0});
+    const int bar = canvas->DrawManager().Displayed().first + 60;
+    ASSERT_EQ(canvas->CursorBar(), bar);
+    EXPECT_EQ(statuses, (std::vector<QString>{"Making Info Text...", "Ready..."}));
+    EXPECT_NE(canvas->PriceBarText().find("Daily Price: LUMA"), std::string::npos);
+    EXPECT_NE(canvas->PriceBarText().find(canvas->DrawManager().PriceBarFields(bar)[0]),
+              std::string::npos);
+    EXPECT_NE(canvas->PriceBarText().find("MA1: "), std::string::npos);
+    const std::string info = canvas->InfoText();
+    EXPECT_EQ(info, canvas->DrawManager().InfoText(bar));
+    EXPECT_NE(info.find("\nRSI: "), std::string::npos);
+    EXPECT_FALSE(canvas->InfoTip().isHidden());
+    EXPECT_EQ(canvas->InfoTip().Text().toStdString(), info);
+    // The crosshair runs through both panes; the value line only in the pane under the mouse.
+    const auto* stack = &canvas->Stack();
+    EXPECT_EQ(stack->Crosshair(0).slot, 60.0);
+    EXPECT_TRUE(stack->Crosshair(0).horizontal);
+    EXPECT_TRUE(stack->Crosshair(1).visible);
+    EXPECT_FALSE(stack->Crosshair(1).horizontal);
+
+    // The next bar: the read-outs follow without another pair of status texts.
+    move({price.SlotToPixelX(61.0), 100.0});
+    EXPECT_EQ(canvas->CursorBar(), bar + 1);
+    EXPECT_EQ(statuses.size(), 2U);
+
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(&canvas->Stack(), &leave);
+    AfterReadOut();
+    EXPECT_EQ(canvas->CursorBar(), kNoCursorBar);
+    EXPECT_TRUE(canvas->InfoTip().isHidden());
+    EXPECT_FALSE(stack->Crosshair(0).visible);
 }
 
 } // namespace

@@ -117,6 +117,8 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Pane(0).Period(), 5);
+    // The series' columns are shared by the panes and the new set; the old set is gone.
+    EXPECT_EQ(studies.Current().SharedInputs().use_count(), 2);
     sTICK now;
     sTICK then;
     ASSERT_TRUE(history.GetTick(10, now));

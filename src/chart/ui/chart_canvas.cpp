@@ -274,10 +274,13 @@ void CChartCanvas::SetCursorBar(int bar) {
 void CChartCanvas::ShowCursorReadOut() {
     if (m_cursorBar == kNoCursorBar) {
         m_infoText.clear();
-    } else {
+    } else if (m_infoText.empty()) {
+        // The status line tells when a read-out begins, not at every bar the mouse crosses.
         emit statusText(QStringLiteral("Making Info Text..."));
         m_infoText = m_draw.InfoText(m_cursorBar);
         emit statusText(QStringLiteral("Ready..."));
+    } else {
+        m_infoText = m_draw.InfoText(m_cursorBar);
     }
     // Only the label lines change: the price bar and each study pane's values.
     const SChartStyle style = ReadChartStyle(CSettings::Instance());

@@ -57,6 +57,11 @@ CChart2D& CChartStackWidget::Pane(int index) {
     return *m_panes[index];
 }
 
+const CChart2D::SCrosshair& CChartStackWidget::Crosshair(int index) const {
+    CheckIndex(index);
+    return m_panes[index]->Crosshair();
+}
+
 void CChartStackWidget::SetPaneGeometry(int index, int top, int height) {
     CheckIndex(index);
     m_slots[index].top = top;

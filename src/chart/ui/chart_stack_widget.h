@@ -53,6 +53,8 @@ public:
 
     // The chart of pane `index` (0 .. 10); another index throws CInvalidArgException.
     CChart2D& Pane(int index);
+    // The crosshair pane `index` draws now.
+    const CChart2D::SCrosshair& Crosshair(int index) const;
 
     // Places pane `index` from `top` to top + height (widget pixels) across the full width. A
     // negative height counts as 0; a pane of no height is not drawn.

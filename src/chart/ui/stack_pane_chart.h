@@ -71,6 +71,7 @@ public:
     void SetCrosshair(const SCrosshair& crosshair) override;
     // Paints the crosshair over the finished stack (from the stack's paint event).
     void PaintCrosshair(QPainter& painter) const { m_crosshair.Paint(painter); }
+    const SCrosshair& Crosshair() const { return m_crosshair.Crosshair(); }
 
 private:
     static int Slot(EAxis axis) { return axis == EAxis::Y ? 0 : 1; }
