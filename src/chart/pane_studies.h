@@ -22,6 +22,9 @@ public:
     // The series holds a new answer (or changed as a whole): computing starts over it.
     virtual void SeriesChanged(const CChartHistRequest& history, int dataType,
                                int intervalIndex) = 0;
+    // The series grew or its newest point changed (live trades): the studies are computed again
+    // over it, keeping what is drawn until then; while a computation runs, one more follows it.
+    virtual void SeriesGrew() = 0;
     // The study settings changed: they are read again and the studies computed again over the
     // series they were last given.
     virtual void SettingsChanged() = 0;

@@ -58,14 +58,27 @@ void CStudyPanes::SeriesChanged(const CChartHistRequest& history, int dataType, 
     m_history = &history;
     m_dataType = dataType;
     m_intervalIndex = intervalIndex;
-    Start(true);
+    m_growPending = false;
+    Start(true, false);
+}
+
+void CStudyPanes::SeriesGrew() {
+    if (m_history == nullptr) {
+        return;
+    }
+    if (m_job) {
+        m_growPending = true;
+        return;
+    }
+    Start(true, true);
 }
 
 void CStudyPanes::SettingsChanged() {
-    Start(false);
+    Start(false, false);
 }
 
 void CStudyPanes::Clear() {
+    m_growPending = false;
     if (m_job) {
         m_job->cancel = true;
         m_retired.push_back(std::move(m_job));
@@ -76,7 +89,7 @@ void CStudyPanes::Clear() {
                                     SStudySettings::Read(CSettings::Instance()), Context());
 }
 
-void CStudyPanes::Start(bool readSeries) {
+void CStudyPanes::Start(bool readSeries, bool keepDrawn) {
     if (m_job) {
         m_job->cancel = true;
         m_retired.push_back(std::move(m_job));
@@ -86,7 +99,7 @@ void CStudyPanes::Start(bool readSeries) {
     const SStudyContext context = Context();
     // The panes show their descriptions at once and their lines when computed. A settings
     // change that keeps the panes keeps the lines drawn until the new ones are ready.
-    if (readSeries || m_current->Studies().paneTypes != studies.paneTypes) {
+    if ((readSeries && !keepDrawn) || m_current->Studies().paneTypes != studies.paneTypes) {
         m_current =
             std::make_shared<CStudySet>(std::make_shared<CStudyInputs>(), upper, studies, context);
     }
@@ -134,14 +147,23 @@ bool CStudyPanes::TakeFinished() {
     if (!m_job || !m_job->done) {
         return false;
     }
+    return FinishJob();
+}
+
+bool CStudyPanes::FinishJob() {
     m_job->thread.join();
     std::unique_ptr<SJob> job = std::move(m_job);
-    if (!job->result) {
-        return false;
+    const bool finished = job->result != nullptr;
+    if (finished) {
+        m_current = std::move(job->result);
+        m_inputs = m_current->SharedInputs();
     }
-    m_current = std::move(job->result);
-    m_inputs = m_current->SharedInputs();
-    return true;
+    if (m_growPending) {
+        // The series grew while this was computed: once more over what it holds now.
+        m_growPending = false;
+        Start(true, true);
+    }
+    return finished;
 }
 
 bool CStudyPanes::Computing() const {
@@ -149,14 +171,8 @@ bool CStudyPanes::Computing() const {
 }
 
 void CStudyPanes::WaitFinished() {
-    if (m_job) {
-        m_job->thread.join();
-        m_job->thread = std::thread();
-        std::unique_ptr<SJob> job = std::move(m_job);
-        if (job->result) {
-            m_current = std::move(job->result);
-            m_inputs = m_current->SharedInputs();
-        }
+    while (m_job) {
+        FinishJob();
     }
     ReapRetired(true);
 }

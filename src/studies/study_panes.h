@@ -19,6 +19,7 @@ public:
     CStudyPanes& operator=(const CStudyPanes&) = delete;
 
     void SeriesChanged(const CChartHistRequest& history, int dataType, int intervalIndex) override;
+    void SeriesGrew() override;
     void SettingsChanged() override;
     void Clear() override;
     bool TakeFinished() override;
@@ -55,9 +56,13 @@ private:
     };
 
     // Reads the settings and starts a computation over the series (read afresh when
-    // `readSeries`, else the inputs of the current set).
-    void Start(bool readSeries);
+    // `readSeries`, else the inputs of the current set). A new series shows no lines until
+    // computed; a grown one keeps the lines drawn.
+    void Start(bool readSeries, bool keepDrawn);
     void ReapRetired(bool wait);
+    // Joins the running job and takes its result; starts the computation a grown series asked
+    // for meanwhile. True when a new set was taken.
+    bool FinishJob();
     SStudyContext Context() const;
 
     const CChartHistRequest* m_history = nullptr;
@@ -66,5 +71,6 @@ private:
     std::shared_ptr<const CStudyInputs> m_inputs;
     std::shared_ptr<CStudySet> m_current;
     std::unique_ptr<SJob> m_job;
+    bool m_growPending = false;
     std::vector<std::unique_ptr<SJob>> m_retired;
 };

@@ -133,6 +133,25 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Pane(1).Count(), 200);
 
+    // Live points: the lines drawn stay until the grown series is computed; growth while a
+    // computation runs is computed after it.
+    const auto append = [&](double close) {
+        sTICK bar;
+        ASSERT_TRUE(history.GetTick(history.GetLastIndex(), bar));
+        bar.time = CDateTime(bar.time.Days() + 1);
+        bar.close = close;
+        ASSERT_TRUE(history.AppendTick(bar));
+    };
+    append(150.0);
+    studies.SeriesGrew();
+    EXPECT_EQ(studies.Current().Inputs().Count(), 200);
+    EXPECT_EQ(studies.Current().Pane(0).Count(), 200);
+    append(151.0);
+    studies.SeriesGrew();
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Inputs().Count(), 202);
+    EXPECT_EQ(studies.Current().Pane(0).Count(), 202);
+
     studies.Clear();
     EXPECT_EQ(studies.Current().Inputs().Count(), 0);
     EXPECT_EQ(studies.InfoStudies(5), "\nADX: , +DI: , -DI: \nMFI: ");

@@ -1,5 +1,6 @@
 #include "app/ui/main_frame.h"
 
+#include "app/feed_status.h"
 #include "app/recent_symbols.h"
 #include "app/ui/home_ribbon.h"
 #include "app/ui/ribbon_bar.h"
@@ -12,6 +13,7 @@
 #include "core/settings.h"
 #include "core/ui/setting_sheet.h"
 #include "feed/feed_connections.h"
+#include "feed/kestrel_stream_socket.h"
 #include "feed/lookup_system_info.h"
 #include "feed/ui/symbol_search_dlg.h"
 #include "history/ui/data_settings_page.h"
@@ -39,6 +41,7 @@
 #include <QPrinter>
 #include <QStatusBar>
 #include <QTabWidget>
+#include <QTimer>
 #include <QToolButton>
 
 #include <fmt/format.h>
@@ -88,6 +91,12 @@ bool CMainFrame::Create() {
     m_chartTypePane = AddStatusPane("Chart Type", 150);
     m_connectionPane = AddStatusPane("Not Connected", 110);
     m_connectionPane->setObjectName("Connection");
+    m_feedPane = AddStatusPane("", 260);
+    m_feedPane->setObjectName("FeedState");
+    m_feedTimer = new QTimer(this);
+    m_feedTimer->setInterval(1000);
+    connect(m_feedTimer, &QTimer::timeout, this, &CMainFrame::ShowFeedState);
+    m_feedTimer->start();
 
     m_feed = MakeQtFeedConnections(*this, Prompt());
     m_view->SetFeed(m_feed.get());
@@ -452,6 +461,30 @@ void CMainFrame::OnSymbolNotFound(const std::string& line) {
     // Only logged: the status bar keeps the chart's retrieval text.
     const std::string symbol = line.size() > 2 ? line.substr(2) : std::string();
     spdlog::warn("Symbol {} has no results...", symbol);
+}
+
+void CMainFrame::ShowFeedState() {
+    SFeedState state;
+    if (m_feed != nullptr) {
+        if (const SKestrelSocketStats* level1 =
+                m_feed->ConnectionStatistics(CFeedConnections::kLevel1)) {
+            state.everConnected = level1->connectedAt != std::chrono::system_clock::time_point{};
+            state.connected = level1->IsConnected();
+        }
+    }
+    state.symbolShown = m_view != nullptr && !m_view->Symbol().empty();
+    if (state.symbolShown && m_view->LastUpdate()) {
+        state.secondsSinceUpdate =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - *m_view->LastUpdate())
+                .count();
+    }
+    const QString text = QString::fromStdString(FeedStatusText(state));
+    if (m_feedPane->text() != text) {
+        m_feedPane->setText(text);
+        if (state.everConnected && !state.connected) {
+            spdlog::warn("{}", text.toStdString());
+        }
+    }
 }
 
 void CMainFrame::OnServiceStatus(const std::string& status) {

@@ -9,6 +9,8 @@
 #include <memory>
 #include <string>
 
+class QTimer;
+
 class CChartFormView;
 class CSettingSheet;
 class CFeedConnections;
@@ -129,4 +131,8 @@ private:
     QLabel* m_symbolPane = nullptr;
     QLabel* m_chartTypePane = nullptr;
     QLabel* m_connectionPane = nullptr;
+    // The feed's state and the age of the shown symbol's last update, every second.
+    QLabel* m_feedPane = nullptr;
+    QTimer* m_feedTimer = nullptr;
+    void ShowFeedState();
 };

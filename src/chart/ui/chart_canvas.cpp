@@ -89,6 +89,13 @@ void CChartCanvas::ComputeStudies() {
     m_studyPoll.start();
 }
 
+void CChartCanvas::StudiesSeriesGrew() {
+    if (m_studies != nullptr) {
+        m_studies->SeriesGrew();
+        m_studyPoll.start();
+    }
+}
+
 void CChartCanvas::ApplyStudySettings() {
     if (m_studies != nullptr) {
         m_studies->SettingsChanged();

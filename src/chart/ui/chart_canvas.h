@@ -59,6 +59,8 @@ public:
     // The series holds a new answer: the studies compute over it and the panes follow when
     // they are done.
     void ComputeStudies();
+    // Live points arrived: the studies follow.
+    void StudiesSeriesGrew();
     // The study settings changed: the panes are laid out again and the studies recomputed.
     void ApplyStudySettings();
     // A new symbol is loading: the studies of the last one are dropped.

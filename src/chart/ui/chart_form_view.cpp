@@ -51,6 +51,7 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     }
     m_lastStatus.clear();
     const CChartLoader::EStart started = m_loader.Load(symbol, [this] { m_progressTimer.start(); });
+    m_lastUpdate.reset();
     m_canvas->ClearStudies();
     m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
     m_canvas->SetPointCount(0, true);
@@ -75,6 +76,11 @@ void CChartFormView::OnHistoryLine(const std::string& line) {
 }
 
 void CChartFormView::OnLevel1Line(const std::string& line) {
+    // "Q,<symbol>,..." or "P,<symbol>,...": an update of the shown symbol.
+    if (line.size() > Symbol().size() + 2 && (line[0] == 'Q' || line[0] == 'P') && line[1] == ',' &&
+        line.compare(2, Symbol().size(), Symbol()) == 0 && line[2 + Symbol().size()] == ',') {
+        m_lastUpdate = std::chrono::steady_clock::now();
+    }
     m_loader.OnLevel1Line(line);
 }
 
@@ -112,11 +118,30 @@ int CChartFormView::RecomputeAndShowNewest() {
     m_canvas->SetPointCount(count, true);
     m_canvas->RedrawAll();
     m_canvas->ComputeStudies();
+    sTICK newest;
+    if (m_loader.History().GetTick(count - 1, newest)) {
+        m_newest = {count, newest.high, newest.low, newest.close, newest.volume};
+    }
     return count;
 }
 
-void CChartFormView::AppendNewPoints(int /*count*/) {
+void CChartFormView::AppendNewPoints(int count) {
+    // The timer asks on every tick at the right edge; only a new point or a newest point that
+    // a trade changed is drawn again.
+    const CChartHistRequest& history = m_loader.History();
+    sTICK newest;
+    if (!history.GetTick(history.GetLastIndex(), newest)) {
+        return;
+    }
+    const SNewestPoint now{history.GetCount(), newest.high, newest.low, newest.close,
+                           newest.volume};
+    if (count == 0 && now == m_newest) {
+        return;
+    }
+    m_newest = now;
     m_canvas->RedrawAll();
+    // Live points: the studies follow the grown series.
+    m_canvas->StudiesSeriesGrew();
 }
 
 void CChartFormView::ApplyDisplaySettings() {

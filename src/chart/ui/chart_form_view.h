@@ -5,7 +5,10 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 class CChartCanvas;
@@ -51,6 +54,8 @@ public:
     void OnHistoryLine(const std::string& line);
     // A Level 1 line ('Q', 'P', 'F'): held back while loading.
     void OnLevel1Line(const std::string& line);
+    // When the last update or summary line of the shown symbol arrived; none since the load.
+    std::optional<std::chrono::steady_clock::time_point> LastUpdate() const { return m_lastUpdate; }
 
     const std::string& Symbol() const { return m_loader.Symbol(); }
     const CChartLoader& Loader() const { return m_loader; }
@@ -99,4 +104,15 @@ private:
     std::string m_lastStatus;
     CChartCanvas* m_canvas = nullptr;
     QLabel* m_notice = nullptr;
+    std::optional<std::chrono::steady_clock::time_point> m_lastUpdate;
+    // The newest point as last drawn: a live trade changes it or adds one after it.
+    struct SNewestPoint {
+        int count = 0;
+        double high = 0.0;
+        double low = 0.0;
+        double close = 0.0;
+        std::int64_t volume = 0;
+        bool operator==(const SNewestPoint&) const = default;
+    };
+    SNewestPoint m_newest;
 };
