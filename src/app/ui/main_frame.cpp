@@ -482,6 +482,8 @@ void CMainFrame::ShowFeedState() {
     if (m_feedPane->text() != text) {
         m_feedPane->setText(text);
         if (state.everConnected && !state.connected) {
+            // The service's last statistics line no longer holds.
+            m_connectionPane->setText(QStringLiteral("Not Connected"));
             spdlog::warn("{}", text.toStdString());
         }
     }
