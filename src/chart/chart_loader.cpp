@@ -50,12 +50,11 @@ std::string DataTypeText(int dataType, int intervalIndex) {
 
 } // namespace
 
-CChartLoader::CChartLoader(CChartHistRequest& history) : m_history(history), m_parser(history) {
+CChartLoader::CChartLoader(CChartHistRequest& history)
+    : m_history(history), m_parser(history), m_updater(history) {
     m_history.SetChartAlive(true);
-    // Trades held back while loading reach the series through the live path, which extends
-    // the newest bar or adds ticks; until it exists they are only logged.
-    m_parser.SetLiveTradeHandler(
-        [](const std::string& line) { spdlog::debug("Level 1 line after the history: {}", line); });
+    // Trades held back while loading reach the series through the same path as later ones.
+    m_parser.SetLiveTradeHandler([this](const std::string& line) { ApplyLevel1(line); });
 }
 
 CChartLoader::~CChartLoader() {
@@ -64,6 +63,7 @@ CChartLoader::~CChartLoader() {
 
 void CChartLoader::LoadSettings() {
     m_settings.Load(CSettings::Instance());
+    m_updater.SetExchangeFormat(m_settings.useExchangeFormat);
 }
 
 void CChartLoader::Leave() {
@@ -86,6 +86,8 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     // A new request empties the series.
     m_history.Clear();
     m_parser.HeldLevel1Lines().clear();
+    m_updater.Reset();
+    m_updater.SetExchangeFormat(m_settings.useExchangeFormat);
     m_symbol = symbol;
     m_answerError.clear();
     m_answerEnded = false;
@@ -154,10 +156,21 @@ void CChartLoader::OnHistoryLine(const std::string& line) {
 }
 
 void CChartLoader::OnLevel1Line(const std::string& line) {
-    m_parser.HoldLevel1LineWhileLoading(line);
-    if (!line.empty() && line[0] == 'F') {
-        // The symbol's fundamentals size the price labels (throws for a short line).
-        ApplyFundamentalPriceWidth(m_history, line, m_settings.useExchangeFormat);
+    if (m_parser.HoldLevel1LineWhileLoading(line)) {
+        if (!line.empty() && line[0] == 'F') {
+            // The symbol's fundamentals size the price labels at once.
+            ApplyLevel1(line);
+        }
+        return;
+    }
+    ApplyLevel1(line);
+}
+
+void CChartLoader::ApplyLevel1(const std::string& line) {
+    const std::uint64_t dropped = m_updater.DroppedLines();
+    m_updater.Apply(line);
+    if (m_updater.DroppedLines() != dropped) {
+        spdlog::debug("Level 1 line dropped ({}): {}", m_updater.LastDropReason(), line);
     }
 }
 

@@ -6,6 +6,7 @@
 // and the window, the export mode its own event loop.
 
 #include "chart/chart_progress.h"
+#include "chart/live_updater.h"
 #include "history/history_parser.h"
 #include "history/request_settings.h"
 
@@ -65,9 +66,10 @@ public:
     // A lookup line beginning with "Loo" (the answer to a history command). Malformed lines
     // throw CInvalidArgException (records appended before stay).
     void OnHistoryLine(const std::string& line);
-    // A Level 1 line: held back while the history is loading, replayed at its end. A
-    // fundamental ('F') line also sets the price text width; one too short for it throws
-    // CInvalidArgException after the line was held.
+    // A Level 1 line: held back while the history is loading and replayed at its end through
+    // the live updater; once the history is complete it goes to the updater at once. A
+    // fundamental ('F') line sets the price text width even while loading. Short or malformed
+    // lines are dropped and logged.
     void OnLevel1Line(const std::string& line);
 
     // One tick of the progress timer: the status text and what the view redraws.
@@ -87,11 +89,21 @@ public:
     SChartSummary Summary() const;
     const std::deque<std::string>& HeldLevel1Lines() const { return m_parser.HeldLevel1Lines(); }
 
+    // Trade lines that changed the series since the loader was made.
+    std::uint64_t AppliedTradeLines() const { return m_updater.AppliedTradeLines(); }
+    // When a live trade last changed the series (steady clock); none before the first.
+    std::optional<std::chrono::steady_clock::time_point> LastLiveUpdate() const {
+        return m_updater.LastUpdate();
+    }
+
 private:
+    void ApplyLevel1(const std::string& line);
+
     CChartHistRequest& m_history;
     IHistoryFeed* m_feed = nullptr;
     SRequestSettings m_settings;
     CHistoryResponseParser m_parser;
+    CLevel1Updater m_updater;
     CHistoryProgress m_progress;
     std::string m_symbol;
     int m_dataType = 0;

@@ -1,0 +1,424 @@
+#include "chart/live_updater.h"
+
+#include "base/datetime.h"
+#include "base/fields.h"
+#include "history/chart_hist_request.h"
+#include "history/history_request.h"
+#include "history/tick.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fmt/format.h>
+
+namespace {
+
+// Decimal conversions in the manner of atof, strtoul and _atoi64: leading blanks and a plus sign
+// are skipped, the number ends at the first character that does not belong to it, and text
+// without a number gives 0.
+std::string_view NumberStart(std::string_view text) {
+    std::size_t i = 0;
+    while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) {
+        ++i;
+    }
+    if (i < text.size() && text[i] == '+') {
+        ++i;
+    }
+    return text.substr(i);
+}
+
+double ToDouble(std::string_view text) {
+    double value = 0.0;
+    const std::string_view number = NumberStart(text);
+    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
+    return result.ec == std::errc() ? value : 0.0;
+}
+
+std::int64_t ToInt64(std::string_view text) {
+    std::int64_t value = 0;
+    const std::string_view number = NumberStart(text);
+    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
+    return result.ec == std::errc() ? value : 0;
+}
+
+// strtoul's 32-bit result: a leading minus sign is taken modulo 2^32.
+std::uint32_t ToUnsigned32(std::string_view text) {
+    return static_cast<std::uint32_t>(ToInt64(text));
+}
+
+// `length` digits at `position`; -1 when they are not all there.
+int Digits(std::string_view text, std::size_t position, std::size_t length) {
+    if (position + length > text.size()) {
+        return -1;
+    }
+    int value = 0;
+    for (std::size_t i = position; i < position + length; ++i) {
+        const unsigned digit = static_cast<unsigned char>(text[i]) - static_cast<unsigned>('0');
+        if (digit > 9) {
+            return -1;
+        }
+        value = value * 10 + static_cast<int>(digit);
+    }
+    return value;
+}
+
+// A date text with its '/' characters removed, read as a decimal number (MMDDYYYY).
+std::int64_t SlashlessValue(std::string_view text) {
+    std::string digits;
+    for (const char c : text) {
+        if (c != '/') {
+            digits += c;
+        }
+    }
+    return ToInt64(digits);
+}
+
+std::string SlashDate(const SDateTimeFields& f) {
+    return fmt::format("{:02}/{:02}/{:04}", f.month, f.day, f.year);
+}
+
+bool IsLiveKind(const SHistoryParameters& params) {
+    switch (params.requestKind) {
+    case kTicksDatapoints:
+    case kTicksDays:
+    case kTicksDateRange:
+    case kIntervalsDatapoints:
+    case kIntervalsDays:
+    case kIntervalsDateRange:
+    case kDaysDatapoints:
+        return true;
+    case kDaysDateRange:
+        return params.endDate == -1;
+    default:
+        return false;
+    }
+}
+
+bool IsTickKind(std::uint32_t kind) {
+    return kind <= kTicksDateRange;
+}
+bool IsIntervalKind(std::uint32_t kind) {
+    return kind >= kIntervalsDatapoints && kind <= kIntervalsDateRange;
+}
+
+// The day whose trades a record holds: an interval bar is labelled with the end of its period,
+// so a bar labelled 00:00:00 holds the trades of the day before.
+bool TradingDayOf(const sTICK& record, std::uint32_t kind, SDateTimeFields& out) {
+    CDateTime time = record.time;
+    if (IsIntervalKind(kind) && time.IsValid()) {
+        time = CDateTime(time.Days() - 1.0 / 86400.0);
+    }
+    return time.IsValid() && time.GetFields(out);
+}
+
+} // namespace
+
+CLevel1Updater::CLevel1Updater(CChartHistRequest& history) : m_history(history) {}
+
+void CLevel1Updater::Reset() {
+    m_caughtUp = false;
+}
+
+bool CLevel1Updater::Drop(std::string reason) {
+    ++m_dropped;
+    m_dropReason = std::move(reason);
+    return false;
+}
+
+bool CLevel1Updater::Apply(const std::string& line) {
+    if (line.empty()) {
+        return Drop("an empty Level 1 line");
+    }
+    const char letter = line.front();
+    if (letter != 'Q' && letter != 'P' && letter != 'F') {
+        return false;
+    }
+    SplitFields(line, m_fields);
+    if (letter == 'F') {
+        return ApplyFundamental();
+    }
+    if (!m_history.IsHistoryComplete()) {
+        return false;
+    }
+    const SHistoryParameters params = m_history.GetParameters();
+    if (!IsLiveKind(params)) {
+        return false;
+    }
+    if (m_fields.size() <= static_cast<std::size_t>(level1::kSymbol)) {
+        return Drop(fmt::format("an update line of {} fields has no symbol", m_fields.size()));
+    }
+    if (m_fields[level1::kSymbol] != params.symbol) {
+        return false; // a late line of a symbol shown before
+    }
+
+    STrade trade;
+    trade.summary = letter == 'P';
+    if (!ReadTrade(m_history.AreExtendedTradesAccepted(), trade)) {
+        return false;
+    }
+    const std::uint32_t kind = params.requestKind;
+    if (!PassesTimeFilter(trade, kind)) {
+        return false;
+    }
+
+    sTICK newest;
+    const bool hasNewest = m_history.GetTick(m_history.GetLastIndex(), newest);
+    if (hasNewest) {
+        if (trade.summary) {
+            const CDateTime time = CDateTime::FromFields(trade.year, trade.month, trade.day,
+                                                         trade.hour, trade.minute, trade.second);
+            const bool later = time > newest.time ||
+                               (time == newest.time && trade.microseconds > newest.microseconds);
+            if (!later) {
+                return false;
+            }
+        }
+        if (!m_caughtUp && AlreadyInHistory(trade, newest, kind)) {
+            return false;
+        }
+    }
+    m_caughtUp = true;
+
+    bool changed = false;
+    if (IsTickKind(kind)) {
+        changed = ApplyTick(trade);
+    } else if (IsIntervalKind(kind)) {
+        if (params.interval <= 0) {
+            return Drop(fmt::format("an interval request of {} seconds", params.interval));
+        }
+        changed = ApplyInterval(trade, newest, params.interval);
+    } else {
+        changed = ApplyDaySummary(trade, hasNewest ? newest : sTICK{});
+    }
+    if (changed) {
+        ++m_appliedTrades;
+        m_lastUpdate = std::chrono::steady_clock::now();
+    }
+    return changed;
+}
+
+bool CLevel1Updater::ApplyFundamental() {
+    const std::size_t position = m_exchangeFormat ? 30 : 31;
+    if (m_fields.size() <= position) {
+        return Drop(fmt::format("a fundamental line of {} fields has no field {}", m_fields.size(),
+                                position));
+    }
+    const int value = DecimalValue(m_fields[position]);
+    m_history.SetPriceTextWidth(m_exchangeFormat ? value : value + 10);
+    return false;
+}
+
+bool CLevel1Updater::ReadTrade(bool extended, STrade& trade) {
+    if (m_fields.size() <= static_cast<std::size_t>(level1::kMessageContents)) {
+        return Drop(
+            fmt::format("an update line of {} fields has no message contents", m_fields.size()));
+    }
+    const std::string_view contents = m_fields[level1::kMessageContents];
+    trade.counted = contents.find('C') != std::string_view::npos;
+    const bool other = contents.find_first_of("EO") != std::string_view::npos;
+    if (!trade.counted && !(extended && other)) {
+        return false; // bid and ask, or a trade of a kind not followed
+    }
+
+    std::string_view time = m_fields[level1::kTradeTime];
+    while (!time.empty() && std::string_view("tTbao").find(time.back()) != std::string_view::npos) {
+        time.remove_suffix(1);
+    }
+    trade.hour = Digits(time, 0, 2);
+    trade.minute = Digits(time, 3, 2);
+    trade.second = Digits(time, 6, 2);
+    if (trade.hour < 0 || trade.minute < 0 || trade.second < 0) {
+        return Drop(
+            fmt::format("a trade time \"{}\" is not HH:MM:SS", m_fields[level1::kTradeTime]));
+    }
+    if (time.size() > 9 && time[8] == '.') {
+        std::int32_t micros = 0;
+        std::size_t digits = 0;
+        for (std::size_t i = 9; i < time.size() && digits < 6; ++i, ++digits) {
+            const unsigned digit = static_cast<unsigned char>(time[i]) - static_cast<unsigned>('0');
+            if (digit > 9) {
+                break;
+            }
+            micros = micros * 10 + static_cast<std::int32_t>(digit);
+        }
+        for (; digits < 6; ++digits) {
+            micros *= 10;
+        }
+        trade.microseconds = micros;
+    }
+
+    trade.dateText = m_fields[level1::kTradeDate].substr(0, 10);
+    trade.month = Digits(trade.dateText, 0, 2);
+    trade.day = Digits(trade.dateText, 3, 2);
+    trade.year = Digits(trade.dateText, 6, 4);
+    trade.dateValid = CDateTime::FromFields(trade.year, trade.month, trade.day, 0, 0, 0).IsValid();
+
+    trade.price = ToDouble(m_fields[level1::kTrade]);
+    trade.size = ToUnsigned32(m_fields[level1::kTradeSize]);
+    trade.totalVolume = ToInt64(m_fields[level1::kTotalVolume]);
+    trade.high = ToDouble(m_fields[level1::kHigh]);
+    trade.low = ToDouble(m_fields[level1::kLow]);
+    trade.open = ToDouble(m_fields[level1::kOpen]);
+    trade.openInterest = ToUnsigned32(m_fields[level1::kOpenInterest]);
+    return true;
+}
+
+bool CLevel1Updater::PassesTimeFilter(const STrade& trade, std::uint32_t kind) const {
+    // Requests by datapoints are not filtered on either side; requests by days are filtered
+    // by the feed, and date ranges by the feed and the series.
+    if (kind != kTicksDays && kind != kTicksDateRange && kind != kIntervalsDays &&
+        kind != kIntervalsDateRange) {
+        return true;
+    }
+    const SHistoryParameters params = m_history.GetParameters();
+    const std::int64_t hhmmss = trade.hour * 10000 + trade.minute * 100 + trade.second;
+    if (params.endFilterTime >= 0) {
+        if (hhmmss > params.endFilterTime ||
+            (params.beginFilterTime >= 0 && hhmmss < params.beginFilterTime)) {
+            return false;
+        }
+    }
+    if ((kind == kTicksDateRange || kind == kIntervalsDateRange) && params.beginDate > 0 &&
+        params.endDate > 0) {
+        const std::int64_t value = std::int64_t{trade.year} * 10'000'000'000 +
+                                   std::int64_t{trade.month} * 100'000'000 +
+                                   std::int64_t{trade.day} * 1'000'000 + hhmmss;
+        const std::int64_t begin = std::int64_t{params.beginDate} * 1'000'000 + params.beginTime;
+        const std::int64_t end = std::int64_t{params.endDate} * 1'000'000 + params.endTime;
+        if (value < begin || value > end) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CLevel1Updater::AlreadyInHistory(const STrade& trade, const sTICK& newest,
+                                      std::uint32_t kind) const {
+    // Until the first trade beyond it, a trade of the newest record's day whose total volume
+    // is not beyond the record's was counted in the history answer already: the feed answered
+    // the request a little later than it released its last live trades.
+    SDateTimeFields day;
+    if (!trade.dateValid || !TradingDayOf(newest, kind, day) || day.year != trade.year ||
+        day.month != trade.month || day.day != trade.day) {
+        return false;
+    }
+    return trade.totalVolume <= newest.volume;
+}
+
+bool CLevel1Updater::ApplyTick(const STrade& trade) {
+    sTICK tick;
+    tick.time = CDateTime::FromFields(trade.year, trade.month, trade.day, trade.hour, trade.minute,
+                                      trade.second);
+    tick.microseconds = trade.microseconds;
+    tick.high = trade.price;
+    tick.low = trade.price;
+    tick.close = trade.price;
+    tick.size = trade.size;
+    tick.volume = trade.totalVolume;
+    const auto optional = [&](int position) {
+        return m_fields.size() > static_cast<std::size_t>(position) ? m_fields[position]
+                                                                    : std::string_view();
+    };
+    tick.bid = ToDouble(optional(level1::kBid));
+    tick.ask = ToDouble(optional(level1::kAsk));
+    tick.tickId = ToUnsigned32(optional(level1::kTickId));
+    tick.aggressor = static_cast<std::uint8_t>(ToInt64(optional(level1::kAggressor)));
+    tick.dayCode = static_cast<std::uint8_t>(ToInt64(optional(level1::kDayCode)));
+    if (!tick.time.IsValid()) {
+        return Drop(fmt::format("a trade date \"{}\" is no calendar date", trade.dateText));
+    }
+    return m_history.AppendTick(tick);
+}
+
+int CLevel1Updater::CompareWithNewest(const STrade& trade, const sTICK& newest) const {
+    SDateTimeFields bar;
+    const bool barValid = newest.time.IsValid() && newest.time.GetFields(bar);
+    const std::string barDate = barValid ? SlashDate(bar) : std::string();
+    const int barSeconds = barValid ? bar.hour * 3600 + bar.minute * 60 + bar.second : 0;
+    const int tradeSeconds = trade.hour * 3600 + trade.minute * 60 + trade.second;
+    if (trade.dateValid && barValid && trade.dateText == barDate && tradeSeconds >= barSeconds) {
+        return 1;
+    }
+    // Kept as MMDDYYYY numbers on purpose: a first trade of January compares below a bar of
+    // December and extends it.
+    return SlashlessValue(trade.dateText) > SlashlessValue(barDate) ? 2 : 0;
+}
+
+bool CLevel1Updater::ApplyInterval(const STrade& trade, const sTICK& newest, int interval) {
+    const bool hasNewest = m_history.GetCount() > 0;
+    bool startNew = !hasNewest;
+    CDateTime label;
+    if (trade.dateValid) {
+        // Bars are labelled with the end of their period: a trade at 09:30:00 of a one-minute
+        // chart belongs to the bar of 09:31:00, one at 23:59:30 to 00:00:00 of the next day.
+        const int seconds = trade.hour * 3600 + trade.minute * 60 + trade.second;
+        const std::int64_t end = (std::int64_t{seconds} / interval + 1) * interval;
+        const std::int64_t dayNumber =
+            CDateTime::DayNumber(trade.year, trade.month, trade.day) + end / 86400;
+        const int within = static_cast<int>(end % 86400);
+        SDateTimeFields date;
+        CDateTime(static_cast<double>(dayNumber)).GetFields(date);
+        label = CDateTime::FromFields(date.year, date.month, date.day, within / 3600,
+                                      within / 60 % 60, within % 60);
+    } else {
+        label.SetStatus(CDateTime::Status::Invalid);
+    }
+    if (hasNewest) {
+        const int place = CompareWithNewest(trade, newest);
+        startNew = place == 2 || (place == 1 && label > newest.time);
+    }
+    if (startNew) {
+        sTICK bar;
+        bar.time = label;
+        bar.open = trade.price;
+        bar.high = trade.price;
+        bar.low = trade.price;
+        bar.close = trade.price;
+        bar.size = trade.size;
+        bar.volume = trade.totalVolume;
+        if (!label.IsValid()) {
+            return Drop(fmt::format("a trade date \"{}\" is no calendar date", trade.dateText));
+        }
+        return m_history.AppendTick(bar);
+    }
+    sTICK bar = newest;
+    bar.high = std::max(bar.high, trade.price);
+    bar.low = std::min(bar.low, trade.price);
+    bar.close = trade.price;
+    bar.size += trade.size;
+    bar.volume = trade.totalVolume;
+    m_history.ReplaceTick(m_history.GetLastIndex(), bar);
+    return true;
+}
+
+bool CLevel1Updater::ApplyDaySummary(const STrade& trade, const sTICK& newest) {
+    const bool hasNewest = m_history.GetCount() > 0;
+    const bool startNew = !hasNewest || CompareWithNewest(trade, newest) == 2;
+    sTICK bar = startNew ? sTICK{} : newest;
+    if (startNew) {
+        bar.time = CDateTime::FromFields(trade.year, trade.month, trade.day, 0, 0, 0);
+        if (!bar.time.IsValid()) {
+            return Drop(fmt::format("a trade date \"{}\" is no calendar date", trade.dateText));
+        }
+        bar.dayCode = static_cast<std::uint8_t>(trade.day);
+        bar.open = bar.high = bar.low = bar.close = trade.price;
+    }
+    if (trade.counted) {
+        bar.high = trade.high;
+        bar.low = trade.low;
+        bar.open = trade.open;
+        bar.close = trade.price;
+        if (bar.high == 0.0 && bar.low == 0.0 && bar.open == 0.0 && trade.price != 0.0) {
+            bar.high = bar.low = bar.open = trade.price;
+        }
+    } else {
+        bar.high = std::max(bar.high, trade.price);
+        bar.low = std::min(bar.low, trade.price);
+    }
+    bar.volume = trade.totalVolume;
+    bar.openInterest = trade.openInterest;
+    if (startNew) {
+        return m_history.AppendTick(bar);
+    }
+    m_history.ReplaceTick(m_history.GetLastIndex(), bar);
+    return true;
+}

@@ -1,0 +1,288 @@
+// The live updater against the real portico: a chart loads its history, takes the Level 1 lines
+// that arrive meanwhile and afterwards, and what it built live must equal what a fresh history
+// request returns for the same points.
+
+#include "base/fields.h"
+#include "chart/chart_loader.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
+#include "deadline.h"
+#include "feed/feed_connections.h"
+#include "feed/history_feed.h"
+#include "history/chart_hist_request.h"
+#include "history/history_parser.h"
+#include "line_client.h"
+#include "portico_process.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace skychart::test {
+namespace {
+
+// The frame's two connections as the loader sees them: real clients of portico.
+class LiveFeed : public IHistoryFeed {
+public:
+    LiveFeed(int lookupPort, int level1Port) {
+        EXPECT_TRUE(m_lookup.connect(lookupPort));
+        EXPECT_TRUE(m_level1.connect(level1Port));
+        m_level1.send("S,SELECT UPDATE FIELDS," + CFeedConnections::UpdateFieldList() + "\n");
+        EXPECT_TRUE(m_level1.readLineStartingWith("S,CURRENT UPDATE FIELDS").has_value());
+    }
+    int WatchSymbol(const std::string& symbol) override {
+        return m_level1.send("w" + symbol + "\n") ? 1 : 0;
+    }
+    void UnwatchSymbol(const std::string& symbol) override { m_level1.send("r" + symbol + "\n"); }
+    bool SendHistoryCommand(const std::string& line) override { return m_lookup.send(line); }
+
+    // The answer up to its end marker; the Level 1 lines that came meanwhile are handed over
+    // before the end marker, so the loader holds them and replays them at the end.
+    void Load(CChartLoader& loader) {
+        while (std::optional<std::string> line = m_lookup.readLine(60s)) {
+            if (line->find("!ENDMSG!") != std::string::npos) {
+                const auto until = std::chrono::steady_clock::now() + 300ms;
+                while (std::optional<std::string> update = m_level1.readLine(50ms)) {
+                    Hand(loader, *update);
+                    if (std::chrono::steady_clock::now() > until) {
+                        break;
+                    }
+                }
+                loader.OnHistoryLine(*line);
+                return;
+            }
+            loader.OnHistoryLine(*line);
+        }
+        ADD_FAILURE() << "no end of the history answer";
+    }
+
+    // Level 1 lines until `done` says so (checked at every line) or a minute passes.
+    template <typename Done> void Follow(CChartLoader& loader, Done done) {
+        const auto deadline = std::chrono::steady_clock::now() + 60s;
+        while (!done()) {
+            std::optional<std::string> line =
+                m_level1.readLine(std::chrono::milliseconds(RemainingMs(deadline)));
+            if (!line) {
+                ADD_FAILURE() << "the live lines stopped before the test was done";
+                return;
+            }
+            if (line->starts_with("T,") && line->size() >= 17) {
+                clock = std::stoi(line->substr(11, 2) + line->substr(14, 2) + line->substr(17, 2));
+            }
+            Hand(loader, *line);
+        }
+    }
+
+    int trades = 0; // 'Q' lines with "C" seen
+    int clock = 0;  // hhmmss of the newest time line
+
+private:
+    void Hand(CChartLoader& loader, const std::string& line) {
+        // The frame hands only update, summary and fundamental lines to the chart.
+        if (line.empty() || (line[0] != 'Q' && line[0] != 'P' && line[0] != 'F')) {
+            return;
+        }
+        const std::vector<std::string> fields = SplitAtCommas(line);
+        if (line[0] == 'Q' && fields.size() > 21 && fields[21].find('C') != std::string::npos) {
+            ++trades;
+        }
+        loader.OnLevel1Line(line);
+    }
+
+    LineClient m_lookup;
+    LineClient m_level1;
+};
+
+struct SCase {
+    const char* symbol;
+    const char* start;
+    const char* rate;
+    int dataType;
+    int kind;
+};
+
+// Portico, the settings of one request kind, a loaded chart following live.
+class LiveChart {
+public:
+    explicit LiveChart(const SCase& c) : portico(PORTICO_EXECUTABLE), loader(history) {
+        EXPECT_TRUE(portico.start({"--start-time", c.start, "--clock-rate", c.rate}));
+        CSettings& settings = CSettings::Instance();
+        settings.Reset();
+        settings.RegisterAll(AllSettingKeys());
+        settings.SetText(keys::kCurrentSymbol, c.symbol);
+        settings.SetInt(keys::kRequestDataType, c.dataType);
+        settings.SetInt(keys::kRequestIntervalIndex, c.kind == 5 ? 4 : 0);
+        std::vector<std::string> kinds = {"0", "3", "6", "8", "9"};
+        kinds[static_cast<std::size_t>(c.dataType)] = std::to_string(c.kind);
+        settings.SetText(keys::kRequestRecentType, JoinFields(kinds));
+        settings.SetText(keys::kRequestDatapoints, "5000,500,20,20,20");
+        settings.SetText(keys::kRequestDays, "1,1,1,1,1");
+        settings.SetText(keys::kRequestFilterOn, "false,false,false,false,false");
+        settings.SetText(keys::kRequestEnableExtendedTrades, "false,false,false,false,false");
+        const std::string day = std::string(c.start).substr(0, 4) +
+                                std::string(c.start).substr(5, 2) +
+                                std::string(c.start).substr(8, 2);
+        settings.SetText(keys::kRequestBeginDate, JoinFields({day, day, day, day, day}));
+        settings.SetText(keys::kRequestEndDate, JoinFields({day, day, day, day, day}));
+        settings.SetText(keys::kRequestBeginTime, "000000,000000,000000,000000,000000");
+        settings.SetText(keys::kRequestEndTime, "235959,235959,235959,235959,235959");
+        feed = std::make_unique<LiveFeed>(portico.lookupPort(), portico.level1Port());
+        loader.SetFeed(feed.get());
+        loader.LoadSettings();
+        EXPECT_EQ(loader.Load(c.symbol), CChartLoader::EStart::Sent);
+        feed->Load(loader);
+        EXPECT_FALSE(loader.Loading());
+        loaded = history.GetCount();
+    }
+    ~LiveChart() { CSettings::Instance().Reset(); }
+
+    // A fresh answer to `command`, parsed as answer lines of `kind`.
+    std::vector<sTICK> Fresh(const std::string& command, const std::string& id) {
+        CChartHistRequest fresh;
+        CHistoryResponseParser parser(fresh);
+        for (const std::string& line : LookupAnswer(portico.lookupPort(), command, id)) {
+            parser.OnHistoryLine(line);
+        }
+        std::vector<sTICK> out(static_cast<std::size_t>(fresh.GetCount()));
+        for (int i = 0; i < fresh.GetCount(); ++i) {
+            fresh.GetTick(i, out[static_cast<std::size_t>(i)]);
+        }
+        return out;
+    }
+    std::vector<sTICK> Series() const {
+        std::vector<sTICK> out(static_cast<std::size_t>(history.GetCount()));
+        for (int i = 0; i < history.GetCount(); ++i) {
+            history.GetTick(i, out[static_cast<std::size_t>(i)]);
+        }
+        return out;
+    }
+
+    PorticoProcess portico;
+    CChartHistRequest history;
+    CChartLoader loader;
+    std::unique_ptr<LiveFeed> feed;
+    int loaded = 0;
+};
+
+void ExpectSameBar(const sTICK& live, const sTICK& fresh, const std::string& what) {
+    EXPECT_EQ(live.open, fresh.open) << what;
+    EXPECT_EQ(live.high, fresh.high) << what;
+    EXPECT_EQ(live.low, fresh.low) << what;
+    EXPECT_EQ(live.close, fresh.close) << what;
+    EXPECT_EQ(live.volume, fresh.volume) << what;
+    EXPECT_EQ(live.size, fresh.size) << what;
+}
+
+std::string TimeText(const sTICK& point) {
+    SDateTimeFields f;
+    point.time.GetFields(f);
+    return std::to_string(f.year * 10000 + f.month * 100 + f.day) + " " +
+           std::to_string(f.hour * 10000 + f.minute * 100 + f.second);
+}
+
+TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeats) {
+    LiveChart chart({"AURX", "2024-03-05 12:00:00", "60", 0, 0});
+    chart.feed->Follow(chart.loader, [&] { return chart.loader.AppliedTradeLines() >= 60; });
+    const std::vector<sTICK> series = chart.Series();
+    ASSERT_GT(static_cast<int>(series.size()), chart.loaded);
+
+    std::map<std::uint32_t, sTICK> fresh;
+    for (const sTICK& tick : chart.Fresh("HTX,AURX,5000,1,Lookup0", "Lookup0")) {
+        fresh[tick.tickId] = tick;
+    }
+    std::set<std::uint32_t> ids;
+    for (const sTICK& tick : series) {
+        EXPECT_TRUE(ids.insert(tick.tickId).second) << "tick " << tick.tickId << " twice";
+        const auto found = fresh.find(tick.tickId);
+        if (found == fresh.end()) {
+            continue; // older than the fresh answer reaches
+        }
+        const std::string what = "tick " + std::to_string(tick.tickId);
+        EXPECT_EQ(tick.time, found->second.time) << what;
+        EXPECT_EQ(tick.microseconds, found->second.microseconds) << what;
+        EXPECT_EQ(tick.close, found->second.close) << what;
+        EXPECT_EQ(tick.size, found->second.size) << what;
+        EXPECT_EQ(tick.volume, found->second.volume) << what;
+        EXPECT_EQ(tick.bid, found->second.bid) << what;
+        EXPECT_EQ(tick.ask, found->second.ask) << what;
+    }
+    // No gap: every tick the feed had up to the newest one followed is in the series.
+    const std::uint32_t newest = series.back().tickId;
+    for (auto it = fresh.lower_bound(series[static_cast<std::size_t>(chart.loaded) - 1].tickId);
+         it != fresh.end() && it->first <= newest; ++it) {
+        EXPECT_TRUE(ids.contains(it->first)) << "tick " << it->first << " is missing";
+    }
+}
+
+TEST(LiveFromPortico, OneMinuteBarsBuiltLiveEqualAFreshHistory) {
+    // A token trades every minute of the day; the clock runs a minute a second.
+    LiveChart chart({"AURX", "2024-03-05 12:00:00", "60", 1, 3});
+    chart.feed->Follow(chart.loader, [&] { return chart.history.GetCount() >= chart.loaded + 4; });
+    const std::vector<sTICK> series = chart.Series();
+    std::map<double, sTICK> fresh;
+    for (const sTICK& bar : chart.Fresh("HIX,AURX,60,500,1,Lookup3,,s,0", "Lookup3")) {
+        fresh[bar.time.Days()] = bar;
+    }
+    int compared = 0;
+    // Every completed bar from the one that was newest when the history came.
+    for (std::size_t i = static_cast<std::size_t>(chart.loaded) - 1; i + 1 < series.size(); ++i) {
+        const auto found = fresh.find(series[i].time.Days());
+        ASSERT_NE(found, fresh.end()) << "no fresh bar at " << TimeText(series[i]);
+        ExpectSameBar(series[i], found->second, "bar " + TimeText(series[i]));
+        ++compared;
+    }
+    EXPECT_GE(compared, 4);
+    EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
+}
+
+TEST(LiveFromPortico, FiveMinuteBarsOfADateRangeEqualAFreshHistory) {
+    LiveChart chart({"AURX", "2024-03-05 12:03:00", "120", 1, 5});
+    chart.feed->Follow(chart.loader, [&] { return chart.history.GetCount() >= chart.loaded + 2; });
+    const std::vector<sTICK> series = chart.Series();
+    std::map<double, sTICK> fresh;
+    for (const sTICK& bar : chart.Fresh(
+             "HIT,AURX,300,20240305 000000,20240305 235959,5000000,,,1,Lookup5,,s,0", "Lookup5")) {
+        fresh[bar.time.Days()] = bar;
+    }
+    for (std::size_t i = static_cast<std::size_t>(chart.loaded) - 1; i + 1 < series.size(); ++i) {
+        const auto found = fresh.find(series[i].time.Days());
+        ASSERT_NE(found, fresh.end()) << "no fresh bar at " << TimeText(series[i]);
+        ExpectSameBar(series[i], found->second, "bar " + TimeText(series[i]));
+    }
+}
+
+TEST(LiveFromPortico, TheDayBarFollowsTheDaySummaryAndWeeksStayAsLoaded) {
+    {
+        // A future pauses from 17:00 to 18:00: once the clock is past 17:00 the day is final.
+        LiveChart chart({"@NGI#", "2024-03-05 16:57:00", "60", 2, 6});
+        chart.feed->Follow(chart.loader, [&] { return chart.feed->clock >= 170030; });
+        EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
+        EXPECT_EQ(chart.history.GetCount(), chart.loaded);
+        const std::vector<sTICK> fresh = chart.Fresh("HDX,@NGI#,5,1,Lookup6", "Lookup6");
+        ASSERT_FALSE(fresh.empty());
+        const sTICK live = chart.Series().back();
+        EXPECT_EQ(live.time, fresh.back().time);
+        EXPECT_EQ(live.open, fresh.back().open);
+        EXPECT_EQ(live.high, fresh.back().high);
+        EXPECT_EQ(live.low, fresh.back().low);
+        EXPECT_EQ(live.close, fresh.back().close);
+        EXPECT_EQ(live.volume, fresh.back().volume);
+        EXPECT_EQ(live.openInterest, fresh.back().openInterest);
+    }
+    {
+        LiveChart chart({"AURX", "2024-03-05 12:00:00", "60", 3, 8});
+        const std::vector<sTICK> before = chart.Series();
+        chart.feed->Follow(chart.loader, [&] { return chart.feed->trades >= 30; });
+        EXPECT_EQ(chart.loader.AppliedTradeLines(), 0U);
+        const std::vector<sTICK> after = chart.Series();
+        ASSERT_EQ(after.size(), before.size());
+        ASSERT_FALSE(after.empty());
+        ExpectSameBar(after.back(), before.back(), "the newest week");
+    }
+}
+
+} // namespace
+} // namespace skychart::test
