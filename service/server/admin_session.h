@@ -1,6 +1,7 @@
 #pragma once
 
-// An admin connection: receives the service statistics line on connect and every second.
+// An admin connection: receives the service statistics line on connect and every second, and
+// answers "S,LEVEL1 COUNTS" with the update and trade lines sent to all Level 1 clients.
 
 #include "connection.h"
 

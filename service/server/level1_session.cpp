@@ -49,6 +49,13 @@ void Level1Session::onLine(std::string_view line) {
                         reply += UpdateFieldName(field);
                     }
                     send(reply + "\r\n");
+                } else if (system.name == "LEVEL1 COUNTS") {
+                    // Queued updates go first, so that the answer counts exactly the lines
+                    // before it.
+                    flushUpdates();
+                    m_out.clear();
+                    WriteLevel1Counts(m_out, m_updatesSent, m_tradesSent);
+                    send(m_out.view());
                 } else if (!handleCommonCommand(system)) {
                     sendSyntaxError();
                 }
@@ -114,12 +121,23 @@ void Level1Session::selectFields(const std::string& names) {
     send(reply + "\r\n");
 }
 
-void Level1Session::sendUpdate(const QuoteState& state, std::string_view contents) {
-    m_out.clear();
-    WriteUpdateLine(m_out, 'Q', m_fields, state, contents);
-    send(m_out.view());
+void Level1Session::queueUpdate(const QuoteState& state, std::string_view contents) {
+    WriteUpdateLine(m_updates, 'Q', m_fields, state, contents);
+    const bool trade = contents == "C" || contents == "E" || contents == "O";
+    ++m_updatesSent;
+    m_tradesSent += trade ? 1 : 0;
     ++m_context.updatesSent;
-    afterUpdateLine();
+    m_context.tradesSent += trade ? 1 : 0;
+    ++m_updateLines;
+    const int every = m_context.options.faults.malformedEvery;
+    if (every > 0 && m_updateLines % static_cast<std::uint64_t>(every) == 0) {
+        m_updates.put("Q,#MALFORMED#\r\n");
+    }
+}
+
+void Level1Session::flushUpdates() {
+    send(m_updates.view());
+    m_updates.clear();
 }
 
 void Level1Session::afterUpdateLine() {

@@ -18,8 +18,13 @@ public:
     Level1Session(QTcpSocket* socket, ServerContext& context, QObject* parent = nullptr);
     ~Level1Session() override;
 
-    // A live update of a symbol this session watches.
-    void sendUpdate(const QuoteState& state, std::string_view contents);
+    // A live update of a symbol this session watches, held until flushUpdates() so that all
+    // the updates of one turn of the event loop go out together.
+    void queueUpdate(const QuoteState& state, std::string_view contents);
+    void flushUpdates();
+    // 'Q' lines queued since the connection opened, and those among them that are trades.
+    std::uint64_t updateLinesSent() const { return m_updatesSent; }
+    std::uint64_t tradeLinesSent() const { return m_tradesSent; }
     // "T,YYYYMMDD HH:MM:SS" with the exchange time.
     void sendTime(Micros now);
 
@@ -33,7 +38,10 @@ private:
     void afterUpdateLine();
 
     std::vector<UpdateField> m_fields;
-    std::uint64_t m_updateLines = 0;
+    LineWriter m_updates;            // queued update lines
+    std::uint64_t m_updateLines = 0; // 'P' and 'Q' lines, for the malformed-line fault
+    std::uint64_t m_updatesSent = 0;
+    std::uint64_t m_tradesSent = 0;
 };
 
 } // namespace portico

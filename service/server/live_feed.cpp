@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "civil_time.h"
+
 namespace portico {
 
 namespace {
@@ -15,11 +17,17 @@ std::uint64_t NextRandom(std::uint64_t& state) {
 }
 
 constexpr int kMaxQuotesPerAdvance = 20;
+// A stalled event loop catches up at most this much of the stress rate.
+constexpr double kMaxStressBacklogSeconds = 0.25;
+// Out of 256 synthetic lines, how many are trades.
+constexpr std::uint64_t kStressTradesIn256 = 205;
 
 } // namespace
 
-LiveFeed::LiveFeed(const Market& market, int symbolLimit, double quoteRate, std::uint64_t seed)
-    : m_market(market), m_symbolLimit(symbolLimit), m_quoteRate(quoteRate), m_seed(seed) {}
+LiveFeed::LiveFeed(const Market& market, int symbolLimit, double quoteRate, std::uint64_t seed,
+                   int stressRate)
+    : m_market(market), m_symbolLimit(symbolLimit), m_quoteRate(quoteRate), m_seed(seed),
+      m_stressRate(stressRate) {}
 
 LiveFeed::WatchStatus LiveFeed::watch(const std::string& symbol, int subscriber, Micros now) {
     const Instrument* instrument = m_market.find(symbol);
@@ -92,6 +100,12 @@ void LiveFeed::startDay(Watched& watched, Micros now) {
     q.askSize = static_cast<std::uint32_t>(lot * (1 + NextRandom(watched.random) % 20));
     q.bidMarketCenter = static_cast<std::uint8_t>(1 + NextRandom(watched.random) % 12);
     q.askMarketCenter = static_cast<std::uint8_t>(1 + NextRandom(watched.random) % 12);
+    watched.extraVolume = 0;
+    watched.extraTicks = 0;
+    watched.anchor = summary.hasLast ? summary.last.price : summary.previousClose;
+    if (watched.anchor <= 0) {
+        watched.anchor = q.bid;
+    }
 }
 
 void LiveFeed::applyTick(Watched& watched, const Tick& tick) {
@@ -108,9 +122,12 @@ void LiveFeed::applyTick(Watched& watched, const Tick& tick) {
         q.high = std::max(q.high, tick.price);
         q.low = std::min(q.low, tick.price);
     }
-    q.totalVolume = tick.totalVolume;
+    q.totalVolume = tick.totalVolume + watched.extraVolume;
     q.last = tick;
+    q.last.totalVolume = q.totalVolume;
+    q.last.tickId += watched.extraTicks;
     q.hasLast = true;
+    watched.anchor = tick.price;
     q.bid = tick.bid;
     q.ask = tick.ask;
     q.bidTime = q.askTime = tick.time;
@@ -133,8 +150,80 @@ void LiveFeed::moveQuote(Watched& watched, Micros now) {
     q.bidTime = q.askTime = now;
 }
 
+void LiveFeed::stressTrade(Watched& watched, Micros now) {
+    QuoteState& q = watched.quote;
+    if (DayOf(now) != q.day) {
+        startDay(watched, now);
+    }
+    const std::int64_t increment = std::max<std::int64_t>(q.instrument->increment, 1);
+    const std::uint64_t lot = std::max<std::uint32_t>(q.instrument->lotSize, 1);
+    const std::uint64_t r = NextRandom(watched.random);
+    const auto step = static_cast<std::int64_t>(r % 5) - 2;
+    const std::int64_t price = std::max(watched.anchor + step * increment, increment);
+    const auto size = static_cast<std::uint32_t>(lot * (1 + (r >> 8) % 10));
+    if (q.open == 0) {
+        q.open = q.high = q.low = price;
+    }
+    q.high = std::max(q.high, price);
+    q.low = std::min(q.low, price);
+    q.totalVolume += size;
+    watched.extraVolume += size;
+    ++watched.extraTicks;
+
+    Tick& t = q.last;
+    // The day's first trade takes TickID 0; the market's ticks come after the synthetic trades
+    // by their number.
+    const bool tradedToday = q.hasLast && DayOf(t.time) == q.day;
+    const std::uint32_t tickId = tradedToday ? t.tickId + 1 : watched.extraTicks - 1;
+    t.time = now;
+    t.price = price;
+    t.size = size;
+    t.totalVolume = q.totalVolume;
+    t.tickId = tickId;
+    t.basis = 'C';
+    t.aggressor = static_cast<std::uint8_t>(1 + (r >> 16) % 2);
+    t.dayCode = static_cast<std::uint8_t>(CivilFromDays(q.day).day);
+    t.marketCenter = static_cast<std::uint8_t>(1 + (r >> 24) % 12);
+    t.conditions = 0;
+    q.hasLast = true;
+    q.bid = std::max(price - increment, increment);
+    q.ask = q.bid + 2 * increment;
+    t.bid = q.bid;
+    t.ask = q.ask;
+    q.bidTime = q.askTime = now;
+}
+
+void LiveFeed::stress(Micros now, double elapsedSeconds,
+                      const std::function<void(const Update&)>& sink) {
+    m_stressDue = std::min(m_stressDue + m_stressRate * elapsedSeconds,
+                           m_stressRate * kMaxStressBacklogSeconds);
+    const auto lines = static_cast<std::uint64_t>(m_stressDue);
+    if (lines == 0 || m_symbols.empty()) {
+        return;
+    }
+    m_stressDue -= static_cast<double>(lines);
+    const std::uint64_t count = m_symbols.size();
+    const std::uint64_t each = lines / count;
+    const std::uint64_t remainder = lines % count;
+    std::uint64_t index = 0;
+    for (auto& [symbol, watched] : m_symbols) {
+        const std::uint64_t position = (index++ + count - m_stressStart % count) % count;
+        const std::uint64_t mine = each + (position < remainder ? 1 : 0);
+        for (std::uint64_t i = 0; i < mine; ++i) {
+            if (NextRandom(watched.random) % 256 < kStressTradesIn256) {
+                stressTrade(watched, now);
+                sink(Update{watched.quote, watched.subscribers, "C"});
+            } else {
+                moveQuote(watched, now);
+                sink(Update{watched.quote, watched.subscribers, "ba"});
+            }
+        }
+    }
+    m_stressStart = (m_stressStart + remainder) % count;
+}
+
 void LiveFeed::advance(Micros now, double elapsedSeconds,
-                       const std::function<void(const Update&)>& sink) {
+                       const std::function<void(const Update&)>& sink, bool holdStress) {
     std::vector<Tick> batch(1024);
     for (auto& [symbol, watched] : m_symbols) {
         if (now > watched.released) {
@@ -156,6 +245,9 @@ void LiveFeed::advance(Micros now, double elapsedSeconds,
             moveQuote(watched, now);
             sink(Update{watched.quote, watched.subscribers, "ba"});
         }
+    }
+    if (m_stressRate > 0 && !holdStress) {
+        stress(now, elapsedSeconds, sink);
     }
 }
 

@@ -2,7 +2,8 @@
 
 // The watched symbols of the whole service and their live updates: trades are the market's own
 // ticks, released as the exchange clock passes them; between trades the bid and ask move at the
-// quote rate.
+// quote rate. A stress rate adds synthetic trades and quote changes at the exchange clock's
+// time, spread over the watched symbols, on top of the market's own.
 
 #include <cstdint>
 #include <functional>
@@ -18,7 +19,8 @@ namespace portico {
 
 class LiveFeed {
 public:
-    LiveFeed(const Market& market, int symbolLimit, double quoteRate, std::uint64_t seed);
+    LiveFeed(const Market& market, int symbolLimit, double quoteRate, std::uint64_t seed,
+             int stressRate = 0);
 
     enum class WatchStatus { Unknown, LimitReached, Watching };
     // Adds a subscriber to a symbol, starting the symbol when nobody watched it yet.
@@ -34,8 +36,10 @@ public:
         const std::set<int>& subscribers;
         std::string_view contents; // "C", "E", "O" for trades, "ba" for bid/ask changes
     };
-    // Releases the ticks up to `now` and the quote changes due over `elapsedSeconds`.
-    void advance(Micros now, double elapsedSeconds, const std::function<void(const Update&)>& sink);
+    // Releases the ticks up to `now` and the quote changes due over `elapsedSeconds`; then,
+    // unless `holdStress`, the synthetic lines of the stress rate due by now.
+    void advance(Micros now, double elapsedSeconds, const std::function<void(const Update&)>& sink,
+                 bool holdStress = false);
 
 private:
     struct Watched {
@@ -44,15 +48,25 @@ private:
         Micros released = 0; // ticks at or before this time have been sent
         double quotesDue = 0;
         std::uint64_t random = 0;
+        // Synthetic trades of the day so far: the market's ticks come after them in volume and
+        // TickID. Their prices stay near `anchor`, the price of the market's newest tick.
+        std::int64_t extraVolume = 0;
+        std::uint32_t extraTicks = 0;
+        std::int64_t anchor = 0;
     };
     void startDay(Watched& watched, Micros now);
     void applyTick(Watched& watched, const Tick& tick);
     void moveQuote(Watched& watched, Micros now);
+    void stressTrade(Watched& watched, Micros now);
+    void stress(Micros now, double elapsedSeconds, const std::function<void(const Update&)>& sink);
 
     const Market& m_market;
     int m_symbolLimit;
     double m_quoteRate;
     std::uint64_t m_seed;
+    double m_stressRate;
+    double m_stressDue = 0;
+    std::size_t m_stressStart = 0; // rotates which symbols get the remainder of a turn's lines
     std::map<std::string, Watched, std::less<>> m_symbols;
 };
 

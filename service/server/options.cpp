@@ -94,6 +94,7 @@ OptionsResult ParseOptions(const std::vector<std::string>& arguments) {
          [&](const std::string& v) {
              return v == "0" ? (o.quoteRate = 0, true) : ParseRate(v, o.quoteRate);
          }},
+        {"--stress-rate", integer(o.stressRate, 0, 10'000'000)},
         {"--fault-close-after",
          [&](const std::string& v) {
              return ParseNumber(v, o.faults.closeAfterLines) && o.faults.closeAfterLines > 0;
@@ -174,6 +175,23 @@ Options:
                              start the exchange clock at this exchange-local time
   --clock-rate X             speed of the exchange clock (default 1)
   --quote-rate N             bid/ask-only updates per second per watched symbol (default 2)
+  --stress-rate N            also send N synthetic update lines per second in total, spread over
+                             the watched symbols (default 0 = none, at most 10000000): about four
+                             in five are trades ("C") at the exchange clock's time, near the
+                             symbol's price, each adding its size to the day's total volume,
+                             widening the day's high and low and taking the next TickID; the
+                             rest are bid/ask changes ("ba"). These trades are not in the history
+                             answers. While a client has more than 16 MiB of output waiting, no
+                             synthetic lines are made.
+
+Counters:
+  Every Level 1 client counts the 'Q' update lines sent to it since it connected, and among
+  them the trade lines (message contents C, E or O); portico logs both when the client leaves.
+  S,LEVEL1 COUNTS            on a Level 1 connection: answered in line with the stream by
+                             S,LEVEL1 COUNTS,<update lines>,<trade lines> of that connection
+                             up to this answer;
+                             on the admin port: the same line with the totals over every Level 1
+                             client since portico started
 
 Fault injection, for tests:
   --fault-close-after N      close a lookup connection after N history data lines

@@ -34,6 +34,7 @@ struct Options {
     std::optional<Micros> startTime; // exchange-local civil time the clock starts from
     double clockRate = 1.0;
     double quoteRate = 2.0;
+    int stressRate = 0; // extra synthetic update lines per second over all watched symbols
     Faults faults;
     bool showHelp = false;
     bool showVersion = false;

@@ -20,6 +20,10 @@ namespace portico {
 namespace {
 
 constexpr int kLiveIntervalMs = 100;
+// With a stress rate, shorter turns keep each turn's burst of lines small.
+constexpr int kStressIntervalMs = 20;
+// No synthetic lines while a Level 1 client has this much output waiting.
+constexpr std::uint64_t kStressBacklogBytes = 16u << 20;
 
 Clock::OffsetFunction OffsetOf(const QTimeZone& zone) {
     return [zone](std::int64_t utcSeconds) {
@@ -56,7 +60,8 @@ void PutKilobytes(LineWriter& out, double value) {
 Server::Server(Options options, const QTimeZone& timeZone, QObject* parent)
     : QObject(parent), m_options(std::move(options)), m_market(m_options.seed),
       m_clock(OffsetOf(timeZone), m_options.startTime, m_options.clockRate),
-      m_live(m_market, m_options.symbolLimit, m_options.quoteRate, m_options.seed),
+      m_live(m_market, m_options.symbolLimit, m_options.quoteRate, m_options.seed,
+             m_options.stressRate),
       m_context(m_options, m_market, m_clock, m_live) {
     m_sinceStart.start();
     m_sinceLiveAdvance.start();
@@ -68,7 +73,7 @@ Server::Server(Options options, const QTimeZone& timeZone, QObject* parent)
             [this] { accept(&m_level1, Port::Level1); });
     m_secondTimer.setInterval(1000);
     connect(&m_secondTimer, &QTimer::timeout, this, &Server::everySecond);
-    m_liveTimer.setInterval(kLiveIntervalMs);
+    m_liveTimer.setInterval(m_options.stressRate > 0 ? kStressIntervalMs : kLiveIntervalMs);
     connect(&m_liveTimer, &QTimer::timeout, this, &Server::advanceLive);
     m_lingerTimer.setSingleShot(true);
     connect(&m_lingerTimer, &QTimer::timeout, this, &Server::idle);
@@ -184,7 +189,13 @@ void Server::connectionClosed(Connection* connection) {
     }
     m_connections.erase(found);
     std::erase(m_adminSessions, connection);
-    std::erase(m_level1Sessions, connection);
+    if (std::erase(m_level1Sessions, connection) > 0) {
+        const auto* session = static_cast<const Level1Session*>(connection);
+        std::fprintf(stderr,
+                     "portico: Level 1 client %d left after %llu update lines, %llu trades\n",
+                     session->id(), static_cast<unsigned long long>(session->updateLinesSent()),
+                     static_cast<unsigned long long>(session->tradeLinesSent()));
+    }
     m_live.unwatchAll(connection->id());
     m_context.bytesReceived += connection->bytesReceived();
     m_context.bytesSent += connection->bytesSent();
@@ -230,14 +241,25 @@ void Server::advanceLive() {
         m_sinceLiveAdvance.restart();
         return;
     }
-    const double elapsed = static_cast<double>(m_sinceLiveAdvance.restart()) / 1000.0;
-    m_live.advance(m_clock.now(), elapsed, [this](const LiveFeed::Update& update) {
-        for (Level1Session* session : m_level1Sessions) {
-            if (update.subscribers.contains(session->id())) {
-                session->sendUpdate(update.state, update.contents);
+    const double elapsed = static_cast<double>(m_sinceLiveAdvance.nsecsElapsed()) / 1e9;
+    m_sinceLiveAdvance.restart();
+    bool backlogged = false;
+    for (const Level1Session* session : m_level1Sessions) {
+        backlogged = backlogged || session->pendingBytes() > kStressBacklogBytes;
+    }
+    m_live.advance(
+        m_clock.now(), elapsed,
+        [this](const LiveFeed::Update& update) {
+            for (Level1Session* session : m_level1Sessions) {
+                if (update.subscribers.contains(session->id())) {
+                    session->queueUpdate(update.state, update.contents);
+                }
             }
-        }
-    });
+        },
+        backlogged);
+    for (Level1Session* session : m_level1Sessions) {
+        session->flushUpdates();
+    }
 }
 
 std::string Server::statsLine() const {

@@ -28,7 +28,8 @@ public:
     int level1Port = 0;
     int nextConnectionId = 1;
     std::uint64_t requestsServed = 0;
-    std::uint64_t updatesSent = 0;
+    std::uint64_t updatesSent = 0;   // 'Q' lines to every Level 1 client since the start
+    std::uint64_t tradesSent = 0;    // those of them that are trades
     std::uint64_t bytesReceived = 0; // of connections already closed
     std::uint64_t bytesSent = 0;
 };

@@ -220,4 +220,12 @@ void WriteUpdateLine(LineWriter& out, char letter, const std::vector<UpdateField
     out.endLine();
 }
 
+void WriteLevel1Counts(LineWriter& out, std::uint64_t updateLines, std::uint64_t tradeLines) {
+    out.put("S,LEVEL1 COUNTS,");
+    out.putUnsigned(updateLines);
+    out.put(',');
+    out.putUnsigned(tradeLines);
+    out.endLine();
+}
+
 } // namespace portico

@@ -79,4 +79,7 @@ struct QuoteState {
 void WriteUpdateLine(LineWriter& out, char letter, const std::vector<UpdateField>& fields,
                      const QuoteState& state, std::string_view contents);
 
+// "S,LEVEL1 COUNTS,<update lines>,<trade lines>\r\n"
+void WriteLevel1Counts(LineWriter& out, std::uint64_t updateLines, std::uint64_t tradeLines);
+
 } // namespace portico

@@ -16,7 +16,7 @@ TEST(OptionsTest, EveryOptionInBothSpellings) {
         "-product", "TRELLIS_PLOTS", "-version", "1.8.0.0", "--seed", "7", "--symbol-limit=1",
         "--admin-port", "0", "--lookup-port=9101", "--level1-port", "5010", "--connect-delay", "0",
         "--linger=0", "--timezone", "Europe/London", "--start-time", "2026-11-20 09:30:00",
-        "--clock-rate", "2.5", "--quote-rate", "0", "--fault-close-after", "10",
+        "--clock-rate", "2.5", "--quote-rate", "0", "--stress-rate=200000", "--fault-close-after", "10",
         "--fault-long-line", "--fault-drip", "100", "--fault-malformed=3", "--fault-refuse", "2",
         "--fault-accept-delay", "250"});
     // clang-format on
@@ -37,6 +37,8 @@ TEST(OptionsTest, EveryOptionInBothSpellings) {
     EXPECT_EQ(o.startTime, StartOfDay(DaysFromCivil(2026, 11, 20)) + 34200 * kMicrosPerSecond);
     EXPECT_DOUBLE_EQ(o.clockRate, 2.5);
     EXPECT_DOUBLE_EQ(o.quoteRate, 0.0);
+    EXPECT_EQ(o.stressRate, 200000);
+    EXPECT_EQ(Parse({}).options.stressRate, 0);
     EXPECT_EQ(o.faults.closeAfterLines, 10u);
     EXPECT_TRUE(o.faults.longLine);
     EXPECT_EQ(o.faults.dripBytes, 100);
@@ -59,6 +61,9 @@ TEST(OptionsTest, BadCommandLinesAreRefusedWithAMessage) {
         {"--clock-rate", "0"},
         {"--clock-rate", "nan"},
         {"--quote-rate", "-1"},
+        {"--stress-rate", "-5"},
+        {"--stress-rate", "1e5"},
+        {"--stress-rate", "10000001"},
         {"--fault-drip", "0"},
         {"--fault-long-line=1"},
         {"stray"},
