@@ -128,6 +128,18 @@ minute_header() {
 wait_for 90 minute_header || fail "the minute bars were never exported: $(head -n 1 "$csv")"
 grep -qx "RequestIntervalIndex=4" "$conf" || fail "the interval was not stored"
 
+# Without a session bus the window loads as before and the log says once that bus control is
+# off.
+kill "$skychart_pid"
+wait "$skychart_pid" 2>/dev/null
+DBUS_SESSION_BUS_ADDRESS=unix:path=$home/no-bus "$skychart" -symbol LUMA -type Daily \
+    >/dev/null 2>&1 &
+skychart_pid=$!
+log=$(log_of "$skychart_pid")
+wait_for 60 grep -qsE "StatusBar: [0-9]+ datapoints available\." "$log" ||
+    fail "no chart without a session bus"
+(($(grep -c "Bus control is off" "$log") == 1)) || fail "bus control off not logged once"
+
 echo "PASS: Load, ExportSeries ($rows rows), Render and the error replies over the session bus"
 cleanup
 exit 0
