@@ -1,10 +1,9 @@
 #include "app/ui/export_runner.h"
 
+#include "app/chart_bus.h"
 #include "app/command_line.h"
 #include "app/ui/chart_render.h"
 #include "base/error.h"
-#include "chart/chart_print.h"
-#include "core/data_types.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
 #include "feed/feed_connections.h"
@@ -15,7 +14,6 @@
 #include "platform/config_writer.h"
 #include "platform/qt_feed.h"
 #include "platform/startup_store.h"
-#include "studies/study_set.h"
 
 #include <QCoreApplication>
 #include <QSaveFile>
@@ -179,19 +177,9 @@ std::string CExportRunner::WriteCsv() const {
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         return fmt::format("cannot write {}: {}", m_request.file, file.errorString().toStdString());
     }
-    const CChartHistRequest& history = m_loader.History();
     // The studies that the user's settings show, over the whole series.
-    auto inputs = std::make_shared<CStudyInputs>();
-    inputs->Read(history, m_request.dataType, nullptr);
-    SStudyContext context;
-    context.dataType = m_request.dataType;
-    if (m_request.dataType == kIntervals) {
-        context.intervalMinutes = IntervalMinutes(m_loader.IntervalIndex());
-    }
-    CStudySet studies(inputs, SUpperStudySettings::Read(CSettings::Instance()),
-                      SStudySettings::Read(CSettings::Instance()), context);
-    studies.Compute(2);
-    const std::string text = ExportText(history, m_request.dataType, &studies);
+    const std::string text = SeriesExportText(m_loader.History(), m_request.dataType,
+                                              m_loader.IntervalIndex(), CSettings::Instance());
     file.write(text.data(), static_cast<qint64>(text.size()));
     if (!file.commit()) {
         return fmt::format("cannot write {}: {}", m_request.file, file.errorString().toStdString());

@@ -2,6 +2,7 @@
 
 #include "app/feed_status.h"
 #include "app/recent_symbols.h"
+#include "app/ui/chart_bus_target.h"
 #include "app/ui/home_ribbon.h"
 #include "app/ui/ribbon_bar.h"
 #include "base/error.h"
@@ -17,6 +18,7 @@
 #include "feed/lookup_system_info.h"
 #include "feed/ui/symbol_search_dlg.h"
 #include "history/ui/data_settings_page.h"
+#include "platform/chart_bus_service.h"
 #include "platform/process_launcher.h"
 #include "platform/qt_feed.h"
 #include "platform/workspace_bus.h"
@@ -67,7 +69,9 @@ CMainFrame::CMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer
     : COrvaneMainFrame(prompt, std::move(writer), parent) {}
 
 CMainFrame::~CMainFrame() {
-    // The connections call back into the frame; they go first.
+    // No bus call may reach the frame while it goes; the connections call back into it too.
+    delete m_chartBus;
+    m_chartBus = nullptr;
     m_feed.reset();
 }
 
@@ -109,6 +113,9 @@ bool CMainFrame::Create() {
     connect(m_workspaceBus, &CWorkspaceBus::SaveRequested, this,
             [this](const QString& name) { SaveWorkspace(name.toStdString()); });
     m_workspaceBus->Listen();
+    m_busTarget = std::make_unique<CChartBusTarget>(*this);
+    m_chartBus = new CChartBusService(*m_busTarget, this);
+    m_chartBus->Register();
 
     auto* quit = new QAction("Exit", this);
     quit->setShortcut(QKeySequence::Quit);
@@ -333,13 +340,37 @@ bool CMainFrame::RunSymbolSearch(const std::string& text) {
     return true;
 }
 
-void CMainFrame::LoadSymbol(const std::string& symbol) {
+CChartLoader::EStart CMainFrame::LoadChart(const std::string& symbol, int typeIndex,
+                                           int intervalIndex) {
+    CSettings& settings = CSettings::Instance();
+    // The combos show the choice; storing it here instead of through their signals loads once.
+    m_filling = true;
+    m_home.typeCombo->setCurrentIndex(typeIndex);
+    if (intervalIndex >= 0) {
+        m_home.intervalCombo->setCurrentIndex(intervalIndex);
+    }
+    m_filling = false;
+    const int dataType = m_home.typeCombo->itemData(typeIndex).toInt();
+    settings.SetInt(keys::kRequestDataType, dataType);
+    try {
+        settings.SetInt(keys::kRequestType, m_view->RequestSettings().RecentType(dataType));
+    } catch (const CInvalidArgException& error) {
+        spdlog::error("No request kind stored for data type {}: {}", dataType, error.what());
+    }
+    if (intervalIndex >= 0) {
+        settings.SetInt(keys::kRequestIntervalIndex, intervalIndex);
+    }
+    UpdateStatusPanes();
+    return LoadSymbol(symbol);
+}
+
+CChartLoader::EStart CMainFrame::LoadSymbol(const std::string& symbol) {
     m_currentSymbol = symbol;
     CSettings::Instance().SetText(keys::kCurrentSymbol, symbol);
     AddRecentSymbol(symbol);
     UpdateStatusPanes();
     setWindowTitle(QString::fromStdString("Skychart - " + symbol));
-    m_view->Load(symbol);
+    return m_view->Load(symbol);
 }
 
 void CMainFrame::AddRecentSymbol(const std::string& symbol) {

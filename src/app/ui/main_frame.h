@@ -4,13 +4,14 @@
 #include "app/ui/home_ribbon.h"
 #include "app/ui/orvane_main_frame.h"
 #include "app/workspace.h"
+#include "chart/chart_loader.h"
 #include "feed/feed_frame.h"
 
 #include <memory>
 #include <string>
 
-class QTimer;
-
+class CChartBusService;
+class CChartBusTarget;
 class CChartFormView;
 class CSettingSheet;
 class CFeedConnections;
@@ -18,6 +19,7 @@ class CSymbolSearchDlg;
 class CWorkspaceBus;
 class QComboBox;
 class QLineEdit;
+class QTimer;
 class QToolButton;
 
 // The chart application's frame: ribbon controls, the chart view, the status bar panes and the
@@ -54,7 +56,12 @@ public:
     // into the symbol box, stored and loaded. Returns true when a symbol was loaded.
     bool RunSymbolSearch(const std::string& text);
     // Stores `symbol` as "CurrentSymbol", keeps it first in the recent list and loads it.
-    void LoadSymbol(const std::string& symbol);
+    // Returns how the request started.
+    CChartLoader::EStart LoadSymbol(const std::string& symbol);
+    // Loads a chart as picking on the ribbon and Enter would: selects request type `typeIndex`
+    // (and interval `intervalIndex` when not -1), stores them, then loads `symbol` (upper case)
+    // once, whatever was shown before.
+    CChartLoader::EStart LoadChart(const std::string& symbol, int typeIndex, int intervalIndex);
 
     // The data type chosen on the ribbon: stores "RequestDataType", copies that data type's
     // request kind into "RequestType" and reloads a shown symbol.
@@ -98,6 +105,8 @@ public:
     // The symbol search dialog while it is open.
     CSymbolSearchDlg* ActiveSearch() const { return m_search; }
     bool ServiceReady() const { return m_serviceReady; }
+    // The session bus service that drives this chart (null before Create).
+    CChartBusService* ChartBus() const { return m_chartBus; }
 
 signals:
     // Every Level 1 line ('Q', 'P', 'F') that reached the frame.
@@ -120,6 +129,8 @@ private:
     CChartFormView* m_view = nullptr;
     std::unique_ptr<CFeedConnections> m_feed;
     CWorkspaceBus* m_workspaceBus = nullptr;
+    std::unique_ptr<CChartBusTarget> m_busTarget;
+    CChartBusService* m_chartBus = nullptr;
     CSymbolSearchDlg* m_search = nullptr;
     CSettingSheet* m_sheet = nullptr;
     COrvaneCommandLineInfo m_commandLine;

@@ -1,0 +1,73 @@
+#pragma once
+
+// Driving a running chart over the session bus: every Skychart owns the bus name
+// org.skychart.Skychart.pid<PID> and serves the interface org.skychart.Chart at /Skychart with
+//   Load(s symbol, s type, s interval)           load a symbol as the ribbon and Enter would
+//   ExportSeries(s path) -> i rows               the series as it stands, as --export writes it
+//   Render(s path, i width, i height)            the chart as --render draws it, PNG or PDF
+// This is the plain part: the error names, the checks of the arguments and the export text. The
+// platform adaptor carries the calls, the main frame carries them out.
+
+#include <string>
+
+class CChartHistRequest;
+class CSettings;
+
+// Why a call failed: each kind answers with its own D-Bus error name.
+enum class EChartBusFault {
+    None,
+    InvalidArgument, // the arguments are wrong: nothing was done
+    NoChart,         // Export or Render with no symbol loaded, or its series still empty
+    Failed,          // the arguments were right but the work failed (file not written, no feed)
+};
+
+// "org.skychart.Chart.Error.InvalidArgument", "...NoChart", "...Failed"; "" for None.
+const char* ChartBusErrorName(EChartBusFault fault);
+
+// The outcome of a call: the fault with a message for the caller, and the rows of an export.
+struct SChartBusReply {
+    EChartBusFault fault = EChartBusFault::None;
+    std::string message;
+    int rows = 0;
+
+    bool Ok() const { return fault == EChartBusFault::None; }
+    static SChartBusReply Error(EChartBusFault fault, std::string message) {
+        return {fault, std::move(message), 0};
+    }
+};
+
+// Load's arguments, checked: the symbol as Enter stores it, the positions in the request type
+// and interval combos (RequestTypeItems, IntervalItems).
+struct SChartBusLoad {
+    std::string symbol;     // trimmed, upper case
+    int typeIndex = -1;     // request type combo position
+    int dataType = -1;      // "RequestDataType"
+    int intervalIndex = -1; // interval combo position; -1: the interval stays as it is
+};
+
+// Checks Load's arguments. The symbol is trimmed and upper-cased; it must not be empty, be longer
+// than the ribbon's box takes (127) or hold spaces, commas or control characters (they would
+// break the request line). The type is one of the request type combo's texts and the interval,
+// when not empty, one of the interval combo's texts, both ignoring case.
+SChartBusReply CheckChartBusLoad(const std::string& symbol, const std::string& type,
+                                 const std::string& interval, SChartBusLoad& load);
+
+// Checks ExportSeries's path: not empty and absolute (the caller's working folder is not ours).
+SChartBusReply CheckChartBusExport(const std::string& path);
+
+// Checks Render's arguments: an absolute path ending in .png or .pdf (any case) and a width and
+// height from kRenderMinSize to kRenderMaxSize.
+SChartBusReply CheckChartBusRender(const std::string& path, int width, int height);
+
+// The state of the chart that Export and Render need: NoChart when no symbol is loaded, its
+// answer is still arriving, or its series holds no point (the service had none).
+SChartBusReply CheckChartBusLoaded(const std::string& symbol, bool loading, int pointCount);
+
+// The series as --export writes it: the header, one row per point, and the study columns of the
+// studies that `settings` show, computed over the whole series of `dataType` (the interval
+// position matters for minute bars).
+std::string SeriesExportText(const CChartHistRequest& history, int dataType, int intervalIndex,
+                             const CSettings& settings);
+
+// The data rows of an export text: its lines after the header.
+int ExportTextRows(const std::string& text);

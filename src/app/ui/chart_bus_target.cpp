@@ -1,0 +1,89 @@
+#include "app/ui/chart_bus_target.h"
+
+#include "app/export.h"
+#include "app/ui/chart_render.h"
+#include "app/ui/main_frame.h"
+#include "chart/ui/chart_form_view.h"
+#include "core/settings.h"
+#include "history/chart_hist_request.h"
+
+#include <QSaveFile>
+
+#include <fmt/format.h>
+
+SBusMethodResult ToBusResult(const SChartBusReply& reply) {
+    return {ChartBusErrorName(reply.fault), reply.message, reply.rows};
+}
+
+SBusMethodResult CChartBusTarget::BusLoad(const std::string& symbol, const std::string& type,
+                                          const std::string& interval) {
+    SChartBusLoad load;
+    const SChartBusReply checked = CheckChartBusLoad(symbol, type, interval, load);
+    if (!checked.Ok()) {
+        return ToBusResult(checked);
+    }
+    if (!m_frame.ServiceReady()) {
+        return ToBusResult(SChartBusReply::Error(
+            EChartBusFault::Failed, "not connected to the market-data service yet: try again"));
+    }
+    switch (m_frame.LoadChart(load.symbol, load.typeIndex, load.intervalIndex)) {
+    case CChartLoader::EStart::Sent:
+        return {};
+    case CChartLoader::EStart::NoConnection:
+        return ToBusResult(SChartBusReply::Error(
+            EChartBusFault::Failed, "no lookup connection to send the history request on"));
+    case CChartLoader::EStart::Failed:
+        break;
+    }
+    return ToBusResult(SChartBusReply::Error(
+        EChartBusFault::Failed, "the request settings give no history request (see the log)"));
+}
+
+SChartBusReply CChartBusTarget::CheckLoaded() const {
+    const CChartLoader& loader = m_frame.ChartView()->Loader();
+    return CheckChartBusLoaded(loader.Symbol(), loader.Loading() && !loader.AnswerEnded(),
+                               loader.History().GetCount());
+}
+
+SBusMethodResult CChartBusTarget::BusExportSeries(const std::string& path) {
+    SChartBusReply reply = CheckChartBusExport(path);
+    if (reply.Ok()) {
+        reply = CheckLoaded();
+    }
+    if (!reply.Ok()) {
+        return ToBusResult(reply);
+    }
+    const CChartLoader& loader = m_frame.ChartView()->Loader();
+    const std::string text = SeriesExportText(loader.History(), loader.DataType(),
+                                              loader.IntervalIndex(), CSettings::Instance());
+    QSaveFile file(QString::fromStdString(path));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        file.write(text.data(), static_cast<qint64>(text.size())) !=
+            static_cast<qint64>(text.size()) ||
+        !file.commit()) {
+        return ToBusResult(SChartBusReply::Error(
+            EChartBusFault::Failed,
+            fmt::format("cannot write {}: {}", path, file.errorString().toStdString())));
+    }
+    return {{}, {}, ExportTextRows(text)};
+}
+
+SBusMethodResult CChartBusTarget::BusRender(const std::string& path, int width, int height) {
+    SChartBusReply reply = CheckChartBusRender(path, width, height);
+    if (reply.Ok()) {
+        reply = CheckLoaded();
+    }
+    if (!reply.Ok()) {
+        return ToBusResult(reply);
+    }
+    SExportRequest request;
+    request.output = EExportOutput::Chart;
+    request.file = path;
+    request.width = width;
+    request.height = height;
+    const std::string error = RenderChart(m_frame.ChartView()->Loader(), request);
+    if (!error.empty()) {
+        return ToBusResult(SChartBusReply::Error(EChartBusFault::Failed, error));
+    }
+    return {};
+}

@@ -1,0 +1,82 @@
+#include "platform/chart_bus_service.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+
+#include <spdlog/spdlog.h>
+
+CChartBusObject::CChartBusObject(IChartBusTarget& target, QObject* parent)
+    : QObject(parent), m_target(target) {}
+
+void CChartBusObject::Load(const QString& symbol, const QString& type, const QString& interval) {
+    Answer("Load",
+           m_target.BusLoad(symbol.toStdString(), type.toStdString(), interval.toStdString()));
+}
+
+int CChartBusObject::ExportSeries(const QString& path) {
+    return Answer("ExportSeries", m_target.BusExportSeries(path.toStdString()));
+}
+
+void CChartBusObject::Render(const QString& path, int width, int height) {
+    Answer("Render", m_target.BusRender(path.toStdString(), width, height));
+}
+
+int CChartBusObject::Answer(const char* method, const SBusMethodResult& result) {
+    if (result.errorName.empty()) {
+        spdlog::info("Bus call {} done", method);
+        return result.value;
+    }
+    spdlog::warn("Bus call {} refused: {}: {}", method, result.errorName, result.errorMessage);
+    // Outside a bus call (a direct call, in tests) there is nobody to answer.
+    if (calledFromDBus()) {
+        sendErrorReply(QString::fromStdString(result.errorName),
+                       QString::fromStdString(result.errorMessage));
+    }
+    return 0;
+}
+
+CChartBusService::CChartBusService(IChartBusTarget& target, QObject* parent)
+    : QObject(parent), m_object(target) {}
+
+CChartBusService::~CChartBusService() {
+    if (!m_registered) {
+        return;
+    }
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.unregisterObject(kPath);
+    bus.unregisterService(m_name);
+}
+
+QString CChartBusService::ServiceName(qint64 pid) {
+    return QString(kNamePrefix) + QString::number(pid);
+}
+
+bool CChartBusService::Register() {
+    if (m_registered) {
+        return true;
+    }
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        spdlog::warn("Bus control is off: no D-Bus session bus ({})",
+                     bus.lastError().message().toStdString());
+        return false;
+    }
+    if (!bus.registerObject(kPath, &m_object, QDBusConnection::ExportAllSlots)) {
+        spdlog::warn("Bus control is off: cannot serve {} ({})", kPath,
+                     bus.lastError().message().toStdString());
+        return false;
+    }
+    m_name = ServiceName(QCoreApplication::applicationPid());
+    if (!bus.registerService(m_name)) {
+        spdlog::warn("Bus control is off: cannot own {} ({})", m_name.toStdString(),
+                     bus.lastError().message().toStdString());
+        bus.unregisterObject(kPath);
+        return false;
+    }
+    m_registered = true;
+    spdlog::info("Serving {} at {} as {} on the session bus", kInterface, kPath,
+                 m_name.toStdString());
+    return true;
+}

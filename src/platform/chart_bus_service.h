@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QDBusContext>
+#include <QObject>
+#include <QString>
+
+#include <string>
+
+// What a bus call answers: an error name and message when it failed, else the value it returns.
+struct SBusMethodResult {
+    std::string errorName; // empty: the call succeeded
+    std::string errorMessage;
+    int value = 0; // ExportSeries: the rows written
+};
+
+// The chart that the bus drives. Called on the thread of the event loop.
+class IChartBusTarget {
+public:
+    virtual ~IChartBusTarget() = default;
+    virtual SBusMethodResult BusLoad(const std::string& symbol, const std::string& type,
+                                     const std::string& interval) = 0;
+    virtual SBusMethodResult BusExportSeries(const std::string& path) = 0;
+    virtual SBusMethodResult BusRender(const std::string& path, int width, int height) = 0;
+};
+
+// The object /Skychart with the interface org.skychart.Chart: each method hands its arguments to
+// the target and answers with its result or its error.
+class CChartBusObject : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.skychart.Chart")
+
+public:
+    explicit CChartBusObject(IChartBusTarget& target, QObject* parent = nullptr);
+
+public slots:
+    void Load(const QString& symbol, const QString& type, const QString& interval);
+    int ExportSeries(const QString& path);
+    void Render(const QString& path, int width, int height);
+
+private:
+    // Sends the error of `result` as the reply, when it has one; returns its value.
+    int Answer(const char* method, const SBusMethodResult& result);
+
+    IChartBusTarget& m_target;
+};
+
+// Owns org.skychart.Skychart.pid<PID> on the session bus and serves the chart object there.
+// Without a session bus the remote control is off and the log says so.
+class CChartBusService : public QObject {
+    Q_OBJECT
+
+public:
+    static constexpr const char* kPath = "/Skychart";
+    static constexpr const char* kInterface = "org.skychart.Chart";
+    static constexpr const char* kNamePrefix = "org.skychart.Skychart.pid";
+
+    explicit CChartBusService(IChartBusTarget& target, QObject* parent = nullptr);
+    ~CChartBusService() override;
+
+    // org.skychart.Skychart.pid<pid>
+    static QString ServiceName(qint64 pid);
+
+    // Registers the object and takes this process's name; false (logged) when there is no
+    // session bus or either step failed.
+    bool Register();
+    bool Registered() const { return m_registered; }
+
+private:
+    CChartBusObject m_object;
+    bool m_registered = false;
+    QString m_name;
+};

@@ -1,0 +1,145 @@
+#!/usr/bin/env bash
+# End to end: on a private D-Bus session bus a running Skychart (offscreen, with the real portico
+# it starts) is driven through org.skychart.Chart: Load, ExportSeries polled until the history is
+# in (its rows and header checked against the file and against "Skychart --export" of the same
+# chart), Render of a 640x480 PNG, and the error replies of bad calls.
+# Usage: chart_bus_e2e.sh SKYCHART_EXECUTABLE
+# Exits 77 (skipped) when dbus-run-session or gdbus is missing.
+set -uo pipefail
+
+skychart=$1
+
+if [[ "${SKYCHART_E2E_INSIDE:-}" != 1 ]]; then
+    for tool in dbus-run-session gdbus python3; do
+        if ! command -v "$tool" >/dev/null 2>&1; then
+            echo "SKIP: $tool is not installed"
+            exit 77
+        fi
+    done
+    SKYCHART_E2E_INSIDE=1 exec dbus-run-session -- "$0" "$@"
+fi
+
+source "$(dirname "$(readlink -f "$0")")/e2e_lib.sh"
+export QT_QPA_PLATFORM=offscreen
+
+home=$(mktemp -d /tmp/skychart-e2e-XXXXXX)
+skychart_pid=
+log=
+cleanup() {
+    if [[ -n "$skychart_pid" ]] && kill -0 "$skychart_pid" 2>/dev/null; then
+        kill "$skychart_pid" 2>/dev/null
+        wait "$skychart_pid" 2>/dev/null
+    fi
+    stop_portico
+    rm -rf "$home"
+}
+fail() {
+    echo "FAIL: $*"
+    [[ -n "$log" && -f "$log" ]] && { echo "--- Skychart log"; cat "$log"; }
+    cleanup
+    exit 1
+}
+
+# chart METHOD ARGS...: calls the chart's method; its reply or error on standard output.
+chart() {
+    local method=$1
+    shift
+    timeout 30 gdbus call --session --dest "$name" --object-path /Skychart \
+        --method "org.skychart.Chart.$method" -- "$@" 2>&1
+}
+# expect_error NAME TEXT METHOD ARGS...: the call fails with the error NAME and a message
+# holding TEXT.
+expect_error() {
+    local error=$1 text=$2 reply
+    shift 2
+    reply=$(chart "$@") && fail "$* succeeded: $reply"
+    grep -qF "$error" <<<"$reply" || fail "$* answered \"$reply\", not $error"
+    grep -qF "$text" <<<"$reply" || fail "$* answered \"$reply\" without \"$text\""
+}
+
+make_home
+"$skychart" >/dev/null 2>&1 &
+skychart_pid=$!
+name=org.skychart.Skychart.pid$skychart_pid
+log=$(log_of "$skychart_pid")
+wait_for 60 grep -qs "StatusBar: Connected to Kestrel\.\.\." "$log" || fail "never connected"
+grep -qF "as $name on the session bus" "$log" || fail "the bus name is not owned"
+gdbus introspect --session --dest "$name" --object-path /Skychart |
+    grep -q "ExportSeries(in  s path," || fail "ExportSeries is not served"
+
+# Before a chart is loaded there is nothing to export or render.
+expect_error org.skychart.Chart.Error.NoChart "call Load first" ExportSeries "$home/early.csv"
+[[ -e "$home/early.csv" ]] && fail "a file was written without a chart"
+
+expect_error org.skychart.Chart.Error.InvalidArgument '"Hourly"' Load LUMA Hourly ""
+expect_error org.skychart.Chart.Error.InvalidArgument "symbol is empty" Load "  " Daily ""
+reply=$(chart Load luma Daily "") || fail "Load failed: $reply"
+[[ "$reply" == "()" ]] || fail "Load answered \"$reply\""
+
+csv=$home/bus.csv
+rows=0
+exported() {
+    local reply
+    reply=$(chart ExportSeries "$csv") || return 1
+    rows=$(sed -E 's/^\(([0-9]+),\)$/\1/' <<<"$reply")
+    [[ "$rows" =~ ^[0-9]+$ && "$rows" -gt 0 ]]
+}
+wait_for 90 exported || fail "the export never had rows: $(chart ExportSeries "$csv")"
+data_rows=$(($(wc -l <"$csv") - 1))
+((rows == data_rows)) || fail "ExportSeries answered $rows rows, the file holds $data_rows"
+header=$(head -n 1 "$csv")
+[[ "$header" == DateTime,Open,High,Low,Close,Volume,OpenInterest* ]] ||
+    fail "not the header of daily bars: $header"
+# The window stored the chart as the ribbon does.
+conf=$home/config/Orvane/Kestrel/DisplayApps/Skychart.conf
+grep -qx "CurrentSymbol=LUMA" "$conf" || fail "CurrentSymbol not stored"
+
+# The export mode writes the same columns for the same chart, from the same settings.
+"$skychart" --export "$home/mode.csv" -symbol LUMA -type Daily >/dev/null 2>&1 ||
+    fail "--export of the same chart failed"
+mode_header=$(head -n 1 "$home/mode.csv")
+[[ "$header" == "$mode_header" ]] || fail "header \"$header\" is not --export's \"$mode_header\""
+mode_rows=$(($(wc -l <"$home/mode.csv") - 1))
+# A daily answer is the same but for a new session's bar while the two loads ran.
+((mode_rows >= rows - 1 && mode_rows <= rows + 1)) ||
+    fail "--export wrote $mode_rows rows, the bus $rows"
+
+png=$home/chart.png
+reply=$(chart Render "$png" 640 480) || fail "Render failed: $reply"
+size=$(python3 -c '
+import struct, sys
+data = open(sys.argv[1], "rb").read(24)
+assert data[:8] == b"\x89PNG\r\n\x1a\n", "not a PNG"
+print("%dx%d" % struct.unpack(">II", data[16:24]))' "$png") || fail "no PNG written"
+[[ "$size" == 640x480 ]] || fail "the PNG is $size, not 640x480"
+
+expect_error org.skychart.Chart.Error.InvalidArgument "width" Render "$home/small.png" 99 480
+expect_error org.skychart.Chart.Error.InvalidArgument "absolute" ExportSeries relative.csv
+expect_error org.skychart.Chart.Error.Failed "cannot write" ExportSeries "$home/no/such/dir.csv"
+expect_error org.skychart.Chart.Error.Failed "$home/no/such" Render "$home/no/such/c.png" 640 480
+[[ -e "$home/small.png" ]] && fail "a refused render wrote its file"
+
+# Another type and interval go through the combos' texts.
+reply=$(chart Load LUMA Minute 5-Minute) || fail "Load of minute bars failed: $reply"
+minute_header() {
+    chart ExportSeries "$csv" >/dev/null &&
+        [[ "$(head -n 1 "$csv")" == DateTime,Open,High,Low,Close,Volume,Size* ]]
+}
+wait_for 90 minute_header || fail "the minute bars were never exported: $(head -n 1 "$csv")"
+grep -qx "RequestIntervalIndex=4" "$conf" || fail "the interval was not stored"
+
+# Without a session bus the window loads as before and the log says once that bus control is
+# off.
+kill "$skychart_pid"
+wait "$skychart_pid" 2>/dev/null
+DBUS_SESSION_BUS_ADDRESS=unix:path=$home/no-bus "$skychart" -symbol LUMA -type Daily \
+    >/dev/null 2>&1 &
+skychart_pid=$!
+log=$(log_of "$skychart_pid")
+wait_for 60 grep -qsE "StatusBar: [0-9]+ datapoints available\." "$log" ||
+    fail "no chart without a session bus"
+(($(grep -c "Bus control is off" "$log") == 1)) || fail "bus control off not logged once"
+
+echo "PASS: Load, ExportSeries ($rows rows), Render and the error replies over the session bus"
+cleanup
+exit 0
