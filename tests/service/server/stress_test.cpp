@@ -84,10 +84,9 @@ TEST_F(StressTest, SyntheticTradesAreConsistentAndCountedAsReceived) {
             return;
         }
     }
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
-    // A loose floor that a slow or sanitized build still meets.
-    EXPECT_GE(static_cast<double>(updates) / seconds, kRate / 4.0);
+    // The rate itself is the benchmark's to measure; here the stress lines only have to be far
+    // more than the quotes of two symbols (a few a second) could make.
+    EXPECT_GT(updates, 1000u);
     EXPECT_GT(trades, updates / 2) << "most stress lines are trades";
 
     // The answer on the Level 1 connection counts exactly the lines before it.
