@@ -72,21 +72,20 @@ unsigned long long TradesSent(int adminPort) {
 } // namespace
 
 int main(int argc, char** argv) {
-    SLoadOptions options = ParseLoadOptions(
-        argc, argv, "usage: %s PORTICO [--seconds S] [--rate N] [--symbol SYM]\n");
+    SLoadOptions options =
+        ParseLoadOptions(argc, argv, "usage: %s PORTICO [--seconds S] [--rate N] [--symbol SYM]\n");
     if (options.symbol == "LUMA") {
         options.symbol = "AURX"; // trades around the clock
     }
-    const int seconds = std::atoi(options.others.count("--seconds") != 0U
-                                      ? options.others["--seconds"].c_str()
-                                      : "60");
+    const int seconds = std::atoi(
+        options.others.count("--seconds") != 0U ? options.others["--seconds"].c_str() : "60");
     const std::string rate =
         options.others.count("--rate") != 0U ? options.others["--rate"] : "100000";
     if (seconds <= 0) {
         Fail("--seconds must be positive");
     }
-    const bool ticksChart = options.others.count("--ticks-chart") != 0U &&
-                            options.others["--ticks-chart"] == "1";
+    const bool ticksChart =
+        options.others.count("--ticks-chart") != 0U && options.others["--ticks-chart"] == "1";
 
     skychart::test::PorticoProcess portico(options.porticoPath);
     if (!portico.start({"--linger", "0", "--connect-delay", "0", "--stress-rate", rate})) {
@@ -107,8 +106,8 @@ int main(int argc, char** argv) {
     std::string settings = "[ApplicationSettings]\nRequestEnableExtendedTrades=1,1,1,1,1\n"
                            "MAs SHOW=1\nBB STUDY SHOW=1\nNumber of displayed study charts=10\n";
     for (int pane = 0; pane < 10; ++pane) {
-        settings += "Type of study chart " + std::to_string(pane) + "=" + std::to_string(pane) +
-                    "\n";
+        settings +=
+            "Type of study chart " + std::to_string(pane) + "=" + std::to_string(pane) + "\n";
     }
     home.writeFile("config/Orvane/Kestrel/DisplayApps/Skychart.conf", settings);
 
@@ -151,9 +150,8 @@ int main(int argc, char** argv) {
     Clock::time_point last = Clock::now();
     QObject::connect(&lag, &QTimer::timeout, [&] {
         const Clock::time_point now = Clock::now();
-        lagMs.push_back(std::max(std::chrono::duration<double, std::milli>(now - last).count() -
-                                     10.0,
-                                 0.0));
+        lagMs.push_back(
+            std::max(std::chrono::duration<double, std::milli>(now - last).count() - 10.0, 0.0));
         last = now;
     });
     lag.start();
@@ -164,9 +162,7 @@ int main(int argc, char** argv) {
     // What is already in the socket is read before the counts are compared.
     const unsigned long long sentAfter = TradesSent(portico.adminPort());
     WaitFor(
-        [&] {
-            return view.Loader().AppliedTradeLines() - appliedBefore >= sentAfter - sentBefore;
-        },
+        [&] { return view.Loader().AppliedTradeLines() - appliedBefore >= sentAfter - sentBefore; },
         std::chrono::seconds(10));
     const std::uint64_t applied = view.Loader().AppliedTradeLines() - appliedBefore;
     const unsigned long long sent = sentAfter - sentBefore;
