@@ -25,6 +25,7 @@
 #include "core/settings.h"
 #include "feed/feed_platform.h"
 #include "feed/kestrel_stream_socket.h"
+#include "frame_bench_support.h"
 #include "history/chart_hist_request.h"
 #include "history/history_parser.h"
 #include "platform/config_writer.h"
@@ -304,18 +305,6 @@ SFrameRun FrameLoad(CTimedFrame& frame, CStackWatch& watch, const std::string& s
     return run;
 }
 
-bool WaitFor(const std::function<bool()>& done, std::chrono::seconds timeout) {
-    const auto deadline = Clock::now() + timeout;
-    while (!done()) {
-        if (Clock::now() > deadline) {
-            return false;
-        }
-        QApplication::processEvents(QEventLoop::AllEvents, 20);
-        usleep(5000);
-    }
-    return true;
-}
-
 std::string StepText(const std::vector<double>& values) {
     char text[64];
     std::snprintf(text, sizeof text, "%8.1f ms", Median(values) * 1000.0);
@@ -340,42 +329,16 @@ int main(int argc, char** argv) {
         Fail("portico did not start: " + portico.errorOutput());
     }
 
-    // The frame's settings and the service's ports in a folder of their own.
+    // The frame's settings and the service's ports in a folder of their own: ticks, and every
+    // study at once.
     skychart::test::TempDir home;
-    const std::string config = home.path() + "/config";
-    const std::string state = home.path() + "/state";
-    ::setenv("XDG_CONFIG_HOME", config.c_str(), 1);
-    ::setenv("XDG_STATE_HOME", state.c_str(), 1);
-    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    home.writeFile("config/Orvane/Kestrel/Startup.conf",
-                   "[General]\nAdminPort=" + std::to_string(portico.adminPort()) +
-                       "\nLookupPort=" + std::to_string(portico.lookupPort()) + "\nLevel1Port=" +
-                       std::to_string(portico.level1Port()) + "\nLogPath=" + state + "/logs\n");
-    home.writeFile(
-        "config/Orvane/Kestrel/DisplayApps/Skychart.conf",
-        "[ApplicationSettings]\nRequestDataType=0\nRequestType=0\n"
-        "RequestRecentType=0,3,6,8,9\nRequestDatapoints=" +
-            std::to_string(ticks) +
-            ",10000,10000,10000,10000\n"
-            // Every study at once: ten panes, the averages and the bands.
-            "MAs SHOW=1\nBB STUDY SHOW=1\nNumber of displayed study charts=10\n" +
-            [] {
-                std::string types;
-                for (int p = 0; p < 10; ++p) {
-                    types +=
-                        "Type of study chart " + std::to_string(p) + "=" + std::to_string(p) + "\n";
-                }
-                return types;
-            }());
-
+    PrepareFrameHome(home, portico,
+                     "RequestDataType=0\nRequestType=0\nRequestRecentType=0,3,6,8,9\n"
+                     "RequestDatapoints=" +
+                         std::to_string(ticks) + ",10000,10000,10000,10000\n" +
+                         EveryStudySettings());
     // The frame's progress lines and the offscreen platform's notes would drown the results.
-    spdlog::set_level(spdlog::level::warn);
-    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
-        if (type != QtDebugMsg && type != QtInfoMsg &&
-            !text.contains(QStringLiteral("propagateSizeHints"))) {
-            std::fprintf(stderr, "%s\n", qPrintable(text));
-        }
-    });
+    QuietFrameOutput();
     QApplication application(argc, argv);
     skychart::test::RecordingPrompt prompt;
     SSettingsLoad load = LoadApplicationSettings(prompt);

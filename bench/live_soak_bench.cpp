@@ -14,6 +14,7 @@
 #include "bench_support.h"
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
+#include "frame_bench_support.h"
 #include "history/chart_hist_request.h"
 #include "line_client.h"
 #include "platform/config_writer.h"
@@ -41,18 +42,6 @@ using Clock = std::chrono::steady_clock;
 [[noreturn]] void Fail(const std::string& why) {
     std::fprintf(stderr, "live_soak_bench: %s\n", why.c_str());
     std::exit(1);
-}
-
-// Runs the event loop until `done` holds or `timeout` passes.
-bool WaitFor(const std::function<bool()>& done, std::chrono::seconds timeout) {
-    const auto deadline = Clock::now() + timeout;
-    while (!done()) {
-        if (Clock::now() > deadline) {
-            return false;
-        }
-        QApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
 }
 
 // The trade lines portico sent to every Level 1 client since it started.
@@ -91,33 +80,12 @@ int main(int argc, char** argv) {
     if (!portico.start({"--linger", "0", "--connect-delay", "0", "--stress-rate", rate})) {
         Fail("portico did not start: " + portico.errorOutput());
     }
+    // One-minute bars (or ticks) with extended trades, so that every trade line the service
+    // sends counts; every study at once.
     skychart::test::TempDir home;
-    const std::string config = home.path() + "/config";
-    const std::string state = home.path() + "/state";
-    ::setenv("XDG_CONFIG_HOME", config.c_str(), 1);
-    ::setenv("XDG_STATE_HOME", state.c_str(), 1);
-    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    home.writeFile("config/Orvane/Kestrel/Startup.conf",
-                   "[General]\nAdminPort=" + std::to_string(portico.adminPort()) +
-                       "\nLookupPort=" + std::to_string(portico.lookupPort()) + "\nLevel1Port=" +
-                       std::to_string(portico.level1Port()) + "\nLogPath=" + state + "/logs\n");
-    // One-minute bars with extended trades, so that every trade line the service sends counts;
-    // every study at once.
-    std::string settings = "[ApplicationSettings]\nRequestEnableExtendedTrades=1,1,1,1,1\n"
-                           "MAs SHOW=1\nBB STUDY SHOW=1\nNumber of displayed study charts=10\n";
-    for (int pane = 0; pane < 10; ++pane) {
-        settings +=
-            "Type of study chart " + std::to_string(pane) + "=" + std::to_string(pane) + "\n";
-    }
-    home.writeFile("config/Orvane/Kestrel/DisplayApps/Skychart.conf", settings);
-
-    spdlog::set_level(spdlog::level::warn);
-    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
-        if (type != QtDebugMsg && type != QtInfoMsg &&
-            !text.contains(QStringLiteral("propagateSizeHints"))) {
-            std::fprintf(stderr, "%s\n", qPrintable(text));
-        }
-    });
+    PrepareFrameHome(home, portico,
+                     "RequestEnableExtendedTrades=1,1,1,1,1\n" + EveryStudySettings());
+    QuietFrameOutput();
     QApplication application(argc, argv);
     skychart::test::RecordingPrompt prompt;
     SSettingsLoad load = LoadApplicationSettings(prompt);

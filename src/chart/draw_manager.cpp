@@ -44,6 +44,7 @@ void CHistChartDrawManager::SetScrollPosition(int first, int count, int dataType
     } else {
         m_history.FillVolumes(first, m_bars.volume);
     }
+    m_decimals = DecimalsOf(m_bars.close);
     std::vector<SPointTime> times(shown);
     m_history.FillTimes(first, std::span<SPointTime>(times));
     for (std::size_t i = 0; i < shown; ++i) {
@@ -113,9 +114,9 @@ int CHistChartDrawManager::ReadOutBar(int cursorBar) const {
     return at >= 0 && at < m_bars.Count() ? cursorBar : m_bars.first + m_bars.Count() - 1;
 }
 
-int CHistChartDrawManager::PriceDecimals() const {
+int CHistChartDrawManager::DecimalsOf(std::span<const double> prices) {
     int decimals = 2;
-    for (const double price : m_bars.close) {
+    for (const double price : prices) {
         while (decimals < 6) {
             const double scaled = price * std::pow(10.0, decimals);
             if (std::abs(scaled - std::round(scaled)) < 1e-6 * std::max(1.0, std::abs(scaled))) {
@@ -128,7 +129,7 @@ int CHistChartDrawManager::PriceDecimals() const {
 }
 
 std::string CHistChartDrawManager::FormatPrice(double price) const {
-    return fmt::format("{:.{}f}", price, PriceDecimals());
+    return fmt::format("{:.{}f}", price, m_decimals);
 }
 
 std::string CHistChartDrawManager::TimeField(std::size_t at) const {

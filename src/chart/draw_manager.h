@@ -63,7 +63,7 @@ public:
     // newest displayed bar; kNoCursorBar when nothing is displayed.
     int ReadOutBar(int cursorBar) const;
     // The decimals that the displayed prices need (2 to 6).
-    int PriceDecimals() const;
+    int PriceDecimals() const { return m_decimals; }
     // The price bar fields of a displayed bar: the prices, its time, and the studies' averages
     // and bands fields.
     std::vector<std::string> PriceBarFields(int bar) const;
@@ -86,11 +86,14 @@ private:
     double Price(EPriceColumn column, int index) const;
     std::string TimeField(std::size_t at) const;
     std::string FormatPrice(double price) const;
+    // The decimals (2 to 6) that `prices` need.
+    static int DecimalsOf(std::span<const double> prices);
     void PaintXAxis(CChart2D& chart, const SPaneFrame& frame, bool withTexts) const;
 
     const CChartHistRequest& m_history;
     IPaneStudies* m_studies = nullptr;
     SDisplayedBars m_bars;
+    int m_decimals = 2;
     int m_dataType = 0;
     CHistPriceChart m_price{m_bars};
     bool m_haveYRange = false;

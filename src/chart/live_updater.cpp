@@ -2,6 +2,7 @@
 
 #include "base/datetime.h"
 #include "base/fields.h"
+#include "base/numbers.h"
 #include "history/chart_hist_request.h"
 #include "history/history_request.h"
 #include "history/tick.h"
@@ -12,55 +13,6 @@
 
 namespace {
 
-// Decimal conversions in the manner of atof, strtoul and _atoi64: leading blanks and a plus sign
-// are skipped, the number ends at the first character that does not belong to it, and text
-// without a number gives 0.
-std::string_view NumberStart(std::string_view text) {
-    std::size_t i = 0;
-    while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) {
-        ++i;
-    }
-    if (i < text.size() && text[i] == '+') {
-        ++i;
-    }
-    return text.substr(i);
-}
-
-double ToDouble(std::string_view text) {
-    double value = 0.0;
-    const std::string_view number = NumberStart(text);
-    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
-    return result.ec == std::errc() ? value : 0.0;
-}
-
-std::int64_t ToInt64(std::string_view text) {
-    std::int64_t value = 0;
-    const std::string_view number = NumberStart(text);
-    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
-    return result.ec == std::errc() ? value : 0;
-}
-
-// strtoul's 32-bit result: a leading minus sign is taken modulo 2^32.
-std::uint32_t ToUnsigned32(std::string_view text) {
-    return static_cast<std::uint32_t>(ToInt64(text));
-}
-
-// `length` digits at `position`; -1 when they are not all there.
-int Digits(std::string_view text, std::size_t position, std::size_t length) {
-    if (position + length > text.size()) {
-        return -1;
-    }
-    int value = 0;
-    for (std::size_t i = position; i < position + length; ++i) {
-        const unsigned digit = static_cast<unsigned char>(text[i]) - static_cast<unsigned>('0');
-        if (digit > 9) {
-            return -1;
-        }
-        value = value * 10 + static_cast<int>(digit);
-    }
-    return value;
-}
-
 // A date text with its '/' characters removed, read as a decimal number (MMDDYYYY).
 std::int64_t SlashlessValue(std::string_view text) {
     std::string digits;
@@ -69,7 +21,7 @@ std::int64_t SlashlessValue(std::string_view text) {
             digits += c;
         }
     }
-    return ToInt64(digits);
+    return ToInteger<std::int64_t>(digits);
 }
 
 std::string SlashDate(const SDateTimeFields& f) {
@@ -254,7 +206,7 @@ bool CLevel1Updater::ReadTrade(bool extended, STrade& trade) {
 
     trade.price = ToDouble(m_fields[level1::kTrade]);
     trade.size = ToUnsigned32(m_fields[level1::kTradeSize]);
-    trade.totalVolume = ToInt64(m_fields[level1::kTotalVolume]);
+    trade.totalVolume = ToInteger<std::int64_t>(m_fields[level1::kTotalVolume]);
     trade.high = ToDouble(m_fields[level1::kHigh]);
     trade.low = ToDouble(m_fields[level1::kLow]);
     trade.open = ToDouble(m_fields[level1::kOpen]);
@@ -321,8 +273,9 @@ bool CLevel1Updater::ApplyTick(const STrade& trade) {
     tick.bid = ToDouble(optional(level1::kBid));
     tick.ask = ToDouble(optional(level1::kAsk));
     tick.tickId = ToUnsigned32(optional(level1::kTickId));
-    tick.aggressor = static_cast<std::uint8_t>(ToInt64(optional(level1::kAggressor)));
-    tick.dayCode = static_cast<std::uint8_t>(ToInt64(optional(level1::kDayCode)));
+    tick.aggressor =
+        static_cast<std::uint8_t>(ToInteger<std::int64_t>(optional(level1::kAggressor)));
+    tick.dayCode = static_cast<std::uint8_t>(ToInteger<std::int64_t>(optional(level1::kDayCode)));
     if (!tick.time.IsValid()) {
         return Drop(fmt::format("a trade date \"{}\" is no calendar date", trade.dateText));
     }

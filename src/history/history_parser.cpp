@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "base/fields.h"
+#include "base/numbers.h"
 #include "history/chart_hist_request.h"
 #include "history/tick.h"
 
@@ -55,59 +56,6 @@ struct SLineFields {
 
 bool StartsWith(std::string_view text, char c) {
     return !text.empty() && text.front() == c;
-}
-
-// Decimal text conversions in the manner of the C library: leading blanks and a plus sign are
-// skipped, the number ends at the first character that does not belong to it, and text with no
-// number gives 0.
-std::string_view NumberStart(std::string_view text) {
-    std::size_t i = 0;
-    while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) {
-        ++i;
-    }
-    if (i < text.size() && text[i] == '+') {
-        ++i;
-    }
-    return text.substr(i);
-}
-
-double ToDouble(std::string_view text) {
-    double value = 0.0;
-    const std::string_view number = NumberStart(text);
-    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
-    return result.ec == std::errc() ? value : 0.0;
-}
-
-template <typename T> T ToInteger(std::string_view text) {
-    T value = 0;
-    const std::string_view number = NumberStart(text);
-    const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
-    return result.ec == std::errc() ? value : T{0};
-}
-
-// Unsigned conversion that, like the C library, takes a leading minus sign modulo 2^32.
-std::uint32_t ToUnsigned32(std::string_view text) {
-    const std::string_view number = NumberStart(text);
-    if (!number.empty() && number.front() == '-') {
-        return static_cast<std::uint32_t>(-ToInteger<std::int64_t>(number.substr(1)));
-    }
-    return static_cast<std::uint32_t>(ToInteger<std::uint64_t>(number));
-}
-
-// Two or four digits at a fixed position; -1 when they are not all there.
-int Digits(std::string_view text, std::size_t position, std::size_t length) {
-    if (position + length > text.size()) {
-        return -1;
-    }
-    int value = 0;
-    for (std::size_t i = position; i < position + length; ++i) {
-        const unsigned digit = static_cast<unsigned char>(text[i]) - static_cast<unsigned>('0');
-        if (digit > 9) {
-            return -1;
-        }
-        value = value * 10 + static_cast<int>(digit);
-    }
-    return value;
 }
 
 // The time stamp cut at its fixed positions: year 0-3, month 5-6, day 8-9, and with `withTime`
