@@ -11,6 +11,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <optional>
 
 namespace {
 
@@ -178,8 +179,8 @@ std::string ExportText(const CChartHistRequest& history, int dataType, const CSt
         text += ExportRow(point, dataType);
         for (const SStudyColumn& column : columns) {
             text += ',';
-            if (static_cast<std::size_t>(i) < column.values->size()) {
-                text += ExportStudyCell((*column.values)[static_cast<std::size_t>(i)]);
+            if (const std::optional<double> value = column.At(static_cast<std::size_t>(i))) {
+                text += ExportStudyCell(*value);
             }
         }
         text += '\n';

@@ -2,7 +2,8 @@
 
 // What the chart view asks of the studies: the moving averages and bands over the price pane and
 // one lower pane per displayed study. The studies compute over the whole series off the view's
-// thread; the view polls for the result on its timers and draws what is there.
+// thread and follow live points on it; the view polls for the result on its timers and draws
+// what is there.
 
 #include "chart/chart_2d.h"
 
@@ -22,8 +23,9 @@ public:
     // The series holds a new answer (or changed as a whole): computing starts over it.
     virtual void SeriesChanged(const CChartHistRequest& history, int dataType,
                                int intervalIndex) = 0;
-    // The series grew or its newest point changed (live trades): the studies are computed again
-    // over it, keeping what is drawn until then; while a computation runs, one more follows it.
+    // The series grew or its newest point changed (live trades): the studies go on over the new
+    // points at once, at the cost of those points; while a computation runs, they do so when it
+    // is done, keeping what is drawn until then.
     virtual void SeriesGrew() = 0;
     // The study settings changed: they are read again and the studies computed again over the
     // series they were last given.

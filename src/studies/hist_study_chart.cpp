@@ -24,10 +24,19 @@ std::string CHistStudyChart::label(int cursorBar, bool minimized) const {
 }
 
 double CHistStudyChart::LineAt(std::size_t line, int bar) const {
-    if (line >= m_lines.size() || bar < 0 || bar >= static_cast<int>(m_lines[line].values.size())) {
+    if (bar < 0 || static_cast<std::size_t>(bar) >= LineSize(line)) {
         return CChart2D::HoleValue();
     }
-    return m_lines[line].values[static_cast<std::size_t>(bar)];
+    const SLine& at = m_lines[line];
+    return at.flat ? at.flatValue : at.values[static_cast<std::size_t>(bar)];
+}
+
+std::size_t CHistStudyChart::LineSize(std::size_t line) const {
+    if (line >= m_lines.size()) {
+        return 0;
+    }
+    return m_lines[line].flat ? static_cast<std::size_t>(std::max(m_count, 0))
+                              : m_lines[line].values.size();
 }
 
 void CHistStudyChart::ResetLines(std::initializer_list<const char*> names) {
@@ -36,6 +45,7 @@ void CHistStudyChart::ResetLines(std::initializer_list<const char*> names) {
     for (const char* name : names) {
         m_lines[at].name = name;
         m_lines[at].histogram = false;
+        m_lines[at].flat = false;
         ++at;
     }
 }
@@ -43,13 +53,22 @@ void CHistStudyChart::ResetLines(std::initializer_list<const char*> names) {
 CChart2D::SRange CHistStudyChart::ValueRange(int first, int count) const {
     double low = std::numeric_limits<double>::infinity();
     double high = -low;
-    for (const SLine& line : m_lines) {
-        const int end = std::min(first + count, static_cast<int>(line.values.size()));
-        for (int bar = std::max(first, 0); bar < end; ++bar) {
-            const double v = line.values[static_cast<std::size_t>(bar)];
+    for (std::size_t at = 0; at < m_lines.size(); ++at) {
+        const SLine& line = m_lines[at];
+        const int end = std::min(first + count, static_cast<int>(LineSize(at)));
+        const auto fold = [&](double v) {
             if (!CChart2D::IsHole(v) && std::isfinite(v)) {
                 low = std::min(low, v);
                 high = std::max(high, v);
+            }
+        };
+        if (line.flat) {
+            if (std::max(first, 0) < end) {
+                fold(line.flatValue);
+            }
+        } else {
+            for (int bar = std::max(first, 0); bar < end; ++bar) {
+                fold(line.values[static_cast<std::size_t>(bar)]);
             }
         }
         if (line.histogram) {
@@ -104,11 +123,17 @@ void CHistStudyChart::Paint(CChart2D& chart, int first, int count, int slots, in
             continue;
         }
         const SLine& line = m_lines[at];
-        const int size = static_cast<int>(line.values.size());
+        const int size = static_cast<int>(LineSize(at));
         const int begin = std::clamp(first, 0, size);
         const int end = std::clamp(first + count, begin, size);
-        const std::span<const double> shown(line.values.data() + begin,
-                                            static_cast<std::size_t>(end - begin));
+        std::vector<double> flat;
+        if (line.flat) {
+            flat.assign(static_cast<std::size_t>(end - begin), line.flatValue);
+        }
+        const std::span<const double> shown =
+            line.flat ? std::span<const double>(flat)
+                      : std::span<const double>(line.values.data() + begin,
+                                                static_cast<std::size_t>(end - begin));
         if (line.histogram) {
             chart.SetHistogramStyle(id, {line.color, 0.0, HistogramWidth(pixelsPerBar)});
             chart.SetHistogram(id, shown, 0.0);

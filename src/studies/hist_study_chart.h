@@ -27,11 +27,14 @@ public:
     using Column = std::vector<double>;
 
     // A drawn line: its export name, values, colour and whether it is drawn as bars from zero.
+    // A flat line has one value at every bar of the series and keeps no column.
     struct SLine {
         const char* name = "";
         Column values;
         ColorRef color = 0;
         bool histogram = false;
+        bool flat = false;
+        double flatValue = 0.0;
     };
     // A horizontal line across the pane.
     struct SLevel {
@@ -53,10 +56,10 @@ public:
 
     // Reads the study's settings: period, levels and colours.
     virtual void setup(const SStudySettings& settings, const SStudyContext& context);
-    // Computes the study's lines over every bar of `inputs` (kept for value()). `incremental`
-    // says that the series only grew at its end since the last fill; the lines come out the
-    // same either way.
-    virtual void fill(const CStudyInputs& inputs, bool incremental) = 0;
+    // Computes the study's lines over every bar of `inputs` (kept for value()). The bars before
+    // `from` are those of the last fill (a series that grew at its end: live points); they keep
+    // their values and the work is in proportion to the bars from `from` on. 0: every bar.
+    virtual void fill(const CStudyInputs& inputs, std::size_t from) = 0;
     // The pane's label line: the description, the values at `cursorBar` when it is a bar of
     // the series, and " (Minimized)".
     virtual std::string label(int cursorBar, bool minimized) const;
@@ -75,6 +78,8 @@ public:
     int Count() const { return m_count; }
     // The value of line `line` at `bar`, NaN outside the series.
     double LineAt(std::size_t line, int bar) const;
+    // The bars of line `line` that hold a value (a flat line: every bar of the series).
+    std::size_t LineSize(std::size_t line) const;
 
 protected:
     virtual std::string Description() const = 0;

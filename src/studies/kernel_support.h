@@ -35,6 +35,25 @@ inline double* Sized(std::vector<double>& column, std::size_t count) {
     return column.data();
 }
 
+// Sizes `column` to `count` entries keeping its values, for a series that grew: the storage
+// grows by an eighth at a time, not doubling, so that a long column following live points does
+// not hold twice its size.
+inline double* Grown(std::vector<double>& column, std::size_t count) {
+    if (column.capacity() < count) {
+        column.reserve(count + count / 8 + 1024);
+    }
+    column.resize(count);
+    return column.data();
+}
+
+// Whether a computation can go on from a carry saved after bar `carryBar`: the columns hold the
+// bars up to it (`have` entries), the bars from `from` on may have changed, and the series holds
+// `count` bars.
+inline bool GoesOn(std::size_t carryBar, std::size_t from, std::size_t have, std::size_t count) {
+    return carryBar != static_cast<std::size_t>(-1) && carryBar < from && carryBar < have &&
+           carryBar + 1 < count;
+}
+
 inline void FillNaN(double* out, std::size_t from, std::size_t to) {
     for (std::size_t i = from; i < to; ++i) {
         out[i] = kNaN;

@@ -2,9 +2,11 @@
 
 #include "chart/chart_labels.h"
 #include "core/data_types.h"
+#include "studies/kernel_support.h"
 #include "studies/study_formulas.h"
 #include "studies/study_kernels.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
@@ -68,10 +70,10 @@ void CHistRSIChart::setup(const SStudySettings& settings, const SStudyContext& c
                 {static_cast<double>(m_lower), settings.rsiLowColor}};
 }
 
-void CHistRSIChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistRSIChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
     ResetLines({"RSI"});
-    m_lines[0].values = study_kernels::Rsi(inputs.Columns().close, m_period);
+    study_kernels::Rsi(inputs.Columns().close, m_period, m_lines[0].values, m_carry, from);
     m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
@@ -108,10 +110,10 @@ void CHistMOMChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_levels = {{0.0, settings.momentumZeroColor}};
 }
 
-void CHistMOMChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistMOMChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
     ResetLines({"MOM"});
-    m_lines[0].values = study_kernels::Momentum(inputs.Columns().close, m_period);
+    study_kernels::Momentum(inputs.Columns().close, m_period, m_lines[0].values, from);
     m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
@@ -143,10 +145,10 @@ void CHistROCChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_levels = {{0.0, settings.roc100Color}};
 }
 
-void CHistROCChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistROCChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
     ResetLines({"ROC"});
-    m_lines[0].values = study_kernels::RateOfChange(inputs.Columns().close, m_period);
+    study_kernels::RateOfChange(inputs.Columns().close, m_period, m_lines[0].values, from);
     m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
@@ -177,10 +179,10 @@ void CHistOBVChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_levels = {{0.0, settings.obvZeroColor}};
 }
 
-void CHistOBVChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistOBVChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
     ResetLines({"OBV"});
-    m_lines[0].values = study_kernels::OnBalanceVolume(inputs.Columns(), m_period);
+    study_kernels::OnBalanceVolume(inputs.Columns(), m_period, m_lines[0].values, from);
     m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
@@ -218,10 +220,11 @@ void CHistMACDChart::setup(const SStudySettings& settings, const SStudyContext& 
     m_lines[2].color = settings.macdHistogramColor;
 }
 
-void CHistMACDChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistMACDChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    study_kernels::SMacd macd =
-        study_kernels::Macd(inputs.Columns().close, m_short, m_long, m_period);
+    study_kernels::SMacd macd{std::move(m_lines[0].values), std::move(m_lines[1].values),
+                              std::move(m_lines[2].values)};
+    study_kernels::Macd(inputs.Columns().close, m_short, m_long, m_period, macd, m_carry, from);
     m_lines[0].values = std::move(macd.macd);
     m_lines[1].values = std::move(macd.signal);
     m_lines[2].values = std::move(macd.histogram);
@@ -275,10 +278,10 @@ void CHistSTOChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lines[1].color = settings.stoDColor;
 }
 
-void CHistSTOChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistSTOChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    study_kernels::SStochastics sto =
-        study_kernels::Stochastics(inputs.Columns(), m_period, m_fast);
+    study_kernels::SStochastics sto{std::move(m_lines[0].values), std::move(m_lines[1].values)};
+    study_kernels::Stochastics(inputs.Columns(), m_period, m_fast, sto, from);
     m_lines[0].values = std::move(sto.k);
     m_lines[1].values = std::move(sto.d);
     m_count = inputs.Count();
@@ -329,17 +332,37 @@ void CHistVOLChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_averageColor = settings.volumeAverageColor;
 }
 
-void CHistVOLChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    const SBarColumns columns = inputs.Columns();
-    // The volume bars are the series' own column; only the average is the study's.
+    const std::span<const double> volume = inputs.Columns().volume;
+    const std::size_t count = volume.size();
+    // The volume bars are the series' own column; only the average is the study's. Bars before
+    // `from` are kept.
     ResetLines({"", "VolumeAverage"});
-    m_lines[0].values.assign(columns.volume.begin(), columns.volume.end());
+    Column& bars = m_lines[0].values;
+    from = std::min(from, bars.size());
+    double* out = study_kernels::detail::Grown(bars, count);
+    std::copy(volume.begin() + static_cast<std::ptrdiff_t>(from), volume.end(), out + from);
     m_lines[0].color = m_dataColor;
     m_lines[0].histogram = true;
-    m_average = study_kernels::VolumeAverage(columns.volume, m_period, m_allData);
-    m_lines[1].values.assign(columns.volume.size(),
-                             m_showAverage ? m_average : CChart2D::HoleValue());
+    if (m_allData) {
+        // Summed oldest first as a whole pass would, the settled bars once.
+        if (from < m_settledBars) {
+            m_settledSum = 0.0;
+            m_settledBars = 0;
+        }
+        for (; m_settledBars + 1 < count; ++m_settledBars) {
+            m_settledSum += volume[m_settledBars];
+        }
+        m_average = count == 0 ? CChart2D::HoleValue()
+                               : (m_settledSum + volume[count - 1]) / static_cast<double>(count);
+    } else {
+        m_average = study_kernels::VolumeAverage(volume, m_period, false);
+    }
+    // One value at every bar: drawn across the pane, not stored a bar at a time.
+    m_lines[1].values.clear();
+    m_lines[1].flat = true;
+    m_lines[1].flatValue = m_showAverage ? m_average : CChart2D::HoleValue();
     m_lines[1].color = m_averageColor;
     m_count = inputs.Count();
 }
@@ -403,9 +426,10 @@ void CHistMFChart::setup(const SStudySettings& settings, const SStudyContext& co
     m_lines[1].color = settings.negativeFlowColor;
 }
 
-void CHistMFChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistMFChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    study_kernels::SMoneyFlow flow = study_kernels::MoneyFlow(inputs.Columns(), m_period);
+    study_kernels::SMoneyFlow flow{std::move(m_lines[0].values), std::move(m_lines[1].values)};
+    study_kernels::MoneyFlow(inputs.Columns(), m_period, flow, from);
     m_lines[0].values = std::move(flow.positive);
     m_lines[1].values = std::move(flow.negative);
     m_count = inputs.Count();
@@ -452,10 +476,10 @@ void CHistMFIChart::setup(const SStudySettings& settings, const SStudyContext& c
                 {static_cast<double>(m_lower), settings.mfiLowColor}};
 }
 
-void CHistMFIChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistMFIChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
     ResetLines({"MFI"});
-    m_lines[0].values = study_kernels::MoneyFlowIndex(inputs.Columns(), m_period);
+    study_kernels::MoneyFlowIndex(inputs.Columns(), m_period, m_lines[0].values, from);
     m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
@@ -495,9 +519,11 @@ void CHistADXChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lines[2].color = settings.negativeDIColor;
 }
 
-void CHistADXChart::fill(const CStudyInputs& inputs, bool /*incremental*/) {
+void CHistADXChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    study_kernels::SAdx adx = study_kernels::Adx(inputs.Columns(), m_period);
+    study_kernels::SAdx adx{std::move(m_lines[0].values), std::move(m_lines[1].values),
+                            std::move(m_lines[2].values)};
+    study_kernels::Adx(inputs.Columns(), m_period, adx, m_carry, from);
     m_lines[0].values = std::move(adx.adx);
     m_lines[1].values = std::move(adx.plusDi);
     m_lines[2].values = std::move(adx.minusDi);

@@ -3,12 +3,13 @@
 // The ten lower studies.
 
 #include "studies/hist_study_chart.h"
+#include "studies/study_kernels.h"
 
 class CHistRSIChart final : public CHistStudyChart {
 public:
     CHistRSIChart() : CHistStudyChart(kStudyRSI) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     // The RSI of bar i - 1, as the formula numbers its argument.
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
@@ -19,13 +20,14 @@ private:
     CChart2D::SRange ValueRange(int first, int count) const override;
     int m_upper = 70;
     int m_lower = 30;
+    study_kernels::SRsiCarry m_carry;
 };
 
 class CHistMOMChart final : public CHistStudyChart {
 public:
     CHistMOMChart() : CHistStudyChart(kStudyMomentum) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
@@ -38,7 +40,7 @@ class CHistROCChart final : public CHistStudyChart {
 public:
     CHistROCChart() : CHistStudyChart(kStudyRateOfChange) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
@@ -51,7 +53,7 @@ class CHistOBVChart final : public CHistStudyChart {
 public:
     CHistOBVChart() : CHistStudyChart(kStudyOBV) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
@@ -64,7 +66,7 @@ class CHistMACDChart final : public CHistStudyChart {
 public:
     CHistMACDChart() : CHistStudyChart(kStudyMACD) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     // The MACD value at bar i.
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
@@ -75,13 +77,14 @@ private:
     int m_short = 8;
     int m_long = 17;
     std::string m_preset;
+    study_kernels::SMacdCarry m_carry;
 };
 
 class CHistSTOChart final : public CHistStudyChart {
 public:
     CHistSTOChart() : CHistStudyChart(kStudyStochastics) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     // The %D at bar i (fast or slow by the setting).
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
@@ -99,7 +102,7 @@ class CHistVOLChart final : public CHistStudyChart {
 public:
     CHistVOLChart() : CHistStudyChart(kStudyVolume) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     // The volume of bar i.
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
@@ -114,13 +117,16 @@ private:
     bool m_showAverage = true;
     ColorRef m_averageColor = 0;
     double m_average = 0.0;
+    // The volume summed over the bars before the newest, which live trades no longer change.
+    double m_settledSum = 0.0;
+    std::size_t m_settledBars = 0;
 };
 
 class CHistMFChart final : public CHistStudyChart {
 public:
     CHistMFChart() : CHistStudyChart(kStudyMoneyFlow) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     // The net flow (positive minus negative) at bar i.
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
@@ -134,7 +140,7 @@ class CHistMFIChart final : public CHistStudyChart {
 public:
     CHistMFIChart() : CHistStudyChart(kStudyMFI) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
@@ -150,7 +156,7 @@ class CHistADXChart final : public CHistStudyChart {
 public:
     CHistADXChart() : CHistStudyChart(kStudyADX) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
-    void fill(const CStudyInputs& inputs, bool incremental) override;
+    void fill(const CStudyInputs& inputs, std::size_t from) override;
     // The ADX at bar i.
     double value(int i) const override;
     std::string InfoLine(int bar) const override;
@@ -158,4 +164,5 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
+    study_kernels::SAdxCarry m_carry;
 };

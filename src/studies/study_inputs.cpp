@@ -2,6 +2,7 @@
 
 #include "core/data_types.h"
 #include "history/chart_hist_request.h"
+#include "studies/kernel_support.h"
 
 #include <algorithm>
 
@@ -30,25 +31,64 @@ CStudyInputs::CStudyInputs(int dataType, std::vector<double> high, std::vector<d
 bool CStudyInputs::Read(const CChartHistRequest& history, int dataType,
                         const std::atomic<bool>* cancel) {
     m_dataType = dataType;
-    const int total = std::max(history.GetCount(), 0);
-    const auto count = static_cast<std::size_t>(total);
+    const auto count = static_cast<std::size_t>(std::max(history.GetCount(), 0));
     const bool ticks = dataType == kTicks;
-    // Ticks and minute bars weigh by their own size; the other bars carry their own volume.
-    const bool ownSize = ticks || dataType == kIntervals;
     m_close.assign(count, 0.0);
     m_high.assign(ticks ? 0 : count, 0.0);
     m_low.assign(ticks ? 0 : count, 0.0);
     m_volume.assign(count, 0.0);
-    std::vector<std::uint32_t> sizes(ownSize ? kChunk : 0);
-    std::vector<std::int64_t> volumes(ownSize ? 0 : kChunk);
+    if (!ReadRange(history, 0, count, cancel)) {
+        *this = CStudyInputs();
+        return false;
+    }
+    return true;
+}
 
-    for (int first = 0; first < total; first += kChunk) {
+bool CStudyInputs::Follow(const CChartHistRequest& history, std::size_t from) {
+    const auto count = static_cast<std::size_t>(std::max(history.GetCount(), 0));
+    if (count < from || from > m_close.size()) {
+        return false;
+    }
+    const std::size_t had = m_close.size();
+    const auto grow = [count](std::vector<double>& column) {
+        study_kernels::detail::Grown(column, count);
+    };
+    grow(m_close);
+    grow(m_volume);
+    if (m_dataType != kTicks) {
+        grow(m_high);
+        grow(m_low);
+    }
+    if (!ReadRange(history, from, count - from, nullptr)) {
+        // The series shrank meanwhile: what was read is not a series any more.
+        const auto keep = [had](std::vector<double>& column) {
+            column.resize(std::min(column.size(), had));
+        };
+        keep(m_close);
+        keep(m_volume);
+        keep(m_high);
+        keep(m_low);
+        return false;
+    }
+    return true;
+}
+
+bool CStudyInputs::ReadRange(const CChartHistRequest& history, std::size_t from, std::size_t count,
+                             const std::atomic<bool>* cancel) {
+    const bool ticks = m_dataType == kTicks;
+    // Ticks and minute bars weigh by their own size; the other bars carry their own volume.
+    const bool ownSize = ticks || m_dataType == kIntervals;
+    const std::size_t chunk = std::min<std::size_t>(kChunk, count);
+    std::vector<std::uint32_t> sizes(ownSize ? chunk : 0);
+    std::vector<std::int64_t> volumes(ownSize ? 0 : chunk);
+
+    for (std::size_t done = 0; done < count; done += kChunk) {
         if (Cancelled(cancel)) {
-            *this = CStudyInputs();
             return false;
         }
-        const auto at = static_cast<std::size_t>(first);
-        const std::size_t n = std::min<std::size_t>(kChunk, count - at);
+        const std::size_t at = from + done;
+        const int first = static_cast<int>(at);
+        const std::size_t n = std::min<std::size_t>(kChunk, count - done);
         std::size_t got = history.FillPrices(EPriceColumn::Close, first,
                                              std::span<double>(m_close.data() + at, n));
         if (!ticks) {
@@ -69,7 +109,6 @@ bool CStudyInputs::Read(const CChartHistRequest& history, int dataType,
             }
         }
         if (got != n) {
-            *this = CStudyInputs();
             return false;
         }
     }

@@ -23,6 +23,10 @@ public:
     // Copies the whole series in chunks, one lock of the series per chunk. Returns false (and
     // holds nothing) when `cancel` became true or the series shrank under it.
     bool Read(const CChartHistRequest& history, int dataType, const std::atomic<bool>* cancel);
+    // Reads the points from `from` on again, as the series holds them now (it grew at its end or
+    // changed its newest points); the columns grow a little at a time. False, and the columns
+    // unchanged, when the series holds fewer points than `from` or shrank while read.
+    bool Follow(const CChartHistRequest& history, std::size_t from);
 
     int DataType() const { return m_dataType; }
     SBarColumns Columns() const;
@@ -36,6 +40,9 @@ public:
 
 private:
     static std::size_t Clamp(int index, std::size_t size);
+    // Reads the points [from, from + count) into the columns, sized for them already.
+    bool ReadRange(const CChartHistRequest& history, std::size_t from, std::size_t count,
+                   const std::atomic<bool>* cancel);
 
     int m_dataType = 0;
     std::vector<double> m_high; // empty for ticks

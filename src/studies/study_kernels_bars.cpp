@@ -208,18 +208,26 @@ void MoneyFlowIndex(const SBarColumns& bars, int period, Column& column) {
 }
 
 void Adx(const SBarColumns& bars, int period, SAdx& columns) {
+    SAdxCarry carry;
+    Adx(bars, period, columns, carry, 0);
+}
+
+void Adx(const SBarColumns& bars, int period, SAdx& columns, SAdxCarry& carry, std::size_t from) {
     const std::size_t count = bars.Count();
-    double* adxOut = Sized(columns.adx, count);
-    double* plusOut = Sized(columns.plusDi, count);
-    double* minusOut = Sized(columns.minusDi, count);
     const std::size_t n = FirstBar(period, 0, count);
     const std::size_t usable = Usable(bars, {bars.high, bars.low});
-    FillNaNOutside(adxOut, count, n, usable);
-    FillNaNOutside(plusOut, count, n, usable);
-    FillNaNOutside(minusOut, count, n, usable);
-    if (usable <= n) {
-        return;
-    }
+    const std::size_t have =
+        std::min({columns.adx.size(), columns.plusDi.size(), columns.minusDi.size()});
+    const SAdxCarry resumed = carry;
+    carry = SAdxCarry{};
+    const bool goesOn = resumed.period == period && usable == count &&
+                        detail::GoesOn(resumed.bar, from, have, count);
+    auto size = [&](Column& column) {
+        return goesOn ? detail::Grown(column, count) : Sized(column, count);
+    };
+    double* adxOut = size(columns.adx);
+    double* plusOut = size(columns.plusDi);
+    double* minusOut = size(columns.minusDi);
     const auto high = bars.high;
     const auto low = bars.low;
     const auto close = bars.close;
@@ -227,6 +235,7 @@ void Adx(const SBarColumns& bars, int period, SAdx& columns) {
     double trueRange = 0.0;
     double plusDm = 0.0;
     double minusDm = 0.0;
+    double adx = 0.0;
     // Bar j against bar j - 1, with absolute directional movements: summed into the averages
     // while seeding them, else smoothed in.
     auto advance = [&](std::size_t j, bool seed) {
@@ -250,52 +259,77 @@ void Adx(const SBarColumns& bars, int period, SAdx& columns) {
     };
     auto plusDi = [&] { return 100 * plusDm / trueRange; };
     auto minusDi = [&] { return 100 * minusDm / trueRange; };
-    auto put = [&](std::size_t i, double adx) {
-        adxOut[i] = adx;
+    auto put = [&](std::size_t i, double value) {
+        adxOut[i] = value;
         plusOut[i] = plusDi();
         minusOut[i] = minusDi();
     };
-    // In the long run one division a bar: the reciprocal of the average true range.
-    for (std::size_t j = 1; j <= n; ++j) {
-        advance(j, true);
-    }
-    trueRange /= period;
-    plusDm /= period;
-    minusDm /= period;
-
-    // Before bar 2n the values reach only to the bar before (bar n at bars n and n + 1); bar 2n
-    // has the first ADX, the mean of the seed's DX over bars n + 1 .. 2n (ratio first); later
-    // bars smooth it with the DX taken product first.
-    std::size_t applied = n;
-    double seedDx = 0.0;
-    auto applyThrough = [&](std::size_t last) {
-        while (applied < last) {
-            advance(++applied, false);
-            const double plus = plusDi();
-            const double minus = minusDi();
-            seedDx += std::fabs((plus - minus) / (plus + minus) * 100);
+    std::size_t i = resumed.bar + 1;
+    if (goesOn) {
+        trueRange = resumed.trueRange;
+        plusDm = resumed.plusDm;
+        minusDm = resumed.minusDm;
+        adx = resumed.adx;
+    } else {
+        FillNaNOutside(adxOut, count, n, usable);
+        FillNaNOutside(plusOut, count, n, usable);
+        FillNaNOutside(minusOut, count, n, usable);
+        if (usable <= n) {
+            return;
         }
-    };
-    const std::size_t seedEnd = std::min(2 * n, usable);
-    for (std::size_t i = n; i < seedEnd; ++i) {
-        applyThrough(std::max(n, i - 1));
-        put(i, kNaN);
+        for (std::size_t j = 1; j <= n; ++j) {
+            advance(j, true);
+        }
+        trueRange /= period;
+        plusDm /= period;
+        minusDm /= period;
+
+        // Before bar 2n the values reach only to the bar before (bar n at bars n and n + 1);
+        // bar 2n has the first ADX, the mean of the seed's DX over bars n + 1 .. 2n (ratio
+        // first); later bars smooth it with the DX taken product first.
+        std::size_t applied = n;
+        double seedDx = 0.0;
+        auto applyThrough = [&](std::size_t last) {
+            while (applied < last) {
+                advance(++applied, false);
+                const double plus = plusDi();
+                const double minus = minusDi();
+                seedDx += std::fabs((plus - minus) / (plus + minus) * 100);
+            }
+        };
+        const std::size_t seedEnd = std::min(2 * n, usable);
+        for (std::size_t bar = n; bar < seedEnd; ++bar) {
+            applyThrough(std::max(n, bar - 1));
+            put(bar, kNaN);
+        }
+        if (usable <= 2 * n) {
+            return;
+        }
+        applyThrough(2 * n);
+        adx = seedDx / period;
+        put(2 * n, adx);
+        i = 2 * n + 1;
     }
-    if (usable <= 2 * n) {
-        return;
-    }
-    applyThrough(2 * n);
-    double adx = seedDx / period;
-    put(2 * n, adx);
-    for (std::size_t i = 2 * n + 1; i < usable; ++i) {
-        advance(i, false);
+    // In the long run one division a bar: the reciprocal of the average true range.
+    auto step = [&](std::size_t bar) {
+        advance(bar, false);
         const double scale = 100 / trueRange;
         const double plus = plusDm * scale;
         const double minus = minusDm * scale;
         adx += (std::fabs((plus - minus) * 100 / (plus + minus)) - adx) * inverse;
-        adxOut[i] = adx;
-        plusOut[i] = plus;
-        minusOut[i] = minus;
+        adxOut[bar] = adx;
+        plusOut[bar] = plus;
+        minusOut[bar] = minus;
+    };
+    for (; i + 1 < usable; ++i) {
+        step(i);
+    }
+    if (i + 1 == usable && usable == count) {
+        // The state before the newest bar, which live trades may still change.
+        carry = SAdxCarry{i - 1, period, trueRange, plusDm, minusDm, adx};
+    }
+    if (i + 1 == usable) {
+        step(i);
     }
 }
 

@@ -165,8 +165,18 @@ void Bollinger(std::span<const double> close, int period, double deviations, SBa
 }
 
 void Rsi(std::span<const double> close, int period, Column& column) {
+    SRsiCarry carry;
+    Rsi(close, period, column, carry, 0);
+}
+
+void Rsi(std::span<const double> close, int period, Column& column, SRsiCarry& carry,
+         std::size_t from) {
     const std::size_t count = close.size();
-    double* out = Sized(column, count);
+    const bool goesOn = period >= 1 && carry.period == period &&
+                        detail::GoesOn(carry.bar, from, column.size(), count);
+    double* out = goesOn ? detail::Grown(column, count) : Sized(column, count);
+    const SRsiCarry resumed = carry;
+    carry = SRsiCarry{};
     if (period < 1) {
         FillNaN(out, 0, count);
         return;
@@ -175,27 +185,42 @@ void Rsi(std::span<const double> close, int period, Column& column) {
     // rebuild at k = n (the plain average of the first n changes), every later one a Wilder step
     // (scaled by 1 / n, within an ulp of dividing).
     const std::size_t p = static_cast<std::size_t>(period);
-    FillNaN(out, 0, std::min(p, count));
-    if (count <= p) {
-        return;
-    }
     const double n = period;
     double gain = 0.0;
     double loss = 0.0;
-    for (std::size_t j = 1; j <= p; ++j) {
-        const double d = close[j] - close[j - 1];
-        gain += Gain(d);
-        loss += Loss(d);
+    std::size_t k = resumed.bar + 1;
+    if (goesOn) {
+        gain = resumed.gain;
+        loss = resumed.loss;
+    } else {
+        FillNaN(out, 0, std::min(p, count));
+        if (count <= p) {
+            return;
+        }
+        for (std::size_t j = 1; j <= p; ++j) {
+            const double d = close[j] - close[j - 1];
+            gain += Gain(d);
+            loss += Loss(d);
+        }
+        gain /= n;
+        loss /= n;
+        out[p] = 100.0 - 100.0 / (gain / loss + 1.0);
+        k = p + 1;
     }
-    gain /= n;
-    loss /= n;
-    out[p] = 100.0 - 100.0 / (gain / loss + 1.0);
     const double inverse = 1.0 / n;
-    for (std::size_t k = p + 1; k < count; ++k) {
-        const double d = close[k] - close[k - 1];
+    auto step = [&](std::size_t bar) {
+        const double d = close[bar] - close[bar - 1];
         gain += (Gain(d) - gain) * inverse;
         loss += (Loss(d) - loss) * inverse;
-        out[k] = 100.0 - 100.0 / (gain / loss + 1.0);
+        out[bar] = 100.0 - 100.0 / (gain / loss + 1.0);
+    };
+    for (; k + 1 < count; ++k) {
+        step(k);
+    }
+    if (k + 1 == count) {
+        // The state before the newest bar, which live trades may still change.
+        carry = SRsiCarry{k - 1, period, gain, loss};
+        step(k);
     }
 }
 
@@ -222,10 +247,26 @@ void RateOfChange(std::span<const double> close, int period, Column& column) {
 
 void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod,
           SMacd& columns) {
+    SMacdCarry carry;
+    Macd(close, shortPeriod, longPeriod, signalPeriod, columns, carry, 0);
+}
+
+void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod,
+          SMacd& columns, SMacdCarry& carry, std::size_t from) {
     const std::size_t count = close.size();
-    double* macdOut = Sized(columns.macd, count);
-    double* signalOut = Sized(columns.signal, count);
-    double* histogramOut = Sized(columns.histogram, count);
+    const std::size_t have =
+        std::min({columns.macd.size(), columns.signal.size(), columns.histogram.size()});
+    const SMacdCarry resumed = carry;
+    carry = SMacdCarry{};
+    const bool goesOn = resumed.shortPeriod == shortPeriod && resumed.longPeriod == longPeriod &&
+                        resumed.signalPeriod == signalPeriod &&
+                        detail::GoesOn(resumed.bar, from, have, count);
+    auto size = [&](Column& column) {
+        return goesOn ? detail::Grown(column, count) : Sized(column, count);
+    };
+    double* macdOut = size(columns.macd);
+    double* signalOut = size(columns.signal);
+    double* histogramOut = size(columns.histogram);
     if (shortPeriod < 1 || longPeriod < 1 || signalPeriod < 1) {
         FillNaN(macdOut, 0, count);
         FillNaN(signalOut, 0, count);
@@ -236,67 +277,83 @@ void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int si
     const std::size_t l = static_cast<std::size_t>(longPeriod);
     const std::size_t g = static_cast<std::size_t>(signalPeriod);
     const std::size_t first = std::max(s, l) - 1;
-    // No MACD before `first`; no signal up to bar L (the seed needs bar L + 1) nor before `first`.
-    FillNaN(macdOut, 0, std::min(first, count));
-    FillNaN(signalOut, 0, std::min(std::max(l + 1, first), count));
-    FillNaN(histogramOut, 0, std::min(std::max(l + 1, first), count));
-    if (count <= first) {
-        return;
-    }
     const double aS = 2.0 / (shortPeriod + 1.0);
     const double aL = 2.0 / (longPeriod + 1.0);
     const double aG = 2.0 / (signalPeriod + 1.0);
-
-    // The seed as a rebuild makes it: the short average of bars 0 .. S - 1 carried on to bar
-    // L - 1, the long one the mean of bars 0 .. L - 1.
     double emaS = 0.0;
-    for (std::size_t j = 0; j < s; ++j) {
-        emaS += close[j];
-    }
-    emaS /= shortPeriod;
-    double sumL = 0.0;
-    for (std::size_t j = 0; j < l; ++j) {
-        sumL += close[j];
-        if (j >= s) {
-            emaS += (close[j] - emaS) * aS;
-        }
-    }
-    double emaL = sumL / longPeriod;
-    double macd = emaS - emaL;
-    // Bars L - 1 and L show the MACD of bar L - 1.
-    for (std::size_t i = first; i <= l && i < count; ++i) {
-        macdOut[i] = macd;
-    }
-    // The signal's seed: the MACD of bar L - 1 plus those of bars L .. L + G - 1, over G; the
-    // signal of a bar inside the seed is its partial sum over G.
-    const std::size_t seedEnd = std::min(l + g - 1, count - 1);
-    double seed = macd;
+    double emaL = 0.0;
     double signal = 0.0;
-    std::size_t j = l;
-    for (; j <= seedEnd; ++j) {
-        const double c = close[j];
-        emaS += (c - emaS) * aS;
-        emaL += (c - emaL) * aL;
-        macd = emaS - emaL;
-        seed += macd;
-        signal = seed / signalPeriod;
-        if (j > l && j >= first) {
-            macdOut[j] = macd;
-            signalOut[j] = signal;
-            histogramOut[j] = macd - signal;
+    std::size_t j = resumed.bar + 1;
+    if (goesOn) {
+        emaS = resumed.shortAverage;
+        emaL = resumed.longAverage;
+        signal = resumed.signal;
+    } else {
+        // No MACD before `first`; no signal up to bar L (the seed needs bar L + 1) nor before
+        // `first`.
+        FillNaN(macdOut, 0, std::min(first, count));
+        FillNaN(signalOut, 0, std::min(std::max(l + 1, first), count));
+        FillNaN(histogramOut, 0, std::min(std::max(l + 1, first), count));
+        if (count <= first) {
+            return;
+        }
+        // The seed as a rebuild makes it: the short average of bars 0 .. S - 1 carried on to
+        // bar L - 1, the long one the mean of bars 0 .. L - 1.
+        for (std::size_t k = 0; k < s; ++k) {
+            emaS += close[k];
+        }
+        emaS /= shortPeriod;
+        double sumL = 0.0;
+        for (std::size_t k = 0; k < l; ++k) {
+            sumL += close[k];
+            if (k >= s) {
+                emaS += (close[k] - emaS) * aS;
+            }
+        }
+        emaL = sumL / longPeriod;
+        double macd = emaS - emaL;
+        // Bars L - 1 and L show the MACD of bar L - 1.
+        for (std::size_t i = first; i <= l && i < count; ++i) {
+            macdOut[i] = macd;
+        }
+        // The signal's seed: the MACD of bar L - 1 plus those of bars L .. L + G - 1, over G;
+        // the signal of a bar inside the seed is its partial sum over G.
+        const std::size_t seedEnd = std::min(l + g - 1, count - 1);
+        double seed = macd;
+        for (j = l; j <= seedEnd; ++j) {
+            const double c = close[j];
+            emaS += (c - emaS) * aS;
+            emaL += (c - emaL) * aL;
+            macd = emaS - emaL;
+            seed += macd;
+            signal = seed / signalPeriod;
+            if (j > l && j >= first) {
+                macdOut[j] = macd;
+                signalOut[j] = signal;
+                histogramOut[j] = macd - signal;
+            }
         }
     }
-    for (; j < count; ++j) {
-        const double c = close[j];
+    auto step = [&](std::size_t bar) {
+        const double c = close[bar];
         emaS += (c - emaS) * aS;
         emaL += (c - emaL) * aL;
-        macd = emaS - emaL;
+        const double macd = emaS - emaL;
         signal += (macd - signal) * aG;
-        if (j >= first) {
-            macdOut[j] = macd;
-            signalOut[j] = signal;
-            histogramOut[j] = macd - signal;
+        if (bar >= first) {
+            macdOut[bar] = macd;
+            signalOut[bar] = signal;
+            histogramOut[bar] = macd - signal;
         }
+    };
+    for (; j + 1 < count; ++j) {
+        step(j);
+    }
+    if (j + 1 == count && j > first) {
+        // The state before the newest bar, which live trades may still change (a short period
+        // above the long one seeds from the bars up to `first`, which must lie before it).
+        carry = SMacdCarry{j - 1, shortPeriod, longPeriod, signalPeriod, emaS, emaL, signal};
+        step(j);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "chart/chart_print.h"
 #include "core/data_types.h"
 #include "core/settings.h"
+#include "history/chart_hist_request.h"
 
 #include <fmt/format.h>
 
@@ -12,6 +13,8 @@
 namespace {
 
 constexpr int kComputeThreads = 2;
+// Growth beyond this many points is computed off the view's thread.
+constexpr std::size_t kFollowLimit = 1 << 16;
 
 std::span<const double> Slice(const std::vector<double>& column, int first, int count) {
     const int size = static_cast<int>(column.size());
@@ -66,11 +69,27 @@ void CStudyPanes::SeriesGrew() {
     if (m_history == nullptr) {
         return;
     }
-    if (m_job) {
-        m_growPending = true;
-        return;
+    m_growPending = true;
+    FollowGrowth();
+}
+
+bool CStudyPanes::FollowGrowth() {
+    ReapRetired(false);
+    if (!m_growPending || m_job || !m_retired.empty()) {
+        // A computation reads the inputs: the growth is followed once it is done.
+        return false;
     }
-    Start(true, true);
+    m_growPending = false;
+    const auto have = static_cast<std::size_t>(m_current->Inputs().Count());
+    const auto count = static_cast<std::size_t>(std::max(m_history->GetCount(), 0));
+    // The newest point may have changed; the ones before it stay as they are.
+    const std::size_t from = have == 0 ? 0 : have - 1;
+    if (have == 0 || count < have || count - from > kFollowLimit ||
+        m_current->SharedInputs() != m_inputs || !m_current->Follow(*m_history, from)) {
+        Start(true, true);
+        return false;
+    }
+    return true;
 }
 
 void CStudyPanes::SettingsChanged() {
@@ -107,10 +126,10 @@ void CStudyPanes::Start(bool readSeries, bool keepDrawn) {
     auto job = std::make_unique<SJob>();
     SJob* running = job.get();
     const CChartHistRequest* history = readSeries ? m_history : nullptr;
-    std::shared_ptr<const CStudyInputs> inputs = readSeries ? nullptr : m_inputs;
+    std::shared_ptr<CStudyInputs> inputs = readSeries ? nullptr : m_inputs;
     const int dataType = m_dataType;
     job->thread = std::thread([running, history, inputs, dataType, upper, studies, context] {
-        std::shared_ptr<const CStudyInputs> source = inputs;
+        std::shared_ptr<CStudyInputs> source = inputs;
         if (history != nullptr) {
             auto read = std::make_shared<CStudyInputs>();
             if (!read->Read(*history, dataType, &running->cancel)) {
@@ -144,10 +163,12 @@ void CStudyPanes::ReapRetired(bool wait) {
 
 bool CStudyPanes::TakeFinished() {
     ReapRetired(false);
-    if (!m_job || !m_job->done) {
-        return false;
+    bool changed = false;
+    if (m_job && m_job->done) {
+        changed = FinishJob();
     }
-    return FinishJob();
+    // The series grew while a computation ran: the new set goes on over the new points.
+    return FollowGrowth() || changed;
 }
 
 bool CStudyPanes::FinishJob() {
@@ -158,23 +179,20 @@ bool CStudyPanes::FinishJob() {
         m_current = std::move(job->result);
         m_inputs = m_current->SharedInputs();
     }
-    if (m_growPending) {
-        // The series grew while this was computed: once more over what it holds now.
-        m_growPending = false;
-        Start(true, true);
-    }
     return finished;
 }
 
 bool CStudyPanes::Computing() const {
-    return m_job != nullptr;
+    return m_job != nullptr || m_growPending;
 }
 
 void CStudyPanes::WaitFinished() {
-    while (m_job) {
-        FinishJob();
-    }
-    ReapRetired(true);
+    do {
+        while (m_job) {
+            FinishJob();
+        }
+        ReapRetired(true);
+    } while (m_growPending && !FollowGrowth() && m_job);
 }
 
 std::optional<CChart2D::SRange> CStudyPanes::UpperExtent(int first, int count) const {

@@ -1,7 +1,8 @@
 #pragma once
 
 // The studies of the chart view: they read their settings on the view's thread, copy the series
-// and compute every study on a worker thread, and hand the view the finished set to draw.
+// and compute every study on a worker thread, and hand the view the finished set to draw. Live
+// points extend the drawn set on the view's thread, at the cost of the new points.
 
 #include "chart/pane_studies.h"
 #include "studies/study_set.h"
@@ -60,15 +61,17 @@ private:
     // computed; a grown one keeps the lines drawn.
     void Start(bool readSeries, bool keepDrawn);
     void ReapRetired(bool wait);
-    // Joins the running job and takes its result; starts the computation a grown series asked
-    // for meanwhile. True when a new set was taken.
+    // Joins the running job and takes its result. True when a new set was taken.
     bool FinishJob();
+    // Extends the drawn set over what the series grew by, once no computation reads its inputs.
+    // True when the set changed.
+    bool FollowGrowth();
     SStudyContext Context() const;
 
     const CChartHistRequest* m_history = nullptr;
     int m_dataType = 0;
     int m_intervalIndex = 0;
-    std::shared_ptr<const CStudyInputs> m_inputs;
+    std::shared_ptr<CStudyInputs> m_inputs;
     std::shared_ptr<CStudySet> m_current;
     std::unique_ptr<SJob> m_job;
     bool m_growPending = false;

@@ -1,11 +1,13 @@
 #include "studies/study_set.h"
 
+#include "history/chart_hist_request.h"
+
 #include <algorithm>
 #include <atomic>
 #include <functional>
 #include <thread>
 
-CStudySet::CStudySet(std::shared_ptr<const CStudyInputs> inputs, const SUpperStudySettings& upper,
+CStudySet::CStudySet(std::shared_ptr<CStudyInputs> inputs, const SUpperStudySettings& upper,
                      const SStudySettings& studies, const SStudyContext& context)
     : m_inputs(std::move(inputs)), m_upper(upper), m_studies(studies) {
     for (const int type : m_studies.paneTypes) {
@@ -31,7 +33,7 @@ void CStudySet::Compute(int threads) {
         });
     }
     for (auto& pane : m_panes) {
-        jobs.emplace_back([this, study = pane.get()] { study->fill(*m_inputs, false); });
+        jobs.emplace_back([this, study = pane.get()] { study->fill(*m_inputs, 0); });
     }
 
     // The jobs are taken in turn by each worker: the costly studies spread over the threads.
@@ -50,6 +52,28 @@ void CStudySet::Compute(int threads) {
     for (std::thread& worker : workers) {
         worker.join();
     }
+}
+
+bool CStudySet::Follow(const CChartHistRequest& history, std::size_t from) {
+    from = std::min(from, static_cast<std::size_t>(m_inputs->Count()));
+    if (!m_inputs->Follow(history, from)) {
+        return false;
+    }
+    const std::span<const double> close = m_inputs->Columns().close;
+    for (int number = 1; number <= 3; ++number) {
+        if (m_upper.AverageShown(number)) {
+            study_kernels::StudyAverage(close, m_upper.Period(number), m_upper.exponential,
+                                        m_averages[static_cast<std::size_t>(number - 1)], from);
+        }
+    }
+    if (m_upper.bandsShow) {
+        study_kernels::Bollinger(close, m_upper.bandsPeriod, m_upper.bandsDeviations, m_bands,
+                                 from);
+    }
+    for (auto& pane : m_panes) {
+        pane->fill(*m_inputs, from);
+    }
+    return true;
 }
 
 const std::vector<double>& CStudySet::Average(int number) const {
@@ -75,7 +99,13 @@ std::vector<SStudyColumn> CStudySet::ExportColumns() const {
         }
         written.push_back(pane->StudyType());
         for (const CHistStudyChart::SLine& line : pane->Lines()) {
-            if (line.name[0] != '\0') {
+            if (line.name[0] == '\0') {
+                continue;
+            }
+            if (line.flat) {
+                columns.push_back(
+                    {line.name, nullptr, line.flatValue, static_cast<std::size_t>(pane->Count())});
+            } else {
                 columns.push_back({line.name, &line.values});
             }
         }

@@ -10,25 +10,42 @@
 #include "studies/study_settings.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-// A column of the export: its header and one value per bar (NaN: an empty cell).
+// A column of the export: its header and one value per bar (NaN: an empty cell), or one value
+// for every one of the first `flatCount` bars.
 struct SStudyColumn {
     std::string name;
     const std::vector<double>* values = nullptr;
+    double flatValue = 0.0;
+    std::size_t flatCount = 0;
+
+    // The value at `bar`; none past the column.
+    std::optional<double> At(std::size_t bar) const {
+        if (values != nullptr) {
+            return bar < values->size() ? std::optional((*values)[bar]) : std::nullopt;
+        }
+        return bar < flatCount ? std::optional(flatValue) : std::nullopt;
+    }
 };
 
 class CStudySet {
 public:
-    CStudySet(std::shared_ptr<const CStudyInputs> inputs, const SUpperStudySettings& upper,
+    CStudySet(std::shared_ptr<CStudyInputs> inputs, const SUpperStudySettings& upper,
               const SStudySettings& studies, const SStudyContext& context);
 
     // Computes every study, on up to `threads` threads (the studies are independent).
     void Compute(int threads);
+    // The series grew at its end or changed its newest bars, from bar `from` on: the inputs are
+    // read again from there and every study goes on over the new bars, on the calling thread.
+    // The caller sees that nothing else reads the inputs meanwhile. False (and nothing changed)
+    // when the series no longer holds what the inputs do.
+    bool Follow(const CChartHistRequest& history, std::size_t from);
 
     const CStudyInputs& Inputs() const { return *m_inputs; }
-    const std::shared_ptr<const CStudyInputs>& SharedInputs() const { return m_inputs; }
+    const std::shared_ptr<CStudyInputs>& SharedInputs() const { return m_inputs; }
     const SUpperStudySettings& Upper() const { return m_upper; }
     const SStudySettings& Studies() const { return m_studies; }
     // Moving average `number` (1 .. 3): empty when it is not drawn.
@@ -47,7 +64,7 @@ public:
     std::vector<SStudyColumn> ExportColumns() const;
 
 private:
-    std::shared_ptr<const CStudyInputs> m_inputs;
+    std::shared_ptr<CStudyInputs> m_inputs;
     SUpperStudySettings m_upper;
     SStudySettings m_studies;
     std::array<std::vector<double>, 3> m_averages;

@@ -133,8 +133,8 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Pane(1).Count(), 200);
 
-    // Live points: the lines drawn stay until the grown series is computed; growth while a
-    // computation runs is computed after it.
+    // Live points: followed at once on the calling thread; growth while a computation runs is
+    // followed when it is done, the lines drawn staying meanwhile.
     const auto append = [&](double close) {
         sTICK bar;
         ASSERT_TRUE(history.GetTick(history.GetLastIndex(), bar));
@@ -142,15 +142,24 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
         bar.close = close;
         ASSERT_TRUE(history.AppendTick(bar));
     };
+    const auto mfiAt = [&](int bar) { return studies.Current().Pane(1).LineAt(0, bar); };
     append(150.0);
     studies.SeriesGrew();
-    EXPECT_EQ(studies.Current().Inputs().Count(), 200);
-    EXPECT_EQ(studies.Current().Pane(0).Count(), 200);
+    EXPECT_FALSE(studies.Computing());
+    EXPECT_EQ(studies.Current().Inputs().Count(), 201);
+    EXPECT_EQ(studies.Current().Pane(1).Count(), 201);
+    const double followedMfi = mfiAt(200);
+    studies.SettingsChanged();
     append(151.0);
     studies.SeriesGrew();
+    EXPECT_EQ(studies.Current().Pane(0).Count(), 201);
+    EXPECT_TRUE(studies.Computing());
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Inputs().Count(), 202);
     EXPECT_EQ(studies.Current().Pane(0).Count(), 202);
+    // The followed value is the one a computation over the whole series gives.
+    EXPECT_NEAR(mfiAt(200), followedMfi, 1e-9);
+    EXPECT_FALSE(std::isnan(mfiAt(201)));
 
     studies.Clear();
     EXPECT_EQ(studies.Current().Inputs().Count(), 0);

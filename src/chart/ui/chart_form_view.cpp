@@ -139,9 +139,9 @@ void CChartFormView::AppendNewPoints(int count) {
         return;
     }
     m_newest = now;
-    m_canvas->RedrawAll();
-    // Live points: the studies follow the grown series.
+    // Live points: the studies go on over the new points first, then all is drawn once.
     m_canvas->StudiesSeriesGrew();
+    m_canvas->RedrawAll();
 }
 
 void CChartFormView::ApplyDisplaySettings() {
