@@ -35,12 +35,16 @@ inline double* Sized(std::vector<double>& column, std::size_t count) {
     return column.data();
 }
 
-// Sizes `column` to `count` entries keeping its values, for a series that grew: the storage
-// grows by an eighth at a time, not doubling, so that a long column following live points does
-// not hold twice its size.
+// Sizes `column` to `count` entries keeping its values, for a series that grew. The storage
+// about doubles when it runs out, so that a column following live points is copied seldom (the
+// room not yet written is not resident memory). The columns of one chart grow together; each
+// takes a little more or less room by where it lives, so that they are not all copied in the
+// same step.
 inline double* Grown(std::vector<double>& column, std::size_t count) {
     if (column.capacity() < count) {
-        column.reserve(count + count / 8 + 1024);
+        const auto spread = (reinterpret_cast<std::uintptr_t>(&column) / sizeof column) % 16;
+        const std::size_t room = 2 * column.capacity() + column.capacity() * spread / 16;
+        column.reserve(std::max(count + count * spread / 16, room));
     }
     column.resize(count);
     return column.data();
