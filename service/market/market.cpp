@@ -36,6 +36,19 @@ TickCursor Market::lastTicks(const Instrument& instrument, std::size_t count, Mi
     return m_impl->lastTicks(instrument, count, to);
 }
 
+bool Market::tradesOn(const Instrument& instrument, std::int32_t day) const {
+    return m_impl->trades(instrument, day);
+}
+
+std::uint64_t Market::countTicks(const Instrument& instrument, Micros from, Micros to) const {
+    return m_impl->countTicks(instrument, from, to);
+}
+
+void Market::prepareDays(const Instrument& instrument, std::int32_t fromDay,
+                         std::int32_t toDay) const {
+    m_impl->fillTotals(instrument, fromDay, toDay);
+}
+
 Micros Market::startOfRecentDays(const Instrument& instrument, int days, Micros now) const {
     return m_impl->startOfRecentDays(instrument, days, now);
 }

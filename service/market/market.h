@@ -128,6 +128,15 @@ public:
     TickCursor ticks(const Instrument& instrument, Micros from, Micros to) const;
     // The newest `count` ticks at or before `to` (fewer when history is shorter), oldest first.
     TickCursor lastTicks(const Instrument& instrument, std::size_t count, Micros to) const;
+    // Whether the instrument trades at all on `day` (days since 1970-01-01).
+    bool tradesOn(const Instrument& instrument, std::int32_t day) const;
+    // How many ticks ticks(instrument, from, to) gives, odd lots included, counted from the day
+    // and minute totals wherever a whole day or minute lies inside the range.
+    std::uint64_t countTicks(const Instrument& instrument, Micros from, Micros to) const;
+    // Computes the day totals of fromDay..toDay that are not known yet, so that later daily,
+    // weekly and monthly queries over those days are quick: lets a caller spread the work of a
+    // long history over several short calls.
+    void prepareDays(const Instrument& instrument, std::int32_t fromDay, std::int32_t toDay) const;
     // 00:00 of the `days`-th most recent day that has trades at or before `now` (counting the
     // day of `now` when it has trades by then); the first day of history when there are fewer.
     Micros startOfRecentDays(const Instrument& instrument, int days, Micros now) const;

@@ -61,6 +61,7 @@ public:
 
     TickCursor ticks(const Instrument& instrument, Micros from, Micros to) const;
     TickCursor lastTicks(const Instrument& instrument, std::size_t count, Micros to) const;
+    std::uint64_t countTicks(const Instrument& instrument, Micros from, Micros to) const;
     Micros startOfRecentDays(const Instrument& instrument, int days, Micros now) const;
     std::vector<Bar> intervalBars(const Instrument& instrument, int seconds, Micros from,
                                   Micros to) const;

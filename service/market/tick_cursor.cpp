@@ -115,6 +115,45 @@ TickCursor MarketImpl::ticks(const Instrument& instrument, Micros from, Micros t
     return cursor;
 }
 
+std::uint64_t MarketImpl::countTicks(const Instrument& instrument, Micros from, Micros to) const {
+    std::uint64_t count = 0;
+    if (to < from) {
+        return count;
+    }
+    std::vector<Tick> minuteTicks;
+    for (std::int32_t day = std::max(DayOf(from), instrument.firstDay); day <= LastDayOf(to);
+         ++day) {
+        if (!trades(instrument, day)) {
+            continue;
+        }
+        if (from <= StartOfDay(day) && StartOfDay(day + 1) - 1 <= to) {
+            count += dayTotal(instrument, day).allTicks;
+            continue;
+        }
+        const auto minutes = dayMinutes(instrument, day);
+        for (const detail::MinuteBar& m : minutes->minutes) {
+            const Micros start = detail::MinuteStart(*minutes, m);
+            const Micros end = start + kMicrosPerMinute - 1;
+            if (start > to) {
+                break;
+            }
+            if (end < from) {
+                continue;
+            }
+            if (from <= start && end <= to) {
+                count += m.allTicks();
+                continue;
+            }
+            minuteTicks.clear();
+            expand(instrument, *minutes, m, minuteTicks);
+            count += static_cast<std::uint64_t>(
+                std::count_if(minuteTicks.begin(), minuteTicks.end(),
+                              [&](const Tick& t) { return t.time >= from && t.time <= to; }));
+        }
+    }
+    return count;
+}
+
 TickCursor MarketImpl::lastTicks(const Instrument& instrument, std::size_t count, Micros to) const {
     if (count == 0) {
         return ticks(instrument, to + 1, to);

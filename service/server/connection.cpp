@@ -3,12 +3,15 @@
 #include <sys/socket.h>
 
 #include "server_context.h"
+#include "work_scheduler.h"
 
 namespace portico {
 
 namespace {
-constexpr std::size_t kMaxLineBytes = 64 * 1024;
 constexpr int kDripPeriodMs = 10;
+// Read from the socket at a time; what the socket holds for us beyond it stays in the kernel.
+constexpr std::size_t kReadBytes = 16 * 1024;
+constexpr qint64 kSocketReadBuffer = 64 * 1024;
 } // namespace
 
 Connection::Connection(QTcpSocket* socket, ServerContext& context, QObject* parent)
@@ -22,9 +25,14 @@ Connection::Connection(QTcpSocket* socket, ServerContext& context, QObject* pare
     });
 }
 
-Connection::~Connection() = default;
+Connection::~Connection() {
+    if (m_context.scheduler) {
+        m_context.scheduler->cancel(this);
+    }
+}
 
 void Connection::start() {
+    m_socket->setReadBufferSize(kSocketReadBuffer);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     m_socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, 4 << 20);
     if (m_context.options.faults.dripBytes > 0) {
@@ -37,6 +45,7 @@ void Connection::start() {
     connect(m_socket, &QTcpSocket::bytesWritten, this, [this](qint64 written) {
         m_bytesSent += static_cast<std::uint64_t>(written);
         onOutputDrained();
+        resumeInput();
     });
     onStart();
     readLines();
@@ -82,6 +91,31 @@ void Connection::closeWhenFlushed() {
     }
 }
 
+void Connection::abortConnection() {
+    m_closing = true;
+    m_dripQueue.clear();
+    m_dripQueue.shrink_to_fit();
+    // A reset rather than an orderly close: what the kernel still holds for the client is
+    // dropped with the connection instead of waiting for a reader that does not come.
+    const linger reset{1, 0};
+    ::setsockopt(static_cast<int>(m_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &reset,
+                 sizeof(reset));
+    m_socket->abort();
+    finishClosing();
+}
+
+void Connection::requestWork() {
+    if (m_context.scheduler && !m_closedSignalled) {
+        m_context.scheduler->request(this);
+    }
+}
+
+void Connection::resumeInput() {
+    if (m_inputHeld && acceptsInput()) {
+        readLines();
+    }
+}
+
 void Connection::dripOut() {
     const std::size_t left = m_dripQueue.size() - m_dripOffset;
     const std::size_t count =
@@ -102,46 +136,57 @@ void Connection::dripOut() {
         return;
     }
     onOutputDrained();
+    resumeInput();
 }
 
 void Connection::readLines() {
-    char buffer[16384];
-    while (!m_closing && m_socket->bytesAvailable() > 0) {
-        const qint64 n = m_socket->read(buffer, sizeof(buffer));
-        if (n <= 0) {
+    if (m_reading) {
+        return;
+    }
+    m_reading = true;
+    m_inputHeld = false;
+    while (!m_closing && !m_closedSignalled) {
+        if (!acceptsInput()) {
+            m_inputHeld = true;
             break;
         }
-        m_bytesReceived += static_cast<std::uint64_t>(n);
-        std::string_view data(buffer, static_cast<std::size_t>(n));
-        while (!data.empty()) {
-            const std::size_t end = data.find_first_of("\r\n");
-            if (end == std::string_view::npos) {
-                if (!m_discarding) {
-                    m_partial.append(data);
-                    if (m_partial.size() > kMaxLineBytes) {
-                        // An overlong line is dropped whole, up to its line end.
-                        m_partial.clear();
-                        m_discarding = true;
-                    }
-                }
+        if (m_inputOffset == m_input.size()) {
+            m_input.resize(kReadBytes);
+            const qint64 n = m_socket->read(m_input.data(), static_cast<qint64>(m_input.size()));
+            m_input.resize(n > 0 ? static_cast<std::size_t>(n) : 0);
+            m_inputOffset = 0;
+            if (n <= 0) {
                 break;
             }
+            m_bytesReceived += static_cast<std::uint64_t>(n);
+        }
+        const std::string_view data = std::string_view(m_input).substr(m_inputOffset);
+        const std::size_t end = data.find_first_of("\r\n");
+        if (end == std::string_view::npos) {
+            m_inputOffset = m_input.size();
             if (!m_discarding) {
-                m_partial.append(data.substr(0, end));
-                if (m_partial.size() <= kMaxLineBytes && !m_partial.empty()) {
-                    const std::string line = std::move(m_partial);
-                    m_partial.clear();
-                    onLine(line);
-                    if (m_closing) {
-                        return;
-                    }
+                m_partial.append(data);
+                if (m_partial.size() > kMaxLineBytes) {
+                    // An overlong line is dropped whole, up to its line end.
+                    std::string().swap(m_partial);
+                    m_discarding = true;
                 }
             }
-            m_partial.clear();
-            m_discarding = false;
-            data.remove_prefix(end + 1);
+            continue;
         }
+        m_inputOffset += end + 1;
+        if (!m_discarding) {
+            m_partial.append(data.substr(0, end));
+            if (m_partial.size() <= kMaxLineBytes && !m_partial.empty()) {
+                const std::string line = std::move(m_partial);
+                m_partial.clear();
+                onLine(line);
+            }
+        }
+        m_partial.clear();
+        m_discarding = false;
     }
+    m_reading = false;
 }
 
 void Connection::finishClosing() {
@@ -151,6 +196,9 @@ void Connection::finishClosing() {
     m_closedSignalled = true;
     if (m_dripTimer) {
         m_dripTimer->stop();
+    }
+    if (m_context.scheduler) {
+        m_context.scheduler->cancel(this);
     }
     emit closed(this);
 }

@@ -2,6 +2,11 @@
 
 // One client connection: cuts the received bytes into lines, queues output (dripping it out
 // slowly under the drip fault), counts bytes, and tells its owner when it is gone.
+//
+// Bounds: a line over 64 KiB is dropped whole, up to its line end. While a session does not take
+// input (by default: while more than kOutputBound bytes of its output wait to be written, as
+// when the client does not read), nothing more is read from the socket, so that a client that
+// sends without reading is held back by TCP instead of growing the service's memory.
 
 #include <QObject>
 #include <QTcpSocket>
@@ -17,10 +22,15 @@
 namespace portico {
 
 class ServerContext;
+class WorkScheduler;
 
 class Connection : public QObject {
     Q_OBJECT
 public:
+    // Output waiting to be written above which a connection stops reading input.
+    static constexpr std::uint64_t kOutputBound = 4u << 20;
+    static constexpr std::size_t kMaxLineBytes = 64 * 1024;
+
     Connection(QTcpSocket* socket, ServerContext& context, QObject* parent = nullptr);
     ~Connection() override;
 
@@ -35,6 +45,8 @@ public:
     std::uint64_t pendingBytes() const;
     // Closes once all queued output has been written.
     void closeWhenFlushed();
+    // Closes at once, dropping queued output.
+    void abortConnection();
 
 signals:
     void closed(portico::Connection* connection);
@@ -44,6 +56,14 @@ protected:
     virtual void onLine(std::string_view line) = 0;
     // Called whenever queued output has drained somewhat.
     virtual void onOutputDrained() {}
+    // Whether more input lines are taken now; see the bounds above.
+    virtual bool acceptsInput() const { return pendingBytes() < kOutputBound; }
+    // Goes on with input held back while acceptsInput() was false.
+    void resumeInput();
+    // One bounded step of the session's pending work, called by the work scheduler after
+    // requestWork(); true to be called again in a later round.
+    virtual bool workStep() { return false; }
+    void requestWork();
     // The commands every port understands; false when the command is not one of them.
     bool handleCommonCommand(const SystemCommand& command);
     void sendSyntaxError();
@@ -52,6 +72,8 @@ protected:
     LineWriter m_out;
 
 private:
+    friend class WorkScheduler;
+
     void readLines();
     void dripOut();
     void finishClosing();
@@ -60,8 +82,13 @@ private:
     QTimer* m_dripTimer = nullptr;
     std::string m_dripQueue;
     std::size_t m_dripOffset = 0;
+    std::string m_input; // read from the socket, not yet cut into lines
+    std::size_t m_inputOffset = 0;
     std::string m_partial;
-    bool m_discarding = false; // inside an overlong line, dropping bytes until its end
+    bool m_discarding = false;  // inside an overlong line, dropping bytes until its end
+    bool m_reading = false;     // inside readLines()
+    bool m_inputHeld = false;   // readLines() stopped because no input was taken
+    bool m_workWaiting = false; // in the work scheduler's queue
     bool m_closing = false;
     bool m_closedSignalled = false;
     int m_id;

@@ -8,12 +8,24 @@ namespace portico {
 namespace {
 
 constexpr std::size_t kLongLineBytes = 70 * 1024;
+// Days looked at or warmed in one step before the first line.
+constexpr int kRecentDaysPerStep = 128;
+constexpr int kWarmDaysPerStep = 256;
 
 // Keeps the newest `count` of bars held oldest first.
-void KeepNewest(std::vector<Bar>& bars, std::optional<std::uint64_t> count) {
-    if (count && bars.size() > *count) {
-        bars.erase(bars.begin(), bars.end() - static_cast<std::ptrdiff_t>(*count));
+void KeepNewest(std::vector<Bar>& bars, std::uint64_t count) {
+    if (bars.size() > count) {
+        bars.erase(bars.begin(), bars.end() - static_cast<std::ptrdiff_t>(count));
     }
+}
+
+// The day `count` periods of `daysPerPeriod` calendar days (and two weeks of slack) before
+// `today`, or the first day of history when that is later.
+std::int32_t DaysBefore(std::int32_t today, std::uint64_t count, std::int64_t daysPerPeriod,
+                        std::int32_t firstDay) {
+    const std::int64_t span =
+        static_cast<std::int64_t>(std::min<std::uint64_t>(count, 1u << 24)) * daysPerPeriod + 14;
+    return static_cast<std::int32_t>(std::max<std::int64_t>(today - span, firstDay));
 }
 
 } // namespace
@@ -24,61 +36,8 @@ HistoryAnswer::HistoryAnswer(const Market& market, HistoryRequest request, Micro
 
 HistoryAnswer::~HistoryAnswer() = default;
 
-std::vector<Bar> HistoryAnswer::SelectBars(const Market& market, const Instrument& instrument,
-                                           const HistoryRequest& r, Micros now) {
-    const Micros historyStart = StartOfDay(instrument.firstDay);
-    const Micros to = r.end ? std::min(*r.end, now) : now;
-    const std::int32_t today = DayOf(now);
-    std::vector<Bar> bars;
-    switch (r.kind) {
-    case HistoryKind::HIX:
-        bars = r.maxPoints
-                   ? market.lastIntervalBars(instrument, r.intervalSeconds, *r.maxPoints, now)
-                   : market.intervalBars(instrument, r.intervalSeconds, historyStart, now);
-        break;
-    case HistoryKind::HID:
-        bars = market.intervalBars(instrument, r.intervalSeconds,
-                                   market.startOfRecentDays(instrument, r.days, now), now);
-        break;
-    case HistoryKind::HIT:
-        bars =
-            market.intervalBars(instrument, r.intervalSeconds, r.begin.value_or(historyStart), to);
-        break;
-    case HistoryKind::HDX:
-        bars = r.maxPoints ? market.lastDailyBars(instrument, *r.maxPoints, now)
-                           : market.dailyBars(instrument, instrument.firstDay, today, now);
-        break;
-    case HistoryKind::HDT:
-        bars = market.dailyBars(instrument, r.begin ? DayOf(*r.begin) : instrument.firstDay,
-                                DayOf(to), now);
-        break;
-    case HistoryKind::HWX:
-    case HistoryKind::HMX: {
-        const auto days = static_cast<std::size_t>(std::max(0, today - instrument.firstDay));
-        const std::size_t all = days / (r.kind == HistoryKind::HWX ? 7 : 28) + 2;
-        const std::size_t count = r.maxPoints ? std::min<std::uint64_t>(*r.maxPoints, all) : all;
-        bars = r.kind == HistoryKind::HWX ? market.lastWeeklyBars(instrument, count, now)
-                                          : market.lastMonthlyBars(instrument, count, now);
-        break;
-    }
-    default:
-        return bars;
-    }
-    if (r.isIntervals() && (r.beginFilter >= 0 || r.endFilter >= 0)) {
-        const Micros length = static_cast<Micros>(r.intervalSeconds) * kMicrosPerSecond;
-        std::erase_if(bars, [&](const Bar& bar) {
-            const Micros start = bar.time - length;
-            const Micros startSecond = (start - StartOfDay(DayOf(start))) / kMicrosPerSecond;
-            const Micros endSecond = startSecond + r.intervalSeconds;
-            return (r.beginFilter >= 0 && startSecond < r.beginFilter) ||
-                   (r.endFilter >= 0 && endSecond > r.endFilter);
-        });
-    }
-    KeepNewest(bars, r.maxPoints);
-    if (r.newestFirst) {
-        std::reverse(bars.begin(), bars.end());
-    }
-    return bars;
+std::uint64_t HistoryAnswer::limit() const {
+    return std::min(m_request.maxPoints.value_or(kMaxDataLines), kMaxDataLines);
 }
 
 void HistoryAnswer::start(LineWriter& out) {
@@ -93,23 +52,140 @@ void HistoryAnswer::start(LineWriter& out) {
     if (!m_instrument) {
         return;
     }
-    const Instrument& instrument = *m_instrument;
-    if (m_request.isTicks()) {
-        TickSelection selection;
-        selection.to = m_request.end ? std::min(*m_request.end, m_now) : m_now;
-        if (m_request.kind == HistoryKind::HTD) {
-            selection.from = m_market.startOfRecentDays(instrument, m_request.days, m_now);
-        } else {
-            selection.from = m_request.begin.value_or(StartOfDay(instrument.firstDay));
-        }
-        selection.maxPoints = m_request.maxPoints;
-        selection.beginFilter = m_request.beginFilter;
-        selection.endFilter = m_request.endFilter;
-        selection.newestFirst = m_request.newestFirst;
-        m_ticks = std::make_unique<TickSource>(m_market, instrument, selection);
-    } else {
-        m_bars = SelectBars(m_market, instrument, m_request, m_now);
+    const HistoryRequest& r = m_request;
+    const std::int32_t today = DayOf(m_now);
+    const std::int32_t firstDay = m_instrument->firstDay;
+    switch (r.kind) {
+    case HistoryKind::HTD:
+    case HistoryKind::HID:
+        m_stage = Stage::RecentDays;
+        m_walkDay = today;
+        return;
+    case HistoryKind::HDX:
+        m_warmLow = r.maxPoints ? DaysBefore(today, limit(), 2, firstDay) : firstDay;
+        break;
+    case HistoryKind::HDT:
+        m_warmLow = r.begin ? std::max(DayOf(*r.begin), firstDay) : firstDay;
+        break;
+    case HistoryKind::HWX:
+        m_warmLow = DaysBefore(today, limit(), 7, firstDay);
+        break;
+    case HistoryKind::HMX:
+        m_warmLow = DaysBefore(today, limit(), 31, firstDay);
+        break;
+    default:
+        makeSource();
+        return;
     }
+    // Totals are kept for whole past days only.
+    m_warmHigh = today - 1;
+    if (r.end) {
+        m_warmHigh = std::min(m_warmHigh, DayOf(*r.end));
+    }
+    m_stage = Stage::WarmDays;
+}
+
+bool HistoryAnswer::prepare() {
+    switch (m_stage) {
+    case Stage::RecentDays: {
+        // The `days`-th most recent day with trades by now, or the first day of history.
+        const int wanted = std::max(m_request.days, 1);
+        for (int i = 0; i < kRecentDaysPerStep; ++i) {
+            if (m_walkDay < m_instrument->firstDay) {
+                m_recentStart = StartOfDay(m_instrument->firstDay);
+                makeSource();
+                return true;
+            }
+            if (!m_market.dailyBars(*m_instrument, m_walkDay, m_walkDay, m_now).empty() &&
+                ++m_daysFound == wanted) {
+                m_recentStart = StartOfDay(m_walkDay);
+                makeSource();
+                return true;
+            }
+            --m_walkDay;
+        }
+        return false;
+    }
+    case Stage::WarmDays:
+        if (m_warmHigh >= m_warmLow) {
+            const std::int32_t low = std::max(m_warmLow, m_warmHigh - (kWarmDaysPerStep - 1));
+            m_market.prepareDays(*m_instrument, low, m_warmHigh);
+            m_warmHigh = low - 1;
+            return false;
+        }
+        makeSource();
+        return true;
+    case Stage::Ready:
+        break;
+    }
+    return true;
+}
+
+void HistoryAnswer::makeSource() {
+    m_stage = Stage::Ready;
+    const HistoryRequest& r = m_request;
+    const Instrument& instrument = *m_instrument;
+    const Micros historyStart = StartOfDay(instrument.firstDay);
+    const Micros from = r.kind == HistoryKind::HTD || r.kind == HistoryKind::HID
+                            ? m_recentStart
+                            : r.begin.value_or(historyStart);
+    const Micros to = r.end ? std::min(*r.end, m_now) : m_now;
+    if (r.isTicks()) {
+        TickSelection selection;
+        selection.from = from;
+        selection.to = to;
+        selection.limit = limit();
+        selection.beginFilter = r.beginFilter;
+        selection.endFilter = r.endFilter;
+        selection.newestFirst = r.newestFirst;
+        m_ticks = std::make_unique<TickSource>(m_market, instrument, selection);
+    } else if (r.isIntervals()) {
+        IntervalSelection selection;
+        selection.from = from;
+        selection.to = to;
+        selection.seconds = r.intervalSeconds;
+        selection.limit = limit();
+        selection.beginFilter = r.beginFilter;
+        selection.endFilter = r.endFilter;
+        selection.newestFirst = r.newestFirst;
+        m_intervals = std::make_unique<IntervalSource>(m_market, instrument, selection);
+    } else {
+        m_bars = periodBars();
+    }
+}
+
+std::vector<Bar> HistoryAnswer::periodBars() const {
+    const HistoryRequest& r = m_request;
+    const Instrument& instrument = *m_instrument;
+    const Micros to = r.end ? std::min(*r.end, m_now) : m_now;
+    const std::int32_t today = DayOf(m_now);
+    std::vector<Bar> bars;
+    switch (r.kind) {
+    case HistoryKind::HDX:
+        bars = r.maxPoints ? m_market.lastDailyBars(instrument, limit(), m_now)
+                           : m_market.dailyBars(instrument, instrument.firstDay, today, m_now);
+        break;
+    case HistoryKind::HDT:
+        bars = m_market.dailyBars(instrument, r.begin ? DayOf(*r.begin) : instrument.firstDay,
+                                  DayOf(to), m_now);
+        break;
+    case HistoryKind::HWX:
+    case HistoryKind::HMX: {
+        const auto days = static_cast<std::size_t>(std::max(0, today - instrument.firstDay));
+        const std::size_t all = days / (r.kind == HistoryKind::HWX ? 7 : 28) + 2;
+        const std::size_t count = std::min<std::uint64_t>(limit(), all);
+        bars = r.kind == HistoryKind::HWX ? m_market.lastWeeklyBars(instrument, count, m_now)
+                                          : m_market.lastMonthlyBars(instrument, count, m_now);
+        break;
+    }
+    default:
+        return bars;
+    }
+    KeepNewest(bars, limit());
+    if (r.newestFirst) {
+        std::reverse(bars.begin(), bars.end());
+    }
+    return bars;
 }
 
 HistoryAnswer::Progress HistoryAnswer::fill(LineWriter& out, std::size_t budget) {
@@ -134,24 +210,37 @@ HistoryAnswer::Progress HistoryAnswer::fill(LineWriter& out, std::size_t budget)
     if (!m_instrument) {
         return finish(",E,!UNKNOWN_SYMBOL!,");
     }
-    if (m_ticks) {
-        while (out.size() < budget) {
-            const Tick* tick = m_ticks->next();
-            if (!tick) {
-                return finish(m_dataLines == 0 ? ",E,!NO_DATA!," : nullptr);
-            }
-            writeTick(out, *tick);
-            if (!afterDataLine(out)) {
-                return Progress::Cut;
-            }
-        }
+    if (m_stage != Stage::Ready && !prepare()) {
         return Progress::More;
     }
+    const char* const noData = ",E,!NO_DATA!,";
     while (out.size() < budget) {
-        if (m_barIndex >= m_bars.size()) {
-            return finish(m_bars.empty() ? ",E,!NO_DATA!," : nullptr);
+        if (m_ticks) {
+            const Tick* tick = nullptr;
+            const SourceStep step = m_ticks->next(tick);
+            if (step == SourceStep::Busy) {
+                return Progress::More;
+            }
+            if (step == SourceStep::Done) {
+                return finish(m_dataLines == 0 ? noData : nullptr);
+            }
+            writeTick(out, *tick);
+        } else if (m_intervals) {
+            const Bar* bar = nullptr;
+            const SourceStep step = m_intervals->next(bar);
+            if (step == SourceStep::Busy) {
+                return Progress::More;
+            }
+            if (step == SourceStep::Done) {
+                return finish(m_dataLines == 0 ? noData : nullptr);
+            }
+            writeBar(out, *bar);
+        } else {
+            if (m_barIndex >= m_bars.size()) {
+                return finish(m_bars.empty() ? noData : nullptr);
+            }
+            writeBar(out, m_bars[m_barIndex++]);
         }
-        writeBar(out, m_bars[m_barIndex++]);
         if (!afterDataLine(out)) {
             return Progress::Cut;
         }

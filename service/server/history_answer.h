@@ -1,6 +1,7 @@
 #pragma once
 
-// The answer to one history request, produced a chunk at a time into a LineWriter:
+// The answer to one history request, produced a chunk at a time into a LineWriter, each chunk
+// after a bounded amount of work; nothing holds more than a slice of the answer:
 //   ticks:     <id>,LH,YYYY-MM-DD HH:MM:SS.ffffff,price,size,totalVolume,bid,ask,tickId,basis,
 //              marketCenter,conditions,aggressor,dayCode,
 //   intervals: <id>,LH,YYYY-MM-DD HH:MM:SS,high,low,open,close,totalVolume,periodVolume,tickCount,
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "interval_source.h"
 #include "line_writer.h"
 #include "market/market.h"
 #include "tick_source.h"
@@ -30,20 +32,34 @@ class HistoryAnswer {
 public:
     enum class Progress { More, Done, Cut };
 
+    // The most data lines of one answer: a request without a datapoint limit, or with a higher
+    // one, gets the newest this many (in the direction asked for).
+    static constexpr std::uint64_t kMaxDataLines = 5'000'000;
+
     HistoryAnswer(const Market& market, HistoryRequest request, Micros now, AnswerFaults faults);
     ~HistoryAnswer();
 
-    // Appends lines until `out` holds at least `budget` bytes or the answer ends. Done: the end
-    // marker has been written; Cut: the line limit was reached.
+    // Appends lines until `out` holds at least `budget` bytes, a bounded amount of work has been
+    // done (More, possibly with nothing appended) or the answer ends. Done: the end marker has
+    // been written; Cut: the line limit was reached.
     Progress fill(LineWriter& out, std::size_t budget);
     std::uint64_t dataLines() const { return m_dataLines; }
 
-    // Bars of the request, in answer order; exposed for the answer itself and for tests.
-    static std::vector<Bar> SelectBars(const Market& market, const Instrument& instrument,
-                                       const HistoryRequest& request, Micros now);
-
 private:
+    // What has to happen before the first data line.
+    enum class Stage {
+        RecentDays, // HTD, HID: finding the first of the recent days, a few days per step
+        WarmDays,   // day, week and month bars: the day totals, a few hundred days per step
+        Ready,
+    };
+
     void start(LineWriter& out);
+    // One bounded step of the current stage; true once the data can flow.
+    bool prepare();
+    void makeSource();
+    // The day, week or month bars of the request, in answer order; quick once the days are warm.
+    std::vector<Bar> periodBars() const;
+    std::uint64_t limit() const;
     void writeTick(LineWriter& out, const Tick& tick);
     void writeBar(LineWriter& out, const Bar& bar);
     bool afterDataLine(LineWriter& out); // false when the line limit is reached
@@ -55,8 +71,15 @@ private:
     const Instrument* m_instrument = nullptr;
     bool m_started = false;
     bool m_finished = false;
+    Stage m_stage = Stage::Ready;
+    std::int32_t m_walkDay = 0; // RecentDays: the next day to look at, walking back
+    int m_daysFound = 0;
+    Micros m_recentStart = 0;
+    std::int32_t m_warmLow = 0;  // WarmDays: the oldest day to warm
+    std::int32_t m_warmHigh = 0; // the newest day not yet warm
     std::unique_ptr<TickSource> m_ticks;
-    std::vector<Bar> m_bars;
+    std::unique_ptr<IntervalSource> m_intervals;
+    std::vector<Bar> m_bars; // day, week and month bars: at most one a day of history
     std::size_t m_barIndex = 0;
     std::uint64_t m_dataLines = 0;
     // The date part of the last tick's time stamp, reused while the day stays the same.

@@ -1,5 +1,7 @@
 #include "level1_session.h"
 
+#include <cstdio>
+
 #include "reference_answers.h"
 #include "server_context.h"
 
@@ -122,6 +124,9 @@ void Level1Session::selectFields(const std::string& names) {
 }
 
 void Level1Session::queueUpdate(const QuoteState& state, std::string_view contents) {
+    if (m_dropped) {
+        return;
+    }
     WriteUpdateLine(m_updates, 'Q', m_fields, state, contents);
     const bool trade = contents == "C" || contents == "E" || contents == "O";
     ++m_updatesSent;
@@ -133,11 +138,43 @@ void Level1Session::queueUpdate(const QuoteState& state, std::string_view conten
     if (every > 0 && m_updateLines % static_cast<std::uint64_t>(every) == 0) {
         m_updates.put("Q,#MALFORMED#\r\n");
     }
+    if (pendingBytes() + m_updates.size() > kHardOutputBound) {
+        drop("more than " + std::to_string(kHardOutputBound >> 20) + " MiB of output not read");
+    }
 }
 
 void Level1Session::flushUpdates() {
     send(m_updates.view());
+    if (m_updates.capacity() > kOutputBound) {
+        // After a burst: the next turns need far less.
+        m_updates.release();
+    }
     m_updates.clear();
+}
+
+void Level1Session::checkBacklog(std::chrono::steady_clock::time_point now,
+                                 std::chrono::seconds grace) {
+    if (pendingBytes() <= kOutputBound) {
+        m_overSince.reset();
+        return;
+    }
+    if (!m_overSince) {
+        m_overSince = now;
+    } else if (now - *m_overSince >= grace) {
+        drop("more than " + std::to_string(kOutputBound >> 20) + " MiB of output not read for " +
+             std::to_string(grace.count()) + " s");
+    }
+}
+
+void Level1Session::drop(const std::string& why) {
+    if (m_dropped) {
+        return;
+    }
+    m_dropped = true;
+    std::fprintf(stderr, "portico: Level 1 client %d dropped: %s (%llu bytes waiting)\n", id(),
+                 why.c_str(), static_cast<unsigned long long>(pendingBytes() + m_updates.size()));
+    m_updates.release();
+    abortConnection();
 }
 
 void Level1Session::afterUpdateLine() {

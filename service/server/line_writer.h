@@ -27,6 +27,13 @@ public:
     std::string_view view() const { return {m_buffer.data(), m_size}; }
     std::string str() const { return std::string(view()); }
     void clear() { m_size = 0; }
+    // Empties the buffer and gives its memory back, keeping the first 4 KiB.
+    void release() {
+        m_size = 0;
+        std::string small(4096, '\0');
+        m_buffer.swap(small);
+    }
+    std::size_t capacity() const { return m_buffer.size(); }
     // Drops everything after the first `size` bytes.
     void truncate(std::size_t size) {
         if (size < m_size) {

@@ -1,16 +1,15 @@
 #include "lookup_session.h"
 
-#include <QTimer>
-
 #include "reference_answers.h"
 #include "server_context.h"
 
 namespace portico {
 
 namespace {
-// A new chunk is produced only when less than this is waiting to be written.
-constexpr std::uint64_t kLowWater = 1024 * 1024;
-constexpr std::size_t kChunkBytes = 512 * 1024;
+// A step runs only while less than this waits to be written; a history answer step produces
+// about this much.
+constexpr std::uint64_t kLowWater = 64 * 1024;
+constexpr std::size_t kChunkBytes = 64 * 1024;
 
 template <typename... Ts> struct Overloaded : Ts... { using Ts::operator()...; };
 } // namespace
@@ -25,59 +24,49 @@ void LookupSession::onLine(std::string_view line) {
         return;
     }
     m_queue.emplace_back(line);
-    pump();
+    requestWork();
+}
+
+bool LookupSession::acceptsInput() const {
+    return !m_cut && m_queue.size() < kMaxQueued && Connection::acceptsInput();
 }
 
 void LookupSession::onOutputDrained() {
-    if (m_answer || !m_queue.empty()) {
-        schedulePump();
+    if ((m_answer || !m_queue.empty()) && pendingBytes() < kLowWater) {
+        requestWork();
     }
 }
 
-void LookupSession::schedulePump() {
-    if (m_pumpScheduled) {
-        return;
+bool LookupSession::workStep() {
+    if (m_cut || pendingBytes() >= kLowWater) {
+        // The socket's progress asks again (onOutputDrained).
+        return false;
     }
-    m_pumpScheduled = true;
-    QTimer::singleShot(0, this, [this] {
-        m_pumpScheduled = false;
-        pump();
-    });
-}
-
-void LookupSession::pump() {
-    if (m_cut) {
-        return;
+    if (!m_answer) {
+        if (m_queue.empty()) {
+            return false;
+        }
+        const std::string line = std::move(m_queue.front());
+        m_queue.pop_front();
+        handle(line);
+        resumeInput();
+        return true;
     }
-    // Short answers go out in one go; a history answer gets one chunk per turn of the event loop.
-    while (pendingBytes() < kLowWater) {
-        if (!m_answer) {
-            if (m_queue.empty()) {
-                return;
-            }
-            const std::string line = std::move(m_queue.front());
-            m_queue.pop_front();
-            handle(line);
-            continue;
-        }
-        m_out.clear();
-        const auto progress = m_answer->fill(m_out, kChunkBytes);
-        send(m_out.view());
-        if (progress == HistoryAnswer::Progress::More) {
-            if (pendingBytes() < kLowWater) {
-                schedulePump();
-            }
-            return;
-        }
-        m_dataLinesSent += m_answer->dataLines();
-        m_answer.reset();
-        if (progress == HistoryAnswer::Progress::Cut) {
-            m_cut = true;
-            m_queue.clear();
-            closeWhenFlushed();
-            return;
-        }
+    m_out.clear();
+    const auto progress = m_answer->fill(m_out, kChunkBytes);
+    send(m_out.view());
+    if (progress == HistoryAnswer::Progress::More) {
+        return true;
     }
+    m_dataLinesSent += m_answer->dataLines();
+    m_answer.reset();
+    if (progress == HistoryAnswer::Progress::Cut) {
+        m_cut = true;
+        m_queue.clear();
+        closeWhenFlushed();
+        return false;
+    }
+    return !m_queue.empty();
 }
 
 void LookupSession::handle(const std::string& line) {

@@ -1,8 +1,10 @@
 #pragma once
 
 // A lookup connection: history requests, symbol search and the reference tables, answered in
-// the order they arrive. A long history answer is produced a chunk at a time, only while the
-// socket's pending output is low, so memory stays bounded and other clients keep being served.
+// the order they arrive. The work goes through the service's work scheduler a step at a time: a
+// queued command is answered, or a chunk of a history answer produced, only while little of
+// this connection's output waits to be written, so memory stays bounded and other clients keep
+// being served. At most kMaxQueued commands wait; beyond them input is left unread.
 
 #include <deque>
 #include <memory>
@@ -16,23 +18,24 @@ namespace portico {
 class LookupSession : public Connection {
     Q_OBJECT
 public:
+    static constexpr std::size_t kMaxQueued = 64;
+
     LookupSession(QTcpSocket* socket, ServerContext& context, QObject* parent = nullptr);
     ~LookupSession() override;
 
 protected:
     void onLine(std::string_view line) override;
     void onOutputDrained() override;
+    bool acceptsInput() const override;
+    bool workStep() override;
 
 private:
-    void pump();
-    void schedulePump();
     // Answers one queued command; short answers are written at once, history answers started.
     void handle(const std::string& line);
 
     std::deque<std::string> m_queue;
     std::unique_ptr<HistoryAnswer> m_answer;
     std::uint64_t m_dataLinesSent = 0;
-    bool m_pumpScheduled = false;
     bool m_cut = false;
 };
 

@@ -95,6 +95,7 @@ OptionsResult ParseOptions(const std::vector<std::string>& arguments) {
              return v == "0" ? (o.quoteRate = 0, true) : ParseRate(v, o.quoteRate);
          }},
         {"--stress-rate", integer(o.stressRate, 0, 10'000'000)},
+        {"--slow-reader-grace", integer(o.slowReaderGraceSeconds, 1, 3600)},
         {"--fault-close-after",
          [&](const std::string& v) {
              return ParseNumber(v, o.faults.closeAfterLines) && o.faults.closeAfterLines > 0;
@@ -181,8 +182,28 @@ Options:
                              symbol's price, each adding its size to the day's total volume,
                              widening the day's high and low and taking the next TickID; the
                              rest are bid/ask changes ("ba"). These trades are not in the history
-                             answers. While a client has more than 16 MiB of output waiting, no
+                             answers. While a client has more than 4 MiB of output waiting, no
                              synthetic lines are made.
+  --slow-reader-grace S      disconnect a Level 1 client whose output waiting to be written stays
+                             above 4 MiB for S seconds (default 5; see Limits)
+
+Limits:
+  A history answer holds at most 5,000,000 data lines: a request without a datapoint limit, or
+  with a higher one, gets the newest 5,000,000 lines of what it selects, in the order it asks for.
+  Intervals are whole seconds from 1 to 86400, datapoint counts have at most 18 digits and day
+  counts run from 1 to 100000 (more days than the history holds give the whole history); dates
+  must exist in the calendar. A range that begins before the instrument's first trading day
+  starts at that day and one that ends after the exchange clock's now ends now; a range without
+  trades is answered <id>,E,!NO_DATA!, and one that cannot be read <id>,E,!INVALID_ARGUMENT!
+  <reason>, each followed by <id>,!ENDMSG!,.
+  Answers are made a slice at a time as they are sent, the busy clients taking turns, so that a
+  large answer neither holds up other clients nor fills memory.
+  A received line over 64 KiB is dropped whole, up to its line end.
+  While more than 4 MiB of a client's output waits to be written (it does not read), portico
+  reads nothing more from it, so that TCP holds the client back; a lookup client has at most 64
+  commands waiting as well, and an admin client that far behind misses statistics lines. A
+  Level 1 client whose waiting output stays above 4 MiB for the grace time, or passes 16 MiB,
+  is disconnected with a line in the log.
 
 Counters:
   Every Level 1 client counts the 'Q' update lines sent to it since it connected, and among

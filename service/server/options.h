@@ -35,6 +35,7 @@ struct Options {
     double clockRate = 1.0;
     double quoteRate = 2.0;
     int stressRate = 0; // extra synthetic update lines per second over all watched symbols
+    int slowReaderGraceSeconds = 5; // a Level 1 client this long over its output bound is dropped
     Faults faults;
     bool showHelp = false;
     bool showVersion = false;

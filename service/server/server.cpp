@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <malloc.h>
 
 #include "admin_session.h"
 #include "level1_session.h"
@@ -23,7 +24,10 @@ constexpr int kLiveIntervalMs = 100;
 // With a stress rate, shorter turns keep each turn's burst of lines small.
 constexpr int kStressIntervalMs = 20;
 // No synthetic lines while a Level 1 client has this much output waiting.
-constexpr std::uint64_t kStressBacklogBytes = 16u << 20;
+constexpr std::uint64_t kStressBacklogBytes = Connection::kOutputBound;
+// After a client leaves, freed memory goes back to the system after this pause (one call for a
+// crowd that leaves together).
+constexpr int kTrimDelayMs = 200;
 
 Clock::OffsetFunction OffsetOf(const QTimeZone& zone) {
     return [zone](std::int64_t utcSeconds) {
@@ -63,6 +67,7 @@ Server::Server(Options options, const QTimeZone& timeZone, QObject* parent)
       m_live(m_market, m_options.symbolLimit, m_options.quoteRate, m_options.seed,
              m_options.stressRate),
       m_context(m_options, m_market, m_clock, m_live) {
+    m_context.scheduler = &m_scheduler;
     m_sinceStart.start();
     m_sinceLiveAdvance.start();
     m_startedAt = m_clock.now();
@@ -77,6 +82,9 @@ Server::Server(Options options, const QTimeZone& timeZone, QObject* parent)
     connect(&m_liveTimer, &QTimer::timeout, this, &Server::advanceLive);
     m_lingerTimer.setSingleShot(true);
     connect(&m_lingerTimer, &QTimer::timeout, this, &Server::idle);
+    m_trimTimer.setSingleShot(true);
+    m_trimTimer.setInterval(kTrimDelayMs);
+    connect(&m_trimTimer, &QTimer::timeout, this, &Server::giveBackMemory);
 }
 
 Server::~Server() {
@@ -199,8 +207,15 @@ void Server::connectionClosed(Connection* connection) {
     m_live.unwatchAll(connection->id());
     m_context.bytesReceived += connection->bytesReceived();
     m_context.bytesSent += connection->bytesSent();
+    m_scheduler.cancel(connection);
     connection->deleteLater();
+    m_trimTimer.start();
     updateLinger();
+}
+
+void Server::giveBackMemory() {
+    // Buffers of gone clients are free but may still sit in the heap.
+    malloc_trim(0);
 }
 
 void Server::updateLinger() {
@@ -228,11 +243,17 @@ void Server::everySecond() {
 
     const std::string stats = statsLine() + "\r\n";
     for (AdminSession* session : m_adminSessions) {
-        session->send(stats);
+        // A client that does not read misses lines rather than growing its backlog.
+        if (session->pendingBytes() < Connection::kOutputBound) {
+            session->send(stats);
+        }
     }
     const Micros now = m_clock.now();
+    const auto wallNow = std::chrono::steady_clock::now();
+    const std::chrono::seconds grace(m_options.slowReaderGraceSeconds);
     for (Level1Session* session : m_level1Sessions) {
         session->sendTime(now);
+        session->checkBacklog(wallNow, grace);
     }
 }
 

@@ -19,6 +19,7 @@
 #include "market/market.h"
 #include "options.h"
 #include "server_context.h"
+#include "work_scheduler.h"
 
 namespace portico {
 
@@ -54,12 +55,14 @@ private:
     void everySecond();
     void advanceLive();
     void updateLinger();
+    void giveBackMemory();
 
     Options m_options;
     Market m_market;
     Clock m_clock;
     LiveFeed m_live;
     ServerContext m_context;
+    WorkScheduler m_scheduler;
     QTcpServer m_admin;
     QTcpServer m_lookup;
     QTcpServer m_level1;
@@ -72,6 +75,7 @@ private:
     QTimer m_secondTimer;
     QTimer m_liveTimer;
     QTimer m_lingerTimer;
+    QTimer m_trimTimer; // gives freed memory back to the system after clients leave
     QElapsedTimer m_sinceStart;
     QElapsedTimer m_sinceLiveAdvance;
     Micros m_startedAt = 0;          // exchange time of the start

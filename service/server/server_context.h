@@ -12,6 +12,8 @@
 
 namespace portico {
 
+class WorkScheduler;
+
 class ServerContext {
 public:
     ServerContext(const Options& theOptions, const Market& theMarket, const Clock& theClock,
@@ -22,6 +24,7 @@ public:
     const Market& market;
     const Clock& clock;
     LiveFeed& live;
+    WorkScheduler* scheduler = nullptr; // shares the event loop between busy connections
 
     int adminPort = 0;
     int lookupPort = 0;

@@ -5,91 +5,182 @@
 namespace portico {
 
 namespace {
-constexpr std::size_t kBatch = 4096;
+constexpr std::size_t kBatch = 512;
+// Work of one step: days counted or opened, or slices read newest first.
+constexpr int kDaysPerStep = 64;
+constexpr int kSlicesPerStep = 256;
+// Newest first, a day is read in slices of this length from its end back.
+constexpr Micros kSlice = 5 * kMicrosPerMinute;
+} // namespace
+
+std::optional<std::pair<Micros, Micros>> DayWindow(std::int32_t day, Micros from, Micros to,
+                                                   int beginFilter, int endFilter) {
+    const Micros midnight = StartOfDay(day);
+    Micros low = std::max(from, midnight);
+    Micros high = std::min(to, StartOfDay(day + 1) - 1);
+    if (beginFilter >= 0) {
+        low = std::max(low, midnight + beginFilter * kMicrosPerSecond);
+    }
+    if (endFilter >= 0) {
+        high = std::min(high, midnight + (endFilter + 1) * kMicrosPerSecond - 1);
+    }
+    if (low > high) {
+        return std::nullopt;
+    }
+    return std::pair{low, high};
 }
 
 TickSource::TickSource(const Market& market, const Instrument& instrument, TickSelection selection)
-    : m_market(market), m_instrument(instrument), m_selection(selection), m_filtered(filtered()) {
-    if (m_selection.from > m_selection.to) {
-        m_selection.maxPoints = 0;
+    : m_market(market), m_instrument(instrument), m_selection(selection) {
+    if (m_selection.from > m_selection.to || m_selection.limit == 0) {
         return;
     }
+    m_firstDay = std::max(DayOf(m_selection.from), m_instrument.firstDay);
+    m_lastDay = DayOf(m_selection.to);
+    m_day = m_lastDay;
     if (m_selection.newestFirst) {
-        m_day = DayOf(m_selection.to);
-        return;
-    }
-    if (!m_selection.maxPoints) {
-        m_cursor = m_market.ticks(m_instrument, m_selection.from, m_selection.to);
-    } else if (!filtered()) {
-        // The newest N ticks up to the end; those before the start are dropped as they come.
-        m_cursor = m_market.lastTicks(m_instrument, *m_selection.maxPoints, m_selection.to);
+        m_left = m_selection.limit;
+        m_phase = Phase::Descending;
     } else {
-        // Count the ticks that pass the filter first, then skip the oldest surplus.
-        TickCursor counter = m_market.ticks(m_instrument, m_selection.from, m_selection.to);
-        std::vector<Tick> batch(kBatch);
-        std::uint64_t total = 0;
-        while (const std::size_t n = counter.next(batch.data(), batch.size())) {
-            for (std::size_t i = 0; i < n; ++i) {
-                total += keep(batch[i]) ? 1 : 0;
+        // Oldest first, the newest `limit` ticks: the days are counted back from the end first.
+        m_phase = Phase::Locate;
+    }
+}
+
+SourceStep TickSource::next(const Tick*& tick) {
+    switch (m_phase) {
+    case Phase::Locate:
+        return locate() ? nextAscending(tick) : SourceStep::Busy;
+    case Phase::Ascending:
+        return nextAscending(tick);
+    case Phase::Descending:
+        return nextDescending(tick);
+    case Phase::Done:
+        break;
+    }
+    return SourceStep::Done;
+}
+
+bool TickSource::locate() {
+    for (int visited = 0;; ++visited) {
+        if (m_day < m_firstDay) {
+            // Fewer than the limit: all of them.
+            m_left = m_counted;
+            m_day = m_firstDay;
+            break;
+        }
+        if (visited == kDaysPerStep) {
+            return false;
+        }
+        if (m_market.tradesOn(m_instrument, m_day)) {
+            if (const auto w = window(m_day)) {
+                m_counted += m_market.countTicks(m_instrument, w->first, w->second);
             }
         }
-        m_skip = total > *m_selection.maxPoints ? total - *m_selection.maxPoints : 0;
-        m_cursor = m_market.ticks(m_instrument, m_selection.from, m_selection.to);
-    }
-}
-
-const Tick* TickSource::next() {
-    if (m_selection.maxPoints && m_emitted >= *m_selection.maxPoints) {
-        return nullptr;
-    }
-    while (true) {
-        while (m_position < m_count) {
-            const Tick& tick = m_batch[m_position++];
-            if (m_selection.newestFirst || keep(tick)) {
-                if (m_skip > 0) {
-                    --m_skip;
-                    continue;
-                }
-                ++m_emitted;
-                return &tick;
-            }
+        if (m_counted >= m_selection.limit) {
+            m_skip = m_counted - m_selection.limit;
+            m_left = m_selection.limit;
+            break;
         }
-        if (!(m_selection.newestFirst ? refillDescending() : refillAscending())) {
-            return nullptr;
-        }
-    }
-}
-
-bool TickSource::refillAscending() {
-    if (m_batch.size() < kBatch) {
-        m_batch.resize(kBatch);
-    }
-    m_count = m_cursor.next(m_batch.data(), kBatch);
-    m_position = 0;
-    return m_count > 0;
-}
-
-bool TickSource::refillDescending() {
-    const std::int32_t firstDay = std::max(DayOf(m_selection.from), m_instrument.firstDay);
-    m_batch.clear();
-    m_position = 0;
-    while (m_batch.empty() && m_day >= firstDay) {
-        const Micros from = std::max(m_selection.from, StartOfDay(m_day));
-        const Micros to = std::min(m_selection.to, StartOfDay(m_day + 1) - 1);
         --m_day;
-        TickCursor cursor = m_market.ticks(m_instrument, from, to);
-        std::vector<Tick> chunk(kBatch);
-        while (const std::size_t n = cursor.next(chunk.data(), chunk.size())) {
-            for (std::size_t i = 0; i < n; ++i) {
-                if (keep(chunk[i])) {
-                    m_batch.push_back(chunk[i]);
-                }
+    }
+    m_phase = Phase::Ascending;
+    m_batch.resize(kBatch);
+    openDay();
+    return true;
+}
+
+bool TickSource::openDay() {
+    m_cursor = TickCursor();
+    m_count = 0;
+    m_position = 0;
+    if (!m_market.tradesOn(m_instrument, m_day)) {
+        return false;
+    }
+    const auto w = window(m_day);
+    if (!w) {
+        return false;
+    }
+    m_cursor = m_market.ticks(m_instrument, w->first, w->second);
+    return true;
+}
+
+SourceStep TickSource::nextAscending(const Tick*& tick) {
+    int opened = 0;
+    while (m_left > 0) {
+        if (m_position < m_count) {
+            const Tick& t = m_batch[m_position++];
+            if (m_skip > 0) {
+                --m_skip;
+                continue;
             }
+            --m_left;
+            tick = &t;
+            return SourceStep::Item;
+        }
+        m_count = m_cursor.next(m_batch.data(), m_batch.size());
+        m_position = 0;
+        if (m_count > 0) {
+            continue;
+        }
+        if (m_day >= m_lastDay) {
+            break;
+        }
+        ++m_day;
+        openDay();
+        if (++opened >= kDaysPerStep) {
+            return SourceStep::Busy;
+        }
+    }
+    m_phase = Phase::Done;
+    return SourceStep::Done;
+}
+
+SourceStep TickSource::nextDescending(const Tick*& tick) {
+    int visited = 0;
+    while (m_left > 0) {
+        if (m_position < m_count) {
+            --m_left;
+            tick = &m_batch[m_position++];
+            return SourceStep::Item;
+        }
+        if (++visited > kSlicesPerStep) {
+            return SourceStep::Busy;
+        }
+        if (m_day < m_firstDay) {
+            break;
+        }
+        const auto w = m_market.tradesOn(m_instrument, m_day) ? window(m_day) : std::nullopt;
+        if (!w) {
+            --m_day;
+            m_inDay = false;
+            continue;
+        }
+        if (!m_inDay) {
+            m_sliceEnd = w->second;
+            m_inDay = true;
+        }
+        const Micros start = std::max(w->first, m_sliceEnd - kSlice + 1);
+        TickCursor cursor = m_market.ticks(m_instrument, start, m_sliceEnd);
+        m_batch.clear();
+        for (std::size_t n = kBatch; n == kBatch;) {
+            const std::size_t old = m_batch.size();
+            m_batch.resize(old + kBatch);
+            n = cursor.next(m_batch.data() + old, kBatch);
+            m_batch.resize(old + n);
         }
         std::reverse(m_batch.begin(), m_batch.end());
+        m_count = m_batch.size();
+        m_position = 0;
+        if (start == w->first) {
+            --m_day;
+            m_inDay = false;
+        } else {
+            m_sliceEnd = start - 1;
+        }
     }
-    m_count = m_batch.size();
-    return m_count > 0;
+    m_phase = Phase::Done;
+    return SourceStep::Done;
 }
 
 } // namespace portico

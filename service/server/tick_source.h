@@ -1,11 +1,13 @@
 #pragma once
 
 // The ticks of a history answer in answer order: a time range, a time-of-day filter, a limit of
-// newest ticks and a direction, drawn lazily from the market so that millions of ticks never sit
-// in memory at once.
+// newest ticks and a direction. Ticks are drawn lazily from the market a day (oldest first) or a
+// few minutes (newest first) at a time, and every call does a bounded amount of work, so that an
+// answer over the whole history neither sits in memory nor holds up the service.
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "market/market.h"
@@ -13,47 +15,55 @@
 namespace portico {
 
 struct TickSelection {
-    Micros from = 0; // inclusive
-    Micros to = 0;   // inclusive
-    std::optional<std::uint64_t> maxPoints;
-    int beginFilter = -1; // second of the day, inclusive; -1: none
+    Micros from = 0;         // inclusive
+    Micros to = 0;           // inclusive
+    std::uint64_t limit = 0; // the newest this many ticks at most
+    int beginFilter = -1;    // second of the day, inclusive; -1: none
     int endFilter = -1;
     bool newestFirst = false;
 };
 
-// Whether a time passes a time-of-day filter (both bounds inclusive, -1 = open).
-inline bool PassesTimeFilter(Micros time, int beginFilter, int endFilter) {
-    const auto second = static_cast<int>((time - StartOfDay(DayOf(time))) / kMicrosPerSecond);
-    return (beginFilter < 0 || second >= beginFilter) && (endFilter < 0 || second <= endFilter);
-}
+// The part of `day` that lies inside [from, to] and inside the time-of-day filter (both bounds
+// inclusive seconds, -1 = open); none when nothing is left.
+std::optional<std::pair<Micros, Micros>> DayWindow(std::int32_t day, Micros from, Micros to,
+                                                   int beginFilter, int endFilter);
+
+// How a source's step ended: an item is ready, some work was done without finding one (call
+// again later), or the source is exhausted.
+enum class SourceStep { Item, Busy, Done };
 
 class TickSource {
 public:
     TickSource(const Market& market, const Instrument& instrument, TickSelection selection);
 
-    // The next tick in answer order; nullptr once done. Valid until the next call.
-    const Tick* next();
+    // The next tick in answer order in `tick`, valid until the next call.
+    SourceStep next(const Tick*& tick);
 
 private:
-    bool filtered() const { return m_selection.beginFilter >= 0 || m_selection.endFilter >= 0; }
-    bool keep(const Tick& tick) const {
-        return tick.time >= m_selection.from && tick.time <= m_selection.to &&
-               (!m_filtered ||
-                PassesTimeFilter(tick.time, m_selection.beginFilter, m_selection.endFilter));
+    enum class Phase { Locate, Ascending, Descending, Done };
+
+    std::optional<std::pair<Micros, Micros>> window(std::int32_t day) const {
+        return DayWindow(day, m_selection.from, m_selection.to, m_selection.beginFilter,
+                         m_selection.endFilter);
     }
-    bool refillAscending();
-    bool refillDescending();
+    bool locate();
+    SourceStep nextAscending(const Tick*& tick);
+    SourceStep nextDescending(const Tick*& tick);
+    bool openDay(); // the cursor over the window of m_day; false when the day has none
 
     const Market& m_market;
     const Instrument& m_instrument;
     TickSelection m_selection;
-    bool m_filtered;
-    std::uint64_t m_emitted = 0;
-    // Ascending: a cursor over the range, skipping the oldest ticks beyond the limit.
+    Phase m_phase = Phase::Done;
+    std::int32_t m_firstDay = 0;
+    std::int32_t m_lastDay = -1;
+    std::int32_t m_day = 0;      // the day being counted or read
+    std::uint64_t m_counted = 0; // Locate: ticks of the days after m_day
+    std::uint64_t m_skip = 0;    // Ascending: older ticks of the first day beyond the limit
+    std::uint64_t m_left = 0;    // ticks still to give
     TickCursor m_cursor;
-    std::uint64_t m_skip = 0;
-    // Descending: one day at a time from the newest day back.
-    std::int32_t m_day = 0;
+    bool m_inDay = false;  // Descending: m_day has been begun
+    Micros m_sliceEnd = 0; // the newest time of its next slice
     std::vector<Tick> m_batch;
     std::size_t m_count = 0; // ticks of the batch in use
     std::size_t m_position = 0;

@@ -100,6 +100,18 @@ TEST_F(Ticks, LastTicksAreTheNewestCountOldestFirst) {
                 last, std::vector<Tick>(window.end() - static_cast<long>(count), window.end())));
         }
     }
+    // Counting without reading gives what reading gives: whole days, cut minutes, odd lots.
+    for (const char* symbol : {"LUMA", "IVRY", "@NGI#", "AURX"}) {
+        SCOPED_TRACE(symbol);
+        const Instrument& inst = get(symbol);
+        for (const auto& [from, until] :
+             {std::pair{to - 4 * kMicrosPerDay, to}, std::pair{StartOfDay(DayOf(to) - 3), to - 1},
+              std::pair{to - 3'600'000'123, to - 59'000'321}}) {
+            EXPECT_EQ(market->countTicks(inst, from, until),
+                      Drain(market->ticks(inst, from, until)).size());
+        }
+        EXPECT_EQ(market->countTicks(inst, to, to - 1), 0u);
+    }
     // Shorter history than asked for: everything from the first day.
     const Instrument& shrd = get("SHRD");
     const Micros early = StartOfDay(shrd.firstDay) + 3 * 3600 * kMicrosPerSecond + 5;

@@ -18,7 +18,7 @@ TEST(OptionsTest, EveryOptionInBothSpellings) {
         "--linger=0", "--timezone", "Europe/London", "--start-time", "2026-11-20 09:30:00",
         "--clock-rate", "2.5", "--quote-rate", "0", "--stress-rate=200000", "--fault-close-after", "10",
         "--fault-long-line", "--fault-drip", "100", "--fault-malformed=3", "--fault-refuse", "2",
-        "--fault-accept-delay", "250"});
+        "--fault-accept-delay", "250", "--slow-reader-grace=2"});
     // clang-format on
     ASSERT_TRUE(result.error.empty()) << result.error;
     const Options& o = result.options;
@@ -39,6 +39,8 @@ TEST(OptionsTest, EveryOptionInBothSpellings) {
     EXPECT_DOUBLE_EQ(o.quoteRate, 0.0);
     EXPECT_EQ(o.stressRate, 200000);
     EXPECT_EQ(Parse({}).options.stressRate, 0);
+    EXPECT_EQ(o.slowReaderGraceSeconds, 2);
+    EXPECT_EQ(Parse({}).options.slowReaderGraceSeconds, 5);
     EXPECT_EQ(o.faults.closeAfterLines, 10u);
     EXPECT_TRUE(o.faults.longLine);
     EXPECT_EQ(o.faults.dripBytes, 100);
@@ -65,6 +67,8 @@ TEST(OptionsTest, BadCommandLinesAreRefusedWithAMessage) {
         {"--stress-rate", "1e5"},
         {"--stress-rate", "10000001"},
         {"--fault-drip", "0"},
+        {"--slow-reader-grace", "0"},
+        {"--slow-reader-grace", "3601"},
         {"--fault-long-line=1"},
         {"stray"},
     };

@@ -34,7 +34,8 @@ TEST(PorticoCommandLineTest, HelpVersionAndBadOptions) {
     EXPECT_EQ(version.out, "portico 1.0.0\n");
     const RunResult help = PorticoProcess::Run(PORTICO_EXECUTABLE, {"--help"});
     EXPECT_EQ(help.exitCode, 0);
-    for (const char* option : {"--fault-accept-delay", "--start-time", "-product"}) {
+    for (const char* option : {"--fault-accept-delay", "--start-time", "-product",
+                               "--slow-reader-grace", "at most 5,000,000 data lines"}) {
         EXPECT_NE(help.out.find(option), std::string::npos) << option;
     }
     for (const std::vector<std::string>& bad :
