@@ -145,6 +145,9 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
         } else if (EqualNoCase(text, "height")) {
             heightRequested = true;
             expectHeight = true;
+        } else if (EqualNoCase(text, "timeout")) {
+            timeoutRequested = true;
+            expectTimeout = true;
         } else {
             unknownFlags.push_back(text);
         }
@@ -193,6 +196,9 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
     } else if (expectHeight) {
         height = text;
         expectHeight = false;
+    } else if (expectTimeout) {
+        timeout = text;
+        expectTimeout = false;
     }
 }
 
@@ -278,13 +284,20 @@ std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
         "                        or a PDF by its extension, and exit\n"
         "  -width W -height H    size of the --render chart in pixels, 100 to 10000 each\n"
         "                        (default 1200 x 800)\n"
+        "  --timeout SECONDS     give --export or --render up after SECONDS, a whole\n"
+        "                        number from 1 to 86400 (default 300)\n"
         "  --help                show this text and exit\n"
         "  --version             show the version and exit\n"
         "\n"
         "--export and --render never change your settings. They exit 0 when the file is\n"
-        "written; otherwise they explain why on standard error and exit 2 for bad options,\n"
-        "3 when the service cannot be reached, 4 for an unknown symbol or no data and 5 when\n"
-        "the file cannot be written.\n"
+        "written; otherwise they explain why on standard error and exit\n"
+        "  2  bad options, or request settings that make no request (the setting is named)\n"
+        "  3  the service cannot be reached (connection refused, never ready) or stopped\n"
+        "     answering (it closed a connection or sent a line over 64 KiB)\n"
+        "  4  an unknown symbol or no data\n"
+        "  5  the file cannot be written\n"
+        "  6  the --timeout passed first\n"
+        "On a terminal, standard error shows the points received as they arrive.\n"
         "\n"
         "A running Skychart owns org.skychart.Skychart.pid<PID> on the D-Bus session bus and\n"
         "serves the interface org.skychart.Chart at /Skychart:\n"

@@ -90,6 +90,10 @@ public:
     std::string width;
     bool heightRequested = false;
     std::string height;
+    // --timeout SECONDS: how long --export or --render may take, as given (checked with the
+    // request).
+    bool timeoutRequested = false;
+    std::string timeout;
     // Flags that name no option, kept for the log.
     std::vector<std::string> unknownFlags;
 
@@ -102,4 +106,5 @@ private:
     bool expectRender = false;
     bool expectWidth = false;
     bool expectHeight = false;
+    bool expectTimeout = false;
 };

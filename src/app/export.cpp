@@ -73,6 +73,17 @@ std::string CheckSize(const char* option, bool requested, const std::string& tex
     return {};
 }
 
+// --timeout: a whole number of seconds within the limits; -1 when it is not.
+int ParseTimeout(const std::string& text) {
+    if (text.empty() || text.size() > 5 || !std::all_of(text.begin(), text.end(), [](char c) {
+            return std::isdigit(static_cast<unsigned char>(c)) != 0;
+        })) {
+        return -1;
+    }
+    const int seconds = std::stoi(text);
+    return seconds >= 1 && seconds <= kExportMaxTimeout ? seconds : -1;
+}
+
 } // namespace
 
 std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExportRequest& request) {
@@ -121,7 +132,16 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
             return problem;
         }
     }
+    int timeout = kExportDefaultTimeout;
+    if (commandLine.timeoutRequested) {
+        timeout = ParseTimeout(commandLine.timeout);
+        if (timeout < 0) {
+            return fmt::format("--timeout needs a whole number of seconds from 1 to {}, not \"{}\"",
+                               kExportMaxTimeout, commandLine.timeout);
+        }
+    }
     request.output = render ? EExportOutput::Chart : EExportOutput::Csv;
+    request.timeoutSeconds = timeout;
     request.file = file;
     request.symbol = commandLine.symbol;
     request.dataType = RequestTypeItems()[static_cast<std::size_t>(typeIndex)].data;

@@ -24,6 +24,9 @@ inline constexpr int kRenderDefaultWidth = 1200;
 inline constexpr int kRenderDefaultHeight = 800;
 inline constexpr int kRenderMinSize = 100;
 inline constexpr int kRenderMaxSize = 10000;
+// --timeout: the default and the limits, in seconds.
+inline constexpr int kExportDefaultTimeout = 300;
+inline constexpr int kExportMaxTimeout = 86400;
 
 // What an export or a render asks for, checked.
 struct SExportRequest {
@@ -35,13 +38,15 @@ struct SExportRequest {
     std::string typeText;            // the request type as given ("Tick", "Daily", ...)
     int width = kRenderDefaultWidth; // of a rendered chart, in pixels
     int height = kRenderDefaultHeight;
+    int timeoutSeconds = kExportDefaultTimeout; // the whole run may take this long
 };
 
 // Checks the export or render options of `commandLine`. On success fills `request` and returns
 // an empty text; otherwise the reason, for the user: both modes at once, no file, a render file
 // that is neither .png nor .pdf, missing symbol or type, unknown type or interval, a -width or
 // -height that is not a whole number from kRenderMinSize to kRenderMaxSize (they apply to
-// --render only and are ignored with --export).
+// --render only and are ignored with --export), a --timeout that is not a whole number of
+// seconds from 1 to kExportMaxTimeout.
 std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExportRequest& request);
 
 // The header row (no line end) of an export of `dataType`: the columns that data type fills.
@@ -67,4 +72,5 @@ enum EExportExit : int {
     kExportNoService = 3,
     kExportNoData = 4,
     kExportFileError = 5,
+    kExportTimeout = 6,
 };

@@ -95,10 +95,19 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     m_progress.SetShownCount(0);
 
     const CSettings& settings = CSettings::Instance();
+    m_settingsProblem = FindRequestSettingProblem(settings);
+    if (m_settingsProblem) {
+        spdlog::error("History request for {} not sent: {}", symbol, m_settingsProblem->reason);
+        return EStart::Failed;
+    }
     SPreparedRequest prepared;
     try {
         prepared = PrepareHistoryRequest(m_history, m_settings, settings);
     } catch (const CInvalidArgException& error) {
+        // The settings were read into the view before they were last changed.
+        m_settingsProblem = SRequestSettingProblem{
+            "", fmt::format("the request settings are incomplete ({})", error.what()),
+            "on the Data page of \"Chart Settings...\""};
         spdlog::error("History request for {} not sent: the request settings are incomplete ({})",
                       symbol, error.what());
         return EStart::Failed;
@@ -117,11 +126,18 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     try {
         command = MakeHistoryCommand(m_history, settings);
     } catch (const CInvalidArgException& error) {
+        m_settingsProblem = SRequestSettingProblem{
+            keys::kRequestFilterOn,
+            fmt::format("the filter settings are incomplete ({})", error.what()),
+            "on the Data page of \"Chart Settings...\""};
         spdlog::error("History request for {} not sent: the filter settings are incomplete ({})",
                       symbol, error.what());
         return EStart::Failed;
     }
     if (command.empty()) {
+        m_settingsProblem = SRequestSettingProblem{
+            keys::kRequestRecentType, fmt::format("request kind {} is unknown", prepared.kind),
+            "on the Data page of \"Chart Settings...\""};
         spdlog::error("History request for {} not sent: request kind {} is unknown", symbol,
                       prepared.kind);
         return EStart::Failed;

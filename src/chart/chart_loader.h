@@ -9,6 +9,7 @@
 #include "chart/live_updater.h"
 #include "history/history_parser.h"
 #include "history/request_settings.h"
+#include "history/request_settings_check.h"
 
 #include <functional>
 #include <string>
@@ -33,7 +34,7 @@ public:
     enum class EStart {
         Sent,         // the command went out on the lookup connection
         NoConnection, // no lookup connection (or no feed): nothing sent
-        Failed,       // the settings could not give a request (logged): nothing sent
+        Failed,       // the settings could not give a request (SettingsProblem()): nothing sent
     };
 
     // The view shows this many of the newest points at once until the display settings say
@@ -84,6 +85,10 @@ public:
     // The error reply's text since the last Load ("!NO_DATA!", "!UNKNOWN_SYMBOL!"); "" when none.
     // It explains an empty series; a series with points is shown whatever this says.
     const std::string& AnswerError() const { return m_answerError; }
+    // Why the last Load could not make a request from the stored settings; none when it could.
+    const std::optional<SRequestSettingProblem>& SettingsProblem() const {
+        return m_settingsProblem;
+    }
     // True once the end marker of an answer arrived since the last Load (error or not).
     bool AnswerEnded() const { return m_answerEnded; }
     SChartSummary Summary() const;
@@ -110,4 +115,5 @@ private:
     int m_intervalIndex = 0;
     std::string m_answerError;
     bool m_answerEnded = false;
+    std::optional<SRequestSettingProblem> m_settingsProblem;
 };

@@ -281,4 +281,21 @@ void CFeedConnections::OnSymbolNotFoundLine(CFeedConnections& frame, const std::
     frame.m_frame.OnSymbolNotFound(line);
 }
 
+void CFeedConnections::OnSocketFault(const CKestrelClientAppSocket& socket, ESocketFault fault,
+                                     int error) {
+    SFeedFault report;
+    report.connection = -1;
+    for (int kind = 0; kind < kConnectionKinds; ++kind) {
+        if (Connection(kind) == &socket) {
+            report.connection = kind;
+        }
+    }
+    report.address = socket.LastAddress();
+    report.port = socket.LastPort();
+    report.cause = fault;
+    report.error = error;
+    spdlog::error("Connection {} stopped: {}", report.connection, DescribeFeedFault(report));
+    m_frame.OnFeedFault(report);
+}
+
 void CFeedConnections::OnIgnoredLine(CFeedConnections& /*frame*/, const std::string& /*line*/) {}

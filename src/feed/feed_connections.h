@@ -2,6 +2,7 @@
 
 #include "core/setting_keys.h"
 #include "feed/history_feed.h"
+#include "feed/kestrel_stream_socket.h"
 
 // The main frame's feed side: the connection manager launch, the admin, lookup and Level 1
 // connections with their handshake, statistics, line dispatch, watch throttling and symbol
@@ -87,6 +88,9 @@ public:
     static void OnLookupLine(CFeedConnections& frame, const std::string& line);
     static void OnSymbolNotFoundLine(CFeedConnections& frame, const std::string& line);
     static void OnIgnoredLine(CFeedConnections& frame, const std::string& line);
+
+    // A connection of this frame stopped for `fault`: the frame is told which one and why.
+    void OnSocketFault(const CKestrelClientAppSocket& socket, ESocketFault fault, int error);
 
     // The update-field list the Level 1 connection selects.
     static const std::string& UpdateFieldList();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "feed/feed_fault.h"
+
 #include <string>
 
 // What the feed connections need of the main frame. Each line handed over is a copy of one
@@ -19,4 +21,7 @@ public:
     virtual void OnSymbolNotFound(const std::string& line) = 0;
     // The service's connection status changed ("Connected" / "Not Connected").
     virtual void OnServiceStatus(const std::string& status) = 0;
+    // A connection stopped for good: its connect failed after every retry, it received a line
+    // longer than its buffer, or the service closed it. Said once per connection.
+    virtual void OnFeedFault(const SFeedFault& fault) = 0;
 };

@@ -1,6 +1,7 @@
 #include "feed/kestrel_client_app_socket.h"
 
 #include "core/prompt.h"
+#include "feed/feed_connections.h"
 
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
@@ -41,6 +42,7 @@ void CKestrelClientAppSocket::OnConnect(int error) {
                                    "application.\nIf the error persists, please contact "
                                    "customer service.\nError Code: {}",
                                    m_clientName, error));
+        ReportFault(ESocketFault::ConnectFailed, error);
     } else {
         spdlog::info("{} connected to {}:{} (protocol {})", m_clientName, m_lastAddress, m_lastPort,
                      m_protocolVersion.empty() ? "-" : m_protocolVersion);
@@ -65,6 +67,10 @@ void CKestrelClientAppSocket::OnClose(int error) {
     spdlog::info("{} connection to {}:{} closed (error {})", m_clientName, m_lastAddress,
                  m_lastPort, error);
     CKestrelStreamSocket::OnClose(error);
+}
+
+void CKestrelClientAppSocket::OnFault(ESocketFault fault, int error) {
+    m_frame.OnSocketFault(*this, fault, error);
 }
 
 void CKestrelClientAppSocket::OnLine(const char* line) {

@@ -46,6 +46,8 @@ public:
 
 protected:
     void OnLine(const char* line) override;
+    // Passes the fault to the frame's connections with this socket.
+    void OnFault(ESocketFault fault, int error) override;
 
 private:
     // Sends `text` and counts it as `messages` sent.

@@ -62,7 +62,9 @@ void CKestrelStreamSocket::Close() {
     m_lastError = 0;
     m_stats->MarkClosed();
     m_platform->Close();
+    m_closing = true;
     OnClose(0);
+    m_closing = false;
 }
 
 void CKestrelStreamSocket::OnConnect(int error) {
@@ -94,6 +96,18 @@ void CKestrelStreamSocket::OnClose(int error) {
     }
     m_stats->MarkClosed();
     m_lastError = error;
+    if (!m_closing) {
+        ReportFault(ESocketFault::ClosedByPeer, error);
+    }
+}
+
+void CKestrelStreamSocket::ReportFault(ESocketFault fault, int error) {
+    if (m_fault != ESocketFault::None || fault == ESocketFault::None) {
+        return;
+    }
+    m_fault = fault;
+    m_faultError = error;
+    OnFault(fault, error);
 }
 
 void CKestrelStreamSocket::OnAccept(int error) {
@@ -182,6 +196,11 @@ void CKestrelStreamSocket::SplitLines(std::int32_t count) {
             std::memmove(buffer, buffer + start, static_cast<std::size_t>(tail));
         }
         m_receiveFill = tail;
+    }
+    // One unfinished line fills the buffer: no receive can take another byte, so the line can
+    // never end and the connection delivers nothing more.
+    if (m_receiveFill >= m_receiveCapacity - 1) {
+        ReportFault(ESocketFault::LineTooLong, 0);
     }
     if (failure) {
         std::rethrow_exception(failure);

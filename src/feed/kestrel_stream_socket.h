@@ -36,6 +36,15 @@ struct SKestrelSocketStats {
 
 class CKestrelStreamSocket;
 
+// Why a connection stopped delivering lines. The first fault of a socket is kept: a line that
+// overflowed the buffer stays the cause even when the peer closes afterwards.
+enum class ESocketFault {
+    None,
+    ConnectFailed, // the connect failed for good (no retries left)
+    LineTooLong,   // a line longer than the receive buffer: nothing more is read
+    ClosedByPeer,  // the peer closed the connection or it broke (not a deliberate Close)
+};
+
 // Takes what a socket produces when no worker thread owns it.
 class IKestrelSocketListener {
 public:
@@ -92,6 +101,9 @@ public:
     const SKestrelSocketStats& Statistics() const { return *m_stats; }
     SKestrelSocketStats& Statistics() { return *m_stats; }
     int LastError() const { return m_lastError; }
+    // The first fault since the socket was made, and its error code (0 when none is known).
+    ESocketFault Fault() const { return m_fault; }
+    int FaultError() const { return m_faultError; }
     std::int32_t ReceiveFill() const { return m_receiveFill; }
     std::int32_t LastReceiveCount() const { return m_lastReceiveCount; }
     const char* ReceiveBuffer() const { return m_buffer.get(); }
@@ -99,6 +111,10 @@ public:
 protected:
     // Each complete line when there is neither an owning thread nor a listener.
     virtual void OnLine(const char* line);
+    // Records the first fault and tells OnFault; later faults are ignored.
+    void ReportFault(ESocketFault fault, int error);
+    // The connection stopped delivering lines for `fault` (called once per socket).
+    virtual void OnFault(ESocketFault /*fault*/, int /*error*/) {}
 
 private:
     void SplitLines(std::int32_t count);
@@ -111,6 +127,10 @@ private:
     IKestrelSocketThread* m_thread = nullptr;
     IKestrelSocketListener* m_listener = nullptr;
     int m_lastError = 0;
+    ESocketFault m_fault = ESocketFault::None;
+    int m_faultError = 0;
+    // Set while Close() runs its own close notification.
+    bool m_closing = false;
     // Every socket of this application owns its statistics record.
     std::unique_ptr<SKestrelSocketStats> m_stats;
     std::unique_ptr<IPlatformSocket> m_platform;

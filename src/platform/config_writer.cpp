@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
 
 namespace {
@@ -154,6 +155,21 @@ bool DropByteOrderMark(const QString& file) {
            writing.commit();
 }
 
+// A stored value as the text the settings table holds; none when it is not a text.
+std::optional<std::string> TextOf(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return ToStd(value.toString());
+    case QMetaType::QStringList:
+        // An unquoted text with commas, as a person may type it into the file.
+        return ToStd(value.toStringList().join(','));
+    case QMetaType::QByteArray:
+        return value.toByteArray().toStdString();
+    default:
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 CConfigWriter::CConfigWriter()
@@ -170,19 +186,12 @@ std::string CConfigWriter::Read(const std::string& key, const std::string& defau
     if (!value.isValid()) {
         return defaultText;
     }
-    switch (value.typeId()) {
-    case QMetaType::QString:
-        return ToStd(value.toString());
-    case QMetaType::QStringList:
-        // An unquoted text with commas, as a person may type it into the file.
-        return ToStd(value.toStringList().join(','));
-    case QMetaType::QByteArray:
-        return value.toByteArray().toStdString();
-    default:
-        spdlog::warn("Setting \"{}\" in {} is not a text; the default \"{}\" is used", key,
-                     ToStd(m_file), defaultText);
-        return defaultText;
+    if (const std::optional<std::string> text = TextOf(value)) {
+        return *text;
     }
+    spdlog::warn("Setting \"{}\" in {} is not a text; the default \"{}\" is used", key,
+                 ToStd(m_file), defaultText);
+    return defaultText;
 }
 
 bool CConfigWriter::Write(const std::string& key, const std::string& value) {
@@ -198,6 +207,17 @@ bool CConfigWriter::Write(const std::string& key, const std::string& value) {
                       problem);
         m_lastError = EILSEQ;
         return false;
+    }
+    {
+        // A value the file already holds is not written again: the file is rewritten only for
+        // a change, never reformatted behind the user's back.
+        QSettings current(m_file, QSettings::IniFormat);
+        current.beginGroup(m_section);
+        const QVariant stored = current.value(QString::fromStdString(key));
+        if (stored.isValid() && TextOf(stored) == value) {
+            m_lastError = 0;
+            return true;
+        }
     }
     if (!DropByteOrderMark(m_file)) {
         m_lastError = EACCES;

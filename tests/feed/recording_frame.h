@@ -26,6 +26,7 @@ public:
     }
     void OnSymbolNotFound(const std::string& line) override { notFound.push_back(line); }
     void OnServiceStatus(const std::string& status) override { statuses.push_back(status); }
+    void OnFeedFault(const SFeedFault& fault) override { faults.push_back(fault); }
 
     // True when a Level 1 line starting with `prefix` arrived.
     bool Saw(const std::string& prefix) const {
@@ -45,6 +46,7 @@ public:
     std::vector<std::string> level1Lines;
     std::vector<std::string> notFound;
     std::vector<std::string> statuses;
+    std::vector<SFeedFault> faults;
 };
 
 } // namespace skychart::test

@@ -15,10 +15,12 @@ class RecordingSocket : public CKestrelStreamSocket {
 public:
     using CKestrelStreamSocket::CKestrelStreamSocket;
     std::vector<std::string> lines;
+    std::vector<std::pair<ESocketFault, int>> faults;
     // A line equal to this text makes the handler throw after recording it.
     std::string throwOn;
 
 protected:
+    void OnFault(ESocketFault fault, int error) override { faults.emplace_back(fault, error); }
     void OnLine(const char* line) override {
         lines.emplace_back(line);
         if (lines.back() == throwOn) {
@@ -91,6 +93,25 @@ TEST_F(StreamSocketTest, LinesUpTo65534BytesPassAndALongerOneStopsTheConnection)
     wire().Arrive("\nZ\n");
     EXPECT_EQ(socket.LastReceiveCount(), 0);
     EXPECT_EQ(socket.lines.size(), 1u);
+
+    // The stall is reported as the cause the moment the buffer is full, once, and a close that
+    // follows it does not replace it.
+    using Faults = std::vector<std::pair<ESocketFault, int>>;
+    EXPECT_EQ(socket.faults, (Faults{{ESocketFault::LineTooLong, 0}}));
+    socket.OnClose(ECONNRESET);
+    EXPECT_EQ(socket.Fault(), ESocketFault::LineTooLong);
+    EXPECT_EQ(socket.faults.size(), 1u);
+}
+
+TEST_F(StreamSocketTest, APeerCloseIsAFaultAndADeliberateCloseIsNot) {
+    // The longest line that still fits leaves the connection working.
+    wire().Arrive(std::string(CKestrelStreamSocket::kReceiveCapacity - 2, 'x'));
+    socket.Close();
+    EXPECT_TRUE(socket.faults.empty());
+    RecordingSocket broken{platform};
+    broken.OnClose(ECONNRESET);
+    EXPECT_EQ(broken.faults, (std::vector<std::pair<ESocketFault, int>>{
+                                 {ESocketFault::ClosedByPeer, ECONNRESET}}));
 }
 
 TEST_F(StreamSocketTest, SendCountsOnlyWhatWentOutAndKeepsTheErrorOfAFailure) {

@@ -187,7 +187,11 @@ TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItself) {
     EXPECT_EQ(unreachable.exitCode, 3) << unreachable.out;
     EXPECT_NE(unreachable.out.find("Unable to launch portico"), std::string::npos)
         << unreachable.out;
-    EXPECT_NE(unreachable.out.find("cannot reach the market-data service"), std::string::npos)
+    EXPECT_NE(unreachable.out.find(fmt::format("cannot reach the market-data service: the admin "
+                                               "connection to 127.0.0.1:{} failed (Connection "
+                                               "refused)",
+                                               closed)),
+              std::string::npos)
         << unreachable.out;
     EXPECT_FALSE(fs::exists(File("y.csv")));
 }

@@ -88,6 +88,23 @@ TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
+TEST_F(SettingsFile, StoringWhatTheFileHoldsLeavesItByteForByte) {
+    // Written by hand, with a quote left open: QSettings would write all of it back its own way.
+    const std::string byHand = "[ApplicationSettings]\nCurrentSymbol = LUMA\nSymbols=LUMA, AURX\n"
+                               "RequestDatapoints=\"500\n";
+    WriteFile(byHand);
+    Start();
+    ASSERT_EQ(settings.GetText("RequestDatapoints"), "500\n");
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "LUMA"));
+    ASSERT_TRUE(settings.SaveList("Symbols", {"LUMA", "AURX"}, &prompt));
+    ASSERT_TRUE(settings.SetText("RequestDatapoints", "500\n"));
+    EXPECT_EQ(Contents(file), byHand);
+    // A change is written.
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "AURX"));
+    Start();
+    EXPECT_EQ(settings.GetText("CurrentSymbol"), "AURX");
+}
+
 TEST_F(SettingsFile, ListsAndOtherTextsRoundTripExactly) {
     Start();
     ASSERT_TRUE(settings.SaveList("RequestRecentType", {"2", "3", "6", "8", "9"}, &prompt));

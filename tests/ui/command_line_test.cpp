@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
 namespace {
 
 COrvaneCommandLineInfo Parsed(const std::vector<std::string>& parameters) {
@@ -124,6 +126,28 @@ TEST(CommandLine, RenderOptionsAreParsedAndChecked) {
     SExportRequest ignored;
     EXPECT_EQ(CheckExportRequest(Parsed({"--render", "a.png", "-type", "Daily"}), ignored),
               "--render needs -symbol SYMBOL");
+}
+
+TEST(CommandLine, TimeoutIsAWholeNumberOfSecondsForBothModes) {
+    SExportRequest request;
+    ASSERT_EQ(CheckExportRequest(Parsed({"--export", "a.csv", "-symbol", "X", "-type", "Daily"}),
+                                 request),
+              "");
+    EXPECT_EQ(request.timeoutSeconds, 300);
+    ASSERT_EQ(CheckExportRequest(Parsed({"--TIMEOUT", "86400", "--render", "/tmp/a.png", "-symbol",
+                                         "X", "-type", "Daily"}),
+                                 request),
+              "");
+    EXPECT_EQ(request.timeoutSeconds, 86400);
+    for (const char* value : {"0", "-5", "1.5", "86401", ""}) {
+        SExportRequest ignored;
+        EXPECT_EQ(CheckExportRequest(Parsed({"--export", "a.csv", "-symbol", "X", "-type", "Daily",
+                                             "--timeout", value}),
+                                     ignored),
+                  fmt::format("--timeout needs a whole number of seconds from 1 to 86400, not "
+                              "\"{}\"",
+                              value));
+    }
 }
 
 class ApplyCommandLine : public ::testing::Test {

@@ -35,8 +35,11 @@ SBusMethodResult CChartBusTarget::BusLoad(const std::string& symbol, const std::
     case CChartLoader::EStart::Failed:
         break;
     }
+    const auto& problem = m_frame.ChartView()->Loader().SettingsProblem();
     return ToBusResult(SChartBusReply::Error(
-        EChartBusFault::Failed, "the request settings give no history request (see the log)"));
+        EChartBusFault::Failed,
+        problem ? "the request settings give no history request: " + problem->reason
+                : std::string("the request settings give no history request (see the log)")));
 }
 
 SChartBusReply CChartBusTarget::CheckLoaded() const {

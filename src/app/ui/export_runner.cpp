@@ -13,6 +13,7 @@
 #include "platform/application_log.h"
 #include "platform/config_writer.h"
 #include "platform/qt_feed.h"
+#include "platform/registry_paths.h"
 #include "platform/startup_store.h"
 
 #include <QCoreApplication>
@@ -23,10 +24,15 @@
 #include <spdlog/spdlog.h>
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr int kTickMs = 250;
+// The progress line is rewritten at most this often.
+constexpr auto kProgressPeriod = 200ms;
 
 void PrintError(const std::string& text) {
     std::fprintf(stderr, "Skychart: %s\n", text.c_str());
@@ -35,34 +41,43 @@ void PrintError(const std::string& text) {
 
 } // namespace
 
+void CStderrPrompt::Write(const std::string& text) const {
+    if (m_beforeWrite) {
+        m_beforeWrite();
+    }
+    PrintError(text);
+}
+
 void CStderrPrompt::Information(const std::string& caption, const std::string& text) {
-    PrintError(caption + ": " + text);
+    Write(caption + ": " + text);
 }
 
 void CStderrPrompt::Error(const std::string& caption, const std::string& text) {
-    PrintError(caption + ": " + text);
-    if (m_hook) {
-        m_hook(text);
-    }
+    Write(caption + ": " + text);
 }
 
 bool CStderrPrompt::Question(const std::string& caption, const std::string& text) {
-    PrintError(caption + ": " + text + " (answered No)");
+    Write(caption + ": " + text + " (answered No)");
     return false;
 }
 
 CExportRunner::CExportRunner(SExportRequest request, std::chrono::milliseconds connectTimeout,
-                             std::chrono::milliseconds idleTimeout)
+                             std::chrono::milliseconds idleTimeout, std::string settingsFile,
+                             bool progress)
     : m_request(std::move(request)), m_connectTimeout(connectTimeout), m_idleTimeout(idleTimeout),
-      m_loader(CChartHistRequest::Instance()) {
-    m_prompt.SetErrorHook([this](const std::string& text) {
-        // The admin connection gave up: no service will answer.
-        if (text.find("unable to connect") != std::string::npos) {
-            Finish(kExportNoService,
-                   "cannot reach the market-data service on 127.0.0.1:" +
-                       std::to_string(CStartupStore::ReadPort(
-                           startup_keys::kAdminPort.key, startup_keys::kAdminPort.defaultText,
-                           startup_keys::kAdminPort.defaultPort)));
+      m_settingsFile(std::move(settingsFile)), m_loader(CChartHistRequest::Instance()) {
+    if (progress) {
+        m_progress = std::make_unique<CProgressLine>(
+            [](const std::string& text) {
+                std::fputs(text.c_str(), stderr);
+                std::fflush(stderr);
+            },
+            kProgressPeriod);
+    }
+    // A message starts on a line of its own, below the progress line.
+    m_prompt.SetBeforeWrite([this] {
+        if (m_progress) {
+            m_progress->Finish();
         }
     });
     m_timer.setInterval(kTickMs);
@@ -98,6 +113,12 @@ void CExportRunner::OnTick() {
         return;
     }
     const auto now = std::chrono::steady_clock::now();
+    if (now - m_startedAt >= std::chrono::seconds(m_request.timeoutSeconds)) {
+        Finish(kExportTimeout,
+               fmt::format("timed out after {} s (--timeout {}){}", m_request.timeoutSeconds,
+                           m_request.timeoutSeconds, WhileText()));
+        return;
+    }
     if (!m_loading) {
         if (m_serviceReady && LookupReady()) {
             StartLoad();
@@ -107,6 +128,9 @@ void CExportRunner::OnTick() {
                                "(service status \"{}\")",
                                m_connectTimeout.count() / 1000,
                                m_feed ? m_feed->ServiceStatistics().status : "none"));
+        }
+        if (m_progress && !m_finished) {
+            m_progress->Show("Skychart: " + StageText(), now);
         }
         return;
     }
@@ -123,6 +147,10 @@ void CExportRunner::OnTick() {
                                               m_request.symbol));
             return;
         }
+        if (m_progress) {
+            m_progress->Show("Skychart: " + StageText(), now);
+            m_progress->Finish();
+        }
         const std::string error = m_request.output == EExportOutput::Chart
                                       ? RenderChart(m_loader, m_request)
                                       : WriteCsv();
@@ -134,12 +162,39 @@ void CExportRunner::OnTick() {
                      m_request.symbol, m_request.file);
         Finish(kExportOk, {});
     } else if (!LookupReady()) {
-        Finish(kExportNoService, "the lookup connection closed before the answer was complete");
+        Finish(kExportNoService,
+               "the lookup connection closed before the answer was complete" + WhileText());
     } else if (now - m_lastLineAt > m_idleTimeout) {
         Finish(kExportNoService,
                fmt::format("the service sent nothing for {} s while {} was loading",
                            m_idleTimeout.count() / 1000, m_request.symbol));
+    } else if (m_progress) {
+        m_progress->Show("Skychart: " + StageText(), now);
     }
+}
+
+std::string CExportRunner::WhileText() const {
+    if (m_loading) {
+        return fmt::format(" while {} ({}) was loading ({} points received)", m_request.symbol,
+                           m_request.typeText, m_loader.History().GetCount());
+    }
+    if (!m_serviceReady) {
+        return fmt::format(" before the service was ready (status \"{}\")",
+                           m_feed ? m_feed->ServiceStatistics().status : "none");
+    }
+    return " while " + StageText();
+}
+
+std::string CExportRunner::StageText() const {
+    if (m_loading) {
+        return fmt::format("{} ({}): {} points received", m_request.symbol, m_request.typeText,
+                           m_loader.History().GetCount());
+    }
+    if (!m_serviceReady) {
+        return fmt::format("waiting for the market-data service (status \"{}\")",
+                           m_feed ? m_feed->ServiceStatistics().status : "none");
+    }
+    return "waiting for the lookup connection";
 }
 
 void CExportRunner::StartLoad() {
@@ -147,8 +202,12 @@ void CExportRunner::StartLoad() {
     m_lastLineAt = std::chrono::steady_clock::now();
     const CChartLoader::EStart started = m_loader.Load(m_request.symbol);
     if (started == CChartLoader::EStart::Failed) {
+        const std::optional<SRequestSettingProblem>& problem = m_loader.SettingsProblem();
         Finish(kExportBadArguments,
-               "the stored request settings give no history request (see the log)");
+               problem ? fmt::format("no history requested for {}: {}", m_request.symbol,
+                                     RequestSettingAdvice(*problem, m_settingsFile))
+                       : std::string("the stored request settings give no history request "
+                                     "(see the log)"));
     } else if (started == CChartLoader::EStart::NoConnection) {
         Finish(kExportNoService, "no lookup connection to send the history request on");
     }
@@ -161,6 +220,13 @@ void CExportRunner::Finish(int exitCode, const std::string& message) {
     m_finished = true;
     m_exitCode = exitCode;
     m_timer.stop();
+    if (m_progress) {
+        // The line ends with the count that the message below may name.
+        if (m_progress->Open()) {
+            m_progress->Show("Skychart: " + StageText(), std::chrono::steady_clock::now());
+        }
+        m_progress->Finish();
+    }
     if (!message.empty()) {
         spdlog::error("{} failed: {}", ModeName(), message);
         PrintError(message);
@@ -232,6 +298,20 @@ void CExportRunner::OnServiceStatus(const std::string& status) {
     spdlog::info("{}: service status {}", ModeName(), status);
 }
 
+void CExportRunner::OnFeedFault(const SFeedFault& fault) {
+    if (m_finished) {
+        return;
+    }
+    // The service's "S,IP," line comes on the Level 1 connection; once it has come, the export
+    // needs nothing more of that connection. A complete answer is written whatever follows it.
+    if ((fault.connection == CFeedConnections::kLevel1 && m_serviceReady) ||
+        (m_loading && m_loader.History().IsHistoryComplete())) {
+        spdlog::warn("{}: {}; the export goes on", ModeName(), DescribeFeedFault(fault));
+        return;
+    }
+    Finish(kExportNoService, DescribeFeedFault(fault) + WhileText());
+}
+
 int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& executable) {
     SExportRequest request;
     const std::string problem = CheckExportRequest(commandLine, request);
@@ -265,7 +345,8 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
         settings.SetInt(keys::kRequestIntervalIndex, request.intervalIndex);
     }
 
-    using namespace std::chrono_literals;
-    CExportRunner runner(request, 30s, 60s);
+    CExportRunner runner(request, 30s, 60s,
+                         CRegistryPaths::ApplicationFile("Skychart").toStdString(),
+                         ::isatty(STDERR_FILENO) == 1);
     return runner.Run();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/export.h"
+#include "app/progress_line.h"
 #include "chart/chart_loader.h"
 #include "core/prompt.h"
 #include "feed/feed_frame.h"
@@ -23,11 +24,13 @@ public:
     // Always No: nothing can be asked without a window.
     bool Question(const std::string& caption, const std::string& text) override;
 
-    // Called with every error text after it was written.
-    void SetErrorHook(std::function<void(const std::string&)> hook) { m_hook = std::move(hook); }
+    // Called before every text is written (the export ends its progress line there).
+    void SetBeforeWrite(std::function<void()> hook) { m_beforeWrite = std::move(hook); }
 
 private:
-    std::function<void(const std::string&)> m_hook;
+    void Write(const std::string& text) const;
+
+    std::function<void()> m_beforeWrite;
 };
 
 // Loads one symbol's history without a window and writes it: starts the feed (launching portico
@@ -35,15 +38,19 @@ private:
 // up, loads through the chart's own request path, then writes the file the request asks for:
 // the series as CSV (--export) or the drawn chart (--render, see RenderChart). Needs a
 // QCoreApplication, a QApplication to render; Run() drives its event loop and returns the exit
-// code.
+// code. Every way it can fail ends it with its exit code and the cause on standard error: a
+// connection the service refused, closed or overfilled with a line over 64 KiB (as the socket
+// reported it), a service never ready, request settings that make no request, the request's
+// timeout. With `progress` the points received so far are shown on a line of standard error.
 class CExportRunner : public QObject, public IFeedFrame, private IHistoryProgressView {
     Q_OBJECT
 
 public:
     // `connectTimeout`: how long the service may take to be ready; `idleTimeout`: how long an
-    // answer may go without a line before the export gives up.
+    // answer may go without a line before the export gives up; the request's timeout bounds
+    // the whole run. `settingsFile` is named when the request settings make no request.
     CExportRunner(SExportRequest request, std::chrono::milliseconds connectTimeout,
-                  std::chrono::milliseconds idleTimeout);
+                  std::chrono::milliseconds idleTimeout, std::string settingsFile, bool progress);
     ~CExportRunner() override;
 
     int Run();
@@ -55,6 +62,7 @@ public:
     void OnLevel1Line(const std::string& line) override;
     void OnSymbolNotFound(const std::string& line) override;
     void OnServiceStatus(const std::string& status) override;
+    void OnFeedFault(const SFeedFault& fault) override;
 
 private:
     // IHistoryProgressView: no panes; the texts go to the log.
@@ -75,11 +83,17 @@ private:
     std::string WriteCsv() const;
     // "Export" or "Render", for the log.
     const char* ModeName() const;
+    // Where the run stands, for the progress line: "LUMA (Daily): 12 points received".
+    std::string StageText() const;
+    // The same for the end of a message: " while LUMA (Daily) was loading (12 points received)".
+    std::string WhileText() const;
 
     SExportRequest m_request;
     std::chrono::milliseconds m_connectTimeout;
     std::chrono::milliseconds m_idleTimeout;
+    std::string m_settingsFile;
     CStderrPrompt m_prompt;
+    std::unique_ptr<CProgressLine> m_progress; // null when standard error is no terminal
     CChartLoader m_loader;
     std::unique_ptr<CFeedConnections> m_feed;
     QTimer m_timer;

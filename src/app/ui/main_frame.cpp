@@ -21,6 +21,7 @@
 #include "platform/chart_bus_service.h"
 #include "platform/process_launcher.h"
 #include "platform/qt_feed.h"
+#include "platform/registry_paths.h"
 #include "platform/workspace_bus.h"
 #include "studies/study_panes.h"
 #include "studies/ui/lower_studies_page.h"
@@ -88,6 +89,7 @@ bool CMainFrame::Create() {
 
     m_view = new CChartFormView(this);
     m_view->SetStatusSink([this](const std::string& text) { SetStatusText(text); });
+    m_view->SetSettingsFile(CRegistryPaths::ApplicationFile("Skychart").toStdString());
     m_view->Canvas().SetStudies(std::make_unique<CStudyPanes>());
     setCentralWidget(m_view);
 
@@ -458,10 +460,11 @@ void CMainFrame::OnServiceIp() {
         m_home.intervalCombo->setCurrentIndex(applied.intervalIndex);
     }
     m_filling = false;
+    // Said before the load, so that a load that cannot start keeps its reason in view.
+    SetStatusText("Connected to Kestrel...");
     if (applied.load) {
         LoadSymbol(CSettings::Instance().GetText(keys::kCurrentSymbol));
     }
-    SetStatusText("Connected to Kestrel...");
     // Typing replaces the symbol shown, as in a freshly focused edit box.
     m_home.symbolCombo->setFocus(Qt::OtherFocusReason);
     m_home.symbolCombo->lineEdit()->selectAll();
@@ -524,4 +527,10 @@ void CMainFrame::OnServiceStatus(const std::string& status) {
     if (m_connectionPane != nullptr) {
         m_connectionPane->setText(QString::fromStdString(status));
     }
+}
+
+void CMainFrame::OnFeedFault(const SFeedFault& fault) {
+    std::string text = DescribeFeedFault(fault);
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    SetStatusText(text + " - restart Skychart to reconnect");
 }

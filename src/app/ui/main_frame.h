@@ -91,6 +91,8 @@ public:
     void OnLevel1Line(const std::string& line) override;
     void OnSymbolNotFound(const std::string& line) override;
     void OnServiceStatus(const std::string& status) override;
+    // Says in the status bar which connection stopped and why.
+    void OnFeedFault(const SFeedFault& fault) override;
 
     QComboBox* SymbolCombo() const { return m_home.symbolCombo; }
     QComboBox* RequestTypeCombo() const { return m_home.typeCombo; }

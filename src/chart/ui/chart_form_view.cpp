@@ -57,6 +57,14 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     m_canvas->SetPointCount(0, true);
     m_canvas->ResetYRange();
     m_canvas->RedrawAll();
+    if (started == CChartLoader::EStart::Failed && m_loader.SettingsProblem()) {
+        // Nothing was asked for: no progress will come to overwrite the reason.
+        m_progressTimer.stop();
+        SetStatusText(fmt::format(
+            "No history requested for {}: {}", symbol,
+            RequestSettingAdvice(*m_loader.SettingsProblem(),
+                                 m_settingsFile.empty() ? "the settings file" : m_settingsFile)));
+    }
     ShowNotice();
     return started;
 }
@@ -175,6 +183,9 @@ void CChartFormView::ShowNotice() {
     std::string text;
     if (summary.symbol.empty()) {
         text = "Type a symbol in the ribbon and press Enter.";
+    } else if (m_loader.SettingsProblem()) {
+        text = fmt::format("Nothing to show for {}: no history could be requested, because {}.",
+                           summary.symbol, m_loader.SettingsProblem()->reason);
     } else if (!m_loader.AnswerError().empty() && summary.points == 0) {
         text = fmt::format("The service has no history for {}: {}", summary.symbol,
                            m_loader.AnswerError());

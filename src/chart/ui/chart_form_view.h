@@ -40,9 +40,14 @@ public:
         m_statusSink = std::move(sink);
     }
 
+    // The settings file that the messages about impossible request settings name.
+    void SetSettingsFile(std::string file) { m_settingsFile = std::move(file); }
+
     // Loads `symbol` (upper case, already stored as "CurrentSymbol"): a different symbol shown
     // before stops the progress timer, is unwatched and its series cleared; then the request
-    // starts (parameters, watch, timer, command). Returns how the start went.
+    // starts (parameters, watch, timer, command). Returns how the start went. When the stored
+    // request settings cannot make a request, the status bar names the setting and where to
+    // mend it, and the chart says that it has nothing to show.
     CChartLoader::EStart Load(const std::string& symbol);
     // Loads the shown symbol again (data type, interval or data settings changed); nothing when
     // no symbol is shown.
@@ -102,6 +107,7 @@ private:
     QTimer m_progressTimer;
     std::function<void(const std::string&)> m_statusSink;
     std::string m_lastStatus;
+    std::string m_settingsFile;
     CChartCanvas* m_canvas = nullptr;
     QLabel* m_notice = nullptr;
     std::optional<std::chrono::steady_clock::time_point> m_lastUpdate;
