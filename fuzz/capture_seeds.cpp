@@ -182,6 +182,7 @@ std::vector<SHistorySeed> HistorySeeds() {
 void CaptureLookup(int lookupPort, int level1Port) {
     std::string allCommands;
     std::string allAnswers;
+    std::vector<std::pair<SHistorySeed, std::string>> answers;
     for (const SHistorySeed& seed : HistorySeeds()) {
         const std::string command = FormatHistoryCommand(seed.params, seed.filterOn);
         const std::string id = "Lookup" + std::to_string(seed.params.requestKind);
@@ -195,6 +196,7 @@ void CaptureLookup(int lookupPort, int level1Port) {
         }
         Write("line_splitter", seed.name, Chunks({1, 7, 60, 2, 200, 33}) + answer);
         allAnswers += answer;
+        answers.emplace_back(seed, answer);
     }
     Write("portico_commands", "all-history-kinds", allCommands);
     // The same requests at other exchange times: Thursday night, the weekend before.
@@ -261,6 +263,18 @@ void CaptureLookup(int lookupPort, int level1Port) {
     const std::string ticks = Ask(lookupPort, "HTX,LUMA,10,1,Lookup0\n", "Lookup0");
     Write("history_lines", "held-level1", Byte(0) + held + ticks);
     Write("history_lines", "held-level1-exchange-format", Byte(32) + held + ticks);
+    // The live updater after each answer of LUMA: kind, flags (extended trades for the ticks, the
+    // exchange format), the interval's index in the harness's list, then the lines.
+    for (const auto& [seed, answer] : answers) {
+        if (seed.params.symbol != "LUMA") {
+            continue;
+        }
+        const int interval = seed.params.interval == 60 ? 0 : seed.params.interval == 900 ? 2 : 1;
+        const int flags = (seed.params.requestKind <= kTicksDateRange ? 1 : 0) | 2;
+        Write("level1_updates", seed.name,
+              Byte(static_cast<int>(seed.params.requestKind)) + Byte(flags) + Byte(interval) +
+                  answer + held);
+    }
     for (const char* command :
          {"wLUMA", "rLUMA", "S,SET PROTOCOL,6.1", "S,SET CLIENT NAME,Skychart", "S,LEVEL1 COUNTS",
           "S,REQUEST STATS"}) {

@@ -32,7 +32,7 @@ using skychart::fuzz::Check;
 constexpr std::size_t kAnswerBytes = 32 * 1024;
 constexpr std::size_t kChunkBytes = 4 * 1024;
 constexpr int kMaxDays = 3;
-constexpr std::uint64_t kMaxBars = 2000;
+constexpr std::uint64_t kMaxPoints = 2000;
 constexpr Micros kClockStep = 53 * kMicrosPerMinute;
 
 const Market& TheMarket() {
@@ -44,15 +44,19 @@ Micros BaseNow() {
     return StartOfDay(DaysFromCivil(2026, 11, 20)) + 12 * 3600 * kMicrosPerSecond;
 }
 
-// Keeps the work of one request to a few days of ticks or a bounded number of bars.
+// Keeps the work of one request to a few days of ticks or a bounded number of bars. (A limit of
+// datapoints is met by walking back from the end of the range, however early its begin.)
 void Bound(HistoryRequest& r, Micros now) {
     r.days = std::min(r.days, kMaxDays);
+    if (r.maxPoints && *r.maxPoints > kMaxPoints) {
+        r.maxPoints = kMaxPoints;
+    }
     const Micros span = kMaxDays * kMicrosPerDay;
     switch (r.kind) {
     case HistoryKind::HIX: {
         const auto perSpan = static_cast<std::uint64_t>(span / kMicrosPerSecond) /
                              static_cast<std::uint64_t>(r.intervalSeconds);
-        const std::uint64_t cap = std::clamp<std::uint64_t>(perSpan, 1, kMaxBars);
+        const std::uint64_t cap = std::clamp<std::uint64_t>(perSpan, 1, kMaxPoints);
         if (!r.maxPoints || *r.maxPoints > cap) {
             r.maxPoints = cap;
         }

@@ -24,11 +24,12 @@ declare -A max_len=(
     [symbol_search]=4096
     [lookup_tables]=8192
     [history_lines]=4096
+    [level1_updates]=8192
     [command_line]=512
     [settings_file]=4096
 )
 all=(portico_commands portico_history line_splitter service_stats symbol_search lookup_tables
-     history_lines command_line settings_file)
+     history_lines level1_updates command_line settings_file)
 
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
@@ -57,8 +58,8 @@ for target in "${targets[@]}"; do
     (
         cd "$work" &&
             "$root/$build/bin/${target}_fuzz" -runs="$runs" -max_len="${max_len[$target]}" \
-                -timeout=60 -rss_limit_mb=4096 -print_final_stats=1 -artifact_prefix=findings/ \
-                corpus >fuzz.log 2>&1
+                -dict="$root/fuzz/fuzz.dict" -timeout=60 -rss_limit_mb=4096 -print_final_stats=1 \
+                -artifact_prefix=findings/ corpus >fuzz.log 2>&1
     )
     status=$?
     log="$work/fuzz.log"
