@@ -3,7 +3,7 @@ PRESET ?= default
 BUILD_DIR := build/$(PRESET)
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build test run bench asan-test format format-check clean
+.PHONY: all deps configure build test run bench asan-test fuzz fuzz-seeds format format-check clean
 
 all: build
 
@@ -34,6 +34,17 @@ bench:
 
 asan-test:
 	@$(MAKE) --no-print-directory test PRESET=asan
+
+# libFuzzer: every parser's target for FUZZ_RUNS executions on a copy of its seed corpus (clang,
+# the fuzz preset); one summary line per target, non-zero exit on any finding.
+FUZZ_RUNS ?= 2000000
+fuzz: deps
+	FUZZ_RUNS=$(FUZZ_RUNS) bash fuzz/run.sh $(FUZZ_TARGETS)
+
+# Rewrites the seed corpora from real portico traffic and the application's own files.
+fuzz-seeds: configure
+	cmake --build --preset $(PRESET) --target portico fuzz_capture_seeds -j $(JOBS)
+	$(BUILD_DIR)/bin/fuzz_capture_seeds $(BUILD_DIR)/bin/portico fuzz/corpus
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')

@@ -21,7 +21,9 @@ double ToDouble(std::string_view text) {
 std::uint32_t ToUnsigned32(std::string_view text) {
     const std::string_view number = NumberStart(text);
     if (!number.empty() && number.front() == '-') {
-        return static_cast<std::uint32_t>(-ToInteger<std::int64_t>(number.substr(1)));
+        // The magnitude is read unsigned, so a second sign reads as no number, and the negation
+        // wraps as unsigned arithmetic does instead of overflowing.
+        return static_cast<std::uint32_t>(0U - ToInteger<std::uint64_t>(number.substr(1)));
     }
     return static_cast<std::uint32_t>(ToInteger<std::uint64_t>(number));
 }

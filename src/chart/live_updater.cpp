@@ -4,6 +4,7 @@
 #include "base/fields.h"
 #include "base/numbers.h"
 #include "history/chart_hist_request.h"
+#include "history/history_parser.h"
 #include "history/history_request.h"
 #include "history/tick.h"
 
@@ -155,7 +156,7 @@ bool CLevel1Updater::ApplyFundamental() {
                                 position));
     }
     const int value = DecimalValue(m_fields[position]);
-    m_history.SetPriceTextWidth(m_exchangeFormat ? value : value + 10);
+    m_history.SetPriceTextWidth(m_exchangeFormat ? value : PriceTextWidthOfDecimals(value));
     return false;
 }
 

@@ -3,14 +3,13 @@
 // The price pane's price data: the displayed bars as candlesticks or open-high-low-close bars,
 // or a tick series as a line of trade prices.
 
+#include "base/datetime.h"
 #include "chart/chart_style.h"
 #include "chart/drawn_item.h"
 #include "chart/price_pane_logic.h"
 
 #include <cstdint>
 #include <vector>
-
-class CDateTime;
 
 // The displayed bars, copied from the series for one redraw: entry i is the bar at series index
 // first + i. For ticks the open, high and low hold the trade price as the close does.

@@ -7,6 +7,7 @@
 #include "history/tick.h"
 
 #include <charconv>
+#include <climits>
 #include <cstring>
 #include <fmt/format.h>
 #include <string>
@@ -181,8 +182,12 @@ void ApplyFundamentalPriceWidth(CChartHistRequest& history, std::string_view fun
     if (exchangeFormat) {
         history.SetPriceTextWidth(ToInteger<int>(ElementAt(fields, 30)));
     } else {
-        history.SetPriceTextWidth(ToInteger<int>(ElementAt(fields, 31)) + 10);
+        history.SetPriceTextWidth(PriceTextWidthOfDecimals(ToInteger<int>(ElementAt(fields, 31))));
     }
+}
+
+int PriceTextWidthOfDecimals(int decimals) {
+    return decimals > INT_MAX - 10 ? INT_MAX : decimals + 10;
 }
 
 CHistoryResponseParser::CHistoryResponseParser(CChartHistRequest& history) : m_history(history) {}

@@ -18,6 +18,9 @@ int PriceTextWidthOf(std::string_view price);
 // CInvalidArgException and leaves the width as it was.
 void ApplyFundamentalPriceWidth(CChartHistRequest& history, std::string_view fundamentalLine,
                                 bool exchangeFormat);
+// The price text width of a fundamental line's decimal count (field 31): the count + 10, held at
+// the largest int for counts that would pass it.
+int PriceTextWidthOfDecimals(int decimals);
 
 // Whether a history line is an error reply (field 1 begins with "E"); `errorText` then gets
 // field 2 (or field 1 when there is none). Looks at the line in place, without splitting it.

@@ -4,11 +4,13 @@
 #include "platform/registry_paths.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QSettings>
 #include <QStringConverter>
+#include <QTemporaryFile>
 #include <QVariant>
 
 #include <spdlog/spdlog.h>
@@ -262,7 +264,12 @@ std::string SettingsFileProblem(const QString& file) {
     if (!problem.empty()) {
         return problem;
     }
-    QSettings settings(file, QSettings::IniFormat);
+    // QSettings reports a format error only while it parses a file anew: it keeps parsed files
+    // by name, and a second look at an unchanged file finds no error. The content is parsed
+    // under a name of its own, so that every check sees what the first one saw.
+    QTemporaryFile copy(QDir::tempPath() + "/skychart-settings-check-XXXXXX.conf");
+    const bool copied = copy.open() && copy.write(content) == content.size() && copy.flush();
+    QSettings settings(copied ? copy.fileName() : file, QSettings::IniFormat);
     if (settings.status() == QSettings::FormatError) {
         return "QSettings reports a format error";
     }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -209,6 +210,30 @@ TEST_F(Parser, FundamentalLineSetsTheWidthByTheExchangeFormatFlag) {
     EXPECT_EQ(history.GetPriceTextWidth(), 14);
     EXPECT_THROW(ApplyFundamentalPriceWidth(history, "F,ABC,1,2,3", true), CInvalidArgException);
     EXPECT_EQ(history.GetPriceTextWidth(), 14);
+
+    // A decimal count whose width would pass the largest int stops there instead of wrapping.
+    for (const char* decimals : {"2147483637", "2147483638", "2147483647"}) {
+        ApplyFundamentalPriceWidth(history, line.substr(0, line.rfind(',') + 1) + decimals, false);
+        EXPECT_EQ(history.GetPriceTextWidth(), INT_MAX) << decimals;
+    }
+    EXPECT_EQ(PriceTextWidthOfDecimals(2147483636), 2147483646);
+    EXPECT_EQ(PriceTextWidthOfDecimals(-2147483647 - 1), -2147483638);
+}
+
+TEST_F(Parser, UnsignedFieldsReadAsStrtoulWithoutOverflow) {
+    // Size (field 4) and tick id (field 8): a negative number wraps to 32 bits, a second sign
+    // leaves no number, and the most negative 64-bit magnitude does not overflow on the way.
+    const auto tick = [](const std::string& size, const std::string& tickId) {
+        return "Lookup0,LH,2026-01-05 09:30:01.000000,101.25," + size + ",150000,101.24,101.26," +
+               tickId + ",C,11,3D,1,22,";
+    };
+    parser.OnHistoryLine(tick("-1", "--5"));
+    EXPECT_EQ(Last().size, 4294967295U);
+    EXPECT_EQ(Last().tickId, 0U);
+    parser.OnHistoryLine(tick("--9223372036854775808", "-9223372036854775808"));
+    EXPECT_EQ(Last().size, 0U);
+    EXPECT_EQ(Last().tickId, 0U);
+    EXPECT_EQ(history.GetCount(), 2);
 }
 
 TEST_F(Parser, HeldLevel1LinesReplayOnlyWhenNewerThanTheLastRecord) {

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -409,6 +410,9 @@ TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
     updater.SetExchangeFormat(false);
     EXPECT_FALSE(updater.Apply(fundamental));
     EXPECT_EQ(history.GetPriceTextWidth(), 41);
+    // A decimal count at the top of int holds the width there instead of wrapping.
+    EXPECT_FALSE(updater.Apply(fundamental.substr(0, fundamental.rfind(',') + 1) + "2147483647"));
+    EXPECT_EQ(history.GetPriceTextWidth(), INT_MAX);
 }
 
 TEST(Level1Updater, ReplaysHeldLinesBeyondTheHistoryAndCatchesUpAfterIt) {

@@ -181,6 +181,17 @@ TEST_F(SettingsFile, FileDamagedWhileRunningIsNotOverwritten) {
     EXPECT_EQ(prompt.boxes[0].text, "Unable to write Symbols to the registry.  Error Code: 84\n");
     EXPECT_EQ(settings.GetText("Symbols"), "IBM,MSFT");
     EXPECT_EQ(Contents(file), garbage);
+
+    // Damage only QSettings sees (the ';' starts a comment, so the group line has no ']') is
+    // found by every later write too, although QSettings reports it only when it first parses
+    // the file.
+    const std::string cutGroup = "[ApplicationSetti$;gs]\nCurrentSymbol=IBM\n";
+    WriteFile(cutGroup);
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        EXPECT_FALSE(SettingsFileProblem(QString::fromStdString(file.string())).empty());
+        EXPECT_FALSE(settings.SaveList("Symbols", {"MSFT"}, &prompt)) << "attempt " << attempt;
+        EXPECT_EQ(Contents(file), cutGroup) << "attempt " << attempt;
+    }
 }
 
 } // namespace

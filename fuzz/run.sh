@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer programs (the `fuzz` preset) and runs each target in turn on a copy of its
+# seed corpus, then prints one line per target: executions, coverage (cov and ft of libFuzzer's
+# last status line) and findings (crash, leak, timeout and out-of-memory files).
+#
+#   fuzz/run.sh [TARGET...]      all targets when none is named
+#
+# FUZZ_RUNS   executions per target (default 2000000)
+# FUZZ_JOBS   build jobs (default 2)
+# Work folders, logs and findings: build/fuzz/runs/<target>/. Exits 1 when anything was found.
+set -u
+
+cd "$(dirname "$0")/.."
+root=$(pwd)
+runs=${FUZZ_RUNS:-2000000}
+build=build/fuzz
+
+# The longest input of each target: a few lines of commands, a few KB of protocol text.
+declare -A max_len=(
+    [portico_commands]=1024
+    [portico_history]=512
+    [line_splitter]=8192
+    [service_stats]=4096
+    [symbol_search]=4096
+    [lookup_tables]=8192
+    [history_lines]=4096
+    [level1_updates]=8192
+    [command_line]=512
+    [settings_file]=4096
+)
+all=(portico_commands portico_history line_splitter service_stats symbol_search lookup_tables
+     history_lines level1_updates command_line settings_file)
+
+targets=("$@")
+if [ ${#targets[@]} -eq 0 ]; then
+    targets=("${all[@]}")
+fi
+for target in "${targets[@]}"; do
+    if [ -z "${max_len[$target]:-}" ]; then
+        echo "unknown fuzz target: $target (known: ${all[*]})" >&2
+        exit 2
+    fi
+done
+
+if [ ! -f "$build/build.ninja" ]; then
+    cmake --preset fuzz || exit 2
+fi
+cmake --build "$build" -j "${FUZZ_JOBS:-2}" --target "${targets[@]/%/_fuzz}" || exit 2
+
+summary=()
+failed=0
+for target in "${targets[@]}"; do
+    work="$build/runs/$target"
+    rm -rf "$work"
+    mkdir -p "$work/corpus" "$work/findings"
+    cp "fuzz/corpus/$target/"* "$work/corpus/"
+    echo "== $target: $runs runs (log: $work/fuzz.log)"
+    (
+        cd "$work" &&
+            "$root/$build/bin/${target}_fuzz" -runs="$runs" -max_len="${max_len[$target]}" \
+                -dict="$root/fuzz/fuzz.dict" -timeout=60 -rss_limit_mb=4096 -print_final_stats=1 \
+                -artifact_prefix=findings/ corpus >fuzz.log 2>&1
+    )
+    status=$?
+    log="$work/fuzz.log"
+    executions=$(awk '/^stat::number_of_executed_units:/ {print $2}' "$log" | tail -1)
+    last=$(grep -E '^#[0-9]+.*cov: ' "$log" | tail -1)
+    cov=$(sed -nE 's/.* cov: ([0-9]+).*/\1/p' <<<"$last")
+    ft=$(sed -nE 's/.* ft: ([0-9]+).*/\1/p' <<<"$last")
+    findings=$(find "$work/findings" -maxdepth 1 -type f \
+        \( -name 'crash-*' -o -name 'leak-*' -o -name 'timeout-*' -o -name 'oom-*' \) | wc -l)
+    line=$(printf '%-17s executions %9s  cov %5s  ft %6s  findings %d' "$target" \
+        "${executions:-?}" "${cov:-?}" "${ft:-?}" "$findings")
+    if [ "$findings" -gt 0 ]; then
+        line+="  ($work/findings)"
+        failed=1
+    elif [ "$status" -ne 0 ]; then
+        line+="  (the fuzzer exited with $status: see $log)"
+        failed=1
+    fi
+    echo "$line"
+    summary+=("$line")
+done
+
+echo
+echo "Fuzz summary ($runs runs per target):"
+printf '%s\n' "${summary[@]}" | tee "$build/runs/summary.txt"
+exit $failed
