@@ -43,6 +43,7 @@ public:
     void OnLevel1Line(const std::string&) override {}
     void OnSymbolNotFound(const std::string&) override {}
     void OnServiceStatus(const std::string& status) override { statuses.push_back(status); }
+    void OnFeedFault(const SFeedFault&) override {}
 
     int serviceIp = 0;
     std::vector<std::string> statuses;
