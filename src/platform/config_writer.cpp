@@ -54,8 +54,14 @@ std::string LineProblem(const QByteArray& raw) {
     if (equals < 0) {
         return "a line that is neither a group, a key=value pair nor a comment";
     }
-    if (line.left(equals).trimmed().isEmpty()) {
+    const QByteArray key = line.left(equals).trimmed();
+    if (key.isEmpty()) {
         return "a value without a key";
+    }
+    // QSettings reads such a key as a group with an empty key, and writes it back as a value
+    // without a key: the file would be damaged by the next setting saved.
+    if (key.endsWith('/') || key.endsWith('\\')) {
+        return "a key ending in a slash";
     }
     return {};
 }
