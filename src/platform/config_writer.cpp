@@ -90,13 +90,12 @@ std::string ContentProblem(const QByteArray& content) {
     if (body.startsWith("\xEF\xBB\xBF")) {
         body.remove(0, 3);
     }
+    // QSettings ends a line at a CR as well as at an LF.
+    body.replace("\r\n", "\n").replace('\r', '\n');
     int number = 0;
     bool continued = false;
-    for (QByteArray line : body.split('\n')) {
+    for (const QByteArray& line : body.split('\n')) {
         ++number;
-        if (line.endsWith('\r')) {
-            line.chop(1);
-        }
         if (continued) {
             continued = EndsInContinuation(line);
             continue;

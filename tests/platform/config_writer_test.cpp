@@ -157,6 +157,8 @@ TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
 TEST_F(SettingsFile, AFileReadAsUsableStaysUsableWhenSettingsAreSaved) {
     const std::string handEdited[] = {
         "ls/=B\tQ",
+        "Q,B\r\r=/",
+        "[ApplicationSettings]\rCurrentSymbol=IBM\rSymbols=IBM,MSFT\r",
         "[General]\nx\\=1\n[ApplicationSettings]\nCurrentSymbol=IBM\n",
         "[ApplicationSettings]\nCurrentSymbol=IBM\nsub/key/=1\n[Other]\na/=2\n",
         "[ApplicationSettings]\nSymbols = IBM, MSFT\nx=\"a;b\"\n",
