@@ -77,11 +77,14 @@ std::string Contents(const fs::path& file) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+// Every key has its default or what the file held; the typed reads take whatever the file held.
 void ReadEveryKey(const CSettings& settings, bool usedDefaults) {
     for (const SSettingKey& key : AllSettingKeys()) {
         const std::string value = settings.GetText(key.key);
-        Check(!usedDefaults || value == key.defaultValue, "an unreadable file gives the defaults",
-              key.key);
+        if (value == key.defaultValue) {
+            continue;
+        }
+        Check(!usedDefaults, "an unreadable file gives the defaults", key.key);
         (void)settings.GetInt(key.key);
         (void)settings.GetNumber(key.key);
         (void)settings.GetUnsigned(key.key);

@@ -55,8 +55,14 @@ std::string LineProblem(const QByteArray& raw) {
     if (equals < 0) {
         return "a line that is neither a group, a key=value pair nor a comment";
     }
-    if (line.left(equals).trimmed().isEmpty()) {
+    const QByteArray key = line.left(equals).trimmed();
+    if (key.isEmpty()) {
         return "a value without a key";
+    }
+    // QSettings reads such a key as a group with an empty key, and writes it back as a value
+    // without a key: the file would be damaged by the next setting saved.
+    if (key.endsWith('/') || key.endsWith('\\')) {
+        return "a key ending in a slash";
     }
     return {};
 }
@@ -85,13 +91,12 @@ std::string ContentProblem(const QByteArray& content) {
     if (body.startsWith("\xEF\xBB\xBF")) {
         body.remove(0, 3);
     }
+    // QSettings ends a line at a CR as well as at an LF.
+    body.replace("\r\n", "\n").replace('\r', '\n');
     int number = 0;
     bool continued = false;
-    for (QByteArray line : body.split('\n')) {
+    for (const QByteArray& line : body.split('\n')) {
         ++number;
-        if (line.endsWith('\r')) {
-            line.chop(1);
-        }
         if (continued) {
             continued = EndsInContinuation(line);
             continue;

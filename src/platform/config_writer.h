@@ -62,5 +62,6 @@ SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file,
 // Why the INI file at `file` cannot be used, or empty when it can (a missing file can). A file is
 // unusable when it cannot be read, holds NUL or other control bytes or text that is not UTF-8,
 // holds a line that is neither blank, a comment (';' or '#'), a "[group]" nor a "key=value"
-// line, or when QSettings reports a format error.
+// line, a key ending in '/' or '\\' (which QSettings would write back as a value without a key),
+// or when QSettings reports a format error.
 std::string SettingsFileProblem(const QString& file);

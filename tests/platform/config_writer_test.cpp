@@ -145,6 +145,7 @@ TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
         "[ApplicationSettings]\nCurrentSymbol=\xff\xfeIBM\n",
         "[ApplicationSettings\nCurrentSymbol=IBM\n",
         "[ApplicationSettings]\n=IBM\n",
+        "Symbols/=IBM\n[ApplicationSettings]\nCurrentSymbol=IBM\n",
     };
     std::vector<std::string> kept;
     for (const std::string& bytes : damaged) {
@@ -167,6 +168,30 @@ TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
         EXPECT_EQ(settings.GetText("CurrentSymbol"), "SPY");
         std::sort(kept.begin(), kept.end());
         EXPECT_EQ(SetAsideContents(), kept) << "a set-aside file was lost or changed";
+    }
+}
+
+TEST_F(SettingsFile, AFileReadAsUsableStaysUsableWhenSettingsAreSaved) {
+    const std::string handEdited[] = {
+        "ls/=B\tQ",
+        "Q,B\r\r=/",
+        "[ApplicationSettings]\rCurrentSymbol=IBM\rSymbols=IBM,MSFT\r",
+        "[General]\nx\\=1\n[ApplicationSettings]\nCurrentSymbol=IBM\n",
+        "[ApplicationSettings]\nCurrentSymbol=IBM\nsub/key/=1\n[Other]\na/=2\n",
+        "[ApplicationSettings]\nSymbols = IBM, MSFT\nx=\"a;b\"\n",
+    };
+    for (const std::string& bytes : handEdited) {
+        SCOPED_TRACE(bytes);
+        WriteFile(bytes);
+        Start();
+        EXPECT_TRUE(settings.SetText("CurrentSymbol", "SPY"));
+        EXPECT_TRUE(settings.SaveList("Symbols", {"SPY", "QQQ"}, &prompt));
+        EXPECT_EQ(SettingsFileProblem(QString::fromStdString(file.string())), "");
+        EXPECT_EQ(CConfigWriter().Read("Symbols", ""), "SPY,QQQ");
+        fs::remove(file);
+        for (const auto& entry : fs::directory_iterator(file.parent_path())) {
+            fs::remove(entry.path());
+        }
     }
 }
 

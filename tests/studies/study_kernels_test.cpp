@@ -210,7 +210,8 @@ TEST(StudyKernels, EmptyShortAndBadInputs) {
                                {&keptMacd.signal, &fresh.signal},
                                {&keptMacd.histogram, &fresh.histogram}}) {
         ExpectColumn(
-            *k, bars, [&](int i) { return (*f)[static_cast<std::size_t>(i)]; }, "kept");
+            *k, bars, [&, column = f](int i) { return (*column)[static_cast<std::size_t>(i)]; },
+            "kept");
     }
     sk::SAdx keptAdx{sk::Column(70, 9.0), sk::Column(1, 9.0), sk::Column(0)};
     sk::Adx(shortHighs, 3, keptAdx);
