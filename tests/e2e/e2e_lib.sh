@@ -16,8 +16,23 @@ rerun_under_xvfb() {
     SKYCHART_E2E_INSIDE=1 exec xvfb-run -a -s "-screen 0 1600x1000x24" "$script" "$@"
 }
 
+# A free port below the kernel's ephemeral range: the ports are released before Skychart's
+# portico binds them, and a port from the ephemeral range could meanwhile go to another test's
+# portico listening on port 0.
 free_port() {
-    python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
+    python3 - <<'PY'
+import random, socket
+low = int(open("/proc/sys/net/ipv4/ip_local_port_range").read().split()[0])
+while True:
+    port = random.randrange(20000 if low > 21000 else 1024, low)
+    s = socket.socket()
+    try:
+        s.bind(("127.0.0.1", port))
+    except OSError:
+        continue
+    print(port)
+    break
+PY
 }
 
 # Runs COMMAND... until it succeeds; false after SECONDS.
