@@ -7,6 +7,8 @@
 #
 # FUZZ_RUNS   executions per target (default 2000000)
 # FUZZ_JOBS   build jobs (default 2)
+# FUZZ_PARALLEL  targets fuzzed at once (default: the number of processors, at most 4); the
+#                slowest targets start first, the summary keeps the order below
 # Work folders, logs and findings: build/fuzz/runs/<target>/. Exits 1 when anything was found.
 set -u
 
@@ -36,6 +38,10 @@ declare -A extra=(
 )
 all=(portico_commands portico_history line_splitter service_stats symbol_search lookup_tables
      history_lines level1_updates command_line settings_file)
+# Slowest first (executions a second on one core, roughly: settings_file 500, history_lines 1,000,
+# level1_updates and portico_history 1,500, service_stats 3,500, the rest 5,000 and more).
+slowest_first=(settings_file history_lines level1_updates portico_history service_stats
+               portico_commands lookup_tables line_splitter symbol_search command_line)
 
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
@@ -53,10 +59,10 @@ if [ ! -f "$build/build.ninja" ]; then
 fi
 cmake --build "$build" -j "${FUZZ_JOBS:-2}" --target "${targets[@]/%/_fuzz}" || exit 2
 
-summary=()
-failed=0
-for target in "${targets[@]}"; do
-    work="$build/runs/$target"
+# Fuzzes one target and writes its summary line to build/fuzz/runs/<target>/summary.line.
+fuzz_one() {
+    local target=$1
+    local work="$build/runs/$target"
     rm -rf "$work"
     mkdir -p "$work/corpus" "$work/findings"
     cp "fuzz/corpus/$target/"* "$work/corpus/"
@@ -67,8 +73,9 @@ for target in "${targets[@]}"; do
                 ${extra[$target]:-} -dict="$root/fuzz/fuzz.dict" -timeout=60 -rss_limit_mb=4096 -print_final_stats=1 \
                 -artifact_prefix=findings/ corpus >fuzz.log 2>&1
     )
-    status=$?
-    log="$work/fuzz.log"
+    local status=$?
+    local log="$work/fuzz.log"
+    local executions last cov ft findings line
     executions=$(awk '/^stat::number_of_executed_units:/ {print $2}' "$log" | tail -1)
     last=$(grep -E '^#[0-9]+.*cov: ' "$log" | tail -1)
     cov=$(sed -nE 's/.* cov: ([0-9]+).*/\1/p' <<<"$last")
@@ -79,12 +86,39 @@ for target in "${targets[@]}"; do
         "${executions:-?}" "${cov:-?}" "${ft:-?}" "$findings")
     if [ "$findings" -gt 0 ]; then
         line+="  ($work/findings)"
-        failed=1
     elif [ "$status" -ne 0 ]; then
         line+="  (the fuzzer exited with $status: see $log)"
-        failed=1
     fi
     echo "$line"
+    echo "$line" >"$work/summary.line"
+}
+
+parallel=${FUZZ_PARALLEL:-$(nproc 2>/dev/null || echo 1)}
+if [ "$parallel" -gt 4 ]; then
+    parallel=4
+elif [ "$parallel" -lt 1 ]; then
+    parallel=1
+fi
+for target in "${slowest_first[@]}"; do
+    for wanted in "${targets[@]}"; do
+        if [ "$wanted" = "$target" ]; then
+            while [ "$(jobs -rp | wc -l)" -ge "$parallel" ]; do
+                wait -n
+            done
+            fuzz_one "$target" &
+        fi
+    done
+done
+wait
+
+summary=()
+failed=0
+for target in "${targets[@]}"; do
+    line=$(cat "$build/runs/$target/summary.line" 2>/dev/null ||
+        echo "$target: no summary (see $build/runs/$target/fuzz.log)")
+    if [[ "$line" == *"("* || "$line" == *"no summary"* ]]; then
+        failed=1
+    fi
     summary+=("$line")
 done
 
