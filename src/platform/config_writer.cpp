@@ -278,6 +278,18 @@ std::string SettingsFileProblem(const QString& file) {
     if (settings.status() == QSettings::FormatError) {
         return "QSettings reports a format error";
     }
+    // A key with an empty part is written back as a line without a key (or ending in a slash),
+    // which the next parse rejects. A backslash at the end of a ';' comment continues no line for
+    // QSettings, and a backslash escapes the line end or the next character anywhere else: such
+    // keys come from lines that look well formed one by one, so QSettings' own reading decides.
+    for (const QString& key : settings.allKeys()) {
+        if (key.isEmpty() || key.startsWith('/') || key.endsWith('/') || key.contains("//")) {
+            QString shown = key;
+            shown.replace('\n', "\\n").replace('\r', "\\r");
+            return "it holds a key with an empty name (\"" + ToStd(shown) +
+                   "\" as QSettings reads it), which would be written back unreadable";
+        }
+    }
     return {};
 }
 

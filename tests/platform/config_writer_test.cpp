@@ -146,6 +146,10 @@ TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
         "[ApplicationSettings\nCurrentSymbol=IBM\n",
         "[ApplicationSettings]\n=IBM\n",
         "Symbols/=IBM\n[ApplicationSettings]\nCurrentSymbol=IBM\n",
+        // A backslash after a ';' comment ends no line for QSettings: "=1" is a key of its own.
+        "[ApplicationSettings]\nCurrentSymbol=IBM ;note\\\n=1\n",
+        "cSLM&t=];\\\n\\\n=];\\\n[ApplicationSettings]\nCurrentSymbol=IBM\n",
+        "[ApplicationSettings]\nCurrentSymbol=IBM\n\\\\=1\n",
     };
     std::vector<std::string> kept;
     for (const std::string& bytes : damaged) {
