@@ -90,6 +90,11 @@ std::string ContentProblem(const QByteArray& content) {
     QByteArray body = content;
     if (body.startsWith("\xEF\xBB\xBF")) {
         body.remove(0, 3);
+        // QSettings takes off one mark, and so does the writer before it saves: a second one
+        // would begin the text QSettings reads once the file has been saved.
+        if (body.startsWith("\xEF\xBB\xBF")) {
+            return "it begins with two byte order marks";
+        }
     }
     // QSettings ends a line at a CR as well as at an LF.
     body.replace("\r\n", "\n").replace('\r', '\n');

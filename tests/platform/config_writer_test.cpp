@@ -150,6 +150,8 @@ TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
         "[ApplicationSettings]\nCurrentSymbol=IBM ;note\\\n=1\n",
         "cSLM&t=];\\\n\\\n=];\\\n[ApplicationSettings]\nCurrentSymbol=IBM\n",
         "[ApplicationSettings]\nCurrentSymbol=IBM\n\\\\=1\n",
+        // Without its first mark, "[x" would be a group line without its ']'.
+        "\xEF\xBB\xBF\xEF\xBB\xBF[x=1\n[ApplicationSettings]\nCurrentSymbol=IBM\n",
     };
     std::vector<std::string> kept;
     for (const std::string& bytes : damaged) {
