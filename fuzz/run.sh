@@ -9,6 +9,8 @@
 # FUZZ_JOBS   build jobs (default 2)
 # FUZZ_PARALLEL  targets fuzzed at once (default: the number of processors, at most 4); the
 #                slowest targets start first, the summary keeps the order below
+# FUZZ_WORKERS   processes per target (default 1): each runs FUZZ_RUNS / FUZZ_WORKERS executions
+#                on the shared corpus, so that one slow target can use every processor
 # Work folders, logs and findings: build/fuzz/runs/<target>/. Exits 1 when anything was found.
 set -u
 
@@ -67,19 +69,33 @@ fuzz_one() {
     mkdir -p "$work/corpus" "$work/findings"
     cp "fuzz/corpus/$target/"* "$work/corpus/"
     echo "== $target: $runs runs (log: $work/fuzz.log)"
+    local split=()
+    local logs=("$work/fuzz.log")
+    if [ "$workers" -gt 1 ]; then
+        split=(-jobs="$workers" -workers="$workers")
+        logs=()
+        for ((job = 0; job < workers; ++job)); do
+            logs+=("$work/fuzz-$job.log")
+        done
+    fi
     (
         cd "$work" &&
-            "$root/$build/bin/${target}_fuzz" -runs="$runs" -max_len="${max_len[$target]}" \
-                ${extra[$target]:-} -dict="$root/fuzz/fuzz.dict" -timeout=60 -rss_limit_mb=4096 -print_final_stats=1 \
-                -artifact_prefix=findings/ corpus >fuzz.log 2>&1
+            "$root/$build/bin/${target}_fuzz" -runs="$((runs / workers))" "${split[@]}" \
+                -max_len="${max_len[$target]}" ${extra[$target]:-} -dict="$root/fuzz/fuzz.dict" \
+                -timeout=60 -rss_limit_mb=4096 -print_final_stats=1 -artifact_prefix=findings/ \
+                corpus >fuzz.log 2>&1
     )
     local status=$?
-    local log="$work/fuzz.log"
-    local executions last cov ft findings line
-    executions=$(awk '/^stat::number_of_executed_units:/ {print $2}' "$log" | tail -1)
-    last=$(grep -E '^#[0-9]+.*cov: ' "$log" | tail -1)
-    cov=$(sed -nE 's/.* cov: ([0-9]+).*/\1/p' <<<"$last")
-    ft=$(sed -nE 's/.* ft: ([0-9]+).*/\1/p' <<<"$last")
+    local executions=0 cov=0 ft=0 log last value findings line
+    for log in "${logs[@]}"; do
+        value=$(awk '/^stat::number_of_executed_units:/ {print $2}' "$log" 2>/dev/null | tail -1)
+        executions=$((executions + ${value:-0}))
+        last=$(grep -E '^#[0-9]+.*cov: ' "$log" 2>/dev/null | tail -1)
+        value=$(sed -nE 's/.* cov: ([0-9]+).*/\1/p' <<<"$last")
+        cov=$((${value:-0} > cov ? ${value:-0} : cov))
+        value=$(sed -nE 's/.* ft: ([0-9]+).*/\1/p' <<<"$last")
+        ft=$((${value:-0} > ft ? ${value:-0} : ft))
+    done
     findings=$(find "$work/findings" -maxdepth 1 -type f \
         \( -name 'crash-*' -o -name 'leak-*' -o -name 'timeout-*' -o -name 'oom-*' \) | wc -l)
     line=$(printf '%-17s executions %9s  cov %5s  ft %6s  findings %d' "$target" \
@@ -93,6 +109,10 @@ fuzz_one() {
     echo "$line" >"$work/summary.line"
 }
 
+workers=${FUZZ_WORKERS:-1}
+if [ "$workers" -lt 1 ]; then
+    workers=1
+fi
 parallel=${FUZZ_PARALLEL:-$(nproc 2>/dev/null || echo 1)}
 if [ "$parallel" -gt 4 ]; then
     parallel=4
