@@ -6,10 +6,9 @@
 
 #include "fuzz_feed_platform.h"
 #include "fuzz_support.h"
+#include "quiet_logs.h"
 
 #include "feed/lookup_system_info.h"
-
-#include <spdlog/spdlog.h>
 
 #include <string>
 
@@ -45,11 +44,7 @@ Table Filled(const std::string& response) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool quiet = [] {
-        spdlog::set_level(spdlog::level::off);
-        return true;
-    }();
-    (void)quiet;
+    skychart::fuzz::QuietLogs();
     skychart::fuzz::InputCursor input(data, size);
     const std::vector<std::size_t> sizes = skychart::fuzz::TakeChunkSizes(input);
     std::string_view reply = input.Rest();

@@ -7,6 +7,7 @@
 
 #include "fuzz_feed_platform.h"
 #include "fuzz_support.h"
+#include "quiet_logs.h"
 
 #include "base/fields.h"
 #include "core/prompt.h"
@@ -14,8 +15,6 @@
 #include "feed/feed_frame.h"
 #include "feed/kestrel_client_app_socket.h"
 #include "feed/service_statistics.h"
-
-#include <spdlog/spdlog.h>
 
 #include <cstring>
 #include <string>
@@ -95,11 +94,7 @@ void ParseAlone(const std::string& line) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool quiet = [] {
-        spdlog::set_level(spdlog::level::off);
-        return true;
-    }();
-    (void)quiet;
+    skychart::fuzz::QuietLogs();
     skychart::fuzz::InputCursor input(data, size);
     std::string_view stream = input.Rest();
     if (stream.size() > kMaxStream) {

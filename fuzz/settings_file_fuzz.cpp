@@ -8,13 +8,12 @@
 // readable.
 
 #include "fuzz_support.h"
+#include "quiet_logs.h"
 
 #include "core/prompt.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
 #include "platform/config_writer.h"
-
-#include <spdlog/spdlog.h>
 
 #include <QString>
 
@@ -113,11 +112,7 @@ void SaveAndReadBack(CSettings& settings, const QString& file) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool quiet = [] {
-        spdlog::set_level(spdlog::level::off);
-        return true;
-    }();
-    (void)quiet;
+    skychart::fuzz::QuietLogs();
     static unsigned long inputNumber = 0;
     skychart::fuzz::InputCursor input(data, size);
     const bool application = (input.Byte() & 1) != 0;
