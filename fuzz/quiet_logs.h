@@ -1,8 +1,13 @@
 #pragma once
 
-// The code under fuzzing logs every line it drops; a fuzz run would spend its time writing them.
+// The code under fuzzing logs every line it drops and tells the user of every damaged file; a
+// fuzz run would spend its time writing them.
+
+#include "core/prompt.h"
 
 #include <spdlog/spdlog.h>
+
+#include <string>
 
 namespace skychart::fuzz {
 
@@ -14,5 +19,14 @@ inline void QuietLogs() {
     }();
     (void)quiet;
 }
+
+// A prompt that only counts the errors it is shown.
+class SilentPrompt : public IPrompt {
+public:
+    void Information(const std::string&, const std::string&) override {}
+    void Error(const std::string&, const std::string&) override { ++errors; }
+    bool Question(const std::string&, const std::string&) override { return false; }
+    int errors = 0;
+};
 
 } // namespace skychart::fuzz

@@ -23,16 +23,9 @@
 namespace {
 
 using skychart::fuzz::Check;
+using skychart::fuzz::SilentPrompt;
 
 constexpr std::size_t kMaxStream = 60'000;
-
-class SilentPrompt : public IPrompt {
-public:
-    void Information(const std::string&, const std::string&) override {}
-    void Error(const std::string&, const std::string&) override { ++errors; }
-    bool Question(const std::string&, const std::string&) override { return false; }
-    int errors = 0;
-};
 
 class CountingFrame : public IFeedFrame {
 public:

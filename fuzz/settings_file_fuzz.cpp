@@ -29,16 +29,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using skychart::fuzz::Check;
+using skychart::fuzz::SilentPrompt;
 
 constexpr std::size_t kMaxFile = 64 * 1024;
-
-class SilentPrompt : public IPrompt {
-public:
-    void Information(const std::string&, const std::string&) override {}
-    void Error(const std::string&, const std::string&) override { ++errors; }
-    bool Question(const std::string&, const std::string&) override { return false; }
-    int errors = 0;
-};
 
 // One folder per process, removed at exit; every input gets a file name of its own, because
 // QSettings keeps parsed files by name and by a time stamp of millisecond resolution.
