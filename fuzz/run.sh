@@ -93,10 +93,10 @@ fuzz_one() {
     fi
     (
         cd "$work" &&
-            ASAN_OPTIONS="$asan_options" "$root/$build/bin/${target}_fuzz" -runs="$((runs / workers))" "${split[@]}" \
-                -max_len="${max_len[$target]}" ${extra[$target]:-} -dict="$root/fuzz/fuzz.dict" \
-                -timeout=60 -rss_limit_mb=4096 -print_final_stats=1 -artifact_prefix=findings/ \
-                corpus >fuzz.log 2>&1
+            ASAN_OPTIONS="$asan_options" "$root/$build/bin/${target}_fuzz" \
+                -runs="$((runs / workers))" "${split[@]}" -max_len="${max_len[$target]}" \
+                ${extra[$target]:-} -dict="$root/fuzz/fuzz.dict" -timeout=60 -rss_limit_mb=4096 \
+                -print_final_stats=1 -artifact_prefix=findings/ corpus >fuzz.log 2>&1
     )
     local status=$?
     local executions=0 cov=0 ft=0 log last value findings line
