@@ -9,36 +9,10 @@ set -uo pipefail
 
 skychart=$1
 
-if [[ "${SKYCHART_E2E_INSIDE:-}" != 1 ]]; then
-    for tool in dbus-run-session gdbus python3; do
-        if ! command -v "$tool" >/dev/null 2>&1; then
-            echo "SKIP: $tool is not installed"
-            exit 77
-        fi
-    done
-    SKYCHART_E2E_INSIDE=1 exec dbus-run-session -- "$0" "$@"
-fi
-
 source "$(dirname "$(readlink -f "$0")")/e2e_lib.sh"
-export QT_QPA_PLATFORM=offscreen
+rerun_on_session_bus "$0" "gdbus python3" "$@"
 
 home=$(mktemp -d /tmp/skychart-e2e-XXXXXX)
-skychart_pid=
-log=
-cleanup() {
-    if [[ -n "$skychart_pid" ]] && kill -0 "$skychart_pid" 2>/dev/null; then
-        kill "$skychart_pid" 2>/dev/null
-        wait "$skychart_pid" 2>/dev/null
-    fi
-    stop_portico
-    rm -rf "$home"
-}
-fail() {
-    echo "FAIL: $*"
-    [[ -n "$log" && -f "$log" ]] && { echo "--- Skychart log"; cat "$log"; }
-    cleanup
-    exit 1
-}
 
 # chart METHOD ARGS...: calls the chart's method; its reply or error on standard output.
 chart() {

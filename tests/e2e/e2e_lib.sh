@@ -1,19 +1,60 @@
 # Helpers shared by the end-to-end scripts (sourced). They expect $home, the test's temporary
 # folder, and set $admin, $lookup and $level1 in make_home.
 
-# Runs SCRIPT ARGS... again under a fresh Xvfb screen unless this is that run already; exits 77
-# (skipped) when one of TOOLS (a space-separated list) is not installed.
-rerun_under_xvfb() {
-    local script=$1 tools=$2 tool
-    shift 2
-    [[ "${SKYCHART_E2E_INSIDE:-}" == 1 ]] && return 0
-    for tool in xvfb-run Xvfb $tools; do
+# Exits 77 (skipped) when one of TOOLS (a space-separated list) is not installed.
+require_tools() {
+    local tool
+    for tool in $1; do
         if ! command -v "$tool" >/dev/null 2>&1; then
             echo "SKIP: $tool is not installed"
             exit 77
         fi
     done
+}
+
+# Runs SCRIPT ARGS... again under a fresh Xvfb screen unless this is that run already; skipped
+# when one of TOOLS is not installed.
+rerun_under_xvfb() {
+    local script=$1 tools=$2
+    shift 2
+    [[ "${SKYCHART_E2E_INSIDE:-}" == 1 ]] && return 0
+    require_tools "xvfb-run Xvfb $tools"
     SKYCHART_E2E_INSIDE=1 exec xvfb-run -a -s "-screen 0 1600x1000x24" "$script" "$@"
+}
+
+# Runs SCRIPT ARGS... again on a private D-Bus session bus, offscreen, unless this is that run
+# already; skipped when one of TOOLS is not installed.
+rerun_on_session_bus() {
+    local script=$1 tools=$2
+    shift 2
+    export QT_QPA_PLATFORM=offscreen
+    [[ "${SKYCHART_E2E_INSIDE:-}" == 1 ]] && return 0
+    require_tools "dbus-run-session $tools"
+    SKYCHART_E2E_INSIDE=1 exec dbus-run-session -- "$script" "$@"
+}
+
+# A test that runs one Skychart at a time keeps it in $skychart_pid and its log in $log.
+skychart_pid=
+log=
+
+# Ends the test's Skychart and portico and removes its folder.
+cleanup() {
+    if [[ -n "$skychart_pid" ]] && kill -0 "$skychart_pid" 2>/dev/null; then
+        kill "$skychart_pid" 2>/dev/null
+        wait "$skychart_pid" 2>/dev/null
+    fi
+    stop_portico
+    rm -rf "$home"
+}
+
+# Ends the test with MESSAGE and the Skychart log; a test that defines fail_details adds what
+# else it knows.
+fail() {
+    echo "FAIL: $*"
+    [[ -n "$log" && -f "$log" ]] && { echo "--- Skychart log"; cat "$log"; }
+    declare -F fail_details >/dev/null && fail_details
+    cleanup
+    exit 1
 }
 
 # A free port below the kernel's ephemeral range: the ports are released before Skychart's

@@ -13,22 +13,6 @@ source "$(dirname "$(readlink -f "$0")")/e2e_lib.sh"
 rerun_under_xvfb "$0" "xdotool import python3" "$@"
 
 home=$(mktemp -d /tmp/skychart-e2e-XXXXXX)
-skychart_pid=
-log=
-cleanup() {
-    if [[ -n "$skychart_pid" ]] && kill -0 "$skychart_pid" 2>/dev/null; then
-        kill "$skychart_pid" 2>/dev/null
-        wait "$skychart_pid" 2>/dev/null
-    fi
-    stop_portico
-    rm -rf "$home"
-}
-fail() {
-    echo "FAIL: $*"
-    [[ -n "$log" && -f "$log" ]] && { echo "--- Skychart log"; cat "$log"; }
-    cleanup
-    exit 1
-}
 
 make_home
 mkdir -p "$output" "$home/config/Orvane/Kestrel/DisplayApps"

@@ -7,18 +7,8 @@ set -uo pipefail
 
 skychart=$1
 
-if [[ "${SKYCHART_E2E_INSIDE:-}" != 1 ]]; then
-    for tool in dbus-run-session python3; do
-        if ! command -v "$tool" >/dev/null 2>&1; then
-            echo "SKIP: $tool is not installed"
-            exit 77
-        fi
-    done
-    SKYCHART_E2E_INSIDE=1 exec dbus-run-session -- "$0" "$@"
-fi
-
 source "$(dirname "$(readlink -f "$0")")/e2e_lib.sh"
-export QT_QPA_PLATFORM=offscreen
+rerun_on_session_bus "$0" "python3" "$@"
 
 home=$(mktemp -d /tmp/skychart-e2e-XXXXXX)
 pids=()
