@@ -41,7 +41,7 @@ declare -A extra=(
 # settings_file allocates and frees many small blocks per input (every line QSettings parses).
 # Under ASan's defaults its resident size passed 1 GB and its pace fell by two thirds over 300,000
 # inputs while the live heap stayed near 25 MB: the unwinder follows frame pointers through Qt,
-# which is built without them, so nearly every allocation stack it stores is new. Without stored
+# which is built without them, so most allocation stacks it stores are new ones. Without stored
 # stacks and with a small quarantine it stays near 80 MB at a steady pace; a finding still shows
 # where it happened, and its replay under the asan preset shows the rest.
 declare -A asan_extra=(
