@@ -27,9 +27,6 @@ public:
     // points at once, at the cost of those points; while a computation runs, they do so when it
     // is done, keeping what is drawn until then.
     virtual void SeriesGrew() = 0;
-    // The study settings changed: they are read again and the studies computed again over the
-    // series they were last given.
-    virtual void SettingsChanged() = 0;
     // The series is gone (a new symbol is loading): nothing is drawn until the next answer.
     virtual void Clear() = 0;
     // True once after a computation finished: the view redraws.

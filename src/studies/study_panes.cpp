@@ -2,7 +2,6 @@
 
 #include "chart/chart_print.h"
 #include "core/data_types.h"
-#include "core/settings.h"
 #include "history/chart_hist_request.h"
 
 #include <fmt/format.h>
@@ -30,10 +29,9 @@ double At(const std::vector<double>& column, int bar) {
 
 } // namespace
 
-CStudyPanes::CStudyPanes() : m_inputs(std::make_shared<CStudyInputs>()) {
-    m_current =
-        std::make_shared<CStudySet>(m_inputs, SUpperStudySettings::Read(CSettings::Instance()),
-                                    SStudySettings::Read(CSettings::Instance()), Context());
+CStudyPanes::CStudyPanes(const SUpperStudySettings& upper, const SStudySettings& studies)
+    : m_upper(upper), m_studies(studies), m_inputs(std::make_shared<CStudyInputs>()) {
+    m_current = std::make_shared<CStudySet>(m_inputs, m_upper, m_studies, Context());
 }
 
 CStudyPanes::~CStudyPanes() {
@@ -92,7 +90,9 @@ bool CStudyPanes::FollowGrowth() {
     return true;
 }
 
-void CStudyPanes::SettingsChanged() {
+void CStudyPanes::SettingsChanged(const SUpperStudySettings& upper, const SStudySettings& studies) {
+    m_upper = upper;
+    m_studies = studies;
     Start(false, false);
 }
 
@@ -103,9 +103,7 @@ void CStudyPanes::Clear() {
         m_retired.push_back(std::move(m_job));
     }
     m_inputs = std::make_shared<CStudyInputs>();
-    m_current =
-        std::make_shared<CStudySet>(m_inputs, SUpperStudySettings::Read(CSettings::Instance()),
-                                    SStudySettings::Read(CSettings::Instance()), Context());
+    m_current = std::make_shared<CStudySet>(m_inputs, m_upper, m_studies, Context());
 }
 
 void CStudyPanes::Start(bool readSeries, bool keepDrawn) {
@@ -113,8 +111,8 @@ void CStudyPanes::Start(bool readSeries, bool keepDrawn) {
         m_job->cancel = true;
         m_retired.push_back(std::move(m_job));
     }
-    const SUpperStudySettings upper = SUpperStudySettings::Read(CSettings::Instance());
-    const SStudySettings studies = SStudySettings::Read(CSettings::Instance());
+    const SUpperStudySettings upper = m_upper;
+    const SStudySettings studies = m_studies;
     const SStudyContext context = Context();
     // The panes show their descriptions at once and their lines when computed. A settings
     // change that keeps the panes keeps the lines drawn until the new ones are ready.

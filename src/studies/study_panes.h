@@ -14,14 +14,15 @@
 
 class CStudyPanes final : public IPaneStudies {
 public:
-    CStudyPanes();
+    CStudyPanes(const SUpperStudySettings& upper, const SStudySettings& studies);
     ~CStudyPanes() override;
     CStudyPanes(const CStudyPanes&) = delete;
     CStudyPanes& operator=(const CStudyPanes&) = delete;
 
     void SeriesChanged(const CChartHistRequest& history, int dataType, int intervalIndex) override;
     void SeriesGrew() override;
-    void SettingsChanged() override;
+    // New study settings: the studies are computed again over the series they were last given.
+    void SettingsChanged(const SUpperStudySettings& upper, const SStudySettings& studies);
     void Clear() override;
     bool TakeFinished() override;
     bool Computing() const override;
@@ -68,6 +69,8 @@ private:
     bool FollowGrowth();
     SStudyContext Context() const;
 
+    SUpperStudySettings m_upper;
+    SStudySettings m_studies;
     const CChartHistRequest* m_history = nullptr;
     int m_dataType = 0;
     int m_intervalIndex = 0;

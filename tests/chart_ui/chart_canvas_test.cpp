@@ -52,7 +52,7 @@ protected:
     void TearDown() override { CSettings::Instance().Reset(); }
 
     std::unique_ptr<CChartCanvas> Open() {
-        auto canvas = std::make_unique<CChartCanvas>(history);
+        auto canvas = std::make_unique<CChartCanvas>(history, CSettings::Instance());
         canvas->resize(900, 600);
         canvas->SetSeries("LUMA", kDays, 0);
         canvas->LoadSettings();
@@ -173,7 +173,9 @@ TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
     CSettings::Instance().SetInt(keys::Numbered(keys::kTypeOfStudyChart, 0), kStudyRSI);
     CSettings::Instance().SetInt(keys::kMAsShow, 1);
     const auto canvas = Open();
-    canvas->SetStudies(std::make_unique<CStudyPanes>());
+    canvas->SetStudies(
+        std::make_unique<CStudyPanes>(SUpperStudySettings::Read(CSettings::Instance()),
+                                      SStudySettings::Read(CSettings::Instance())));
     canvas->ComputeStudies();
     canvas->FinishStudies();
     std::vector<QString> statuses;

@@ -49,12 +49,19 @@ protected:
     SChartStyle style;
 };
 
+SUpperStudySettings Upper() {
+    return SUpperStudySettings::Read(CSettings::Instance());
+}
+SStudySettings Lower() {
+    return SStudySettings::Read(CSettings::Instance());
+}
+
 TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
     CSettings& settings = CSettings::Instance();
     settings.SetInt(keys::kMAsShow, 1);
     settings.SetInt(keys::kBBStudyShow, 1);
     Show(2, {kStudyRSI, kStudyVolume});
-    CStudyPanes studies;
+    CStudyPanes studies(Upper(), Lower());
     draw.SetStudies(&studies);
     // Before the first computation the panes are there, with their descriptions only.
     EXPECT_EQ(studies.PaneCount(), 2);
@@ -103,7 +110,7 @@ TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
 
 TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     Show(1, {kStudyMomentum});
-    CStudyPanes studies;
+    CStudyPanes studies(Upper(), Lower());
     studies.SeriesChanged(history, kDays, 0);
     // A second answer while the first is computed: the last one wins.
     studies.SeriesChanged(history, kDays, 0);
@@ -112,7 +119,7 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
 
     CSettings::Instance().SetText(keys::kStudyAvgPeriod, "21,5");
-    studies.SettingsChanged();
+    studies.SettingsChanged(Upper(), Lower());
     // The same panes keep their lines until the new ones are ready.
     EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
     studies.WaitFinished();
@@ -127,7 +134,7 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
 
     // Other panes: shown at once, with their labels only.
     Show(2, {kStudyADX, kStudyMFI});
-    studies.SettingsChanged();
+    studies.SettingsChanged(Upper(), Lower());
     EXPECT_EQ(studies.PaneStudyType(1), kStudyADX);
     EXPECT_EQ(studies.Current().Pane(1).Count(), 0);
     studies.WaitFinished();
@@ -149,7 +156,7 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     EXPECT_EQ(studies.Current().Inputs().Count(), 201);
     EXPECT_EQ(studies.Current().Pane(1).Count(), 201);
     const double followedMfi = mfiAt(200);
-    studies.SettingsChanged();
+    studies.SettingsChanged(Upper(), Lower());
     append(151.0);
     studies.SeriesGrew();
     EXPECT_EQ(studies.Current().Pane(0).Count(), 201);
@@ -165,7 +172,7 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     EXPECT_EQ(studies.Current().Inputs().Count(), 0);
     EXPECT_EQ(studies.InfoStudies(5), "\nADX: , +DI: , -DI: \nMFI: ");
     // Going away while computing is safe.
-    auto running = std::make_unique<CStudyPanes>();
+    auto running = std::make_unique<CStudyPanes>(Upper(), Lower());
     running->SeriesChanged(history, kDays, 0);
     running.reset();
 }

@@ -4,19 +4,22 @@
 #include "chart/chart_loader.h"
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_image.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "studies/study_panes.h"
 
 #include <QSize>
 
 std::string RenderChart(const CChartLoader& loader, const SExportRequest& request) {
-    CChartCanvas canvas(loader.History());
+    CChartCanvas canvas(loader.History(), CSettings::Instance());
     canvas.resize(request.width, request.height);
     canvas.SetSeries(loader.Symbol(), loader.DataType(), loader.IntervalIndex());
     canvas.LoadSettings();
     canvas.SetPointCount(loader.History().GetCount(), true);
     canvas.ResetYRange();
-    canvas.SetStudies(std::make_unique<CStudyPanes>());
+    canvas.SetStudies(
+        std::make_unique<CStudyPanes>(SUpperStudySettings::Read(CSettings::Instance()),
+                                      SStudySettings::Read(CSettings::Instance())));
     canvas.ComputeStudies();
     canvas.FinishStudies();
     canvas.Relayout();

@@ -17,6 +17,7 @@
 #include "feed/kestrel_stream_socket.h"
 #include "feed/lookup_system_info.h"
 #include "feed/ui/symbol_search_dlg.h"
+#include "history/chart_hist_request.h"
 #include "history/ui/data_settings_page.h"
 #include "platform/chart_bus_service.h"
 #include "platform/process_launcher.h"
@@ -87,10 +88,13 @@ bool CMainFrame::Create() {
     m_currentSymbol =
         settings.Has(keys::kCurrentSymbol) ? settings.GetText(keys::kCurrentSymbol) : "";
 
-    m_view = new CChartFormView(this);
+    m_view = new CChartFormView(CChartHistRequest::Instance(), settings, this);
     m_view->SetStatusSink([this](const std::string& text) { SetStatusText(text); });
     m_view->SetSettingsFile(CRegistryPaths::ApplicationFile("Skychart").toStdString());
-    m_view->Canvas().SetStudies(std::make_unique<CStudyPanes>());
+    auto studies = std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
+                                                 SStudySettings::Read(settings));
+    m_studies = studies.get();
+    m_view->Canvas().SetStudies(std::move(studies));
     setCentralWidget(m_view);
 
     m_symbolPane = AddStatusPane("Symbol", 90);
@@ -162,9 +166,10 @@ void CMainFrame::MakeRibbon() {
     });
     connect(m_home.styleCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
-            CSettings::Instance().SetInt(keys::kCandlePriceChartStyle,
-                                         m_home.styleCombo->itemData(index).toInt());
-            m_view->Redraw();
+            CSettings& settings = CSettings::Instance();
+            settings.SetInt(keys::kCandlePriceChartStyle,
+                            m_home.styleCombo->itemData(index).toInt());
+            m_view->Canvas().ApplyStyle(ReadChartStyle(settings));
         }
         UpdateStatusPanes();
     });
@@ -212,8 +217,12 @@ void CMainFrame::OpenSettings(EFirstPage first) {
             [this] { m_view->ApplyDisplaySettings(); });
     connect(&sheet, &CSettingSheet::settingsApplied, this, [this, &reload] {
         SyncStyleCombo();
-        // Colours, averages and panes: the studies are set up again and the panes rebuilt.
-        m_view->Canvas().ApplyStudySettings();
+        // Each part is handed what it draws or computes by: a look that changed repaints, a
+        // study whose inputs changed computes again.
+        const CSettings& settings = CSettings::Instance();
+        m_studies->SettingsChanged(SUpperStudySettings::Read(settings),
+                                   SStudySettings::Read(settings));
+        m_view->Canvas().StudySettingsChanged();
         if (reload) {
             // The request settings changed: the shown chart asks for its history again.
             reload = false;

@@ -15,6 +15,7 @@ class CChartBusTarget;
 class CChartFormView;
 class CSettingSheet;
 class CFeedConnections;
+class CStudyPanes;
 class CSymbolSearchDlg;
 class CWorkspaceBus;
 class QComboBox;
@@ -129,6 +130,7 @@ private:
     void AddRecentSymbol(const std::string& symbol);
 
     CChartFormView* m_view = nullptr;
+    CStudyPanes* m_studies = nullptr; // owned by the view's canvas
     std::unique_ptr<CFeedConnections> m_feed;
     CWorkspaceBus* m_workspaceBus = nullptr;
     std::unique_ptr<CChartBusTarget> m_busTarget;

@@ -49,8 +49,8 @@ std::optional<CDisplayRange::EKey> KeyOf(int key) {
 
 } // namespace
 
-CChartCanvas::CChartCanvas(const CChartHistRequest& history, QWidget* parent)
-    : QWidget(parent), m_history(history), m_draw(history) {
+CChartCanvas::CChartCanvas(const CChartHistRequest& history, CSettings& settings, QWidget* parent)
+    : QWidget(parent), m_history(history), m_settings(settings), m_draw(history) {
     setObjectName("ChartCanvas");
     setFocusPolicy(Qt::StrongFocus);
     m_stack = new CChartStackWidget(this);
@@ -96,9 +96,8 @@ void CChartCanvas::StudiesSeriesGrew() {
     }
 }
 
-void CChartCanvas::ApplyStudySettings() {
-    if (m_studies != nullptr) {
-        m_studies->SettingsChanged();
+void CChartCanvas::StudySettingsChanged() {
+    if (m_studies != nullptr && m_studies->Computing()) {
         m_studyPoll.start();
     }
     LoadSettings();
@@ -141,7 +140,8 @@ void CChartCanvas::SetSeries(const std::string& symbol, int dataType, int interv
 }
 
 void CChartCanvas::LoadSettings() {
-    const CSettings& settings = CSettings::Instance();
+    const CSettings& settings = m_settings;
+    m_style = ReadChartStyle(settings);
     m_layout = LoadPaneLayout(settings);
     m_range.SetScrollStepSettings(LoadScrollStep(settings));
     const int points = m_range.DisplayedPoints();
@@ -151,6 +151,11 @@ void CChartCanvas::LoadSettings() {
     if (m_range.DisplayedPoints() != points) {
         emit displayedPointsChanged(m_range.DisplayedPoints());
     }
+}
+
+void CChartCanvas::ApplyStyle(const SChartStyle& style) {
+    m_style = style;
+    RedrawAll();
 }
 
 void CChartCanvas::SetPointCount(int count, bool showNewest) {
@@ -225,7 +230,7 @@ void CChartCanvas::RedrawAll() {
     const bool hasData = !m_symbol.empty() && m_history.GetCount() > 0;
     m_draw.SetScrollPosition(m_range.FirstIndex(), hasData ? m_range.DisplayedCount() : 0,
                              m_dataType);
-    const SChartStyle style = ReadChartStyle(CSettings::Instance());
+    const SChartStyle& style = m_style;
     SPaneFrame frame;
     frame.displayedPoints = m_range.DisplayedPoints();
     frame.priceBarText = PriceLabelText(style);
@@ -290,7 +295,7 @@ void CChartCanvas::ShowCursorReadOut() {
         m_infoText = m_draw.InfoText(m_cursorBar);
     }
     // Only the label lines change: the price bar and each study pane's values.
-    const SChartStyle style = ReadChartStyle(CSettings::Instance());
+    const SChartStyle& style = m_style;
     m_priceBarText = PriceLabelText(style);
     m_stack->HoldDrawing();
     m_stack->Pane(0).SetLabelLine(m_priceBarText, style.priceBar);
@@ -343,7 +348,7 @@ void CChartCanvas::HideCursor() {
 
 void CChartCanvas::AfterRangeChange(bool pointsChanged) {
     if (pointsChanged) {
-        CSettings::Instance().SetInt(keys::kPtsIndex, m_range.PointsIndex());
+        m_settings.SetInt(keys::kPtsIndex, m_range.PointsIndex());
         emit displayedPointsChanged(m_range.DisplayedPoints());
     }
     SyncScrollBar();
@@ -367,7 +372,7 @@ bool CChartCanvas::ZoomOut() {
 }
 
 void CChartCanvas::StoreLayout() {
-    SavePaneLayout(CSettings::Instance(), m_layout);
+    SavePaneLayout(m_settings, m_layout);
 }
 
 void CChartCanvas::MinimizePane(int pane) {

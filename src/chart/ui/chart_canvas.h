@@ -19,6 +19,7 @@
 
 class CChartHistRequest;
 class CChartInfoTip;
+class CSettings;
 class CChartStackWidget;
 class QMenu;
 class QPainter;
@@ -37,15 +38,20 @@ public:
     // The cursor read-outs are drawn at most this often.
     static constexpr int kReadOutPeriodMs = 30;
 
-    explicit CChartCanvas(const CChartHistRequest& history, QWidget* parent = nullptr);
+    // The canvas keeps its zoom and the pane layout in `settings`, which outlive it.
+    CChartCanvas(const CChartHistRequest& history, CSettings& settings, QWidget* parent = nullptr);
     ~CChartCanvas() override;
 
     // What the panes show: the symbol, its data type and interval index (for the price bar and
     // the labels). An empty symbol shows empty panes.
     void SetSeries(const std::string& symbol, int dataType, int intervalIndex);
-    // Reads the layout, the displayed points and the scroll step from the settings, lays the
-    // panes out and redraws.
+    // Reads the layout, the displayed points, the scroll step and the drawing style from the
+    // settings, lays the panes out and redraws.
     void LoadSettings();
+    // Draws with `style` from now on (a display or colour change): the panes are painted again,
+    // nothing is computed again.
+    void ApplyStyle(const SChartStyle& style);
+    const SChartStyle& Style() const { return m_style; }
 
     // The series holds `count` points: a view at the right edge follows the newest points, a
     // view scrolled back stays. `showNewest` moves to the newest points whatever the position.
@@ -61,8 +67,9 @@ public:
     void ComputeStudies();
     // Live points arrived: the studies follow.
     void StudiesSeriesGrew();
-    // The study settings changed: the panes are laid out again and the studies recomputed.
-    void ApplyStudySettings();
+    // The studies were handed new settings: the panes are laid out again, and the panes follow
+    // the studies once they are computed.
+    void StudySettingsChanged();
     // A new symbol is loading: the studies of the last one are dropped.
     void ClearStudies();
     // Waits for the studies being computed and draws them (image rendering).
@@ -139,6 +146,8 @@ private:
     void PollStudies();
 
     const CChartHistRequest& m_history;
+    CSettings& m_settings;
+    SChartStyle m_style;
     CChartStackWidget* m_stack = nullptr;
     QScrollBar* m_scrollBar = nullptr;
     CHistChartDrawManager m_draw;

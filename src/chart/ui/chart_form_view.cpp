@@ -9,15 +9,15 @@
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
-CChartFormView::CChartFormView(QWidget* parent)
-    : QWidget(parent), m_loader(CChartHistRequest::Instance()) {
+CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, QWidget* parent)
+    : QWidget(parent), m_loader(history) {
     setObjectName("ChartFormView");
 
     m_notice = new QLabel(this);
     m_notice->setObjectName("ChartNotice");
     m_notice->setTextFormat(Qt::PlainText);
     m_notice->setContentsMargins(8, 3, 8, 3);
-    m_canvas = new CChartCanvas(CChartHistRequest::Instance(), this);
+    m_canvas = new CChartCanvas(history, settings, this);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -12,6 +12,8 @@
 #include <string>
 
 class CChartCanvas;
+class CChartHistRequest;
+class CSettings;
 class IHistoryFeed;
 class IPrompt;
 class QLabel;
@@ -30,7 +32,8 @@ public:
     static constexpr int kProgressTimerId = timers::kProgressId;
     static constexpr int kProgressPeriodMs = timers::kProgressPeriodMs;
 
-    explicit CChartFormView(QWidget* parent = nullptr);
+    // `history` and `settings` are the application's, and outlive the view.
+    CChartFormView(CChartHistRequest& history, CSettings& settings, QWidget* parent = nullptr);
     ~CChartFormView() override;
 
     // The frame's feed (may be null until the connections exist).
