@@ -11,26 +11,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <memory>
 
 namespace {
 
 // The longest symbol the ribbon's box takes.
 constexpr std::size_t kMaxSymbolLength = 127;
-
-std::string LowerExtension(const std::string& path) {
-    const std::size_t slash = path.find_last_of('/');
-    const std::size_t dot = path.find_last_of('.');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
-        return {};
-    }
-    std::string extension = path.substr(dot + 1);
-    for (char& c : extension) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    return extension;
-}
 
 std::string ComboTexts(const std::vector<SComboItem>& items) {
     std::string texts;

@@ -32,20 +32,6 @@ std::string FormatTime(const sTICK& point, bool withMicroseconds) {
     return text;
 }
 
-// The lower-case extension of the file name at the end of `path`; "" when it has none.
-std::string Extension(const std::string& path) {
-    const std::size_t slash = path.find_last_of('/');
-    const std::size_t dot = path.find_last_of('.');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
-        return {};
-    }
-    std::string extension = path.substr(dot + 1);
-    for (char& c : extension) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    return extension;
-}
-
 // A -width or -height: a whole number of pixels within the limits; -1 when it is not.
 int ParseSize(const std::string& text) {
     if (text.empty() || text.size() > 5 || !std::all_of(text.begin(), text.end(), [](char c) {
@@ -86,6 +72,19 @@ int ParseTimeout(const std::string& text) {
 
 } // namespace
 
+std::string LowerExtension(const std::string& path) {
+    const std::size_t slash = path.find_last_of('/');
+    const std::size_t dot = path.find_last_of('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
+        return {};
+    }
+    std::string extension = path.substr(dot + 1);
+    for (char& c : extension) {
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    return extension;
+}
+
 std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExportRequest& request) {
     if (commandLine.exportRequested && commandLine.renderRequested) {
         return "--export and --render cannot be used together";
@@ -97,7 +96,7 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
         return render ? "--render needs the name of the PNG or PDF file to write"
                       : "--export needs the name of the CSV file to write";
     }
-    if (render && Extension(file) != "png" && Extension(file) != "pdf") {
+    if (render && LowerExtension(file) != "png" && LowerExtension(file) != "pdf") {
         return fmt::format("--render writes a .png or a .pdf file, not \"{}\"", file);
     }
     if (commandLine.symbol.empty()) {

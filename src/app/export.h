@@ -49,6 +49,9 @@ struct SExportRequest {
 // seconds from 1 to kExportMaxTimeout.
 std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExportRequest& request);
 
+// The extension of the file name at the end of `path`, lower case; "" when it has none.
+std::string LowerExtension(const std::string& path);
+
 // The header row (no line end) of an export of `dataType`: the columns that data type fills.
 //   Ticks:     DateTime,Close,Volume,Size,Bid,Ask
 //   Intervals: DateTime,Open,High,Low,Close,Volume,Size
