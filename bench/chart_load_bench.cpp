@@ -94,14 +94,16 @@ double BareLoad(int port, const std::string& command, int& records) {
 // The main frame, noting when the first history line and the end marker reach it.
 class CTimedFrame : public CMainFrame {
 public:
-    using CMainFrame::CMainFrame;
+    CTimedFrame(IPrompt& prompt, CSettings& settings, CChartHistRequest& shown,
+                std::shared_ptr<CConfigWriterMux> writer)
+        : CMainFrame(prompt, settings, shown, std::move(writer)), history(shown) {}
 
     void OnHistoryLine(const std::string& line) override {
         if (!firstLine) {
             firstLine = Clock::now();
         }
         CMainFrame::OnHistoryLine(line);
-        if (!complete && CChartHistRequest::Instance().IsHistoryComplete()) {
+        if (!complete && history.IsHistoryComplete()) {
             complete = Clock::now();
             if (onComplete) {
                 onComplete();
@@ -114,6 +116,7 @@ public:
         complete.reset();
     }
 
+    CChartHistRequest& history; // the series the frame shows
     std::optional<TimePoint> firstLine;
     std::optional<TimePoint> complete;
     std::function<void()> onComplete;
@@ -188,8 +191,7 @@ protected:
 private:
     bool Shows() const {
         // An expected count of 0 takes any complete series (the warm-up).
-        return m_frame.complete &&
-               (m_expected <= 0 || CChartHistRequest::Instance().GetCount() == m_expected);
+        return m_frame.complete && (m_expected <= 0 || m_frame.history.GetCount() == m_expected);
     }
 
     CTimedFrame& m_frame;
@@ -224,7 +226,7 @@ void EnterSymbolInBox(CMainFrame& frame, const std::string& symbol) {
 SFrameRun FrameLoad(CTimedFrame& frame, CStackWatch& watch, const std::string& symbol,
                     bool toPaint) {
     // The previous series goes first, untimed, so that every run starts from an empty chart.
-    CChartHistRequest::Instance().Clear();
+    frame.history.Clear();
     QApplication::processEvents();
     frame.ResetMarks();
     watch.Reset();
@@ -240,7 +242,7 @@ SFrameRun FrameLoad(CTimedFrame& frame, CStackWatch& watch, const std::string& s
         const double late = Seconds(lastLagTick, now) * 1000.0 - kLagPeriodMs;
         run.lagMs.push_back(std::max(late, 0.0));
         run.lagAt.push_back(now);
-        run.lagRecords.push_back(CChartHistRequest::Instance().GetCount());
+        run.lagRecords.push_back(frame.history.GetCount());
         lastLagTick = now;
     });
     if (toPaint) {
@@ -341,8 +343,11 @@ int main(int argc, char** argv) {
     QuietFrameOutput();
     QApplication application(argc, argv);
     skychart::test::RecordingPrompt prompt;
-    SSettingsLoad load = LoadApplicationSettings(prompt);
-    CTimedFrame frame(prompt, load.writer);
+    // The chart loader reads the process-wide table by itself: the frame is handed that one.
+    CSettings& settings = CSettings::Instance();
+    SSettingsLoad load = LoadApplicationSettings(settings, prompt);
+    CChartHistRequest history;
+    CTimedFrame frame(prompt, settings, history, load.writer);
     if (!frame.Create()) {
         Fail("the main frame could not be created");
     }
@@ -355,7 +360,7 @@ int main(int argc, char** argv) {
     // One untimed load through the frame finds the number of records and warms portico.
     CStackWatch watch(frame, 0);
     FrameLoad(frame, watch, symbol, false);
-    const int records = CChartHistRequest::Instance().GetCount();
+    const int records = history.GetCount();
     if (records <= 0) {
         Fail("the warm-up load brought no records");
     }
@@ -372,7 +377,7 @@ int main(int argc, char** argv) {
     std::vector<std::string> lagWhere;
     std::size_t lagSamples = 0;
     for (int run = 0; run < runs; ++run) {
-        CChartHistRequest::Instance().Clear();
+        history.Clear();
         int bareRecords = 0;
         bare.push_back(BareLoad(portico.lookupPort(), command, bareRecords));
         if (bareRecords != records) {
@@ -420,15 +425,15 @@ int main(int argc, char** argv) {
         // One store of a setting, as EnterSymbol makes two (the symbol and the recent list)
         // before the request goes out; the same value again changes nothing.
         const TimePoint storeStart = Clock::now();
-        CSettings::Instance().SetText(keys::kCurrentSymbol, symbol);
+        settings.SetText(keys::kCurrentSymbol, symbol);
         settingStore.push_back(Seconds(storeStart, Clock::now()));
-        if (CChartHistRequest::Instance().GetCount() != records) {
+        if (history.GetCount() != records) {
             std::fprintf(stderr, "note: run %d loaded %d records, the warm-up %d\n", run,
-                         CChartHistRequest::Instance().GetCount(), records);
+                         history.GetCount(), records);
         }
     }
 
-    const CChartHistRequest& series = CChartHistRequest::Instance();
+    const CChartHistRequest& series = history;
     const double seriesMb = (static_cast<double>(series.GetCount()) * sizeof(sTICK) +
                              static_cast<double>(series.GetCapacity()) * sizeof(sTICK*)) /
                             (1024.0 * 1024.0);

@@ -14,6 +14,7 @@
 #include "bench_support.h"
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
+#include "core/settings.h"
 #include "frame_bench_support.h"
 #include "history/chart_hist_request.h"
 #include "line_client.h"
@@ -88,8 +89,11 @@ int main(int argc, char** argv) {
     QuietFrameOutput();
     QApplication application(argc, argv);
     skychart::test::RecordingPrompt prompt;
-    SSettingsLoad load = LoadApplicationSettings(prompt);
-    CMainFrame frame(prompt, load.writer);
+    // The chart loader reads the process-wide table by itself: the frame is handed that one.
+    CSettings& settings = CSettings::Instance();
+    SSettingsLoad load = LoadApplicationSettings(settings, prompt);
+    CChartHistRequest history;
+    CMainFrame frame(prompt, settings, history, load.writer);
     if (!frame.Create()) {
         Fail("the main frame could not be created");
     }
@@ -99,7 +103,6 @@ int main(int argc, char** argv) {
     }
     CChartFormView& view = *frame.ChartView();
     frame.LoadChart(options.symbol, ticksChart ? 0 : 1, 0); // "Tick", or "Minute" "1-Minute"
-    const CChartHistRequest& history = CChartHistRequest::Instance();
     if (!WaitFor([&] { return history.IsHistoryComplete() && history.GetCount() > 0; },
                  std::chrono::seconds(120))) {
         Fail("the chart did not load");

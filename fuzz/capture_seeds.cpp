@@ -301,8 +301,7 @@ void CaptureAdmin(const std::string& portico) {
 void CaptureSettings() {
     skychart::test::TempDir home;
     const QString file = QString::fromStdString(home.path() + "/Skychart.conf");
-    CSettings& settings = CSettings::Instance();
-    settings.Reset();
+    CSettings settings;
     settings.RegisterAll(AllSettingKeys());
     settings.PublishWriter(std::make_shared<CConfigWriter>(file));
     const auto contents = [&] {

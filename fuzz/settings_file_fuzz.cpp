@@ -123,11 +123,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const QString file = QString::fromStdString(path.string());
     const bool readable = SettingsFileProblem(file).empty();
 
-    CSettings& settings = CSettings::Instance();
-    settings.Reset();
+    CSettings settings;
     SilentPrompt prompt;
-    const SSettingsLoad load = LoadApplicationSettings(
-        prompt, file, application ? ESettingsAccess::ReadWrite : ESettingsAccess::ReadOnly);
+    const SSettingsLoad load = LoadApplicationSettings(settings, prompt, file,
+                                                       application ? ESettingsAccess::ReadWrite
+                                                                   : ESettingsAccess::ReadOnly);
     Check(load.usedDefaults == !readable, "only an unreadable file gives the defaults");
     Check((prompt.errors == 1) == !readable, "the user hears once of an unreadable file");
     ReadEveryKey(settings, load.usedDefaults);
@@ -139,7 +139,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } else {
         Check(!load.setAside.isEmpty() && !fs::exists(path), "an unreadable file is set aside");
     }
-    settings.Reset();
 
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(Folder(), error)) {

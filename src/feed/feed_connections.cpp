@@ -2,7 +2,6 @@
 
 #include "base/fields.h"
 #include "core/prompt.h"
-#include "core/settings.h"
 #include "feed/feed_frame.h"
 #include "feed/feed_platform.h"
 #include "feed/kestrel_client_app_socket.h"
@@ -106,6 +105,7 @@ bool CFeedConnections::CreateConnection(int kind, std::uint32_t retries) {
     socket->SetHandler('P', &CFeedConnections::OnUpdateLine);
     socket->SetHandler('L', &CFeedConnections::OnLookupLine);
     socket->SetHandler('n', &CFeedConnections::OnSymbolNotFoundLine);
+    socket->SetFaultHandler(&CFeedConnections::OnSocketFault);
     CKestrelClientAppSocket& made = *socket;
     m_connections[static_cast<std::size_t>(kind)] = std::move(socket);
     const bool created = made.Create();
@@ -193,9 +193,8 @@ void CFeedConnections::DrainPendingWatches() {
 }
 
 void CFeedConnections::SearchSymbols(const std::string& text, const std::string& exchangeFilter,
-                                     const std::string& typeFilter) {
+                                     const std::string& typeFilter, bool byDescription) {
     m_searchResults.clear();
-    const bool byDescription = CSettings::Instance().GetInt(keys::kSearchType) == 1;
     const std::string request =
         FormatSearchRequest(text, exchangeFilter, typeFilter, byDescription);
     CKestrelClientAppSocket* lookup = Connection(kLookup);
@@ -281,12 +280,12 @@ void CFeedConnections::OnSymbolNotFoundLine(CFeedConnections& frame, const std::
     frame.m_frame.OnSymbolNotFound(line);
 }
 
-void CFeedConnections::OnSocketFault(const CKestrelClientAppSocket& socket, ESocketFault fault,
-                                     int error) {
+void CFeedConnections::OnSocketFault(CFeedConnections& frame, const CKestrelClientAppSocket& socket,
+                                     ESocketFault fault, int error) {
     SFeedFault report;
     report.connection = -1;
     for (int kind = 0; kind < kConnectionKinds; ++kind) {
-        if (Connection(kind) == &socket) {
+        if (frame.Connection(kind) == &socket) {
             report.connection = kind;
         }
     }
@@ -295,7 +294,7 @@ void CFeedConnections::OnSocketFault(const CKestrelClientAppSocket& socket, ESoc
     report.cause = fault;
     report.error = error;
     spdlog::error("Connection {} stopped: {}", report.connection, DescribeFeedFault(report));
-    m_frame.OnFeedFault(report);
+    frame.m_frame.OnFeedFault(report);
 }
 
 void CFeedConnections::OnIgnoredLine(CFeedConnections& /*frame*/, const std::string& /*line*/) {}

@@ -66,9 +66,9 @@ public:
     const std::deque<std::string>& PendingWatches() const { return m_pendingWatches; }
     const std::deque<std::string>& WatchesInFlight() const { return m_watchesInFlight; }
 
-    // Sends a symbol search on the lookup connection ("Search Type" 1 searches descriptions).
+    // Sends a symbol search on the lookup connection, of descriptions or of symbols.
     void SearchSymbols(const std::string& text, const std::string& exchangeFilter,
-                       const std::string& typeFilter);
+                       const std::string& typeFilter, bool byDescription);
     const std::vector<SSearchResult>& SearchResults() const { return m_searchResults; }
 
     // Sends one history command line on the lookup connection; false when there is none.
@@ -90,7 +90,8 @@ public:
     static void OnIgnoredLine(CFeedConnections& frame, const std::string& line);
 
     // A connection of this frame stopped for `fault`: the frame is told which one and why.
-    void OnSocketFault(const CKestrelClientAppSocket& socket, ESocketFault fault, int error);
+    static void OnSocketFault(CFeedConnections& frame, const CKestrelClientAppSocket& socket,
+                              ESocketFault fault, int error);
 
     // The update-field list the Level 1 connection selects.
     static const std::string& UpdateFieldList();

@@ -1,7 +1,6 @@
 #include "feed/kestrel_client_app_socket.h"
 
 #include "core/prompt.h"
-#include "feed/feed_connections.h"
 
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
@@ -70,7 +69,9 @@ void CKestrelClientAppSocket::OnClose(int error) {
 }
 
 void CKestrelClientAppSocket::OnFault(ESocketFault fault, int error) {
-    m_frame.OnSocketFault(*this, fault, error);
+    if (m_faultHandler != nullptr) {
+        m_faultHandler(m_frame, *this, fault, error);
+    }
 }
 
 void CKestrelClientAppSocket::OnLine(const char* line) {

@@ -9,8 +9,13 @@
 class CFeedConnections;
 class IPrompt;
 
+class CKestrelClientAppSocket;
+
 // A line handler of the dispatch table: called with the owning frame and a copy of the line.
 using FeedLineHandler = void (*)(CFeedConnections& frame, const std::string& line);
+// Called with the owning frame when the connection stops for `fault`.
+using FeedFaultHandler = void (*)(CFeedConnections& frame, const CKestrelClientAppSocket& socket,
+                                  ESocketFault fault, int error);
 
 // A client connection of the feed service: sends the handshake when connected, retries a
 // failed connect every 250 ms up to its retry count, and dispatches each received line by its
@@ -31,6 +36,7 @@ public:
         m_handlers[firstByte] = handler;
     }
     FeedLineHandler Handler(unsigned char firstByte) const { return m_handlers[firstByte]; }
+    void SetFaultHandler(FeedFaultHandler handler) { m_faultHandler = handler; }
 
     void SetProtocolVersion(const std::string& version) { m_protocolVersion = version; }
     void SetClientName(const std::string& name) { m_clientName = name; }
@@ -46,7 +52,7 @@ public:
 
 protected:
     void OnLine(const char* line) override;
-    // Passes the fault to the frame's connections with this socket.
+    // Passes the fault to the fault handler with the frame and this socket.
     void OnFault(ESocketFault fault, int error) override;
 
 private:
@@ -54,6 +60,7 @@ private:
     void SendCounted(const std::string& text, std::uint32_t messages);
 
     std::array<FeedLineHandler, 256> m_handlers{};
+    FeedFaultHandler m_faultHandler = nullptr;
     CFeedConnections& m_frame;
     IPrompt& m_prompt;
     std::string m_protocolVersion;

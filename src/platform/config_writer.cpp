@@ -298,13 +298,14 @@ std::string SettingsFileProblem(const QString& file) {
     return {};
 }
 
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt, ESettingsAccess access) {
-    return LoadApplicationSettings(prompt, CRegistryPaths::ApplicationFile("Skychart"), access);
+SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt,
+                                      ESettingsAccess access) {
+    return LoadApplicationSettings(settings, prompt, CRegistryPaths::ApplicationFile("Skychart"),
+                                   access);
 }
 
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file,
+SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt, const QString& file,
                                       ESettingsAccess access) {
-    CSettings& settings = CSettings::Instance();
     settings.RegisterAll(AllSettingKeys());
 
     SSettingsLoad load;

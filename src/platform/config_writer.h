@@ -48,16 +48,18 @@ enum class ESettingsAccess {
     ReadOnly,  // the export mode: the file is only read and never changed, not even set aside
 };
 
-// Registers AllSettingKeys() in the settings table and reads every persisted key through the
+// Registers AllSettingKeys() in `settings` and reads every persisted key through the
 // mirror, with its default. An unreadable settings file (see SettingsFileProblem) is renamed beside
 // itself to "<file>.unreadable-YYYYMMDD-HHMMSS" (never over an existing file), the user is told
 // once through `prompt`, and the defaults are used. The table is never written back here.
 // ReadOnly leaves an unreadable file where it is, and its mirror refuses every write.
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt,
+SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt,
                                       ESettingsAccess access = ESettingsAccess::ReadWrite);
 // The same for another settings file (tests).
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt, const QString& file,
+SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt, const QString& file,
                                       ESettingsAccess access = ESettingsAccess::ReadWrite);
+// The same into the process-wide table, for the export mode until it hands its own table in.
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt, ESettingsAccess access);
 
 // Why the INI file at `file` cannot be used, or empty when it can (a missing file can). A file is
 // unusable when it cannot be read, holds NUL or other control bytes or text that is not UTF-8,

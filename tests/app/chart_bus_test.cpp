@@ -124,8 +124,7 @@ TEST(ChartBusExport, RowsAreTheLinesAfterTheHeader) {
 // The series text has the --export columns, then one column per drawn study line, and one row
 // per point with as many cells as the header.
 TEST(ChartBusExport, SeriesTextCarriesTheStudiesOfTheSettings) {
-    CSettings& settings = CSettings::Instance();
-    settings.Reset();
+    CSettings settings;
     settings.RegisterAll(AllSettingKeys());
     settings.SetInt(keys::kMAsShow, 1);
     settings.SetInt(keys::kNumberOfStudyCharts, 1);
@@ -167,7 +166,6 @@ TEST(ChartBusExport, SeriesTextCarriesTheStudiesOfTheSettings) {
     const std::string minutes = SeriesExportText(history, kIntervals, 4, settings);
     EXPECT_EQ(minutes.rfind("DateTime,Open,High,Low,Close,Volume,Size,", 0), 0U);
     EXPECT_EQ(ExportTextRows(minutes), 200);
-    settings.Reset();
 }
 
 } // namespace

@@ -13,8 +13,7 @@ namespace {
 using skychart::test::RecordingPrompt;
 
 TEST(SettingsTable, TypedGettersAndTheFallbacksOfUnknownKeys) {
-    CSettings& settings = CSettings::Instance();
-    settings.Reset();
+    CSettings settings;
     settings.RegisterAll(AllSettingKeys());
     const struct {
         const char* text;
@@ -54,7 +53,6 @@ TEST(SettingsTable, TypedGettersAndTheFallbacksOfUnknownKeys) {
     EXPECT_EQ(prompt.Texts(), std::vector<std::string>{std::string(CSettings::kSaveListCaption) +
                                                        "|Unable to write Recent Things to the "
                                                        "registry.  Error Code: 2\n"});
-    settings.Reset();
 }
 
 TEST(SettingKeys, KeysAreUniqueAndPerDataTypeListsHaveFiveElements) {

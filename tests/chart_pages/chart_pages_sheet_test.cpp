@@ -31,8 +31,8 @@ protected:
     void Open(const Values& values, int screenDepth = 0) {
         Start(values);
         sheet = std::make_unique<CSettingSheet>();
-        display = new CDisplaySettingsPage(prompt);
-        colors = new CColorPage(nullptr, screenDepth);
+        display = new CDisplaySettingsPage(prompt, settings);
+        colors = new CColorPage(settings, nullptr, screenDepth);
         sheet->AddPage(display);
         sheet->AddPage(colors);
         QObject::connect(display, &CDisplaySettingsPage::applied, [this] { ++displayApplied; });

@@ -13,7 +13,7 @@ TEST_F(ColorPageLogicTest, LoadTakesStoredColoursAndDefaultsForTextsThatAreNone)
            {"Price Down Candle Color", "+1"},
            {"Study Data Color 3", "65535"},
            {"Study Label Color 9", "-5"}});
-    const CColorPageLogic logic(CSettings::Instance());
+    const CColorPageLogic logic(settings);
     EXPECT_EQ(logic.Color(EColorSlot::Grid), 0x0000FFu);
     EXPECT_EQ(logic.Color(EColorSlot::Background), 0xFFFFFFu);
     EXPECT_EQ(logic.Color(EColorSlot::PriceBar), 0xC0C0C0u);
@@ -29,7 +29,7 @@ TEST_F(ColorPageLogicTest, LoadTakesStoredColoursAndDefaultsForTextsThatAreNone)
 
 TEST_F(ColorPageLogicTest, StudyColoursAreKeptPerTypeUntilStored) {
     Start({{"Study Data Color 5", "4660"}});
-    CColorPageLogic logic(CSettings::Instance());
+    CColorPageLogic logic(settings);
     logic.SetStudyDataColor(0x0000FF);
     ASSERT_TRUE(logic.SelectStudyType(5));
     EXPECT_EQ(logic.StudyDataColor(), 4660u);
@@ -45,7 +45,7 @@ TEST_F(ColorPageLogicTest, StudyColoursAreKeptPerTypeUntilStored) {
     // Nothing reaches the file before the page is applied.
     EXPECT_EQ(Stored("Study Data Color 0"), "<missing>");
 
-    logic.Store(CSettings::Instance());
+    logic.Store(settings);
     EXPECT_EQ(Stored("Study Data Color 0"), "255");
     EXPECT_EQ(Stored("Study Label Color 5"), std::to_string(0x123456));
     EXPECT_EQ(Stored("Study Data Color 5"), "4660");

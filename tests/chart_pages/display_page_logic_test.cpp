@@ -10,7 +10,7 @@ constexpr int kNone = SDisplayPageValues::kNone;
 TEST_F(DisplayPageLogicTest, LoadShowsStoredValuesAndLeavesBadListValuesUnselected) {
     Start();
     // An empty file shows the defaults of every key.
-    EXPECT_EQ(CDisplayPageLogic::Load(CSettings::Instance()), SDisplayPageValues{});
+    EXPECT_EQ(CDisplayPageLogic::Load(settings), SDisplayPageValues{});
 
     Start({{"PTS INDEX", "7"},
            {"Show Grid", "0"},
@@ -23,14 +23,14 @@ TEST_F(DisplayPageLogicTest, LoadShowsStoredValuesAndLeavesBadListValuesUnselect
            {"Scrolling By Items Not Percent", "25"},
            {"Scrolling by Percent", "40"}});
     const SDisplayPageValues stored{7, false, 4, 0, 1, false, true, false, 25, 40};
-    EXPECT_EQ(CDisplayPageLogic::Load(CSettings::Instance()), stored);
+    EXPECT_EQ(CDisplayPageLogic::Load(settings), stored);
 
     Start({{"PTS INDEX", "11"},
            {"Grid Style", "-1"},
            {"Candle Price Chart Style", "7"},
            {"Scrolling By Items Not Percent", "0"},
            {"Scrolling by Percent", "250"}});
-    const SDisplayPageValues bad = CDisplayPageLogic::Load(CSettings::Instance());
+    const SDisplayPageValues bad = CDisplayPageLogic::Load(settings);
     EXPECT_EQ(bad.pointsIndex, kNone);
     EXPECT_EQ(bad.gridStyle, kNone);
     EXPECT_EQ(bad.chartStyle, 0); // any style but 1 is drawn as bars
@@ -40,7 +40,6 @@ TEST_F(DisplayPageLogicTest, LoadShowsStoredValuesAndLeavesBadListValuesUnselect
 
 TEST_F(DisplayPageLogicTest, ConfirmationRefusesMissingPointsFirstThenMissingGridStyle) {
     Start({{"Grid Style", "3"}});
-    CSettings& settings = CSettings::Instance();
     SDisplayPageValues values;
     values.showPriceBar = false;
 
@@ -71,7 +70,6 @@ TEST_F(DisplayPageLogicTest, ConfirmationRefusesMissingPointsFirstThenMissingGri
 
 TEST_F(DisplayPageLogicTest, StoreWritesEveryKeyInItsEncoding) {
     Start();
-    CSettings& settings = CSettings::Instance();
     const SDisplayPageValues values{0, true, 2, 0, 1, true, true, false, 5000, 0};
     EXPECT_TRUE(CDisplayPageLogic::Confirm(settings, prompt, values));
     EXPECT_TRUE(prompt.boxes.empty());

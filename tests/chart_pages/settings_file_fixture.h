@@ -1,7 +1,8 @@
 #pragma once
 
-// The settings table started as the application starts it, over a real Skychart.conf in a
-// temporary XDG_CONFIG_HOME, with a prompt that records its boxes as "caption|text".
+// A settings table of the test's own started as the application starts its table, over a real
+// Skychart.conf in a temporary XDG_CONFIG_HOME, with a prompt that records its boxes as
+// "caption|text".
 
 #include "core/prompt.h"
 #include "core/settings.h"
@@ -32,10 +33,7 @@ protected:
     using Values = std::vector<std::pair<std::string, std::string>>;
 
     void SetUp() override { ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1); }
-    void TearDown() override {
-        CSettings::Instance().Reset();
-        ::unsetenv("XDG_CONFIG_HOME");
-    }
+    void TearDown() override { ::unsetenv("XDG_CONFIG_HOME"); }
 
     // Writes `values` into the file and starts the settings from it, the mirror published.
     void Start(const Values& values = {}) {
@@ -43,10 +41,10 @@ protected:
         for (const auto& [key, value] : values) {
             EXPECT_TRUE(file.Write(key, value)) << key;
         }
-        CSettings::Instance().Reset();
-        const SSettingsLoad load = LoadApplicationSettings(prompt);
+        settings.Reset();
+        const SSettingsLoad load = LoadApplicationSettings(settings, prompt);
         ASSERT_FALSE(load.usedDefaults);
-        CSettings::Instance().PublishWriter(load.writer);
+        settings.PublishWriter(load.writer);
     }
     // What the file holds under `key`.
     static std::string Stored(const std::string& key) {
@@ -55,4 +53,5 @@ protected:
 
     skychart::test::TempDir home;
     RecordingPrompt prompt;
+    CSettings settings;
 };

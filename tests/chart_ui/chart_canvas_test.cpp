@@ -7,8 +7,8 @@
 #include "chart/ui/chart_stack_widget.h"
 #include "core/data_types.h"
 #include "core/setting_keys.h"
-#include "core/settings.h"
 #include "history/chart_hist_request.h"
+#include "settings_table.h"
 #include "studies/study_panes.h"
 
 #include <gtest/gtest.h>
@@ -31,9 +31,6 @@ constexpr ColorRef kDown = MakeColorRef(255, 120, 0);
 class ChartCanvasTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        CSettings& settings = CSettings::Instance();
-        settings.Reset();
-        settings.RegisterAll(AllSettingKeys());
         settings.SetInt(keys::kNumberOfStudyCharts, 2);
         settings.SetText(keys::kBackgroundColor, std::to_string(kBackground));
         settings.SetText(keys::kPriceUpCandleColor, std::to_string(kUp));
@@ -49,10 +46,8 @@ protected:
             history.AppendTick(bar);
         }
     }
-    void TearDown() override { CSettings::Instance().Reset(); }
-
     std::unique_ptr<CChartCanvas> Open() {
-        auto canvas = std::make_unique<CChartCanvas>(history, CSettings::Instance());
+        auto canvas = std::make_unique<CChartCanvas>(history, settings);
         canvas->resize(900, 600);
         canvas->SetSeries("LUMA", kDays, 0);
         canvas->LoadSettings();
@@ -65,6 +60,7 @@ protected:
         QCoreApplication::sendEvent(&canvas, &event);
     }
 
+    skychart::test::SettingsTable settings;
     CChartHistRequest history;
 };
 
@@ -104,7 +100,7 @@ TEST_F(ChartCanvasTest, KeysAndWheelMoveThroughTheStoredDisplayedPoints) {
     EXPECT_TRUE(canvas->Range().AtRightEdge());
     Press(*canvas, Qt::Key_Plus);
     EXPECT_EQ(canvas->Range().DisplayedPoints(), 90);
-    EXPECT_EQ(CSettings::Instance().GetInt(keys::kPtsIndex), 2);
+    EXPECT_EQ(settings.GetInt(keys::kPtsIndex), 2);
     // Zooming keeps the newest bar in place.
     EXPECT_EQ(canvas->Range().FirstIndex() + canvas->Range().DisplayedCount(), 500);
     Press(*canvas, Qt::Key_Home);
@@ -117,7 +113,7 @@ TEST_F(ChartCanvasTest, KeysAndWheelMoveThroughTheStoredDisplayedPoints) {
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(&canvas->Stack(), &wheel);
     EXPECT_EQ(canvas->Range().DisplayedPoints(), 240);
-    EXPECT_EQ(CSettings::Instance().GetInt(keys::kPtsIndex), 4);
+    EXPECT_EQ(settings.GetInt(keys::kPtsIndex), 4);
 
     // The scroll bar moves the same position.
     canvas->ScrollBar()->setValue(17);
@@ -135,10 +131,10 @@ TEST_F(ChartCanvasTest, PaneCommandsAndBorderDragsSurviveARestart) {
 
     reopened->RestorePane(1);
     reopened->MaximizePane(2);
-    EXPECT_EQ(CSettings::Instance().GetInt(keys::kMaximizedChartIndex), 2);
+    EXPECT_EQ(settings.GetInt(keys::kMaximizedChartIndex), 2);
     EXPECT_EQ(Open()->Layout().maximized, 2);
     reopened->RestorePane(2);
-    EXPECT_EQ(CSettings::Instance().GetInt(keys::kMaximizedChartIndex), 999);
+    EXPECT_EQ(settings.GetInt(keys::kMaximizedChartIndex), 999);
 
     // Dragging the border above pane 1 to row 300 stores its new top.
     const int border = reopened->LayoutResult().panes[1].top;
@@ -152,7 +148,7 @@ TEST_F(ChartCanvasTest, PaneCommandsAndBorderDragsSurviveARestart) {
     QCoreApplication::sendEvent(&reopened->Stack(), &move);
     QCoreApplication::sendEvent(&reopened->Stack(), &release);
     EXPECT_EQ(reopened->LayoutResult().panes[1].top, 300);
-    const double stored = CSettings::Instance().GetNumber(keys::Numbered(keys::kTopOfChart, 1));
+    const double stored = settings.GetNumber(keys::Numbered(keys::kTopOfChart, 1));
     EXPECT_NEAR(stored, 300.0 / reopened->LayoutResult().paneAreaHeight, 1e-9);
     EXPECT_EQ(Open()->LayoutResult().panes[1].top, 300);
 }
@@ -170,12 +166,11 @@ void AfterReadOut() {
 }
 
 TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
-    CSettings::Instance().SetInt(keys::Numbered(keys::kTypeOfStudyChart, 0), kStudyRSI);
-    CSettings::Instance().SetInt(keys::kMAsShow, 1);
+    settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 0), kStudyRSI);
+    settings.SetInt(keys::kMAsShow, 1);
     const auto canvas = Open();
-    canvas->SetStudies(
-        std::make_unique<CStudyPanes>(SUpperStudySettings::Read(CSettings::Instance()),
-                                      SStudySettings::Read(CSettings::Instance())));
+    canvas->SetStudies(std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
+                                                     SStudySettings::Read(settings)));
     canvas->ComputeStudies();
     canvas->FinishStudies();
     std::vector<QString> statuses;

@@ -1,7 +1,6 @@
 // The feed connections over a scripted platform: launch, handshake, dispatch, statistics,
 // watch throttling and the symbol search.
 
-#include "core/settings.h"
 #include "fake_platform.h"
 #include "feed/feed_connections.h"
 #include "feed/kestrel_client_app_socket.h"
@@ -26,10 +25,8 @@ std::string Stats(unsigned limit, unsigned watched, const std::string& status) {
 class FeedConnectionsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        CSettings::Instance().Reset();
         platform.ports = {{"AdminPort", 4001}, {"LookupPort", 4002}, {"Level1Port", 4003}};
     }
-    void TearDown() override { CSettings::Instance().Reset(); }
 
     ScriptedSocket& admin() { return *platform.sockets.at(0); }
     ScriptedSocket& lookup() { return *platform.sockets.at(1); }
@@ -224,15 +221,13 @@ TEST_F(FeedConnectionsTest, UnwatchSendsTheRemovalAndForgetsAQueuedWatch) {
 }
 
 TEST_F(FeedConnectionsTest, SearchRequestsFollowTheFiltersAndTheSearchType) {
-    feed.SearchSymbols("IBM", "", "");
+    feed.SearchSymbols("IBM", "", "", false);
     EXPECT_EQ(platform.sockets.size(), 0u);
     StartConnected();
-    feed.SearchSymbols("IBM", "", "");
-    feed.SearchSymbols("IBM", "5", "2");
-    feed.SearchSymbols("", "", "2");
-    CSettings::Instance().Register("Search Type", "0", false);
-    ASSERT_TRUE(CSettings::Instance().SetInt("Search Type", 1));
-    feed.SearchSymbols("gold bar", "1 4", "");
+    feed.SearchSymbols("IBM", "", "", false);
+    feed.SearchSymbols("IBM", "5", "2", false);
+    feed.SearchSymbols("", "", "2", false);
+    feed.SearchSymbols("gold bar", "1 4", "", true);
     EXPECT_EQ(lookup().sent, "SBF,s,IBM,,,LSearch\r\n"
                              "SBF,s,IBM,e,5,LSearch\r\n"
                              "SBF,s,,t,2,LSearch\r\n"
@@ -242,7 +237,7 @@ TEST_F(FeedConnectionsTest, SearchRequestsFollowTheFiltersAndTheSearchType) {
 
 TEST_F(FeedConnectionsTest, SearchAnswersFillTheResultsAndAnEmptyAnswerSaysSo) {
     StartConnected();
-    feed.SearchSymbols("lum", "", "");
+    feed.SearchSymbols("lum", "", "", false);
     lookup().Arrive("LSearch,LS,LUMA,1,3,Lumarel Photonics Corp,\r\n"
                     "LSearch,LS,LUMB,2,4,Lumb, Inc\r\nLSearch,E,bad\r\nLSearch,!ENDMSG!,\r\n");
     ASSERT_EQ(feed.SearchResults().size(), 2u);
@@ -254,7 +249,7 @@ TEST_F(FeedConnectionsTest, SearchAnswersFillTheResultsAndAnEmptyAnswerSaysSo) {
     EXPECT_EQ(feed.SearchResults()[1].description, "Lumb");
     EXPECT_EQ(frame.searchLines.size(), 4u);
 
-    feed.SearchSymbols("IBM", "", "");
+    feed.SearchSymbols("IBM", "", "", false);
     EXPECT_TRUE(feed.SearchResults().empty());
     lookup().Arrive("LSearch,!ENDMSG!,\r\nLSearch,!ENDMSG!,\r\n");
     ASSERT_EQ(feed.SearchResults().size(), 1u);

@@ -3,7 +3,6 @@
 // searches and the reference tables over real sockets are the frame's tests; the watch limit's
 // wire text is pinned on both sides, in the scripted feed tests and the service's own.)
 
-#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "feed/kestrel_client_app_socket.h"
 #include "feed/lookup_system_info.h"
@@ -90,7 +89,6 @@ bool Running(pid_t pid) {
 
 class FeedPorticoTest : public ::testing::Test {
 protected:
-    void SetUp() override { CSettings::Instance().Reset(); }
     void TearDown() override {
         feed.reset();
         // A started manager finds the test's service on its admin port and leaves at once;
@@ -101,7 +99,6 @@ protected:
                 ::kill(pid, SIGTERM);
             }
         }
-        CSettings::Instance().Reset();
     }
 
     // Starts portico with `arguments` and points this process's Startup.conf at its ports.

@@ -33,7 +33,7 @@ TEST_F(DataRequestTest, RibbonChangesReloadTheShownSymbolAndAreStored) {
                         {"RequestDatapoints", "300,40,30,10,6"},
                         {"RequestEnableExtendedTrades", "1,0,0,0,0"}});
     ASSERT_TRUE(EnterAndWait("LUMA"));
-    EXPECT_EQ(CChartHistRequest::Instance().GetCount(), 300);
+    EXPECT_EQ(history().GetCount(), 300);
 
     m_status.Clear();
     frame().RequestTypeCombo()->setCurrentIndex(2); // Daily
@@ -50,7 +50,7 @@ TEST_F(DataRequestTest, RibbonChangesReloadTheShownSymbolAndAreStored) {
     frame().RequestTypeCombo()->setCurrentIndex(1); // Minute, "1-Minute" stored
     ASSERT_TRUE(WaitForLoaded());
     EXPECT_EQ(Stored("RequestType"), "3");
-    EXPECT_EQ(CChartHistRequest::Instance().GetCount(), 40);
+    EXPECT_EQ(history().GetCount(), 40);
 
     frame().IntervalCombo()->setCurrentIndex(6); // 15-Minute
     ASSERT_TRUE(WaitForLoaded());
@@ -75,7 +75,7 @@ TEST_F(DataRequestTest, StoredDataSettingsReloadTheChart) {
                         {"RequestEnableExtendedTrades", "1,0,0,0,0"},
                         {"RequestDataType", "0"}});
     ASSERT_TRUE(EnterAndWait("LUMA"));
-    ASSERT_EQ(CChartHistRequest::Instance().GetCount(), 300);
+    ASSERT_EQ(history().GetCount(), 300);
 
     m_status.Clear();
     bool edited = false;
@@ -94,7 +94,7 @@ TEST_F(DataRequestTest, StoredDataSettingsReloadTheChart) {
     button->click();
     ASSERT_TRUE(edited);
     ASSERT_TRUE(WaitForLoaded());
-    EXPECT_EQ(CChartHistRequest::Instance().GetCount(), 700);
+    EXPECT_EQ(history().GetCount(), 700);
     EXPECT_EQ(Stored("RequestDatapoints").toStdString().substr(0, 4), "700,");
     EXPECT_EQ(frame().StatusText(), "700 datapoints available.  Displaying 120.");
 }
@@ -119,7 +119,7 @@ TEST_F(DataRequestTest, ASlowAnswerReportsProgressAndHoldsLevel1LinesUntilItsEnd
     ASSERT_TRUE(WaitFor(
         [&] {
             mostHeld = std::max(mostHeld, view->Loader().HeldLevel1Lines().size());
-            return CChartHistRequest::Instance().IsHistoryComplete() &&
+            return history().IsHistoryComplete() &&
                    view->LastStatusText().find("datapoints") != std::string::npos;
         },
         std::chrono::seconds(120)));

@@ -49,21 +49,15 @@ void StatusRecorder::Clear() {
     m_sink->texts.clear();
 }
 
-void HistoryFrameTest::SetUp() {
-    FrameTest::SetUp();
-    // The view leaves the series to the next load; every test starts from an empty one.
-    CChartHistRequest::Instance().Clear();
-}
-
 void HistoryFrameTest::OpenConnectedFrame(const std::map<std::string, std::string>& settings) {
     OpenFrame();
     UseSettings(settings);
     ASSERT_TRUE(WaitForService());
 }
 
-void HistoryFrameTest::UseSettings(const std::map<std::string, std::string>& settings) {
-    for (const auto& [key, value] : settings) {
-        ASSERT_TRUE(CSettings::Instance().SetText(key, value)) << key;
+void HistoryFrameTest::UseSettings(const std::map<std::string, std::string>& values) {
+    for (const auto& [key, value] : values) {
+        ASSERT_TRUE(settings().SetText(key, value)) << key;
     }
     frame().ChartView()->ReloadRequestSettings();
 }
@@ -71,7 +65,7 @@ void HistoryFrameTest::UseSettings(const std::map<std::string, std::string>& set
 bool HistoryFrameTest::WaitForLoaded() {
     const bool loaded = WaitFor(
         [this] {
-            return CChartHistRequest::Instance().IsHistoryComplete() &&
+            return history().IsHistoryComplete() &&
                    frame().ChartView()->LastStatusText().find("datapoints available") !=
                        std::string::npos;
         },
@@ -88,10 +82,9 @@ bool HistoryFrameTest::EnterAndWait(const std::string& symbol) {
 }
 
 std::vector<sTICK> HistoryFrameTest::Series() {
-    const CChartHistRequest& history = CChartHistRequest::Instance();
-    std::vector<sTICK> series(static_cast<std::size_t>(history.GetCount()));
+    std::vector<sTICK> series(static_cast<std::size_t>(history().GetCount()));
     for (std::size_t i = 0; i < series.size(); ++i) {
-        history.GetTick(static_cast<int>(i), series[i]);
+        history().GetTick(static_cast<int>(i), series[i]);
     }
     return series;
 }

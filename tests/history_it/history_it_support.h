@@ -33,8 +33,6 @@ private:
 
 class HistoryFrameTest : public FrameTest {
 protected:
-    void SetUp() override;
-
     // Opens the frame and waits for the service; stores `settings` (key -> text) first.
     void OpenConnectedFrame(const std::map<std::string, std::string>& settings = {});
     // Stores the request settings in the table and has the chart view read them again.
@@ -46,7 +44,7 @@ protected:
     bool WaitForLoaded();
 
     // A copy of the loaded series.
-    static std::vector<sTICK> Series();
+    std::vector<sTICK> Series();
 
     StatusRecorder m_status;
 };

@@ -82,7 +82,7 @@ TEST_F(HistoryLoadTest, EveryDataTypeHoldsWhatTheServiceSends) {
                  {"RequestBeginTime", "100000,100000"},
                  {"RequestEndTime", "103000,103000"}});
     const auto load = [this](int dataType) {
-        CSettings::Instance().SetInt("RequestDataType", dataType);
+        settings().SetInt("RequestDataType", dataType);
         EXPECT_TRUE(EnterAndWait("LUMA")) << "data type " << dataType;
         return Series();
     };
@@ -119,14 +119,14 @@ TEST_F(HistoryLoadTest, AnErrorReplyDoesNotKeepTheNextLoadFromCompleting) {
                view->LastStatusText().rfind("0 datapoints available.", 0) == 0;
     }));
     EXPECT_EQ(view->Loader().AnswerError(), "!UNKNOWN_SYMBOL!");
-    EXPECT_EQ(CChartHistRequest::Instance().GetCount(), 0);
+    EXPECT_EQ(history().GetCount(), 0);
 
     // The next symbol loads as if the error had never been.
     EnterInSymbolBox("luma");
     ASSERT_TRUE(WaitFor([&] {
-        return CChartHistRequest::Instance().IsHistoryComplete() &&
+        return history().IsHistoryComplete() &&
                view->LastStatusText().find("datapoints available") != std::string::npos &&
-               CChartHistRequest::Instance().GetCount() > 0;
+               history().GetCount() > 0;
     }));
     EXPECT_TRUE(view->Loader().AnswerError().empty());
 }

@@ -56,7 +56,7 @@ TEST_F(SettingsFaultTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeft
         "Nothing to show for LUMA: no history could be requested, because RequestDatapoints has "
         "no value for Days"))
         << notice->text().toStdString();
-    EXPECT_EQ(CChartHistRequest::Instance().GetCount(), 0);
+    EXPECT_EQ(history().GetCount(), 0);
     // Said in the status bar, no box to click away; entered again, the same, and no progress text
     // covers it.
     EXPECT_TRUE(m_prompt.boxes.empty());
@@ -79,7 +79,7 @@ TEST_F(SettingsFaultTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeft
     frame().findChild<QToolButton*>("ChartSettingsButton")->click();
     ASSERT_TRUE(stored);
     ASSERT_TRUE(WaitForLoaded());
-    EXPECT_GT(CChartHistRequest::Instance().GetCount(), 500);
+    EXPECT_GT(history().GetCount(), 500);
     EXPECT_EQ(Stored("RequestDatapoints").toStdString(), "500,10000,10000,10000,10000");
 }
 

@@ -1,9 +1,9 @@
 #include "history/data_page_logic.h"
 
-#include "core/settings.h"
 #include "history/request_settings.h"
 
 #include "recording_prompt.h"
+#include "settings_table.h"
 
 #include <gtest/gtest.h>
 
@@ -13,18 +13,13 @@
 namespace {
 
 using skychart::test::RecordingPrompt;
+using skychart::test::SettingsTable;
 
 constexpr SPageDate kToday{2026, 3, 14};
 
 // The request settings as the chart view loads them from a settings table with the given values.
 class DataPageLogicTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        table.Reset();
-        table.RegisterAll(AllSettingKeys());
-    }
-    void TearDown() override { table.Reset(); }
-
     CDataPageLogic& Open(const std::vector<std::pair<std::string, std::string>>& values = {}) {
         for (const auto& [key, value] : values) {
             EXPECT_TRUE(table.SetText(key, value)) << key;
@@ -46,7 +41,7 @@ protected:
         prompt.boxes.clear();
     }
 
-    CSettings& table = CSettings::Instance();
+    SettingsTable table;
     RecordingPrompt prompt;
     SRequestSettings settings;
     std::optional<CDataPageLogic> logic;

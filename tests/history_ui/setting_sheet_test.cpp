@@ -43,7 +43,6 @@ protected:
     void SetUp() override { ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1); }
     void TearDown() override {
         sheet.reset();
-        CSettings::Instance().Reset();
         ::unsetenv("XDG_CONFIG_HOME");
     }
 
@@ -54,11 +53,11 @@ protected:
         for (const auto& [key, value] : values) {
             EXPECT_TRUE(file.Write(key, value)) << key;
         }
-        CSettings::Instance().Reset();
-        const SSettingsLoad load = LoadApplicationSettings(prompt);
-        CSettings::Instance().PublishWriter(load.writer);
+        settings.Reset();
+        const SSettingsLoad load = LoadApplicationSettings(settings, prompt);
+        settings.PublishWriter(load.writer);
         sheet = std::make_unique<CSettingSheet>();
-        auto* page = new CDataSettingsPage(prompt);
+        auto* page = new CDataSettingsPage(prompt, settings);
         sheet->AddPage(page);
         QObject::connect(sheet.get(), &CSettingSheet::pageApplied,
                          [this, page](CSettingPage* p) { dataApplied += p == page ? 1 : 0; });
@@ -74,6 +73,7 @@ protected:
 
     TempDir home;
     RecordingPrompt prompt;
+    CSettings settings;
     std::unique_ptr<CSettingSheet> sheet;
     int dataApplied = 0;
 };

@@ -33,12 +33,10 @@ protected:
         ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1);
         file = CRegistryPaths::ApplicationFile("Skychart").toStdString();
     }
-    void TearDown() override { settings.Reset(); }
-
     // A start of the application: a fresh table loaded from the file, the mirror published.
     SSettingsLoad Start() {
         settings.Reset();
-        SSettingsLoad load = LoadApplicationSettings(prompt);
+        SSettingsLoad load = LoadApplicationSettings(settings, prompt);
         settings.PublishWriter(load.writer);
         return load;
     }
@@ -64,12 +62,11 @@ protected:
     TempDir home;
     fs::path file;
     RecordingPrompt prompt;
-    CSettings& settings = CSettings::Instance();
+    CSettings settings;
 };
 
 TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
-    settings.Reset();
-    const SSettingsLoad load = LoadApplicationSettings(prompt);
+    const SSettingsLoad load = LoadApplicationSettings(settings, prompt);
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "IBM"));
     EXPECT_EQ(settings.GetText("CurrentSymbol"), "IBM");
     EXPECT_FALSE(fs::exists(file)) << "written before the mirror was published";

@@ -9,11 +9,10 @@
 namespace {
 
 using Model = CLowerStudiesPageModel;
-using LowerPageLogicTest = SettingsFileTest;
-
-SStudySettings ReadBack() {
-    return SStudySettings::Read(CSettings::Instance());
-}
+class LowerPageLogicTest : public SettingsFileTest {
+protected:
+    SStudySettings ReadBack() const { return SStudySettings::Read(settings); }
+};
 
 // Builds and expects a refusal; returns its text.
 std::string Refused(const Model& model, int studyType) {
@@ -81,7 +80,7 @@ TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
     EXPECT_FALSE(model.Remove(10));
     EXPECT_TRUE(model.Remove(9));
     EXPECT_EQ(model.Displayed(), (std::vector<int>{0, 6, 2, 1, 3, 4, 5, 6, 7}));
-    EXPECT_TRUE(model.Confirm(CSettings::Instance(), prompt));
+    EXPECT_TRUE(model.Confirm(settings, prompt));
     EXPECT_EQ(Stored("Number of displayed study charts"), "9");
     EXPECT_EQ(Stored("Type of study chart 0"), "0");
     EXPECT_EQ(Stored("Type of study chart 3"), "1");
@@ -89,7 +88,7 @@ TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
 
     while (model.Remove(0)) {
     }
-    EXPECT_TRUE(model.Confirm(CSettings::Instance(), prompt));
+    EXPECT_TRUE(model.Confirm(settings, prompt));
     EXPECT_EQ(Stored("Number of displayed study charts"), "0");
     EXPECT_TRUE(ReadBack().paneTypes.empty());
     // With nothing displayed the page opens on RSI.
@@ -158,8 +157,8 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     model.SetLevelText(EStudyField::Roc100Color, "5"); // a colour row has no text
     model.SetColor(EStudyField::StoKColor, 0xFF123456);
     // The colour page of the same sheet stores a study colour after this page was made.
-    CSettings::Instance().SetText("Study Data Color 3", "4660");
-    ASSERT_TRUE(model.Confirm(CSettings::Instance(), prompt));
+    settings.SetText("Study Data Color 3", "4660");
+    ASSERT_TRUE(model.Confirm(settings, prompt));
     EXPECT_EQ(Stored("Study Data Color 3"), "4660");
 
     EXPECT_EQ(Stored("RSI Radio Select"), "1");
@@ -195,7 +194,7 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     reopened.SetMacdText(EMacdEdit::Short, "16");
     reopened.SetMacdText(EMacdEdit::Long, "17");
     reopened.SetMacdText(EMacdEdit::Signal, "5");
-    ASSERT_TRUE(reopened.Confirm(CSettings::Instance(), prompt));
+    ASSERT_TRUE(reopened.Confirm(settings, prompt));
     EXPECT_EQ(Stored("MACD Short Period"), "16");
     EXPECT_EQ(Stored("MACD Custom Short Period"), "16");
     EXPECT_EQ(Stored("MACD Long Period"), "17");
@@ -239,7 +238,7 @@ TEST_F(LowerPageLogicTest, RefusalsNameTheStudyAndStoreNothing) {
     EXPECT_EQ(Refused(model, kStudyMACD), Model::kMacdOrderText);
 
     model.ShowStudy(kStudyRSI);
-    EXPECT_FALSE(model.Confirm(CSettings::Instance(), prompt));
+    EXPECT_FALSE(model.Confirm(settings, prompt));
     ASSERT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(prompt.boxes[0], "Error|MACD short period must be shorter then MACD long period");
     EXPECT_EQ(model.ShownStudy(), kStudyMACD);

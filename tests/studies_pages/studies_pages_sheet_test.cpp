@@ -33,8 +33,8 @@ protected:
     void Open(const Values& values) {
         Start(values);
         sheet = std::make_unique<CSettingSheet>();
-        upper = new CUpperStudiesSettingPage(prompt);
-        lower = new CLowerStudiesSettingPage(prompt);
+        upper = new CUpperStudiesSettingPage(prompt, settings);
+        lower = new CLowerStudiesSettingPage(prompt, settings);
         sheet->AddPage(upper);
         sheet->AddPage(lower);
         QObject::connect(upper, &CUpperStudiesSettingPage::applied, [this] { ++upperApplied; });

@@ -59,11 +59,11 @@ TEST(UpperPageFields, RefusalsComeInOrderWithTheirOwnTexts) {
 TEST_F(UpperPageLogicTest, ConfirmStoresEveryKeyOrNothing) {
     Start({{"Moving Average 2 Points", "12"}, {"BB Color", "255"}});
     SUpperPageValues values = Typed("1", "2");
-    values.settings = SUpperStudySettings::Read(CSettings::Instance());
+    values.settings = SUpperStudySettings::Read(settings);
     EXPECT_EQ(values.settings.points[1], 12);
     EXPECT_EQ(values.settings.bandsColor, 255u);
 
-    EXPECT_FALSE(L::Confirm(CSettings::Instance(), prompt, values));
+    EXPECT_FALSE(L::Confirm(settings, prompt, values));
     ASSERT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(prompt.boxes[0], "Error|Study average period must be from 2 to 999");
     EXPECT_EQ(Stored("MAs SHOW"), "<missing>");
@@ -73,7 +73,7 @@ TEST_F(UpperPageLogicTest, ConfirmStoresEveryKeyOrNothing) {
     values.settings.bandsPeriod = 20;
     values.bandsPeriodText = "25";
     values.deviationsText = "2.5";
-    EXPECT_TRUE(L::Confirm(CSettings::Instance(), prompt, values));
+    EXPECT_TRUE(L::Confirm(settings, prompt, values));
     EXPECT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(Stored("Moving Average 2 Points"), "12");
     EXPECT_EQ(Stored("BB AVG PERIOD"), "25");

@@ -1,9 +1,9 @@
 #include "chart/draw_manager.h"
 #include "core/data_types.h"
 #include "core/setting_keys.h"
-#include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "recording_chart_2d.h"
+#include "settings_table.h"
 #include "studies/study_panes.h"
 
 #include <gtest/gtest.h>
@@ -14,13 +14,12 @@
 namespace {
 
 using skychart::test::CRecordingChart2D;
+using skychart::test::SettingsTable;
 
 // Daily bars of a wave with a wide swing, so that the bands leave the bars' range.
 class StudyPanes : public ::testing::Test {
 protected:
     void SetUp() override {
-        CSettings::Instance().Reset();
-        CSettings::Instance().RegisterAll(AllSettingKeys());
         for (int i = 0; i < 200; ++i) {
             sTICK bar;
             bar.time = CDateTime(CDateTime(2020, 1, 1, 0, 0, 0).Days() + i);
@@ -32,10 +31,7 @@ protected:
             ASSERT_TRUE(history.AppendTick(bar));
         }
     }
-    void TearDown() override { CSettings::Instance().Reset(); }
-
-    static void Show(int paneCount, std::initializer_list<int> types) {
-        CSettings& settings = CSettings::Instance();
+    void Show(int paneCount, std::initializer_list<int> types) {
         settings.SetInt(keys::kNumberOfStudyCharts, paneCount);
         int pane = 0;
         for (const int type : types) {
@@ -43,21 +39,17 @@ protected:
         }
     }
 
+    SUpperStudySettings Upper() const { return SUpperStudySettings::Read(settings); }
+    SStudySettings Lower() const { return SStudySettings::Read(settings); }
+
+    SettingsTable settings;
     CChartHistRequest history;
     CHistChartDrawManager draw{history};
     CRecordingChart2D chart;
     SChartStyle style;
 };
 
-SUpperStudySettings Upper() {
-    return SUpperStudySettings::Read(CSettings::Instance());
-}
-SStudySettings Lower() {
-    return SStudySettings::Read(CSettings::Instance());
-}
-
 TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
-    CSettings& settings = CSettings::Instance();
     settings.SetInt(keys::kMAsShow, 1);
     settings.SetInt(keys::kBBStudyShow, 1);
     Show(2, {kStudyRSI, kStudyVolume});
@@ -118,7 +110,7 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     EXPECT_EQ(studies.Current().Pane(0).Period(), 20);
     EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
 
-    CSettings::Instance().SetText(keys::kStudyAvgPeriod, "21,5");
+    settings.SetText(keys::kStudyAvgPeriod, "21,5");
     studies.SettingsChanged(Upper(), Lower());
     // The same panes keep their lines until the new ones are ready.
     EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);

@@ -153,14 +153,12 @@ TEST(CommandLine, TimeoutIsAWholeNumberOfSecondsForBothModes) {
 class ApplyCommandLine : public ::testing::Test {
 protected:
     void SetUp() override {
-        CSettings& settings = CSettings::Instance();
-        settings.Reset();
-        settings.Register("CurrentSymbol", "", true);
-        settings.Register("RequestDataType", "2", true);
-        settings.Register("RequestIntervalIndex", "4", true);
+        m_settings.Register("CurrentSymbol", "", true);
+        m_settings.Register("RequestDataType", "2", true);
+        m_settings.Register("RequestIntervalIndex", "4", true);
     }
-    void TearDown() override { CSettings::Instance().Reset(); }
-    CSettings& settings() { return CSettings::Instance(); }
+    CSettings& settings() { return m_settings; }
+    CSettings m_settings;
 };
 
 TEST_F(ApplyCommandLine, StoresSymbolTypeAndIntervalOnceOnly) {

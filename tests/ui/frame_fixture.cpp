@@ -35,7 +35,12 @@ void FrameTest::SetUp() {
                                  "LogPath={}/logs\n",
                                  m_portico->adminPort(), m_portico->lookupPort(),
                                  m_portico->level1Port(), state));
-    CSettings::Instance().Reset();
+    settings().Reset();
+}
+
+CSettings& FrameTest::settings() {
+    // The chart loader reads the process-wide table by itself: the frame is handed that one.
+    return CSettings::Instance();
 }
 
 void FrameTest::TearDown() {
@@ -52,8 +57,8 @@ void FrameTest::TearDown() {
 }
 
 CMainFrame& FrameTest::OpenFrame(const COrvaneCommandLineInfo& commandLine) {
-    SSettingsLoad load = LoadApplicationSettings(m_prompt);
-    m_frame = std::make_unique<CMainFrame>(m_prompt, load.writer);
+    SSettingsLoad load = LoadApplicationSettings(settings(), m_prompt);
+    m_frame = std::make_unique<CMainFrame>(m_prompt, settings(), m_history, load.writer);
     EXPECT_TRUE(m_frame->Create());
     m_frame->SetCommandLine(commandLine);
     m_frame->ShowWithCommandLine();
@@ -63,7 +68,7 @@ CMainFrame& FrameTest::OpenFrame(const COrvaneCommandLineInfo& commandLine) {
 void FrameTest::CloseFrame() {
     m_frame.reset();
     QApplication::processEvents();
-    CSettings::Instance().Reset();
+    settings().Reset();
 }
 
 std::vector<int> FrameTest::LaunchedPorticos() const {

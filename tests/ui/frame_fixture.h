@@ -4,6 +4,7 @@
 // XDG_CONFIG_HOME and every message box answered from a script.
 
 #include "app/ui/main_frame.h"
+#include "history/chart_hist_request.h"
 
 #include "line_client.h"
 #include "portico_process.h"
@@ -33,6 +34,9 @@ protected:
     // Destroys the frame and empties the settings table (the files stay).
     void CloseFrame();
     CMainFrame& frame() { return *m_frame; }
+    // The settings table and the history handed to the frame.
+    CSettings& settings();
+    CChartHistRequest& history() { return m_history; }
 
     // Runs the event loop until `done` holds; false when it did not within the time.
     static bool WaitFor(const std::function<bool()>& done,
@@ -56,6 +60,7 @@ protected:
 
 private:
     TempDir m_home;
+    CChartHistRequest m_history;
     std::unique_ptr<PorticoProcess> m_portico;
     std::unique_ptr<CMainFrame> m_frame;
 };

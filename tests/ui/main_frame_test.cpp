@@ -64,7 +64,7 @@ TEST_F(FrameTest, EnterWithOnlySpacesDoesNothing) {
     EnterInSymbolBox("    ");
     EnterInSymbolBox("");
     EXPECT_TRUE(frame.ChartView()->Symbol().empty());
-    EXPECT_EQ(CSettings::Instance().GetText("CurrentSymbol"), "");
+    EXPECT_EQ(settings().GetText("CurrentSymbol"), "");
     EXPECT_TRUE(Stored("CurrentSymbol").isEmpty());
     EXPECT_TRUE(Stored("Symbols").isEmpty());
     EXPECT_EQ(frame.SymbolCombo()->count(), 0);

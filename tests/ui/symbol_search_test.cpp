@@ -2,7 +2,6 @@
 
 #include "frame_fixture.h"
 
-#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "feed/ui/symbol_search_dlg.h"
 
@@ -46,7 +45,7 @@ protected:
     std::unique_ptr<CSymbolSearchDlg> OpenSearch(const QString& text) {
         auto dialog = std::make_unique<CSymbolSearchDlg>(
             *frame().Feed(), [this](const std::string& id) { return frame().MarketName(id); }, text,
-            &frame());
+            false, &frame());
         return dialog;
     }
 };

@@ -2,9 +2,6 @@
 
 #include "app/export.h"
 #include "app/ui/chart_render.h"
-#include "app/ui/main_frame.h"
-#include "chart/ui/chart_form_view.h"
-#include "core/settings.h"
 #include "history/chart_hist_request.h"
 
 #include <QSaveFile>
@@ -35,7 +32,7 @@ SBusMethodResult CChartBusTarget::BusLoad(const std::string& symbol, const std::
     case CChartLoader::EStart::Failed:
         break;
     }
-    const auto& problem = m_frame.ChartView()->Loader().SettingsProblem();
+    const auto& problem = m_frame.ChartLoader().SettingsProblem();
     return ToBusResult(SChartBusReply::Error(
         EChartBusFault::Failed,
         problem ? "the request settings give no history request: " + problem->reason
@@ -43,7 +40,7 @@ SBusMethodResult CChartBusTarget::BusLoad(const std::string& symbol, const std::
 }
 
 SChartBusReply CChartBusTarget::CheckLoaded() const {
-    const CChartLoader& loader = m_frame.ChartView()->Loader();
+    const CChartLoader& loader = m_frame.ChartLoader();
     return CheckChartBusLoaded(loader.Symbol(), loader.Loading() && !loader.AnswerEnded(),
                                loader.History().GetCount());
 }
@@ -56,9 +53,9 @@ SBusMethodResult CChartBusTarget::BusExportSeries(const std::string& path) {
     if (!reply.Ok()) {
         return ToBusResult(reply);
     }
-    const CChartLoader& loader = m_frame.ChartView()->Loader();
-    const std::string text = SeriesExportText(loader.History(), loader.DataType(),
-                                              loader.IntervalIndex(), CSettings::Instance());
+    const CChartLoader& loader = m_frame.ChartLoader();
+    const std::string text =
+        SeriesExportText(loader.History(), loader.DataType(), loader.IntervalIndex(), m_settings);
     QSaveFile file(QString::fromStdString(path));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
         file.write(text.data(), static_cast<qint64>(text.size())) !=
@@ -84,7 +81,7 @@ SBusMethodResult CChartBusTarget::BusRender(const std::string& path, int width, 
     request.file = path;
     request.width = width;
     request.height = height;
-    const std::string error = RenderChart(m_frame.ChartView()->Loader(), request);
+    const std::string error = RenderChart(m_frame.ChartLoader(), m_settings, request);
     if (!error.empty()) {
         return ToBusResult(SChartBusReply::Error(EChartBusFault::Failed, error));
     }

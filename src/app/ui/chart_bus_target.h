@@ -1,15 +1,32 @@
 #pragma once
 
 #include "app/chart_bus.h"
+#include "chart/chart_loader.h"
 #include "platform/chart_bus_service.h"
 
-class CMainFrame;
+class CSettings;
 
-// The main frame as the bus drives it: Load goes through the ribbon's path, ExportSeries writes
-// the view's series as --export does, Render draws the view's chart as --render does.
+// What the bus drives in the chart window.
+class IChartBusFrame {
+public:
+    virtual ~IChartBusFrame() = default;
+    // The service has reported its address: a load can be sent.
+    virtual bool ServiceReady() const = 0;
+    // Loads `symbol` as picking request type `typeIndex` (and interval `intervalIndex` when not
+    // -1) on the ribbon and Enter would.
+    virtual CChartLoader::EStart LoadChart(const std::string& symbol, int typeIndex,
+                                           int intervalIndex) = 0;
+    // The loader of the chart shown.
+    virtual const CChartLoader& ChartLoader() const = 0;
+};
+
+// The chart window as the bus drives it: Load goes through the ribbon's path, ExportSeries writes
+// the view's series as --export does, Render draws the view's chart as --render does, both with
+// the studies and looks that `settings` hold.
 class CChartBusTarget : public IChartBusTarget {
 public:
-    explicit CChartBusTarget(CMainFrame& frame) : m_frame(frame) {}
+    CChartBusTarget(IChartBusFrame& frame, CSettings& settings)
+        : m_frame(frame), m_settings(settings) {}
 
     SBusMethodResult BusLoad(const std::string& symbol, const std::string& type,
                              const std::string& interval) override;
@@ -20,7 +37,8 @@ private:
     // The checks that Export and Render share: a loaded chart with points.
     SChartBusReply CheckLoaded() const;
 
-    CMainFrame& m_frame;
+    IChartBusFrame& m_frame;
+    CSettings& m_settings;
 };
 
 // The bus's form of a reply.

@@ -1,6 +1,7 @@
 #include "app/ui/charts_app.h"
 
 #include "app/command_line.h"
+#include "app/ui/chart_render.h"
 #include "app/ui/main_frame.h"
 #include "app/workspace.h"
 #include "platform/application_log.h"
@@ -12,7 +13,10 @@
 
 #include <cerrno>
 
-CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {}
+// The chart loader still reads the process-wide table by itself, so that is the table the
+// application hands down.
+CChartsApp::CChartsApp()
+    : COrvaneWinAppEx("Skychart", SKYCHART_VERSION), m_settings(CSettings::Instance()) {}
 
 CChartsApp::~CChartsApp() = default;
 
@@ -51,9 +55,9 @@ bool CChartsApp::InitInstance(const COrvaneCommandLineInfo& commandLine,
         effective = *stored;
     }
 
-    SSettingsLoad settings = LoadApplicationSettings(m_prompt);
+    SSettingsLoad settings = LoadApplicationSettings(m_settings, m_prompt);
 
-    m_frame = std::make_unique<CMainFrame>(m_prompt, settings.writer);
+    m_frame = std::make_unique<CMainFrame>(m_prompt, m_settings, m_history, settings.writer);
     if (!m_frame->Create()) {
         spdlog::error("The main frame could not be created");
         return false;
@@ -62,4 +66,13 @@ bool CChartsApp::InitInstance(const COrvaneCommandLineInfo& commandLine,
     m_frame->SetCommandLine(effective);
     m_frame->ShowWithCommandLine();
     return true;
+}
+
+// The export mode reads the process-wide table until it hands its own table in.
+SSettingsLoad LoadApplicationSettings(IPrompt& prompt, ESettingsAccess access) {
+    return LoadApplicationSettings(CSettings::Instance(), prompt, access);
+}
+
+std::string RenderChart(const CChartLoader& loader, const SExportRequest& request) {
+    return RenderChart(loader, CSettings::Instance(), request);
 }

@@ -2,14 +2,17 @@
 
 #include "app/ui/message_box_prompt.h"
 #include "app/ui/orvane_win_app.h"
+#include "history/chart_hist_request.h"
 
 #include <memory>
 #include <optional>
 
 class CMainFrame;
+class CSettings;
 
 // The chart application: sets up the log, loads the settings, creates and shows the main frame
-// and hands it the command line, which applies once the service is ready.
+// and hands it the command line, which applies once the service is ready. It holds the settings
+// table and the history, and hands both down to the frame.
 class CChartsApp : public COrvaneWinAppEx {
 public:
     static constexpr const char* kWorkspaceErrorCaption = "Kestrel Workspace Create Error";
@@ -28,5 +31,7 @@ public:
 
 private:
     CMessageBoxPrompt m_prompt;
+    CSettings& m_settings;
+    CChartHistRequest m_history;
     std::unique_ptr<CMainFrame> m_frame;
 };

@@ -93,9 +93,9 @@ SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon) {
     return home;
 }
 
-void FillHomeRibbon(const SHomeRibbon& home, const std::vector<std::string>& recentSymbols,
+void FillHomeRibbon(const SHomeRibbon& home, const CSettings& settings,
+                    const std::vector<std::string>& recentSymbols,
                     const std::string& currentSymbol) {
-    const CSettings& settings = CSettings::Instance();
     FillCombo(home.typeCombo, RequestTypeItems());
     FillCombo(home.intervalCombo, IntervalItems());
     FillCombo(home.styleCombo, ChartStyleItems());

@@ -5,6 +5,7 @@
 #include <vector>
 
 class CRibbonBar;
+class CSettings;
 class QComboBox;
 class QLineEdit;
 class QToolButton;
@@ -36,8 +37,9 @@ struct SHomeRibbon {
 // FillHomeRibbon.
 SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon);
 
-// Fills the type, interval and style combos and selects what the settings hold (a stored value
+// Fills the type, interval and style combos and selects what `settings` hold (a stored value
 // that matches no item selects the first one), the search mode, and the recent symbols with the
 // current symbol in the box. Emits the combos' change signals before the frame connects them.
-void FillHomeRibbon(const SHomeRibbon& home, const std::vector<std::string>& recentSymbols,
+void FillHomeRibbon(const SHomeRibbon& home, const CSettings& settings,
+                    const std::vector<std::string>& recentSymbols,
                     const std::string& currentSymbol);

@@ -67,8 +67,9 @@ bool IsEnter(QEvent* event) {
 
 } // namespace
 
-CMainFrame::CMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer, QWidget* parent)
-    : COrvaneMainFrame(prompt, std::move(writer), parent) {}
+CMainFrame::CMainFrame(IPrompt& prompt, CSettings& settings, CChartHistRequest& history,
+                       std::shared_ptr<CConfigWriterMux> writer, QWidget* parent)
+    : COrvaneMainFrame(prompt, settings, std::move(writer), parent), m_history(history) {}
 
 CMainFrame::~CMainFrame() {
     // No bus call may reach the frame while it goes; the connections call back into it too.
@@ -84,11 +85,11 @@ bool CMainFrame::Create() {
     setWindowTitle("Skychart");
     setObjectName("MainFrame");
 
-    CSettings& settings = CSettings::Instance();
+    CSettings& settings = Settings();
     m_currentSymbol =
         settings.Has(keys::kCurrentSymbol) ? settings.GetText(keys::kCurrentSymbol) : "";
 
-    m_view = new CChartFormView(CChartHistRequest::Instance(), settings, this);
+    m_view = new CChartFormView(m_history, settings, this);
     m_view->SetStatusSink([this](const std::string& text) { SetStatusText(text); });
     m_view->SetSettingsFile(CRegistryPaths::ApplicationFile("Skychart").toStdString());
     auto studies = std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
@@ -119,7 +120,7 @@ bool CMainFrame::Create() {
     connect(m_workspaceBus, &CWorkspaceBus::SaveRequested, this,
             [this](const QString& name) { SaveWorkspace(name.toStdString()); });
     m_workspaceBus->Listen();
-    m_busTarget = std::make_unique<CChartBusTarget>(*this);
+    m_busTarget = std::make_unique<CChartBusTarget>(*this, settings);
     m_chartBus = new CChartBusService(*m_busTarget, this);
     m_chartBus->Register();
 
@@ -148,7 +149,7 @@ void CMainFrame::MakeRibbon() {
     m_home.searchBox->installEventFilter(this);
 
     // Filled before the combos are connected, so that selecting the stored items stores nothing.
-    FillHomeRibbon(m_home, CRecentSymbols(CSettings::Instance().GetList(keys::kSymbols)).Items(),
+    FillHomeRibbon(m_home, Settings(), CRecentSymbols(Settings().GetList(keys::kSymbols)).Items(),
                    m_currentSymbol);
 
     connect(m_home.typeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
@@ -160,13 +161,13 @@ void CMainFrame::MakeRibbon() {
     connect(m_home.intervalCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         UpdateStatusPanes();
         if (!m_filling && index >= 0) {
-            CSettings::Instance().SetInt(keys::kRequestIntervalIndex, index);
+            Settings().SetInt(keys::kRequestIntervalIndex, index);
             m_view->Reload();
         }
     });
     connect(m_home.styleCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
-            CSettings& settings = CSettings::Instance();
+            CSettings& settings = Settings();
             settings.SetInt(keys::kCandlePriceChartStyle,
                             m_home.styleCombo->itemData(index).toInt());
             m_view->Canvas().ApplyStyle(ReadChartStyle(settings));
@@ -175,13 +176,13 @@ void CMainFrame::MakeRibbon() {
     });
     connect(m_home.searchModeCombo, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (!m_filling && index >= 0) {
-            CSettings::Instance().SetInt(keys::kSearchType, index);
+            Settings().SetInt(keys::kSearchType, index);
         }
     });
 }
 
 void CMainFrame::ChangeDataType(int dataType) {
-    CSettings& settings = CSettings::Instance();
+    CSettings& settings = Settings();
     settings.SetInt(keys::kRequestDataType, dataType);
     try {
         settings.SetInt(keys::kRequestType, m_view->RequestSettings().RecentType(dataType));
@@ -197,11 +198,12 @@ void CMainFrame::OpenDataSettings() {
 
 void CMainFrame::OpenSettings(EFirstPage first) {
     CSettingSheet sheet(this);
-    auto* displayPage = new CDisplaySettingsPage(Prompt());
-    auto* colorPage = new CColorPage();
-    auto* upperPage = new CUpperStudiesSettingPage(Prompt());
-    auto* lowerPage = new CLowerStudiesSettingPage(Prompt());
-    auto* dataPage = new CDataSettingsPage(Prompt());
+    CSettings& settings = Settings();
+    auto* displayPage = new CDisplaySettingsPage(Prompt(), settings);
+    auto* colorPage = new CColorPage(settings);
+    auto* upperPage = new CUpperStudiesSettingPage(Prompt(), settings);
+    auto* lowerPage = new CLowerStudiesSettingPage(Prompt(), settings);
+    auto* dataPage = new CDataSettingsPage(Prompt(), settings);
     sheet.AddPage(displayPage);
     sheet.AddPage(colorPage);
     sheet.AddPage(upperPage);
@@ -219,9 +221,8 @@ void CMainFrame::OpenSettings(EFirstPage first) {
         SyncStyleCombo();
         // Each part is handed what it draws or computes by: a look that changed repaints, a
         // study whose inputs changed computes again.
-        const CSettings& settings = CSettings::Instance();
-        m_studies->SettingsChanged(SUpperStudySettings::Read(settings),
-                                   SStudySettings::Read(settings));
+        m_studies->SettingsChanged(SUpperStudySettings::Read(Settings()),
+                                   SStudySettings::Read(Settings()));
         m_view->Canvas().StudySettingsChanged();
         if (reload) {
             // The request settings changed: the shown chart asks for its history again.
@@ -236,7 +237,7 @@ void CMainFrame::OpenSettings(EFirstPage first) {
 }
 
 void CMainFrame::SyncStyleCombo() {
-    const int style = CSettings::Instance().GetInt(keys::kCandlePriceChartStyle);
+    const int style = Settings().GetInt(keys::kCandlePriceChartStyle);
     m_filling = true;
     m_home.styleCombo->setCurrentIndex(std::max(0, FindComboData(ChartStyleItems(), style)));
     m_filling = false;
@@ -340,7 +341,7 @@ bool CMainFrame::RunSymbolSearch(const std::string& text) {
     }
     CSymbolSearchDlg dialog(
         *m_feed, [this](const std::string& id) { return MarketName(id); },
-        QString::fromStdString(text).trimmed(), this);
+        QString::fromStdString(text).trimmed(), Settings().GetInt(keys::kSearchType) == 1, this);
     m_search = &dialog;
     const int result = dialog.exec();
     m_search = nullptr;
@@ -353,7 +354,7 @@ bool CMainFrame::RunSymbolSearch(const std::string& text) {
 
 CChartLoader::EStart CMainFrame::LoadChart(const std::string& symbol, int typeIndex,
                                            int intervalIndex) {
-    CSettings& settings = CSettings::Instance();
+    CSettings& settings = Settings();
     // The combos show the choice; storing it here instead of through their signals loads once.
     m_filling = true;
     m_home.typeCombo->setCurrentIndex(typeIndex);
@@ -377,15 +378,19 @@ CChartLoader::EStart CMainFrame::LoadChart(const std::string& symbol, int typeIn
 
 CChartLoader::EStart CMainFrame::LoadSymbol(const std::string& symbol) {
     m_currentSymbol = symbol;
-    CSettings::Instance().SetText(keys::kCurrentSymbol, symbol);
+    Settings().SetText(keys::kCurrentSymbol, symbol);
     AddRecentSymbol(symbol);
     UpdateStatusPanes();
     setWindowTitle(QString::fromStdString("Skychart - " + symbol));
     return m_view->Load(symbol);
 }
 
+const CChartLoader& CMainFrame::ChartLoader() const {
+    return m_view->Loader();
+}
+
 void CMainFrame::AddRecentSymbol(const std::string& symbol) {
-    CRecentSymbols recent(CSettings::Instance().GetList(keys::kSymbols));
+    CRecentSymbols recent(Settings().GetList(keys::kSymbols));
     recent.Use(symbol);
     m_home.symbolCombo->clear();
     for (const std::string& item : recent.Items()) {
@@ -393,7 +398,7 @@ void CMainFrame::AddRecentSymbol(const std::string& symbol) {
     }
     m_home.symbolCombo->setCurrentIndex(0);
     m_home.symbolCombo->lineEdit()->selectAll();
-    CSettings::Instance().SaveList(keys::kSymbols, recent.Items(), &Prompt());
+    Settings().SaveList(keys::kSymbols, recent.Items(), &Prompt());
 }
 
 void CMainFrame::UpdateStatusPanes() {
@@ -460,7 +465,7 @@ void CMainFrame::OnServiceIp() {
     if (m_view == nullptr || m_home.typeCombo == nullptr) {
         return;
     }
-    const SAppliedCommandLine applied = m_commandLine.ApplyTo(CSettings::Instance());
+    const SAppliedCommandLine applied = m_commandLine.ApplyTo(Settings());
     m_filling = true; // already stored by the command line
     if (applied.typeIndex >= 0) {
         m_home.typeCombo->setCurrentIndex(applied.typeIndex);
@@ -472,7 +477,7 @@ void CMainFrame::OnServiceIp() {
     // Said before the load, so that a load that cannot start keeps its reason in view.
     SetStatusText("Connected to Kestrel...");
     if (applied.load) {
-        LoadSymbol(CSettings::Instance().GetText(keys::kCurrentSymbol));
+        LoadSymbol(Settings().GetText(keys::kCurrentSymbol));
     }
     // Typing replaces the symbol shown, as in a freshly focused edit box.
     m_home.symbolCombo->setFocus(Qt::OtherFocusReason);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/command_line.h"
+#include "app/ui/chart_bus_target.h"
 #include "app/ui/home_ribbon.h"
 #include "app/ui/orvane_main_frame.h"
 #include "app/workspace.h"
@@ -11,8 +12,8 @@
 #include <string>
 
 class CChartBusService;
-class CChartBusTarget;
 class CChartFormView;
+class CChartHistRequest;
 class CSettingSheet;
 class CFeedConnections;
 class CStudyPanes;
@@ -25,8 +26,8 @@ class QToolButton;
 
 // The chart application's frame: ribbon controls, the chart view, the status bar panes and the
 // feed connections. Enter in the symbol box loads the symbol; Enter in the search box opens the
-// symbol search.
-class CMainFrame : public COrvaneMainFrame, public IFeedFrame {
+// symbol search. It reads and stores the application's settings table and shows its history.
+class CMainFrame : public COrvaneMainFrame, public IFeedFrame, public IChartBusFrame {
     Q_OBJECT
 
 public:
@@ -34,8 +35,8 @@ public:
     static constexpr int kMaxSymbolLength = SHomeRibbon::kMaxSymbolLength;
     static constexpr const char* kDataSettingsCaption = SHomeRibbon::kDataSettingsCaption;
 
-    CMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer,
-               QWidget* parent = nullptr);
+    CMainFrame(IPrompt& prompt, CSettings& settings, CChartHistRequest& history,
+               std::shared_ptr<CConfigWriterMux> writer, QWidget* parent = nullptr);
     ~CMainFrame() override;
 
     // Builds the frame: ribbon and status bar, the chart view, the status panes, the feed
@@ -62,7 +63,8 @@ public:
     // Loads a chart as picking on the ribbon and Enter would: selects request type `typeIndex`
     // (and interval `intervalIndex` when not -1), stores them, then loads `symbol` (upper case)
     // once, whatever was shown before.
-    CChartLoader::EStart LoadChart(const std::string& symbol, int typeIndex, int intervalIndex);
+    CChartLoader::EStart LoadChart(const std::string& symbol, int typeIndex,
+                                   int intervalIndex) override;
 
     // The data type chosen on the ribbon: stores "RequestDataType", copies that data type's
     // request kind into "RequestType" and reloads a shown symbol.
@@ -107,7 +109,8 @@ public:
     std::string MarketName(const std::string& id);
     // The symbol search dialog while it is open.
     CSymbolSearchDlg* ActiveSearch() const { return m_search; }
-    bool ServiceReady() const { return m_serviceReady; }
+    bool ServiceReady() const override { return m_serviceReady; }
+    const CChartLoader& ChartLoader() const override;
     // The session bus service that drives this chart (null before Create).
     CChartBusService* ChartBus() const { return m_chartBus; }
 
@@ -129,6 +132,7 @@ private:
     void SyncStyleCombo();
     void AddRecentSymbol(const std::string& symbol);
 
+    CChartHistRequest& m_history;
     CChartFormView* m_view = nullptr;
     CStudyPanes* m_studies = nullptr; // owned by the view's canvas
     std::unique_ptr<CFeedConnections> m_feed;

@@ -7,9 +7,9 @@
 #include <QLabel>
 #include <QStatusBar>
 
-COrvaneMainFrame::COrvaneMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer,
-                                   QWidget* parent)
-    : QMainWindow(parent), m_prompt(prompt), m_writer(std::move(writer)) {}
+COrvaneMainFrame::COrvaneMainFrame(IPrompt& prompt, CSettings& settings,
+                                   std::shared_ptr<CConfigWriterMux> writer, QWidget* parent)
+    : QMainWindow(parent), m_prompt(prompt), m_settings(settings), m_writer(std::move(writer)) {}
 
 COrvaneMainFrame::~COrvaneMainFrame() = default;
 
@@ -23,7 +23,7 @@ bool COrvaneMainFrame::CreateFrameBase() {
     SetStatusText("Ready...");
 
     // From now on every change of a persisted setting is stored.
-    CSettings::Instance().PublishWriter(m_writer);
+    m_settings.PublishWriter(m_writer);
     return true;
 }
 

@@ -7,16 +7,18 @@
 
 class CConfigWriterMux;
 class CRibbonBar;
+class CSettings;
 class IPrompt;
 class QLabel;
 
-// The suite's frame base: the ribbon above, the status bar below (first text "Ready..."), and the
-// settings mirror, which it publishes to the settings table when the frame is created.
+// The suite's frame base: the ribbon above, the status bar below (first text "Ready..."), the
+// settings table of the application and its mirror, which it publishes to the table when the
+// frame is created.
 class COrvaneMainFrame : public QMainWindow {
     Q_OBJECT
 
 public:
-    COrvaneMainFrame(IPrompt& prompt, std::shared_ptr<CConfigWriterMux> writer,
+    COrvaneMainFrame(IPrompt& prompt, CSettings& settings, std::shared_ptr<CConfigWriterMux> writer,
                      QWidget* parent = nullptr);
     ~COrvaneMainFrame() override;
 
@@ -26,6 +28,7 @@ public:
 
     CRibbonBar* Ribbon() const { return m_ribbon; }
     IPrompt& Prompt() const { return m_prompt; }
+    CSettings& Settings() const { return m_settings; }
 
 protected:
     // Makes the ribbon and the status bar and publishes the settings mirror.
@@ -35,6 +38,7 @@ protected:
 
 private:
     IPrompt& m_prompt;
+    CSettings& m_settings;
     std::shared_ptr<CConfigWriterMux> m_writer;
     CRibbonBar* m_ribbon = nullptr;
     QLabel* m_statusText = nullptr;

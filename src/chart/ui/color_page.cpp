@@ -28,8 +28,8 @@ int PrimaryScreenDepth() {
 
 } // namespace
 
-CColorPage::CColorPage(QWidget* parent, int screenDepth)
-    : CSettingPage(parent), m_logic(CSettings::Instance()),
+CColorPage::CColorPage(CSettings& settings, QWidget* parent, int screenDepth)
+    : CSettingPage(parent), m_settings(settings), m_logic(settings),
       m_screenDepth(screenDepth > 0 ? screenDepth : PrimaryScreenDepth()) {
     setObjectName("ColorPage");
     const bool full = CButtonForColor::FullChooserForDepth(m_screenDepth);
@@ -122,7 +122,7 @@ const CColorPageLogic& CColorPage::Colors() {
 
 bool CColorPage::Apply() {
     ReadButtons();
-    m_logic.Store(CSettings::Instance());
+    m_logic.Store(m_settings);
     spdlog::info("Colour settings applied");
     emit applied();
     return true;

@@ -6,6 +6,7 @@
 #include <array>
 
 class CButtonForColor;
+class CSettings;
 class QComboBox;
 
 // The colour page of the settings sheet: one colour button for each of the seven chart colours,
@@ -15,9 +16,10 @@ class CColorPage : public CSettingPage {
     Q_OBJECT
 
 public:
-    // `screenDepth`: bits per pixel of the screen; 0 asks the primary screen. Below 9 bits the
-    // buttons open the chooser without its custom-colour part.
-    explicit CColorPage(QWidget* parent = nullptr, int screenDepth = 0);
+    // Shows the colours `settings` hold and stores them there. `screenDepth`: bits per pixel of
+    // the screen; 0 asks the primary screen. Below 9 bits the buttons open the chooser without
+    // its custom-colour part.
+    explicit CColorPage(CSettings& settings, QWidget* parent = nullptr, int screenDepth = 0);
 
     QString Title() const override; // "Colors"
     // Stores every colour under its key and emits applied(); never refuses.
@@ -44,6 +46,7 @@ private:
     void ReadButtons();
     void ShowStudyType();
 
+    CSettings& m_settings;
     CColorPageLogic m_logic;
     int m_screenDepth = 0;
     std::array<CButtonForColor*, CColorPageLogic::kSlotCount> m_buttons{};

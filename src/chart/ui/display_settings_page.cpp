@@ -38,11 +38,11 @@ QSpinBox* MakeSpin(QWidget* parent, const char* name, int minimum, int maximum) 
 
 } // namespace
 
-CDisplaySettingsPage::CDisplaySettingsPage(IPrompt& prompt, QWidget* parent)
-    : CSettingPage(parent), m_prompt(prompt) {
+CDisplaySettingsPage::CDisplaySettingsPage(IPrompt& prompt, CSettings& settings, QWidget* parent)
+    : CSettingPage(parent), m_prompt(prompt), m_settings(settings) {
     setObjectName("DisplaySettingsPage");
     MakeControls();
-    Show(CDisplayPageLogic::Load(CSettings::Instance()));
+    Show(CDisplayPageLogic::Load(m_settings));
 }
 
 QString CDisplaySettingsPage::Title() const {
@@ -121,7 +121,7 @@ void CDisplaySettingsPage::MakeControls() {
 
     // The grid setting takes effect at once; the caller may redraw before the sheet is applied.
     connect(m_showGrid, &QCheckBox::toggled, this, [this](bool checked) {
-        CDisplayPageLogic::SetShowGrid(CSettings::Instance(), checked);
+        CDisplayPageLogic::SetShowGrid(m_settings, checked);
         UpdateEnabling();
         emit showGridChanged(checked);
     });
@@ -136,7 +136,7 @@ void CDisplaySettingsPage::Show(const SDisplayPageValues& values) {
     m_showGrid->setChecked(values.showGrid);
     m_gridStyle->setCurrentIndex(values.gridStyle);
     m_gridPreview->SetLineStyle(values.gridStyle);
-    m_gridPreview->SetColor(CColorPageLogic(CSettings::Instance()).Color(EColorSlot::Grid));
+    m_gridPreview->SetColor(CColorPageLogic(m_settings).Color(EColorSlot::Grid));
     m_chartType->setCurrentIndex(values.chartStyle);
     m_labelSide->setCurrentIndex(values.valueLabelSide);
     m_showPriceBar->setChecked(values.showPriceBar);
@@ -171,7 +171,7 @@ SDisplayPageValues CDisplaySettingsPage::Values() const {
 }
 
 bool CDisplaySettingsPage::Apply() {
-    if (!CDisplayPageLogic::Confirm(CSettings::Instance(), m_prompt, Values())) {
+    if (!CDisplayPageLogic::Confirm(m_settings, m_prompt, Values())) {
         return false;
     }
     spdlog::info("Display settings applied");

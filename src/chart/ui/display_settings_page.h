@@ -4,6 +4,7 @@
 #include "core/ui/setting_sheet.h"
 
 class CLinePictureCtrl;
+class CSettings;
 class IPrompt;
 class QCheckBox;
 class QComboBox;
@@ -18,7 +19,8 @@ class CDisplaySettingsPage : public CSettingPage {
     Q_OBJECT
 
 public:
-    explicit CDisplaySettingsPage(IPrompt& prompt, QWidget* parent = nullptr);
+    // Shows the values `settings` hold and stores them there.
+    CDisplaySettingsPage(IPrompt& prompt, CSettings& settings, QWidget* parent = nullptr);
 
     QString Title() const override; // "Display"
     // Refuses, with an error box and nothing stored, when no display point count is selected or
@@ -53,6 +55,7 @@ private:
     void UpdateEnabling();
 
     IPrompt& m_prompt;
+    CSettings& m_settings;
     QComboBox* m_points = nullptr;
     QCheckBox* m_showGrid = nullptr;
     QComboBox* m_gridStyle = nullptr;

@@ -1,6 +1,5 @@
 #include "feed/ui/symbol_search_dlg.h"
 
-#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "feed/symbol_search.h"
 
@@ -30,8 +29,9 @@ QTableWidgetItem* MakeItem(const std::string& text, bool selectable) {
 
 CSymbolSearchDlg::CSymbolSearchDlg(CFeedConnections& feed,
                                    std::function<std::string(const std::string&)> marketName,
-                                   const QString& text, QWidget* parent)
-    : QDialog(parent), m_feed(feed), m_marketName(std::move(marketName)) {
+                                   const QString& text, bool byDescription, QWidget* parent)
+    : QDialog(parent), m_feed(feed), m_marketName(std::move(marketName)),
+      m_byDescription(byDescription) {
     setWindowTitle("Symbol Search");
     setObjectName("SymbolSearchDlg");
     resize(640, 420);
@@ -91,7 +91,7 @@ CSymbolSearchDlg::CSymbolSearchDlg(CFeedConnections& feed,
 void CSymbolSearchDlg::StartSearch() {
     QString entered = m_text->text().trimmed();
     // Symbols are upper case; descriptions are searched as typed.
-    if (CSettings::Instance().GetInt(keys::kSearchType) != 1) {
+    if (!m_byDescription) {
         entered = entered.toUpper();
     }
     const std::string text = entered.toStdString();
@@ -107,7 +107,7 @@ void CSymbolSearchDlg::StartSearch() {
         return;
     }
     m_state->setText("Searching...");
-    m_feed.SearchSymbols(text, "", "");
+    m_feed.SearchSymbols(text, "", "", m_byDescription);
     spdlog::info("Symbol search for \"{}\"", text);
 }
 

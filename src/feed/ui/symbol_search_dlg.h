@@ -20,10 +20,11 @@ class CSymbolSearchDlg : public QDialog {
     Q_OBJECT
 
 public:
-    // `marketName` turns a listed-market id into the market's name.
+    // `marketName` turns a listed-market id into the market's name; `byDescription` searches
+    // descriptions (as typed) instead of symbols (upper-cased).
     CSymbolSearchDlg(CFeedConnections& feed,
                      std::function<std::string(const std::string&)> marketName, const QString& text,
-                     QWidget* parent = nullptr);
+                     bool byDescription, QWidget* parent = nullptr);
 
     // Sends the search for the text in the search field (also done once when the dialog opens).
     void StartSearch();
@@ -48,6 +49,7 @@ private:
 
     CFeedConnections& m_feed;
     std::function<std::string(const std::string&)> m_marketName;
+    bool m_byDescription = false;
     QLineEdit* m_text = nullptr;
     QTableWidget* m_table = nullptr;
     QLabel* m_state = nullptr;

@@ -58,15 +58,16 @@ QTimeEdit* MakeTimeEdit(QWidget* parent, const char* name) {
 
 } // namespace
 
-CDataSettingsPage::CDataSettingsPage(IPrompt& prompt, QWidget* parent)
-    : CSettingPage(parent), m_prompt(prompt), m_settings(std::make_unique<SRequestSettings>()) {
+CDataSettingsPage::CDataSettingsPage(IPrompt& prompt, CSettings& settings, QWidget* parent)
+    : CSettingPage(parent), m_prompt(prompt), m_table(settings),
+      m_settings(std::make_unique<SRequestSettings>()) {
     setObjectName("DataSettingsPage");
     const QDate today = QDate::currentDate();
-    m_settings->Load(CSettings::Instance(), CDataPageLogic::FormatDate(ToPageDate(today)));
+    m_settings->Load(m_table, CDataPageLogic::FormatDate(ToPageDate(today)));
     m_logic = std::make_unique<CDataPageLogic>(m_prompt, *m_settings, ToPageDate(today));
     MakeControls();
 
-    Show(CSettings::Instance().GetInt(keys::kRequestDataType));
+    Show(m_table.GetInt(keys::kRequestDataType));
     if (m_shown < 0) {
         // The stored data type was not one (the user has been told): the page starts on Ticks.
         Show(kTicks);
@@ -273,15 +274,14 @@ void CDataSettingsPage::StoreShown() {
 
 bool CDataSettingsPage::Apply() {
     StoreShown();
-    CSettings& settings = CSettings::Instance();
-    if (!m_settings->Save(settings, &m_prompt)) {
+    if (!m_settings->Save(m_table, &m_prompt)) {
         return false;
     }
     // "RequestType" mirrors the kind of the data type the ribbon has selected.
-    const int dataType = settings.GetInt(keys::kRequestDataType);
+    const int dataType = m_table.GetInt(keys::kRequestDataType);
     if (CDataPageLogic::IsDataType(dataType)) {
-        settings.SetInt(keys::kRequestType,
-                        m_settings->recentType[static_cast<std::size_t>(dataType)]);
+        m_table.SetInt(keys::kRequestType,
+                       m_settings->recentType[static_cast<std::size_t>(dataType)]);
     }
     spdlog::info("Data settings applied");
     return true;

@@ -5,6 +5,7 @@
 
 #include <memory>
 
+class CSettings;
 class IPrompt;
 class QButtonGroup;
 class QCheckBox;
@@ -18,14 +19,14 @@ class QTimeEdit;
 struct SRequestSettings;
 
 // The data settings page: what a history request asks for, edited one data type at a time. It
-// loads the request settings from the settings table when it is made, shows the data type of
+// loads the request settings from its settings table when it is made, shows the data type of
 // "RequestDataType" first, keeps the fields of every data type it has shown, and saves them all
 // when the sheet is applied.
 class CDataSettingsPage : public CSettingPage {
     Q_OBJECT
 
 public:
-    explicit CDataSettingsPage(IPrompt& prompt, QWidget* parent = nullptr);
+    CDataSettingsPage(IPrompt& prompt, CSettings& settings, QWidget* parent = nullptr);
     ~CDataSettingsPage() override;
 
     QString Title() const override;
@@ -64,6 +65,7 @@ private:
     void UpdateEnabling();
 
     IPrompt& m_prompt;
+    CSettings& m_table;
     std::unique_ptr<SRequestSettings> m_settings;
     std::unique_ptr<CDataPageLogic> m_logic;
     int m_shown = -1;

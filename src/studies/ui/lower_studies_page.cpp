@@ -57,9 +57,10 @@ std::size_t Slot(int i) {
 
 } // namespace
 
-CLowerStudiesSettingPage::CLowerStudiesSettingPage(IPrompt& prompt, QWidget* parent,
-                                                   int screenDepth)
-    : CSettingPage(parent), m_prompt(prompt), m_model(SStudySettings::Read(CSettings::Instance())) {
+CLowerStudiesSettingPage::CLowerStudiesSettingPage(IPrompt& prompt, CSettings& settings,
+                                                   QWidget* parent, int screenDepth)
+    : CSettingPage(parent), m_prompt(prompt), m_settings(settings),
+      m_model(SStudySettings::Read(settings)) {
     setObjectName("LowerStudiesSettingPage");
     const int depth = screenDepth > 0 ? screenDepth : PrimaryScreenDepth();
 
@@ -383,7 +384,7 @@ void CLowerStudiesSettingPage::OnAdd() {
 }
 
 bool CLowerStudiesSettingPage::Apply() {
-    if (!m_model.Confirm(CSettings::Instance(), m_prompt)) {
+    if (!m_model.Confirm(m_settings, m_prompt)) {
         // The model turned to the study whose entry was refused.
         ShowStudy(m_model.ShownStudy());
         return false;

@@ -6,6 +6,7 @@
 #include <array>
 
 class CButtonForColor;
+class CSettings;
 class IPrompt;
 class QButtonGroup;
 class QComboBox;
@@ -30,10 +31,11 @@ public:
     static constexpr int kMaxRows = 4; // property rows below the period choices
     static constexpr int kMaxFixedChoices = 3;
 
-    // `screenDepth`: bits per pixel of the screen; 0 asks the primary screen. Below 9 bits the
-    // colour buttons open the chooser without its custom-colour part.
-    explicit CLowerStudiesSettingPage(IPrompt& prompt, QWidget* parent = nullptr,
-                                      int screenDepth = 0);
+    // Shows the studies `settings` hold and stores them there. `screenDepth`: bits per pixel of
+    // the screen; 0 asks the primary screen. Below 9 bits the colour buttons open the chooser
+    // without its custom-colour part.
+    CLowerStudiesSettingPage(IPrompt& prompt, CSettings& settings, QWidget* parent = nullptr,
+                             int screenDepth = 0);
 
     QString Title() const override; // "Lower Studies"
     // Refuses, with an error box captioned "Error", nothing stored and the property area turned
@@ -83,6 +85,7 @@ private:
     void OnAdd();
 
     IPrompt& m_prompt;
+    CSettings& m_settings;
     CLowerStudiesPageModel m_model;
     bool m_showing = false;
 

@@ -35,9 +35,9 @@ std::size_t Slot(int number) {
 
 } // namespace
 
-CUpperStudiesSettingPage::CUpperStudiesSettingPage(IPrompt& prompt, QWidget* parent,
-                                                   int screenDepth)
-    : CSettingPage(parent), m_prompt(prompt) {
+CUpperStudiesSettingPage::CUpperStudiesSettingPage(IPrompt& prompt, CSettings& settings,
+                                                   QWidget* parent, int screenDepth)
+    : CSettingPage(parent), m_prompt(prompt), m_settings(settings) {
     setObjectName("UpperStudiesSettingPage");
     const bool full =
         CButtonForColor::FullChooserForDepth(screenDepth > 0 ? screenDepth : PrimaryScreenDepth());
@@ -99,7 +99,7 @@ CUpperStudiesSettingPage::CUpperStudiesSettingPage(IPrompt& prompt, QWidget* par
     layout->addWidget(bands);
     layout->addStretch(1);
 
-    Show(SUpperStudySettings::Read(CSettings::Instance()));
+    Show(SUpperStudySettings::Read(m_settings));
     connect(m_deviations, &QLineEdit::textChanged, this, [this] { FilterDeviations(); });
 }
 
@@ -172,7 +172,7 @@ bool CUpperStudiesSettingPage::Apply() {
                                                       : m_deviations)
             ->setFocus();
     }
-    if (!CUpperPageLogic::Confirm(CSettings::Instance(), m_prompt, values)) {
+    if (!CUpperPageLogic::Confirm(m_settings, m_prompt, values)) {
         return false;
     }
     spdlog::info("Upper study settings applied");

@@ -6,6 +6,7 @@
 #include <array>
 
 class CButtonForColor;
+class CSettings;
 class IPrompt;
 class QCheckBox;
 class QLineEdit;
@@ -19,10 +20,11 @@ class CUpperStudiesSettingPage : public CSettingPage {
     Q_OBJECT
 
 public:
-    // `screenDepth`: bits per pixel of the screen; 0 asks the primary screen. Below 9 bits the
-    // colour buttons open the chooser without its custom-colour part.
-    explicit CUpperStudiesSettingPage(IPrompt& prompt, QWidget* parent = nullptr,
-                                      int screenDepth = 0);
+    // Shows the values `settings` hold and stores them there. `screenDepth`: bits per pixel of
+    // the screen; 0 asks the primary screen. Below 9 bits the colour buttons open the chooser
+    // without its custom-colour part.
+    CUpperStudiesSettingPage(IPrompt& prompt, CSettings& settings, QWidget* parent = nullptr,
+                             int screenDepth = 0);
 
     QString Title() const override; // "Upper Studies"
     // Refuses, with an error box and nothing stored, a bands period outside 2-999 or a number of
@@ -53,6 +55,7 @@ private:
     void FilterDeviations();
 
     IPrompt& m_prompt;
+    CSettings& m_settings;
     QCheckBox* m_masShow = nullptr;
     std::array<QCheckBox*, 3> m_select{};
     std::array<QSpinBox*, 3> m_points{};
