@@ -3,7 +3,7 @@
 // Folds minute bars, ticks and day bars into one bar.
 
 #include "market/generator.h"
-#include "market/market.h"
+#include "market/market_types.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 // The generator of the simulated market: a daily anchor walk per instrument, minute bars per
 // day (the source of truth) and the expansion of one minute into its ticks.
 
-#include "market/market.h"
+#include "market/market_types.h"
 #include "market/universe.h"
 
 #include <cstdint>

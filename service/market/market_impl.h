@@ -5,7 +5,7 @@
 
 #include "market/calendar.h"
 #include "market/generator.h"
-#include "market/market.h"
+#include "market/market_types.h"
 #include "market/universe.h"
 
 #include <algorithm>

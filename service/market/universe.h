@@ -2,7 +2,7 @@
 
 // The fixed universe of fictional instruments and the trading-minute layouts of their sessions.
 
-#include "market/market.h"
+#include "market/market_types.h"
 
 #include <array>
 #include <cstdint>

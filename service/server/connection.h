@@ -18,13 +18,13 @@
 
 #include "commands.h"
 #include "line_writer.h"
+#include "work_scheduler.h"
 
 namespace portico {
 
 class ServerContext;
-class WorkScheduler;
 
-class Connection : public QObject {
+class Connection : public QObject, public ScheduledWork {
     Q_OBJECT
 public:
     // Output waiting to be written above which a connection stops reading input.
@@ -60,9 +60,7 @@ protected:
     virtual bool acceptsInput() const { return pendingBytes() < kOutputBound; }
     // Goes on with input held back while acceptsInput() was false.
     void resumeInput();
-    // One bounded step of the session's pending work, called by the work scheduler after
-    // requestWork(); true to be called again in a later round.
-    virtual bool workStep() { return false; }
+    // Has the work scheduler call workStep() in a coming round.
     void requestWork();
     // The commands every port understands; false when the command is not one of them.
     bool handleCommonCommand(const SystemCommand& command);
@@ -72,8 +70,6 @@ protected:
     LineWriter m_out;
 
 private:
-    friend class WorkScheduler;
-
     void readLines();
     void dripOut();
     void finishClosing();
@@ -85,10 +81,9 @@ private:
     std::string m_input; // read from the socket, not yet cut into lines
     std::size_t m_inputOffset = 0;
     std::string m_partial;
-    bool m_discarding = false;  // inside an overlong line, dropping bytes until its end
-    bool m_reading = false;     // inside readLines()
-    bool m_inputHeld = false;   // readLines() stopped because no input was taken
-    bool m_workWaiting = false; // in the work scheduler's queue
+    bool m_discarding = false; // inside an overlong line, dropping bytes until its end
+    bool m_reading = false;    // inside readLines()
+    bool m_inputHeld = false;  // readLines() stopped because no input was taken
     bool m_closing = false;
     bool m_closedSignalled = false;
     int m_id;

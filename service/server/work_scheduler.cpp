@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "connection.h"
-
 namespace portico {
 
 WorkScheduler::WorkScheduler(QObject* parent) : QObject(parent) {
@@ -14,31 +12,31 @@ WorkScheduler::WorkScheduler(QObject* parent) : QObject(parent) {
 
 WorkScheduler::~WorkScheduler() = default;
 
-void WorkScheduler::request(Connection* connection) {
-    if (connection->m_workWaiting) {
+void WorkScheduler::request(ScheduledWork* work) {
+    if (work->m_workWaiting) {
         return;
     }
-    connection->m_workWaiting = true;
-    m_waiting.push_back(connection);
+    work->m_workWaiting = true;
+    m_waiting.push_back(work);
     if (!m_timer.isActive()) {
         m_timer.start();
     }
 }
 
-void WorkScheduler::cancel(Connection* connection) {
-    std::erase(m_waiting, connection);
-    connection->m_workWaiting = false;
+void WorkScheduler::cancel(ScheduledWork* work) {
+    std::erase(m_waiting, work);
+    work->m_workWaiting = false;
 }
 
 void WorkScheduler::turn() {
     const auto deadline = std::chrono::steady_clock::now() + kTurnBudget;
     // Those that ask again during this turn wait for the next round of it.
     while (!m_waiting.empty() && std::chrono::steady_clock::now() < deadline) {
-        Connection* connection = m_waiting.front();
+        ScheduledWork* work = m_waiting.front();
         m_waiting.pop_front();
-        connection->m_workWaiting = false;
-        if (connection->workStep()) {
-            request(connection);
+        work->m_workWaiting = false;
+        if (work->workStep()) {
+            request(work);
         }
     }
     if (!m_waiting.empty() && !m_timer.isActive()) {

@@ -13,7 +13,20 @@
 
 namespace portico {
 
-class Connection;
+// What the scheduler gives turns to: a connection with pending work.
+class ScheduledWork {
+public:
+    virtual ~ScheduledWork() = default;
+
+protected:
+    // One bounded step of the pending work, called by the scheduler after request(); true to be
+    // called again in a later round.
+    virtual bool workStep() { return false; }
+
+private:
+    friend class WorkScheduler;
+    bool m_workWaiting = false; // in the scheduler's queue
+};
 
 class WorkScheduler : public QObject {
     Q_OBJECT
@@ -24,16 +37,16 @@ public:
     // Time of one turn before the event loop gets its go.
     static constexpr std::chrono::milliseconds kTurnBudget{15};
 
-    // Calls connection->workStep() in a coming turn, and again in later ones while it returns
-    // true. Asking again while it waits changes nothing.
-    void request(Connection* connection);
-    // Forgets a connection that is going away.
-    void cancel(Connection* connection);
+    // Calls work->workStep() in a coming turn, and again in later ones while it returns true.
+    // Asking again while it waits changes nothing.
+    void request(ScheduledWork* work);
+    // Forgets work that is going away.
+    void cancel(ScheduledWork* work);
 
 private:
     void turn();
 
-    std::deque<Connection*> m_waiting;
+    std::deque<ScheduledWork*> m_waiting;
     QTimer m_timer;
 };
 

@@ -9,6 +9,7 @@
 // search. Plain C++ over the socket and process interfaces of the platform layer.
 
 #include "feed/service_statistics.h"
+#include "feed/symbol_search.h"
 
 #include <array>
 #include <cstdint>
@@ -16,13 +17,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-struct SSearchResult {
-    std::string symbol;
-    std::string description;
-    std::string listedMarketId;
-    std::string securityTypeId;
-};
 
 class CKestrelClientAppSocket;
 class CListedMarkets;

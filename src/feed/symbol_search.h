@@ -1,11 +1,16 @@
 #pragma once
 
-#include "feed/feed_connections.h"
-
 #include <string>
 #include <vector>
 
 // The symbol search request and the handling of its answer lines.
+
+struct SSearchResult {
+    std::string symbol;
+    std::string description;
+    std::string listedMarketId;
+    std::string securityTypeId;
+};
 
 inline constexpr const char* kNoSearchResults = "No Results Found";
 

@@ -3,7 +3,7 @@
 // Helpers shared by the painters of the pane series: lines (pane_series.cpp), bars and
 // histograms (series_bars.cpp).
 
-#include "chart/ui/pane_series.h"
+#include "chart/ui/pane_series_data.h"
 
 #include <QColor>
 #include <QImage>

@@ -1,0 +1,32 @@
+#pragma once
+
+// One series of a pane as its painters take it, and the map of an axis from coordinates to
+// pixels.
+
+#include "chart/chart_2d.h"
+
+#include <vector>
+
+struct SPaneSeries {
+    enum class EKind { Line, PriceBars, Histogram };
+
+    EKind kind = EKind::Line;
+    bool explicitPoints = false; // a line through `points` rather than `values`
+    double xOffset = 0.0;
+    std::vector<double> values; // line or histogram
+    std::vector<CChart2D::SPoint> points;
+    std::vector<double> open, high, low, close;
+    CChart2D::SLineStyle line;
+    CChart2D::SPriceBarStyle bars;
+    CChart2D::SHistogramStyle histogram;
+};
+
+// The linear map of one axis: pixel = origin + (coordinate - lower) x scale.
+struct SAxisMap {
+    double lower = 0.0;
+    double origin = 0.0;
+    double scale = 1.0;
+
+    double ToPixel(double coordinate) const { return origin + (coordinate - lower) * scale; }
+    double ToCoordinate(double pixel) const { return lower + (pixel - origin) / scale; }
+};
