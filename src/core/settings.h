@@ -22,11 +22,13 @@ public:
     virtual int LastError() const { return 0; }
 };
 
-// The process-wide settings table: key text -> value, default and persist flag. Readers ask for a
-// typed value at the moment of use; writers change the table and, once the main frame has
-// published the mirror, the stored value in one step.
+// The settings table: key text -> value, default and persist flag. The application creates it and
+// hands it to whatever reads or stores settings. Readers ask for a typed value at the moment of
+// use; writers change the table and, once the main frame has published the mirror, the stored
+// value in one step.
 class CSettings {
 public:
+    // A table for the whole process, for code that is not handed one.
     static CSettings& Instance();
 
     // Adds (or re-registers) a key with its default as its value.

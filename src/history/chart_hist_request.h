@@ -100,7 +100,7 @@ public:
     CChartHistRequest() = default;
     ~CChartHistRequest() override = default;
 
-    // The one history object of the process.
+    // A history for the whole process, for code that is not handed one.
     static CChartHistRequest& Instance();
 
     // The request parameters, set and read as a whole.
