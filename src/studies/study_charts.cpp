@@ -68,13 +68,13 @@ void CHistRSIChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lower = settings.rsiLower;
     m_levels = {{static_cast<double>(m_upper), settings.rsiUpColor},
                 {static_cast<double>(m_lower), settings.rsiLowColor}};
+    ResetLines({"RSI"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistRSIChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    ResetLines({"RSI"});
     study_kernels::Rsi(inputs.Columns().close, m_period, m_lines[0].values, m_carry, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
 
@@ -99,7 +99,7 @@ std::string CHistRSIChart::InfoLine(int bar) const {
     return Defined(rsi) ? Printf("\nRSI: %.1f", rsi) : std::string("\nRSI: ");
 }
 
-CChart2D::SRange CHistRSIChart::ValueRange(int, int) const {
+std::optional<CChart2D::SRange> CHistRSIChart::FixedRange() const {
     return OscillatorRange();
 }
 
@@ -108,13 +108,13 @@ CChart2D::SRange CHistRSIChart::ValueRange(int, int) const {
 void CHistMOMChart::setup(const SStudySettings& settings, const SStudyContext& context) {
     CHistStudyChart::setup(settings, context);
     m_levels = {{0.0, settings.momentumZeroColor}};
+    ResetLines({"MOM"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistMOMChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    ResetLines({"MOM"});
     study_kernels::Momentum(inputs.Columns().close, m_period, m_lines[0].values, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
 
@@ -143,13 +143,13 @@ void CHistROCChart::setup(const SStudySettings& settings, const SStudyContext& c
     CHistStudyChart::setup(settings, context);
     // The reference line sits where the price is unchanged.
     m_levels = {{0.0, settings.roc100Color}};
+    ResetLines({"ROC"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistROCChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    ResetLines({"ROC"});
     study_kernels::RateOfChange(inputs.Columns().close, m_period, m_lines[0].values, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
 
@@ -177,13 +177,13 @@ std::string CHistROCChart::InfoLine(int bar) const {
 void CHistOBVChart::setup(const SStudySettings& settings, const SStudyContext& context) {
     CHistStudyChart::setup(settings, context);
     m_levels = {{0.0, settings.obvZeroColor}};
+    ResetLines({"OBV"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistOBVChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    ResetLines({"OBV"});
     study_kernels::OnBalanceVolume(inputs.Columns(), m_period, m_lines[0].values, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
 
@@ -213,11 +213,11 @@ void CHistMACDChart::setup(const SStudySettings& settings, const SStudyContext& 
     m_short = std::max(settings.macdShort, 1);
     m_long = std::max(settings.macdLong, 1);
     m_preset = settings.MacdPresetWord();
-    m_lines.clear();
     ResetLines({"MACD", "Signal", "Histogram"});
     m_lines[0].color = m_dataColor;
     m_lines[1].color = settings.macdSignalColor;
     m_lines[2].color = settings.macdHistogramColor;
+    m_lines[2].histogram = true;
 }
 
 void CHistMACDChart::fill(const CStudyInputs& inputs, std::size_t from) {
@@ -228,7 +228,6 @@ void CHistMACDChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_lines[0].values = std::move(macd.macd);
     m_lines[1].values = std::move(macd.signal);
     m_lines[2].values = std::move(macd.histogram);
-    m_lines[2].histogram = true;
     m_count = inputs.Count();
 }
 
@@ -272,7 +271,6 @@ void CHistSTOChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lower = settings.stoLower;
     m_levels = {{static_cast<double>(m_upper), settings.stoUpColor},
                 {static_cast<double>(m_lower), settings.stoLowColor}};
-    m_lines.clear();
     ResetLines({"%K", "%D"});
     m_lines[0].color = settings.stoKColor;
     m_lines[1].color = settings.stoDColor;
@@ -319,7 +317,7 @@ std::string CHistSTOChart::InfoLine(int bar) const {
            " STO%D: " + (Defined(d) ? Printf("%.1f", d) : std::string());
 }
 
-CChart2D::SRange CHistSTOChart::ValueRange(int, int) const {
+std::optional<CChart2D::SRange> CHistSTOChart::FixedRange() const {
     return OscillatorRange();
 }
 
@@ -330,6 +328,11 @@ void CHistVOLChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_allData = settings.VolumeAverageAllData();
     m_showAverage = settings.showVolumeAverage;
     m_averageColor = settings.volumeAverageColor;
+    ResetLines({"", "VolumeAverage"});
+    m_lines[0].color = m_dataColor;
+    m_lines[0].histogram = true;
+    m_lines[1].flat = true;
+    m_lines[1].color = m_averageColor;
 }
 
 void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
@@ -338,13 +341,10 @@ void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
     const std::size_t count = volume.size();
     // The volume bars are the series' own column; only the average is the study's. Bars before
     // `from` are kept.
-    ResetLines({"", "VolumeAverage"});
     Column& bars = m_lines[0].values;
     from = std::min(from, bars.size());
     double* out = study_kernels::detail::Grown(bars, count);
     std::copy(volume.begin() + static_cast<std::ptrdiff_t>(from), volume.end(), out + from);
-    m_lines[0].color = m_dataColor;
-    m_lines[0].histogram = true;
     if (m_allData) {
         // Summed oldest first as a whole pass would, the settled bars once.
         if (from < m_settledBars) {
@@ -361,9 +361,7 @@ void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
     }
     // One value at every bar: drawn across the pane, not stored a bar at a time.
     m_lines[1].values.clear();
-    m_lines[1].flat = true;
     m_lines[1].flatValue = m_showAverage ? m_average : CChart2D::HoleValue();
-    m_lines[1].color = m_averageColor;
     m_count = inputs.Count();
 }
 
@@ -420,7 +418,6 @@ std::string CHistVOLChart::InfoLine(int) const {
 
 void CHistMFChart::setup(const SStudySettings& settings, const SStudyContext& context) {
     CHistStudyChart::setup(settings, context);
-    m_lines.clear();
     ResetLines({"PositiveFlow", "NegativeFlow"});
     m_lines[0].color = settings.positiveFlowColor;
     m_lines[1].color = settings.negativeFlowColor;
@@ -474,13 +471,13 @@ void CHistMFIChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lower = settings.mfiLower;
     m_levels = {{static_cast<double>(m_upper), settings.mfiUpColor},
                 {static_cast<double>(m_lower), settings.mfiLowColor}};
+    ResetLines({"MFI"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistMFIChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_inputs = &inputs;
-    ResetLines({"MFI"});
     study_kernels::MoneyFlowIndex(inputs.Columns(), m_period, m_lines[0].values, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
 }
 
@@ -504,7 +501,7 @@ std::string CHistMFIChart::InfoLine(int bar) const {
     return Defined(mfi) ? Printf("\nMFI: %.1f", mfi) : std::string("\nMFI: ");
 }
 
-CChart2D::SRange CHistMFIChart::ValueRange(int, int) const {
+std::optional<CChart2D::SRange> CHistMFIChart::FixedRange() const {
     return OscillatorRange();
 }
 
@@ -512,7 +509,6 @@ CChart2D::SRange CHistMFIChart::ValueRange(int, int) const {
 
 void CHistADXChart::setup(const SStudySettings& settings, const SStudyContext& context) {
     CHistStudyChart::setup(settings, context);
-    m_lines.clear();
     ResetLines({"ADX", "+DI", "-DI"});
     m_lines[0].color = m_dataColor;
     m_lines[1].color = settings.positiveDIColor;

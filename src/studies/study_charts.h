@@ -17,7 +17,7 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
-    CChart2D::SRange ValueRange(int first, int count) const override;
+    std::optional<CChart2D::SRange> FixedRange() const override;
     int m_upper = 70;
     int m_lower = 30;
     study_kernels::SRsiCarry m_carry;
@@ -74,6 +74,7 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
+    std::array<int, 2> Parameters() const override { return {m_short, m_long}; }
     int m_short = 8;
     int m_long = 17;
     std::string m_preset;
@@ -92,7 +93,8 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
-    CChart2D::SRange ValueRange(int first, int count) const override;
+    std::optional<CChart2D::SRange> FixedRange() const override;
+    std::array<int, 2> Parameters() const override { return {m_fast ? 1 : 0, 0}; }
     bool m_fast = false;
     int m_upper = 80;
     int m_lower = 20;
@@ -113,6 +115,9 @@ private:
     std::string CursorValues(int bar) const override;
     // The seconds of one bar when a bar spans more than a second's trades (minute bars).
     int BarSeconds() const;
+    std::array<int, 2> Parameters() const override {
+        return {m_allData ? 1 : 0, m_showAverage ? 1 : 0};
+    }
     bool m_allData = true;
     bool m_showAverage = true;
     ColorRef m_averageColor = 0;
@@ -147,7 +152,7 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
-    CChart2D::SRange ValueRange(int first, int count) const override;
+    std::optional<CChart2D::SRange> FixedRange() const override;
     int m_upper = 80;
     int m_lower = 20;
 };

@@ -166,46 +166,6 @@ TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
     }
 }
 
-TEST(StudyCharts, PanesDrawTheDisplayedSliceWithTheirLevels) {
-    SStudySettings settings;
-    settings.periods[kStudyRSI] = 5;
-    const auto inputs = ZigZag(60);
-    CRecordingChart2D chart;
-    const auto rsi = Filled(kStudyRSI, settings, *inputs);
-    rsi->Paint(chart, 40, 20, 30, kNoCursorBar, false);
-    const auto* line = chart.Series(CHistStudyChart::kLineSeries);
-    ASSERT_NE(line, nullptr);
-    ASSERT_EQ(line->values.size(), 20U);
-    EXPECT_EQ(line->values[3], rsi->LineAt(0, 43));
-    EXPECT_EQ(line->line.color, settings.dataColor[kStudyRSI]);
-    const auto* upper = chart.Series(CHistStudyChart::kLevelSeries);
-    ASSERT_NE(upper, nullptr);
-    ASSERT_EQ(upper->points.size(), 2U);
-    EXPECT_EQ(upper->points[0].y, 70.0);
-    EXPECT_EQ(upper->points[1].x, 29.5); // across the whole axis
-    EXPECT_EQ(upper->line.color, settings.rsiUpColor);
-    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 0.0);
-    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 100.0);
-    EXPECT_EQ(chart.Axis(CChart2D::EAxis::Y).precision, 0);
-    EXPECT_EQ(chart.LabelLineText(), rsi->label(kNoCursorBar, false));
-
-    // Volume: bars from zero and the average across; a pane of another study after it leaves
-    // no stale series behind.
-    const auto volume = Filled(kStudyVolume, settings, *inputs);
-    volume->Paint(chart, 0, 60, 60, kNoCursorBar, false);
-    const auto* bars = chart.Series(CHistStudyChart::kLineSeries);
-    ASSERT_NE(bars, nullptr);
-    EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Histogram);
-    EXPECT_EQ(bars->values.back(), 1590.0);
-    EXPECT_LE(chart.AxisRange(CChart2D::EAxis::Y).min, 0.0);
-    EXPECT_GE(chart.AxisRange(CChart2D::EAxis::Y).max, 1590.0);
-    EXPECT_EQ(chart.Series(CHistStudyChart::kLevelSeries), nullptr);
-    const auto* average = chart.Series(CHistStudyChart::kLineSeries + 1);
-    ASSERT_NE(average, nullptr);
-    EXPECT_EQ(average->values.front(), 1295.0);
-    EXPECT_EQ(average->line.color, settings.volumeAverageColor);
-}
-
 TEST(StudySet, ExportColumnsFollowTheShownStudiesOnce) {
     SUpperStudySettings upper;
     upper.masShow = true;
