@@ -60,15 +60,13 @@ public:
     // Whether `other` computes the same lines from the same inputs: the same study, period,
     // context and parameters (the colours and levels may differ).
     bool SameComputation(const CHistStudyChart& other) const;
-    // Computes the study's lines over every bar of `inputs` (kept for value()). The bars before
-    // `from` are those of the last fill (a series that grew at its end: live points); they keep
+    // Computes the study's lines over every bar of `inputs`. The bars before `from` are those of
+    // the last fill (a series that grew at its end: live points); they keep
     // their values and the work is in proportion to the bars from `from` on. 0: every bar.
     virtual void fill(const CStudyInputs& inputs, std::size_t from) = 0;
     // The pane's label line: the description, the values at `cursorBar` when it is a bar of
     // the series, and " (Minimized)".
     virtual std::string label(int cursorBar, bool minimized) const;
-    // The study's main value at bar `i` by its formula, NaN while warming up.
-    virtual double value(int i) const = 0;
     // The info text line at `bar` (beginning with "\n"), empty for a study without one.
     virtual std::string InfoLine(int bar) const = 0;
 
@@ -94,7 +92,6 @@ protected:
     // Makes one line per name (keeping the values of lines already there); the line flags are
     // cleared, for setup to set.
     void ResetLines(std::initializer_list<const char*> names);
-    const CStudyInputs* Inputs() const { return m_inputs; }
 
     int m_studyType;
     int m_period = 1;
@@ -103,7 +100,6 @@ protected:
     SStudyContext m_context;
     std::vector<SLine> m_lines;
     std::vector<SLevel> m_levels;
-    const CStudyInputs* m_inputs = nullptr;
     int m_count = 0;
 };
 

@@ -3,7 +3,6 @@
 #include "chart/chart_labels.h"
 #include "core/data_types.h"
 #include "studies/kernel_support.h"
-#include "studies/study_formulas.h"
 #include "studies/study_kernels.h"
 
 #include <algorithm>
@@ -73,16 +72,8 @@ void CHistRSIChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistRSIChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::Rsi(inputs.Columns().close, m_period, m_lines[0].values, m_carry, from);
     m_count = inputs.Count();
-}
-
-double CHistRSIChart::value(int i) const {
-    // One running state for the class, as every RSI pane computes the same series.
-    static thread_local study_formulas::SRsiState state;
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::Rsi(*m_inputs, m_period, i, state);
 }
 
 std::string CHistRSIChart::Description() const {
@@ -113,14 +104,8 @@ void CHistMOMChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistMOMChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::Momentum(inputs.Columns().close, m_period, m_lines[0].values, from);
     m_count = inputs.Count();
-}
-
-double CHistMOMChart::value(int i) const {
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::Momentum(*m_inputs, m_period, i);
 }
 
 std::string CHistMOMChart::Description() const {
@@ -148,14 +133,8 @@ void CHistROCChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistROCChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::RateOfChange(inputs.Columns().close, m_period, m_lines[0].values, from);
     m_count = inputs.Count();
-}
-
-double CHistROCChart::value(int i) const {
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::RateOfChange(*m_inputs, m_period, i);
 }
 
 std::string CHistROCChart::Description() const {
@@ -182,14 +161,8 @@ void CHistOBVChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistOBVChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::OnBalanceVolume(inputs.Columns(), m_period, m_lines[0].values, from);
     m_count = inputs.Count();
-}
-
-double CHistOBVChart::value(int i) const {
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::OnBalanceVolume(*m_inputs, m_period, i);
 }
 
 std::string CHistOBVChart::Description() const {
@@ -221,7 +194,6 @@ void CHistMACDChart::setup(const SStudySettings& settings, const SStudyContext& 
 }
 
 void CHistMACDChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::SMacd macd{std::move(m_lines[0].values), std::move(m_lines[1].values),
                               std::move(m_lines[2].values)};
     study_kernels::Macd(inputs.Columns().close, m_short, m_long, m_period, macd, m_carry, from);
@@ -229,13 +201,6 @@ void CHistMACDChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_lines[1].values = std::move(macd.signal);
     m_lines[2].values = std::move(macd.histogram);
     m_count = inputs.Count();
-}
-
-double CHistMACDChart::value(int i) const {
-    static thread_local study_formulas::SMacdState state;
-    return m_inputs == nullptr
-               ? CChart2D::HoleValue()
-               : study_formulas::Macd(*m_inputs, m_short, m_long, m_period, i, state).macd;
 }
 
 std::string CHistMACDChart::Description() const {
@@ -277,20 +242,11 @@ void CHistSTOChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistSTOChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::SStochastics sto{std::move(m_lines[0].values), std::move(m_lines[1].values)};
     study_kernels::Stochastics(inputs.Columns(), m_period, m_fast, sto, from);
     m_lines[0].values = std::move(sto.k);
     m_lines[1].values = std::move(sto.d);
     m_count = inputs.Count();
-}
-
-double CHistSTOChart::value(int i) const {
-    if (m_inputs == nullptr) {
-        return CChart2D::HoleValue();
-    }
-    return m_fast ? study_formulas::FastStochastics(*m_inputs, m_period, i).d
-                  : study_formulas::SlowStochastics(*m_inputs, m_period, i).d;
 }
 
 std::string CHistSTOChart::Description() const {
@@ -336,7 +292,6 @@ void CHistVOLChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     const std::span<const double> volume = inputs.Columns().volume;
     const std::size_t count = volume.size();
     // The volume bars are the series' own column; only the average is the study's. Bars before
@@ -363,12 +318,6 @@ void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_lines[1].values.clear();
     m_lines[1].flatValue = m_showAverage ? m_average : CChart2D::HoleValue();
     m_count = inputs.Count();
-}
-
-double CHistVOLChart::value(int i) const {
-    return m_inputs == nullptr || i < 0 || i >= m_inputs->Count()
-               ? CChart2D::HoleValue()
-               : static_cast<double>(m_inputs->Volume(i));
 }
 
 int CHistVOLChart::BarSeconds() const {
@@ -424,20 +373,11 @@ void CHistMFChart::setup(const SStudySettings& settings, const SStudyContext& co
 }
 
 void CHistMFChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::SMoneyFlow flow{std::move(m_lines[0].values), std::move(m_lines[1].values)};
     study_kernels::MoneyFlow(inputs.Columns(), m_period, flow, from);
     m_lines[0].values = std::move(flow.positive);
     m_lines[1].values = std::move(flow.negative);
     m_count = inputs.Count();
-}
-
-double CHistMFChart::value(int i) const {
-    if (m_inputs == nullptr) {
-        return CChart2D::HoleValue();
-    }
-    const study_formulas::SFlows flows = study_formulas::MoneyFlow(*m_inputs, m_period, i);
-    return flows.positive - flows.negative;
 }
 
 std::string CHistMFChart::Description() const {
@@ -476,14 +416,8 @@ void CHistMFIChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistMFIChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::MoneyFlowIndex(inputs.Columns(), m_period, m_lines[0].values, from);
     m_count = inputs.Count();
-}
-
-double CHistMFIChart::value(int i) const {
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::MoneyFlowIndex(*m_inputs, m_period, i);
 }
 
 std::string CHistMFIChart::Description() const {
@@ -516,7 +450,6 @@ void CHistADXChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistADXChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::SAdx adx{std::move(m_lines[0].values), std::move(m_lines[1].values),
                             std::move(m_lines[2].values)};
     study_kernels::Adx(inputs.Columns(), m_period, adx, m_carry, from);
@@ -524,12 +457,6 @@ void CHistADXChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_lines[1].values = std::move(adx.plusDi);
     m_lines[2].values = std::move(adx.minusDi);
     m_count = inputs.Count();
-}
-
-double CHistADXChart::value(int i) const {
-    static thread_local study_formulas::SAdxState state;
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::Adx(*m_inputs, m_period, i, state).adx;
 }
 
 std::string CHistADXChart::Description() const {

@@ -10,8 +10,6 @@ public:
     CHistRSIChart() : CHistStudyChart(kStudyRSI) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The RSI of bar i - 1, as the formula numbers its argument.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -28,7 +26,6 @@ public:
     CHistMOMChart() : CHistStudyChart(kStudyMomentum) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -41,7 +38,6 @@ public:
     CHistROCChart() : CHistStudyChart(kStudyRateOfChange) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -54,7 +50,6 @@ public:
     CHistOBVChart() : CHistStudyChart(kStudyOBV) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -67,8 +62,6 @@ public:
     CHistMACDChart() : CHistStudyChart(kStudyMACD) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The MACD value at bar i.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -86,8 +79,6 @@ public:
     CHistSTOChart() : CHistStudyChart(kStudyStochastics) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The %D at bar i (fast or slow by the setting).
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -105,8 +96,6 @@ public:
     CHistVOLChart() : CHistStudyChart(kStudyVolume) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The volume of bar i.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
     double Average() const { return m_average; }
 
@@ -132,8 +121,6 @@ public:
     CHistMFChart() : CHistStudyChart(kStudyMoneyFlow) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The net flow (positive minus negative) at bar i.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -146,7 +133,6 @@ public:
     CHistMFIChart() : CHistStudyChart(kStudyMFI) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -162,8 +148,6 @@ public:
     CHistADXChart() : CHistStudyChart(kStudyADX) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The ADX at bar i.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
