@@ -178,9 +178,15 @@ CStudyInputs Inputs(const CVectorBars& bars, std::size_t count, bool trades) {
 }
 
 // Every pane draws the reference's lines for its settings, whether filled at once or following a
-// series that grew by a few bars; the volume pane draws the bars' volume and their mean.
+// series that grew by a few bars and changed its newest one; the volume pane draws the bars' volume
+// and their mean.
 TEST(StudyCharts, PanesDrawTheReferenceLines) {
     const CVectorBars walk = RandomBars(5, 300);
+    // What a pane followed: the first 293 bars, before trades moved the newest of them.
+    CVectorBars earlier = walk;
+    earlier.close[292] -= 0.75;
+    earlier.low[292] = std::min(earlier.low[292], earlier.close[292]);
+    earlier.volume[292] = std::floor(earlier.volume[292] / 2);
     struct SCase {
         int n, macdShort, macdLong;
         bool fast;
@@ -194,7 +200,7 @@ TEST(StudyCharts, PanesDrawTheReferenceLines) {
         settings.stoFast = c.fast;
         for (const bool trades : {false, true}) {
             const CStudyInputs inputs = Inputs(walk, 300, trades);
-            const CStudyInputs before = Inputs(walk, 293, trades);
+            const CStudyInputs before = Inputs(earlier, 293, trades);
             for (int type = 0; type < kStudyTypeCount; ++type) {
                 const auto whole = Filled(type, settings, inputs);
                 const auto followed = Filled(type, settings, before);

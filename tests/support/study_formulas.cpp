@@ -17,10 +17,6 @@ Line Empty(const IBarSeries& bars) {
     return Line(static_cast<std::size_t>(bars.Count()), kNaN);
 }
 
-std::size_t At(int i) {
-    return static_cast<std::size_t>(i);
-}
-
 double Gain(double change) {
     return change > 0 ? change : 0.0;
 }
@@ -61,7 +57,7 @@ double StochasticK(const IBarSeries& bars, int n, int i) {
 double MeanBefore(const Line& line, int n, int i) {
     double sum = 0.0;
     for (int b = i - n; b <= i - 1; ++b) {
-        sum += line[At(b)];
+        sum += line[b];
     }
     return sum / n;
 }
@@ -71,7 +67,7 @@ double MeanBefore(const Line& line, int n, int i) {
 Line SimpleAverage(const IBarSeries& bars, int period) {
     Line out = Empty(bars);
     for (int i = period - 1; period >= 1 && i < bars.Count(); ++i) {
-        out[At(i)] = MeanAt(bars, period, i);
+        out[i] = MeanAt(bars, period, i);
     }
     return out;
 }
@@ -83,7 +79,7 @@ Line StudyAverage(const IBarSeries& bars, int period, bool exponential) {
     Line out = Empty(bars);
     const double k = 2.0 / (period + 1.0);
     for (int i = period + 1; period >= 1 && i < bars.Count(); ++i) {
-        out[At(i)] = bars.Close(i) * k + MeanAt(bars, period, i - 1) * (1 - k);
+        out[i] = bars.Close(i) * k + MeanAt(bars, period, i - 1) * (1 - k);
     }
     return out;
 }
@@ -98,9 +94,9 @@ SBands Bollinger(const IBarSeries& bars, int period, double deviations) {
             v += d * d;
         }
         const double s = std::sqrt(v / period) * deviations;
-        out.lower[At(i)] = m - s;
-        out.middle[At(i)] = m;
-        out.upper[At(i)] = m + s;
+        out.lower[i] = m - s;
+        out.middle[i] = m;
+        out.upper[i] = m + s;
     }
     return out;
 }
@@ -127,7 +123,7 @@ Line Rsi(const IBarSeries& bars, int period) {
             loss += (Loss(d) - loss) / n;
         }
         if (k >= period) {
-            out[At(k)] = 100.0 - 100.0 / (gain / loss + 1.0);
+            out[k] = 100.0 - 100.0 / (gain / loss + 1.0);
         }
     }
     return out;
@@ -136,7 +132,7 @@ Line Rsi(const IBarSeries& bars, int period) {
 Line Momentum(const IBarSeries& bars, int period) {
     Line out = Empty(bars);
     for (int i = period; period >= 1 && i < bars.Count(); ++i) {
-        out[At(i)] = bars.Close(i) - bars.Close(i - period);
+        out[i] = bars.Close(i) - bars.Close(i - period);
     }
     return out;
 }
@@ -145,7 +141,7 @@ Line RateOfChange(const IBarSeries& bars, int period) {
     Line out = Empty(bars);
     for (int i = period + 1; period >= 1 && i < bars.Count(); ++i) {
         const double p = bars.Close(i - period);
-        out[At(i)] = p == 0 ? kNaN : (bars.Close(i) - p) / p * 100;
+        out[i] = p == 0 ? kNaN : (bars.Close(i) - p) / p * 100;
     }
     return out;
 }
@@ -161,7 +157,7 @@ Line OnBalanceVolume(const IBarSeries& bars, int period) {
                 sum -= static_cast<double>(bars.Volume(j));
             }
         }
-        out[At(i)] = sum;
+        out[i] = sum;
     }
     return out;
 }
@@ -181,8 +177,8 @@ SFlows MoneyFlow(const IBarSeries& bars, int period) {
                 negative += flow;
             }
         }
-        out.positive[At(i)] = positive / period;
-        out.negative[At(i)] = negative / period;
+        out.positive[i] = positive / period;
+        out.negative[i] = negative / period;
     }
     return out;
 }
@@ -224,7 +220,7 @@ SMacd Macd(const IBarSeries& bars, int shortPeriod, int longPeriod, int signalPe
     }
     emaL /= l;
     for (int i = first; i <= l && i < bars.Count(); ++i) {
-        out.macd[At(i)] = emaS - emaL;
+        out.macd[i] = emaS - emaL;
     }
     double seed = emaS - emaL;
     double signal = 0.0;
@@ -239,9 +235,9 @@ SMacd Macd(const IBarSeries& bars, int shortPeriod, int longPeriod, int signalPe
             signal += (macd - signal) * aG;
         }
         if (j > l && j >= first) {
-            out.macd[At(j)] = macd;
-            out.signal[At(j)] = signal;
-            out.histogram[At(j)] = macd - signal;
+            out.macd[j] = macd;
+            out.signal[j] = signal;
+            out.histogram[j] = macd - signal;
         }
     }
     return out;
@@ -255,17 +251,17 @@ SStochastics Stochastics(const IBarSeries& bars, int period, bool fast) {
     }
     Line k = Empty(bars);
     for (int i = n; i < bars.Count(); ++i) {
-        k[At(i)] = StochasticK(bars, n, i);
+        k[i] = StochasticK(bars, n, i);
     }
     for (int i = n; i < bars.Count(); ++i) {
-        out.k[At(i)] = i < 2 * n ? k[At(i)] : k[At(i - 1)];
-        out.d[At(i)] = i < 2 * n ? kNaN : MeanBefore(k, n, i);
+        out.k[i] = i < 2 * n ? k[i] : k[i - 1];
+        out.d[i] = i < 2 * n ? kNaN : MeanBefore(k, n, i);
     }
     if (!fast) {
         const Line fastD = out.d;
         for (int i = 4 * n; i < bars.Count(); ++i) {
-            out.k[At(i)] = fastD[At(i - 1)];
-            out.d[At(i)] = MeanBefore(fastD, n, i);
+            out.k[i] = fastD[i - 1];
+            out.d[i] = MeanBefore(fastD, n, i);
         }
     }
     return out;
@@ -317,14 +313,14 @@ SAdx Adx(const IBarSeries& bars, int period) {
     const double inverse = 1.0 / n;
     double plus = 100 * avg.plusDm / avg.trueRange;
     double minus = 100 * avg.minusDm / avg.trueRange;
-    out.plusDi[At(n)] = plus;
-    out.minusDi[At(n)] = minus;
+    out.plusDi[n] = plus;
+    out.minusDi[n] = minus;
     double sumDx = 0.0;
     double adx = 0.0;
     for (int j = n + 1; j < bars.Count(); ++j) {
         if (j < 2 * n) {
-            out.plusDi[At(j)] = plus;
-            out.minusDi[At(j)] = minus;
+            out.plusDi[j] = plus;
+            out.minusDi[j] = minus;
         }
         const SMove m = MoveAt(bars, j);
         avg.trueRange += (m.trueRange - avg.trueRange) * inverse;
@@ -340,9 +336,9 @@ SAdx Adx(const IBarSeries& bars, int period) {
             adx += (std::fabs((plus - minus) * 100 / (plus + minus)) - adx) * inverse;
         }
         if (j >= 2 * n) {
-            out.adx[At(j)] = adx;
-            out.plusDi[At(j)] = plus;
-            out.minusDi[At(j)] = minus;
+            out.adx[j] = adx;
+            out.plusDi[j] = plus;
+            out.minusDi[j] = minus;
         }
     }
     return out;
