@@ -6,8 +6,8 @@
 // and the window, the export mode its own event loop.
 
 #include "chart/chart_progress.h"
-#include "chart/live_updater.h"
 #include "history/history_parser.h"
+#include "history/live_updater.h"
 #include "history/request_settings.h"
 #include "history/request_settings_check.h"
 

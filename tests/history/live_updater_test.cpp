@@ -2,11 +2,10 @@
 // tick, interval and day-summary rules, summary lines, malformed lines and the replay of the
 // lines held while loading.
 
-#include "chart/chart_loader.h"
-#include "chart/live_updater.h"
 #include "history/chart_hist_request.h"
 #include "history/history_parser.h"
 #include "history/history_request.h"
+#include "history/live_updater.h"
 
 #include <gtest/gtest.h>
 
@@ -448,26 +447,6 @@ TEST(Level1Updater, ReplaysHeldLinesBeyondTheHistoryAndCatchesUpAfterIt) {
     updater.Reset();
     EXPECT_TRUE(updater.Apply(Trade("03/06/2024", "00:00:01", "14", "10").Text()));
     EXPECT_EQ(history.GetCount(), 6);
-}
-
-TEST(Level1Updater, LoaderAppliesLiveAndHeldLinesThroughTheUpdater) {
-    CChartHistRequest history;
-    CChartLoader loader(history);
-    SetKind(history, kTicksDatapoints);
-    history.SetHistoryComplete(false);
-    loader.OnLevel1Line(Trade("03/05/2024", "09:30:01", "10", "100").Text());
-    EXPECT_EQ(history.GetCount(), 0);
-    EXPECT_FALSE(loader.LastLiveUpdate().has_value());
-    loader.OnHistoryLine("Lookup0,!ENDMSG!,");
-    EXPECT_EQ(history.GetCount(), 1);
-    EXPECT_EQ(loader.AppliedTradeLines(), 1U);
-    ASSERT_TRUE(loader.LastLiveUpdate().has_value());
-    const auto first = *loader.LastLiveUpdate();
-    loader.OnLevel1Line(Trade("03/05/2024", "09:30:02", "11", "200").Text());
-    EXPECT_EQ(history.GetCount(), 2);
-    EXPECT_EQ(loader.AppliedTradeLines(), 2U);
-    EXPECT_GE(*loader.LastLiveUpdate(), first);
-    EXPECT_TRUE(loader.HeldLevel1Lines().empty());
 }
 
 } // namespace
