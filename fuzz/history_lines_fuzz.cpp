@@ -109,12 +109,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             continue;
         }
         const int before = history.GetCount();
-        const bool errorReply = IsHistoryErrorReply(line);
-        const bool endMarker = IsHistoryEndMarker(line);
+        const std::vector<std::string_view> fields = SplitFields(line);
+        const bool errorReply = fields.size() >= 2 && fields[1].starts_with('E');
+        const bool endMarker =
+            fields.size() == 2 && fields[1].find("!ENDMSG!") != std::string_view::npos;
+        const bool ended = parser.AnswerEnded();
         try {
-            parser.OnHistoryLine(line);
+            const SHistoryLine answer = parser.OnHistoryLine(line);
+            Check(answer.kind == (errorReply  ? SHistoryLine::EKind::Error
+                                  : endMarker ? SHistoryLine::EKind::End
+                                              : SHistoryLine::EKind::Data),
+                  "the line is told an error reply, the end marker or data", line);
+            Check(!errorReply || parser.AnswerError() == answer.errorText,
+                  "the error reply's text is kept", line);
         } catch (const CInvalidArgException&) {
         }
+        Check(parser.AnswerEnded() == (ended || (endMarker && !errorReply)),
+              "only the end marker ends the answer", line);
         const int after = history.GetCount();
         if (!chartAlive && line.find("!ENDMSG!") != std::string_view::npos && !errorReply) {
             Check(after == 0, "an end marker after the chart is gone clears the series", line);

@@ -85,12 +85,10 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     }
     // A new request empties the series.
     m_history.Clear();
-    m_parser.HeldLevel1Lines().clear();
+    m_parser.StartAnswer();
     m_updater.Reset();
     m_updater.SetExchangeFormat(m_settings.useExchangeFormat);
     m_symbol = symbol;
-    m_answerError.clear();
-    m_answerEnded = false;
     m_progress.StartNewLoad();
     m_progress.SetShownCount(0);
 
@@ -151,22 +149,13 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
 }
 
 void CChartLoader::OnHistoryLine(const std::string& line) {
-    // Classified in place: this runs for every one of millions of answer lines.
-    std::string_view errorText;
-    if (IsHistoryErrorReply(line, &errorText)) {
-        // An error reply adds nothing to the series; it is noted only so that the window and
-        // the export can say why a request brought no data. The end marker that may follow
-        // still completes the request.
-        m_answerError = std::string(errorText);
+    const SHistoryLine answer = m_parser.OnHistoryLine(line);
+    if (answer.kind == SHistoryLine::EKind::Error) {
+        // An error reply adds nothing to the series; the parser keeps its text only so that the
+        // window and the export can say why a request brought no data. The end marker that may
+        // follow still completes the request.
         spdlog::warn("History of {}: {}", m_symbol, line);
-        return;
-    }
-    const bool endMarker = IsHistoryEndMarker(line);
-    if (endMarker) {
-        m_answerEnded = true;
-    }
-    m_parser.OnHistoryLine(line);
-    if (endMarker) {
+    } else if (answer.kind == SHistoryLine::EKind::End) {
         spdlog::info("History of {} complete: {} points", m_symbol, m_history.GetCount());
     }
 }

@@ -84,13 +84,13 @@ public:
     bool Loading() const;
     // The error reply's text since the last Load ("!NO_DATA!", "!UNKNOWN_SYMBOL!"); "" when none.
     // It explains an empty series; a series with points is shown whatever this says.
-    const std::string& AnswerError() const { return m_answerError; }
+    const std::string& AnswerError() const { return m_parser.AnswerError(); }
     // Why the last Load could not make a request from the stored settings; none when it could.
     const std::optional<SRequestSettingProblem>& SettingsProblem() const {
         return m_settingsProblem;
     }
     // True once the end marker of an answer arrived since the last Load (error or not).
-    bool AnswerEnded() const { return m_answerEnded; }
+    bool AnswerEnded() const { return m_parser.AnswerEnded(); }
     SChartSummary Summary() const;
     const std::deque<std::string>& HeldLevel1Lines() const { return m_parser.HeldLevel1Lines(); }
 
@@ -113,7 +113,5 @@ private:
     std::string m_symbol;
     int m_dataType = 0;
     int m_intervalIndex = 0;
-    std::string m_answerError;
-    bool m_answerEnded = false;
     std::optional<SRequestSettingProblem> m_settingsProblem;
 };
