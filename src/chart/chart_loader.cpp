@@ -179,8 +179,8 @@ void CChartLoader::ApplyLevel1(const std::string& line) {
     }
 }
 
-void CChartLoader::OnProgressTick(IHistoryProgressView& view) {
-    m_progress.OnTimer(m_history, CSettings::Instance().GetInt(keys::kRequestDataType), view);
+void CChartLoader::OnProgressTick(IHistoryProgressSink& sink) {
+    m_progress.OnTimer(m_history, CSettings::Instance().GetInt(keys::kRequestDataType), sink);
 }
 
 bool CChartLoader::Loading() const {

@@ -73,8 +73,9 @@ public:
     // lines are dropped and logged.
     void OnLevel1Line(const std::string& line);
 
-    // One tick of the progress timer: the status text and what the view redraws.
-    void OnProgressTick(IHistoryProgressView& view);
+    // One tick of the progress timer: the status text, and the complete history or the new live
+    // points handed to `sink`.
+    void OnProgressTick(IHistoryProgressSink& sink);
 
     const std::string& Symbol() const { return m_symbol; }
     int DataType() const { return m_dataType; }

@@ -52,17 +52,11 @@ private:
     LineClient m_client;
 };
 
-struct StatusView : IHistoryProgressView {
-    void SetScrollRange(int maximum) override { range = maximum; }
-    void SetScrollPosition(int /*position*/) override {}
-    int ScrollLimit() const override { return range; }
-    bool IsScrollAtLimit() const override { return true; }
-    int RecomputeAndShowNewest() override { return ++recomputed, range; }
-    void AppendNewPoints(int /*count*/) override {}
-    int DisplayedPointCount() const override { return 120; }
+struct StatusSink : IHistoryProgressSink {
     void SetStatusText(const std::string& text) override { texts.push_back(text); }
+    int ShowCompleteHistory(int /*count*/) override { return ++recomputed, 120; }
+    std::optional<int> ShowNewPoints(int /*count*/, int /*added*/) override { return 120; }
 
-    int range = 0;
     int recomputed = 0;
     std::vector<std::string> texts;
 };
@@ -81,7 +75,7 @@ TEST(ChartSession, LoadsThroughTheFeedInterfaceAndSurvivesAnErrorAnswer) {
     LookupFeed feed(portico.lookupPort());
     loader.SetFeed(&feed);
     loader.LoadSettings();
-    StatusView view;
+    StatusSink view;
 
     // The frame stores the symbol before it loads it; the request reads it from there.
     settings.SetText(keys::kCurrentSymbol, "NOSUCH");

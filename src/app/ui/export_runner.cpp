@@ -253,8 +253,12 @@ std::string CExportRunner::WriteCsv() const {
     return {};
 }
 
-int CExportRunner::RecomputeAndShowNewest() {
-    return m_loader.History().GetCount();
+int CExportRunner::ShowCompleteHistory(int /*count*/) {
+    return CChartLoader::kDefaultDisplayedPoints;
+}
+
+std::optional<int> CExportRunner::ShowNewPoints(int /*count*/, int /*added*/) {
+    return CChartLoader::kDefaultDisplayedPoints;
 }
 
 void CExportRunner::SetStatusText(const std::string& text) {

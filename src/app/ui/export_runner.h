@@ -42,7 +42,7 @@ private:
 // connection the service refused, closed or overfilled with a line over 64 KiB (as the socket
 // reported it), a service never ready, request settings that make no request, the request's
 // timeout. With `progress` the points received so far are shown on a line of standard error.
-class CExportRunner : public QObject, public IFeedFrame, private IHistoryProgressView {
+class CExportRunner : public QObject, public IFeedFrame, private IHistoryProgressSink {
     Q_OBJECT
 
 public:
@@ -65,15 +65,11 @@ public:
     void OnFeedFault(const SFeedFault& fault) override;
 
 private:
-    // IHistoryProgressView: no panes; the texts go to the log.
-    void SetScrollRange(int /*maximum*/) override {}
-    void SetScrollPosition(int /*position*/) override {}
-    int ScrollLimit() const override { return 0; }
-    bool IsScrollAtLimit() const override { return true; }
-    int RecomputeAndShowNewest() override;
-    void AppendNewPoints(int /*count*/) override {}
-    int DisplayedPointCount() const override { return CChartLoader::kDefaultDisplayedPoints; }
+    // IHistoryProgressSink: the texts go to the log. Nothing is drawn before the file is
+    // written, so every point is taken as it comes, the default count shown at once.
     void SetStatusText(const std::string& text) override;
+    int ShowCompleteHistory(int count) override;
+    std::optional<int> ShowNewPoints(int count, int added) override;
 
     void OnTick();
     void StartLoad();
