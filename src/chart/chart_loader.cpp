@@ -50,8 +50,8 @@ std::string DataTypeText(int dataType, int intervalIndex) {
 
 } // namespace
 
-CChartLoader::CChartLoader(CChartHistRequest& history)
-    : m_history(history), m_parser(history), m_updater(history) {
+CChartLoader::CChartLoader(CChartHistRequest& history, const CSettings& settings)
+    : m_history(history), m_settings(settings), m_parser(history), m_updater(history) {
     m_history.SetChartAlive(true);
     // Trades held back while loading reach the series through the same path as later ones.
     m_parser.SetLiveTradeHandler([this](const std::string& line) { ApplyLevel1(line); });
@@ -62,8 +62,8 @@ CChartLoader::~CChartLoader() {
 }
 
 void CChartLoader::LoadSettings() {
-    m_settings.Load(CSettings::Instance());
-    m_updater.SetExchangeFormat(m_settings.useExchangeFormat);
+    m_request.Load(m_settings);
+    m_updater.SetExchangeFormat(m_request.useExchangeFormat);
 }
 
 void CChartLoader::Leave() {
@@ -87,20 +87,19 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     m_history.Clear();
     m_parser.StartAnswer();
     m_updater.Reset();
-    m_updater.SetExchangeFormat(m_settings.useExchangeFormat);
+    m_updater.SetExchangeFormat(m_request.useExchangeFormat);
     m_symbol = symbol;
     m_progress.StartNewLoad();
     m_progress.SetShownCount(0);
 
-    const CSettings& settings = CSettings::Instance();
-    m_settingsProblem = FindRequestSettingProblem(settings);
+    m_settingsProblem = FindRequestSettingProblem(m_settings);
     if (m_settingsProblem) {
         spdlog::error("History request for {} not sent: {}", symbol, m_settingsProblem->reason);
         return EStart::Failed;
     }
     SPreparedRequest prepared;
     try {
-        prepared = PrepareHistoryRequest(m_history, m_settings, settings);
+        prepared = PrepareHistoryRequest(m_history, m_request, m_settings);
     } catch (const CInvalidArgException& error) {
         // The settings were read into the view before they were last changed.
         m_settingsProblem = SRequestSettingProblem{
@@ -111,7 +110,7 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
         return EStart::Failed;
     }
     m_dataType = prepared.dataType;
-    m_intervalIndex = settings.GetInt(keys::kRequestIntervalIndex);
+    m_intervalIndex = m_settings.GetInt(keys::kRequestIntervalIndex);
 
     if (!prepared.symbol.empty() && m_feed != nullptr) {
         m_feed->WatchSymbol(prepared.symbol);
@@ -122,7 +121,7 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
 
     std::string command;
     try {
-        command = MakeHistoryCommand(m_history, settings);
+        command = MakeHistoryCommand(m_history, m_settings);
     } catch (const CInvalidArgException& error) {
         m_settingsProblem = SRequestSettingProblem{
             keys::kRequestFilterOn,
@@ -180,7 +179,7 @@ void CChartLoader::ApplyLevel1(const std::string& line) {
 }
 
 void CChartLoader::OnProgressTick(IHistoryProgressSink& sink) {
-    m_progress.OnTimer(m_history, CSettings::Instance().GetInt(keys::kRequestDataType), sink);
+    m_progress.OnTimer(m_history, m_settings.GetInt(keys::kRequestDataType), sink);
 }
 
 bool CChartLoader::Loading() const {

@@ -15,6 +15,7 @@
 #include <string>
 
 class CChartHistRequest;
+class CSettings;
 class IHistoryFeed;
 
 // What the chart shows once loaded, in words and numbers.
@@ -42,8 +43,9 @@ public:
     static constexpr int kDefaultDisplayedPoints = 120;
 
     // Marks the chart alive in `history` for the loader's lifetime: answer lines that arrive
-    // after it is gone are dropped.
-    explicit CChartLoader(CChartHistRequest& history);
+    // after it is gone are dropped. The request is made from `settings`, read when it starts;
+    // both outlive the loader.
+    CChartLoader(CChartHistRequest& history, const CSettings& settings);
     ~CChartLoader();
     CChartLoader(const CChartLoader&) = delete;
     CChartLoader& operator=(const CChartLoader&) = delete;
@@ -55,7 +57,7 @@ public:
     // Reads the request settings from the settings table (at start, and after the data settings
     // page stored them).
     void LoadSettings();
-    const SRequestSettings& Settings() const { return m_settings; }
+    const SRequestSettings& Settings() const { return m_request; }
 
     // Leaves the symbol shown: unwatches it and empties the series. Nothing when none is shown.
     void Leave();
@@ -107,7 +109,8 @@ private:
 
     CChartHistRequest& m_history;
     IHistoryFeed* m_feed = nullptr;
-    SRequestSettings m_settings;
+    const CSettings& m_settings;
+    SRequestSettings m_request;
     CHistoryResponseParser m_parser;
     CLevel1Updater m_updater;
     CHistoryProgress m_progress;

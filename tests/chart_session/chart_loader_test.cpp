@@ -64,14 +64,13 @@ struct StatusSink : IHistoryProgressSink {
 TEST(ChartSession, LoadsThroughTheFeedInterfaceAndSurvivesAnErrorAnswer) {
     PorticoProcess portico(PORTICO_EXECUTABLE);
     ASSERT_TRUE(portico.start({}));
-    CSettings& settings = CSettings::Instance();
-    settings.Reset();
+    CSettings settings;
     settings.RegisterAll(AllSettingKeys());
     settings.SetInt(keys::kRequestDataType, kDays);
     settings.SetText(keys::kRequestDatapoints, "10000,10000,250,10000,10000");
 
     CChartHistRequest history;
-    CChartLoader loader(history);
+    CChartLoader loader(history, settings);
     LookupFeed feed(portico.lookupPort());
     loader.SetFeed(&feed);
     loader.LoadSettings();
@@ -98,7 +97,6 @@ TEST(ChartSession, LoadsThroughTheFeedInterfaceAndSurvivesAnErrorAnswer) {
     loader.OnProgressTick(view);
     EXPECT_EQ(view.recomputed, 1);
     EXPECT_EQ(view.texts.back(), "250 datapoints available.  Displaying 120.");
-    settings.Reset();
 }
 
 } // namespace

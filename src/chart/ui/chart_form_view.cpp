@@ -10,7 +10,7 @@
 #include <spdlog/spdlog.h>
 
 CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, QWidget* parent)
-    : QWidget(parent), m_loader(history) {
+    : QWidget(parent), m_loader(history, settings) {
     setObjectName("ChartFormView");
 
     m_notice = new QLabel(this);
