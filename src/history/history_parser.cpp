@@ -159,17 +159,6 @@ int PriceTextWidthOf(std::string_view price) {
     return static_cast<int>(width < 11 ? 11 : width);
 }
 
-void ApplyFundamentalPriceWidth(CChartHistRequest& history, std::string_view fundamentalLine,
-                                bool exchangeFormat) {
-    std::vector<std::string_view> fields;
-    SplitFields(fundamentalLine, fields);
-    if (exchangeFormat) {
-        history.SetPriceTextWidth(ToInteger<int>(ElementAt(fields, 30)));
-    } else {
-        history.SetPriceTextWidth(PriceTextWidthOfDecimals(ToInteger<int>(ElementAt(fields, 31))));
-    }
-}
-
 int PriceTextWidthOfDecimals(int decimals) {
     return decimals > INT_MAX - 10 ? INT_MAX : decimals + 10;
 }

@@ -13,11 +13,6 @@ struct sTICK;
 // + 9 (no point counts as position -1), at least 11.
 int PriceTextWidthOf(std::string_view price);
 
-// Sets the price text width from a fundamental ('F') Level 1 line: field 30 with the exchange
-// format on, field 31 + 10 with it off. A line too short for the field throws
-// CInvalidArgException and leaves the width as it was.
-void ApplyFundamentalPriceWidth(CChartHistRequest& history, std::string_view fundamentalLine,
-                                bool exchangeFormat);
 // The price text width of a fundamental line's decimal count (field 31): the count + 10, held at
 // the largest int for counts that would pass it.
 int PriceTextWidthOfDecimals(int decimals);

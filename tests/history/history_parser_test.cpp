@@ -195,6 +195,10 @@ TEST_F(Parser, PriceTextWidthComesOnceFromTheFirstLine) {
     EXPECT_EQ(PriceTextWidthOf("12"), 12);
     EXPECT_EQ(PriceTextWidthOf("1.5"), 11);
     EXPECT_EQ(PriceTextWidthOf(""), 11);
+    // A fundamental line's decimal count + 10, held at the largest int instead of wrapping.
+    EXPECT_EQ(PriceTextWidthOfDecimals(2147483636), 2147483646);
+    EXPECT_EQ(PriceTextWidthOfDecimals(2147483638), INT_MAX);
+    EXPECT_EQ(PriceTextWidthOfDecimals(-2147483647 - 1), -2147483638);
 
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "123.4567"));
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.000000", "12"));
@@ -206,27 +210,6 @@ TEST_F(Parser, PriceTextWidthComesOnceFromTheFirstLine) {
     history.SetPriceTextWidth(0);
     EXPECT_THROW(parser.OnHistoryLine("Lookup0,LH,x"), CInvalidArgException);
     EXPECT_EQ(history.GetPriceTextWidth(), 0);
-}
-
-TEST_F(Parser, FundamentalLineSetsTheWidthByTheExchangeFormatFlag) {
-    std::string line = "F,ABC";
-    for (int field = 2; field < 32; ++field) {
-        line += "," + std::to_string(field == 30 ? 7 : field == 31 ? 4 : 0);
-    }
-    ApplyFundamentalPriceWidth(history, line, true);
-    EXPECT_EQ(history.GetPriceTextWidth(), 7);
-    ApplyFundamentalPriceWidth(history, line, false);
-    EXPECT_EQ(history.GetPriceTextWidth(), 14);
-    EXPECT_THROW(ApplyFundamentalPriceWidth(history, "F,ABC,1,2,3", true), CInvalidArgException);
-    EXPECT_EQ(history.GetPriceTextWidth(), 14);
-
-    // A decimal count whose width would pass the largest int stops there instead of wrapping.
-    for (const char* decimals : {"2147483637", "2147483638", "2147483647"}) {
-        ApplyFundamentalPriceWidth(history, line.substr(0, line.rfind(',') + 1) + decimals, false);
-        EXPECT_EQ(history.GetPriceTextWidth(), INT_MAX) << decimals;
-    }
-    EXPECT_EQ(PriceTextWidthOfDecimals(2147483636), 2147483646);
-    EXPECT_EQ(PriceTextWidthOfDecimals(-2147483647 - 1), -2147483638);
 }
 
 TEST_F(Parser, UnsignedFieldsReadAsStrtoulWithoutOverflow) {
