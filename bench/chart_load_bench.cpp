@@ -459,7 +459,7 @@ int main(int argc, char** argv) {
     std::printf("    receiving and parsing the answer    %s\n", StepText(receiving).c_str());
     std::printf("    end marker to the progress tick     %s (the tick comes every %d ms)\n",
                 StepText(toTick).c_str(), CChartFormView::kProgressPeriodMs);
-    std::printf("    tick to the start of the drawing    %s (RecomputeAndShowNewest)\n",
+    std::printf("    tick to the start of the drawing    %s (ShowCompleteHistory)\n",
                 StepText(tickToReplot).c_str());
     std::printf("    drawing the stack (replot)          %s\n", StepText(replotting).c_str());
     std::printf("    replot to painted                   %s\n", StepText(painting).c_str());

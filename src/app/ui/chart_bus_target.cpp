@@ -84,7 +84,8 @@ SBusMethodResult CChartBusTarget::BusRender(const std::string& path, int width, 
     request.file = path;
     request.width = width;
     request.height = height;
-    const std::string error = RenderChart(m_frame.ChartView()->Loader(), request);
+    const std::string error =
+        RenderChart(m_frame.ChartView()->Loader(), request, CSettings::Instance());
     if (!error.empty()) {
         return ToBusResult(SChartBusReply::Error(EChartBusFault::Failed, error));
     }

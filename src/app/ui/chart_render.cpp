@@ -10,16 +10,16 @@
 
 #include <QSize>
 
-std::string RenderChart(const CChartLoader& loader, const SExportRequest& request) {
-    CChartCanvas canvas(loader.History(), CSettings::Instance());
+std::string RenderChart(const CChartLoader& loader, const SExportRequest& request,
+                        CSettings& settings) {
+    CChartCanvas canvas(loader.History(), settings);
     canvas.resize(request.width, request.height);
     canvas.SetSeries(loader.Symbol(), loader.DataType(), loader.IntervalIndex());
     canvas.LoadSettings();
     canvas.SetPointCount(loader.History().GetCount(), true);
     canvas.ResetYRange();
-    canvas.SetStudies(
-        std::make_unique<CStudyPanes>(SUpperStudySettings::Read(CSettings::Instance()),
-                                      SStudySettings::Read(CSettings::Instance())));
+    canvas.SetStudies(std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
+                                                    SStudySettings::Read(settings)));
     canvas.ComputeStudies();
     canvas.FinishStudies();
     canvas.Relayout();
