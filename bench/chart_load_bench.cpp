@@ -343,8 +343,7 @@ int main(int argc, char** argv) {
     QuietFrameOutput();
     QApplication application(argc, argv);
     skychart::test::RecordingPrompt prompt;
-    // The chart loader reads the process-wide table by itself: the frame is handed that one.
-    CSettings& settings = CSettings::Instance();
+    CSettings settings;
     SSettingsLoad load = LoadApplicationSettings(settings, prompt);
     CChartHistRequest history;
     CTimedFrame frame(prompt, settings, history, load.writer);
@@ -464,7 +463,7 @@ int main(int argc, char** argv) {
     std::printf("    receiving and parsing the answer    %s\n", StepText(receiving).c_str());
     std::printf("    end marker to the progress tick     %s (the tick comes every %d ms)\n",
                 StepText(toTick).c_str(), CChartFormView::kProgressPeriodMs);
-    std::printf("    tick to the start of the drawing    %s (RecomputeAndShowNewest)\n",
+    std::printf("    tick to the start of the drawing    %s (ShowCompleteHistory)\n",
                 StepText(tickToReplot).c_str());
     std::printf("    drawing the stack (replot)          %s\n", StepText(replotting).c_str());
     std::printf("    replot to painted                   %s\n", StepText(painting).c_str());

@@ -182,8 +182,10 @@ void FillStack(CChartStackWidget& stack, const SData& data, std::size_t first, s
             study.SetLine(id, Window(line, first, count), 0.0);
             ++id;
         }
-        levels[2 * pane]->Paint(study);
-        levels[2 * pane + 1]->Paint(study);
+        const SPaneView view{static_cast<int>(first), static_cast<int>(count),
+                             static_cast<int>(count)};
+        levels[2 * pane]->Paint(study, view);
+        levels[2 * pane + 1]->Paint(study, view);
     }
     stack.ReleaseDrawing();
 }

@@ -89,8 +89,7 @@ int main(int argc, char** argv) {
     QuietFrameOutput();
     QApplication application(argc, argv);
     skychart::test::RecordingPrompt prompt;
-    // The chart loader reads the process-wide table by itself: the frame is handed that one.
-    CSettings& settings = CSettings::Instance();
+    CSettings settings;
     SSettingsLoad load = LoadApplicationSettings(settings, prompt);
     CChartHistRequest history;
     CMainFrame frame(prompt, settings, history, load.writer);

@@ -1,14 +1,14 @@
 // The history line handler of the chart (CHistoryResponseParser) over answers of every request
 // kind. Input: one configuration byte, then up to 256 lines cut at '\n'.
 //   bit 0  extended trades accepted        bit 4  the price text width is already set
-//   bit 1  the chart view is gone          bit 5  fundamental lines use the exchange format
+//   bit 1  the chart view is gone          bit 5  unused
 //   bit 2  a date range is active          bits 6-7  growth step of the series: 1, 3, 64, 1024
 //   bit 3  with time-of-day filters
-// Lines starting with 'Q' or 'P' are held as Level 1 updates while the history loads, lines
-// starting with 'F' set the price width as a fundamental message does, every other line goes to
-// the history line handler; each line is also parsed as a record of each of the ten kinds. Only
-// CInvalidArgException may come out of the parser; the series must only ever hold records with a
-// valid time inside the active range.
+// Lines starting with 'Q' or 'P' are held as Level 1 updates while the history loads, every other
+// line goes to the history line handler, which must tell error replies and the end marker from
+// data as a plain split of the line does; each line is also parsed as a record of each of the ten
+// kinds. Only CInvalidArgException may come out of the parser; the series must only ever hold
+// records with a valid time inside the active range.
 
 #include "fuzz_support.h"
 
@@ -75,7 +75,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint8_t config = input.Byte();
     const bool chartAlive = (config & 2) == 0;
     const bool rangeActive = (config & 4) != 0;
-    const bool exchangeFormat = (config & 32) != 0;
 
     CChartHistRequest history;
     history.SetGrowthStep(kGrowthSteps[config >> 6]);
@@ -98,23 +97,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             parser.HoldLevel1LineWhileLoading(text);
             continue;
         }
-        if (!line.empty() && line[0] == 'F') {
-            const int width = history.GetPriceTextWidth();
-            try {
-                ApplyFundamentalPriceWidth(history, line, exchangeFormat);
-            } catch (const CInvalidArgException&) {
-                Check(history.GetPriceTextWidth() == width, "a short fundamental line changes "
-                                                            "nothing");
-            }
-            continue;
-        }
         const int before = history.GetCount();
-        const bool errorReply = IsHistoryErrorReply(line);
-        const bool endMarker = IsHistoryEndMarker(line);
+        const std::vector<std::string_view> fields = SplitFields(line);
+        const bool errorReply = fields.size() >= 2 && fields[1].starts_with('E');
+        const bool endMarker =
+            fields.size() == 2 && fields[1].find("!ENDMSG!") != std::string_view::npos;
+        const bool ended = parser.AnswerEnded();
         try {
-            parser.OnHistoryLine(line);
+            const SHistoryLine answer = parser.OnHistoryLine(line);
+            Check(answer.kind == (errorReply  ? SHistoryLine::EKind::Error
+                                  : endMarker ? SHistoryLine::EKind::End
+                                              : SHistoryLine::EKind::Data),
+                  "the line is told an error reply, the end marker or data", line);
+            Check(!errorReply || parser.AnswerError() == answer.errorText,
+                  "the error reply's text is kept", line);
         } catch (const CInvalidArgException&) {
         }
+        Check(parser.AnswerEnded() == (ended || (endMarker && !errorReply)),
+              "only the end marker ends the answer", line);
         const int after = history.GetCount();
         if (!chartAlive && line.find("!ENDMSG!") != std::string_view::npos && !errorReply) {
             Check(after == 0, "an end marker after the chart is gone clears the series", line);

@@ -12,9 +12,9 @@
 
 #include "base/error.h"
 #include "base/fields.h"
-#include "chart/live_updater.h"
 #include "history/chart_hist_request.h"
 #include "history/history_parser.h"
+#include "history/live_updater.h"
 #include "history/tick.h"
 
 #include <string>

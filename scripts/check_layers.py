@@ -14,8 +14,7 @@ service/ (portico) stands apart: it may include base/ of src/ and nothing above 
 includes service/.
 
 Anywhere in src/ and service/, no two files include each other: a header and its source count as
-one file, so `a.cpp` including `b.h` while `b.cpp` includes `a.h` is a circle too. The pairs in
-KNOWN_CIRCLES are let through until they are taken apart.
+one file, so `a.cpp` including `b.h` while `b.cpp` includes `a.h` is a circle too.
 
 Usage: check_layers.py SRC_DIR [SERVICE_DIR]  exits 1 and lists the offending includes
        check_layers.py --self-test            proves that each wrong include is caught
@@ -29,9 +28,6 @@ RANK = {"base": 0, "core": 1, "feed": 2, "history": 2, "chart": 3, "studies": 4,
 PLATFORM_RANK = 2.5
 # The folders of src/ that service/ may include.
 SERVICE_MAY_INCLUDE = {"base"}
-# Pairs of files that still include each other, as "src/..." or "service/..." without suffix:
-# each is a debt to pay, and an entry that no longer applies is reported.
-KNOWN_CIRCLES = {("src/chart/ui/chart_stack_widget", "src/chart/ui/stack_pane_chart")}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 QT_HEADER = re.compile(r"^(Q[A-Za-z]+|qcustomplot\.h|Qt[A-Za-z]+/)")
 
@@ -155,16 +151,9 @@ def check(src, service=None):
     problems = check_src(src, service, edges)
     if service is not None:
         problems += check_service(service, src, edges)
-    circles = {(a, b) for (a, b) in edges if a < b and (b, a) in edges}
-    for a, b in sorted(circles - KNOWN_CIRCLES):
-        problems.append(f"{edges[(a, b)]} and {edges[(b, a)]}: the two files include each other")
-    units = {unit(src, p) for p in sources(src)}
-    if service is not None:
-        units |= {unit(service, p) for p in sources(service)}
-    for a, b in sorted(KNOWN_CIRCLES - circles):
-        if a in units and b in units:
-            problems.append(f"{a} and {b} no longer include each other: drop the pair from "
-                            "KNOWN_CIRCLES")
+    for (a, b), where in sorted(edges.items()):
+        if a < b and (b, a) in edges:
+            problems.append(f"{where} and {edges[(b, a)]}: the two files include each other")
     return problems
 
 
@@ -194,11 +183,6 @@ def self_test():
           "service/server/x.cpp": '#include "x.h"\n'}, False),
         ({"feed/a.h": "", "feed/a.cpp": '#include "feed/a.h"\n#include "feed/b.h"\n',
           "feed/b.h": "class A;\n"}, False),
-        # A known circle passes while it lasts and is reported once it is gone.
-        ({"chart/ui/chart_stack_widget.h": "", "chart/ui/stack_pane_chart.h": "",
-          "chart/ui/chart_stack_widget.cpp": '#include "chart/ui/stack_pane_chart.h"\n',
-          "chart/ui/stack_pane_chart.cpp": '#include "chart/ui/chart_stack_widget.h"\n'}, False),
-        ({"chart/ui/chart_stack_widget.h": "", "chart/ui/stack_pane_chart.h": ""}, True),
     ]
     for files, bad in cases:
         with tempfile.TemporaryDirectory() as tmp:

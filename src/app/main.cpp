@@ -5,6 +5,8 @@
 #include "app/ui/export_runner.h"
 #include "app/ui/guarded_application.h"
 #include "app/ui/main_frame.h"
+#include "core/settings.h"
+#include "history/chart_hist_request.h"
 #include "platform/registry_paths.h"
 #include "platform/workspace_bus.h"
 
@@ -50,14 +52,18 @@ int main(int argc, char** argv) {
         QApplication application(argc, argv);
         QApplication::setApplicationName("Skychart");
         QApplication::setApplicationVersion(SKYCHART_VERSION);
-        return RunExport(commandLine, argv[0]);
+        CSettings settings;
+        CChartHistRequest history;
+        return RunExport(commandLine, argv[0], settings, history);
     }
     if (commandLine.exportRequested) {
         // No window: runs without a display.
         QCoreApplication application(argc, argv);
         QCoreApplication::setApplicationName("Skychart");
         QCoreApplication::setApplicationVersion(SKYCHART_VERSION);
-        return RunExport(commandLine, argv[0]);
+        CSettings settings;
+        CChartHistRequest history;
+        return RunExport(commandLine, argv[0], settings, history);
     }
 
     CGuardedApplication application(argc, argv);

@@ -24,7 +24,9 @@
 // draws once. A release without a hold does nothing.
 //
 // Crosshair. Each pane has one crosshair, drawn over everything else in the pane and never
-// printed or exported. Moving it does not draw the pane's series again.
+// printed or exported. Moving it does not draw the pane's series again. The crosshairs are the
+// overlay of the whole stack of panes that follows the mouse, not drawn items: no pane's item
+// list holds them, and they are never hit-tested or dragged.
 
 #include "base/error.h"
 #include "chart/color_ref.h"

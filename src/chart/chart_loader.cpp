@@ -50,8 +50,8 @@ std::string DataTypeText(int dataType, int intervalIndex) {
 
 } // namespace
 
-CChartLoader::CChartLoader(CChartHistRequest& history)
-    : m_history(history), m_parser(history), m_updater(history) {
+CChartLoader::CChartLoader(CChartHistRequest& history, const CSettings& settings)
+    : m_history(history), m_settings(settings), m_parser(history), m_updater(history) {
     m_history.SetChartAlive(true);
     // Trades held back while loading reach the series through the same path as later ones.
     m_parser.SetLiveTradeHandler([this](const std::string& line) { ApplyLevel1(line); });
@@ -62,8 +62,8 @@ CChartLoader::~CChartLoader() {
 }
 
 void CChartLoader::LoadSettings() {
-    m_settings.Load(CSettings::Instance());
-    m_updater.SetExchangeFormat(m_settings.useExchangeFormat);
+    m_request.Load(m_settings);
+    m_updater.SetExchangeFormat(m_request.useExchangeFormat);
 }
 
 void CChartLoader::Leave() {
@@ -85,24 +85,21 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     }
     // A new request empties the series.
     m_history.Clear();
-    m_parser.HeldLevel1Lines().clear();
+    m_parser.StartAnswer();
     m_updater.Reset();
-    m_updater.SetExchangeFormat(m_settings.useExchangeFormat);
+    m_updater.SetExchangeFormat(m_request.useExchangeFormat);
     m_symbol = symbol;
-    m_answerError.clear();
-    m_answerEnded = false;
     m_progress.StartNewLoad();
     m_progress.SetShownCount(0);
 
-    const CSettings& settings = CSettings::Instance();
-    m_settingsProblem = FindRequestSettingProblem(settings);
+    m_settingsProblem = FindRequestSettingProblem(m_settings);
     if (m_settingsProblem) {
         spdlog::error("History request for {} not sent: {}", symbol, m_settingsProblem->reason);
         return EStart::Failed;
     }
     SPreparedRequest prepared;
     try {
-        prepared = PrepareHistoryRequest(m_history, m_settings, settings);
+        prepared = PrepareHistoryRequest(m_history, m_request, m_settings);
     } catch (const CInvalidArgException& error) {
         // The settings were read into the view before they were last changed.
         m_settingsProblem = SRequestSettingProblem{
@@ -113,7 +110,7 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
         return EStart::Failed;
     }
     m_dataType = prepared.dataType;
-    m_intervalIndex = settings.GetInt(keys::kRequestIntervalIndex);
+    m_intervalIndex = m_settings.GetInt(keys::kRequestIntervalIndex);
 
     if (!prepared.symbol.empty() && m_feed != nullptr) {
         m_feed->WatchSymbol(prepared.symbol);
@@ -124,7 +121,7 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
 
     std::string command;
     try {
-        command = MakeHistoryCommand(m_history, settings);
+        command = MakeHistoryCommand(m_history, m_settings);
     } catch (const CInvalidArgException& error) {
         m_settingsProblem = SRequestSettingProblem{
             keys::kRequestFilterOn,
@@ -151,22 +148,13 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
 }
 
 void CChartLoader::OnHistoryLine(const std::string& line) {
-    // Classified in place: this runs for every one of millions of answer lines.
-    std::string_view errorText;
-    if (IsHistoryErrorReply(line, &errorText)) {
-        // An error reply adds nothing to the series; it is noted only so that the window and
-        // the export can say why a request brought no data. The end marker that may follow
-        // still completes the request.
-        m_answerError = std::string(errorText);
+    const SHistoryLine answer = m_parser.OnHistoryLine(line);
+    if (answer.kind == SHistoryLine::EKind::Error) {
+        // An error reply adds nothing to the series; the parser keeps its text only so that the
+        // window and the export can say why a request brought no data. The end marker that may
+        // follow still completes the request.
         spdlog::warn("History of {}: {}", m_symbol, line);
-        return;
-    }
-    const bool endMarker = IsHistoryEndMarker(line);
-    if (endMarker) {
-        m_answerEnded = true;
-    }
-    m_parser.OnHistoryLine(line);
-    if (endMarker) {
+    } else if (answer.kind == SHistoryLine::EKind::End) {
         spdlog::info("History of {} complete: {} points", m_symbol, m_history.GetCount());
     }
 }
@@ -190,8 +178,8 @@ void CChartLoader::ApplyLevel1(const std::string& line) {
     }
 }
 
-void CChartLoader::OnProgressTick(IHistoryProgressView& view) {
-    m_progress.OnTimer(m_history, CSettings::Instance().GetInt(keys::kRequestDataType), view);
+void CChartLoader::OnProgressTick(IHistoryProgressSink& sink) {
+    m_progress.OnTimer(m_history, m_settings.GetInt(keys::kRequestDataType), sink);
 }
 
 bool CChartLoader::Loading() const {

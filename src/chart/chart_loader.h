@@ -6,8 +6,8 @@
 // and the window, the export mode its own event loop.
 
 #include "chart/chart_progress.h"
-#include "chart/live_updater.h"
 #include "history/history_parser.h"
+#include "history/live_updater.h"
 #include "history/request_settings.h"
 #include "history/request_settings_check.h"
 
@@ -15,6 +15,7 @@
 #include <string>
 
 class CChartHistRequest;
+class CSettings;
 class IHistoryFeed;
 
 // What the chart shows once loaded, in words and numbers.
@@ -42,8 +43,9 @@ public:
     static constexpr int kDefaultDisplayedPoints = 120;
 
     // Marks the chart alive in `history` for the loader's lifetime: answer lines that arrive
-    // after it is gone are dropped.
-    explicit CChartLoader(CChartHistRequest& history);
+    // after it is gone are dropped. The request is made from `settings`, read when it starts;
+    // both outlive the loader.
+    CChartLoader(CChartHistRequest& history, const CSettings& settings);
     ~CChartLoader();
     CChartLoader(const CChartLoader&) = delete;
     CChartLoader& operator=(const CChartLoader&) = delete;
@@ -55,7 +57,7 @@ public:
     // Reads the request settings from the settings table (at start, and after the data settings
     // page stored them).
     void LoadSettings();
-    const SRequestSettings& Settings() const { return m_settings; }
+    const SRequestSettings& Settings() const { return m_request; }
 
     // Leaves the symbol shown: unwatches it and empties the series. Nothing when none is shown.
     void Leave();
@@ -73,8 +75,9 @@ public:
     // lines are dropped and logged.
     void OnLevel1Line(const std::string& line);
 
-    // One tick of the progress timer: the status text and what the view redraws.
-    void OnProgressTick(IHistoryProgressView& view);
+    // One tick of the progress timer: the status text, and the complete history or the new live
+    // points handed to `sink`.
+    void OnProgressTick(IHistoryProgressSink& sink);
 
     const std::string& Symbol() const { return m_symbol; }
     int DataType() const { return m_dataType; }
@@ -84,13 +87,13 @@ public:
     bool Loading() const;
     // The error reply's text since the last Load ("!NO_DATA!", "!UNKNOWN_SYMBOL!"); "" when none.
     // It explains an empty series; a series with points is shown whatever this says.
-    const std::string& AnswerError() const { return m_answerError; }
+    const std::string& AnswerError() const { return m_parser.AnswerError(); }
     // Why the last Load could not make a request from the stored settings; none when it could.
     const std::optional<SRequestSettingProblem>& SettingsProblem() const {
         return m_settingsProblem;
     }
     // True once the end marker of an answer arrived since the last Load (error or not).
-    bool AnswerEnded() const { return m_answerEnded; }
+    bool AnswerEnded() const { return m_parser.AnswerEnded(); }
     SChartSummary Summary() const;
     const std::deque<std::string>& HeldLevel1Lines() const { return m_parser.HeldLevel1Lines(); }
 
@@ -106,14 +109,13 @@ private:
 
     CChartHistRequest& m_history;
     IHistoryFeed* m_feed = nullptr;
-    SRequestSettings m_settings;
+    const CSettings& m_settings;
+    SRequestSettings m_request;
     CHistoryResponseParser m_parser;
     CLevel1Updater m_updater;
     CHistoryProgress m_progress;
     std::string m_symbol;
     int m_dataType = 0;
     int m_intervalIndex = 0;
-    std::string m_answerError;
-    bool m_answerEnded = false;
     std::optional<SRequestSettingProblem> m_settingsProblem;
 };

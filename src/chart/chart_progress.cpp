@@ -26,30 +26,27 @@ std::string CHistoryProgress::DatapointsText(int count, int displayed) {
 }
 
 void CHistoryProgress::OnTimer(const CChartHistRequest& history, int dataType,
-                               IHistoryProgressView& view) {
+                               IHistoryProgressSink& sink) {
     const int count = history.GetCount();
     if (!history.IsHistoryComplete()) {
         m_shownCount = count;
-        view.SetStatusText(RetrievalText(dataType, count));
+        sink.SetStatusText(RetrievalText(dataType, count));
         return;
     }
     if (m_newLoad) {
         m_newLoad = false;
-        view.SetScrollRange(count);
-        view.SetScrollPosition(count);
-        m_shownCount = view.RecomputeAndShowNewest();
-        view.SetStatusText(DatapointsText(count, view.DisplayedPointCount()));
+        m_shownCount = count;
+        sink.SetStatusText(DatapointsText(count, sink.ShowCompleteHistory(count)));
         return;
     }
-    if (count < m_shownCount) {
+    // Live points are followed once something is shown, and never when the series shrank.
+    if (count < m_shownCount || m_shownCount == 0) {
         return;
     }
-    if (!view.IsScrollAtLimit() || m_shownCount == 0) {
+    const std::optional<int> displayed = sink.ShowNewPoints(count, count - m_shownCount);
+    if (!displayed) {
         return;
     }
-    view.SetScrollRange(count);
-    view.SetScrollPosition(view.ScrollLimit());
-    view.AppendNewPoints(count - m_shownCount);
     m_shownCount = count;
-    view.SetStatusText(DatapointsText(count, view.DisplayedPointCount()));
+    sink.SetStatusText(DatapointsText(count, *displayed));
 }

@@ -2,29 +2,26 @@
 
 #include "core/timers.h"
 
+#include <optional>
 #include <string>
 
 class CChartHistRequest;
 
-// What the 250 ms progress timer asks of the chart view.
-class IHistoryProgressView {
+// Where the progress of a chart's history goes every 250 ms: the chart view (status bar, scroll
+// bar and panes) or the export (its log).
+class IHistoryProgressSink {
 public:
-    virtual ~IHistoryProgressView() = default;
-    // The scroll bar's range 0 ... maximum and its position.
-    virtual void SetScrollRange(int maximum) = 0;
-    virtual void SetScrollPosition(int position) = 0;
-    // The highest position the scroll bar can take, and whether it is there.
-    virtual int ScrollLimit() const = 0;
-    virtual bool IsScrollAtLimit() const = 0;
-    // Recomputes the price chart and every study pane over the whole series, clears the
-    // points-deleted flag and shows the newest points; returns the count the price chart holds.
-    virtual int RecomputeAndShowNewest() = 0;
-    // Appends `count` new points to the panes.
-    virtual void AppendNewPoints(int count) = 0;
-    // The number of points the view shows at once.
-    virtual int DisplayedPointCount() const = 0;
-    // Status bar pane 45030.
+    virtual ~IHistoryProgressSink() = default;
+    // A progress text (status bar pane 45030).
     virtual void SetStatusText(const std::string& text) = 0;
+    // The history of a new load is complete with `count` points: everything is computed over the
+    // whole series and the newest points are shown. Returns how many points are shown at once.
+    virtual int ShowCompleteHistory(int count) = 0;
+    // The series holds `count` points, `added` of them beyond those shown before (0: only the
+    // newest point may have changed). Returns how many points are shown at once when the sink
+    // took them; none when it leaves them for a later tick (a chart scrolled back from the newest
+    // points stays where it is).
+    virtual std::optional<int> ShowNewPoints(int count, int added) = 0;
 };
 
 // The loading-progress and live-follow decisions, made every 250 ms.
@@ -41,7 +38,7 @@ public:
     void SetShownCount(int count) { m_shownCount = count; }
 
     // One timer tick. `dataType` is "RequestDataType".
-    void OnTimer(const CChartHistRequest& history, int dataType, IHistoryProgressView& view);
+    void OnTimer(const CChartHistRequest& history, int dataType, IHistoryProgressSink& sink);
 
     // "Retrieving Tick Data (%d Ticks Received)" and its kin; empty outside 0-4.
     static std::string RetrievalText(int dataType, int count);

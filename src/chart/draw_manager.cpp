@@ -220,49 +220,128 @@ void CHistChartDrawManager::PaintXAxis(CChart2D& chart, const SPaneFrame& frame,
     chart.SetXLabels(labels);
 }
 
-void CHistChartDrawManager::PaintPricePane(CChart2D& chart, const SChartStyle& style,
-                                           const SPaneFrame& frame) {
-    CChartDrawingHold hold(chart);
-    ApplyPaneFrame(chart, style, style.priceLabel);
-    PaintXAxis(chart, frame, frame.timeLabelPane == 0);
-    if (!style.fixedYScaling || !m_haveYRange) {
-        const SPriceRange range = DisplayedRange();
-        double low = range.low;
-        double high = range.high;
-        // The averages and bands widen the range to what they draw.
-        if (m_studies != nullptr && m_bars.Count() > 0) {
-            if (const auto upper = m_studies->UpperExtent(m_bars.first, m_bars.Count())) {
-                low = std::min(low, upper->min);
-                high = std::max(high, upper->max);
-            }
-        }
-        m_yRange = CChart2D::NormalizeRange(low, high);
-        m_haveYRange = m_bars.Count() > 0;
-    }
-    chart.SetAxisRange(CChart2D::EAxis::Y, m_yRange.min, m_yRange.max);
-    chart.SetAxisRange(CChart2D::EAxis::Y2, m_yRange.min, m_yRange.max);
-
-    const CChart2D::SGeometry geometry = chart.Geometry();
-    const SCandleWidth candle =
-        CandleWidth(geometry.width, geometry.left, geometry.right, frame.displayedPoints);
-    m_price.SetLook(PriceChartType(m_dataType, style.candleStyle), style, candle);
-    m_price.Paint(chart);
-    if (m_studies != nullptr) {
-        m_studies->PaintUpper(chart, m_bars.first, m_bars.Count());
-    }
-    chart.SetLabelLine(frame.priceBarText, style.priceBar);
+void CHistChartDrawManager::SetStudies(IPaneStudies* studies) {
+    m_studies = studies;
+    RefreshItems();
 }
 
-void CHistChartDrawManager::PaintStudyPane(CChart2D& chart, const SChartStyle& style,
-                                           const SPaneFrame& frame, int pane, int studyType,
-                                           const std::string& label, int cursorBar,
-                                           bool minimized) {
-    CChartDrawingHold hold(chart);
-    ApplyPaneFrame(chart, style, style.StudyLabelColor(studyType));
-    PaintXAxis(chart, frame, frame.timeLabelPane == pane);
-    if (m_studies != nullptr && pane <= m_studies->PaneCount()) {
-        m_studies->PaintPane(pane, chart, m_bars.first, m_bars.Count(), cursorBar, minimized);
+void CHistChartDrawManager::RefreshItems() {
+    const std::uint64_t version = m_studies != nullptr ? m_studies->ItemsVersion() : 0;
+    if (m_itemsStudies == m_studies && m_itemsVersion == version &&
+        m_builtOwnVersion == m_ownVersion) {
         return;
     }
-    chart.SetLabelLine(label, style.StudyLabelColor(studyType));
+    m_itemsStudies = m_studies;
+    m_itemsVersion = version;
+    m_builtOwnVersion = m_ownVersion;
+    for (int pane = 0; pane < kPaneCount; ++pane) {
+        std::vector<std::shared_ptr<CDrawnItem>> items;
+        if (pane == 0) {
+            items.push_back(m_price);
+        }
+        if (m_studies != nullptr) {
+            m_studies->AddItems(pane, items);
+        }
+        const auto& own = m_own[static_cast<std::size_t>(pane)];
+        items.insert(items.end(), own.begin(), own.end());
+        m_items[static_cast<std::size_t>(pane)].Assign(std::move(items));
+    }
+}
+
+const CPaneItems& CHistChartDrawManager::Items(int pane) {
+    RefreshItems();
+    return m_items[static_cast<std::size_t>(std::clamp(pane, 0, kPaneCount - 1))];
+}
+
+void CHistChartDrawManager::AddItem(int pane, std::shared_ptr<CDrawnItem> item) {
+    if (pane < 0 || pane >= kPaneCount || item == nullptr) {
+        return;
+    }
+    m_own[static_cast<std::size_t>(pane)].push_back(std::move(item));
+    ++m_ownVersion;
+}
+
+bool CHistChartDrawManager::RemoveItem(int pane, const CDrawnItem* item) {
+    if (pane < 0 || pane >= kPaneCount) {
+        return false;
+    }
+    auto& own = m_own[static_cast<std::size_t>(pane)];
+    const auto removed = std::erase_if(
+        own, [item](const std::shared_ptr<CDrawnItem>& held) { return held.get() == item; });
+    if (removed == 0) {
+        return false;
+    }
+    ++m_ownVersion;
+    return true;
+}
+
+std::shared_ptr<CDrawnItem> CHistChartDrawManager::ItemAt(int pane, const CChart2D& chart,
+                                                          CChart2D::SPixelPoint point,
+                                                          double tolerance) {
+    if (pane < 0 || pane >= kPaneCount) {
+        return nullptr;
+    }
+    return Items(pane).ItemAt(chart, m_view, point, tolerance);
+}
+
+CChart2D::SRange CHistChartDrawManager::PriceRange(const SChartStyle& style) {
+    if (!style.fixedYScaling || !m_haveYRange) {
+        // The averages and bands widen the range to what they draw.
+        const std::optional<CChart2D::SRange> extent = m_items[0].Extent(m_view);
+        m_yRange = extent ? CChart2D::NormalizeRange(extent->min, extent->max)
+                          : CChart2D::NormalizeRange(0.0, 0.0);
+        m_haveYRange = m_bars.Count() > 0;
+    }
+    return m_yRange;
+}
+
+void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartStyle& style,
+                                      const SPaneFrame& frame, int studyType, bool strip) {
+    if (pane < 0 || pane >= kPaneCount) {
+        return;
+    }
+    RefreshItems();
+    CChartDrawingHold hold(chart);
+    const bool study = pane > 0 && m_studies != nullptr && pane <= m_studies->PaneCount();
+    if (study) {
+        studyType = m_studies->PaneStudyType(pane);
+    }
+    const ColorRef labelColor = pane == 0 ? style.priceLabel : style.StudyLabelColor(studyType);
+    ApplyPaneFrame(chart, style, labelColor);
+    PaintXAxis(chart, frame, frame.timeLabelPane == pane);
+    m_view = {m_bars.first, m_bars.Count(), std::max(frame.displayedPoints, 1)};
+    CPaneItems& items = m_items[static_cast<std::size_t>(pane)];
+
+    CChart2D::SRange range{0.0, 1.0};
+    if (pane == 0) {
+        range = PriceRange(style);
+        const CChart2D::SGeometry geometry = chart.Geometry();
+        m_look.type = PriceChartType(m_dataType, style.candleStyle);
+        m_look.candle =
+            CandleWidth(geometry.width, geometry.left, geometry.right, frame.displayedPoints);
+        m_look.data = style.priceData;
+        m_look.up = style.upCandle;
+        m_look.down = style.downCandle;
+    } else {
+        const SPaneScale scale = study ? m_studies->PaneScale(pane) : SPaneScale{};
+        if (scale.fixed) {
+            range = *scale.fixed;
+        } else if (const std::optional<CChart2D::SRange> extent = items.Extent(m_view)) {
+            const double margin = (extent->max - extent->min) * scale.margin;
+            range = CChart2D::NormalizeRange(extent->min - margin, extent->max + margin);
+        }
+        chart.SetLabelPrecision(CChart2D::EAxis::Y, scale.precision);
+        chart.SetLabelPrecision(CChart2D::EAxis::Y2, scale.precision);
+    }
+    chart.SetAxisRange(CChart2D::EAxis::Y, range.min, range.max);
+    chart.SetAxisRange(CChart2D::EAxis::Y2, range.min, range.max);
+    items.Paint(chart, m_view);
+
+    if (pane == 0) {
+        chart.SetLabelLine(frame.priceBarText, style.priceBar);
+    } else if (study) {
+        chart.SetLabelLine(m_studies->PaneLabel(pane, frame.cursorBar, strip), labelColor);
+    } else {
+        chart.SetLabelLine(strip ? "(Minimized)" : "", labelColor);
+    }
 }

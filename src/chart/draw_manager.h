@@ -1,8 +1,9 @@
 #pragma once
 
 // The draw manager of the chart view: it reads the displayed bars of the series, gives the
-// panes the prices by bar index and paints the price pane and the study panes through their
-// charts.
+// studies the prices by bar index, keeps each pane's list of drawn items (the price data and
+// what the studies draw, then items of its own such as trendlines) and paints a pane by
+// painting its list.
 
 #include "chart/bar_series.h"
 #include "chart/chart_style.h"
@@ -10,7 +11,9 @@
 #include "chart/price_chart.h"
 #include "chart/price_pane_logic.h"
 
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 class CChartHistRequest;
@@ -24,6 +27,8 @@ struct SPaneFrame {
     // The pane whose x axis carries the time labels (the lowest shown); the others draw the
     // grid lines only.
     int timeLabelPane = 0;
+    // The bar under the mouse, whose values the study panes' label lines show.
+    int cursorBar = kNoCursorBar;
 };
 
 class CHistChartDrawManager final : public IBarSeries {
@@ -34,7 +39,7 @@ public:
 
     // The studies that draw over the price pane and into the study panes (not owned; null:
     // study panes show their frames only).
-    void SetStudies(IPaneStudies* studies) { m_studies = studies; }
+    void SetStudies(IPaneStudies* studies);
     IPaneStudies* Studies() const { return m_studies; }
 
     // Reads the displayed bars, `count` from `first` (clipped to the series), for the data type
@@ -57,7 +62,6 @@ public:
 
     // The highest high, lowest low and largest volume of the displayed bars.
     SPriceRange DisplayedRange() const;
-    CHistPriceChart& PriceChart() { return m_price; }
 
     // The bar that the read-outs describe: `cursorBar` when it is a displayed bar, else the
     // newest displayed bar; kNoCursorBar when nothing is displayed.
@@ -73,14 +77,25 @@ public:
     // line per displayed study.
     std::string InfoText(int bar) const;
 
-    // Pane 0: frame, x axis, y range (the displayed bars and the upper studies unless fixed),
-    // candle width, bars and the upper studies.
-    void PaintPricePane(CChart2D& chart, const SChartStyle& style, const SPaneFrame& frame);
-    // Study pane `pane` (1 .. 10): frame, x axis, and the study's lines and label line; without
-    // studies the frame carries `label`.
-    void PaintStudyPane(CChart2D& chart, const SChartStyle& style, const SPaneFrame& frame,
-                        int pane, int studyType, const std::string& label, int cursorBar,
-                        bool minimized);
+    // Paints pane `pane` (0 the price pane, 1 .. 10 the study panes) into `chart`: the frame and
+    // x axis, the value range (fitted to what the pane's items draw, or fixed), every item of
+    // the pane's list and the label line. `studyType` is the study the layout puts in a study
+    // pane; `strip`: the pane is laid out as its label strip.
+    void PaintPane(int pane, CChart2D& chart, const SChartStyle& style, const SPaneFrame& frame,
+                   int studyType, bool strip);
+
+    // The items of pane `pane` as the next paint draws them.
+    const CPaneItems& Items(int pane);
+    // Adds an item of the view's own to pane `pane`, drawn after the studies' items, until it is
+    // removed.
+    void AddItem(int pane, std::shared_ptr<CDrawnItem> item);
+    bool RemoveItem(int pane, const CDrawnItem* item);
+    // The item of pane `pane` nearest to `point` (pane pixels) within `tolerance` pixels, as the
+    // pane was last painted; null when none.
+    std::shared_ptr<CDrawnItem> ItemAt(int pane, const CChart2D& chart, CChart2D::SPixelPoint point,
+                                       double tolerance);
+    // The bars the panes showed at the last paint.
+    const SPaneView& View() const { return m_view; }
 
 private:
     double Price(EPriceColumn column, int index) const;
@@ -89,13 +104,26 @@ private:
     // The decimals (2 to 6) that `prices` need.
     static int DecimalsOf(std::span<const double> prices);
     void PaintXAxis(CChart2D& chart, const SPaneFrame& frame, bool withTexts) const;
+    // The price pane's value range: fitted to its items unless fixed scaling keeps the last one.
+    CChart2D::SRange PriceRange(const SChartStyle& style);
+    // Builds the panes' lists again when the studies' items or the view's own changed.
+    void RefreshItems();
 
     const CChartHistRequest& m_history;
     IPaneStudies* m_studies = nullptr;
     SDisplayedBars m_bars;
     int m_decimals = 2;
     int m_dataType = 0;
-    CHistPriceChart m_price{m_bars};
+    SPriceLook m_look;
+    std::shared_ptr<CHistPriceChart> m_price = std::make_shared<CHistPriceChart>(m_bars, m_look);
     bool m_haveYRange = false;
     CChart2D::SRange m_yRange;
+    SPaneView m_view;
+    std::array<CPaneItems, kPaneCount> m_items;
+    std::array<std::vector<std::shared_ptr<CDrawnItem>>, kPaneCount> m_own;
+    // What the lists were built from: the studies, their items' version and the own items'.
+    const IPaneStudies* m_itemsStudies = nullptr;
+    std::uint64_t m_itemsVersion = 0;
+    std::uint64_t m_ownVersion = 1;
+    std::uint64_t m_builtOwnVersion = 0;
 };

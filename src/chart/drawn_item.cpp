@@ -1,13 +1,103 @@
 #include "chart/drawn_item.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+
+std::optional<CChart2D::SRange> CDrawnItem::Extent(const SPaneView& /*view*/) const {
+    return std::nullopt;
+}
+
+std::optional<double> CDrawnItem::HitTest(const CChart2D& /*chart*/, const SPaneView& /*view*/,
+                                          CChart2D::SPixelPoint /*point*/,
+                                          double /*tolerance*/) const {
+    return std::nullopt;
+}
+
+bool CDrawnItem::MoveBy(const CChart2D& /*chart*/, const SPaneView& /*view*/,
+                        CChart2D::SPixelPoint /*from*/, CChart2D::SPixelPoint /*to*/) {
+    return false;
+}
+
+void CPaneItems::Add(Item item) {
+    if (item != nullptr) {
+        std::erase(m_retired, item);
+        m_items.push_back(std::move(item));
+    }
+}
+
+void CPaneItems::Retire(const Item& item) {
+    if (std::find(m_retired.begin(), m_retired.end(), item) == m_retired.end()) {
+        m_retired.push_back(item);
+    }
+}
+
+bool CPaneItems::Remove(const CDrawnItem* item) {
+    const auto at = std::find_if(m_items.begin(), m_items.end(),
+                                 [item](const Item& held) { return held.get() == item; });
+    if (at == m_items.end()) {
+        return false;
+    }
+    Retire(*at);
+    m_items.erase(at);
+    return true;
+}
+
+void CPaneItems::Assign(std::vector<Item> items) {
+    std::erase(items, nullptr);
+    for (const Item& old : m_items) {
+        if (std::find(items.begin(), items.end(), old) == items.end()) {
+            Retire(old);
+        }
+    }
+    for (const Item& item : items) {
+        std::erase(m_retired, item);
+    }
+    m_items = std::move(items);
+}
+
+void CPaneItems::Paint(CChart2D& chart, const SPaneView& view) {
+    // Items that left go first: a new item may take over the series id of one that left.
+    for (const Item& item : m_retired) {
+        item->Erase(chart);
+    }
+    m_retired.clear();
+    for (const Item& item : m_items) {
+        item->Paint(chart, view);
+    }
+}
+
+std::optional<CChart2D::SRange> CPaneItems::Extent(const SPaneView& view) const {
+    std::optional<CChart2D::SRange> all;
+    for (const Item& item : m_items) {
+        if (const std::optional<CChart2D::SRange> range = item->Extent(view)) {
+            all = all ? CChart2D::SRange{std::min(all->min, range->min),
+                                         std::max(all->max, range->max)}
+                      : *range;
+        }
+    }
+    return all;
+}
+
+CPaneItems::Item CPaneItems::ItemAt(const CChart2D& chart, const SPaneView& view,
+                                    CChart2D::SPixelPoint point, double tolerance) const {
+    Item nearest;
+    double best = 0.0;
+    for (const Item& item : m_items) {
+        const std::optional<double> distance = item->HitTest(chart, view, point, tolerance);
+        if (distance && (nearest == nullptr || *distance < best)) {
+            nearest = item;
+            best = *distance;
+        }
+    }
+    return nearest;
+}
 
 CLevelLineItem::CLevelLineItem(CChart2D::SeriesId id, double value,
                                const CChart2D::SLineStyle& style)
     : m_id(id), m_value(value), m_style(style) {}
 
-void CLevelLineItem::Paint(CChart2D& chart) {
+void CLevelLineItem::Paint(CChart2D& chart, const SPaneView& /*view*/) {
     chart.SetLineStyle(m_id, m_style);
     if (CChart2D::IsHole(m_value)) {
         chart.SetLinePoints(m_id, {});
@@ -18,12 +108,19 @@ void CLevelLineItem::Paint(CChart2D& chart) {
     chart.SetLinePoints(m_id, ends);
 }
 
-void CLevelLineItem::Erase(CChart2D& chart) {
+void CLevelLineItem::Erase(CChart2D& chart) const {
     chart.ClearSeries(m_id);
 }
 
-std::optional<double> CLevelLineItem::HitTest(const CChart2D& chart, CChart2D::SPixelPoint point,
-                                              double tolerance) const {
+std::optional<CChart2D::SRange> CLevelLineItem::Extent(const SPaneView& /*view*/) const {
+    if (!std::isfinite(m_value)) {
+        return std::nullopt;
+    }
+    return CChart2D::SRange{m_value, m_value};
+}
+
+std::optional<double> CLevelLineItem::HitTest(const CChart2D& chart, const SPaneView& /*view*/,
+                                              CChart2D::SPixelPoint point, double tolerance) const {
     if (CChart2D::IsHole(m_value)) {
         return std::nullopt;
     }
@@ -39,8 +136,8 @@ std::optional<double> CLevelLineItem::HitTest(const CChart2D& chart, CChart2D::S
     return distance;
 }
 
-bool CLevelLineItem::MoveBy(const CChart2D& chart, CChart2D::SPixelPoint from,
-                            CChart2D::SPixelPoint to) {
+bool CLevelLineItem::MoveBy(const CChart2D& chart, const SPaneView& /*view*/,
+                            CChart2D::SPixelPoint from, CChart2D::SPixelPoint to) {
     if (!m_movable || CChart2D::IsHole(m_value)) {
         return false;
     }

@@ -5,8 +5,10 @@
 // thread and follow live points on it; the view polls for the result on its timers and draws
 // what is there.
 
-#include "chart/chart_2d.h"
+#include "chart/drawn_item.h"
 
+#include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +17,15 @@ class CChartHistRequest;
 
 // No bar under the cursor.
 inline constexpr int kNoCursorBar = -1000000;
+
+// How a study pane's value axis is set: to a fixed range (the oscillators), or fitted to what
+// the pane's items draw over the displayed bars, widened by `margin` of the span above and
+// below so that the extremes do not sit on the frame.
+struct SPaneScale {
+    std::optional<CChart2D::SRange> fixed;
+    double margin = 0.05;
+    int precision = 0; // decimals of the value labels
+};
 
 class IPaneStudies {
 public:
@@ -35,10 +46,13 @@ public:
     // Blocks until the running computation is done (image rendering and export).
     virtual void WaitFinished() = 0;
 
-    // ---- the price pane (series indexes first .. first + count - 1) ----
-    // The lowest and highest value that the upper studies draw over these bars.
-    virtual std::optional<CChart2D::SRange> UpperExtent(int first, int count) const = 0;
-    virtual void PaintUpper(CChart2D& chart, int first, int count) = 0;
+    // ---- drawn items ----
+    // Changes whenever the items of a pane change (a computation finished, other settings); the
+    // items of one version draw what the studies hold, live points included.
+    virtual std::uint64_t ItemsVersion() const = 0;
+    // Appends the items drawn on `pane`: 0 the price pane (the averages and bands), 1 .. 10 the
+    // study panes (lines, histograms, level and zero lines).
+    virtual void AddItems(int pane, std::vector<std::shared_ptr<CDrawnItem>>& items) const = 0;
     // The price bar's study fields at `bar`: the moving averages field and the bands field, each
     // only when it has something to say.
     virtual std::vector<std::string> PriceBarFields(int bar, int decimals) const = 0;
@@ -46,11 +60,8 @@ public:
     // ---- study pane `pane` (1 .. 10) ----
     virtual int PaneCount() const = 0;
     virtual int PaneStudyType(int pane) const = 0;
-    // Lines, level lines, value range and label line of the pane; `cursorBar` is the bar under
-    // the mouse or kNoCursorBar.
-    virtual void PaintPane(int pane, CChart2D& chart, int first, int count, int cursorBar,
-                           bool minimized) = 0;
-    // The label line alone, for a cursor that moved.
+    virtual SPaneScale PaneScale(int pane) const = 0;
+    // The label line: the description and the values at `cursorBar` (kNoCursorBar: none).
     virtual std::string PaneLabel(int pane, int cursorBar, bool minimized) const = 0;
 
     // ---- the info text at `bar` ----

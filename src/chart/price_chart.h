@@ -26,30 +26,29 @@ struct SDisplayedBars {
     int Count() const { return static_cast<int>(close.size()); }
 };
 
+// How the price data is drawn: set by the draw manager before each paint.
+struct SPriceLook {
+    EPriceChartType type = EPriceChartType::Candles;
+    SCandleWidth candle;
+    ColorRef data = 0;
+    ColorRef up = 0;
+    ColorRef down = 0;
+};
+
 class CHistPriceChart final : public CDrawnItem {
 public:
     static constexpr CChart2D::SeriesId kPriceSeries = 100;
 
-    explicit CHistPriceChart(const SDisplayedBars& bars) : m_bars(bars) {}
+    // Draws `bars` as `look` says; both belong to the draw manager and outlive the item.
+    CHistPriceChart(const SDisplayedBars& bars, const SPriceLook& look)
+        : m_bars(bars), m_look(look) {}
 
-    // How the next Paint draws: the chart type, colours and candle width.
-    void SetLook(EPriceChartType type, const SChartStyle& style, SCandleWidth candle);
-    EPriceChartType Type() const { return m_type; }
-    SCandleWidth Candle() const { return m_candle; }
-
-    void Paint(CChart2D& chart) override;
-    void Erase(CChart2D& chart) override;
-    // Price data is neither picked nor dragged.
-    std::optional<double> HitTest(const CChart2D& chart, CChart2D::SPixelPoint point,
-                                  double tolerance) const override;
-    bool MoveBy(const CChart2D& chart, CChart2D::SPixelPoint from,
-                CChart2D::SPixelPoint to) override;
+    void Paint(CChart2D& chart, const SPaneView& view) override;
+    void Erase(CChart2D& chart) const override;
+    // The highest high and lowest low of the displayed bars.
+    std::optional<CChart2D::SRange> Extent(const SPaneView& view) const override;
 
 private:
     const SDisplayedBars& m_bars;
-    EPriceChartType m_type = EPriceChartType::Candles;
-    SCandleWidth m_candle;
-    ColorRef m_data = 0;
-    ColorRef m_up = 0;
-    ColorRef m_down = 0;
+    const SPriceLook& m_look;
 };

@@ -152,38 +152,11 @@ bool ParseFields(const SLineFields& f, std::uint32_t kind, bool extendedTrades, 
 
 } // namespace
 
-bool IsHistoryErrorReply(std::string_view line, std::string_view* errorText) {
-    const SLineFields fields(line);
-    if (fields.count < 2 || !StartsWith(fields.field[1], 'E')) {
-        return false;
-    }
-    if (errorText != nullptr) {
-        *errorText = fields.count >= 3 ? fields.field[2] : fields.field[1];
-    }
-    return true;
-}
-
-bool IsHistoryEndMarker(std::string_view line) {
-    const SLineFields fields(line);
-    return fields.count == 2 && ContainsEndMarker(fields.field[1]);
-}
-
 int PriceTextWidthOf(std::string_view price) {
     const std::size_t point = price.find('.');
     const long position = point == std::string_view::npos ? -1 : static_cast<long>(point);
     const long width = static_cast<long>(price.size()) - position + 9;
     return static_cast<int>(width < 11 ? 11 : width);
-}
-
-void ApplyFundamentalPriceWidth(CChartHistRequest& history, std::string_view fundamentalLine,
-                                bool exchangeFormat) {
-    std::vector<std::string_view> fields;
-    SplitFields(fundamentalLine, fields);
-    if (exchangeFormat) {
-        history.SetPriceTextWidth(ToInteger<int>(ElementAt(fields, 30)));
-    } else {
-        history.SetPriceTextWidth(PriceTextWidthOfDecimals(ToInteger<int>(ElementAt(fields, 31))));
-    }
 }
 
 int PriceTextWidthOfDecimals(int decimals) {
@@ -192,27 +165,32 @@ int PriceTextWidthOfDecimals(int decimals) {
 
 CHistoryResponseParser::CHistoryResponseParser(CChartHistRequest& history) : m_history(history) {}
 
-void CHistoryResponseParser::OnHistoryLine(std::string_view line) {
+SHistoryLine CHistoryResponseParser::OnHistoryLine(std::string_view line) {
     const SLineFields fields(line);
     const int count = fields.count;
 
     if (count >= 2 && StartsWith(fields.field[1], 'E')) {
-        return; // an error reply: the request stays incomplete
+        const std::string_view text = count >= 3 ? fields.field[2] : fields.field[1];
+        m_answerError.assign(text);
+        return {SHistoryLine::EKind::Error, text};
+    }
+    const bool endMarker = count == 2 && ContainsEndMarker(fields.field[1]);
+    const SHistoryLine result{endMarker ? SHistoryLine::EKind::End : SHistoryLine::EKind::Data, {}};
+    if (endMarker) {
+        m_answerEnded = true;
     }
     if (!m_history.IsChartAlive()) {
         if (ContainsEndMarker(line)) {
             m_history.Clear();
         }
-        return;
+        return result;
     }
-    if (count < 3) {
-        if (count == 2 && ContainsEndMarker(fields.field[1])) {
-            EndOfAnswer();
-        }
-        return;
+    if (endMarker) {
+        EndOfAnswer();
+        return result;
     }
-    if (StartsWith(fields.field[1], '!')) {
-        return; // another marker line
+    if (count < 3 || StartsWith(fields.field[1], '!')) {
+        return result; // a short line or another marker
     }
 
     const std::string_view id = fields.field[0];
@@ -223,13 +201,14 @@ void CHistoryResponseParser::OnHistoryLine(std::string_view line) {
         m_history.SetPriceTextWidth(PriceTextWidthOf(fields.At(3)));
     }
     if (digit > 9) {
-        return;
+        return result;
     }
 
     sTICK tick;
     if (ParseFields(fields, digit, m_history.AreExtendedTradesAccepted(), tick)) {
         m_history.AppendTick(tick);
     }
+    return result;
 }
 
 bool CHistoryResponseParser::ParseRecord(std::string_view line, std::uint32_t kind,
@@ -258,6 +237,12 @@ void CHistoryResponseParser::EndOfAnswer() {
             m_liveTrade(line);
         }
     }
+}
+
+void CHistoryResponseParser::StartAnswer() {
+    m_held.clear();
+    m_answerError.clear();
+    m_answerEnded = false;
 }
 
 bool CHistoryResponseParser::HoldLevel1LineWhileLoading(const std::string& line) {

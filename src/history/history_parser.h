@@ -13,37 +13,48 @@ struct sTICK;
 // + 9 (no point counts as position -1), at least 11.
 int PriceTextWidthOf(std::string_view price);
 
-// Sets the price text width from a fundamental ('F') Level 1 line: field 30 with the exchange
-// format on, field 31 + 10 with it off. A line too short for the field throws
-// CInvalidArgException and leaves the width as it was.
-void ApplyFundamentalPriceWidth(CChartHistRequest& history, std::string_view fundamentalLine,
-                                bool exchangeFormat);
 // The price text width of a fundamental line's decimal count (field 31): the count + 10, held at
 // the largest int for counts that would pass it.
 int PriceTextWidthOfDecimals(int decimals);
 
-// Whether a history line is an error reply (field 1 begins with "E"); `errorText` then gets
-// field 2 (or field 1 when there is none). Looks at the line in place, without splitting it.
-bool IsHistoryErrorReply(std::string_view line, std::string_view* errorText = nullptr);
-// Whether a history line is the end marker that completes an answer: exactly two fields, the
-// second containing "!ENDMSG!".
-bool IsHistoryEndMarker(std::string_view line);
+// What a line of a history answer was.
+struct SHistoryLine {
+    enum class EKind {
+        Data,  // a record (stored or not) or another line between the records
+        Error, // an error reply: field 1 begins with "E"
+        End,   // the end marker: exactly two fields, the second containing "!ENDMSG!"
+    };
+    EKind kind = EKind::Data;
+    // Of an error reply: field 2, or field 1 when there is none; a view into the line.
+    std::string_view errorText;
+};
 
-// Turns history answer lines into records of the series, recognises the end of the answer and
-// replays the Level 1 lines that were held while the history loaded.
+// Turns history answer lines into records of the series, recognises the error reply and the end
+// of the answer, and replays the Level 1 lines that were held while the history loaded.
 class CHistoryResponseParser {
 public:
     using LiveTradeHandler = std::function<void(const std::string& line)>;
 
     explicit CHistoryResponseParser(CChartHistRequest& history);
 
-    // One received line beginning with "Loo", without its line end. Short or malformed lines
-    // throw CInvalidArgException; records appended before stay.
-    void OnHistoryLine(std::string_view line);
+    // One received line beginning with "Loo", without its line end: a record is appended, an
+    // error reply noted (it adds nothing and leaves the request incomplete), the end marker ends
+    // the answer (EndOfAnswer). While the chart is gone nothing is stored and a line holding the
+    // end marker anywhere empties the series. Short or malformed lines throw
+    // CInvalidArgException; records appended before stay.
+    SHistoryLine OnHistoryLine(std::string_view line);
     // The end marker arrived: sets the history complete flag and replays the held Level 1 lines
     // whose total volume (field 2) is beyond the last record's volume to the live-trade
     // handler. A held line with fewer than 3 fields throws and stops the replay.
     void EndOfAnswer();
+
+    // A new request: the held lines are dropped, the error reply and the end marker forgotten.
+    void StartAnswer();
+    // The text of the last error reply since StartAnswer ("!NO_DATA!"); "" when none.
+    const std::string& AnswerError() const { return m_answerError; }
+    // True once the end marker arrived since StartAnswer (also when its replay threw, or when
+    // the chart was gone).
+    bool AnswerEnded() const { return m_answerEnded; }
 
     // Holds a Level 1 update line while the history is loading; false (nothing held) once the
     // history is complete.
@@ -61,4 +72,6 @@ private:
     CChartHistRequest& m_history;
     std::deque<std::string> m_held;
     LiveTradeHandler m_liveTrade;
+    std::string m_answerError;
+    bool m_answerEnded = false;
 };

@@ -58,8 +58,6 @@ SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt,
 // The same for another settings file (tests).
 SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt, const QString& file,
                                       ESettingsAccess access = ESettingsAccess::ReadWrite);
-// The same into the process-wide table, for the export mode until it hands its own table in.
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt, ESettingsAccess access);
 
 // Why the INI file at `file` cannot be used, or empty when it can (a missing file can). A file is
 // unusable when it cannot be read, holds NUL or other control bytes or text that is not UTF-8,

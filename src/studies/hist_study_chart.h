@@ -2,7 +2,8 @@
 
 // One lower study pane: the study's settings, its lines computed over the whole series, the
 // level, zero and reference lines, the label line and the info text line. Each study derives
-// from CHistStudyChart and overrides setup, fill, label and value.
+// from CHistStudyChart and overrides setup, fill and the texts. What the pane draws are the
+// items made of its lines and levels (study_items.h).
 //
 // Bars are series indexes, 0 the oldest. A line holds one value per bar; NaN where the study
 // draws nothing (warming up, or a result that is not a number).
@@ -12,7 +13,9 @@
 #include "studies/study_inputs.h"
 #include "studies/study_settings.h"
 
+#include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,10 +45,6 @@ public:
         ColorRef color = 0;
     };
 
-    // Series ids of a study pane: the level lines below the study's lines.
-    static constexpr CChart2D::SeriesId kLevelSeries = 10;
-    static constexpr CChart2D::SeriesId kLineSeries = 20;
-
     explicit CHistStudyChart(int studyType) : m_studyType(studyType) {}
     virtual ~CHistStudyChart() = default;
     CHistStudyChart(const CHistStudyChart&) = delete;
@@ -54,24 +53,26 @@ public:
     int StudyType() const { return m_studyType; }
     int Period() const { return m_period; }
 
-    // Reads the study's settings: period, levels and colours.
+    // Reads the study's settings: period, levels and colours. A pane set up again keeps its
+    // lines; when SameComputation() with its former self holds, they stay valid and only the
+    // look changed.
     virtual void setup(const SStudySettings& settings, const SStudyContext& context);
-    // Computes the study's lines over every bar of `inputs` (kept for value()). The bars before
-    // `from` are those of the last fill (a series that grew at its end: live points); they keep
+    // Whether `other` computes the same lines from the same inputs: the same study, period,
+    // context and parameters (the colours and levels may differ).
+    bool SameComputation(const CHistStudyChart& other) const;
+    // Computes the study's lines over every bar of `inputs`. The bars before `from` are those of
+    // the last fill (a series that grew at its end: live points); they keep
     // their values and the work is in proportion to the bars from `from` on. 0: every bar.
     virtual void fill(const CStudyInputs& inputs, std::size_t from) = 0;
     // The pane's label line: the description, the values at `cursorBar` when it is a bar of
     // the series, and " (Minimized)".
     virtual std::string label(int cursorBar, bool minimized) const;
-    // The study's main value at bar `i` by its formula, NaN while warming up.
-    virtual double value(int i) const = 0;
     // The info text line at `bar` (beginning with "\n"), empty for a study without one.
     virtual std::string InfoLine(int bar) const = 0;
 
-    // The displayed bars first .. first + count - 1 into `chart`: lines, level lines, value
-    // range and label line. `slots` is the width of the x axis in bars.
-    void Paint(CChart2D& chart, int first, int count, int slots, int cursorBar,
-               bool minimized) const;
+    // The fixed value range of a study on a fixed scale (the oscillators); none: the pane fits
+    // its range to what it draws.
+    virtual std::optional<CChart2D::SRange> FixedRange() const { return std::nullopt; }
 
     const std::vector<SLine>& Lines() const { return m_lines; }
     const std::vector<SLevel>& Levels() const { return m_levels; }
@@ -85,13 +86,12 @@ protected:
     virtual std::string Description() const = 0;
     // The values at the cursor, each beginning with a blank; empty when there are none.
     virtual std::string CursorValues(int bar) const = 0;
-    // The value range of the displayed bars; studies on a fixed scale override it.
-    virtual CChart2D::SRange ValueRange(int first, int count) const;
-    virtual int HistogramWidth(double pixelsPerBar) const;
+    // Settings beyond the period that the lines depend on.
+    virtual std::array<int, 2> Parameters() const { return {0, 0}; }
 
-    // Makes `n` lines with these names, sized to the series.
+    // Makes one line per name (keeping the values of lines already there); the line flags are
+    // cleared, for setup to set.
     void ResetLines(std::initializer_list<const char*> names);
-    const CStudyInputs* Inputs() const { return m_inputs; }
 
     int m_studyType;
     int m_period = 1;
@@ -100,7 +100,6 @@ protected:
     SStudyContext m_context;
     std::vector<SLine> m_lines;
     std::vector<SLevel> m_levels;
-    const CStudyInputs* m_inputs = nullptr;
     int m_count = 0;
 };
 

@@ -3,7 +3,6 @@
 #include "chart/chart_labels.h"
 #include "core/data_types.h"
 #include "studies/kernel_support.h"
-#include "studies/study_formulas.h"
 #include "studies/study_kernels.h"
 
 #include <algorithm>
@@ -68,21 +67,13 @@ void CHistRSIChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lower = settings.rsiLower;
     m_levels = {{static_cast<double>(m_upper), settings.rsiUpColor},
                 {static_cast<double>(m_lower), settings.rsiLowColor}};
+    ResetLines({"RSI"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistRSIChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
-    ResetLines({"RSI"});
     study_kernels::Rsi(inputs.Columns().close, m_period, m_lines[0].values, m_carry, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
-}
-
-double CHistRSIChart::value(int i) const {
-    // One running state for the class, as every RSI pane computes the same series.
-    static thread_local study_formulas::SRsiState state;
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::Rsi(*m_inputs, m_period, i, state);
 }
 
 std::string CHistRSIChart::Description() const {
@@ -99,7 +90,7 @@ std::string CHistRSIChart::InfoLine(int bar) const {
     return Defined(rsi) ? Printf("\nRSI: %.1f", rsi) : std::string("\nRSI: ");
 }
 
-CChart2D::SRange CHistRSIChart::ValueRange(int, int) const {
+std::optional<CChart2D::SRange> CHistRSIChart::FixedRange() const {
     return OscillatorRange();
 }
 
@@ -108,19 +99,13 @@ CChart2D::SRange CHistRSIChart::ValueRange(int, int) const {
 void CHistMOMChart::setup(const SStudySettings& settings, const SStudyContext& context) {
     CHistStudyChart::setup(settings, context);
     m_levels = {{0.0, settings.momentumZeroColor}};
+    ResetLines({"MOM"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistMOMChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
-    ResetLines({"MOM"});
     study_kernels::Momentum(inputs.Columns().close, m_period, m_lines[0].values, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
-}
-
-double CHistMOMChart::value(int i) const {
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::Momentum(*m_inputs, m_period, i);
 }
 
 std::string CHistMOMChart::Description() const {
@@ -143,19 +128,13 @@ void CHistROCChart::setup(const SStudySettings& settings, const SStudyContext& c
     CHistStudyChart::setup(settings, context);
     // The reference line sits where the price is unchanged.
     m_levels = {{0.0, settings.roc100Color}};
+    ResetLines({"ROC"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistROCChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
-    ResetLines({"ROC"});
     study_kernels::RateOfChange(inputs.Columns().close, m_period, m_lines[0].values, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
-}
-
-double CHistROCChart::value(int i) const {
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::RateOfChange(*m_inputs, m_period, i);
 }
 
 std::string CHistROCChart::Description() const {
@@ -177,19 +156,13 @@ std::string CHistROCChart::InfoLine(int bar) const {
 void CHistOBVChart::setup(const SStudySettings& settings, const SStudyContext& context) {
     CHistStudyChart::setup(settings, context);
     m_levels = {{0.0, settings.obvZeroColor}};
+    ResetLines({"OBV"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistOBVChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
-    ResetLines({"OBV"});
     study_kernels::OnBalanceVolume(inputs.Columns(), m_period, m_lines[0].values, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
-}
-
-double CHistOBVChart::value(int i) const {
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::OnBalanceVolume(*m_inputs, m_period, i);
 }
 
 std::string CHistOBVChart::Description() const {
@@ -213,30 +186,21 @@ void CHistMACDChart::setup(const SStudySettings& settings, const SStudyContext& 
     m_short = std::max(settings.macdShort, 1);
     m_long = std::max(settings.macdLong, 1);
     m_preset = settings.MacdPresetWord();
-    m_lines.clear();
     ResetLines({"MACD", "Signal", "Histogram"});
     m_lines[0].color = m_dataColor;
     m_lines[1].color = settings.macdSignalColor;
     m_lines[2].color = settings.macdHistogramColor;
+    m_lines[2].histogram = true;
 }
 
 void CHistMACDChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::SMacd macd{std::move(m_lines[0].values), std::move(m_lines[1].values),
                               std::move(m_lines[2].values)};
     study_kernels::Macd(inputs.Columns().close, m_short, m_long, m_period, macd, m_carry, from);
     m_lines[0].values = std::move(macd.macd);
     m_lines[1].values = std::move(macd.signal);
     m_lines[2].values = std::move(macd.histogram);
-    m_lines[2].histogram = true;
     m_count = inputs.Count();
-}
-
-double CHistMACDChart::value(int i) const {
-    static thread_local study_formulas::SMacdState state;
-    return m_inputs == nullptr
-               ? CChart2D::HoleValue()
-               : study_formulas::Macd(*m_inputs, m_short, m_long, m_period, i, state).macd;
 }
 
 std::string CHistMACDChart::Description() const {
@@ -272,27 +236,17 @@ void CHistSTOChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lower = settings.stoLower;
     m_levels = {{static_cast<double>(m_upper), settings.stoUpColor},
                 {static_cast<double>(m_lower), settings.stoLowColor}};
-    m_lines.clear();
     ResetLines({"%K", "%D"});
     m_lines[0].color = settings.stoKColor;
     m_lines[1].color = settings.stoDColor;
 }
 
 void CHistSTOChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::SStochastics sto{std::move(m_lines[0].values), std::move(m_lines[1].values)};
     study_kernels::Stochastics(inputs.Columns(), m_period, m_fast, sto, from);
     m_lines[0].values = std::move(sto.k);
     m_lines[1].values = std::move(sto.d);
     m_count = inputs.Count();
-}
-
-double CHistSTOChart::value(int i) const {
-    if (m_inputs == nullptr) {
-        return CChart2D::HoleValue();
-    }
-    return m_fast ? study_formulas::FastStochastics(*m_inputs, m_period, i).d
-                  : study_formulas::SlowStochastics(*m_inputs, m_period, i).d;
 }
 
 std::string CHistSTOChart::Description() const {
@@ -319,7 +273,7 @@ std::string CHistSTOChart::InfoLine(int bar) const {
            " STO%D: " + (Defined(d) ? Printf("%.1f", d) : std::string());
 }
 
-CChart2D::SRange CHistSTOChart::ValueRange(int, int) const {
+std::optional<CChart2D::SRange> CHistSTOChart::FixedRange() const {
     return OscillatorRange();
 }
 
@@ -330,21 +284,22 @@ void CHistVOLChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_allData = settings.VolumeAverageAllData();
     m_showAverage = settings.showVolumeAverage;
     m_averageColor = settings.volumeAverageColor;
+    ResetLines({"", "VolumeAverage"});
+    m_lines[0].color = m_dataColor;
+    m_lines[0].histogram = true;
+    m_lines[1].flat = true;
+    m_lines[1].color = m_averageColor;
 }
 
 void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     const std::span<const double> volume = inputs.Columns().volume;
     const std::size_t count = volume.size();
     // The volume bars are the series' own column; only the average is the study's. Bars before
     // `from` are kept.
-    ResetLines({"", "VolumeAverage"});
     Column& bars = m_lines[0].values;
     from = std::min(from, bars.size());
     double* out = study_kernels::detail::Grown(bars, count);
     std::copy(volume.begin() + static_cast<std::ptrdiff_t>(from), volume.end(), out + from);
-    m_lines[0].color = m_dataColor;
-    m_lines[0].histogram = true;
     if (m_allData) {
         // Summed oldest first as a whole pass would, the settled bars once.
         if (from < m_settledBars) {
@@ -361,16 +316,8 @@ void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
     }
     // One value at every bar: drawn across the pane, not stored a bar at a time.
     m_lines[1].values.clear();
-    m_lines[1].flat = true;
     m_lines[1].flatValue = m_showAverage ? m_average : CChart2D::HoleValue();
-    m_lines[1].color = m_averageColor;
     m_count = inputs.Count();
-}
-
-double CHistVOLChart::value(int i) const {
-    return m_inputs == nullptr || i < 0 || i >= m_inputs->Count()
-               ? CChart2D::HoleValue()
-               : static_cast<double>(m_inputs->Volume(i));
 }
 
 int CHistVOLChart::BarSeconds() const {
@@ -420,27 +367,17 @@ std::string CHistVOLChart::InfoLine(int) const {
 
 void CHistMFChart::setup(const SStudySettings& settings, const SStudyContext& context) {
     CHistStudyChart::setup(settings, context);
-    m_lines.clear();
     ResetLines({"PositiveFlow", "NegativeFlow"});
     m_lines[0].color = settings.positiveFlowColor;
     m_lines[1].color = settings.negativeFlowColor;
 }
 
 void CHistMFChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::SMoneyFlow flow{std::move(m_lines[0].values), std::move(m_lines[1].values)};
     study_kernels::MoneyFlow(inputs.Columns(), m_period, flow, from);
     m_lines[0].values = std::move(flow.positive);
     m_lines[1].values = std::move(flow.negative);
     m_count = inputs.Count();
-}
-
-double CHistMFChart::value(int i) const {
-    if (m_inputs == nullptr) {
-        return CChart2D::HoleValue();
-    }
-    const study_formulas::SFlows flows = study_formulas::MoneyFlow(*m_inputs, m_period, i);
-    return flows.positive - flows.negative;
 }
 
 std::string CHistMFChart::Description() const {
@@ -474,19 +411,13 @@ void CHistMFIChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lower = settings.mfiLower;
     m_levels = {{static_cast<double>(m_upper), settings.mfiUpColor},
                 {static_cast<double>(m_lower), settings.mfiLowColor}};
+    ResetLines({"MFI"});
+    m_lines[0].color = m_dataColor;
 }
 
 void CHistMFIChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
-    ResetLines({"MFI"});
     study_kernels::MoneyFlowIndex(inputs.Columns(), m_period, m_lines[0].values, from);
-    m_lines[0].color = m_dataColor;
     m_count = inputs.Count();
-}
-
-double CHistMFIChart::value(int i) const {
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::MoneyFlowIndex(*m_inputs, m_period, i);
 }
 
 std::string CHistMFIChart::Description() const {
@@ -504,7 +435,7 @@ std::string CHistMFIChart::InfoLine(int bar) const {
     return Defined(mfi) ? Printf("\nMFI: %.1f", mfi) : std::string("\nMFI: ");
 }
 
-CChart2D::SRange CHistMFIChart::ValueRange(int, int) const {
+std::optional<CChart2D::SRange> CHistMFIChart::FixedRange() const {
     return OscillatorRange();
 }
 
@@ -512,7 +443,6 @@ CChart2D::SRange CHistMFIChart::ValueRange(int, int) const {
 
 void CHistADXChart::setup(const SStudySettings& settings, const SStudyContext& context) {
     CHistStudyChart::setup(settings, context);
-    m_lines.clear();
     ResetLines({"ADX", "+DI", "-DI"});
     m_lines[0].color = m_dataColor;
     m_lines[1].color = settings.positiveDIColor;
@@ -520,7 +450,6 @@ void CHistADXChart::setup(const SStudySettings& settings, const SStudyContext& c
 }
 
 void CHistADXChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    m_inputs = &inputs;
     study_kernels::SAdx adx{std::move(m_lines[0].values), std::move(m_lines[1].values),
                             std::move(m_lines[2].values)};
     study_kernels::Adx(inputs.Columns(), m_period, adx, m_carry, from);
@@ -528,12 +457,6 @@ void CHistADXChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_lines[1].values = std::move(adx.plusDi);
     m_lines[2].values = std::move(adx.minusDi);
     m_count = inputs.Count();
-}
-
-double CHistADXChart::value(int i) const {
-    static thread_local study_formulas::SAdxState state;
-    return m_inputs == nullptr ? CChart2D::HoleValue()
-                               : study_formulas::Adx(*m_inputs, m_period, i, state).adx;
 }
 
 std::string CHistADXChart::Description() const {

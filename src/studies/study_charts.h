@@ -10,14 +10,12 @@ public:
     CHistRSIChart() : CHistStudyChart(kStudyRSI) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The RSI of bar i - 1, as the formula numbers its argument.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
-    CChart2D::SRange ValueRange(int first, int count) const override;
+    std::optional<CChart2D::SRange> FixedRange() const override;
     int m_upper = 70;
     int m_lower = 30;
     study_kernels::SRsiCarry m_carry;
@@ -28,7 +26,6 @@ public:
     CHistMOMChart() : CHistStudyChart(kStudyMomentum) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -41,7 +38,6 @@ public:
     CHistROCChart() : CHistStudyChart(kStudyRateOfChange) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -54,7 +50,6 @@ public:
     CHistOBVChart() : CHistStudyChart(kStudyOBV) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -67,13 +62,12 @@ public:
     CHistMACDChart() : CHistStudyChart(kStudyMACD) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The MACD value at bar i.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
+    std::array<int, 2> Parameters() const override { return {m_short, m_long}; }
     int m_short = 8;
     int m_long = 17;
     std::string m_preset;
@@ -85,14 +79,13 @@ public:
     CHistSTOChart() : CHistStudyChart(kStudyStochastics) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The %D at bar i (fast or slow by the setting).
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
-    CChart2D::SRange ValueRange(int first, int count) const override;
+    std::optional<CChart2D::SRange> FixedRange() const override;
+    std::array<int, 2> Parameters() const override { return {m_fast ? 1 : 0, 0}; }
     bool m_fast = false;
     int m_upper = 80;
     int m_lower = 20;
@@ -103,8 +96,6 @@ public:
     CHistVOLChart() : CHistStudyChart(kStudyVolume) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The volume of bar i.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
     double Average() const { return m_average; }
 
@@ -113,6 +104,9 @@ private:
     std::string CursorValues(int bar) const override;
     // The seconds of one bar when a bar spans more than a second's trades (minute bars).
     int BarSeconds() const;
+    std::array<int, 2> Parameters() const override {
+        return {m_allData ? 1 : 0, m_showAverage ? 1 : 0};
+    }
     bool m_allData = true;
     bool m_showAverage = true;
     ColorRef m_averageColor = 0;
@@ -127,8 +121,6 @@ public:
     CHistMFChart() : CHistStudyChart(kStudyMoneyFlow) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The net flow (positive minus negative) at bar i.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
@@ -141,13 +133,12 @@ public:
     CHistMFIChart() : CHistStudyChart(kStudyMFI) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
-    CChart2D::SRange ValueRange(int first, int count) const override;
+    std::optional<CChart2D::SRange> FixedRange() const override;
     int m_upper = 80;
     int m_lower = 20;
 };
@@ -157,8 +148,6 @@ public:
     CHistADXChart() : CHistStudyChart(kStudyADX) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
-    // The ADX at bar i.
-    double value(int i) const override;
     std::string InfoLine(int bar) const override;
 
 private:

@@ -2,14 +2,12 @@
 
 // The study formulas over whole columns, one pass each: every output column has one entry per
 // bar (index 0 the oldest) and holds the value that the chart draws at that bar, or NaN where the
-// study draws nothing. Each kernel gives the values of the formulas as the study panes define them
-// (a pane filled bar by bar, oldest first) to 1e-9 relative (absolute below 1), in O(1)
-// amortised work per bar.
+// study draws nothing. The values are those of each formula taken bar by bar to 1e-12 relative
+// (absolute below 1); the work is O(1) amortised per bar.
 //
-// Column index = bar index b. RSI's column b is the value for argument b + 1 (bar k = b, using
-// the changes up to bar b); every other column b is the formula at i = b. A period below 1 gives
-// all-NaN columns; empty inputs give empty columns. The columns of SBarColumns beside `close`
-// may be shorter than it: bars that one of the used columns lacks get NaN.
+// Column index = bar index b: the study at bar b (RSI from the changes up to bar b). A period
+// below 1 gives all-NaN columns; empty inputs give empty columns. The columns of SBarColumns
+// beside `close` may be shorter than it: bars that one of the used columns lacks get NaN.
 //
 // Every kernel also comes in a form that writes into columns the caller keeps: they are sized to
 // one entry a bar and their storage is reused when it has the room, so that recomputing a series

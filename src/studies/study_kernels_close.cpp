@@ -105,10 +105,11 @@ void Bollinger(std::span<const double> close, int period, double deviations, SBa
     // change of both when one close replaces another (no sum of squares minus squared sum, which
     // would cancel with prices far above their spread). A window of equal closes has deviation 0
     // exactly. The sums are recomputed from the window every `resumEvery` bars, and as soon as
-    // the squares shrank a millionfold since the last recomputation (a jump left the window; at
-    // most once a window, so the work stays O(1) a bar), so that the rounding left behind by
-    // large moves cannot swamp a calm window.
-    constexpr double kShrink = 1e-6;
+    // the squares shrank a hundredfold since their peak after the last recomputation (a move left
+    // the window; at most once a window, so the work stays O(1) a bar), so that the rounding left
+    // behind by large moves cannot swamp a calmer window: the bands stay within 1e-12 of the
+    // price.
+    constexpr double kShrink = 1e-2;
     double sum = 0.0;
     double mean = 0.0;
     double squares = 0.0;

@@ -3,6 +3,7 @@
 #include "chart/chart_print.h"
 #include "core/data_types.h"
 #include "history/chart_hist_request.h"
+#include "studies/study_items.h"
 
 #include <fmt/format.h>
 
@@ -14,13 +15,6 @@ namespace {
 constexpr int kComputeThreads = 2;
 // Growth beyond this many points is computed off the view's thread.
 constexpr std::size_t kFollowLimit = 1 << 16;
-
-std::span<const double> Slice(const std::vector<double>& column, int first, int count) {
-    const int size = static_cast<int>(column.size());
-    const int begin = std::clamp(first, 0, size);
-    const int end = std::clamp(first + count, begin, size);
-    return {column.data() + begin, static_cast<std::size_t>(end - begin)};
-}
 
 double At(const std::vector<double>& column, int bar) {
     return bar >= 0 && bar < static_cast<int>(column.size()) ? column[static_cast<std::size_t>(bar)]
@@ -35,10 +29,7 @@ CStudyPanes::CStudyPanes(const SUpperStudySettings& upper, const SStudySettings&
 }
 
 CStudyPanes::~CStudyPanes() {
-    if (m_job) {
-        m_job->cancel = true;
-        m_retired.push_back(std::move(m_job));
-    }
+    Retire();
     ReapRetired(true);
 }
 
@@ -55,12 +46,24 @@ SStudyContext CStudyPanes::Context() const {
     return context;
 }
 
+void CStudyPanes::Show(std::shared_ptr<CStudySet> set) {
+    m_current = std::move(set);
+    ++m_itemsVersion;
+}
+
+void CStudyPanes::Retire() {
+    if (m_job) {
+        m_job->cancel = true;
+        m_retired.push_back(std::move(m_job));
+    }
+}
+
 void CStudyPanes::SeriesChanged(const CChartHistRequest& history, int dataType, int intervalIndex) {
     m_history = &history;
     m_dataType = dataType;
     m_intervalIndex = intervalIndex;
     m_growPending = false;
-    Start(true, false);
+    Start(false);
 }
 
 void CStudyPanes::SeriesGrew() {
@@ -84,68 +87,93 @@ bool CStudyPanes::FollowGrowth() {
     const std::size_t from = have == 0 ? 0 : have - 1;
     if (have == 0 || count < have || count - from > kFollowLimit ||
         m_current->SharedInputs() != m_inputs || !m_current->Follow(*m_history, from)) {
-        Start(true, true);
+        Start(true);
         return false;
     }
     return true;
 }
 
-void CStudyPanes::SettingsChanged(const SUpperStudySettings& upper, const SStudySettings& studies) {
+bool CStudyPanes::SettingsChanged(const SUpperStudySettings& upper, const SStudySettings& studies) {
     m_upper = upper;
     m_studies = studies;
-    Start(false, false);
+    if (m_job && m_jobReadsSeries) {
+        // The series is still being read: it is computed with these settings instead.
+        Start(false);
+        return true;
+    }
+    Retire();
+    // The studies that compute what they computed before are taken over from the drawn set,
+    // with the new look; only the others are computed.
+    auto set =
+        std::make_shared<CStudySet>(m_inputs, m_upper, m_studies, Context(), m_current.get());
+    if (set->Computed()) {
+        Show(std::move(set));
+        return false;
+    }
+    if (m_current->Studies().paneTypes != m_studies.paneTypes) {
+        // Other panes show at once: the studies taken over with their lines, the new ones with
+        // their descriptions until computed.
+        Show(std::make_shared<CStudySet>(m_inputs, m_upper, m_studies, Context(), m_current.get()));
+    } else {
+        // The same panes keep their lines until the new ones are ready; those taken over show
+        // their new look now.
+        ++m_itemsVersion;
+    }
+    StartJob(std::move(set));
+    return true;
 }
 
 void CStudyPanes::Clear() {
     m_growPending = false;
-    if (m_job) {
-        m_job->cancel = true;
-        m_retired.push_back(std::move(m_job));
-    }
+    Retire();
     m_inputs = std::make_shared<CStudyInputs>();
-    m_current = std::make_shared<CStudySet>(m_inputs, m_upper, m_studies, Context());
+    Show(std::make_shared<CStudySet>(m_inputs, m_upper, m_studies, Context()));
 }
 
-void CStudyPanes::Start(bool readSeries, bool keepDrawn) {
-    if (m_job) {
-        m_job->cancel = true;
-        m_retired.push_back(std::move(m_job));
-    }
+void CStudyPanes::Start(bool keepDrawn) {
+    Retire();
     const SUpperStudySettings upper = m_upper;
     const SStudySettings studies = m_studies;
     const SStudyContext context = Context();
-    // The panes show their descriptions at once and their lines when computed. A settings
-    // change that keeps the panes keeps the lines drawn until the new ones are ready.
-    if ((readSeries && !keepDrawn) || m_current->Studies().paneTypes != studies.paneTypes) {
-        m_current =
-            std::make_shared<CStudySet>(std::make_shared<CStudyInputs>(), upper, studies, context);
+    // The panes show their descriptions at once and their lines when computed. A series that
+    // grew keeps the lines drawn until the new ones are ready.
+    if (!keepDrawn || m_current->Studies().paneTypes != studies.paneTypes) {
+        Show(
+            std::make_shared<CStudySet>(std::make_shared<CStudyInputs>(), upper, studies, context));
     }
 
     auto job = std::make_unique<SJob>();
     SJob* running = job.get();
-    const CChartHistRequest* history = readSeries ? m_history : nullptr;
-    std::shared_ptr<CStudyInputs> inputs = readSeries ? nullptr : m_inputs;
+    const CChartHistRequest* history = m_history;
     const int dataType = m_dataType;
-    job->thread = std::thread([running, history, inputs, dataType, upper, studies, context] {
-        std::shared_ptr<CStudyInputs> source = inputs;
-        if (history != nullptr) {
-            auto read = std::make_shared<CStudyInputs>();
-            if (!read->Read(*history, dataType, &running->cancel)) {
-                running->done = true;
-                return;
-            }
-            source = std::move(read);
-        }
-        if (source == nullptr || running->cancel) {
+    job->thread = std::thread([running, history, dataType, upper, studies, context] {
+        auto inputs = std::make_shared<CStudyInputs>();
+        if (history == nullptr || !inputs->Read(*history, dataType, &running->cancel) ||
+            running->cancel) {
             running->done = true;
             return;
         }
-        auto set = std::make_shared<CStudySet>(source, upper, studies, context);
+        auto set = std::make_shared<CStudySet>(std::move(inputs), upper, studies, context);
         set->Compute(kComputeThreads);
         running->result = std::move(set);
         running->done = true;
     });
     m_job = std::move(job);
+    m_jobReadsSeries = true;
+}
+
+void CStudyPanes::StartJob(std::shared_ptr<CStudySet> set) {
+    auto job = std::make_unique<SJob>();
+    SJob* running = job.get();
+    job->thread = std::thread([running, set = std::move(set)]() mutable {
+        if (!running->cancel) {
+            set->Compute(kComputeThreads);
+            running->result = std::move(set);
+        }
+        running->done = true;
+    });
+    m_job = std::move(job);
+    m_jobReadsSeries = false;
 }
 
 void CStudyPanes::ReapRetired(bool wait) {
@@ -174,7 +202,7 @@ bool CStudyPanes::FinishJob() {
     std::unique_ptr<SJob> job = std::move(m_job);
     const bool finished = job->result != nullptr;
     if (finished) {
-        m_current = std::move(job->result);
+        Show(std::move(job->result));
         m_inputs = m_current->SharedInputs();
     }
     return finished;
@@ -193,46 +221,49 @@ void CStudyPanes::WaitFinished() {
     } while (m_growPending && !FollowGrowth() && m_job);
 }
 
-std::optional<CChart2D::SRange> CStudyPanes::UpperExtent(int first, int count) const {
-    double low = std::numeric_limits<double>::infinity();
-    double high = -low;
-    const auto fold = [&](const std::vector<double>& column) {
-        for (const double v : Slice(column, first, count)) {
-            if (!CChart2D::IsHole(v) && std::isfinite(v)) {
-                low = std::min(low, v);
-                high = std::max(high, v);
+void CStudyPanes::AddItems(int pane, std::vector<std::shared_ptr<CDrawnItem>>& items) const {
+    const std::shared_ptr<const CStudySet> set = m_current;
+    if (pane == 0) {
+        const SUpperStudySettings& upper = set->Upper();
+        for (int number = 1; number <= 3; ++number) {
+            if (upper.AverageShown(number)) {
+                items.push_back(std::make_shared<CStudyLineItem>(
+                    kAverageSeries + number - 1, set, set->Average(number),
+                    upper.colors[static_cast<std::size_t>(number - 1)]));
             }
         }
-    };
-    for (int number = 1; number <= 3; ++number) {
-        fold(m_current->Average(number));
+        if (upper.bandsShow) {
+            const study_kernels::SBands& bands = set->Bands();
+            int id = kBandSeries;
+            for (const auto* column : {&bands.lower, &bands.middle, &bands.upper}) {
+                items.push_back(
+                    std::make_shared<CStudyLineItem>(id++, set, *column, upper.bandsColor));
+            }
+        }
+        return;
     }
-    fold(m_current->Bands().lower);
-    fold(m_current->Bands().upper);
-    if (!(low <= high)) {
-        return std::nullopt;
+    if (pane < 1 || pane > set->PaneCount()) {
+        return;
     }
-    return CChart2D::SRange{low, high};
+    const CHistStudyChart& study = set->Pane(pane - 1);
+    int id = kLevelSeries;
+    for (const CHistStudyChart::SLevel& level : study.Levels()) {
+        items.push_back(std::make_shared<CLevelLineItem>(
+            id++, level.value,
+            CChart2D::SLineStyle{level.color, 1, CChart2D::kSolid, CChart2D::EAxis::Y}));
+    }
+    for (std::size_t line = 0; line < study.Lines().size(); ++line) {
+        items.push_back(std::make_shared<CStudyLineItem>(kLineSeries + static_cast<int>(line), set,
+                                                         study, line));
+    }
 }
 
-void CStudyPanes::PaintUpper(CChart2D& chart, int first, int count) {
-    const SUpperStudySettings& upper = m_current->Upper();
-    const auto draw = [&](CChart2D::SeriesId id, const std::vector<double>& column,
-                          ColorRef color) {
-        if (column.empty()) {
-            chart.ClearSeries(id);
-            return;
-        }
-        chart.SetLineStyle(id, {color, 1, CChart2D::kSolid, CChart2D::EAxis::Y});
-        chart.SetLine(id, Slice(column, first, count), 0.0);
-    };
-    for (int number = 1; number <= 3; ++number) {
-        draw(kAverageSeries + number - 1, m_current->Average(number),
-             upper.colors[static_cast<std::size_t>(number - 1)]);
+SPaneScale CStudyPanes::PaneScale(int pane) const {
+    SPaneScale scale;
+    if (pane >= 1 && pane <= PaneCount()) {
+        scale.fixed = m_current->Pane(pane - 1).FixedRange();
     }
-    draw(kBandSeries, m_current->Bands().lower, upper.bandsColor);
-    draw(kBandSeries + 1, m_current->Bands().middle, upper.bandsColor);
-    draw(kBandSeries + 2, m_current->Bands().upper, upper.bandsColor);
+    return scale;
 }
 
 std::vector<std::string> CStudyPanes::PriceBarFields(int bar, int decimals) const {
@@ -265,16 +296,6 @@ int CStudyPanes::PaneCount() const {
 
 int CStudyPanes::PaneStudyType(int pane) const {
     return pane >= 1 && pane <= PaneCount() ? m_current->Pane(pane - 1).StudyType() : kStudyVolume;
-}
-
-void CStudyPanes::PaintPane(int pane, CChart2D& chart, int first, int count, int cursorBar,
-                            bool minimized) {
-    if (pane < 1 || pane > PaneCount()) {
-        return;
-    }
-    const CChart2D::SRange x = chart.XRange();
-    const int slots = static_cast<int>(std::lround(x.max - x.min));
-    m_current->Pane(pane - 1).Paint(chart, first, count, slots, cursorBar, minimized);
 }
 
 std::string CStudyPanes::PaneLabel(int pane, int cursorBar, bool minimized) const {

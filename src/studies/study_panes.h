@@ -8,6 +8,7 @@
 #include "studies/study_set.h"
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -21,21 +22,22 @@ public:
 
     void SeriesChanged(const CChartHistRequest& history, int dataType, int intervalIndex) override;
     void SeriesGrew() override;
-    // New study settings: the studies are computed again over the series they were last given.
-    void SettingsChanged(const SUpperStudySettings& upper, const SStudySettings& studies);
+    // New study settings. The studies whose lines they change are computed again over the series
+    // they were last given, off the view's thread; the others keep their lines and take the new
+    // look at once. True when a computation started.
+    bool SettingsChanged(const SUpperStudySettings& upper, const SStudySettings& studies);
     void Clear() override;
     bool TakeFinished() override;
     bool Computing() const override;
     void WaitFinished() override;
 
-    std::optional<CChart2D::SRange> UpperExtent(int first, int count) const override;
-    void PaintUpper(CChart2D& chart, int first, int count) override;
+    std::uint64_t ItemsVersion() const override { return m_itemsVersion; }
+    void AddItems(int pane, std::vector<std::shared_ptr<CDrawnItem>>& items) const override;
     std::vector<std::string> PriceBarFields(int bar, int decimals) const override;
 
     int PaneCount() const override;
     int PaneStudyType(int pane) const override;
-    void PaintPane(int pane, CChart2D& chart, int first, int count, int cursorBar,
-                   bool minimized) override;
+    SPaneScale PaneScale(int pane) const override;
     std::string PaneLabel(int pane, int cursorBar, bool minimized) const override;
 
     std::string InfoAverages(int bar) const override;
@@ -48,6 +50,9 @@ public:
     // Series ids over the price pane: above the price data.
     static constexpr CChart2D::SeriesId kAverageSeries = 110; // 110 .. 112
     static constexpr CChart2D::SeriesId kBandSeries = 113;    // 113 .. 115
+    // Series ids of a study pane: the level lines below the study's lines.
+    static constexpr CChart2D::SeriesId kLevelSeries = 10;
+    static constexpr CChart2D::SeriesId kLineSeries = 20;
 
 private:
     struct SJob {
@@ -57,10 +62,15 @@ private:
         std::shared_ptr<CStudySet> result;
     };
 
-    // Reads the settings and starts a computation over the series (read afresh when
-    // `readSeries`, else the inputs of the current set). A new series shows no lines until
+    // Starts a computation over the series read afresh. A new series shows no lines until
     // computed; a grown one keeps the lines drawn.
-    void Start(bool readSeries, bool keepDrawn);
+    void Start(bool keepDrawn);
+    // Runs `set`'s computation off the view's thread; the view takes it when it is done.
+    void StartJob(std::shared_ptr<CStudySet> set);
+    // Stops the running computation (it finishes on its own and is discarded).
+    void Retire();
+    // The set drawn from now on: its items replace those drawn before.
+    void Show(std::shared_ptr<CStudySet> set);
     void ReapRetired(bool wait);
     // Joins the running job and takes its result. True when a new set was taken.
     bool FinishJob();
@@ -78,5 +88,7 @@ private:
     std::shared_ptr<CStudySet> m_current;
     std::unique_ptr<SJob> m_job;
     bool m_growPending = false;
+    bool m_jobReadsSeries = false;
     std::vector<std::unique_ptr<SJob>> m_retired;
+    std::uint64_t m_itemsVersion = 1;
 };

@@ -3,6 +3,11 @@
 // The studies of one series, computed together: the moving averages and bands over the price
 // pane and one study per displayed pane, over every bar of the inputs. The view draws slices of
 // it, the cursor read-out and the export read single bars.
+//
+// A set made with other settings over the same inputs takes over, from the set it replaces,
+// every average, the bands and every study pane that computes the same lines, sharing them:
+// only what a settings change touched is computed again, and a change of colours or levels
+// computes nothing.
 
 #include "studies/hist_study_chart.h"
 #include "studies/study_inputs.h"
@@ -33,11 +38,20 @@ struct SStudyColumn {
 
 class CStudySet {
 public:
+    // `reuse`: a set over the same inputs whose computed studies this one takes over where they
+    // compute the same lines (a pane taken over is set up with these settings: its look
+    // changes, in `reuse` too).
     CStudySet(std::shared_ptr<CStudyInputs> inputs, const SUpperStudySettings& upper,
-              const SStudySettings& studies, const SStudyContext& context);
+              const SStudySettings& studies, const SStudyContext& context,
+              CStudySet* reuse = nullptr);
 
-    // Computes every study, on up to `threads` threads (the studies are independent).
+    // Computes every study not taken over, on up to `threads` threads (the studies are
+    // independent).
     void Compute(int threads);
+    // True when nothing is left to compute.
+    bool Computed() const;
+    // How many studies (averages, bands, panes) the last Compute computed.
+    int ComputedCount() const { return m_computedCount; }
     // The series grew at its end or changed its newest bars, from bar `from` on: the inputs are
     // read again from there and every study goes on over the new bars, on the calling thread.
     // The caller sees that nothing else reads the inputs meanwhile. False (and nothing changed)
@@ -51,7 +65,7 @@ public:
     // Moving average `number` (1 .. 3): empty when it is not drawn.
     const std::vector<double>& Average(int number) const;
     // The bands: empty columns when they are not drawn.
-    const study_kernels::SBands& Bands() const { return m_bands; }
+    const study_kernels::SBands& Bands() const;
     int PaneCount() const { return static_cast<int>(m_panes.size()); }
     // Study pane `index` (0 the top study pane).
     const CHistStudyChart& Pane(int index) const {
@@ -67,7 +81,11 @@ private:
     std::shared_ptr<CStudyInputs> m_inputs;
     SUpperStudySettings m_upper;
     SStudySettings m_studies;
-    std::array<std::vector<double>, 3> m_averages;
-    study_kernels::SBands m_bands;
-    std::vector<std::unique_ptr<CHistStudyChart>> m_panes;
+    // Null where not drawn; shared with the set this one took them over from.
+    std::array<std::shared_ptr<std::vector<double>>, 3> m_averages;
+    std::shared_ptr<study_kernels::SBands> m_bands;
+    std::vector<std::shared_ptr<CHistStudyChart>> m_panes;
+    // What is still to compute: averages 0 .. 2, the bands, then the panes.
+    std::vector<bool> m_pending;
+    int m_computedCount = 0;
 };

@@ -44,7 +44,7 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsWithTheirRangeAndCandleWidth) 
     SPaneFrame frame;
     frame.displayedPoints = 120;
     frame.priceBarText = "LUMA";
-    draw.PaintPricePane(chart, style, frame);
+    draw.PaintPane(0, chart, style, frame, 0, false);
 
     const CRecordingChart2D::SSeries* bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
@@ -66,10 +66,10 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsWithTheirRangeAndCandleWidth) 
     // Fixed y scaling keeps the range while scrolling; a new series fits it again.
     style.fixedYScaling = true;
     draw.SetScrollPosition(0, 120, kDays);
-    draw.PaintPricePane(chart, style, frame);
+    draw.PaintPane(0, chart, style, frame, 0, false);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0 + 180);
     draw.ResetYRange();
-    draw.PaintPricePane(chart, style, frame);
+    draw.PaintPane(0, chart, style, frame, 0, false);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 119);
 }
@@ -81,7 +81,7 @@ TEST_F(DrawManager, ChartTypeFollowsTheDataTypeAndTheStyle) {
     frame.displayedPoints = 3840;
     style.candleStyle = 0;
     draw.SetScrollPosition(0, 50, kDays);
-    draw.PaintPricePane(chart, style, frame);
+    draw.PaintPane(0, chart, style, frame, 0, false);
     const CRecordingChart2D::SSeries* bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
     EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::PriceBars);
@@ -93,7 +93,7 @@ TEST_F(DrawManager, ChartTypeFollowsTheDataTypeAndTheStyle) {
     // Ticks are a line of trade prices whatever the style, and every price accessor gives it.
     style.candleStyle = 1;
     draw.SetScrollPosition(0, 50, kTicks);
-    draw.PaintPricePane(chart, style, frame);
+    draw.PaintPane(0, chart, style, frame, 0, false);
     bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
     EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Line);
@@ -102,6 +102,45 @@ TEST_F(DrawManager, ChartTypeFollowsTheDataTypeAndTheStyle) {
     EXPECT_EQ(draw.High(3), 9.0 + 3);
     EXPECT_EQ(draw.Volume(-7), 7); // a tick's own size
     EXPECT_EQ(draw.Close(1000), 9.0 + 49);
+}
+
+// The view's own items join the price pane's list after the price data: their extent widens
+// the value range, the list is hit-tested for the nearest item, and a removed item leaves the
+// chart at the next paint.
+TEST_F(DrawManager, PanesPaintAndHitTestTheirListOfItems) {
+    Fill(20);
+    chart.SetGeometry({840, 400, 40, 40, 20, 20});
+    draw.SetScrollPosition(0, 20, kDays);
+    SPaneFrame frame;
+    frame.displayedPoints = 40;
+    auto level = std::make_shared<CLevelLineItem>(
+        300, 100.0, CChart2D::SLineStyle{0xFF, 1, CChart2D::kSolid, CChart2D::EAxis::Y});
+    draw.AddItem(0, level);
+    ASSERT_EQ(draw.Items(0).Items().size(), 2U);
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    ASSERT_NE(chart.Series(300), nullptr);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 100.0);
+    EXPECT_EQ(draw.View().count, 20);
+    EXPECT_EQ(draw.View().slotCount, 40);
+
+    const double y = chart.ValueToPixelY(100.0, CChart2D::EAxis::Y);
+    EXPECT_EQ(draw.ItemAt(0, chart, {400.0, y + 2.0}, 5.0), level);
+    EXPECT_EQ(draw.ItemAt(0, chart, {400.0, y + 9.0}, 5.0), nullptr);
+    // The price data is on the list but cannot be picked.
+    const double price = chart.ValueToPixelY(draw.Close(5), CChart2D::EAxis::Y);
+    EXPECT_EQ(draw.ItemAt(0, chart, {chart.SlotToPixelX(5.0), price}, 5.0), nullptr);
+
+    ASSERT_TRUE(draw.RemoveItem(0, level.get()));
+    EXPECT_FALSE(draw.RemoveItem(0, level.get()));
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    EXPECT_EQ(chart.Series(300), nullptr);
+    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 19);
+    ASSERT_NE(chart.Series(CHistPriceChart::kPriceSeries), nullptr);
+
+    // A study pane without studies shows its frame and label strip.
+    draw.PaintPane(3, chart, style, frame, 0, true);
+    EXPECT_EQ(chart.LabelLineText(), "(Minimized)");
 }
 
 TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOrTheNewest) {

@@ -52,17 +52,11 @@ private:
     LineClient m_client;
 };
 
-struct StatusView : IHistoryProgressView {
-    void SetScrollRange(int maximum) override { range = maximum; }
-    void SetScrollPosition(int /*position*/) override {}
-    int ScrollLimit() const override { return range; }
-    bool IsScrollAtLimit() const override { return true; }
-    int RecomputeAndShowNewest() override { return ++recomputed, range; }
-    void AppendNewPoints(int /*count*/) override {}
-    int DisplayedPointCount() const override { return 120; }
+struct StatusSink : IHistoryProgressSink {
     void SetStatusText(const std::string& text) override { texts.push_back(text); }
+    int ShowCompleteHistory(int /*count*/) override { return ++recomputed, 120; }
+    std::optional<int> ShowNewPoints(int /*count*/, int /*added*/) override { return 120; }
 
-    int range = 0;
     int recomputed = 0;
     std::vector<std::string> texts;
 };
@@ -70,18 +64,17 @@ struct StatusView : IHistoryProgressView {
 TEST(ChartSession, LoadsThroughTheFeedInterfaceAndSurvivesAnErrorAnswer) {
     PorticoProcess portico(PORTICO_EXECUTABLE);
     ASSERT_TRUE(portico.start({}));
-    CSettings& settings = CSettings::Instance();
-    settings.Reset();
+    CSettings settings;
     settings.RegisterAll(AllSettingKeys());
     settings.SetInt(keys::kRequestDataType, kDays);
     settings.SetText(keys::kRequestDatapoints, "10000,10000,250,10000,10000");
 
     CChartHistRequest history;
-    CChartLoader loader(history);
+    CChartLoader loader(history, settings);
     LookupFeed feed(portico.lookupPort());
     loader.SetFeed(&feed);
     loader.LoadSettings();
-    StatusView view;
+    StatusSink view;
 
     // The frame stores the symbol before it loads it; the request reads it from there.
     settings.SetText(keys::kCurrentSymbol, "NOSUCH");
@@ -104,7 +97,6 @@ TEST(ChartSession, LoadsThroughTheFeedInterfaceAndSurvivesAnErrorAnswer) {
     loader.OnProgressTick(view);
     EXPECT_EQ(view.recomputed, 1);
     EXPECT_EQ(view.texts.back(), "250 datapoints available.  Displaying 120.");
-    settings.Reset();
 }
 
 } // namespace

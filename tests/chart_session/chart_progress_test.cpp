@@ -8,29 +8,24 @@
 
 namespace {
 
-// A chart view that records what the progress timer asks of it.
-struct RecordingView : IHistoryProgressView {
-    int rangeMaximum = -1;
-    int position = -1;
-    int limit = 0;
-    bool atLimit = true;
-    int recomputes = 0;
-    int held = 0;
-    std::vector<int> appended;
+// A chart view that records what the progress timer hands it; `atEdge` says whether it takes
+// new points.
+struct RecordingSink : IHistoryProgressSink {
+    bool atEdge = true;
     int displayed = 120;
+    std::vector<int> completed;
+    std::vector<std::pair<int, int>> offered;
     std::vector<std::string> texts;
 
-    void SetScrollRange(int maximum) override { rangeMaximum = maximum; }
-    void SetScrollPosition(int value) override { position = value; }
-    int ScrollLimit() const override { return limit; }
-    bool IsScrollAtLimit() const override { return atLimit; }
-    int RecomputeAndShowNewest() override {
-        ++recomputes;
-        return held;
-    }
-    void AppendNewPoints(int count) override { appended.push_back(count); }
-    int DisplayedPointCount() const override { return displayed; }
     void SetStatusText(const std::string& text) override { texts.push_back(text); }
+    int ShowCompleteHistory(int count) override {
+        completed.push_back(count);
+        return displayed;
+    }
+    std::optional<int> ShowNewPoints(int count, int added) override {
+        offered.emplace_back(count, added);
+        return atEdge ? std::optional<int>(displayed) : std::nullopt;
+    }
 };
 
 class Progress : public ::testing::Test {
@@ -42,7 +37,7 @@ protected:
     }
     CChartHistRequest history;
     CHistoryProgress progress;
-    RecordingView view;
+    RecordingSink sink;
 };
 
 TEST_F(Progress, LoadingShowsTheRetrievalTextOfTheDataType) {
@@ -51,63 +46,52 @@ TEST_F(Progress, LoadingShowsTheRetrievalTextOfTheDataType) {
         "Retrieving Tick Data (3 Ticks Received)",   "Retrieving Minute Data (3 Minutes Received)",
         "Retrieving Day Data (3 Days Received)",     "Retrieving Week Data (3 Weeks Received)",
         "Retrieving Month Data (3 Months Received)", ""};
+    progress.StartNewLoad();
     for (int dataType = 0; dataType <= 5; ++dataType) {
-        progress.OnTimer(history, dataType, view);
+        progress.OnTimer(history, dataType, sink);
     }
-    EXPECT_EQ(view.texts, expected);
+    EXPECT_EQ(sink.texts, expected);
     EXPECT_EQ(progress.ShownCount(), 3);
-    EXPECT_EQ(view.recomputes, 0);
+    EXPECT_TRUE(sink.completed.empty());
+    EXPECT_TRUE(sink.offered.empty());
 }
 
-TEST_F(Progress, FirstTickAfterCompletionRecomputesOnceForANewLoad) {
+TEST_F(Progress, ANewLoadIsShownWholeOnceThenLivePointsOnlyWhenTaken) {
     progress.StartNewLoad();
     Add(500);
     history.SetHistoryComplete(true);
-    view.held = 480;
-    progress.OnTimer(history, 0, view);
-    EXPECT_EQ(view.recomputes, 1);
-    EXPECT_EQ(view.rangeMaximum, 500);
-    EXPECT_EQ(view.position, 500);
-    EXPECT_EQ(progress.ShownCount(), 480);
+    sink.displayed = 80;
+    progress.OnTimer(history, 0, sink);
+    EXPECT_EQ(sink.completed, std::vector<int>{500});
+    EXPECT_EQ(progress.ShownCount(), 500);
     EXPECT_FALSE(progress.IsNewLoad());
-    ASSERT_EQ(view.texts.size(), 1U);
-    EXPECT_EQ(view.texts.back(), "500 datapoints available.  Displaying 120.");
-}
+    EXPECT_EQ(sink.texts, std::vector<std::string>{"500 datapoints available.  Displaying 80."});
 
-TEST_F(Progress, LivePointsAreFollowedOnlyAtTheRightEdge) {
-    Add(10);
-    history.SetHistoryComplete(true);
-    progress.SetShownCount(10);
-    view.limit = 7;
-
-    // Scrolled back: counted, but the view and the text stay.
+    // Nothing new: offered (the newest point may have changed), the same text again.
+    progress.OnTimer(history, 0, sink);
+    // Scrolled back: offered, not taken, and offered again with both points on a later tick.
     Add(2);
-    view.atLimit = false;
-    progress.OnTimer(history, 0, view);
-    EXPECT_TRUE(view.appended.empty());
-    EXPECT_TRUE(view.texts.empty());
-    EXPECT_EQ(progress.ShownCount(), 10);
-
-    // Back at the edge: both new points are appended at once.
-    view.atLimit = true;
-    progress.OnTimer(history, 0, view);
-    EXPECT_EQ(view.appended, (std::vector<int>{2}));
-    EXPECT_EQ(view.rangeMaximum, 12);
-    EXPECT_EQ(view.position, 7);
-    EXPECT_EQ(progress.ShownCount(), 12);
-    EXPECT_EQ(view.texts.back(), "12 datapoints available.  Displaying 120.");
+    sink.atEdge = false;
+    progress.OnTimer(history, 0, sink);
+    EXPECT_EQ(progress.ShownCount(), 500);
+    sink.atEdge = true;
+    progress.OnTimer(history, 0, sink);
+    EXPECT_EQ(sink.offered, (std::vector<std::pair<int, int>>{{500, 0}, {502, 2}, {502, 2}}));
+    EXPECT_EQ(sink.completed.size(), 1U);
+    EXPECT_EQ(progress.ShownCount(), 502);
+    EXPECT_EQ(sink.texts.size(), 3U);
+    EXPECT_EQ(sink.texts.back(), "502 datapoints available.  Displaying 80.");
 }
 
-TEST_F(Progress, NothingHappensWhenTheSeriesShrankOrNothingIsShown) {
+TEST_F(Progress, NothingIsOfferedWhenTheSeriesShrankOrNothingIsShown) {
     Add(5);
     history.SetHistoryComplete(true);
     progress.SetShownCount(8);
-    progress.OnTimer(history, 0, view);
+    progress.OnTimer(history, 0, sink);
     progress.SetShownCount(0);
-    progress.OnTimer(history, 0, view);
-    EXPECT_TRUE(view.appended.empty());
-    EXPECT_TRUE(view.texts.empty());
-    EXPECT_EQ(view.rangeMaximum, -1);
+    progress.OnTimer(history, 0, sink);
+    EXPECT_TRUE(sink.offered.empty());
+    EXPECT_TRUE(sink.texts.empty());
 }
 
 } // namespace

@@ -141,34 +141,43 @@ TEST_F(Parser, TheKindComesFromTheRequestIdsLastDigit) {
     EXPECT_EQ(Last().openInterest, 0U);
 }
 
-TEST_F(Parser, EndMarkerCompletesOnlyAsATwoFieldLine) {
-    EXPECT_TRUE(IsHistoryEndMarker("Lookup0,!ENDMSG!,"));
-    EXPECT_FALSE(IsHistoryEndMarker("Lookup0,!ENDMSG!,x"));
-    EXPECT_FALSE(IsHistoryEndMarker("Lookup0,LH,!ENDMSG!,"));
-    parser.OnHistoryLine("Lookup0,!ENDMSG!,x");
-    parser.OnHistoryLine("Lookup0,!ENDMSG!,x,");
-    EXPECT_FALSE(history.IsHistoryComplete());
-    parser.OnHistoryLine("Lookup0,!ENDMSG!,");
-    EXPECT_TRUE(history.IsHistoryComplete());
-}
-
-TEST_F(Parser, ErrorRepliesAndOtherMarkersAreIgnored) {
-    std::string_view error;
-    EXPECT_TRUE(IsHistoryErrorReply("Lookup0,E,!UNKNOWN_SYMBOL!,", &error));
-    EXPECT_EQ(error, "!UNKNOWN_SYMBOL!");
-    EXPECT_TRUE(IsHistoryErrorReply("Lookup0,E", &error));
-    EXPECT_EQ(error, "E");
-    EXPECT_FALSE(IsHistoryErrorReply("Lookup0,LH,2026-01-05,E,"));
-    EXPECT_FALSE(IsHistoryErrorReply("Lookup0,!ENDMSG!,"));
-    parser.OnHistoryLine("Lookup0,E,!NO_DATA!,");
-    parser.OnHistoryLine("Lookup0,E,!UNKNOWN_SYMBOL!,");
-    parser.OnHistoryLine("Lookup0,!SYN!,1,2,3,4,5,6,7,8,9,10,11,12,");
-    parser.OnHistoryLine("Lookup0,");
-    parser.OnHistoryLine("Lookup0");
-    parser.OnHistoryLine("");
+TEST_F(Parser, ErrorRepliesAndMarkersAreToldApartAndOnlyTheEndMarkerCompletes) {
+    using EKind = SHistoryLine::EKind;
+    const struct {
+        const char* line;
+        EKind kind;
+        const char* error;
+    } cases[] = {
+        {"Lookup0,E,!NO_DATA!,", EKind::Error, "!NO_DATA!"},
+        {"Lookup0,E", EKind::Error, "E"},
+        {"Lookup0,E!ENDMSG!", EKind::Error, "E!ENDMSG!"},
+        {"Lookup0,!ENDMSG!,x", EKind::Data, ""},
+        {"Lookup0,!ENDMSG!,x,", EKind::Data, ""},
+        {"Lookup0,!SYN!,1,2,3,4,5,6,7,8,9,10,11,12,", EKind::Data, ""},
+        {"Lookup0,", EKind::Data, ""},
+        {"Lookup0", EKind::Data, ""},
+        {"", EKind::Data, ""},
+        {"Lookup0,E,!UNKNOWN_SYMBOL!,", EKind::Error, "!UNKNOWN_SYMBOL!"},
+    };
+    for (const auto& c : cases) {
+        const SHistoryLine answer = parser.OnHistoryLine(c.line);
+        EXPECT_EQ(answer.kind, c.kind) << c.line;
+        EXPECT_EQ(answer.errorText, c.error) << c.line;
+    }
+    EXPECT_EQ(parser.AnswerError(), "!UNKNOWN_SYMBOL!") << "the last error reply counts";
     EXPECT_EQ(history.GetCount(), 0);
-    EXPECT_FALSE(history.IsHistoryComplete());
     EXPECT_EQ(history.GetPriceTextWidth(), 0);
+    EXPECT_FALSE(history.IsHistoryComplete());
+    EXPECT_FALSE(parser.AnswerEnded());
+
+    EXPECT_EQ(parser.OnHistoryLine("Lookup0,!ENDMSG!,").kind, EKind::End);
+    EXPECT_TRUE(history.IsHistoryComplete());
+    EXPECT_TRUE(parser.AnswerEnded());
+    parser.HeldLevel1Lines().push_back("Q,ABC,1,");
+    parser.StartAnswer();
+    EXPECT_TRUE(parser.AnswerError().empty());
+    EXPECT_FALSE(parser.AnswerEnded());
+    EXPECT_TRUE(parser.HeldLevel1Lines().empty());
 }
 
 TEST_F(Parser, AGoneChartDropsLinesAndItsEndMarkerClearsTheSeries) {
@@ -176,7 +185,7 @@ TEST_F(Parser, AGoneChartDropsLinesAndItsEndMarkerClearsTheSeries) {
     history.SetChartAlive(false);
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.000000", "2.0"));
     EXPECT_EQ(history.GetCount(), 1);
-    parser.OnHistoryLine("Lookup0,!ENDMSG!,");
+    EXPECT_EQ(parser.OnHistoryLine("Lookup0,!ENDMSG!,").kind, SHistoryLine::EKind::End);
     EXPECT_EQ(history.GetCount(), 0);
     EXPECT_FALSE(history.IsHistoryComplete());
 }
@@ -186,6 +195,10 @@ TEST_F(Parser, PriceTextWidthComesOnceFromTheFirstLine) {
     EXPECT_EQ(PriceTextWidthOf("12"), 12);
     EXPECT_EQ(PriceTextWidthOf("1.5"), 11);
     EXPECT_EQ(PriceTextWidthOf(""), 11);
+    // A fundamental line's decimal count + 10, held at the largest int instead of wrapping.
+    EXPECT_EQ(PriceTextWidthOfDecimals(2147483636), 2147483646);
+    EXPECT_EQ(PriceTextWidthOfDecimals(2147483638), INT_MAX);
+    EXPECT_EQ(PriceTextWidthOfDecimals(-2147483647 - 1), -2147483638);
 
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "123.4567"));
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.000000", "12"));
@@ -197,27 +210,6 @@ TEST_F(Parser, PriceTextWidthComesOnceFromTheFirstLine) {
     history.SetPriceTextWidth(0);
     EXPECT_THROW(parser.OnHistoryLine("Lookup0,LH,x"), CInvalidArgException);
     EXPECT_EQ(history.GetPriceTextWidth(), 0);
-}
-
-TEST_F(Parser, FundamentalLineSetsTheWidthByTheExchangeFormatFlag) {
-    std::string line = "F,ABC";
-    for (int field = 2; field < 32; ++field) {
-        line += "," + std::to_string(field == 30 ? 7 : field == 31 ? 4 : 0);
-    }
-    ApplyFundamentalPriceWidth(history, line, true);
-    EXPECT_EQ(history.GetPriceTextWidth(), 7);
-    ApplyFundamentalPriceWidth(history, line, false);
-    EXPECT_EQ(history.GetPriceTextWidth(), 14);
-    EXPECT_THROW(ApplyFundamentalPriceWidth(history, "F,ABC,1,2,3", true), CInvalidArgException);
-    EXPECT_EQ(history.GetPriceTextWidth(), 14);
-
-    // A decimal count whose width would pass the largest int stops there instead of wrapping.
-    for (const char* decimals : {"2147483637", "2147483638", "2147483647"}) {
-        ApplyFundamentalPriceWidth(history, line.substr(0, line.rfind(',') + 1) + decimals, false);
-        EXPECT_EQ(history.GetPriceTextWidth(), INT_MAX) << decimals;
-    }
-    EXPECT_EQ(PriceTextWidthOfDecimals(2147483636), 2147483646);
-    EXPECT_EQ(PriceTextWidthOfDecimals(-2147483647 - 1), -2147483638);
 }
 
 TEST_F(Parser, UnsignedFieldsReadAsStrtoulWithoutOverflow) {
@@ -258,6 +250,7 @@ TEST_F(Parser, AShortHeldLineStopsTheReplay) {
     // An empty series compares against volume 0.
     EXPECT_THROW(parser.OnHistoryLine("Lookup3,!ENDMSG!,"), CInvalidArgException);
     EXPECT_TRUE(history.IsHistoryComplete());
+    EXPECT_TRUE(parser.AnswerEnded());
     EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,5,"}));
     ASSERT_EQ(parser.HeldLevel1Lines().size(), 1U);
     parser.EndOfAnswer();

@@ -107,10 +107,8 @@ struct SCase {
 // Portico, the settings of one request kind, a loaded chart following live.
 class LiveChart {
 public:
-    explicit LiveChart(const SCase& c) : portico(PORTICO_EXECUTABLE), loader(history) {
+    explicit LiveChart(const SCase& c) : portico(PORTICO_EXECUTABLE), loader(history, settings) {
         EXPECT_TRUE(portico.start({"--start-time", c.start, "--clock-rate", c.rate}));
-        CSettings& settings = CSettings::Instance();
-        settings.Reset();
         settings.RegisterAll(AllSettingKeys());
         settings.SetText(keys::kCurrentSymbol, c.symbol);
         settings.SetInt(keys::kRequestDataType, c.dataType);
@@ -137,7 +135,6 @@ public:
         EXPECT_FALSE(loader.Loading());
         loaded = history.GetCount();
     }
-    ~LiveChart() { CSettings::Instance().Reset(); }
 
     // A fresh answer to `command`, parsed as answer lines of `kind`.
     std::vector<sTICK> Fresh(const std::string& command, const std::string& id) {
@@ -161,6 +158,7 @@ public:
     }
 
     PorticoProcess portico;
+    CSettings settings;
     CChartHistRequest history;
     CChartLoader loader;
     std::unique_ptr<LiveFeed> feed;

@@ -1,11 +1,11 @@
-#include "studies/study_formulas.h"
 #include "studies/study_kernels.h"
+#include "study_formulas.h"
 #include "vector_bars.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
+#include <random>
 #include <string>
 
 namespace sf = study_formulas;
@@ -13,117 +13,132 @@ namespace sk = study_kernels;
 
 namespace {
 
-// Every entry equal to the reference at that bar to 1e-9 relative (absolute below 1), NaN at
-// the same bars; `step` samples long columns.
-void ExpectColumn(const sk::Column& column, const CVectorBars& bars,
-                  const std::function<double(int)>& reference, const std::string& what,
-                  int step = 1) {
-    ASSERT_EQ(column.size(), bars.close.size()) << what;
-    for (int i = 0; i < bars.Count(); i += step) {
-        const double expected = reference(i);
-        const double actual = column[static_cast<std::size_t>(i)];
-        const double scale = std::max({1.0, std::fabs(expected), std::fabs(actual)});
-        if (std::isnan(expected) != std::isnan(actual) ||
-            std::fabs(expected - actual) > 1e-9 * scale) {
-            FAIL() << what << " at bar " << i << ": reference " << expected << ", kernel "
-                   << actual;
-        }
+// The period of every study but MACD, and MACD's short, long and signal periods.
+struct SPeriods {
+    int n, s, l, g;
+};
+
+const char* const kNames[] = {
+    "SMA",  "EMA",     "lower band", "middle band", "upper band", "RSI", "MOM", "ROC",
+    "OBV",  "fast %K", "fast %D",    "slow %K",     "slow %D",    "MF+", "MF-", "MFI",
+    "MACD", "signal",  "histogram",  "ADX",         "+DI",        "-DI"};
+
+// Every study's columns by the kernels, kept from one computation to the next as a chart keeps
+// them while it follows a live series.
+struct SKernelColumns {
+    sk::Column sma, ema, rsi, momentum, roc, obv, mfi;
+    sk::SBands bands;
+    sk::SStochastics fast, slow;
+    sk::SMoneyFlow flow;
+    sk::SMacd macd;
+    sk::SAdx adx;
+    sk::SRsiCarry rsiCarry;
+    sk::SMacdCarry macdCarry;
+    sk::SAdxCarry adxCarry;
+
+    // `from`: the first bar that may have changed since the last computation (0: every bar).
+    void Compute(const CVectorBars& bars, SPeriods p, std::size_t from) {
+        const std::span<const double> close(bars.close);
+        const SBarColumns columns = bars.Columns();
+        sk::SimpleAverage(close, p.n, sma, from);
+        sk::StudyAverage(close, p.n, true, ema, from);
+        sk::Bollinger(close, p.n, 2.0, bands, from);
+        sk::Rsi(close, p.n, rsi, rsiCarry, from);
+        sk::Momentum(close, p.n, momentum, from);
+        sk::RateOfChange(close, p.n, roc, from);
+        sk::OnBalanceVolume(columns, p.n, obv, from);
+        sk::Stochastics(columns, p.n, true, fast, from);
+        sk::Stochastics(columns, p.n, false, slow, from);
+        sk::MoneyFlow(columns, p.n, flow, from);
+        sk::MoneyFlowIndex(columns, p.n, mfi, from);
+        sk::Macd(close, p.s, p.l, p.g, macd, macdCarry, from);
+        sk::Adx(columns, p.n, adx, adxCarry, from);
+    }
+    // In the order of kNames.
+    std::vector<sf::Line> All() const {
+        return {
+            sma,           ema, bands.lower, bands.middle, bands.upper,    rsi,     momentum,
+            roc,           obv, fast.k,      fast.d,       slow.k,         slow.d,  flow.positive,
+            flow.negative, mfi, macd.macd,   macd.signal,  macd.histogram, adx.adx, adx.plusDi,
+            adx.minusDi};
+    }
+};
+
+std::vector<sf::Line> Reference(const CVectorBars& bars, SPeriods p) {
+    const auto bands = sf::Bollinger(bars, p.n, 2.0);
+    const auto fast = sf::Stochastics(bars, p.n, true);
+    const auto slow = sf::Stochastics(bars, p.n, false);
+    const auto flow = sf::MoneyFlow(bars, p.n);
+    const auto macd = sf::Macd(bars, p.s, p.l, p.g);
+    const auto adx = sf::Adx(bars, p.n);
+    return {sf::SimpleAverage(bars, p.n),
+            sf::StudyAverage(bars, p.n, true),
+            bands.lower,
+            bands.middle,
+            bands.upper,
+            sf::Rsi(bars, p.n),
+            sf::Momentum(bars, p.n),
+            sf::RateOfChange(bars, p.n),
+            sf::OnBalanceVolume(bars, p.n),
+            fast.k,
+            fast.d,
+            slow.k,
+            slow.d,
+            flow.positive,
+            flow.negative,
+            sf::MoneyFlowIndex(bars, p.n),
+            macd.macd,
+            macd.signal,
+            macd.histogram,
+            adx.adx,
+            adx.plusDi,
+            adx.minusDi};
+}
+
+void ExpectSame(const std::vector<sf::Line>& expected, const std::vector<sf::Line>& actual,
+                const std::string& tag) {
+    for (std::size_t c = 0; c < expected.size(); ++c) {
+        EXPECT_EQ(sf::Mismatch(expected[c], actual[c]), "") << tag << " " << kNames[c];
     }
 }
 
-// The reference of a study with running state, the pane filled bar by bar with a fresh state.
-template <typename State, typename Value>
-std::vector<Value> ByBar(int count, const std::function<Value(int, State&)>& value) {
-    State state;
-    std::vector<Value> values;
-    for (int i = 0; i < count; ++i) {
-        values.push_back(value(i, state));
-    }
-    return values;
+std::string Tag(SPeriods p) {
+    return "n=" + std::to_string(p.n) + " macd " + std::to_string(p.s) + "," + std::to_string(p.l) +
+           "," + std::to_string(p.g);
 }
 
-void CheckAll(const CVectorBars& bars, int n, const std::string& name) {
-    const auto close = std::span<const double>(bars.close);
-    const auto columns = bars.Columns();
-    const auto bands = sk::Bollinger(close, n, 2.0);
-    const auto flow = sk::MoneyFlow(columns, n);
-    const auto fast = sk::Stochastics(columns, n, true);
-    const auto slow = sk::Stochastics(columns, n, false);
-    const auto adx = sk::Adx(columns, n);
-    // RSI column b is the value for argument b + 1, called in increasing order.
-    const auto rsi = ByBar<sf::SRsiState, double>(
-        bars.Count(), [&](int b, sf::SRsiState& s) { return sf::Rsi(bars, n, b + 1, s); });
-    const auto adxRef = ByBar<sf::SAdxState, sf::SAdxAt>(
-        bars.Count(), [&](int i, sf::SAdxState& s) { return sf::Adx(bars, n, i, s); });
-    using Reference = std::function<double(int)>;
-    const std::vector<std::tuple<const char*, sk::Column, Reference>> checks{
-        {"SMA", sk::SimpleAverage(close, n), [&](int i) { return sf::SimpleAverage(bars, n, i); }},
-        {"EMA", sk::StudyAverage(close, n, true),
-         [&](int i) { return sf::StudyAverage(bars, n, true, i); }},
-        {"lower", bands.lower, [&](int i) { return sf::BollingerAt(bars, n, 2, i).lower; }},
-        {"upper", bands.upper, [&](int i) { return sf::BollingerAt(bars, n, 2, i).upper; }},
-        {"RSI", sk::Rsi(close, n), [&](int b) { return rsi[b]; }},
-        {"MOM", sk::Momentum(close, n), [&](int i) { return sf::Momentum(bars, n, i); }},
-        {"ROC", sk::RateOfChange(close, n), [&](int i) { return sf::RateOfChange(bars, n, i); }},
-        {"OBV", sk::OnBalanceVolume(columns, n),
-         [&](int i) { return sf::OnBalanceVolume(bars, n, i); }},
-        {"MF+", flow.positive, [&](int i) { return sf::MoneyFlow(bars, n, i).positive; }},
-        {"MF-", flow.negative, [&](int i) { return sf::MoneyFlow(bars, n, i).negative; }},
-        {"MFI", sk::MoneyFlowIndex(columns, n),
-         [&](int i) { return sf::MoneyFlowIndex(bars, n, i); }},
-        {"fast %K", fast.k, [&](int i) { return sf::FastStochastics(bars, n, i).k; }},
-        {"fast %D", fast.d, [&](int i) { return sf::FastStochastics(bars, n, i).d; }},
-        {"slow %K", slow.k, [&](int i) { return sf::SlowStochastics(bars, n, i).k; }},
-        {"slow %D", slow.d, [&](int i) { return sf::SlowStochastics(bars, n, i).d; }},
-        {"ADX", adx.adx, [&](int i) { return adxRef[i].adx; }},
-        {"+DI", adx.plusDi, [&](int i) { return adxRef[i].plusDi; }},
-        {"-DI", adx.minusDi, [&](int i) { return adxRef[i].minusDi; }},
-    };
-    for (const auto& [what, column, reference] : checks) {
-        ExpectColumn(column, bars, reference, name + " n=" + std::to_string(n) + " " + what);
-    }
-}
-
-void CheckMacd(const CVectorBars& bars, int s, int l, int g) {
-    const auto m = sk::Macd(bars.close, s, l, g);
-    const auto ref = ByBar<sf::SMacdState, sf::SMacdAt>(
-        bars.Count(), [&](int i, sf::SMacdState& st) { return sf::Macd(bars, s, l, g, i, st); });
-    const std::string tag = std::to_string(s) + "," + std::to_string(l) + "," + std::to_string(g);
-    ExpectColumn(
-        m.macd, bars, [&](int i) { return ref[i].macd; }, "MACD " + tag);
-    ExpectColumn(
-        m.signal, bars, [&](int i) { return ref[i].signal; }, "signal " + tag);
-    ExpectColumn(
-        m.histogram, bars, [&](int i) { return ref[i].macd - ref[i].signal; }, "histogram " + tag);
-}
+constexpr SPeriods kPeriods[] = {{1, 1, 1, 1}, {2, 2, 3, 2},   {3, 9, 3, 4},
+                                 {5, 4, 4, 2}, {14, 8, 17, 9}, {30, 12, 25, 9}};
 
 } // namespace
 
-TEST(StudyKernels, EveryKernelMatchesTheBarFormulas) {
-    for (unsigned seed : {1u, 2u}) {
-        const auto bars = RandomBars(seed, 700, seed == 1 ? 100.0 : 4800.0);
-        for (int n : {1, 2, 3, 5, 14}) {
-            CheckAll(bars, n, "seed " + std::to_string(seed));
+// Every kernel against the reference over periods and series shapes: random walks (flat
+// stretches, equal moves of the range, zero volumes) at three price levels, the last above the
+// stochastics' starting low, trade prices, a market that never moves, a series shorter than most
+// periods.
+TEST(StudyKernels, EqualTheReferenceOverPeriodsAndSeries) {
+    const std::vector<std::pair<const char*, CVectorBars>> shapes{
+        {"walk", RandomBars(1, 700)},
+        {"walk at 4800", RandomBars(2, 700, 4800.0)},
+        {"walk above a million", RandomBars(8, 200, 2.5e6)},
+        {"trades", CVectorBars::Flat(RandomBars(3, 300).close, 700)},
+        {"flat", CVectorBars::Flat(std::vector<double>(80, 101.37))},
+        {"short", RandomBars(9, 12)},
+    };
+    for (const auto& [name, bars] : shapes) {
+        for (const SPeriods p : kPeriods) {
+            SKernelColumns kernels;
+            kernels.Compute(bars, p, 0);
+            ExpectSame(Reference(bars, p), kernels.All(), std::string(name) + " " + Tag(p));
         }
-        for (auto [s, l, g] :
-             {std::tuple{8, 17, 9}, {12, 25, 9}, {1, 1, 1}, {4, 4, 2}, {9, 3, 4}}) {
-            CheckMacd(bars, s, l, g);
-        }
-    }
-    // A short series: every kernel stops where the bars end.
-    const auto few = RandomBars(9, 12);
-    for (int n : {5, 11, 12, 30}) {
-        CheckAll(few, n, "few");
     }
 }
 
 TEST(StudyKernels, ExactZerosFlatWindowsAndLongSeries) {
-    // Equal closes over the window: deviation exactly 0; the bands of a jump that left the
-    // window come back to it.
+    // Equal closes over the window: deviation exactly 0, also once a jump left the window.
     std::vector<double> closes(60, 101.37);
     closes[10] = 5000.0;
-    const auto flat = CVectorBars::Flat(closes);
-    const auto bands = sk::Bollinger(flat.close, 20, 2.0);
+    const auto bands = sk::Bollinger(closes, 20, 2.0);
     for (std::size_t i = 31; i < closes.size(); ++i) {
         ASSERT_EQ(bands.lower[i], bands.middle[i]) << i;
         ASSERT_EQ(bands.upper[i], bands.middle[i]) << i;
@@ -146,25 +161,20 @@ TEST(StudyKernels, ExactZerosFlatWindowsAndLongSeries) {
     EXPECT_EQ(sk::Stochastics(market.Columns(), 3, true).d[49], 0.0);
     EXPECT_EQ(sk::Stochastics(market.Columns(), 3, false).d[49], 0.0);
 
-    // Long series, sampled: the rolling sums stay on the formulas past many re-summations,
-    // through a jump and calm, tiny deviations far above zero.
+    // A long series: the rolling sums stay on the reference past many re-summations, through a
+    // jump and calm, tiny deviations far above zero.
     auto bars = RandomBars(4, 60000, 3000.0);
     for (int i = 30000; i < 30100; ++i) {
         bars.close[static_cast<std::size_t>(i)] = i == 30000 ? 9000.0 : 3000.0 + (i % 2) * 1e-4;
     }
     const auto b = sk::Bollinger(bars.close, 20, 2.0);
-    const auto m = sk::SimpleAverage(bars.close, 50);
-    const auto f = sk::MoneyFlow(bars.Columns(), 14);
-    ExpectColumn(
-        b.upper, bars, [&](int i) { return sf::BollingerAt(bars, 20, 2, i).upper; },
-        "long upper band", 7);
-    ExpectColumn(
-        m, bars, [&](int i) { return sf::SimpleAverage(bars, 50, i); }, "long SMA", 7);
-    ExpectColumn(
-        f.positive, bars, [&](int i) { return sf::MoneyFlow(bars, 14, i).positive; }, "long MF", 7);
-    for (int i = 30021; i < 30100; ++i) { // sqrt(1e-4^2 / 4) * 2 around 3000.00005
-        ASSERT_NEAR(b.upper[static_cast<std::size_t>(i)] - b.middle[static_cast<std::size_t>(i)],
-                    1e-4, 1e-9);
+    EXPECT_EQ(sf::Mismatch(sf::Bollinger(bars, 20, 2.0).upper, b.upper), "");
+    EXPECT_EQ(sf::Mismatch(sf::SimpleAverage(bars, 50), sk::SimpleAverage(bars.close, 50)), "");
+    EXPECT_EQ(
+        sf::Mismatch(sf::MoneyFlow(bars, 14).positive, sk::MoneyFlow(bars.Columns(), 14).positive),
+        "");
+    for (std::size_t i = 30021; i < 30100; ++i) { // sqrt(1e-4^2 / 4) * 2 around 3000.00005
+        ASSERT_NEAR(b.upper[i] - b.middle[i], 1e-4, 1e-9);
     }
 }
 
@@ -178,13 +188,9 @@ TEST(StudyKernels, EmptyShortAndBadInputs) {
     const auto bars = RandomBars(6, 40);
     const auto columns = bars.Columns();
     for (int bad : {0, -5}) {
-        for (const sk::Column& c :
-             {sk::SimpleAverage(bars.close, bad), sk::StudyAverage(bars.close, bad, true),
-              sk::Bollinger(bars.close, bad, 2).upper, sk::Rsi(bars.close, bad),
-              sk::Momentum(bars.close, bad), sk::RateOfChange(bars.close, bad),
-              sk::OnBalanceVolume(columns, bad), sk::Macd(bars.close, 8, bad, 9).macd,
-              sk::Stochastics(columns, bad, true).d, sk::MoneyFlow(columns, bad).negative,
-              sk::MoneyFlowIndex(columns, bad), sk::Adx(columns, bad).minusDi}) {
+        SKernelColumns kernels;
+        kernels.Compute(bars, {bad, 8, bad, 9}, 0);
+        for (const sf::Line& c : kernels.All()) {
             ASSERT_EQ(c.size(), 40u);
             ASSERT_TRUE(std::all_of(c.begin(), c.end(), [](double v) { return std::isnan(v); }));
         }
@@ -197,22 +203,13 @@ TEST(StudyKernels, EmptyShortAndBadInputs) {
     EXPECT_TRUE(std::isnan(adx.plusDi[25]));
     EXPECT_TRUE(std::isnan(sk::Stochastics(shortHighs, 3, true).k[39]));
 
-    // Columns the caller keeps, holding other values and sizes, come out the same.
-    sk::Column kept(90, 12345.0);
-    sk::Rsi(bars.close, 5, kept);
-    EXPECT_EQ(kept.size(), 40u);
-    ExpectColumn(
-        kept, bars, [&](int i) { return sk::Rsi(bars.close, 5)[i]; }, "kept RSI");
+    // Columns the caller keeps, of other sizes, come out the same.
     sk::SMacd keptMacd{sk::Column(3, 1.0), sk::Column(50, 2.0), sk::Column(40, 3.0)};
     sk::Macd(bars.close, 9, 3, 4, keptMacd);
     const auto fresh = sk::Macd(bars.close, 9, 3, 4);
-    for (const auto& [k, f] : {std::pair{&keptMacd.macd, &fresh.macd},
-                               {&keptMacd.signal, &fresh.signal},
-                               {&keptMacd.histogram, &fresh.histogram}}) {
-        ExpectColumn(
-            *k, bars, [&, column = f](int i) { return (*column)[static_cast<std::size_t>(i)]; },
-            "kept");
-    }
+    EXPECT_EQ(sf::Mismatch(fresh.macd, keptMacd.macd), "");
+    EXPECT_EQ(sf::Mismatch(fresh.signal, keptMacd.signal), "");
+    EXPECT_EQ(sf::Mismatch(fresh.histogram, keptMacd.histogram), "");
     sk::SAdx keptAdx{sk::Column(70, 9.0), sk::Column(1, 9.0), sk::Column(0)};
     sk::Adx(shortHighs, 3, keptAdx);
     EXPECT_TRUE(std::isnan(keptAdx.adx[30]));
@@ -227,4 +224,58 @@ TEST(StudyKernels, VolumeAverage) {
     EXPECT_TRUE(std::isnan(sk::VolumeAverage({}, 10, true)));
     EXPECT_TRUE(std::isnan(sk::VolumeAverage(volume, 0, false)));
     EXPECT_DOUBLE_EQ(sk::VolumeAverage(volume, 0, true), 300.0);
+}
+
+// A series followed as live trades build it: from a single bar, the newest bar changes in place
+// (a trade inside its interval) or new bars arrive one or several at a time, through every
+// study's warm-up and seed. After each step the columns equal a pass over the whole series.
+TEST(StudyKernels, LiveFollowEqualsAPassOverTheWholeSeries) {
+    const CVectorBars source = RandomBars(7, 420, 250.0);
+    for (const SPeriods p : {SPeriods{14, 8, 17, 9}, {3, 9, 3, 4}, {1, 1, 1, 1}}) {
+        std::mt19937 random(static_cast<unsigned>(p.n));
+        CVectorBars bars;
+        SKernelColumns followed;
+        std::size_t taken = 0;
+        while (taken < source.close.size() && !HasFailure()) {
+            const std::size_t had = bars.close.size();
+            const int what = std::uniform_int_distribution<int>(0, 5)(random);
+            if (what <= 2 && had > 0) {
+                // A trade into the newest bar: a new close, maybe a new high or low, more volume.
+                const double price = source.close[taken] + 0.01 * what;
+                bars.close.back() = price;
+                bars.high.back() = std::max(bars.high.back(), price);
+                bars.low.back() = std::min(bars.low.back(), price);
+                bars.volume.back() += 100;
+                bars.volumes.back() += 100;
+                ++taken;
+            } else {
+                const std::size_t count = what == 5 ? 7 : 1;
+                for (std::size_t k = 0; k < count && taken < source.close.size(); ++k, ++taken) {
+                    bars.Add(source.high[taken], source.low[taken], source.close[taken],
+                             source.volumes[taken]);
+                }
+            }
+            followed.Compute(bars, p, had == 0 ? 0 : had - 1);
+            SKernelColumns whole;
+            whole.Compute(bars, p, 0);
+            ExpectSame(whole.All(), followed.All(), Tag(p) + " after " + std::to_string(taken));
+        }
+    }
+
+    // A change further back than the newest bar, or a shorter series, is never patched over:
+    // the studies start again from the first bar.
+    CVectorBars bars = RandomBars(3, 300);
+    const SPeriods p{14, 8, 17, 9};
+    SKernelColumns followed;
+    followed.Compute(bars, p, 0);
+    bars.close[40] += 3.0;
+    bars.high[40] += 3.0;
+    followed.Compute(bars, p, 40);
+    ExpectSame(Reference(bars, p), followed.All(), "bar 40 changed");
+    for (auto* column : {&bars.high, &bars.low, &bars.close, &bars.volume}) {
+        column->resize(120);
+    }
+    bars.volumes.resize(120);
+    followed.Compute(bars, p, 119);
+    ExpectSame(Reference(bars, p), followed.All(), "cut short");
 }

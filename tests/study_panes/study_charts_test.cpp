@@ -1,18 +1,23 @@
 #include "app/export.h"
+#include "core/data_types.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
 #include "recording_chart_2d.h"
 #include "studies/study_charts.h"
 #include "studies/study_set.h"
+#include "study_formulas.h"
+#include "vector_bars.h"
 
 #include <gtest/gtest.h>
 
 #include <charconv>
 #include <cmath>
 #include <memory>
+#include <numeric>
 
 namespace {
 
+namespace sf = study_formulas;
 using skychart::test::CRecordingChart2D;
 
 // Daily bars zig-zagging upwards: close 100 + i + (i % 3), high = close + 1 (+ 0.5 on odd bars),
@@ -99,7 +104,6 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
     std::snprintf(text, sizeof text, "\nMACD: %.3f Signal: %.3f", macd->LineAt(0, bar),
                   macd->LineAt(1, bar));
     EXPECT_EQ(macd->InfoLine(bar), text);
-    EXPECT_DOUBLE_EQ(macd->LineAt(2, bar), macd->LineAt(0, bar) - macd->LineAt(1, bar));
 
     const auto sto = Filled(kStudyStochastics, settings, *inputs);
     EXPECT_EQ(sto->InfoLine(bar).rfind("\nSlow STO%K: ", 0), 0U);
@@ -121,26 +125,101 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
               "Money Flow, lookback period - 2 MF: 21000000 pos: 21000000 neg: 0");
 }
 
-TEST(StudyCharts, ValueAtEachBarInTurnIsWhatThePaneDraws) {
-    SStudySettings settings;
-    settings.periods = {4, 3, 3, 3, 3, 2, 3, 3, 3, 3};
-    settings.macdShort = 2;
-    settings.macdLong = 5;
-    const auto inputs = ZigZag(60);
-    for (int type = 0; type < kStudyTypeCount; ++type) {
-        const auto study = Filled(type, settings, *inputs);
-        for (int bar = 0; bar < 60; ++bar) {
-            // RSI numbers its argument from 1; stochastics give their %D; money flow the net.
-            const double value = study->value(type == kStudyRSI ? bar + 1 : bar);
-            double drawn = study->LineAt(type == kStudyStochastics ? 1 : 0, bar);
-            if (type == kStudyMoneyFlow) {
-                drawn -= study->LineAt(1, bar);
-            }
-            if (std::isnan(drawn)) {
-                EXPECT_TRUE(std::isnan(value)) << type << " at " << bar;
-            } else {
-                EXPECT_NEAR(value, drawn, 1e-9 * std::max(1.0, std::abs(drawn)))
-                    << type << " at " << bar;
+// The lines a pane of `type` draws with these settings, by the reference; the volume pane its
+// bars.
+std::vector<sf::Line> ReferenceLines(int type, const SStudySettings& settings,
+                                     const IBarSeries& bars) {
+    const int n = settings.Period(type);
+    switch (type) {
+    case kStudyRSI:
+        return {sf::Rsi(bars, n)};
+    case kStudyMomentum:
+        return {sf::Momentum(bars, n)};
+    case kStudyRateOfChange:
+        return {sf::RateOfChange(bars, n)};
+    case kStudyOBV:
+        return {sf::OnBalanceVolume(bars, n)};
+    case kStudyMACD: {
+        const auto m = sf::Macd(bars, settings.macdShort, settings.macdLong, n);
+        return {m.macd, m.signal, m.histogram};
+    }
+    case kStudyStochastics: {
+        const auto sto = sf::Stochastics(bars, n, settings.stoFast);
+        return {sto.k, sto.d};
+    }
+    case kStudyMoneyFlow: {
+        const auto flow = sf::MoneyFlow(bars, n);
+        return {flow.positive, flow.negative};
+    }
+    case kStudyMFI:
+        return {sf::MoneyFlowIndex(bars, n)};
+    case kStudyADX: {
+        const auto adx = sf::Adx(bars, n);
+        return {adx.adx, adx.plusDi, adx.minusDi};
+    }
+    default: {
+        sf::Line volume;
+        for (int i = 0; i < bars.Count(); ++i) {
+            volume.push_back(static_cast<double>(bars.Volume(i)));
+        }
+        return {volume};
+    }
+    }
+}
+
+// The first `count` bars of `bars` as the studies read them; trades keep only their prices.
+CStudyInputs Inputs(const CVectorBars& bars, std::size_t count, bool trades) {
+    auto first = [count](const std::vector<double>& column) {
+        return std::vector<double>(column.begin(), column.begin() + static_cast<long>(count));
+    };
+    return trades ? CStudyInputs(kTicks, {}, {}, first(bars.close), first(bars.volume))
+                  : CStudyInputs(kDays, first(bars.high), first(bars.low), first(bars.close),
+                                 first(bars.volume));
+}
+
+// Every pane draws the reference's lines for its settings, whether filled at once or following a
+// series that grew by a few bars and changed its newest one; the volume pane draws the bars' volume
+// and their mean.
+TEST(StudyCharts, PanesDrawTheReferenceLines) {
+    const CVectorBars walk = RandomBars(5, 300);
+    // What a pane followed: the first 293 bars, before trades moved the newest of them.
+    CVectorBars earlier = walk;
+    earlier.close[292] -= 0.75;
+    earlier.low[292] = std::min(earlier.low[292], earlier.close[292]);
+    earlier.volume[292] = std::floor(earlier.volume[292] / 2);
+    struct SCase {
+        int n, macdShort, macdLong;
+        bool fast;
+    };
+    for (const SCase c :
+         {SCase{1, 1, 1, true}, {2, 2, 5, false}, {3, 9, 3, true}, {14, 8, 17, false}}) {
+        SStudySettings settings;
+        settings.periods.fill(c.n);
+        settings.macdShort = c.macdShort;
+        settings.macdLong = c.macdLong;
+        settings.stoFast = c.fast;
+        for (const bool trades : {false, true}) {
+            const CStudyInputs inputs = Inputs(walk, 300, trades);
+            const CStudyInputs before = Inputs(earlier, 293, trades);
+            for (int type = 0; type < kStudyTypeCount; ++type) {
+                const auto whole = Filled(type, settings, inputs);
+                const auto followed = Filled(type, settings, before);
+                followed->fill(inputs, 292);
+                const std::vector<sf::Line> expected = ReferenceLines(type, settings, inputs);
+                for (const auto* pane : {whole.get(), followed.get()}) {
+                    for (std::size_t line = 0; line < expected.size(); ++line) {
+                        EXPECT_EQ(sf::Mismatch(expected[line], pane->Lines()[line].values), "")
+                            << "type " << type << " line " << line << " n=" << c.n
+                            << (trades ? " trades" : " bars")
+                            << (pane == whole.get() ? "" : " followed");
+                    }
+                }
+                if (type == kStudyVolume) {
+                    const double mean =
+                        std::accumulate(walk.volume.begin(), walk.volume.end(), 0.0) / 300;
+                    EXPECT_NEAR(whole->LineAt(1, 0), mean, 1e-12 * mean);
+                    EXPECT_NEAR(followed->LineAt(1, 299), mean, 1e-12 * mean);
+                }
             }
         }
     }
@@ -164,46 +243,6 @@ TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
         EXPECT_EQ(Filled(kStudyVolume, settings, *daily, {type, 0})->label(kNoCursorBar, false),
                   std::string("Volume, average: 1.02K, lookback period - 2 ") + unit);
     }
-}
-
-TEST(StudyCharts, PanesDrawTheDisplayedSliceWithTheirLevels) {
-    SStudySettings settings;
-    settings.periods[kStudyRSI] = 5;
-    const auto inputs = ZigZag(60);
-    CRecordingChart2D chart;
-    const auto rsi = Filled(kStudyRSI, settings, *inputs);
-    rsi->Paint(chart, 40, 20, 30, kNoCursorBar, false);
-    const auto* line = chart.Series(CHistStudyChart::kLineSeries);
-    ASSERT_NE(line, nullptr);
-    ASSERT_EQ(line->values.size(), 20U);
-    EXPECT_EQ(line->values[3], rsi->LineAt(0, 43));
-    EXPECT_EQ(line->line.color, settings.dataColor[kStudyRSI]);
-    const auto* upper = chart.Series(CHistStudyChart::kLevelSeries);
-    ASSERT_NE(upper, nullptr);
-    ASSERT_EQ(upper->points.size(), 2U);
-    EXPECT_EQ(upper->points[0].y, 70.0);
-    EXPECT_EQ(upper->points[1].x, 29.5); // across the whole axis
-    EXPECT_EQ(upper->line.color, settings.rsiUpColor);
-    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 0.0);
-    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 100.0);
-    EXPECT_EQ(chart.Axis(CChart2D::EAxis::Y).precision, 0);
-    EXPECT_EQ(chart.LabelLineText(), rsi->label(kNoCursorBar, false));
-
-    // Volume: bars from zero and the average across; a pane of another study after it leaves
-    // no stale series behind.
-    const auto volume = Filled(kStudyVolume, settings, *inputs);
-    volume->Paint(chart, 0, 60, 60, kNoCursorBar, false);
-    const auto* bars = chart.Series(CHistStudyChart::kLineSeries);
-    ASSERT_NE(bars, nullptr);
-    EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Histogram);
-    EXPECT_EQ(bars->values.back(), 1590.0);
-    EXPECT_LE(chart.AxisRange(CChart2D::EAxis::Y).min, 0.0);
-    EXPECT_GE(chart.AxisRange(CChart2D::EAxis::Y).max, 1590.0);
-    EXPECT_EQ(chart.Series(CHistStudyChart::kLevelSeries), nullptr);
-    const auto* average = chart.Series(CHistStudyChart::kLineSeries + 1);
-    ASSERT_NE(average, nullptr);
-    EXPECT_EQ(average->values.front(), 1295.0);
-    EXPECT_EQ(average->line.color, settings.volumeAverageColor);
 }
 
 TEST(StudySet, ExportColumnsFollowTheShownStudiesOnce) {

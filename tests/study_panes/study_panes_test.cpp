@@ -1,25 +1,26 @@
 #include "chart/draw_manager.h"
 #include "core/data_types.h"
 #include "core/setting_keys.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "recording_chart_2d.h"
-#include "settings_table.h"
 #include "studies/study_panes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace {
 
 using skychart::test::CRecordingChart2D;
-using skychart::test::SettingsTable;
 
 // Daily bars of a wave with a wide swing, so that the bands leave the bars' range.
 class StudyPanes : public ::testing::Test {
 protected:
     void SetUp() override {
+        settings.RegisterAll(AllSettingKeys());
         for (int i = 0; i < 200; ++i) {
             sTICK bar;
             bar.time = CDateTime(CDateTime(2020, 1, 1, 0, 0, 0).Days() + i);
@@ -41,11 +42,22 @@ protected:
 
     SUpperStudySettings Upper() const { return SUpperStudySettings::Read(settings); }
     SStudySettings Lower() const { return SStudySettings::Read(settings); }
+    // Paints study pane `pane` into its own chart as the view does: 120 slots, the cursor on
+    // `cursorBar`.
+    CRecordingChart2D& PaintStudy(int pane, int cursorBar = kNoCursorBar) {
+        CRecordingChart2D& target = paneCharts[static_cast<std::size_t>(pane)];
+        SPaneFrame frame;
+        frame.displayedPoints = 120;
+        frame.cursorBar = cursorBar;
+        draw.PaintPane(pane, target, style, frame, 0, false);
+        return target;
+    }
 
-    SettingsTable settings;
+    CSettings settings;
     CChartHistRequest history;
     CHistChartDrawManager draw{history};
     CRecordingChart2D chart;
+    std::array<CRecordingChart2D, CHistChartDrawManager::kPaneCount> paneCharts;
     SChartStyle style;
 };
 
@@ -69,7 +81,7 @@ TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
     draw.SetScrollPosition(80, 120, kDays);
     SPaneFrame frame;
     frame.displayedPoints = 120;
-    draw.PaintPricePane(chart, style, frame);
+    draw.PaintPane(0, chart, style, frame, 0, false);
     const auto* ma1 = chart.Series(CStudyPanes::kAverageSeries);
     ASSERT_NE(ma1, nullptr);
     ASSERT_EQ(ma1->values.size(), 120U);
@@ -93,9 +105,33 @@ TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
     EXPECT_NE(info.find("\nBands: lower: "), std::string::npos);
     EXPECT_NE(info.find("\nRSI: "), std::string::npos);
 
-    draw.PaintStudyPane(chart, style, frame, 1, kStudyRSI, "", 150, false);
-    EXPECT_EQ(chart.LabelLineText(), studies.Current().Pane(0).label(150, false));
-    EXPECT_NE(chart.LabelLineText().find(" RSI: "), std::string::npos);
+    // The RSI pane: its line over the displayed bars, its levels across the axis, the fixed
+    // oscillator scale and the values at the cursor in the label.
+    const CRecordingChart2D& rsiPane = PaintStudy(1, 150);
+    const auto* line = rsiPane.Series(CStudyPanes::kLineSeries);
+    ASSERT_NE(line, nullptr);
+    ASSERT_EQ(line->values.size(), 120U);
+    EXPECT_EQ(line->values[3], studies.Current().Pane(0).LineAt(0, 83));
+    EXPECT_EQ(line->line.color, Lower().dataColor[kStudyRSI]);
+    const auto* upperLevel = rsiPane.Series(CStudyPanes::kLevelSeries);
+    ASSERT_NE(upperLevel, nullptr);
+    EXPECT_EQ(upperLevel->points[0].y, 70.0);
+    EXPECT_EQ(upperLevel->points[1].x, 119.5);
+    EXPECT_EQ(rsiPane.AxisRange(CChart2D::EAxis::Y).max, 100.0);
+    EXPECT_EQ(rsiPane.Axis(CChart2D::EAxis::Y).precision, 0);
+    EXPECT_EQ(rsiPane.LabelLineText(), studies.Current().Pane(0).label(150, false));
+    EXPECT_NE(rsiPane.LabelLineText().find(" RSI: "), std::string::npos);
+    // The volume pane: bars from zero, the average across and a range fitted with room.
+    const CRecordingChart2D& volumePane = PaintStudy(2);
+    const auto* bars = volumePane.Series(CStudyPanes::kLineSeries);
+    ASSERT_NE(bars, nullptr);
+    EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Histogram);
+    EXPECT_EQ(bars->values.back(), 1199.0);
+    EXPECT_EQ(volumePane.Series(CStudyPanes::kLevelSeries), nullptr);
+    ASSERT_NE(volumePane.Series(CStudyPanes::kLineSeries + 1), nullptr);
+    EXPECT_DOUBLE_EQ(volumePane.Series(CStudyPanes::kLineSeries + 1)->values.front(), 1099.5);
+    EXPECT_LT(volumePane.AxisRange(CChart2D::EAxis::Y).min, 0.0);
+    EXPECT_GT(volumePane.AxisRange(CChart2D::EAxis::Y).max, 1199.0);
     EXPECT_EQ(studies.PaneLabel(2, kNoCursorBar, true).find(" (Minimized)"),
               studies.PaneLabel(2, kNoCursorBar, true).size() - 12);
 }
@@ -132,6 +168,15 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Pane(1).Count(), 200);
 
+    // A colour computes nothing: every study keeps its lines and takes the new look at once.
+    const CHistStudyChart* mfi = &studies.Current().Pane(1);
+    settings.SetText(keys::Numbered(keys::kStudyDataColor, kStudyMFI), "255");
+    EXPECT_FALSE(studies.SettingsChanged(Upper(), Lower()));
+    EXPECT_FALSE(studies.Computing());
+    EXPECT_EQ(&studies.Current().Pane(1), mfi);
+    EXPECT_EQ(mfi->Lines()[0].color, 255U);
+    EXPECT_EQ(mfi->Count(), 200);
+
     // Live points: followed at once on the calling thread; growth while a computation runs is
     // followed when it is done, the lines drawn staying meanwhile.
     const auto append = [&](double close) {
@@ -148,7 +193,9 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     EXPECT_EQ(studies.Current().Inputs().Count(), 201);
     EXPECT_EQ(studies.Current().Pane(1).Count(), 201);
     const double followedMfi = mfiAt(200);
-    studies.SettingsChanged(Upper(), Lower());
+    // Another ADX period computes the ADX alone; the MFI keeps its lines.
+    settings.SetText(keys::kStudyAvgPeriod, "21,5,20,9,18,5,10,14,14,12");
+    EXPECT_TRUE(studies.SettingsChanged(Upper(), Lower()));
     append(151.0);
     studies.SeriesGrew();
     EXPECT_EQ(studies.Current().Pane(0).Count(), 201);
@@ -156,6 +203,8 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Inputs().Count(), 202);
     EXPECT_EQ(studies.Current().Pane(0).Count(), 202);
+    EXPECT_EQ(studies.Current().Pane(0).Period(), 12);
+    EXPECT_EQ(&studies.Current().Pane(1), mfi);
     // The followed value is the one a computation over the whole series gives.
     EXPECT_NEAR(mfiAt(200), followedMfi, 1e-9);
     EXPECT_FALSE(std::isnan(mfiAt(201)));

@@ -38,11 +38,6 @@ void FrameTest::SetUp() {
     settings().Reset();
 }
 
-CSettings& FrameTest::settings() {
-    // The chart loader reads the process-wide table by itself: the frame is handed that one.
-    return CSettings::Instance();
-}
-
 void FrameTest::TearDown() {
     CloseFrame();
     // The frames launched portico too; those exit at once while the test's portico holds the

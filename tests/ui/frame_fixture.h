@@ -4,6 +4,7 @@
 // XDG_CONFIG_HOME and every message box answered from a script.
 
 #include "app/ui/main_frame.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 
 #include "line_client.h"
@@ -35,7 +36,7 @@ protected:
     void CloseFrame();
     CMainFrame& frame() { return *m_frame; }
     // The settings table and the history handed to the frame.
-    CSettings& settings();
+    CSettings& settings() { return m_settings; }
     CChartHistRequest& history() { return m_history; }
 
     // Runs the event loop until `done` holds; false when it did not within the time.
@@ -60,6 +61,7 @@ protected:
 
 private:
     TempDir m_home;
+    CSettings m_settings;
     CChartHistRequest m_history;
     std::unique_ptr<PorticoProcess> m_portico;
     std::unique_ptr<CMainFrame> m_frame;

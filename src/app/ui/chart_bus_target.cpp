@@ -81,7 +81,7 @@ SBusMethodResult CChartBusTarget::BusRender(const std::string& path, int width, 
     request.file = path;
     request.width = width;
     request.height = height;
-    const std::string error = RenderChart(m_frame.ChartLoader(), m_settings, request);
+    const std::string error = RenderChart(m_frame.ChartLoader(), request, m_settings);
     if (!error.empty()) {
         return ToBusResult(SChartBusReply::Error(EChartBusFault::Failed, error));
     }

@@ -10,8 +10,8 @@
 
 #include <QSize>
 
-std::string RenderChart(const CChartLoader& loader, CSettings& settings,
-                        const SExportRequest& request) {
+std::string RenderChart(const CChartLoader& loader, const SExportRequest& request,
+                        CSettings& settings) {
     CChartCanvas canvas(loader.History(), settings);
     canvas.resize(request.width, request.height);
     canvas.SetSeries(loader.Symbol(), loader.DataType(), loader.IntervalIndex());

@@ -13,7 +13,5 @@ struct SExportRequest;
 // width and height that is never shown, and writes it to the request's file (PNG or PDF) through
 // the same writer as "Export Image...". Reads `settings`, never stores them. Needs a
 // QApplication. Returns "" when written, else why not.
-std::string RenderChart(const CChartLoader& loader, CSettings& settings,
-                        const SExportRequest& request);
-// The same with the process-wide table, for the export mode until it hands its own table in.
-std::string RenderChart(const CChartLoader& loader, const SExportRequest& request);
+std::string RenderChart(const CChartLoader& loader, const SExportRequest& request,
+                        CSettings& settings);

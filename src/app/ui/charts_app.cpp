@@ -1,7 +1,6 @@
 #include "app/ui/charts_app.h"
 
 #include "app/command_line.h"
-#include "app/ui/chart_render.h"
 #include "app/ui/main_frame.h"
 #include "app/workspace.h"
 #include "platform/application_log.h"
@@ -13,10 +12,7 @@
 
 #include <cerrno>
 
-// The chart loader still reads the process-wide table by itself, so that is the table the
-// application hands down.
-CChartsApp::CChartsApp()
-    : COrvaneWinAppEx("Skychart", SKYCHART_VERSION), m_settings(CSettings::Instance()) {}
+CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {}
 
 CChartsApp::~CChartsApp() = default;
 
@@ -66,13 +62,4 @@ bool CChartsApp::InitInstance(const COrvaneCommandLineInfo& commandLine,
     m_frame->SetCommandLine(effective);
     m_frame->ShowWithCommandLine();
     return true;
-}
-
-// The export mode reads the process-wide table until it hands its own table in.
-SSettingsLoad LoadApplicationSettings(IPrompt& prompt, ESettingsAccess access) {
-    return LoadApplicationSettings(CSettings::Instance(), prompt, access);
-}
-
-std::string RenderChart(const CChartLoader& loader, const SExportRequest& request) {
-    return RenderChart(loader, CSettings::Instance(), request);
 }

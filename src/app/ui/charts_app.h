@@ -2,13 +2,13 @@
 
 #include "app/ui/message_box_prompt.h"
 #include "app/ui/orvane_win_app.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 
 #include <memory>
 #include <optional>
 
 class CMainFrame;
-class CSettings;
 
 // The chart application: sets up the log, loads the settings, creates and shows the main frame
 // and hands it the command line, which applies once the service is ready. It holds the settings
@@ -31,7 +31,7 @@ public:
 
 private:
     CMessageBoxPrompt m_prompt;
-    CSettings& m_settings;
+    CSettings m_settings;
     CChartHistRequest m_history;
     std::unique_ptr<CMainFrame> m_frame;
 };

@@ -61,11 +61,13 @@ bool CStderrPrompt::Question(const std::string& caption, const std::string& text
     return false;
 }
 
-CExportRunner::CExportRunner(SExportRequest request, std::chrono::milliseconds connectTimeout,
+CExportRunner::CExportRunner(SExportRequest request, CChartHistRequest& history,
+                             CSettings& settings, std::chrono::milliseconds connectTimeout,
                              std::chrono::milliseconds idleTimeout, std::string settingsFile,
                              bool progress)
-    : m_request(std::move(request)), m_connectTimeout(connectTimeout), m_idleTimeout(idleTimeout),
-      m_settingsFile(std::move(settingsFile)), m_loader(CChartHistRequest::Instance()) {
+    : m_request(std::move(request)), m_settings(settings), m_connectTimeout(connectTimeout),
+      m_idleTimeout(idleTimeout), m_settingsFile(std::move(settingsFile)),
+      m_loader(history, settings) {
     if (progress) {
         m_progress = std::make_unique<CProgressLine>(
             [](const std::string& text) {
@@ -152,7 +154,7 @@ void CExportRunner::OnTick() {
             m_progress->Finish();
         }
         const std::string error = m_request.output == EExportOutput::Chart
-                                      ? RenderChart(m_loader, m_request)
+                                      ? RenderChart(m_loader, m_request, m_settings)
                                       : WriteCsv();
         if (!error.empty()) {
             Finish(kExportFileError, error);
@@ -245,7 +247,7 @@ std::string CExportRunner::WriteCsv() const {
     }
     // The studies that the user's settings show, over the whole series.
     const std::string text = SeriesExportText(m_loader.History(), m_request.dataType,
-                                              m_loader.IntervalIndex(), CSettings::Instance());
+                                              m_loader.IntervalIndex(), m_settings);
     file.write(text.data(), static_cast<qint64>(text.size()));
     if (!file.commit()) {
         return fmt::format("cannot write {}: {}", m_request.file, file.errorString().toStdString());
@@ -253,8 +255,12 @@ std::string CExportRunner::WriteCsv() const {
     return {};
 }
 
-int CExportRunner::RecomputeAndShowNewest() {
-    return m_loader.History().GetCount();
+int CExportRunner::ShowCompleteHistory(int /*count*/) {
+    return CChartLoader::kDefaultDisplayedPoints;
+}
+
+std::optional<int> CExportRunner::ShowNewPoints(int /*count*/, int /*added*/) {
+    return CChartLoader::kDefaultDisplayedPoints;
 }
 
 void CExportRunner::SetStatusText(const std::string& text) {
@@ -312,7 +318,8 @@ void CExportRunner::OnFeedFault(const SFeedFault& fault) {
     Finish(kExportNoService, DescribeFeedFault(fault) + WhileText());
 }
 
-int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& executable) {
+int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& executable,
+              CSettings& settings, CChartHistRequest& history) {
     SExportRequest request;
     const std::string problem = CheckExportRequest(commandLine, request);
     if (!problem.empty()) {
@@ -337,15 +344,14 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
     CStderrPrompt prompt;
     // The settings are read, never written, and an unreadable file stays where it is: neither
     // mode changes anything the user keeps.
-    LoadApplicationSettings(prompt, ESettingsAccess::ReadOnly);
-    CSettings& settings = CSettings::Instance();
+    LoadApplicationSettings(settings, prompt, ESettingsAccess::ReadOnly);
     settings.SetText(keys::kCurrentSymbol, request.symbol);
     settings.SetInt(keys::kRequestDataType, request.dataType);
     if (request.intervalIndex >= 0) {
         settings.SetInt(keys::kRequestIntervalIndex, request.intervalIndex);
     }
 
-    CExportRunner runner(request, 30s, 60s,
+    CExportRunner runner(request, history, settings, 30s, 60s,
                          CRegistryPaths::ApplicationFile("Skychart").toStdString(),
                          ::isatty(STDERR_FILENO) == 1);
     return runner.Run();

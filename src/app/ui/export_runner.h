@@ -14,7 +14,9 @@
 #include <memory>
 #include <string>
 
+class CChartHistRequest;
 class CFeedConnections;
+class CSettings;
 
 // The export mode's message boxes: every text goes to standard error instead.
 class CStderrPrompt : public IPrompt {
@@ -42,15 +44,18 @@ private:
 // connection the service refused, closed or overfilled with a line over 64 KiB (as the socket
 // reported it), a service never ready, request settings that make no request, the request's
 // timeout. With `progress` the points received so far are shown on a line of standard error.
-class CExportRunner : public QObject, public IFeedFrame, private IHistoryProgressView {
+class CExportRunner : public QObject, public IFeedFrame, private IHistoryProgressSink {
     Q_OBJECT
 
 public:
-    // `connectTimeout`: how long the service may take to be ready; `idleTimeout`: how long an
-    // answer may go without a line before the export gives up; the request's timeout bounds
-    // the whole run. `settingsFile` is named when the request settings make no request.
-    CExportRunner(SExportRequest request, std::chrono::milliseconds connectTimeout,
-                  std::chrono::milliseconds idleTimeout, std::string settingsFile, bool progress);
+    // The series loads into `history`, the request and the written file follow `settings`; both
+    // outlive the runner. `connectTimeout`: how long the service may take to be ready;
+    // `idleTimeout`: how long an answer may go without a line before the export gives up; the
+    // request's timeout bounds the whole run. `settingsFile` is named when the request settings
+    // make no request.
+    CExportRunner(SExportRequest request, CChartHistRequest& history, CSettings& settings,
+                  std::chrono::milliseconds connectTimeout, std::chrono::milliseconds idleTimeout,
+                  std::string settingsFile, bool progress);
     ~CExportRunner() override;
 
     int Run();
@@ -65,15 +70,11 @@ public:
     void OnFeedFault(const SFeedFault& fault) override;
 
 private:
-    // IHistoryProgressView: no panes; the texts go to the log.
-    void SetScrollRange(int /*maximum*/) override {}
-    void SetScrollPosition(int /*position*/) override {}
-    int ScrollLimit() const override { return 0; }
-    bool IsScrollAtLimit() const override { return true; }
-    int RecomputeAndShowNewest() override;
-    void AppendNewPoints(int /*count*/) override {}
-    int DisplayedPointCount() const override { return CChartLoader::kDefaultDisplayedPoints; }
+    // IHistoryProgressSink: the texts go to the log. Nothing is drawn before the file is
+    // written, so every point is taken as it comes, the default count shown at once.
     void SetStatusText(const std::string& text) override;
+    int ShowCompleteHistory(int count) override;
+    std::optional<int> ShowNewPoints(int count, int added) override;
 
     void OnTick();
     void StartLoad();
@@ -89,6 +90,7 @@ private:
     std::string WhileText() const;
 
     SExportRequest m_request;
+    CSettings& m_settings;
     std::chrono::milliseconds m_connectTimeout;
     std::chrono::milliseconds m_idleTimeout;
     std::string m_settingsFile;
@@ -107,7 +109,8 @@ private:
 };
 
 // The whole export or render mode for `commandLine` (inside a QCoreApplication, a QApplication
-// for --render): checks the options, starts the log, loads the settings without ever writing
-// them back, runs the export. Returns the process exit code; every failure is explained on
-// standard error.
-int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& executable);
+// for --render): checks the options, starts the log, loads the settings file into `settings`
+// without ever writing it back, loads the series into `history` and writes it. Returns the
+// process exit code; every failure is explained on standard error.
+int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& executable,
+              CSettings& settings, CChartHistRequest& history);

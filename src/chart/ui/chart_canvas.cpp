@@ -242,14 +242,12 @@ void CChartCanvas::RedrawAll() {
         }
     }
 
+    frame.cursorBar = m_cursorBar;
+
     m_stack->HoldDrawing();
-    m_draw.PaintPricePane(m_stack->Pane(0), style, frame);
-    for (int pane = 1; pane <= m_layout.LastPane(); ++pane) {
-        const bool strip = IsStrip(pane);
-        const std::string label = strip ? std::string("(Minimized)") : std::string();
-        m_draw.PaintStudyPane(m_stack->Pane(pane), style, frame, pane,
-                              m_layout.studyTypes[static_cast<std::size_t>(pane)], label,
-                              m_cursorBar, strip);
+    for (int pane = 0; pane <= m_layout.LastPane(); ++pane) {
+        m_draw.PaintPane(pane, m_stack->Pane(pane), style, frame,
+                         m_layout.studyTypes[static_cast<std::size_t>(pane)], IsStrip(pane));
     }
     m_stack->ReleaseDrawing();
 }
@@ -411,6 +409,31 @@ void CChartCanvas::ShowPaneMenu(int pane, const QPoint& globalPos) {
     menu.exec(globalPos);
 }
 
+CChart2D::SPixelPoint CChartCanvas::PanePoint(int pane, const QPoint& pos) const {
+    const SPaneRect& rect = m_layoutResult.panes[static_cast<std::size_t>(pane)];
+    return {static_cast<double>(pos.x()), static_cast<double>(pos.y() - rect.top)};
+}
+
+bool CChartCanvas::DragItem(const QPoint& pos) {
+    if (m_dragItem == nullptr) {
+        return false;
+    }
+    const CChart2D& chart = m_stack->Pane(m_dragItemPane);
+    if (m_dragItem->MoveBy(chart, m_draw.View(), PanePoint(m_dragItemPane, m_dragLast),
+                           PanePoint(m_dragItemPane, pos))) {
+        m_itemMoved = true;
+        m_dragLast = pos;
+        RedrawAll();
+        return true;
+    }
+    if (!m_itemMoved) {
+        // The item cannot be moved: the press drags the chart instead.
+        m_dragItem.reset();
+        return false;
+    }
+    return true;
+}
+
 double CChartCanvas::PixelsPerBar() const {
     const CChart2D::SGeometry geometry = m_stack->Pane(0).Geometry();
     return static_cast<double>(geometry.width - geometry.left - geometry.right) /
@@ -462,6 +485,15 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         m_dragBorder = m_layout.HitTestBorder(m_layoutResult, y, kBorderTolerance);
         if (m_dragBorder < 0 && !m_symbol.empty()) {
             HideCursor();
+            // An item under the press follows the drag when it can be moved; otherwise the
+            // chart scrolls.
+            m_dragLast = mouse->position().toPoint();
+            m_dragItemPane = m_stack->PaneAt(m_dragLast);
+            m_dragItem = m_dragItemPane < 0
+                             ? nullptr
+                             : m_draw.ItemAt(m_dragItemPane, m_stack->Pane(m_dragItemPane),
+                                             PanePoint(m_dragItemPane, m_dragLast), kItemTolerance);
+            m_itemMoved = false;
             m_draggingChart = true;
             m_dragAnchorPosition = m_range.Position();
             m_dragStartX = mouse->position().x();
@@ -480,6 +512,9 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
                 Relayout();
             }
         } else if (m_draggingChart) {
+            if (DragItem(mouse->position().toPoint())) {
+                return true;
+            }
             if (m_range.DragTo(m_dragAnchorPosition, mouse->position().x() - m_dragStartX,
                                PixelsPerBar())) {
                 SyncScrollBar();
@@ -513,6 +548,7 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         }
         m_dragBorder = -1;
         m_draggingChart = false;
+        m_dragItem.reset();
         m_stack->setCursor(Qt::ArrowCursor);
         return true;
     }

@@ -33,6 +33,8 @@ public:
     static constexpr int kMinimizedHeight = 20;
     static constexpr int kMinPaneHeight = 24;
     static constexpr int kBorderTolerance = 3;
+    // How near (pixels) a press must be to a drawn item to pick it.
+    static constexpr double kItemTolerance = 5.0;
     // How often a running study computation is asked whether it is done.
     static constexpr int kStudyPollMs = 40;
     // The cursor read-outs are drawn at most this often.
@@ -169,8 +171,18 @@ private:
     // Cursor read-outs are coalesced: the labels are drawn at most once per period.
     QTimer m_readOutTimer;
 
-    // A drag in progress: of a pane border (the lower pane) or of the chart.
+    // The pane point of `pos` (stack pixels) in pane `pane`.
+    CChart2D::SPixelPoint PanePoint(int pane, const QPoint& pos) const;
+    // Moves the item under a press by the mouse's move; false when no item follows the drag.
+    bool DragItem(const QPoint& pos);
+
+    // A drag in progress: of a pane border (the lower pane), of a drawn item that follows it,
+    // or of the chart.
     int m_dragBorder = -1;
+    std::shared_ptr<CDrawnItem> m_dragItem;
+    int m_dragItemPane = -1;
+    bool m_itemMoved = false;
+    QPoint m_dragLast;
     bool m_draggingChart = false;
     int m_dragAnchorPosition = 0;
     double m_dragStartX = 0.0;

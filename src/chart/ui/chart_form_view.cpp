@@ -10,7 +10,7 @@
 #include <spdlog/spdlog.h>
 
 CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, QWidget* parent)
-    : QWidget(parent), m_loader(history) {
+    : QWidget(parent), m_loader(history, settings) {
     setObjectName("ChartFormView");
 
     m_notice = new QLabel(this);
@@ -28,10 +28,10 @@ CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, 
     m_progressTimer.setObjectName(QString::number(kProgressTimerId));
     m_progressTimer.setInterval(kProgressPeriodMs);
     connect(&m_progressTimer, &QTimer::timeout, this, &CChartFormView::OnProgressTimer);
-    connect(m_canvas, &CChartCanvas::displayedPointsChanged, this, [this](int) {
+    connect(m_canvas, &CChartCanvas::displayedPointsChanged, this, [this](int displayed) {
         const int count = m_loader.History().GetCount();
         if (!Symbol().empty() && m_loader.History().IsHistoryComplete()) {
-            SetStatusText(CHistoryProgress::DatapointsText(count, DisplayedPointCount()));
+            SetStatusText(CHistoryProgress::DatapointsText(count, displayed));
         }
     });
 
@@ -97,30 +97,7 @@ void CChartFormView::OnProgressTimer() {
     ShowNotice();
 }
 
-void CChartFormView::SetScrollRange(int maximum) {
-    m_canvas->SetPointCount(maximum, false);
-}
-
-void CChartFormView::SetScrollPosition(int position) {
-    if (position >= m_canvas->Range().Limit()) {
-        m_canvas->SetPointCount(m_canvas->Range().PointCount(), true);
-    }
-}
-
-int CChartFormView::ScrollLimit() const {
-    return m_canvas->Range().Limit();
-}
-
-bool CChartFormView::IsScrollAtLimit() const {
-    return m_canvas->Range().AtRightEdge();
-}
-
-int CChartFormView::DisplayedPointCount() const {
-    return m_canvas->Range().DisplayedPoints();
-}
-
-int CChartFormView::RecomputeAndShowNewest() {
-    const int count = m_loader.History().GetCount();
+int CChartFormView::ShowCompleteHistory(int count) {
     m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
     m_canvas->ResetYRange();
     m_canvas->SetPointCount(count, true);
@@ -130,26 +107,29 @@ int CChartFormView::RecomputeAndShowNewest() {
     if (m_loader.History().GetTick(count - 1, newest)) {
         m_newest = {count, newest.high, newest.low, newest.close, newest.volume};
     }
-    return count;
+    return m_canvas->Range().DisplayedPoints();
 }
 
-void CChartFormView::AppendNewPoints(int count) {
+std::optional<int> CChartFormView::ShowNewPoints(int count, int added) {
+    if (!m_canvas->Range().AtRightEdge()) {
+        return std::nullopt;
+    }
+    m_canvas->SetPointCount(count, true);
     // The timer asks on every tick at the right edge; only a new point or a newest point that
     // a trade changed is drawn again.
     const CChartHistRequest& history = m_loader.History();
     sTICK newest;
-    if (!history.GetTick(history.GetLastIndex(), newest)) {
-        return;
+    if (history.GetTick(history.GetLastIndex(), newest)) {
+        const SNewestPoint now{history.GetCount(), newest.high, newest.low, newest.close,
+                               newest.volume};
+        if (added != 0 || now != m_newest) {
+            m_newest = now;
+            // Live points: the studies go on over the new points first, then all is drawn once.
+            m_canvas->StudiesSeriesGrew();
+            m_canvas->RedrawAll();
+        }
     }
-    const SNewestPoint now{history.GetCount(), newest.high, newest.low, newest.close,
-                           newest.volume};
-    if (count == 0 && now == m_newest) {
-        return;
-    }
-    m_newest = now;
-    // Live points: the studies go on over the new points first, then all is drawn once.
-    m_canvas->StudiesSeriesGrew();
-    m_canvas->RedrawAll();
+    return m_canvas->Range().DisplayedPoints();
 }
 
 void CChartFormView::ApplyDisplaySettings() {

@@ -24,7 +24,7 @@ class QPrinter;
 // lookup connection, the symbol watched on Level 1), reports the progress every 250 ms in the
 // frame's status bar and draws the series in its stack of panes once it is complete. A line
 // over the panes says what is going on while there is nothing to draw.
-class CChartFormView : public QWidget, private IHistoryProgressView {
+class CChartFormView : public QWidget, private IHistoryProgressSink {
     Q_OBJECT
 
 public:
@@ -93,15 +93,11 @@ public:
     void SetChartMenuCommands(std::function<void()> print, std::function<void()> exportImage);
 
 private:
-    // IHistoryProgressView, through the canvas's scroll bar and panes.
-    void SetScrollRange(int maximum) override;
-    void SetScrollPosition(int position) override;
-    int ScrollLimit() const override;
-    bool IsScrollAtLimit() const override;
-    int RecomputeAndShowNewest() override;
-    void AppendNewPoints(int count) override;
-    int DisplayedPointCount() const override;
+    // IHistoryProgressSink: the status bar, and the canvas's scroll bar and panes.
     void SetStatusText(const std::string& text) override;
+    int ShowCompleteHistory(int count) override;
+    // Taken only at the right edge: a chart scrolled back keeps its place.
+    std::optional<int> ShowNewPoints(int count, int added) override;
 
     void OnProgressTimer();
     void ShowNotice();

@@ -1,7 +1,6 @@
 #include "chart/ui/chart_stack_widget.h"
 
 #include "chart/ui/pane_stack_layout.h"
-#include "chart/ui/stack_pane_chart.h"
 
 #include <QFontMetrics>
 #include <QPainter>

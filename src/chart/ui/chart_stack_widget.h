@@ -22,6 +22,7 @@
 // path through QPainter.
 
 #include "chart/chart_2d.h"
+#include "chart/ui/stack_pane_chart.h"
 
 #include <qcustomplot.h>
 
@@ -34,19 +35,14 @@
 #include <span>
 
 class CPaneStackLayout;
-class CStackPaneChart;
-class CVisibleMarginGroup;
 
-class CChartStackWidget : public QCustomPlot {
+class CChartStackWidget : public QCustomPlot, public IPaneHost {
     Q_OBJECT
 
 public:
     // A pane gets one value label per this many pixels of its height, from one to five.
     static constexpr int kPixelsPerValueTick = 30;
     static constexpr int kPaneCount = 11;
-    // Pixel sizes of the fonts of the axis labels and of the label lines.
-    static constexpr int kTickFontPixels = 11;
-    static constexpr int kLabelFontPixels = 12;
 
     explicit CChartStackWidget(QWidget* parent = nullptr);
     ~CChartStackWidget() override;
@@ -69,8 +65,8 @@ public:
     // pane's top-left corner.
     int PaneAt(const QPoint& point) const;
 
-    void HoldDrawing();
-    void ReleaseDrawing();
+    void HoldDrawing() override;
+    void ReleaseDrawing() override;
     int HoldDepth() const { return m_holdDepth; }
     // Draws the stack now (unless drawing is held, when the last release will).
     void Redraw();
@@ -86,20 +82,17 @@ public:
     // widget's width, scaled to fill `target` (printing, PDF and image export); onto a target
     // smaller than that the panes are laid out at the target's size instead, so that lines do
     // not fade. Hidden panes are drawn too. Everything goes through the painter as vectors.
-    void RenderPanes(QPainter& painter, const QRectF& target, std::span<const int> panes);
+    void RenderPanes(QPainter& painter, const QRectF& target, std::span<const int> panes) override;
     // The visible panes, top to bottom, as an image of the widget's width and their heights.
     QImage RenderImage();
 
-    // ---- used by the panes ----
-    // Something of a pane changed; `layout` when it may move the plot areas or their labels.
-    void Invalidate(bool layout);
-    // Brings the plot areas up to date with the latest changes (for geometry and mapping).
-    void EnsureLayout();
-    // A pane's crosshair changed; `region` holds the widget pixels it covered and covers now.
-    void CrosshairChanged(const QRegion& region);
-    CVisibleMarginGroup* MarginGroup() const { return m_marginGroup; }
-    // The height of the strip above each plot area that holds the pane's label line.
-    int LabelStripHeight() const { return m_labelStrip; }
+    // ---- IPaneHost: used by the panes ----
+    QCustomPlot& Plot() override { return *this; }
+    void Invalidate(bool layout) override;
+    void EnsureLayout() override;
+    void CrosshairChanged(const QRegion& region) override;
+    CVisibleMarginGroup* MarginGroup() const override { return m_marginGroup; }
+    int LabelStripHeight() const override { return m_labelStrip; }
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

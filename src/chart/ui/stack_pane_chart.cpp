@@ -1,6 +1,5 @@
 #include "chart/ui/stack_pane_chart.h"
 
-#include "chart/ui/chart_stack_widget.h"
 #include "chart/ui/pane_stack_layout.h"
 
 #include <QRectF>
@@ -29,9 +28,8 @@ void CheckOffset(double xOffset) {
 
 } // namespace
 
-CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index,
-                                 std::shared_ptr<QImage> raster)
-    : m_stack(stack), m_index(index), m_rect(new CPaneAxisRect(&stack)),
+CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QImage> raster)
+    : m_stack(stack), m_index(index), m_rect(new CPaneAxisRect(&stack.Plot())),
       m_x(m_rect->axis(QCPAxis::atBottom)), m_y{m_rect->axis(QCPAxis::atLeft),
                                                 m_rect->axis(QCPAxis::atRight)},
       m_crosshair(m_rect, m_x, m_y[0], m_y[1]) {
@@ -52,7 +50,7 @@ CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index,
         m_y[i]->setVisible(true);
         m_y[i]->setRange(0.0, 1.0);
     }
-    const QFont tickFont = PixelFont(stack.font(), CChartStackWidget::kTickFontPixels);
+    const QFont tickFont = PixelFont(stack.Plot().font(), IPaneHost::kTickFontPixels);
     for (QCPAxis* axis : {m_x, m_y[0], m_y[1], top}) {
         axis->setLayer(QStringLiteral("axes"));
         axis->grid()->setLayer(QStringLiteral("grid"));
@@ -69,12 +67,13 @@ CStackPaneChart::CStackPaneChart(CChartStackWidget& stack, int index,
     m_x->setVisible(true);
     m_x->setRange(0.0, 1.0);
 
-    m_background = new CPaneFrameLayerable(&stack, QStringLiteral("background"), m_rect,
+    m_background = new CPaneFrameLayerable(&stack.Plot(), QStringLiteral("background"), m_rect,
                                            CPaneFrameLayerable::EPart::Background);
-    m_series = new CPaneSeriesLayerable(&stack, m_rect, m_x, m_y[0], m_y[1], std::move(raster));
-    m_labelLine = new CPaneFrameLayerable(&stack, QStringLiteral("legend"), m_rect,
+    m_series =
+        new CPaneSeriesLayerable(&stack.Plot(), m_rect, m_x, m_y[0], m_y[1], std::move(raster));
+    m_labelLine = new CPaneFrameLayerable(&stack.Plot(), QStringLiteral("legend"), m_rect,
                                           CPaneFrameLayerable::EPart::LabelLine);
-    m_labelLine->SetFont(PixelFont(stack.font(), CChartStackWidget::kLabelFontPixels));
+    m_labelLine->SetFont(PixelFont(stack.Plot().font(), IPaneHost::kLabelFontPixels));
     m_labelLine->SetColor(Qt::black);
     m_crosshair.SetFont(tickFont);
     ApplyAxes();

@@ -11,14 +11,43 @@
 #include <QSharedPointer>
 
 #include <memory>
+#include <span>
 
-class CChartStackWidget;
 class CPaneAxisRect;
+class CVisibleMarginGroup;
+class QCustomPlot;
+class QRectF;
+class QRegion;
+
+// What a pane needs of the stack of panes that holds it (CChartStackWidget): the plot it lives
+// in, the stack's drawing holds and layout, and the crosshair overlay over all panes.
+class IPaneHost {
+public:
+    // Pixel sizes of the fonts of the axis labels and of the label lines.
+    static constexpr int kTickFontPixels = 11;
+    static constexpr int kLabelFontPixels = 12;
+
+    virtual ~IPaneHost() = default;
+    virtual QCustomPlot& Plot() = 0;
+    virtual CVisibleMarginGroup* MarginGroup() const = 0;
+    // The height of the strip above each plot area that holds the pane's label line.
+    virtual int LabelStripHeight() const = 0;
+    // Something of a pane changed; `layout` when it may move the plot areas or their labels.
+    virtual void Invalidate(bool layout) = 0;
+    // Brings the plot areas up to date with the latest changes (for geometry and mapping).
+    virtual void EnsureLayout() = 0;
+    virtual void HoldDrawing() = 0;
+    virtual void ReleaseDrawing() = 0;
+    virtual void RenderPanes(QPainter& painter, const QRectF& target,
+                             std::span<const int> panes) = 0;
+    // A pane's crosshair changed; `region` holds the widget pixels it covered and covers now.
+    virtual void CrosshairChanged(const QRegion& region) = 0;
+};
 
 class CStackPaneChart final : public CChart2D {
 public:
     // `raster`: the stack's scratch image for drawing series (see CPaneSeriesLayerable).
-    CStackPaneChart(CChartStackWidget& stack, int index, std::shared_ptr<QImage> raster);
+    CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QImage> raster);
 
     QCPAxisRect* AxisRect() const;
     int Index() const { return m_index; }
@@ -86,7 +115,7 @@ public:
 private:
     void Changed(bool layout);
 
-    CChartStackWidget& m_stack;
+    IPaneHost& m_stack;
     int m_index;
     CPaneAxisRect* m_rect;
     QCPAxis* m_x;

@@ -2,7 +2,7 @@
 
 // Follows the loaded symbol live: every Level 1 trade either adds a tick, extends the newest
 // interval bar or starts the next one, or rewrites the newest day bar from the day's summary.
-// Plain C++; the loader hands it every Level 1 line once the history is complete, and the
+// Plain C++; the chart loader hands it every Level 1 line once the history is complete, and the
 // parser's replay of the lines held while loading goes through it as well.
 
 #include <chrono>

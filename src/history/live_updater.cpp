@@ -1,4 +1,4 @@
-#include "chart/live_updater.h"
+#include "history/live_updater.h"
 
 #include "base/datetime.h"
 #include "base/fields.h"
