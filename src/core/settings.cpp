@@ -55,11 +55,6 @@ std::uint32_t DecimalUnsigned(const std::string& text) {
 
 } // namespace
 
-CSettings& CSettings::Instance() {
-    static CSettings settings;
-    return settings;
-}
-
 void CSettings::Register(const std::string& key, const std::string& defaultValue, bool persist) {
     m_entries[key] = Entry{defaultValue, defaultValue, persist};
 }

@@ -28,9 +28,6 @@ public:
 // value in one step.
 class CSettings {
 public:
-    // A table for the whole process, for code that is not handed one.
-    static CSettings& Instance();
-
     // Adds (or re-registers) a key with its default as its value.
     void Register(const std::string& key, const std::string& defaultValue, bool persist);
     void RegisterAll(const std::vector<SSettingKey>& keys);

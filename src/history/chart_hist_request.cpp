@@ -81,10 +81,6 @@ void CHistoryRequestBase::PushBack(const sTICK& tick) {
 
 // ---- CChartHistRequest ------------------------------------------------------------------------
 
-CChartHistRequest& CChartHistRequest::Instance() {
-    static CChartHistRequest instance;
-    return instance;
-}
 
 std::int32_t SHistoryParameters::FromText(const std::string& text) {
     return DecimalValue(text);

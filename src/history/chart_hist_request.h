@@ -100,9 +100,6 @@ public:
     CChartHistRequest() = default;
     ~CChartHistRequest() override = default;
 
-    // A history for the whole process, for code that is not handed one.
-    static CChartHistRequest& Instance();
-
     // The request parameters, set and read as a whole.
     void SetParameters(const SHistoryParameters& params);
     SHistoryParameters GetParameters() const;
