@@ -81,9 +81,8 @@ TEST_F(Aggregation, LastIntervalBarsAreTheNewestBarsUpToNow) {
         }
         // The bar holding `now` ends with the newest counted trade at or before `now`.
         const std::vector<Tick> ticks = Drain(market->lastTicks(inst, 50, now));
-        auto lastCounted = std::find_if(ticks.rbegin(), ticks.rend(),
-                                        [](const Tick& t) { return t.basis != 'O'; });
-        ASSERT_NE(lastCounted, ticks.rend());
+        const Tick* lastCounted = test::LastCounted(ticks);
+        ASSERT_NE(lastCounted, nullptr);
         const std::vector<Bar> newest = market->lastIntervalBars(inst, 60, 1, now);
         ASSERT_EQ(newest.size(), 1u);
         EXPECT_EQ(newest[0].close, lastCounted->price);

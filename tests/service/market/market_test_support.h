@@ -1,14 +1,14 @@
 #pragma once
 
-// Shared helpers of the market tests: civil times, draining cursors, and bars rebuilt from
-// ticks the slow and obvious way, to hold the market's own bars against.
+// Shared helpers of the market tests: whole-value comparisons, civil times, draining cursors,
+// and bars rebuilt from ticks the slow and obvious way, to hold the market's own bars against.
 
 #include "market/calendar.h"
 #include "market/market.h"
-#include "market/random.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -23,7 +23,7 @@ inline bool operator==(const Bar& a, const Bar& b) {
            a.openInterest == b.openInterest && a.tickCount == b.tickCount;
 }
 
-inline bool SameTick(const Tick& a, const Tick& b) {
+inline bool operator==(const Tick& a, const Tick& b) {
     return a.time == b.time && a.price == b.price && a.bid == b.bid && a.ask == b.ask &&
            a.size == b.size && a.totalVolume == b.totalVolume && a.tickId == b.tickId &&
            a.basis == b.basis && a.aggressor == b.aggressor && a.dayCode == b.dayCode &&
@@ -66,6 +66,13 @@ inline std::vector<Tick> Drain(TickCursor cursor) {
         size = size * 7 % 1000 + 1;
     }
     return out;
+}
+
+// The newest tick that counts in bars (not an odd lot); null when there is none.
+inline const Tick* LastCounted(const std::vector<Tick>& ticks) {
+    const auto it =
+        std::find_if(ticks.rbegin(), ticks.rend(), [](const Tick& t) { return t.basis != 'O'; });
+    return it == ticks.rend() ? nullptr : &*it;
 }
 
 // Bars of the counted ticks, one per key of `bucket`, in key order.

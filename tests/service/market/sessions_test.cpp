@@ -17,10 +17,6 @@ using test::Drain;
 
 class Sessions : public test::MarketSuite<3> {};
 
-int MinuteOfDay(Micros t) {
-    return static_cast<int>((t - StartOfDay(DayOf(t))) / kMicrosPerMinute);
-}
-
 TEST_F(Sessions, TheUniverseIsWellFormed) {
     const auto& all = market->instruments();
     EXPECT_GE(all.size(), 36u);
@@ -47,8 +43,7 @@ TEST_F(Sessions, TheUniverseIsWellFormed) {
                         c == '@');
         }
         EXPECT_EQ(inst.description.find(','), std::string::npos);
-        EXPECT_TRUE(markets.count(inst.listedMarket));
-        EXPECT_TRUE(types.count(inst.securityType));
+        EXPECT_TRUE(markets.count(inst.listedMarket) && types.count(inst.securityType));
         EXPECT_GT(inst.increment, 0);
         EXPECT_GE(inst.lotSize, 1u);
         EXPECT_EQ(market->find(inst.symbol), &inst);
@@ -57,31 +52,54 @@ TEST_F(Sessions, TheUniverseIsWellFormed) {
     }
     EXPECT_EQ(sessions.size(), 3u);
     EXPECT_EQ(market->find("NOSUCH"), nullptr);
-    EXPECT_EQ(get("LUMA").session, SessionClass::Equity);
     EXPECT_LE(get("LUMA").firstDay, Day(1990, 1, 2));
-    EXPECT_EQ(get("AURX").session, SessionClass::Continuous);
 }
 
-TEST_F(Sessions, EquitiesTradeWeekdaysWithExtendedHoursAroundTheRegularSession) {
-    // Friday to Monday.
-    const auto ticks =
-        Drain(market->ticks(get("LUMA"), At(2026, 5, 15, 0, 0), At(2026, 5, 18, 23, 59)));
-    std::set<std::int32_t> days;
-    std::size_t extended = 0;
-    for (const Tick& t : ticks) {
-        const int minute = MinuteOfDay(t.time);
-        days.insert(DayOf(t.time));
-        ASSERT_GE(minute, 4 * 60);
-        ASSERT_LT(minute, 20 * 60);
-        const bool regular = minute >= 9 * 60 + 30 && minute < 16 * 60;
-        if (t.basis != 'O') {
-            ASSERT_EQ(t.basis, regular ? 'C' : 'E') << minute;
-            extended += t.basis == 'E' ? 1 : 0;
+TEST_F(Sessions, EachClassTradesItsHoursFromFridayToMonday) {
+    // Equities trade 04:00-20:00 on weekdays, regular ('C') from 09:30 to 16:00 and extended
+    // ('E') around it; futures trade weekdays round the clock but for the hour from 17:00; the
+    // token trades every hour of every day.
+    const struct {
+        const char* symbol;
+        SessionClass session;
+        int firstHour, endHour, pausedHour;
+        bool weekends;
+        int regularFrom, regularTo; // minutes of the day
+    } cases[] = {
+        {"LUMA", SessionClass::Equity, 4, 20, -1, false, 570, 960},
+        {"@BGD#", SessionClass::Future, 0, 24, 17, false, 0, 1440},
+        {"AURX", SessionClass::Continuous, 0, 24, -1, true, 0, 1440},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.symbol);
+        EXPECT_EQ(get(c.symbol).session, c.session);
+        const auto ticks = Drain(market->ticks(get(c.symbol), At(2026, 5, 15, 0, 0),
+                                               At(2026, 5, 18, 23, 59, 59, 999999)));
+        std::set<std::pair<std::int32_t, int>> hours;
+        std::size_t extended = 0;
+        for (const Tick& t : ticks) {
+            const int minute = static_cast<int>((t.time - StartOfDay(DayOf(t.time))) / 60'000'000);
+            hours.insert({DayOf(t.time), minute / 60});
+            if (t.basis != 'O') {
+                ASSERT_EQ(t.basis, minute >= c.regularFrom && minute < c.regularTo ? 'C' : 'E')
+                    << minute;
+                extended += t.basis == 'E' ? 1 : 0;
+            }
         }
+        std::set<std::pair<std::int32_t, int>> expected;
+        for (std::int32_t day = Day(2026, 5, 15); day <= Day(2026, 5, 18); ++day) {
+            for (int hour = c.firstHour; hour < c.endHour; ++hour) {
+                if (hour != c.pausedHour && (c.weekends || !detail::IsWeekend(day))) {
+                    expected.insert({day, hour});
+                }
+            }
+        }
+        EXPECT_EQ(hours, expected);
+        EXPECT_EQ(extended > 1000, c.session == SessionClass::Equity);
     }
-    EXPECT_EQ(days, (std::set<std::int32_t>{Day(2026, 5, 15), Day(2026, 5, 18)}));
-    EXPECT_GT(extended, 1000u);
+}
 
+TEST_F(Sessions, LiquidAndIlliquidEquities) {
     // LUMA counts about 100,000 trades a weekday.
     const auto bars = market->lastDailyBars(get("LUMA"), 60, At(2026, 5, 18, 23, 0));
     double sum = 0;
@@ -90,37 +108,11 @@ TEST_F(Sessions, EquitiesTradeWeekdaysWithExtendedHoursAroundTheRegularSession) 
     }
     EXPECT_GT(sum / bars.size(), 60000.0);
     EXPECT_LT(sum / bars.size(), 160000.0);
-}
-
-TEST_F(Sessions, IlliquidEquitiesLeaveExtendedMinutesEmpty) {
+    // IVRY leaves most extended minutes empty.
     const auto minutes =
         market->intervalBars(get("IVRY"), 60, At(2026, 5, 19, 4, 0), At(2026, 5, 19, 9, 29, 59));
     EXPECT_LT(minutes.size(), 330u / 2);
     EXPECT_FALSE(minutes.empty());
-}
-
-TEST_F(Sessions, FuturesTradeWeekdaysRoundTheClockExceptOneHour) {
-    const auto ticks =
-        Drain(market->ticks(get("@BGD#"), At(2026, 5, 15, 0, 0), At(2026, 5, 18, 23, 59)));
-    std::set<int> hours;
-    for (const Tick& t : ticks) {
-        ASSERT_FALSE(detail::IsWeekend(DayOf(t.time)));
-        ASSERT_EQ(t.basis, 'C');
-        hours.insert(MinuteOfDay(t.time) / 60);
-    }
-    EXPECT_EQ(hours.size(), 23u);
-    EXPECT_EQ(hours.count(17), 0u);
-}
-
-TEST_F(Sessions, TheContinuousTokenTradesEveryHourOfEveryDay) {
-    const auto ticks =
-        Drain(market->ticks(get("AURX"), At(2026, 5, 16, 0, 0), At(2026, 5, 17, 23, 59, 59)));
-    std::set<std::pair<std::int32_t, int>> hours;
-    for (const Tick& t : ticks) {
-        ASSERT_EQ(t.basis, 'C');
-        hours.insert({DayOf(t.time), MinuteOfDay(t.time) / 60});
-    }
-    EXPECT_EQ(hours.size(), 48u); // a whole weekend
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Ticks: determinism, the cut at `now`, streaming in pieces, lastTicks and the invariants of
 // every single tick.
 
+#include "market/random.h"
 #include "market_test_support.h"
 
 #include <gtest/gtest.h>
@@ -14,10 +15,6 @@ using test::At;
 using test::Drain;
 
 class Ticks : public test::MarketSuite<11> {};
-
-bool SameTicks(const std::vector<Tick>& a, const std::vector<Tick>& b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), SameTick);
-}
 
 TEST(TicksDeterminism, TheSeedAloneDecidesTheData) {
     const Micros from = At(2026, 3, 10, 9, 0);
@@ -34,8 +31,8 @@ TEST(TicksDeterminism, TheSeedAloneDecidesTheData) {
     const auto ticksB = Drain(b.ticks(*b.find("LUMA"), from, to));
     const auto ticksOther = Drain(other.ticks(*other.find("LUMA"), from, to));
     ASSERT_GT(ticksA.size(), 1000u);
-    EXPECT_TRUE(SameTicks(ticksA, ticksB));
-    EXPECT_FALSE(SameTicks(ticksA, ticksOther));
+    EXPECT_TRUE(ticksA == ticksB);
+    EXPECT_FALSE(ticksA == ticksOther);
     EXPECT_EQ(a.lastDailyBars(luma, 300, to), b.lastDailyBars(*b.find("LUMA"), 300, to));
     EXPECT_NE(a.lastDailyBars(luma, 300, to), other.lastDailyBars(*other.find("LUMA"), 300, to));
 }
@@ -73,7 +70,7 @@ TEST_F(Ticks, NothingAfterNowAndPiecesMatchTheWhole) {
             const auto part = Drain(market->ticks(inst, start, std::min(start + 997'002, now)));
             pieces.insert(pieces.end(), part.begin(), part.end());
         }
-        EXPECT_TRUE(SameTicks(whole, pieces));
+        EXPECT_TRUE(whole == pieces);
 
         // Ranges that begin or end exactly on a tick include it.
         const Tick& middle = whole[whole.size() / 2];
@@ -81,8 +78,7 @@ TEST_F(Ticks, NothingAfterNowAndPiecesMatchTheWhole) {
         const auto after = Drain(market->ticks(inst, middle.time, now));
         ASSERT_FALSE(upTo.empty());
         ASSERT_FALSE(after.empty());
-        EXPECT_TRUE(SameTick(upTo.back(), middle));
-        EXPECT_TRUE(SameTick(after.front(), middle));
+        EXPECT_TRUE(upTo.back() == middle && after.front() == middle);
         EXPECT_EQ(upTo.size() + after.size(), whole.size() + 1);
     }
 }
@@ -96,8 +92,8 @@ TEST_F(Ticks, LastTicksAreTheNewestCountOldestFirst) {
         for (std::size_t count : {std::size_t{1}, std::size_t{777}, window.size() - 3}) {
             const auto last = Drain(market->lastTicks(inst, count, to));
             ASSERT_EQ(last.size(), count);
-            EXPECT_TRUE(SameTicks(
-                last, std::vector<Tick>(window.end() - static_cast<long>(count), window.end())));
+            EXPECT_TRUE(
+                std::equal(last.begin(), last.end(), window.end() - static_cast<long>(count)));
         }
     }
     // Counting without reading gives what reading gives: whole days, cut minutes, odd lots.
@@ -117,7 +113,7 @@ TEST_F(Ticks, LastTicksAreTheNewestCountOldestFirst) {
     const Micros early = StartOfDay(shrd.firstDay) + 3 * 3600 * kMicrosPerSecond + 5;
     const auto all = Drain(market->ticks(shrd, 0, early));
     ASSERT_FALSE(all.empty());
-    EXPECT_TRUE(SameTicks(Drain(market->lastTicks(shrd, all.size() + 1000, early)), all));
+    EXPECT_TRUE(Drain(market->lastTicks(shrd, all.size() + 1000, early)) == all);
     EXPECT_TRUE(Drain(market->lastTicks(shrd, 10, StartOfDay(shrd.firstDay) - 1)).empty());
     EXPECT_TRUE(Drain(market->lastTicks(shrd, 0, early)).empty());
 }
