@@ -18,20 +18,12 @@ TEST_F(AdminTest, StatsLineHas21FieldsAndSaysNotConnectedDuringTheDelay) {
     ASSERT_TRUE(first->ends_with("\r\n"));
     const auto fields = Fields(first->substr(0, first->size() - 2));
     ASSERT_EQ(fields.size(), 21u) << *first;
-    EXPECT_EQ(fields[0], "S");
-    EXPECT_EQ(fields[1], "STATS");
-    EXPECT_EQ(fields[2], "127.0.0.1");
-    EXPECT_EQ(fields[3], std::to_string(portico().level1Port()));
-    EXPECT_EQ(fields[4], "321");
-    EXPECT_EQ(fields[5], "0");
-    EXPECT_EQ(fields[6], "1");
-    EXPECT_EQ(fields[10], "Nov 20 12:00PM");
-    EXPECT_EQ(fields[12], "Not Connected");
-    EXPECT_EQ(fields[13], "1.0.0");
+    EXPECT_EQ(
+        Pick(fields, {0, 1, 2, 3, 4, 5, 6, 10, 12, 13}),
+        (std::vector<std::string>{"S", "STATS", "127.0.0.1", std::to_string(portico().level1Port()),
+                                  "321", "0", "1", "Nov 20 12:00PM", "Not Connected", "1.0.0"}));
     for (int i = 15; i <= 20; ++i) {
-        std::size_t used = 0;
-        std::stod(fields[i], &used);
-        EXPECT_EQ(used, fields[i].size()) << fields[i];
+        EXPECT_TRUE(Matches(fields[i], R"(\d+(\.\d+)?)"));
     }
 }
 
@@ -48,18 +40,13 @@ TEST_F(AdminTest, CountsClientsAndDistinctWatchedSymbols) {
     LineClient admin;
     ASSERT_TRUE(admin.connect(portico().adminPort()));
     auto stats = Fields(admin.readLine().value_or(""));
-    ASSERT_EQ(stats.size(), 21u);
-    EXPECT_EQ(stats[5], "3");
-    EXPECT_EQ(stats[6], "3");
-    EXPECT_EQ(stats[12], "Connected");
+    EXPECT_EQ(Pick(stats, {5, 6, 12}), (std::vector<std::string>{"3", "3", "Connected"}));
     // A client that leaves takes its watches with it.
     b.close();
-    for (int i = 0; i < 10 && stats[5] != "2"; ++i) {
+    for (int i = 0; i < 10 && Pick(stats, {5}).front() != "2"; ++i) {
         stats = Fields(admin.readLine().value_or(""));
-        ASSERT_EQ(stats.size(), 21u);
     }
-    EXPECT_EQ(stats[5], "2");
-    EXPECT_EQ(stats[6], "2");
+    EXPECT_EQ(Pick(stats, {5, 6}), (std::vector<std::string>{"2", "2"}));
 }
 
 } // namespace

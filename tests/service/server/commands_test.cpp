@@ -17,13 +17,6 @@ HistoryRequest History(std::string_view line) {
     return request ? *request : HistoryRequest{};
 }
 
-BadRequest Bad(std::string_view line) {
-    const Command command = ParseCommand(line);
-    const auto* bad = std::get_if<BadRequest>(&command);
-    EXPECT_NE(bad, nullptr) << line;
-    return bad ? *bad : BadRequest{};
-}
-
 TEST(CommandsTest, SplittingKeepsEveryEmptyField) {
     const auto fields = SplitFields("a,,b,");
     ASSERT_EQ(fields.size(), 4u);
@@ -60,17 +53,6 @@ TEST(CommandsTest, HistoryFieldsThatNeedNormalising) {
         EXPECT_EQ(bars.id, "Lookup6");
         EXPECT_FALSE(bars.isTicks() || bars.isIntervals());
     }
-}
-
-TEST(CommandsTest, UnusableArgumentsAreAnsweredUnderTheRequestId) {
-    for (const char* line :
-         {"HTX,X,abc,1,L", "HTX,X,10,2,L", "HIX,X,60,10,1,L,,d,0", "HIX,X,0,10,1,L",
-          "HID,X,60,0,,,,1,L", "HTT,X,20230230 000000,,,,,1,L", "HTT,X,20230201 250000,,,,,1,L",
-          "HTT,X,20230202 000000,20230201 000000,,,,1,L", "HTD,X,1,,0930,,1,L",
-          "HDT,,20200101,20201231,,1,L", "SBF,x,IBM,,,L", "SBF,s,IBM,q,1,L"}) {
-        EXPECT_EQ(Bad(line).id, "L") << line;
-    }
-    EXPECT_FALSE(Bad("HTX,X,abc,1,Lookup0").reason.empty());
 }
 
 TEST(CommandsTest, LinesWithoutAnIdOrCommandAreSyntaxErrors) {

@@ -1,5 +1,7 @@
 // The fault options that let client tests exercise bad connections.
 
+#include <tuple>
+
 #include "portico_fixture.h"
 
 namespace portico::test {
@@ -68,32 +70,25 @@ TEST_F(FaultsTest, MalformedLinesAfterEveryNLines) {
     EXPECT_LT(Fields(*malformed).size(), 25u) << *malformed;
 }
 
-TEST_F(FaultsTest, RefuseClosesTheFirstConnectionsOnEachPort) {
-    startPortico(FrozenNoonWith({"--fault-refuse", "2"}));
-    for (const int port : {portico().adminPort(), portico().lookupPort()}) {
-        for (int i = 0; i < 2; ++i) {
-            LineClient refused;
-            ASSERT_TRUE(refused.connect(port));
-            EXPECT_TRUE(refused.waitForClose());
+TEST_F(FaultsTest, RefusedAndDelayedConnectionsAreServedAfterwards) {
+    for (const auto& [option, value, refused] :
+         {std::tuple{"--fault-refuse", "2", 2}, std::tuple{"--fault-accept-delay", "400", 0}}) {
+        SCOPED_TRACE(option);
+        startPortico(FrozenNoonWith({option, value}));
+        for (const int port :
+             {portico().adminPort(), portico().lookupPort(), portico().level1Port()}) {
+            for (int i = 0; i < refused; ++i) {
+                LineClient client;
+                ASSERT_TRUE(client.connect(port));
+                EXPECT_TRUE(client.waitForClose());
+            }
         }
+        EXPECT_EQ(lookup("HDX,LUMA,2,1,R", "R").size(), 3u);
+        LineClient level1;
+        ASSERT_TRUE(level1.connect(portico().level1Port()));
+        EXPECT_TRUE(level1.readLine().value_or("").starts_with("S,IP,"));
+        EXPECT_EQ(portico().stop(), 0);
     }
-    LineClient client;
-    ASSERT_TRUE(client.connect(portico().lookupPort()));
-    ASSERT_TRUE(client.send("HDX,LUMA,1,1,R\n"));
-    EXPECT_TRUE(client.readAnswer("R"));
-}
-
-TEST_F(FaultsTest, AcceptDelayStillServesEveryConnection) {
-    startPortico(FrozenNoonWith({"--fault-accept-delay", "400"}));
-    LineClient client;
-    ASSERT_TRUE(client.connect(portico().lookupPort()));
-    ASSERT_TRUE(client.send("HDX,LUMA,2,1,Late\n"));
-    const auto answer = client.readAnswer("Late");
-    ASSERT_TRUE(answer);
-    EXPECT_EQ(answer->size(), 3u);
-    LineClient level1;
-    ASSERT_TRUE(level1.connect(portico().level1Port()));
-    EXPECT_TRUE(level1.readLine().value_or("").starts_with("S,IP,"));
 }
 
 } // namespace

@@ -207,18 +207,6 @@ TEST_F(HostileTest, HugeHistoryRequestsGetTheNewestLinesUpToTheCapWhileOthersAre
     if (!kSanitized) {
         EXPECT_LT(MicrosOf(ticks.last[1]), SecondsOf("2026-11-01 00:00:00") * 1'000'000);
     }
-
-    // Absurd arguments that cannot be served are refused under the request's id.
-    for (const std::string command :
-         {"HIX,LUMA,0,10,1,Bad,,s,0", "HTD,LUMA,1000000,,,,1,Bad",
-          "HTX,LUMA,9999999999999999999,1,Bad", "HIT,LUMA,60,99999999,,,,,1,Bad,,s,0"}) {
-        const auto answer = lookup(command, "Bad");
-        ASSERT_EQ(answer.size(), 2u) << command;
-        EXPECT_TRUE(answer[0].starts_with("Bad,E,!INVALID_ARGUMENT!")) << answer[0];
-    }
-    // Dates after now select nothing.
-    EXPECT_EQ(lookup("HTT,LUMA,21000101 000000,,,,,1,Late", "Late"),
-              (std::vector<std::string>{"Late,E,!NO_DATA!,", "Late,!ENDMSG!,"}));
 }
 
 TEST_F(HostileTest, ClientsThatSendWithoutReadingAreHeldBackOnEveryPort) {
@@ -295,7 +283,8 @@ TEST_F(HostileTest, TwoHundredClientsLeavingInTheMiddleOfTheirAnswers) {
     for (int i = 0; i < 200; ++i) {
         auto client = std::make_unique<LineClient>();
         ASSERT_TRUE(client->connect(portico().lookupPort()));
-        ASSERT_TRUE(client->send(commands[i % 4] + "\n"));
+        // A command waits behind each answer: the client leaves with it unanswered.
+        ASSERT_TRUE(client->send(commands[i % 4] + "\nHTX,LUMA,10,1,Never\n"));
         crowd.push_back(std::move(client));
     }
     for (const auto& client : crowd) {

@@ -1,14 +1,12 @@
-// The Level 1 port: greeting, time lines, field selection, watching and unwatching.
+// The Level 1 port: greeting, time lines, field selection, watching and unwatching, and the
+// market's trades and quotes on a fast clock.
 
-#include <regex>
+#include <map>
 
 #include "portico_fixture.h"
 
 namespace portico::test {
 namespace {
-
-const std::string kSelect = "S,SELECT UPDATE FIELDS,Symbol,Most Recent Trade,Message Contents,"
-                            "Total Volume,Most Recent Trade Time\r\n";
 
 // Fast enough that a token trades several times a second.
 const std::vector<std::string> kLive = {"--start-time", "2026-11-20 12:00:00", "--clock-rate",
@@ -46,90 +44,57 @@ TEST_F(Level1Test, GreetingProtocolAndTimeLines) {
     EXPECT_EQ(client.readLine(), "S,CURRENT PROTOCOL,6.1");
     const auto time = client.readLineStartingWith("T,", 5s);
     ASSERT_TRUE(time);
-    EXPECT_TRUE(std::regex_match(*time, std::regex(R"(T,20261120 12:00:0\d)"))) << *time;
+    EXPECT_TRUE(Matches(*time, R"(T,20261120 12:00:0\d)"));
 }
 
-TEST_F(Level1Test, WatchSendsFundamentalsSummaryThenTradesAndQuotes) {
-    startPortico(kLive);
+TEST_F(Level1Test, WatchSendsFundamentalsThenTheSummaryInTheSelectedFields) {
+    startPortico();
     LineClient client;
     connectLevel1(client);
-    ASSERT_TRUE(client.send(kSelect));
+    ASSERT_TRUE(client.send("S,SELECT UPDATE FIELDS,Symbol,Most Recent Trade,Message Contents,"
+                            "Total Volume,Most Recent Trade Time\r\n"));
     EXPECT_EQ(expectLine(client, "S,"), "S,CURRENT UPDATE FIELDS,Symbol,Most Recent Trade,"
                                         "Message Contents,Total Volume,Most Recent Trade Time");
     ASSERT_TRUE(client.send("wAURX\n"));
-    const auto fundamental = Fields(expectLine(client, "F,"));
-    ASSERT_GE(fundamental.size(), 32u);
-    EXPECT_EQ(fundamental[1], "AURX");
-    EXPECT_EQ(fundamental[30], "12"); // two decimals: width 12
-    EXPECT_EQ(fundamental[31], "2");
-    EXPECT_EQ(fundamental[4], "Aurix Network Token");
-    const auto summary = Fields(expectLine(client, "P,"));
-    ASSERT_EQ(summary.size(), 6u);
-    EXPECT_EQ(summary[1], "AURX");
-    EXPECT_EQ(summary[3], "C");
-
-    int trades = 0;
-    int quotes = 0;
-    long long volume = std::stoll(summary[4]);
-    std::string lastTime = summary[5];
-    while ((trades < 5 || quotes < 3) && trades + quotes < 2000) {
-        const auto line = client.readLine(15s);
-        ASSERT_TRUE(line);
-        if (line->starts_with("T,")) {
-            continue;
-        }
-        const auto q = Fields(*line);
-        ASSERT_EQ(q.size(), 6u) << *line;
-        ASSERT_EQ(q[0], "Q");
-        EXPECT_EQ(q[1], "AURX");
-        if (q[3] == "C") {
-            ++trades;
-            EXPECT_GT(std::stoll(q[4]), volume) << "each trade adds to the day's volume";
-            EXPECT_GE(q[5], lastTime);
-            volume = std::stoll(q[4]);
-            lastTime = q[5];
-        } else {
-            EXPECT_EQ(q[3], "ba") << *line;
-            EXPECT_EQ(std::stoll(q[4]), volume);
-            ++quotes;
-        }
-    }
-    EXPECT_GE(trades, 5);
-    EXPECT_GE(quotes, 3);
+    // Two decimals: width 12.
+    EXPECT_EQ(Pick(Fields(expectLine(client, "F,")), {1, 4, 30, 31}),
+              (std::vector<std::string>{"AURX", "Aurix Network Token", "12", "2"}));
+    EXPECT_TRUE(
+        Matches(expectLine(client, "P,"), R"(P,AURX,\d+\.\d\d,C,\d+,\d\d:\d\d:\d\d\.\d{6})"));
 }
 
-TEST_F(Level1Test, DefaultFieldsAndRefusedSelections) {
+TEST_F(Level1Test, UpdatesHoldTheSelectedFieldsUntilUnwatched) {
     startPortico(kLive);
     LineClient client;
     connectLevel1(client);
     ASSERT_TRUE(client.send("S,SELECT UPDATE FIELDS,Symbol,Bogus Field,Bid\n"));
     EXPECT_EQ(expectLine(client, "E,"), "E,!INVALID_UPDATE_FIELD!,Bogus Field");
+    // The default fields: the letter and the 24 common fields.
     ASSERT_TRUE(client.send("wVTRC\n"));
     expectLine(client, "F,VTRC,");
     const auto summary = Fields(expectLine(client, "P,VTRC,"));
-    ASSERT_EQ(summary.size(), 25u); // the letter and the 24 common fields
-    EXPECT_TRUE(std::regex_match(summary[10], std::regex(R"(\d\d:\d\d:\d\d\.\d{6})")));
-    EXPECT_TRUE(std::regex_match(summary[14], std::regex(R"(11/20/2026)")));
-    EXPECT_TRUE(std::regex_match(summary[15], std::regex(R"(\d+\.\d{4})"))) << "four decimals";
+    ASSERT_EQ(summary.size(), 25u);
+    EXPECT_TRUE(Matches(summary[10], R"(\d\d:\d\d:\d\d\.\d{6})"));
+    EXPECT_EQ(Pick(summary, {14, 24}), (std::vector<std::string>{"11/20/2026", "20"}));
+    EXPECT_TRUE(Matches(summary[15], R"(\d+\.\d{4})")) << "four decimals";
     // A later selection applies to the updates from then on, in its order.
     ASSERT_TRUE(client.send("S,SELECT UPDATE FIELDS,Message Contents,Symbol\n"));
     expectLine(client, "S,CURRENT UPDATE FIELDS,Message Contents,Symbol");
-    while (true) {
-        const auto line = client.readLine();
+    const auto update = client.readLineStartingWith("Q,", 15s);
+    ASSERT_TRUE(update);
+    EXPECT_TRUE(Matches(*update, "Q,[^,]+,VTRC"));
+    // Everything after the protocol answer comes after the unwatch took effect: time lines only.
+    ASSERT_TRUE(client.send("rVTRC\nS,SET PROTOCOL,6.1\n"));
+    ASSERT_TRUE(client.readLineStartingWith("S,CURRENT PROTOCOL,"));
+    for (int i = 0; i < 2; ++i) {
+        const auto line = client.readLine(5s);
         ASSERT_TRUE(line);
-        if (line->starts_with("Q,")) {
-            const auto q = Fields(*line);
-            ASSERT_EQ(q.size(), 3u);
-            EXPECT_EQ(q[2], "VTRC");
-            break;
-        }
+        ASSERT_TRUE(line->starts_with("T,")) << *line;
     }
 }
 
 TEST_F(Level1Test, UnknownSymbolsAndTheSymbolLimit) {
-    std::vector<std::string> arguments = kLive;
-    arguments.insert(arguments.end(), {"--symbol-limit", "1"});
-    startPortico(arguments);
+    startPortico(FrozenNoonWith({"--symbol-limit", "1"}));
     LineClient first;
     LineClient second;
     connectLevel1(first);
@@ -152,21 +117,78 @@ TEST_F(Level1Test, UnknownSymbolsAndTheSymbolLimit) {
     ASSERT_TRUE(second.readLineStartingWith("F,VTRC,"));
 }
 
-TEST_F(Level1Test, UnwatchStopsTheUpdates) {
-    startPortico(kLive);
+// A fast exchange clock: minutes pass in seconds, the market's trades and quotes flow at the
+// clock's pace, and the 1-minute bars a client builds from the trades equal a fresh history.
+TEST_F(Level1Test, TradesAndQuotesFollowTheFastClockAndBuildTheHistoryBars) {
+    // A minute of exchange time per wall second, in the busy morning.
+    startPortico(
+        {"--start-time", "2026-11-20 10:00:30", "--clock-rate", "60", "--quote-rate", "4"});
     LineClient client;
-    connectLevel1(client);
-    ASSERT_TRUE(client.send("wAURX\n"));
-    ASSERT_TRUE(client.readLineStartingWith("Q,", 15s));
-    // Everything after the protocol answer comes after the unwatch took effect.
-    ASSERT_TRUE(client.send("rAURX\nS,SET PROTOCOL,6.1\n"));
-    ASSERT_TRUE(client.readLineStartingWith("S,CURRENT PROTOCOL,"));
-    int timeLines = 0;
-    while (timeLines < 2) {
-        const auto line = client.readLine(5s);
-        ASSERT_TRUE(line);
-        ASSERT_TRUE(line->starts_with("T,")) << *line;
-        ++timeLines;
+    ASSERT_TRUE(client.connect(portico().level1Port()));
+    ASSERT_TRUE(client.send("S,SELECT UPDATE FIELDS,Symbol,Most Recent Trade,"
+                            "Most Recent Trade Size,Total Volume,Most Recent Trade Date,"
+                            "Most Recent Trade Time,Message Contents,TickID\r\n"));
+    ASSERT_TRUE(client.readLineStartingWith("S,CURRENT UPDATE FIELDS,"));
+    ASSERT_TRUE(client.send("wLUMA\n"));
+    const auto summary = client.readLineStartingWith("P,LUMA,");
+    ASSERT_TRUE(summary);
+    long long volume = std::stoll(Fields(*summary)[4]);
+    unsigned long tickId = std::stoul(Fields(*summary)[8]);
+
+    // Trades by minute of the day, until three whole minutes have passed after the first trade.
+    std::map<int, PrintedBar> minutes;
+    std::vector<long long> timeLines; // exchange seconds of the "T," lines
+    int firstMinute = -1;
+    int minute = -1;
+    int quotes = 0;
+    while (firstMinute < 0 || minute < firstMinute + 4) {
+        const auto line = client.readLine(10s);
+        ASSERT_TRUE(line) << "no trade for 10 s at a minute per second";
+        if (line->starts_with("T,")) {
+            const std::string t = line->substr(2);
+            timeLines.push_back(SecondsOf(t.substr(0, 4) + "-" + t.substr(4, 2) + "-" +
+                                          t.substr(6, 2) + t.substr(8)));
+            continue;
+        }
+        const auto q = Fields(*line);
+        ASSERT_EQ(q.size(), 9u) << *line;
+        EXPECT_EQ(Pick(q, {0, 1, 5}), (std::vector<std::string>{"Q", "LUMA", "11/20/2026"}));
+        if (q[7] != "C") {
+            EXPECT_TRUE(q[7] == "ba" || q[7] == "O") << *line;
+            EXPECT_EQ(std::stoll(q[4]), volume) << "only counted trades add to the day's volume";
+            quotes += q[7] == "ba" ? 1 : 0;
+            continue;
+        }
+        const long long size = std::stoll(q[3]);
+        EXPECT_EQ(std::stoll(q[4]), volume + size) << "the day's volume grows by each trade";
+        EXPECT_GT(std::stoul(q[8]), tickId);
+        volume = std::stoll(q[4]);
+        tickId = std::stoul(q[8]);
+        const int now = std::stoi(q[6].substr(0, 2)) * 60 + std::stoi(q[6].substr(3, 2));
+        ASSERT_GE(now, minute) << *line;
+        minute = now;
+        firstMinute = firstMinute < 0 ? now : firstMinute;
+        minutes[now].add(q[2], size, volume);
+    }
+    EXPECT_GT(quotes, 0);
+    // Four exchange minutes went by in a few wall seconds; the time lines, one per wall
+    // second, step by about a minute.
+    ASSERT_GE(timeLines.size(), 2u);
+    EXPECT_GE(timeLines.back() - timeLines.front(), 30);
+
+    // The minutes after the first (which the client saw only in part) up to the last complete
+    // one are in today's history, equal to what the client built.
+    std::map<int, std::vector<std::string>> history;
+    for (const auto& bar : lookupData("HIT,LUMA,60,20261120 093000,,,,,1,Bars,,s,1", "Bars")) {
+        ASSERT_EQ(bar.size(), 10u);
+        ASSERT_EQ(bar[2].substr(0, 10), "2026-11-20");
+        history[std::stoi(bar[2].substr(11, 2)) * 60 + std::stoi(bar[2].substr(14, 2))] = bar;
+    }
+    for (int m = firstMinute + 1; m < minute; ++m) {
+        ASSERT_TRUE(history.count(m) && minutes.count(m)) << "minute " << m << " is missing";
+        EXPECT_EQ(std::vector(history[m].begin() + 3, history[m].end()),
+                  minutes[m].intervalFields())
+            << "minute " << m;
     }
 }
 

@@ -1,33 +1,37 @@
 #include "portico_fixture.h"
 
 #include <cstdio>
+#include <ctime>
+#include <regex>
 
 namespace portico::test {
 
-namespace {
-
-long long DaysFromCivil(int y, int m, int d) {
-    y -= m <= 2;
-    const long long era = (y >= 0 ? y : y - 399) / 400;
-    const long long yoe = y - era * 400;
-    const long long doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const long long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + doe - 719468;
+std::vector<std::string> Pick(const std::vector<std::string>& fields,
+                              std::initializer_list<std::size_t> positions) {
+    std::vector<std::string> picked;
+    for (const std::size_t i : positions) {
+        picked.push_back(i < fields.size() ? fields[i] : "<none>");
+    }
+    return picked;
 }
 
-} // namespace
+::testing::AssertionResult Matches(const std::string& text, const std::string& pattern) {
+    if (std::regex_match(text, std::regex(pattern))) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << "\"" << text << "\" does not match " << pattern;
+}
 
 long long SecondsOf(std::string_view text) {
-    int y = 0, mo = 0, d = 0, h = 0, mi = 0, s = 0;
-    const std::string copy(text);
-    if (text.size() == 10 && std::sscanf(copy.c_str(), "%4d-%2d-%2d", &y, &mo, &d) == 3) {
-        return DaysFromCivil(y, mo, d) * 86400;
+    std::tm tm{};
+    const int n = std::sscanf(std::string(text).c_str(), "%4d-%2d-%2d %2d:%2d:%2d", &tm.tm_year,
+                              &tm.tm_mon, &tm.tm_mday, &tm.tm_hour, &tm.tm_min, &tm.tm_sec);
+    if (!(text.size() == 10 && n == 3) && !(text.size() >= 19 && n == 6)) {
+        return -1;
     }
-    if (text.size() >= 19 &&
-        std::sscanf(copy.c_str(), "%4d-%2d-%2d %2d:%2d:%2d", &y, &mo, &d, &h, &mi, &s) == 6) {
-        return DaysFromCivil(y, mo, d) * 86400 + h * 3600 + mi * 60 + s;
-    }
-    return -1;
+    tm.tm_year -= 1900;
+    tm.tm_mon -= 1;
+    return timegm(&tm);
 }
 
 long long MicrosOf(std::string_view text) {
@@ -36,6 +40,22 @@ long long MicrosOf(std::string_view text) {
     }
     const long long seconds = SecondsOf(text.substr(0, 19));
     return seconds < 0 ? -1 : seconds * 1'000'000 + std::stoll(std::string(text.substr(20)));
+}
+
+void PrintedBar::add(const std::string& price, long long size, long long dayVolume) {
+    const double value = std::stod(price);
+    high = trades == 0 || value > std::stod(high) ? price : high;
+    low = trades == 0 || value < std::stod(low) ? price : low;
+    open = trades == 0 ? price : open;
+    close = price;
+    totalVolume = dayVolume;
+    volume += size;
+    ++trades;
+}
+
+std::vector<std::string> PrintedBar::intervalFields() const {
+    const auto text = [](long long n) { return std::to_string(n); };
+    return {high, low, open, close, text(totalVolume), text(volume), text(trades)};
 }
 
 void PorticoTest::startPortico(const std::vector<std::string>& arguments) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -33,11 +34,31 @@ inline std::vector<std::string> Fields(std::string_view line) {
     return skychart::test::SplitAtCommas(line);
 }
 
+// The fields at `positions` ("<none>" past the end), to compare several at once.
+std::vector<std::string> Pick(const std::vector<std::string>& fields,
+                              std::initializer_list<std::size_t> positions);
+// Whether all of `text` matches the regular expression `pattern`; says which did not.
+::testing::AssertionResult Matches(const std::string& text, const std::string& pattern);
+
 // Seconds since 1970 of "YYYY-MM-DD HH:MM:SS" (plus an optional ".ffffff" that is ignored) or
 // of "YYYY-MM-DD"; -1 when malformed.
 long long SecondsOf(std::string_view text);
 // Microseconds since 1970 of "YYYY-MM-DD HH:MM:SS.ffffff"; -1 when malformed.
 long long MicrosOf(std::string_view text);
+
+// A bar built from trades one by one, prices kept as printed: what a client makes of ticks or
+// trades to hold portico's bars against.
+struct PrintedBar {
+    std::string open, high, low, close;
+    long long totalVolume = 0; // the day's volume at the last trade
+    long long volume = 0;
+    unsigned trades = 0;
+
+    void add(const std::string& price, long long size, long long dayVolume);
+    // The fields of an interval bar line after its time: high, low, open, close, the day's
+    // volume, the bar's volume and its trades. A whole day's bar line holds the first five.
+    std::vector<std::string> intervalFields() const;
+};
 
 class PorticoTest : public ::testing::Test {
 protected:
