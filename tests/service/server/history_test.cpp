@@ -126,8 +126,7 @@ TEST_F(HistoryTest, ErrorAnswersEndWithTheEndMarker) {
         EXPECT_TRUE(Matches(answer[0], "H,E,!INVALID_ARGUMENT! [^,]+,")) << command;
     }
     LineClient client;
-    ASSERT_TRUE(client.connect(portico().lookupPort()));
-    ASSERT_TRUE(client.send("HELLO\nHTX,LUMA\nwLUMA\n"));
+    ASSERT_TRUE(Open(client, portico().lookupPort(), "HELLO\nHTX,LUMA\nwLUMA\n"));
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(client.readRawLine(), "E,!SYNTAX_ERROR!,\r\n");
     }
@@ -135,10 +134,10 @@ TEST_F(HistoryTest, ErrorAnswersEndWithTheEndMarker) {
 
 TEST_F(HistoryTest, PipelinedCommandsAreAnsweredInOrder) {
     LineClient client;
-    ASSERT_TRUE(client.connect(portico().lookupPort()));
-    ASSERT_TRUE(client.send("S,SET PROTOCOL,6.2\r\nS,SET CLIENT NAME,Tests\n\n\r\n"
-                            "HTX,LUMA,3,1,First\nHDX,LUMA,2,1,Second\r\nHTX,NOSUCH,1,1,Third\n"
-                            "SBF,s,LUM,,,Fourth\r\n"));
+    ASSERT_TRUE(Open(client, portico().lookupPort(),
+                     "S,SET PROTOCOL,6.2\r\nS,SET CLIENT NAME,Tests\n\n\r\n"
+                     "HTX,LUMA,3,1,First\nHDX,LUMA,2,1,Second\r\nHTX,NOSUCH,1,1,Third\n"
+                     "SBF,s,LUM,,,Fourth\r\n"));
     EXPECT_EQ(client.readRawLine(), "S,CURRENT PROTOCOL,6.2\r\n");
     const auto firstLine = client.readRawLine();
     ASSERT_TRUE(firstLine);

@@ -254,8 +254,7 @@ TEST_F(HostileTest, ALevel1ClientThatStopsReadingIsDropped) {
     ASSERT_TRUE(slow.connect(portico().level1Port()));
     ASSERT_GT(slow.flood("wLUMA\nwAURX\nwBRYN\nwVTRC\n", 24), 0u);
     LineClient reader;
-    ASSERT_TRUE(reader.connect(portico().level1Port()));
-    ASSERT_TRUE(reader.send("wLUMA\n"));
+    ASSERT_TRUE(Open(reader, portico().level1Port(), "wLUMA\n"));
     bool dropped = false;
     for (int turn = 0; turn < 300 && !dropped; ++turn) {
         // The other client keeps reading meanwhile.

@@ -124,10 +124,10 @@ TEST_F(Level1Test, TradesAndQuotesFollowTheFastClockAndBuildTheHistoryBars) {
     startPortico(
         {"--start-time", "2026-11-20 10:00:30", "--clock-rate", "60", "--quote-rate", "4"});
     LineClient client;
-    ASSERT_TRUE(client.connect(portico().level1Port()));
-    ASSERT_TRUE(client.send("S,SELECT UPDATE FIELDS,Symbol,Most Recent Trade,"
-                            "Most Recent Trade Size,Total Volume,Most Recent Trade Date,"
-                            "Most Recent Trade Time,Message Contents,TickID\r\n"));
+    ASSERT_TRUE(Open(client, portico().level1Port(),
+                     "S,SELECT UPDATE FIELDS,Symbol,Most Recent Trade,"
+                     "Most Recent Trade Size,Total Volume,Most Recent Trade Date,"
+                     "Most Recent Trade Time,Message Contents,TickID\r\n"));
     ASSERT_TRUE(client.readLineStartingWith("S,CURRENT UPDATE FIELDS,"));
     ASSERT_TRUE(client.send("wLUMA\n"));
     const auto summary = client.readLineStartingWith("P,LUMA,");

@@ -41,8 +41,7 @@ TEST_F(LookupTest, SearchBySymbolPrefixOrDescriptionIgnoringCaseAndFiltered) {
 
 TEST_F(LookupTest, ListedMarketsAndSecurityTypes) {
     LineClient client;
-    ASSERT_TRUE(client.connect(portico().lookupPort()));
-    ASSERT_TRUE(client.send("SLM\r\nSST\r\n"));
+    ASSERT_TRUE(Open(client, portico().lookupPort(), "SLM\r\nSST\r\n"));
     std::vector<std::string> tables[2];
     for (auto& table : tables) {
         for (auto line = client.readRawLine(); line && *line != "!ENDMSG!,\r\n";

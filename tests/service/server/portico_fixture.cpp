@@ -59,6 +59,7 @@ std::vector<std::string> PrintedBar::intervalFields() const {
 }
 
 void PorticoTest::startPortico(const std::vector<std::string>& arguments) {
+    TearDown();
     m_portico = std::make_unique<PorticoProcess>(PORTICO_EXECUTABLE);
     ASSERT_TRUE(m_portico->start(arguments)) << "first line: " << m_portico->firstLine() << "\n"
                                              << m_portico->errorOutput();

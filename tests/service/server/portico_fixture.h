@@ -34,6 +34,11 @@ inline std::vector<std::string> Fields(std::string_view line) {
     return skychart::test::SplitAtCommas(line);
 }
 
+// Connects `client` to `port` and sends `text`; whether both went well.
+inline bool Open(LineClient& client, int port, std::string_view text = {}) {
+    return client.connect(port) && (text.empty() || client.send(text));
+}
+
 // The fields at `positions` ("<none>" past the end), to compare several at once.
 std::vector<std::string> Pick(const std::vector<std::string>& fields,
                               std::initializer_list<std::size_t> positions);
@@ -62,7 +67,8 @@ struct PrintedBar {
 
 class PorticoTest : public ::testing::Test {
 protected:
-    // Starts portico on free ports with the arguments; fails the test when it does not start.
+    // Starts portico on free ports with the arguments (stopping the one before); fails the test
+    // when it does not start.
     void startPortico(const std::vector<std::string>& arguments = kFrozenNoon);
     // Stops portico and checks that it shut down cleanly (no crash, no sanitizer report).
     void TearDown() override;
