@@ -37,6 +37,9 @@ TEST_F(HistoryTest, EveryKindHasItsLinesRangeLimitAndDirection) {
         std::string first, last;
     } cases[] = {
         {"HTX,LUMA,", ",", "", "300", "100", TickLine(), 300, "2026-11-20 1", "2026-11-20 11:59:"},
+        // A symbol in lower case; a filter of the whole day.
+        {"HTD,luma,1,", ",000000,235959,", "", "", "50", TickLine(), 0,
+         "2026-11-20 04:00:", "2026-11-20 11:59:"},
         // Two trading days, regular hours only.
         {"HTD,BRYN,2,", ",093000,155959,", "", "", "500",
          TickLine(R"((09:[345]\d|1[0-5]:\d\d):\d\d)", "[CO]"), 0,
@@ -48,20 +51,21 @@ TEST_F(HistoryTest, EveryKindHasItsLinesRangeLimitAndDirection) {
          "2026-11-20 11:59:", "2026-11-20 11:59:"},
         {"HTT,LUMA,20261119 100000,20261119 110000,", ",100100,100200,", "", "", "50",
          TickLine(R"(10:0(1:\d\d|2:00))"), 0, "2026-11-19 10:01:00.", "2026-11-19 10:02:00."},
-        // Interval bars labelled at their end ("s,0") or at their start ("s,1").
-        {"HIX,LUMA,60,", ",", ",,s,0", "30", "5", kIntervalLine, 30, "2026-11-20 11:31:00,",
+        // Interval bars labelled at their end (by default, or "s,0") or at their start ("s,1").
+        {"HIX,LUMA,60,", ",", "", "30", "5", kIntervalLine, 30, "2026-11-20 11:31:00,",
          "2026-11-20 12:00:00,"},
         {"HIT,LUMA,60,20261119 093000,20261119 100000,", ",,,", ",,s,1", "", "5", kIntervalLine, 31,
          "2026-11-19 09:30:00,", "2026-11-19 10:00:00,"},
         // Whole bars inside the daily window of the most recent day.
         {"HID,LUMA,300,1,", ",093000,160000,", ",,s,0", "", "5", kIntervalLine, 30,
          "2026-11-20 09:35:00,", "2026-11-20 12:00:00,"},
-        // Days skip the weekend; weeks and months are labelled with their newest day.
+        // Days skip the weekend, and know the leap day; weeks and months are labelled with their
+        // newest day.
         {"HDX,LUMA,", ",", "", "5", "2", kDayLine, 5, "2026-11-16,", "2026-11-20,"},
-        {"HDT,LUMA,20261102,20261106,", ",", "", "", "2", kDayLine, 5, "2026-11-02,",
-         "2026-11-06,"},
+        {"HDT,LUMA,20240228,20240301,", ",", "", "", "2", kDayLine, 3, "2024-02-28,",
+         "2024-03-01,"},
         {"HDT,LUMA,20261118,0,", ",", "", "", "2", kDayLine, 3, "2026-11-18,", "2026-11-20,"},
-        {"HWX,LUMA,", ",", "", "3", "2", kDayLine, 3, "2026-11-06,", "2026-11-20,"},
+        {"HWX,LUMA,", ",", "", "", "2", kDayLine, 0, "1990-01-05,", "2026-11-20,"},
         {"HMX,LUMA,", ",", "", "2", "1", kDayLine, 2, "2026-10-30,", "2026-11-20,"},
     };
     for (const auto& c : cases) {
@@ -113,21 +117,39 @@ TEST_F(HistoryTest, ErrorAnswersEndWithTheEndMarker) {
                   (std::vector<std::string>{"H,E,!" + std::string(error) + "!,", "H,!ENDMSG!,"}));
     }
     // Arguments that cannot be served, absurd ones among them, are refused with a reason.
-    for (const char* command :
-         {"HIX,LUMA,60,10,1,H,,d,0", "HTX,LUMA,many,1,H", "HTX,LUMA,10,2,H", "HDX,LUMA,10,7,H",
-          "HTT,LUMA,20261132 000000,,,,,1,H", "HTT,LUMA,20230230 000000,,,,,1,H",
-          "HTT,LUMA,20230201 250000,,,,,1,H", "HTT,LUMA,20230202 000000,20230201 000000,,,,1,H",
-          "HID,LUMA,60,1,,0930,1600,1,H,,s,0", "HID,LUMA,60,0,,,,1,H", "HIX,LUMA,0,10,1,H,,s,0",
-          "HTD,LUMA,1000000,,,,1,H", "HTX,LUMA,9999999999999999999,1,H",
-          "HIT,LUMA,60,99999999,,,,,1,H,,s,0", "HDT,,20200101,20201231,,1,H", "SBF,x,IBM,,,H",
-          "SBF,s,IBM,q,1,H"}) {
+    for (const char* command : {"HIX,LUMA,60,10,1,H,,d,0",
+                                "HTX,LUMA,many,1,H",
+                                "HTX,LUMA,10,2,H",
+                                "HDX,LUMA,10,7,H",
+                                "HTT,LUMA,20261132 000000,,,,,1,H",
+                                "HTT,LUMA,20230230 000000,,,,,1,H",
+                                "HTT,LUMA,20230201 250000,,,,,1,H",
+                                "HTT,LUMA,20230202 000000,20230201 000000,,,,1,H",
+                                "HID,LUMA,60,1,,0930,1600,1,H,,s,0",
+                                "HID,LUMA,60,0,,,,1,H",
+                                "HIX,LUMA,0,10,1,H,,s,0",
+                                "HTD,LUMA,1000000,,,,1,H",
+                                "HTX,LUMA,9999999999999999999,1,H",
+                                "HIT,LUMA,60,99999999,,,,,1,H,,s,0",
+                                "HDT,,20200101,20201231,,1,H",
+                                "SBF,x,IBM,,,H",
+                                "SBF,s,IBM,q,1,H",
+                                "HTT,LUMA,20230229 000000,,,,,1,H",
+                                "HTT,LUMA,2023011 000000,,,,,1,H",
+                                "HTT,LUMA,2023O101 000000,,,,,1,H",
+                                "HTT,LUMA,20230201 126000,,,,,1,H",
+                                "HTD,LUMA,1,,93000,,1,H",
+                                "HTD,LUMA,1,,093000,240000,1,H"}) {
         const auto answer = lookup(command, "H");
         ASSERT_EQ(answer.size(), 2u) << command;
         EXPECT_TRUE(Matches(answer[0], "H,E,!INVALID_ARGUMENT! [^,]+,")) << command;
     }
+    // Lines without a command or an id.
     LineClient client;
-    ASSERT_TRUE(Open(client, portico().lookupPort(), "HELLO\nHTX,LUMA\nwLUMA\n"));
-    for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(Open(client, portico().lookupPort(),
+                     "HELLO\nHTX,LUMA\nwLUMA\nHIT,X,60,20200101 000000\nSBF,s,IBM\n"
+                     "htx,LUMA,10,1,L\nSLM,extra\n,,,\n"));
+    for (int i = 0; i < 8; ++i) {
         EXPECT_EQ(client.readRawLine(), "E,!SYNTAX_ERROR!,\r\n");
     }
 }

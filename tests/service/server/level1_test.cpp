@@ -36,7 +36,9 @@ protected:
     }
 };
 
-TEST_F(Level1Test, GreetingProtocolAndTimeLines) {
+// The greeting, the protocol, time lines of the frozen clock; a watch sends the fundamentals,
+// then the summary in the selected fields.
+TEST_F(Level1Test, GreetingTimeLinesAndAWatchInTheSelectedFields) {
     startPortico();
     LineClient client;
     connectLevel1(client);
@@ -45,12 +47,6 @@ TEST_F(Level1Test, GreetingProtocolAndTimeLines) {
     const auto time = client.readLineStartingWith("T,", 5s);
     ASSERT_TRUE(time);
     EXPECT_TRUE(Matches(*time, R"(T,20261120 12:00:0\d)"));
-}
-
-TEST_F(Level1Test, WatchSendsFundamentalsThenTheSummaryInTheSelectedFields) {
-    startPortico();
-    LineClient client;
-    connectLevel1(client);
     ASSERT_TRUE(client.send("S,SELECT UPDATE FIELDS,Symbol,Most Recent Trade,Message Contents,"
                             "Total Volume,Most Recent Trade Time\r\n"));
     EXPECT_EQ(expectLine(client, "S,"), "S,CURRENT UPDATE FIELDS,Symbol,Most Recent Trade,"
@@ -93,13 +89,15 @@ TEST_F(Level1Test, UpdatesHoldTheSelectedFieldsUntilUnwatched) {
     }
 }
 
-TEST_F(Level1Test, UnknownSymbolsAndTheSymbolLimit) {
+TEST_F(Level1Test, MalformedWatchesUnknownSymbolsAndTheSymbolLimit) {
     startPortico(FrozenNoonWith({"--symbol-limit", "1"}));
     LineClient first;
     LineClient second;
     connectLevel1(first);
     connectLevel1(second);
-    ASSERT_TRUE(first.send("wNOSUCH\nwAURX\n"));
+    ASSERT_TRUE(first.send("w\nwA B\nwNOSUCH\nwaurx\n"));
+    EXPECT_EQ(expectLine(first, "E,"), "E,!SYNTAX_ERROR!,");
+    EXPECT_EQ(expectLine(first, "E,"), "E,!SYNTAX_ERROR!,");
     EXPECT_EQ(expectLine(first, "n,"), "n,NOSUCH");
     expectLine(first, "F,AURX,");
     // The limit counts distinct symbols over all clients; a watched symbol is always served.

@@ -18,7 +18,7 @@ TEST_F(LookupTest, SearchBySymbolPrefixOrDescriptionIgnoringCaseAndFiltered) {
     // The symbols found, in any order. Listed market 5 holds only the tokens, security type 2
     // only futures; an empty result is only the end marker.
     const std::pair<std::string, std::vector<std::string>> cases[] = {
-        {"SBF,d,GOLD,,", {"@BGD#"}},
+        {"SBF,d,BULLION gold,e,1 4  5", {"@BGD#"}},
         {"SBF,d,mills,,", {"IVRY", "TMBR"}},
         {"SBF,s,,e,5", {"AURX", "QLMB", "SHRD", "VTRC"}},
         {"SBF,s,@,t,2", {"@BGD#", "@HGS#", "@LCR#", "@NGI#", "@NGM#", "@RCP#", "@TEN#", "@WWH#"}},
