@@ -2,6 +2,7 @@
 // market's trades and quotes on a fast clock.
 
 #include <map>
+#include <thread>
 
 #include "portico_fixture.h"
 
@@ -37,9 +38,9 @@ protected:
 };
 
 // The greeting, the protocol, time lines of the frozen clock; a watch sends the fundamentals,
-// then the summary in the selected fields.
+// then the summary in the selected fields, and no updates while the clock stands still.
 TEST_F(Level1Test, GreetingTimeLinesAndAWatchInTheSelectedFields) {
-    startPortico();
+    startPortico(FrozenNoonWith({"--quote-rate", "0"}));
     LineClient client;
     connectLevel1(client);
     ASSERT_TRUE(client.send("S,SET PROTOCOL,6.1\nS,SET CLIENT NAME,Skychart\n"));
@@ -57,6 +58,11 @@ TEST_F(Level1Test, GreetingTimeLinesAndAWatchInTheSelectedFields) {
               (std::vector<std::string>{"AURX", "Aurix Network Token", "12", "2"}));
     EXPECT_TRUE(
         Matches(expectLine(client, "P,"), R"(P,AURX,\d+\.\d\d,C,\d+,\d\d:\d\d:\d\d\.\d{6})"));
+    // On a frozen clock without quotes (and without stress lines) nothing more is sent, and
+    // nothing is counted.
+    std::this_thread::sleep_for(500ms);
+    ASSERT_TRUE(client.send("S,LEVEL1 COUNTS\n"));
+    EXPECT_EQ(expectLine(client, "S,"), "S,LEVEL1 COUNTS,0,0");
 }
 
 TEST_F(Level1Test, UpdatesHoldTheSelectedFieldsUntilUnwatched) {
@@ -89,8 +95,8 @@ TEST_F(Level1Test, UpdatesHoldTheSelectedFieldsUntilUnwatched) {
     }
 }
 
-TEST_F(Level1Test, MalformedWatchesUnknownSymbolsAndTheSymbolLimit) {
-    startPortico(FrozenNoonWith({"--symbol-limit", "1"}));
+TEST_F(Level1Test, MalformedWatchesUnknownSymbolsTheSymbolLimitAndTheAdminCounts) {
+    startPortico(FrozenNoonWith({"--symbol-limit", "1", "--connect-delay", "0"}));
     LineClient first;
     LineClient second;
     connectLevel1(first);
@@ -108,11 +114,23 @@ TEST_F(Level1Test, MalformedWatchesUnknownSymbolsAndTheSymbolLimit) {
     ASSERT_TRUE(first.send("wAURX\n")); // a second watch sends F and P again
     first.readLineStartingWith("F,AURX,");
     ASSERT_TRUE(first.readLineStartingWith("P,AURX,"));
+    // The admin port counts the distinct symbols watched and the clients, itself among them.
+    LineClient admin;
+    ASSERT_TRUE(Open(admin, portico().adminPort()));
+    EXPECT_EQ(Pick(Fields(admin.readLine().value_or("")), {4, 5, 6, 12}),
+              (std::vector<std::string>{"1", "1", "3", "Connected"}));
     // Once nobody watches AURX, another symbol fits.
     ASSERT_TRUE(first.send("rAURX\nS,SET PROTOCOL,6.1\n"));
     ASSERT_TRUE(first.readLineStartingWith("S,CURRENT PROTOCOL,"));
     ASSERT_TRUE(second.send("rAURX\nwVTRC\n"));
     ASSERT_TRUE(second.readLineStartingWith("F,VTRC,"));
+    // A client that leaves takes its watches with it.
+    second.close();
+    std::vector<std::string> stats;
+    for (int i = 0; i < 10 && Pick(stats, {6}).front() != "2"; ++i) {
+        stats = Fields(admin.readLine().value_or(""));
+    }
+    EXPECT_EQ(Pick(stats, {5, 6}), (std::vector<std::string>{"0", "2"}));
 }
 
 // A fast exchange clock: minutes pass in seconds, the market's trades and quotes flow at the

@@ -34,14 +34,6 @@ long long SecondsOf(std::string_view text) {
     return timegm(&tm);
 }
 
-long long MicrosOf(std::string_view text) {
-    if (text.size() != 26 || text[19] != '.') {
-        return -1;
-    }
-    const long long seconds = SecondsOf(text.substr(0, 19));
-    return seconds < 0 ? -1 : seconds * 1'000'000 + std::stoll(std::string(text.substr(20)));
-}
-
 void PrintedBar::add(const std::string& price, long long size, long long dayVolume) {
     const double value = std::stod(price);
     high = trades == 0 || value > std::stod(high) ? price : high;

@@ -48,8 +48,6 @@ std::vector<std::string> Pick(const std::vector<std::string>& fields,
 // Seconds since 1970 of "YYYY-MM-DD HH:MM:SS" (plus an optional ".ffffff" that is ignored) or
 // of "YYYY-MM-DD"; -1 when malformed.
 long long SecondsOf(std::string_view text);
-// Microseconds since 1970 of "YYYY-MM-DD HH:MM:SS.ffffff"; -1 when malformed.
-long long MicrosOf(std::string_view text);
 
 // A bar built from trades one by one, prices kept as printed: what a client makes of ticks or
 // trades to hold portico's bars against.

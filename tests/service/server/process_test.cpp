@@ -1,4 +1,5 @@
-// The portico process: command line, ports, a second instance, lingering and signals.
+// The portico process: command line, ports, a second instance, lingering, signals, and the
+// statistics line of its admin port.
 
 #include <csignal>
 #include <filesystem>
@@ -142,6 +143,29 @@ TEST(PorticoProcessTest, GarbageAndOverlongLinesDoNotHurtTheService) {
     ASSERT_TRUE(Open(lookup, portico.lookupPort(), "HTX,LUMA,1,1,Ok\n"));
     EXPECT_TRUE(lookup.readAnswer("Ok"));
     EXPECT_TRUE(portico.running());
+}
+
+// The admin port's statistics line.
+class AdminTest : public PorticoTest {};
+
+TEST_F(AdminTest, StatsLineHas21FieldsAndSaysNotConnectedDuringTheDelay) {
+    // A delay far longer than any test: the first line is "Not Connected" however slow the
+    // machine. (The other tests, without a delay, see "Connected".)
+    startPortico(FrozenNoonWith({"--connect-delay", "3600000", "--symbol-limit", "321"}));
+    LineClient admin;
+    ASSERT_TRUE(admin.connect(portico().adminPort()));
+    const auto first = admin.readRawLine();
+    ASSERT_TRUE(first);
+    ASSERT_TRUE(first->ends_with("\r\n"));
+    const auto fields = Fields(first->substr(0, first->size() - 2));
+    ASSERT_EQ(fields.size(), 21u) << *first;
+    EXPECT_EQ(
+        Pick(fields, {0, 1, 2, 3, 4, 5, 6, 10, 12, 13}),
+        (std::vector<std::string>{"S", "STATS", "127.0.0.1", std::to_string(portico().level1Port()),
+                                  "321", "0", "1", "Nov 20 12:00PM", "Not Connected", "1.0.0"}));
+    for (int i = 15; i <= 20; ++i) {
+        EXPECT_TRUE(Matches(fields[i], R"(\d+(\.\d+)?)"));
+    }
 }
 
 } // namespace

@@ -114,16 +114,5 @@ TEST_F(StressTest, SyntheticTradesAreConsistentAndCountedAsReceived) {
     EXPECT_GE(std::stoull(log.substr(at + leftAfter.size())), updates) << log;
 }
 
-TEST_F(StressTest, NoSyntheticLinesWithoutTheOption) {
-    startPortico(FrozenNoonWith({"--quote-rate", "0"}));
-    LineClient client;
-    ASSERT_TRUE(Open(client, portico().level1Port(), "wLUMA\n"));
-    ASSERT_TRUE(client.readLineStartingWith("P,LUMA,"));
-    std::this_thread::sleep_for(500ms);
-    ASSERT_TRUE(client.send("S,LEVEL1 COUNTS\n"));
-    // On a frozen clock without quotes nothing is sent, and nothing is counted.
-    EXPECT_EQ(client.readLineStartingWith("S,"), "S,LEVEL1 COUNTS,0,0");
-}
-
 } // namespace
 } // namespace portico::test
