@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <set>
 #include <string>
 
@@ -100,28 +99,20 @@ TEST_F(Ticks, EveryTickKeepsTheRules) {
         std::size_t oddLots = 0;
         for (std::size_t i = 0; i < ticks.size(); ++i) {
             const Tick& t = ticks[i];
-            ASSERT_GT(t.bid, 0);
-            ASSERT_LE(t.bid, t.price);
-            ASSERT_LE(t.price, t.ask);
-            ASSERT_LT(t.bid, t.ask);
-            ASSERT_EQ(t.price % inst.increment, 0);
-            ASSERT_EQ(t.dayCode, 21);
-            ASSERT_LE(t.aggressor, 2);
-            if (i > 0) {
-                ASSERT_GT(t.time, ticks[i - 1].time);
-                ASSERT_GT(t.tickId, ticks[i - 1].tickId);
-            }
+            ASSERT_TRUE(0 < t.bid && t.bid <= t.price && t.price <= t.ask && t.bid < t.ask) << i;
+            ASSERT_TRUE(t.price % inst.increment == 0 && t.dayCode == 21 && t.aggressor <= 2) << i;
+            ASSERT_TRUE(i == 0 || (t.time > ticks[i - 1].time && t.tickId > ticks[i - 1].tickId))
+                << "tick " << i << " is not after the one before";
             while (minutes[minute].time <= t.time) {
                 ++minute;
             }
+            ASSERT_GT(t.size, 0u);
             if (t.basis == 'O') {
                 ++oddLots;
-                ASSERT_GT(t.size, 0u);
-                ASSERT_LT(t.size, inst.lotSize);
-                ASSERT_GE(t.price, minutes[minute].low);
-                ASSERT_LE(t.price, minutes[minute].high);
+                ASSERT_TRUE(t.size < inst.lotSize && minutes[minute].low <= t.price &&
+                            t.price <= minutes[minute].high)
+                    << "odd lot " << i << " outside its minute";
             } else {
-                ASSERT_GT(t.size, 0u);
                 ASSERT_EQ(t.size % inst.lotSize, 0u);
                 volume += t.size;
             }
@@ -151,18 +142,13 @@ TEST_F(Sessions, TheUniverseIsWellFormed) {
     for (std::size_t i = 0; i < all.size(); ++i) {
         const Instrument& inst = all[i];
         SCOPED_TRACE(inst.symbol);
-        EXPECT_EQ(inst.index, i);
-        EXPECT_TRUE(symbols.insert(inst.symbol).second);
-        for (char c : inst.symbol) {
-            EXPECT_TRUE(std::isupper(static_cast<unsigned char>(c)) ||
-                        std::isdigit(static_cast<unsigned char>(c)) || c == '.' || c == '#' ||
-                        c == '@');
-        }
+        EXPECT_TRUE(inst.index == i && symbols.insert(inst.symbol).second);
+        EXPECT_EQ(market->find(inst.symbol), &inst);
+        EXPECT_EQ(inst.symbol.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.#@"),
+                  std::string::npos);
         EXPECT_EQ(inst.description.find(','), std::string::npos);
         EXPECT_TRUE(markets.count(inst.listedMarket) && types.count(inst.securityType));
-        EXPECT_GT(inst.increment, 0);
-        EXPECT_GE(inst.lotSize, 1u);
-        EXPECT_EQ(market->find(inst.symbol), &inst);
+        EXPECT_TRUE(inst.increment > 0 && inst.lotSize >= 1);
         EXPECT_TRUE(inst.session == SessionClass::Continuous || !detail::IsWeekend(inst.firstDay));
         sessions.insert(inst.session);
     }
