@@ -15,12 +15,7 @@
 namespace portico {
 namespace {
 
-// 2026-11-20, a Friday.
-constexpr std::int32_t kFriday = 20'777;
-
-Micros At(std::int32_t day, int hour, int minute, int second = 0) {
-    return StartOfDay(day) + ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond;
-}
+using test::At;
 
 // Every item of a source in order, and how often it gave way without one.
 template <class Item, class Source> std::pair<std::vector<Item>, int> Drain(Source&& source) {
@@ -53,8 +48,7 @@ void ExpectNewestOf(const std::vector<Item>& kept, const std::vector<std::uint64
                 std::reverse(want.begin(), want.end());
             }
             const std::vector<Item> got = Drain<Item>(make(limit, newest)).first;
-            ASSERT_EQ(got.size(), want.size());
-            EXPECT_TRUE(got == want);
+            EXPECT_TRUE(got == want) << got.size() << " items, not " << want.size();
         }
     }
 }
@@ -65,8 +59,8 @@ TEST_F(AnswerSources, TicksMatchTheMarketForEveryLimitFilterAndDirection) {
     for (const char* symbol : {"LUMA", "@NGI#", "IVRY"}) {
         const Instrument& inst = get(symbol);
         // From inside Tuesday's session to inside Friday morning.
-        const Micros from = At(kFriday - 3, 10, 17, 3);
-        const Micros to = At(kFriday, 9, 45, 30) + 123;
+        const Micros from = At(2026, 11, 17, 10, 17, 3);
+        const Micros to = At(2026, 11, 20, 9, 45, 30) + 123;
         const std::vector<Tick> all = test::Drain(market->ticks(inst, from, to));
         ASSERT_GT(all.size(), 1000u) << symbol;
         for (const auto& [begin, end] : {std::pair{-1, -1}, std::pair{34200, 57600},
@@ -90,10 +84,11 @@ TEST_F(AnswerSources, TicksMatchTheMarketForEveryLimitFilterAndDirection) {
     // Ranges without ticks, and a filter that lets nothing through.
     const Instrument& luma = get("LUMA");
     for (const TickSelection& empty :
-         {TickSelection{At(kFriday + 1, 0, 0), At(kFriday + 2, 23, 0), 10, -1, -1, false},
-          TickSelection{0, At(luma.firstDay - 1, 12, 0), 10, -1, -1, true},
-          TickSelection{At(kFriday, 9, 0), At(kFriday, 8, 0), 10, -1, -1, false},
-          TickSelection{At(kFriday - 5, 0, 0), At(kFriday, 11, 0), 10, 50000, 40000, false}}) {
+         {TickSelection{At(2026, 11, 21, 0, 0), At(2026, 11, 22, 23, 0), 10, -1, -1, false},
+          TickSelection{0, StartOfDay(luma.firstDay) - 1, 10, -1, -1, true},
+          TickSelection{At(2026, 11, 20, 9, 0), At(2026, 11, 20, 8, 0), 10, -1, -1, false},
+          TickSelection{At(2026, 11, 15, 0, 0), At(2026, 11, 20, 11, 0), 10, 50000, 40000,
+                        false}}) {
         EXPECT_TRUE(Drain<Tick>(TickSource(*market, luma, empty)).first.empty());
     }
 }
@@ -101,8 +96,8 @@ TEST_F(AnswerSources, TicksMatchTheMarketForEveryLimitFilterAndDirection) {
 TEST_F(AnswerSources, IntervalBarsMatchTheMarketForEveryIntervalLimitFilterAndDirection) {
     for (const char* symbol : {"LUMA", "@NGI#", "AURX"}) {
         const Instrument& inst = get(symbol);
-        const Micros from = At(kFriday - 2, 15, 58, 31) + 250'000;
-        const Micros to = At(kFriday, 10, 17, 23) + 456'789;
+        const Micros from = At(2026, 11, 18, 15, 58, 31) + 250'000;
+        const Micros to = At(2026, 11, 20, 10, 17, 23) + 456'789;
         for (const int seconds : {1, 7, 60, 90, 300, 2700, 7200, 86400}) {
             const std::vector<Bar> all = market->intervalBars(inst, seconds, from, to);
             ASSERT_FALSE(all.empty());
@@ -129,7 +124,7 @@ TEST_F(AnswerSources, IntervalBarsMatchTheMarketForEveryIntervalLimitFilterAndDi
     }
     // The newest bars of the whole history: the tail of the market's bars of the last months.
     const Instrument& luma = get("LUMA");
-    const Micros now = At(kFriday, 12, 0);
+    const Micros now = At(2026, 11, 20, 12, 0);
     for (const int seconds : {60, 300}) {
         const auto recent = market->intervalBars(luma, seconds, now - 200 * kMicrosPerDay, now);
         ASSERT_GT(recent.size(), 20'000u);
@@ -144,7 +139,7 @@ TEST_F(AnswerSources, LongAnswersAreMadeInShortSteps) {
     // A month of one-second bars, and the newest ticks of a long filtered history: both sources
     // give way again and again before their first item and between items.
     const Instrument& luma = get("LUMA");
-    const Micros now = At(kFriday, 12, 0);
+    const Micros now = At(2026, 11, 20, 12, 0);
     const auto [someBars, barPauses] = Drain<Bar>(
         IntervalSource(*market, luma, {now - 30 * kMicrosPerDay, now, 1, 200'000, -1, -1, false}));
     EXPECT_EQ(someBars.size(), 200'000u);
