@@ -60,19 +60,6 @@ TEST(LineWriterTest, IntegersDatesAndTimes) {
                          "23:59:59.999999|1969-12-31 23:59:59.500000");
 }
 
-TEST(LineWriterTest, GrowsPastItsFirstBufferAndEndsLinesWithCrLf) {
-    LineWriter out;
-    for (int i = 0; i < 10000; ++i) {
-        out.putUnsigned(static_cast<std::uint64_t>(i));
-        out.endLine();
-    }
-    const std::string text = out.str();
-    EXPECT_EQ(text.substr(0, 6), "0\r\n1\r\n");
-    EXPECT_EQ(text.substr(text.size() - 6), "9999\r\n");
-    out.truncate(3);
-    EXPECT_EQ(out.str(), "0\r\n");
-}
-
 TEST(CivilTimeTest, DayNumbersMatchACountedCalendar) {
     // Walk day by day from 1900 to 2100 and compare with the conversion both ways.
     const int monthDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
