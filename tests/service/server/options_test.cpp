@@ -68,39 +68,27 @@ TEST(OptionsTest, BadCommandLinesAreRefusedWithAMessage) {
 }
 
 TEST(ClockTest, FollowsTheWallClockInTheExchangeZoneOrRunsFromAStartAtItsRate) {
-    // Each clock is read at `wall` (UTC) and `later` seconds after. The zone is `before` hours
-    // from UTC until 06:00 UTC on 1 November and `after` hours from then, like a daylight-saving
-    // switch.
+    // A clock is read at `wall` (UTC) and two minutes later. Its zone is `before` hours from UTC
+    // until 06:00 UTC on 1 November and `after` hours from then, like a daylight-saving switch.
     const std::int64_t switchAt = Civil(2026, 11, 1, 6, 0, 0) / kMicrosPerSecond;
+    const auto expectClock = [&](int before, int after, std::optional<Micros> start, double rate,
+                                 Micros wall, Micros first, Micros second) {
+        const Clock clock(
+            [&](std::int64_t utc) { return (utc < switchAt ? before : after) * 3600; }, start, rate,
+            [&wall] { return wall; });
+        EXPECT_EQ(clock.now(), first) << "rate " << rate;
+        wall += 120 * kMicrosPerSecond;
+        EXPECT_EQ(clock.now(), second) << "rate " << rate << ", first read " << first;
+    };
+    expectClock(-4, -4, {}, 1.0, Civil(2026, 7, 1, 14, 0, 0), Civil(2026, 7, 1, 10, 0, 0),
+                Civil(2026, 7, 1, 10, 2, 0));
+    expectClock(-4, -5, {}, 1.0, Civil(2026, 11, 1, 5, 59, 0), Civil(2026, 11, 1, 1, 59, 0),
+                Civil(2026, 11, 1, 1, 1, 0));
     const Micros start = Civil(2026, 11, 20, 9, 30, 0);
     const Micros any = 1'000'000'000 * kMicrosPerSecond;
-    const struct {
-        int before, after;
-        std::optional<Micros> start;
-        double rate;
-        Micros wall;
-        int later;
-        Micros first, second;
-    } cases[] = {
-        // clang-format off
-        {-4, -4, {}, 1.0, Civil(2026, 7, 1, 14, 0, 0), 90,
-         Civil(2026, 7, 1, 10, 0, 0), Civil(2026, 7, 1, 10, 1, 30)},
-        {-4, -5, {}, 1.0, Civil(2026, 11, 1, 5, 59, 0), 120,
-         Civil(2026, 11, 1, 1, 59, 0), Civil(2026, 11, 1, 1, 1, 0)},
-        {1, 1, start, 1.0, any, 10, start, start + 10 * kMicrosPerSecond},
-        {0, 0, start, 60.0, any, 10, start, start + 600 * kMicrosPerSecond},
-        {0, 0, {}, 0.5, any, 10, any, any + 5 * kMicrosPerSecond},
-        // clang-format on
-    };
-    for (const auto& c : cases) {
-        std::int64_t wall = c.wall;
-        const Clock clock(
-            [&](std::int64_t utc) { return (utc < switchAt ? c.before : c.after) * 3600; }, c.start,
-            c.rate, [&wall] { return wall; });
-        EXPECT_EQ(clock.now(), c.first) << "rate " << c.rate;
-        wall += c.later * kMicrosPerSecond;
-        EXPECT_EQ(clock.now(), c.second) << "rate " << c.rate;
-    }
+    expectClock(1, 1, start, 1.0, any, start, start + 120 * kMicrosPerSecond);
+    expectClock(0, 0, start, 60.0, any, start, start + 7200 * kMicrosPerSecond);
+    expectClock(0, 0, {}, 0.5, any, any, any + 60 * kMicrosPerSecond);
 }
 
 } // namespace
