@@ -181,18 +181,17 @@ TEST_F(HostileTest, ClientsThatSendWithoutReadingAreHeldBackOnEveryPort) {
     startPortico(FrozenNoonWith({"--slow-reader-grace", "1"}));
     const std::uint64_t flood = 200u << 20;
     const std::string echo = "S,SET PROTOCOL," + std::string(60'000, 'x') + "\n";
-    struct Case {
+    const struct {
         const char* name;
         int port;
         std::string unit;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"lookup history commands", portico().lookupPort(), "HTX,LUMA,100,1,P\n"},
         {"lookup echoes", portico().lookupPort(), echo},
         {"admin echoes", portico().adminPort(), echo},
         {"Level 1 echoes", portico().level1Port(), echo},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         Flooder flooder;
         ASSERT_TRUE(flooder.connect(c.port));
@@ -249,9 +248,9 @@ TEST_F(HostileTest, TwoHundredClientsLeavingInTheMiddleOfTheirAnswers) {
     std::vector<std::unique_ptr<LineClient>> crowd;
     for (int i = 0; i < 200; ++i) {
         auto client = std::make_unique<LineClient>();
-        ASSERT_TRUE(client->connect(portico().lookupPort()));
         // A command waits behind each answer: the client leaves with it unanswered.
-        ASSERT_TRUE(client->send(commands[i % 4] + "\nHTX,LUMA,10,1,Never\n"));
+        ASSERT_TRUE(
+            Open(*client, portico().lookupPort(), commands[i % 4] + "\nHTX,LUMA,10,1,Never\n"));
         crowd.push_back(std::move(client));
     }
     for (const auto& client : crowd) {
