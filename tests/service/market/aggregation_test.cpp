@@ -1,4 +1,5 @@
-// Every bar the market serves must be the aggregate of the market's own counted ticks.
+// Every bar the market serves, and its summary of a day, must be the aggregate of the market's
+// own counted ticks.
 
 #include "market_test_support.h"
 
@@ -14,6 +15,7 @@ namespace {
 using test::At;
 using test::Day;
 using test::Drain;
+using test::LastCounted;
 
 class Aggregation : public test::MarketSuite<7> {};
 
@@ -39,15 +41,6 @@ template <class Key> std::vector<Bar> GroupDays(const std::vector<Bar>& days, Ke
     return out;
 }
 
-std::int64_t WeekOf(std::int32_t day) {
-    return day - detail::Weekday(day);
-}
-
-std::int64_t MonthOf(std::int32_t day) {
-    const detail::CivilDate c = detail::CivilFromDays(day);
-    return c.year * 12 + c.month;
-}
-
 TEST_F(Aggregation, IntervalBarsAreTheirTicksForEveryIntervalAndSession) {
     // From inside a minute of Monday's regular session to inside a minute of Wednesday morning.
     const Micros from = At(2026, 5, 18, 15, 58, 31, 250000);
@@ -61,33 +54,6 @@ TEST_F(Aggregation, IntervalBarsAreTheirTicksForEveryIntervalAndSession) {
             EXPECT_EQ(market->intervalBars(inst, seconds, from, to),
                       test::IntervalBarsFromTicks(ticks, seconds));
         }
-    }
-}
-
-TEST_F(Aggregation, LastIntervalBarsAreTheNewestBarsUpToNow) {
-    const Micros now = At(2026, 5, 20, 9, 31, 4, 5);
-    for (const char* symbol : {"LUMA", "IVRY", "@LCR#", "AURX"}) {
-        SCOPED_TRACE(symbol);
-        const Instrument& inst = get(symbol);
-        for (int seconds : {60, 1800}) {
-            // Enough bars to reach back over a day boundary.
-            const std::vector<Bar> all =
-                market->intervalBars(inst, seconds, StartOfDay(DayOf(now) - 3), now);
-            const std::size_t count = std::min<std::size_t>(all.size(), 40 + 86400 / seconds);
-            const std::vector<Bar> last = market->lastIntervalBars(inst, seconds, count, now);
-            ASSERT_EQ(last.size(), count);
-            EXPECT_TRUE(std::equal(last.begin(), last.end(), all.end() - static_cast<long>(count)));
-            EXPECT_LE(last.back().time - seconds * kMicrosPerSecond, now);
-        }
-        // The bar holding `now` ends with the newest counted trade at or before `now`.
-        const std::vector<Tick> ticks = Drain(market->lastTicks(inst, 50, now));
-        auto lastCounted = std::find_if(ticks.rbegin(), ticks.rend(),
-                                        [](const Tick& t) { return t.basis != 'O'; });
-        ASSERT_NE(lastCounted, ticks.rend());
-        const std::vector<Bar> newest = market->lastIntervalBars(inst, 60, 1, now);
-        ASSERT_EQ(newest.size(), 1u);
-        EXPECT_EQ(newest[0].close, lastCounted->price);
-        EXPECT_EQ(newest[0].totalVolume, lastCounted->totalVolume);
     }
 }
 
@@ -111,11 +77,13 @@ TEST_F(Aggregation, DayWeekAndMonthBarsAreTheirTicks) {
         EXPECT_EQ(openInterests.size() > 1, inst.session == SessionClass::Future);
 
         // Weeks from the first whole one (Monday 6 April); April and May.
-        const std::vector<Bar> weeks = GroupDays(days, WeekOf);
+        const auto weeks = GroupDays(days, [](std::int32_t d) { return d - detail::Weekday(d); });
         const std::size_t whole = weeks.size() - 1; // the first week began before April
         EXPECT_EQ(market->lastWeeklyBars(inst, whole, now),
                   std::vector<Bar>(weeks.end() - static_cast<long>(whole), weeks.end()));
-        const std::vector<Bar> months = GroupDays(days, MonthOf);
+        const auto months = GroupDays(days, [](std::int32_t d) {
+            return detail::CivilFromDays(d).year * 12 + detail::CivilFromDays(d).month;
+        });
         ASSERT_EQ(months.size(), 2u);
         EXPECT_EQ(market->lastMonthlyBars(inst, 2, now), months);
     }
@@ -142,20 +110,68 @@ TEST_F(Aggregation, LongDailyHistoryIsOrderedAndSane) {
     const std::vector<Bar> bars = market->lastDailyBars(luma, 10000, now);
     ASSERT_GE(bars.size(), 9000u);
     EXPECT_EQ(DayOf(bars.front().time), luma.firstDay);
-    EXPECT_LE(luma.firstDay, Day(1990, 1, 2));
     for (std::size_t i = 0; i < bars.size(); ++i) {
         const Bar& b = bars[i];
-        ASSERT_FALSE(detail::IsWeekend(DayOf(b.time)));
-        ASSERT_GT(b.low, 0);
-        ASSERT_LE(b.low, std::min(b.open, b.close));
-        ASSERT_GE(b.high, std::max(b.open, b.close));
-        ASSERT_EQ(b.open % luma.increment, 0);
-        if (i > 0) {
-            ASSERT_GT(b.time, bars[i - 1].time);
-        }
+        ASSERT_TRUE(!detail::IsWeekend(DayOf(b.time)) && 0 < b.low &&
+                    b.low <= std::min(b.open, b.close) && std::max(b.open, b.close) <= b.high &&
+                    b.open % luma.increment == 0 && (i == 0 || bars[i - 1].time < b.time))
+            << "day " << i;
     }
     EXPECT_EQ(market->dailyBars(luma, luma.firstDay, luma.firstDay + 40, now),
               std::vector<Bar>(bars.begin(), bars.begin() + 29)); // 29 weekdays in 41 days
+}
+
+// The day summary: the day so far, the last tick and the previous close.
+class Summary : public test::MarketSuite<5> {};
+
+TEST_F(Summary, AgreesWithTheTicksOfTheDay) {
+    const struct {
+        const char* symbol;
+        Micros now;
+    } cases[] = {
+        {"LUMA", At(2026, 5, 20, 13, 7, 44, 1)}, {"IVRY", At(2026, 5, 20, 10, 0, 0)},
+        {"@NGI#", At(2026, 5, 20, 17, 30, 0)},   {"AURX", At(2026, 5, 17, 0, 5, 30)},
+        {"OBLN.B", At(2026, 5, 20, 19, 59, 59)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.symbol);
+        const Instrument& inst = get(c.symbol);
+        const DaySummary s = market->daySummary(inst, c.now);
+        const auto today = Drain(market->ticks(inst, StartOfDay(DayOf(c.now)), c.now));
+        const auto days = test::DayBarsFromTicks(today);
+        ASSERT_EQ(days.size(), 1u);
+        EXPECT_TRUE(s.day == DayOf(c.now) && s.traded);
+        EXPECT_EQ(
+            (std::vector<std::int64_t>{s.open, s.high, s.low, s.totalVolume}),
+            (std::vector<std::int64_t>{days[0].open, days[0].high, days[0].low, days[0].volume}));
+        ASSERT_TRUE(s.hasLast);
+        EXPECT_TRUE(s.last == today.back());
+        EXPECT_EQ(s.last.totalVolume, LastCounted(today)->totalVolume);
+
+        const auto before = market->lastDailyBars(inst, 1, StartOfDay(s.day) - 1);
+        ASSERT_EQ(before.size(), 1u);
+        EXPECT_EQ(s.previousClose, before[0].close);
+        EXPECT_EQ(s.openInterest, market->lastDailyBars(inst, 1, c.now).back().openInterest);
+        EXPECT_EQ(s.openInterest > 0, inst.session == SessionClass::Future);
+    }
+}
+
+TEST_F(Summary, BeforeTheFirstTradeOfTheDayTheLastTickIsOlder) {
+    const Instrument& luma = get("LUMA");
+    const auto friday = Drain(market->ticks(luma, At(2026, 5, 15, 0, 0), At(2026, 5, 15, 23, 59)));
+    ASSERT_FALSE(friday.empty());
+    // Saturday and early Monday morning alike.
+    for (Micros now : {At(2026, 5, 16, 12, 0), At(2026, 5, 18, 3, 59, 59, 999999)}) {
+        const DaySummary s = market->daySummary(luma, now);
+        EXPECT_EQ(s.day, DayOf(now));
+        EXPECT_FALSE(s.traded || s.open || s.totalVolume);
+        ASSERT_TRUE(s.hasLast);
+        EXPECT_TRUE(s.last == friday.back());
+        EXPECT_EQ(s.previousClose, LastCounted(friday)->price);
+    }
+    // Before the first day of history there is nothing at all.
+    const DaySummary none = market->daySummary(luma, StartOfDay(luma.firstDay) - 1);
+    EXPECT_FALSE(none.traded || none.hasLast || none.previousClose);
 }
 
 } // namespace

@@ -1,14 +1,14 @@
 #pragma once
 
-// Shared helpers of the market tests: civil times, draining cursors, and bars rebuilt from
-// ticks the slow and obvious way, to hold the market's own bars against.
+// Shared helpers of the market tests: whole-value comparisons, civil times, draining cursors,
+// and bars rebuilt from ticks the slow and obvious way, to hold the market's own bars against.
 
 #include "market/calendar.h"
 #include "market/market.h"
-#include "market/random.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -23,7 +23,7 @@ inline bool operator==(const Bar& a, const Bar& b) {
            a.openInterest == b.openInterest && a.tickCount == b.tickCount;
 }
 
-inline bool SameTick(const Tick& a, const Tick& b) {
+inline bool operator==(const Tick& a, const Tick& b) {
     return a.time == b.time && a.price == b.price && a.bid == b.bid && a.ask == b.ask &&
            a.size == b.size && a.totalVolume == b.totalVolume && a.tickId == b.tickId &&
            a.basis == b.basis && a.aggressor == b.aggressor && a.dayCode == b.dayCode &&
@@ -68,30 +68,32 @@ inline std::vector<Tick> Drain(TickCursor cursor) {
     return out;
 }
 
-// Bars of the counted ticks, one per key of `bucket`, in key order.
-template <class Bucket>
-std::vector<Bar> BarsFromTicks(const std::vector<Tick>& ticks, Bucket bucket) {
-    std::map<std::pair<std::int32_t, std::int64_t>, Bar> bars;
+// The newest tick that counts in bars (not an odd lot); null when there is none.
+inline const Tick* LastCounted(const std::vector<Tick>& ticks) {
+    const auto it =
+        std::find_if(ticks.rbegin(), ticks.rend(), [](const Tick& t) { return t.basis != 'O'; });
+    return it == ticks.rend() ? nullptr : &*it;
+}
+
+// Bars of the counted ticks, one per `label` of their time, in label order.
+template <class Label> std::vector<Bar> BarsFromTicks(const std::vector<Tick>& ticks, Label label) {
+    std::map<Micros, Bar> bars;
     for (const Tick& t : ticks) {
         if (t.basis == 'O') {
             continue;
         }
-        const auto [key, label] = bucket(t.time);
-        auto [it, fresh] = bars.try_emplace(key);
+        auto [it, fresh] = bars.try_emplace(label(t.time), Bar{.time = label(t.time)});
         Bar& bar = it->second;
-        if (fresh) {
-            bar.open = bar.high = bar.low = t.price;
-        }
-        bar.high = std::max(bar.high, t.price);
-        bar.low = std::min(bar.low, t.price);
+        bar.open = fresh ? t.price : bar.open;
+        bar.high = fresh ? t.price : std::max(bar.high, t.price);
+        bar.low = fresh ? t.price : std::min(bar.low, t.price);
         bar.close = t.price;
         bar.volume += t.size;
-        ++bar.tickCount;
-        bar.time = label;
         bar.totalVolume = t.totalVolume;
+        ++bar.tickCount;
     }
     std::vector<Bar> out;
-    for (const auto& [key, bar] : bars) {
+    for (const auto& [time, bar] : bars) {
         out.push_back(bar);
     }
     return out;
@@ -100,18 +102,16 @@ std::vector<Bar> BarsFromTicks(const std::vector<Tick>& ticks, Bucket bucket) {
 // Interval bars of the counted ticks, aligned to midnight and labelled at their end.
 inline std::vector<Bar> IntervalBarsFromTicks(const std::vector<Tick>& ticks, int seconds) {
     return BarsFromTicks(ticks, [seconds](Micros time) {
-        const std::int32_t day = DayOf(time);
-        const std::int64_t bucket = (time - StartOfDay(day)) / kMicrosPerSecond / seconds;
-        const Micros end = std::min<std::int64_t>((bucket + 1) * seconds, 86400) * kMicrosPerSecond;
-        return std::pair{std::pair{day, bucket}, StartOfDay(day) + end};
+        const Micros step = seconds * kMicrosPerSecond;
+        const Micros day = StartOfDay(DayOf(time));
+        return std::min(day + ((time - day) / step + 1) * step, day + kMicrosPerDay);
     });
 }
 
 // Day bars of the counted ticks (open interest left 0); a day's total volume is its volume.
 inline std::vector<Bar> DayBarsFromTicks(const std::vector<Tick>& ticks) {
-    std::vector<Bar> days = BarsFromTicks(ticks, [](Micros time) {
-        return std::pair{std::pair{DayOf(time), std::int64_t{0}}, StartOfDay(DayOf(time))};
-    });
+    std::vector<Bar> days =
+        BarsFromTicks(ticks, [](Micros time) { return StartOfDay(DayOf(time)); });
     for (Bar& d : days) {
         d.totalVolume = d.volume;
     }

@@ -1,59 +1,47 @@
-// Ticks: determinism, the cut at `now`, streaming in pieces, lastTicks and the invariants of
-// every single tick.
+// Ticks: determinism, the cut at `now`, streaming in pieces, the invariants of every single
+// tick, and the universe and its trading hours.
 
+#include "market/random.h"
 #include "market_test_support.h"
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 
 namespace portico {
 namespace {
 
 using test::At;
+using test::Day;
 using test::Drain;
 
 class Ticks : public test::MarketSuite<11> {};
 
-bool SameTicks(const std::vector<Tick>& a, const std::vector<Tick>& b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), SameTick);
-}
-
 TEST(TicksDeterminism, TheSeedAloneDecidesTheData) {
-    const Micros from = At(2026, 3, 10, 9, 0);
-    const Micros to = At(2026, 3, 10, 11, 0);
-    Market a(1234);
-    Market b(1234);
-    Market other(1235);
-    const Instrument& luma = *a.find("LUMA");
-    // Warm `a` up elsewhere first: caches must not change what comes out.
-    (void)a.lastDailyBars(luma, 500, to);
-    (void)Drain(a.ticks(luma, from - kMicrosPerDay, to - kMicrosPerDay));
-
-    const auto ticksA = Drain(a.ticks(luma, from, to));
-    const auto ticksB = Drain(b.ticks(*b.find("LUMA"), from, to));
-    const auto ticksOther = Drain(other.ticks(*other.find("LUMA"), from, to));
-    ASSERT_GT(ticksA.size(), 1000u);
-    EXPECT_TRUE(SameTicks(ticksA, ticksB));
-    EXPECT_FALSE(SameTicks(ticksA, ticksOther));
-    EXPECT_EQ(a.lastDailyBars(luma, 300, to), b.lastDailyBars(*b.find("LUMA"), 300, to));
-    EXPECT_NE(a.lastDailyBars(luma, 300, to), other.lastDailyBars(*other.find("LUMA"), 300, to));
-}
-
-TEST(TicksDeterminism, KnownSeedGivesKnownData) {
-    // Pinned fingerprints: the data must not change with the compiler, the machine or a
-    // refactoring. Regenerate them only when the market is meant to change.
-    Market market(42);
-    const Instrument& luma = *market.find("LUMA");
-    std::uint64_t h = 0;
-    for (const Tick& t :
-         Drain(market.ticks(luma, At(2024, 2, 29, 9, 30), At(2024, 2, 29, 9, 35)))) {
-        h = detail::HashKey(h, static_cast<std::uint64_t>(t.time ^ (t.price << 20) ^ t.size) ^
-                                   t.tickId ^ (static_cast<std::uint64_t>(t.bid) << 32));
-    }
-    const Bar first = market.lastDailyBars(luma, 10000, At(2024, 2, 29, 12, 0)).front();
-    EXPECT_EQ(h, 17704767985757043205ULL);
-    EXPECT_EQ(first.close, 1387);
+    // Pinned fingerprints: the data must not change with the compiler, the machine, a
+    // refactoring, or what the market computed and cached before. Regenerate them only when the
+    // market is meant to change.
+    const auto fingerprint = [](std::uint64_t seed, bool warm) {
+        Market market(seed);
+        const Instrument& luma = *market.find("LUMA");
+        const Micros from = At(2024, 2, 29, 9, 30);
+        if (warm) {
+            (void)market.lastDailyBars(luma, 500, from);
+            (void)Drain(market.ticks(luma, from - kMicrosPerDay, from + 10 * kMicrosPerMinute));
+        }
+        std::uint64_t h = 0;
+        for (const Tick& t : Drain(market.ticks(luma, from, from + 5 * kMicrosPerMinute))) {
+            h = detail::HashKey(h, static_cast<std::uint64_t>(t.time ^ (t.price << 20) ^ t.size) ^
+                                       t.tickId ^ (static_cast<std::uint64_t>(t.bid) << 32));
+        }
+        return std::pair{
+            h, market.lastDailyBars(luma, 10000, from + 3 * 3600 * kMicrosPerSecond).front().close};
+    };
+    const auto known = fingerprint(42, false);
+    EXPECT_EQ(known, std::pair(std::uint64_t{17704767985757043205ULL}, std::int64_t{1387}));
+    EXPECT_EQ(fingerprint(42, true), known);
+    EXPECT_NE(fingerprint(43, false).first, known.first);
 }
 
 TEST_F(Ticks, NothingAfterNowAndPiecesMatchTheWhole) {
@@ -73,7 +61,7 @@ TEST_F(Ticks, NothingAfterNowAndPiecesMatchTheWhole) {
             const auto part = Drain(market->ticks(inst, start, std::min(start + 997'002, now)));
             pieces.insert(pieces.end(), part.begin(), part.end());
         }
-        EXPECT_TRUE(SameTicks(whole, pieces));
+        EXPECT_TRUE(whole == pieces);
 
         // Ranges that begin or end exactly on a tick include it.
         const Tick& middle = whole[whole.size() / 2];
@@ -81,45 +69,9 @@ TEST_F(Ticks, NothingAfterNowAndPiecesMatchTheWhole) {
         const auto after = Drain(market->ticks(inst, middle.time, now));
         ASSERT_FALSE(upTo.empty());
         ASSERT_FALSE(after.empty());
-        EXPECT_TRUE(SameTick(upTo.back(), middle));
-        EXPECT_TRUE(SameTick(after.front(), middle));
+        EXPECT_TRUE(upTo.back() == middle && after.front() == middle);
         EXPECT_EQ(upTo.size() + after.size(), whole.size() + 1);
     }
-}
-
-TEST_F(Ticks, LastTicksAreTheNewestCountOldestFirst) {
-    const Micros to = At(2026, 5, 20, 9, 30, 0, 41);
-    for (const char* symbol : {"LUMA", "@HGS#", "AURX", "TMBR"}) {
-        SCOPED_TRACE(symbol);
-        const Instrument& inst = get(symbol);
-        const auto window = Drain(market->ticks(inst, to - 4 * kMicrosPerDay, to));
-        for (std::size_t count : {std::size_t{1}, std::size_t{777}, window.size() - 3}) {
-            const auto last = Drain(market->lastTicks(inst, count, to));
-            ASSERT_EQ(last.size(), count);
-            EXPECT_TRUE(SameTicks(
-                last, std::vector<Tick>(window.end() - static_cast<long>(count), window.end())));
-        }
-    }
-    // Counting without reading gives what reading gives: whole days, cut minutes, odd lots.
-    for (const char* symbol : {"LUMA", "IVRY", "@NGI#", "AURX"}) {
-        SCOPED_TRACE(symbol);
-        const Instrument& inst = get(symbol);
-        for (const auto& [from, until] :
-             {std::pair{to - 4 * kMicrosPerDay, to}, std::pair{StartOfDay(DayOf(to) - 3), to - 1},
-              std::pair{to - 3'600'000'123, to - 59'000'321}}) {
-            EXPECT_EQ(market->countTicks(inst, from, until),
-                      Drain(market->ticks(inst, from, until)).size());
-        }
-        EXPECT_EQ(market->countTicks(inst, to, to - 1), 0u);
-    }
-    // Shorter history than asked for: everything from the first day.
-    const Instrument& shrd = get("SHRD");
-    const Micros early = StartOfDay(shrd.firstDay) + 3 * 3600 * kMicrosPerSecond + 5;
-    const auto all = Drain(market->ticks(shrd, 0, early));
-    ASSERT_FALSE(all.empty());
-    EXPECT_TRUE(SameTicks(Drain(market->lastTicks(shrd, all.size() + 1000, early)), all));
-    EXPECT_TRUE(Drain(market->lastTicks(shrd, 10, StartOfDay(shrd.firstDay) - 1)).empty());
-    EXPECT_TRUE(Drain(market->lastTicks(shrd, 0, early)).empty());
 }
 
 TEST_F(Ticks, EveryTickKeepsTheRules) {
@@ -136,28 +88,20 @@ TEST_F(Ticks, EveryTickKeepsTheRules) {
         std::size_t oddLots = 0;
         for (std::size_t i = 0; i < ticks.size(); ++i) {
             const Tick& t = ticks[i];
-            ASSERT_GT(t.bid, 0);
-            ASSERT_LE(t.bid, t.price);
-            ASSERT_LE(t.price, t.ask);
-            ASSERT_LT(t.bid, t.ask);
-            ASSERT_EQ(t.price % inst.increment, 0);
-            ASSERT_EQ(t.dayCode, 21);
-            ASSERT_LE(t.aggressor, 2);
-            if (i > 0) {
-                ASSERT_GT(t.time, ticks[i - 1].time);
-                ASSERT_GT(t.tickId, ticks[i - 1].tickId);
-            }
+            ASSERT_TRUE(0 < t.bid && t.bid <= t.price && t.price <= t.ask && t.bid < t.ask) << i;
+            ASSERT_TRUE(t.price % inst.increment == 0 && t.dayCode == 21 && t.aggressor <= 2) << i;
+            ASSERT_TRUE(i == 0 || (t.time > ticks[i - 1].time && t.tickId > ticks[i - 1].tickId))
+                << "tick " << i << " is not after the one before";
             while (minutes[minute].time <= t.time) {
                 ++minute;
             }
+            ASSERT_GT(t.size, 0u);
             if (t.basis == 'O') {
                 ++oddLots;
-                ASSERT_GT(t.size, 0u);
-                ASSERT_LT(t.size, inst.lotSize);
-                ASSERT_GE(t.price, minutes[minute].low);
-                ASSERT_LE(t.price, minutes[minute].high);
+                ASSERT_TRUE(t.size < inst.lotSize && minutes[minute].low <= t.price &&
+                            t.price <= minutes[minute].high)
+                    << "odd lot " << i << " outside its minute";
             } else {
-                ASSERT_GT(t.size, 0u);
                 ASSERT_EQ(t.size % inst.lotSize, 0u);
                 volume += t.size;
             }
@@ -165,6 +109,101 @@ TEST_F(Ticks, EveryTickKeepsTheRules) {
         }
         EXPECT_EQ(oddLots > 0, inst.session == SessionClass::Equity);
     }
+}
+
+class Sessions : public test::MarketSuite<3> {};
+
+TEST_F(Sessions, TheUniverseIsWellFormed) {
+    const auto& all = market->instruments();
+    EXPECT_GE(all.size(), 36u);
+    EXPECT_LE(all.size(), 44u);
+    std::set<int> markets;
+    std::set<int> types;
+    for (const auto& m : market->listedMarkets()) {
+        markets.insert(m.id);
+    }
+    for (const auto& t : market->securityTypes()) {
+        types.insert(t.id);
+    }
+    EXPECT_GE(markets.size(), 4u);
+    std::set<std::string> symbols;
+    std::set<SessionClass> sessions;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const Instrument& inst = all[i];
+        SCOPED_TRACE(inst.symbol);
+        EXPECT_TRUE(inst.index == i && symbols.insert(inst.symbol).second);
+        EXPECT_EQ(market->find(inst.symbol), &inst);
+        EXPECT_EQ(inst.symbol.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.#@"),
+                  std::string::npos);
+        EXPECT_EQ(inst.description.find(','), std::string::npos);
+        EXPECT_TRUE(markets.count(inst.listedMarket) && types.count(inst.securityType));
+        EXPECT_TRUE(inst.increment > 0 && inst.lotSize >= 1);
+        EXPECT_TRUE(inst.session == SessionClass::Continuous || !detail::IsWeekend(inst.firstDay));
+        sessions.insert(inst.session);
+    }
+    EXPECT_EQ(sessions.size(), 3u);
+    EXPECT_EQ(market->find("NOSUCH"), nullptr);
+    EXPECT_LE(get("LUMA").firstDay, Day(1990, 1, 2));
+}
+
+TEST_F(Sessions, EachClassTradesItsHoursFromFridayToMonday) {
+    // Equities trade 04:00-20:00 on weekdays, regular ('C') from 09:30 to 16:00 and extended
+    // ('E') around it; futures trade weekdays round the clock but for the hour from 17:00; the
+    // token trades every hour of every day.
+    const struct {
+        const char* symbol;
+        SessionClass session;
+        int firstHour, endHour, pausedHour;
+        bool weekends;
+        int regularFrom, regularTo; // minutes of the day
+    } cases[] = {
+        {"LUMA", SessionClass::Equity, 4, 20, -1, false, 570, 960},
+        {"@BGD#", SessionClass::Future, 0, 24, 17, false, 0, 1440},
+        {"AURX", SessionClass::Continuous, 0, 24, -1, true, 0, 1440},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.symbol);
+        EXPECT_EQ(get(c.symbol).session, c.session);
+        const auto ticks = Drain(market->ticks(get(c.symbol), At(2026, 5, 15, 0, 0),
+                                               At(2026, 5, 18, 23, 59, 59, 999999)));
+        std::set<std::pair<std::int32_t, int>> hours;
+        std::size_t extended = 0;
+        for (const Tick& t : ticks) {
+            const int minute = static_cast<int>((t.time - StartOfDay(DayOf(t.time))) / 60'000'000);
+            hours.insert({DayOf(t.time), minute / 60});
+            if (t.basis != 'O') {
+                ASSERT_EQ(t.basis, minute >= c.regularFrom && minute < c.regularTo ? 'C' : 'E')
+                    << minute;
+                extended += t.basis == 'E' ? 1 : 0;
+            }
+        }
+        std::set<std::pair<std::int32_t, int>> expected;
+        for (std::int32_t day = Day(2026, 5, 15); day <= Day(2026, 5, 18); ++day) {
+            for (int hour = c.firstHour; hour < c.endHour; ++hour) {
+                if (hour != c.pausedHour && (c.weekends || !detail::IsWeekend(day))) {
+                    expected.insert({day, hour});
+                }
+            }
+        }
+        EXPECT_EQ(hours, expected);
+        EXPECT_EQ(extended > 1000, c.session == SessionClass::Equity);
+    }
+}
+
+TEST_F(Sessions, LiquidAndIlliquidEquities) {
+    // LUMA counts about 100,000 trades a weekday.
+    const auto bars = market->lastDailyBars(get("LUMA"), 60, At(2026, 5, 18, 23, 0));
+    double sum = 0;
+    for (const Bar& b : bars) {
+        sum += b.tickCount;
+    }
+    EXPECT_GT(sum / bars.size(), 60000.0);
+    EXPECT_LT(sum / bars.size(), 160000.0);
+    // IVRY leaves most extended minutes empty.
+    const auto minutes =
+        market->intervalBars(get("IVRY"), 60, At(2026, 5, 19, 4, 0), At(2026, 5, 19, 9, 29, 59));
+    EXPECT_LT(minutes.size(), 330u / 2);
+    EXPECT_FALSE(minutes.empty());
 }
 
 } // namespace

@@ -9,21 +9,16 @@
 #include <vector>
 
 #include "interval_source.h"
-#include "market/market.h"
+#include "market_test_support.h"
 #include "tick_source.h"
 
 namespace portico {
 namespace {
 
-Micros At(std::int32_t day, int hour, int minute, int second = 0) {
-    return StartOfDay(day) + ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond;
-}
-
-// 2026-11-20, a Friday.
-constexpr std::int32_t kFriday = 20'777;
+using test::At;
 
 // Every item of a source in order, and how often it gave way without one.
-template <class Item, class Source> std::pair<std::vector<Item>, int> Drain(Source& source) {
+template <class Item, class Source> std::pair<std::vector<Item>, int> Drain(Source&& source) {
     std::vector<Item> items;
     int busy = 0;
     for (const Item* item = nullptr;;) {
@@ -39,58 +34,39 @@ template <class Item, class Source> std::pair<std::vector<Item>, int> Drain(Sour
     }
 }
 
-bool Same(const Tick& a, const Tick& b) {
-    return a.time == b.time && a.price == b.price && a.size == b.size && a.tickId == b.tickId &&
-           a.totalVolume == b.totalVolume && a.basis == b.basis;
-}
-
-bool Same(const Bar& a, const Bar& b) {
-    return a.time == b.time && a.open == b.open && a.high == b.high && a.low == b.low &&
-           a.close == b.close && a.volume == b.volume && a.totalVolume == b.totalVolume &&
-           a.tickCount == b.tickCount;
-}
-
-template <class T> void ExpectSame(const std::vector<T>& got, const std::vector<T>& want) {
-    ASSERT_EQ(got.size(), want.size());
-    for (std::size_t i = 0; i < got.size(); ++i) {
-        ASSERT_TRUE(Same(got[i], want[i])) << "at " << i << " of " << got.size();
+// Holds the sources `make(limit, newestFirst)` gives to the newest `limit` of `kept` (oldest
+// first), in answer order, for each limit and both directions.
+template <class Item, class Make>
+void ExpectNewestOf(const std::vector<Item>& kept, const std::vector<std::uint64_t>& limits,
+                    Make make) {
+    for (const std::uint64_t limit : limits) {
+        for (const bool newest : {false, true}) {
+            SCOPED_TRACE("limit " + std::to_string(limit) + (newest ? " newest first" : ""));
+            std::vector<Item> want(kept.end() - static_cast<long>(std::min(limit, kept.size())),
+                                   kept.end());
+            if (newest) {
+                std::reverse(want.begin(), want.end());
+            }
+            const std::vector<Item> got = Drain<Item>(make(limit, newest)).first;
+            EXPECT_TRUE(got == want) << got.size() << " items, not " << want.size();
+        }
     }
 }
 
-// The newest `limit` of `items` (held oldest first), in answer order.
-template <class T> std::vector<T> Answer(std::vector<T> items, std::uint64_t limit, bool newest) {
-    if (items.size() > limit) {
-        items.erase(items.begin(), items.end() - static_cast<std::ptrdiff_t>(limit));
-    }
-    if (newest) {
-        std::reverse(items.begin(), items.end());
-    }
-    return items;
-}
-
-class AnswerSources : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() { market = std::make_unique<Market>(1); }
-    static void TearDownTestSuite() { market.reset(); }
-    static const Instrument& get(const char* symbol) { return *market->find(symbol); }
-    static inline std::unique_ptr<Market> market;
-};
+class AnswerSources : public test::MarketSuite<1> {};
 
 TEST_F(AnswerSources, TicksMatchTheMarketForEveryLimitFilterAndDirection) {
     for (const char* symbol : {"LUMA", "@NGI#", "IVRY"}) {
         const Instrument& inst = get(symbol);
         // From inside Tuesday's session to inside Friday morning.
-        const Micros from = At(kFriday - 3, 10, 17, 3);
-        const Micros to = At(kFriday, 9, 45, 30) + 123;
-        std::vector<Tick> all;
-        TickCursor cursor = market->ticks(inst, from, to);
-        std::vector<Tick> batch(999);
-        while (const std::size_t n = cursor.next(batch.data(), batch.size())) {
-            all.insert(all.end(), batch.begin(), batch.begin() + static_cast<std::ptrdiff_t>(n));
-        }
+        const Micros from = At(2026, 11, 17, 10, 17, 3);
+        const Micros to = At(2026, 11, 20, 9, 45, 30) + 123;
+        const std::vector<Tick> all = test::Drain(market->ticks(inst, from, to));
         ASSERT_GT(all.size(), 1000u) << symbol;
         for (const auto& [begin, end] : {std::pair{-1, -1}, std::pair{34200, 57600},
                                          std::pair{43200, -1}, std::pair{-1, 36000}}) {
+            SCOPED_TRACE(std::string(symbol) + " filter " + std::to_string(begin) + "-" +
+                         std::to_string(end));
             std::vector<Tick> kept;
             for (const Tick& t : all) {
                 const auto second = (t.time - StartOfDay(DayOf(t.time))) / kMicrosPerSecond;
@@ -98,41 +74,37 @@ TEST_F(AnswerSources, TicksMatchTheMarketForEveryLimitFilterAndDirection) {
                     kept.push_back(t);
                 }
             }
-            for (const std::uint64_t limit :
-                 {std::uint64_t{5'000'000}, std::uint64_t{kept.size()},
-                  std::uint64_t{kept.size() - 1}, std::uint64_t{777}, std::uint64_t{1}}) {
-                for (const bool newest : {false, true}) {
-                    SCOPED_TRACE(std::string(symbol) + " filter " + std::to_string(begin) + "-" +
-                                 std::to_string(end) + " limit " + std::to_string(limit) +
-                                 (newest ? " newest first" : " oldest first"));
-                    TickSource source(*market, inst, {from, to, limit, begin, end, newest});
-                    ExpectSame(Drain<Tick>(source).first, Answer(kept, limit, newest));
-                }
-            }
+            ExpectNewestOf(
+                kept, {5'000'000, kept.size(), kept.size() - 1, 777, 1},
+                [&](std::uint64_t limit, bool newest) {
+                    return TickSource(*market, inst, {from, to, limit, begin, end, newest});
+                });
         }
     }
     // Ranges without ticks, and a filter that lets nothing through.
     const Instrument& luma = get("LUMA");
     for (const TickSelection& empty :
-         {TickSelection{At(kFriday + 1, 0, 0), At(kFriday + 2, 23, 0), 10, -1, -1, false},
-          TickSelection{0, At(luma.firstDay - 1, 12, 0), 10, -1, -1, true},
-          TickSelection{At(kFriday, 9, 0), At(kFriday, 8, 0), 10, -1, -1, false},
-          TickSelection{At(kFriday - 5, 0, 0), At(kFriday, 11, 0), 10, 50000, 40000, false}}) {
-        TickSource source(*market, luma, empty);
-        EXPECT_TRUE(Drain<Tick>(source).first.empty());
+         {TickSelection{At(2026, 11, 21, 0, 0), At(2026, 11, 22, 23, 0), 10, -1, -1, false},
+          TickSelection{0, StartOfDay(luma.firstDay) - 1, 10, -1, -1, true},
+          TickSelection{At(2026, 11, 20, 9, 0), At(2026, 11, 20, 8, 0), 10, -1, -1, false},
+          TickSelection{At(2026, 11, 15, 0, 0), At(2026, 11, 20, 11, 0), 10, 50000, 40000,
+                        false}}) {
+        EXPECT_TRUE(Drain<Tick>(TickSource(*market, luma, empty)).first.empty());
     }
 }
 
 TEST_F(AnswerSources, IntervalBarsMatchTheMarketForEveryIntervalLimitFilterAndDirection) {
     for (const char* symbol : {"LUMA", "@NGI#", "AURX"}) {
         const Instrument& inst = get(symbol);
-        const Micros from = At(kFriday - 2, 15, 58, 31) + 250'000;
-        const Micros to = At(kFriday, 10, 17, 23) + 456'789;
+        const Micros from = At(2026, 11, 18, 15, 58, 31) + 250'000;
+        const Micros to = At(2026, 11, 20, 10, 17, 23) + 456'789;
         for (const int seconds : {1, 7, 60, 90, 300, 2700, 7200, 86400}) {
             const std::vector<Bar> all = market->intervalBars(inst, seconds, from, to);
             ASSERT_FALSE(all.empty());
             for (const auto& [begin, end] : {std::pair{-1, -1}, std::pair{34200, 57600},
                                              std::pair{37800, -1}, std::pair{-1, 86400}}) {
+                SCOPED_TRACE(std::string(symbol) + " every " + std::to_string(seconds) +
+                             " s, filter " + std::to_string(begin) + "-" + std::to_string(end));
                 std::vector<Bar> kept;
                 for (const Bar& bar : all) {
                     const Micros start = bar.time - seconds * kMicrosPerSecond;
@@ -141,29 +113,25 @@ TEST_F(AnswerSources, IntervalBarsMatchTheMarketForEveryIntervalLimitFilterAndDi
                         kept.push_back(bar);
                     }
                 }
-                for (const std::uint64_t limit :
-                     {std::uint64_t{5'000'000}, std::uint64_t{kept.size() + 1},
-                      std::uint64_t{kept.size() / 2 + 1}}) {
-                    for (const bool newest : {false, true}) {
-                        SCOPED_TRACE(std::string(symbol) + " every " + std::to_string(seconds) +
-                                     " s, filter " + std::to_string(begin) + "-" +
-                                     std::to_string(end) + " limit " + std::to_string(limit) +
-                                     (newest ? " newest first" : " oldest first"));
-                        IntervalSource source(*market, inst,
-                                              {from, to, seconds, limit, begin, end, newest});
-                        ExpectSame(Drain<Bar>(source).first, Answer(kept, limit, newest));
-                    }
-                }
+                ExpectNewestOf(kept, {5'000'000, kept.size() + 1, kept.size() / 2 + 1},
+                               [&](std::uint64_t limit, bool newest) {
+                                   return IntervalSource(
+                                       *market, inst,
+                                       {from, to, seconds, limit, begin, end, newest});
+                               });
             }
         }
     }
-    // The newest bars of the whole history, as the market's own query gives them.
+    // The newest bars of the whole history: the tail of the market's bars of the last months.
     const Instrument& luma = get("LUMA");
-    const Micros now = At(kFriday, 12, 0);
+    const Micros now = At(2026, 11, 20, 12, 0);
     for (const int seconds : {60, 300}) {
-        IntervalSource source(*market, luma,
-                              {StartOfDay(luma.firstDay), now, seconds, 20'000, -1, -1, false});
-        ExpectSame(Drain<Bar>(source).first, market->lastIntervalBars(luma, seconds, 20'000, now));
+        const auto recent = market->intervalBars(luma, seconds, now - 200 * kMicrosPerDay, now);
+        ASSERT_GT(recent.size(), 20'000u);
+        EXPECT_TRUE(Drain<Bar>(IntervalSource(*market, luma,
+                                              {StartOfDay(luma.firstDay), now, seconds, 20'000, -1,
+                                               -1, false}))
+                        .first == std::vector(recent.end() - 20'000, recent.end()));
     }
 }
 
@@ -171,13 +139,13 @@ TEST_F(AnswerSources, LongAnswersAreMadeInShortSteps) {
     // A month of one-second bars, and the newest ticks of a long filtered history: both sources
     // give way again and again before their first item and between items.
     const Instrument& luma = get("LUMA");
-    const Micros now = At(kFriday, 12, 0);
-    IntervalSource bars(*market, luma, {now - 30 * kMicrosPerDay, now, 1, 200'000, -1, -1, false});
-    const auto [someBars, barPauses] = Drain<Bar>(bars);
+    const Micros now = At(2026, 11, 20, 12, 0);
+    const auto [someBars, barPauses] = Drain<Bar>(
+        IntervalSource(*market, luma, {now - 30 * kMicrosPerDay, now, 1, 200'000, -1, -1, false}));
     EXPECT_EQ(someBars.size(), 200'000u);
     EXPECT_GT(barPauses, 10);
-    TickSource ticks(*market, luma, {StartOfDay(luma.firstDay), now, 1000, 43200, 43201, false});
-    const auto [someTicks, tickPauses] = Drain<Tick>(ticks);
+    const auto [someTicks, tickPauses] = Drain<Tick>(
+        TickSource(*market, luma, {StartOfDay(luma.firstDay), now, 1000, 43200, 43201, false}));
     EXPECT_EQ(someTicks.size(), 1000u);
     EXPECT_GT(tickPauses, 2);
 }

@@ -1,7 +1,10 @@
+// Line formatting: numbers, prices, dates and times, and Level 1 update lines of chosen fields.
+
 #include <gtest/gtest.h>
 
 #include "civil_time.h"
 #include "line_writer.h"
+#include "update_fields.h"
 
 namespace portico {
 namespace {
@@ -16,16 +19,11 @@ TEST(LineWriterTest, PricesKeepTheirDecimalsAndSign) {
         int decimals;
         const char* text;
     } cases[] = {
-        {12345, 2, "123.45"},
-        {5, 2, "0.05"},
-        {-5, 2, "-0.05"},
-        {0, 2, "0.00"},
-        {7, 0, "7"},
-        {-42, 0, "-42"},
-        {1234567, 4, "123.4567"},
-        {15625, 6, "0.015625"},
-        {97500000, 6, "97.500000"},
-        {100, 1, "10.0"},
+        // clang-format off
+        {12345, 2, "123.45"}, {5, 2, "0.05"}, {-5, 2, "-0.05"}, {0, 2, "0.00"}, {7, 0, "7"},
+        {-42, 0, "-42"}, {1234567, 4, "123.4567"}, {15625, 6, "0.015625"},
+        {97500000, 6, "97.500000"}, {100, 1, "10.0"},
+        // clang-format on
     };
     for (const auto& c : cases) {
         LineWriter out;
@@ -34,16 +32,12 @@ TEST(LineWriterTest, PricesKeepTheirDecimalsAndSign) {
     }
 }
 
-TEST(LineWriterTest, IntegersAtTheirLimits) {
+TEST(LineWriterTest, IntegersDatesAndTimes) {
     LineWriter out;
-    out.putUnsigned(0);
-    out.put(',');
-    out.putUnsigned(9);
-    out.put(',');
-    out.putUnsigned(10);
-    out.put(',');
-    out.putUnsigned(18446744073709551615ULL);
-    out.put(',');
+    for (const std::uint64_t n : {0ULL, 9ULL, 10ULL, 18446744073709551615ULL}) {
+        out.putUnsigned(n);
+        out.put(',');
+    }
     out.putSigned(INT64_MIN);
     out.put(',');
     out.putPadded(42, 6);
@@ -51,37 +45,19 @@ TEST(LineWriterTest, IntegersAtTheirLimits) {
     out.putHex2(0x0A);
     out.putHex2(0xFF);
     EXPECT_EQ(out.str(), "0,9,10,18446744073709551615,-9223372036854775808,000042,0AFF");
-}
 
-TEST(LineWriterTest, DatesAndTimes) {
-    LineWriter out;
+    out.clear();
     const Micros t = At(2026, 11, 20, 9, 30, 5, 123);
-    out.putIsoMicroTime(t);
-    out.put('|');
-    out.putIsoDateTime(t);
-    out.put('|');
-    out.putSlashDate(t);
-    out.put('|');
-    out.putCompactDate(t);
-    out.put('|');
+    for (const auto put : {&LineWriter::putIsoMicroTime, &LineWriter::putIsoDateTime,
+                           &LineWriter::putSlashDate, &LineWriter::putCompactDate}) {
+        (out.*put)(t);
+        out.put('|');
+    }
     out.putMicroTime(At(2000, 2, 29, 23, 59, 59, 999999));
     out.put('|');
     out.putIsoMicroTime(-500'000); // half a second before 1970
     EXPECT_EQ(out.str(), "2026-11-20 09:30:05.000123|2026-11-20 09:30:05|11/20/2026|20261120|"
                          "23:59:59.999999|1969-12-31 23:59:59.500000");
-}
-
-TEST(LineWriterTest, GrowsPastItsFirstBufferAndEndsLinesWithCrLf) {
-    LineWriter out;
-    for (int i = 0; i < 10000; ++i) {
-        out.putUnsigned(static_cast<std::uint64_t>(i));
-        out.endLine();
-    }
-    const std::string text = out.str();
-    EXPECT_EQ(text.substr(0, 6), "0\r\n1\r\n");
-    EXPECT_EQ(text.substr(text.size() - 6), "9999\r\n");
-    out.truncate(3);
-    EXPECT_EQ(out.str(), "0\r\n");
 }
 
 TEST(CivilTimeTest, DayNumbersMatchACountedCalendar) {
@@ -97,12 +73,53 @@ TEST(CivilTimeTest, DayNumbersMatchACountedCalendar) {
             for (int day = 1; day <= length; ++day, ++days) {
                 ASSERT_EQ(DaysFromCivil(year, month, day), days) << year << "-" << month;
                 const CivilDate back = CivilFromDays(days);
-                ASSERT_EQ(back.year, year);
-                ASSERT_EQ(back.month, month);
-                ASSERT_EQ(back.day, day);
+                ASSERT_EQ(std::tuple(back.year, back.month, back.day),
+                          std::tuple(year, month, day));
             }
         }
     }
+}
+
+TEST(UpdateFieldsTest, NamesRoundTripWhateverTheirCaseAndSpaces) {
+    for (const UpdateField field : AllUpdateFields()) {
+        EXPECT_EQ(UpdateFieldFromName(UpdateFieldName(field)), field);
+    }
+    EXPECT_EQ(UpdateFieldFromName(" most recent TRADE "), UpdateField::Trade);
+    EXPECT_FALSE(UpdateFieldFromName("Most Recent"));
+}
+
+TEST(UpdateFieldsTest, LinesHoldExactlyTheSelectedFieldsInOrder) {
+    Instrument instrument;
+    instrument.symbol = "LUMA";
+    instrument.decimals = 2;
+    QuoteState state;
+    state.instrument = &instrument;
+    state.hasLast = true;
+    state.last.time = At(2026, 11, 20, 9, 30, 5, 42);
+    state.last.price = 13920;
+    state.last.size = 300;
+    state.last.conditions = 0x3d;
+    state.last.tickId = 77;
+    state.last.dayCode = 20;
+    state.totalVolume = 4'400'300;
+    state.bid = 13919;
+    state.ask = 13921;
+    state.previousClose = 13900;
+
+    using enum UpdateField;
+    LineWriter out;
+    WriteUpdateLine(out, 'Q',
+                    {MessageContents, Trade, Symbol, TradeTime, TradeDate, TotalVolume,
+                     TradeConditions, Bid, Ask, TickId, TradeDayCode, Change, Close},
+                    state, "C");
+    EXPECT_EQ(out.str(), "Q,C,139.20,LUMA,09:30:05.000042,11/20/2026,4400300,3D,139.19,139.21,77,"
+                         "20,0.20,139.00\r\n");
+
+    // Without a trade yet the trade fields stay empty.
+    state.hasLast = false;
+    out.clear();
+    WriteUpdateLine(out, 'Q', {Trade, TradeTime, Bid}, state, "ba");
+    EXPECT_EQ(out.str(), "Q,,,139.19\r\n");
 }
 
 } // namespace

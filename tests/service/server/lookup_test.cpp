@@ -10,67 +10,51 @@ namespace {
 class LookupTest : public PorticoTest {
 protected:
     void SetUp() override { startPortico(); }
-
-    std::vector<std::string> symbols(const std::string& command) {
-        std::vector<std::string> found;
-        for (const auto& row : lookupData(command + ",LSearch\r", "LSearch")) {
-            EXPECT_EQ(row.size(), 6u);
-            EXPECT_EQ(row[1], "LS");
-            found.push_back(row[2]);
-        }
-        return found;
-    }
 };
 
-TEST_F(LookupTest, SearchBySymbolPrefixOrDescriptionIgnoringCase) {
-    EXPECT_EQ(lookup("SBF,s,lum,,,LSearch", "LSearch"),
-              (std::vector<std::string>{"LSearch,LS,LUMA,1,1,Lumarel Photonics Corp,",
-                                        "LSearch,!ENDMSG!,"}));
-    EXPECT_EQ(symbols("SBF,d,GOLD,,"), (std::vector<std::string>{"@BGD#"}));
-    EXPECT_EQ(symbols("SBF,d,mills,,"), (std::vector<std::string>{"IVRY", "TMBR"}));
-    const auto all = symbols("SBF,s,,,");
-    EXPECT_GE(all.size(), 30u);
-}
-
-TEST_F(LookupTest, FiltersByListedMarketAndSecurityType) {
-    // Listed market 5 holds only the tokens; security type 2 only futures.
-    auto tokens = symbols("SBF,s,,e,5");
-    std::sort(tokens.begin(), tokens.end());
-    EXPECT_EQ(tokens, (std::vector<std::string>{"AURX", "QLMB", "SHRD", "VTRC"}));
-    EXPECT_EQ(symbols("SBF,s,@,t,2").size(), 8u);
-    EXPECT_TRUE(symbols("SBF,s,@,t,1 3").empty());
-    EXPECT_EQ(symbols("SBF,d,fund,e,2 4").size(), 2u);
-}
-
-TEST_F(LookupTest, AnEmptyResultIsOnlyTheEndMarker) {
-    EXPECT_EQ(lookup("SBF,s,IBM,,,LSearch", "LSearch"),
-              (std::vector<std::string>{"LSearch,!ENDMSG!,"}));
-    EXPECT_EQ(lookup("SBF,d,zzzz,t,1,LSearch", "LSearch"),
-              (std::vector<std::string>{"LSearch,!ENDMSG!,"}));
-    const auto bad = lookup("SBF,q,IBM,,,LSearch", "LSearch");
-    ASSERT_EQ(bad.size(), 2u);
-    EXPECT_TRUE(bad[0].starts_with("LSearch,E,"));
+TEST_F(LookupTest, SearchBySymbolPrefixOrDescriptionIgnoringCaseAndFiltered) {
+    EXPECT_EQ(lookup("SBF,s,lum,,,S", "S"),
+              (std::vector<std::string>{"S,LS,LUMA,1,1,Lumarel Photonics Corp,", "S,!ENDMSG!,"}));
+    // The symbols found, in any order. Listed market 5 holds only the tokens, security type 2
+    // only futures; an empty result is only the end marker.
+    const std::pair<std::string, std::vector<std::string>> cases[] = {
+        {"SBF,d,BULLION gold,e,1 4  5", {"@BGD#"}},
+        {"SBF,d,mills,,", {"IVRY", "TMBR"}},
+        {"SBF,s,,e,5", {"AURX", "QLMB", "SHRD", "VTRC"}},
+        {"SBF,s,@,t,2", {"@BGD#", "@HGS#", "@LCR#", "@NGI#", "@NGM#", "@RCP#", "@TEN#", "@WWH#"}},
+        {"SBF,d,fund,e,2 4", {"HBGF", "SMCF"}},
+        {"SBF,s,@,t,1 3", {}},
+        {"SBF,s,IBM,,", {}},
+        {"SBF,d,zzzz,t,1", {}},
+    };
+    for (const auto& [command, symbols] : cases) {
+        std::vector<std::string> found;
+        for (const auto& row : lookupData(command + ",S", "S")) {
+            EXPECT_EQ(Pick(row, {1, 6}), (std::vector<std::string>{"LS", "<none>"})) << command;
+            found.push_back(row.at(2));
+        }
+        std::sort(found.begin(), found.end());
+        EXPECT_EQ(found, symbols) << command;
+    }
+    EXPECT_GE(lookupData("SBF,s,,,,S", "S").size(), 30u);
 }
 
 TEST_F(LookupTest, ListedMarketsAndSecurityTypes) {
     LineClient client;
-    ASSERT_TRUE(client.connect(portico().lookupPort()));
-    ASSERT_TRUE(client.send("SLM\r\nSST\r\n"));
-    std::vector<std::string> markets;
-    for (auto line = client.readRawLine(); line && *line != "!ENDMSG!,\r\n";
-         line = client.readRawLine()) {
-        ASSERT_TRUE(line->ends_with(",\r\n"));
-        markets.push_back(line->substr(0, line->size() - 2));
+    ASSERT_TRUE(Open(client, portico().lookupPort(), "SLM\r\nSST\r\n"));
+    std::vector<std::string> tables[2];
+    for (auto& table : tables) {
+        for (auto line = client.readRawLine(); line && *line != "!ENDMSG!,\r\n";
+             line = client.readRawLine()) {
+            ASSERT_TRUE(line->ends_with(",\r\n"));
+            table.push_back(line->substr(0, line->size() - 2));
+        }
     }
-    ASSERT_EQ(markets.size(), 5u);
-    EXPECT_EQ(markets[0], "1,NRTH,Northgate Stock Exchange,1,Northgate Group,");
-    std::vector<std::string> types;
-    for (auto line = client.readLine(); line && *line != "!ENDMSG!,"; line = client.readLine()) {
-        types.push_back(*line);
-    }
-    ASSERT_EQ(types.size(), 4u);
-    EXPECT_EQ(types[1], "2,FUTURE,Future,,");
-    for (const auto& type : types) {
+    ASSERT_EQ(tables[0].size(), 5u);
+    EXPECT_EQ(tables[0][0], "1,NRTH,Northgate Stock Exchange,1,Northgate Group,");
+    ASSERT_EQ(tables[1].size(), 4u);
+    EXPECT_EQ(tables[1][1], "2,FUTURE,Future,,");
+    for (const auto& type : tables[1]) {
         EXPECT_EQ(Fields(type).size(), 4u) << "id, two names and an empty field";
     }
 }

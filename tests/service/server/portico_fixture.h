@@ -1,10 +1,14 @@
 #pragma once
 
-// Shared helpers of the tests that drive a real portico over TCP.
+// Shared helpers of the tests that drive a real portico over TCP (PORTICO_EXECUTABLE names it).
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <ctime>
+#include <initializer_list>
 #include <memory>
+#include <regex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,26 +37,105 @@ inline std::vector<std::string> Fields(std::string_view line) {
     return skychart::test::SplitAtCommas(line);
 }
 
+// Connects `client` to `port` and sends `text`; whether both went well.
+inline bool Open(LineClient& client, int port, std::string_view text = {}) {
+    return client.connect(port) && (text.empty() || client.send(text));
+}
+
+// The fields at `positions` ("<none>" past the end), to compare several at once.
+inline std::vector<std::string> Pick(const std::vector<std::string>& fields,
+                                     std::initializer_list<std::size_t> positions) {
+    std::vector<std::string> picked;
+    for (const std::size_t i : positions) {
+        picked.push_back(i < fields.size() ? fields[i] : "<none>");
+    }
+    return picked;
+}
+
+// Whether all of `text` matches the regular expression `pattern`; says which did not.
+inline ::testing::AssertionResult Matches(const std::string& text, const std::string& pattern) {
+    if (std::regex_match(text, std::regex(pattern))) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << "\"" << text << "\" does not match " << pattern;
+}
+
 // Seconds since 1970 of "YYYY-MM-DD HH:MM:SS" (plus an optional ".ffffff" that is ignored) or
 // of "YYYY-MM-DD"; -1 when malformed.
-long long SecondsOf(std::string_view text);
-// Microseconds since 1970 of "YYYY-MM-DD HH:MM:SS.ffffff"; -1 when malformed.
-long long MicrosOf(std::string_view text);
+inline long long SecondsOf(std::string_view text) {
+    std::tm tm{};
+    const int n = std::sscanf(std::string(text).c_str(), "%4d-%2d-%2d %2d:%2d:%2d", &tm.tm_year,
+                              &tm.tm_mon, &tm.tm_mday, &tm.tm_hour, &tm.tm_min, &tm.tm_sec);
+    if (!(text.size() == 10 && n == 3) && !(text.size() >= 19 && n == 6)) {
+        return -1;
+    }
+    tm.tm_year -= 1900;
+    tm.tm_mon -= 1;
+    return timegm(&tm);
+}
+
+// A bar built from trades one by one, prices kept as printed: what a client makes of ticks or
+// trades to hold portico's bars against.
+struct PrintedBar {
+    std::string open, high, low, close;
+    long long totalVolume = 0; // the day's volume at the last trade
+    long long volume = 0;
+    unsigned trades = 0;
+
+    void add(const std::string& price, long long size, long long dayVolume) {
+        const double value = std::stod(price);
+        high = trades == 0 || value > std::stod(high) ? price : high;
+        low = trades == 0 || value < std::stod(low) ? price : low;
+        open = trades == 0 ? price : open;
+        close = price;
+        totalVolume = dayVolume;
+        volume += size;
+        ++trades;
+    }
+    // The fields of an interval bar line after its time: high, low, open, close, the day's
+    // volume, the bar's volume and its trades. A whole day's bar line holds the first five.
+    std::vector<std::string> intervalFields() const {
+        const auto text = [](long long n) { return std::to_string(n); };
+        return {high, low, open, close, text(totalVolume), text(volume), text(trades)};
+    }
+};
 
 class PorticoTest : public ::testing::Test {
 protected:
-    // Starts portico on free ports with the arguments; fails the test when it does not start.
-    void startPortico(const std::vector<std::string>& arguments = kFrozenNoon);
+    // Starts portico on free ports with the arguments (stopping the one before); fails the test
+    // when it does not start.
+    void startPortico(const std::vector<std::string>& arguments = kFrozenNoon) {
+        TearDown();
+        m_portico = std::make_unique<PorticoProcess>(PORTICO_EXECUTABLE);
+        ASSERT_TRUE(m_portico->start(arguments)) << "first line: " << m_portico->firstLine() << "\n"
+                                                 << m_portico->errorOutput();
+    }
     // Stops portico and checks that it shut down cleanly (no crash, no sanitizer report).
-    void TearDown() override;
+    void TearDown() override {
+        if (m_portico && m_portico->running()) {
+            EXPECT_EQ(m_portico->stop(), 0) << m_portico->errorOutput();
+        }
+    }
     PorticoProcess& portico() { return *m_portico; }
 
     // Sends one command on a fresh lookup connection and returns the answer lines up to and
     // including the end marker of `id`.
-    std::vector<std::string> lookup(const std::string& command, const std::string& id);
+    std::vector<std::string> lookup(const std::string& command, const std::string& id) {
+        auto answer = skychart::test::LookupAnswer(m_portico->lookupPort(), command, id);
+        EXPECT_FALSE(answer.empty()) << "no complete answer to " << command;
+        return answer;
+    }
     // The data lines of an answer (end marker removed), each split into fields.
     std::vector<std::vector<std::string>> lookupData(const std::string& command,
-                                                     const std::string& id);
+                                                     const std::string& id) {
+        std::vector<std::vector<std::string>> rows;
+        for (const std::string& line : lookup(command, id)) {
+            if (line != id + ",!ENDMSG!,") {
+                rows.push_back(Fields(line));
+            }
+        }
+        return rows;
+    }
 
     std::unique_ptr<PorticoProcess> m_portico;
 };

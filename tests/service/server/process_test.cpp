@@ -1,11 +1,12 @@
-// The portico process: command line, ports, a second instance, lingering and signals.
+// The portico process: command line, ports, a second instance, lingering, signals, and the
+// statistics line of its admin port.
 
-#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 #include "portico_fixture.h"
@@ -57,9 +58,8 @@ TEST(PorticoProcessTest, PortsComeFromStartupConfWhichStaysUntouched) {
                              "\nLevel1Port=" + std::to_string(level1) + "\n";
     const std::string path = WriteStartupConf(portico, conf);
     ASSERT_TRUE(portico.start({"--linger", "0"}, false)) << portico.firstLine();
-    EXPECT_EQ(portico.adminPort(), admin);
-    EXPECT_EQ(portico.lookupPort(), lookup);
-    EXPECT_EQ(portico.level1Port(), level1);
+    EXPECT_EQ(std::tuple(portico.adminPort(), portico.lookupPort(), portico.level1Port()),
+              std::tuple(admin, lookup, level1));
     EXPECT_EQ(portico.stop(), 0) << portico.errorOutput();
     EXPECT_EQ(ReadText(path), conf);
 
@@ -70,31 +70,28 @@ TEST(PorticoProcessTest, PortsComeFromStartupConfWhichStaysUntouched) {
         overridden.start({"--admin-port", "0", "--level1-port", std::to_string(level1)}, false))
         << overridden.firstLine();
     EXPECT_NE(overridden.adminPort(), 0);
-    EXPECT_EQ(overridden.lookupPort(), lookup);
-    EXPECT_EQ(overridden.level1Port(), level1);
+    EXPECT_EQ(std::tuple(overridden.lookupPort(), overridden.level1Port()),
+              std::tuple(lookup, level1));
 }
 
-TEST(PorticoProcessTest, StartsAsTheApplicationLaunchesItWithAnUnknownZoneFallingBackToUtc) {
-    PorticoProcess portico(PORTICO_EXECUTABLE);
-    ASSERT_TRUE(portico.start(
-        {"-product", "TRELLIS_PLOTS", "-version", "1.8.0.0", "--timezone", "Nowhere/Atlantis"}))
-        << portico.firstLine();
-    LineClient level1;
-    ASSERT_TRUE(level1.connect(portico.level1Port()));
-    EXPECT_TRUE(level1.readLineStartingWith("T,", 5s));
-    EXPECT_NE(portico.errorOutput().find("using UTC"), std::string::npos);
-    EXPECT_EQ(portico.stop(), 0);
-}
-
-TEST(PorticoProcessTest, ASecondInstanceSeesTheAdminPortTakenAndLeaves) {
+// Started as the application starts it, with a zone it does not know (UTC then), portico
+// serves; a second instance finds the admin port taken and leaves.
+TEST(PorticoProcessTest, StartsAsTheApplicationLaunchesItAndASecondInstanceLeaves) {
     PorticoProcess first(PORTICO_EXECUTABLE);
-    ASSERT_TRUE(first.start({}));
+    ASSERT_TRUE(first.start(
+        {"-product", "TRELLIS_PLOTS", "-version", "1.8.0.0", "--timezone", "Nowhere/Atlantis"}))
+        << first.firstLine();
+    LineClient level1;
+    ASSERT_TRUE(Open(level1, first.level1Port()));
+    EXPECT_TRUE(level1.readLineStartingWith("T,", 5s));
+    EXPECT_NE(first.errorOutput().find("using UTC"), std::string::npos);
     PorticoProcess second(PORTICO_EXECUTABLE);
     EXPECT_FALSE(second.start({"--admin-port", std::to_string(first.adminPort())}));
     EXPECT_EQ(second.firstLine(), "portico: already running (admin port " +
                                       std::to_string(first.adminPort()) + " in use)");
     EXPECT_EQ(second.waitForExit(), 0);
     EXPECT_TRUE(first.running());
+    EXPECT_EQ(first.stop(), 0);
 }
 
 TEST(PorticoProcessTest, LeavesAfterTheLingerTimeWithoutClients) {
@@ -105,8 +102,7 @@ TEST(PorticoProcessTest, LeavesAfterTheLingerTimeWithoutClients) {
     PorticoProcess busy(PORTICO_EXECUTABLE);
     ASSERT_TRUE(busy.start({"--linger", "1"}));
     LineClient client;
-    ASSERT_TRUE(client.connect(busy.lookupPort()));
-    ASSERT_TRUE(client.send("SST\n"));
+    ASSERT_TRUE(Open(client, busy.lookupPort(), "SST\n"));
     ASSERT_TRUE(client.readLineStartingWith("!ENDMSG!,"));
     std::this_thread::sleep_for(2500ms); // longer than the linger time
     EXPECT_TRUE(busy.running()) << "a connected client keeps the service up";
@@ -119,8 +115,7 @@ TEST(PorticoProcessTest, TerminateAndInterruptExitCleanly) {
         PorticoProcess portico(PORTICO_EXECUTABLE);
         ASSERT_TRUE(portico.start({}));
         LineClient client;
-        ASSERT_TRUE(client.connect(portico.level1Port()));
-        ASSERT_TRUE(client.send("wLUMA\n"));
+        ASSERT_TRUE(Open(client, portico.level1Port(), "wLUMA\n"));
         ASSERT_TRUE(client.readLineStartingWith("P,"));
         ::kill(portico.pid(), signal);
         EXPECT_EQ(portico.waitForExit(), 0);
@@ -131,24 +126,43 @@ TEST(PorticoProcessTest, GarbageAndOverlongLinesDoNotHurtTheService) {
     PorticoProcess portico(PORTICO_EXECUTABLE);
     ASSERT_TRUE(portico.start({"--start-time", "2026-11-20 12:00:00"}));
     for (const int port : {portico.adminPort(), portico.lookupPort(), portico.level1Port()}) {
-        LineClient client;
-        ASSERT_TRUE(client.connect(port));
+        // 200,000 bytes without a line end, every seventh one of any value but '\n' and '\r'.
         std::string garbage(200'000, 'A');
         for (std::size_t i = 0; i < garbage.size(); i += 7) {
-            garbage[i] = static_cast<char>(i * 31 % 256);
+            const char c = static_cast<char>(i * 31 % 256);
+            garbage[i] = c == '\n' || c == '\r' ? 'B' : c;
         }
-        garbage.erase(std::remove_if(garbage.begin(), garbage.end(),
-                                     [](char c) { return c == '\n' || c == '\r'; }),
-                      garbage.end());
-        ASSERT_TRUE(client.send(garbage));
-        ASSERT_TRUE(client.send("\n\x01\x02,,,\xff\nS,SET PROTOCOL,X\n"));
+        LineClient client;
+        ASSERT_TRUE(Open(client, port, garbage + "\n\x01\x02,,,\xff\nS,SET PROTOCOL,X\n"));
         EXPECT_TRUE(client.readLineStartingWith("S,CURRENT PROTOCOL,X"));
     }
     LineClient lookup;
-    ASSERT_TRUE(lookup.connect(portico.lookupPort()));
-    ASSERT_TRUE(lookup.send("HTX,LUMA,1,1,Ok\n"));
+    ASSERT_TRUE(Open(lookup, portico.lookupPort(), "HTX,LUMA,1,1,Ok\n"));
     EXPECT_TRUE(lookup.readAnswer("Ok"));
     EXPECT_TRUE(portico.running());
+}
+
+// The admin port's statistics line.
+class AdminTest : public PorticoTest {};
+
+TEST_F(AdminTest, StatsLineHas21FieldsAndSaysNotConnectedDuringTheDelay) {
+    // A delay far longer than any test: the first line is "Not Connected" however slow the
+    // machine. (The other tests, without a delay, see "Connected".)
+    startPortico(FrozenNoonWith({"--connect-delay", "3600000", "--symbol-limit", "321"}));
+    LineClient admin;
+    ASSERT_TRUE(admin.connect(portico().adminPort()));
+    const auto first = admin.readRawLine();
+    ASSERT_TRUE(first);
+    ASSERT_TRUE(first->ends_with("\r\n"));
+    const auto fields = Fields(first->substr(0, first->size() - 2));
+    ASSERT_EQ(fields.size(), 21u) << *first;
+    EXPECT_EQ(
+        Pick(fields, {0, 1, 2, 3, 4, 5, 6, 10, 12, 13}),
+        (std::vector<std::string>{"S", "STATS", "127.0.0.1", std::to_string(portico().level1Port()),
+                                  "321", "0", "1", "Nov 20 12:00PM", "Not Connected", "1.0.0"}));
+    for (int i = 15; i <= 20; ++i) {
+        EXPECT_TRUE(Matches(fields[i], R"(\d+(\.\d+)?)"));
+    }
 }
 
 } // namespace
