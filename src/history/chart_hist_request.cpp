@@ -81,7 +81,6 @@ void CHistoryRequestBase::PushBack(const sTICK& tick) {
 
 // ---- CChartHistRequest ------------------------------------------------------------------------
 
-
 std::int32_t SHistoryParameters::FromText(const std::string& text) {
     return DecimalValue(text);
 }
