@@ -1,10 +1,19 @@
+// From the settings table to the command line of a request: the request lists as loaded and
+// saved, the command of every kind, and the check that names the stored setting which keeps a
+// request from being made. (Its advice texts: the export and frame tests of impossible settings.)
+
 #include "base/error.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "history/history_request.h"
 #include "history/request_settings.h"
+#include "history/request_settings_check.h"
+
+#include "recording_prompt.h"
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 namespace {
 
@@ -26,106 +35,186 @@ SHistoryParameters Abc(std::uint32_t kind) {
     return p;
 }
 
-const std::vector<std::string> kFilterOn = {"true", "true", "false", "false", "false"};
-const std::vector<std::string> kFilterOff = {"false", "false", "false", "false", "false"};
+TEST(HistoryCommand, OnlyFilteredKindsWhoseFlagIsExactlyTrueCarryTheFilterTimes) {
+    using Flags = std::vector<std::string>;
+    const Flags on = {"true", "true"};
+    const struct {
+        std::uint32_t kind;
+        Flags filterOn;
+        const char* command;
+    } cases[] = {
+        {1, on, "HTD,ABC,5,5000000,093000,160000,1,Lookup1\n"},
+        {1, {"true"}, "HTD,ABC,5,5000000,093000,160000,1,Lookup1\n"},
+        {2, on, "HTT,ABC,20200101 093000,20201231 160000,5000000,093000,160000,1,Lookup2\n"},
+        {2, {"false"}, "HTT,ABC,20200101 093000,20201231 160000,5000000,,,1,Lookup2\n"},
+        {4, {"TRUE", "1"}, "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n"},
+        {5, on,
+         "HIT,ABC,300,20200101 093000,20201231 160000,5000000,093000,160000,1,Lookup5,,s,0\n"},
+        // Kinds without a filter part need no list at all.
+        {3, {}, "HIX,ABC,300,10000,1,Lookup3,,s,0\n"},
+        {7, {}, "HDT,ABC,20200101,20201231,,1,Lookup7\n"},
+        {10, on, ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(FormatHistoryCommand(Abc(c.kind), c.filterOn), c.command) << c.kind;
+    }
+    for (const auto& [kind, filterOn] : std::vector<std::pair<std::uint32_t, Flags>>{
+             {4, {"true"}}, {5, {"true"}}, {1, {}}, {2, {}}}) {
+        EXPECT_THROW(FormatHistoryCommand(Abc(kind), filterOn), CInvalidArgException) << kind;
+    }
 
-TEST(HistoryCommand, FilteredKindsCarryTheFilterTimesAndOtherKindsNone) {
-    // Every kind without a filter is the start of a request below (StartRequest).
-    EXPECT_EQ(FormatHistoryCommand(Abc(1), kFilterOn),
-              "HTD,ABC,5,5000000,093000,160000,1,Lookup1\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(2), kFilterOn),
-              "HTT,ABC,20200101 093000,20201231 160000,5000000,093000,160000,1,Lookup2\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(5), kFilterOn),
-              "HIT,ABC,300,20200101 093000,20201231 160000,5000000,093000,160000,1,Lookup5,,s,0\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(2), kFilterOff),
-              "HTT,ABC,20200101 093000,20201231 160000,5000000,,,1,Lookup2\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(7), kFilterOn), "HDT,ABC,20200101,20201231,,1,Lookup7\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(10), kFilterOn), "");
-}
-
-TEST(HistoryCommand, OnlyTheExactTextTrueTurnsTheFilterOn) {
-    EXPECT_EQ(FormatHistoryCommand(Abc(4), {"TRUE", "1"}),
-              "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n");
-}
-
-TEST(HistoryCommand, ZeroDatesAndTimesArePaddedToTheirWidth) {
+    // Zero dates and times keep their width.
     SHistoryParameters p = Abc(2);
-    p.beginDate = 0;
-    p.beginTime = 0;
-    p.endDate = 0;
+    p.beginDate = p.beginTime = p.endDate = p.beginFilterTime = 0;
     p.endTime = 5;
-    p.beginFilterTime = 0;
     p.endFilterTime = 45;
-    EXPECT_EQ(FormatHistoryCommand(p, kFilterOn),
+    EXPECT_EQ(FormatHistoryCommand(p, on),
               "HTT,ABC,00000000 000000,00000000 000005,5000000,000000,000045,1,Lookup2\n");
     p.requestKind = 7;
-    EXPECT_EQ(FormatHistoryCommand(p, kFilterOn), "HDT,ABC,00000000,00000000,,1,Lookup7\n");
-}
+    EXPECT_EQ(FormatHistoryCommand(p, on), "HDT,ABC,00000000,00000000,,1,Lookup7\n");
 
-TEST(HistoryCommand, AFilterListTooShortThrowsOnlyForKindsWithAFilterPart) {
-    const std::vector<std::string> ticksOnly = {"true"};
-    EXPECT_EQ(FormatHistoryCommand(Abc(1), ticksOnly),
-              "HTD,ABC,5,5000000,093000,160000,1,Lookup1\n");
-    EXPECT_THROW(FormatHistoryCommand(Abc(4), ticksOnly), CInvalidArgException);
-    EXPECT_THROW(FormatHistoryCommand(Abc(5), ticksOnly), CInvalidArgException);
-    EXPECT_THROW(FormatHistoryCommand(Abc(1), {}), CInvalidArgException);
-    EXPECT_THROW(FormatHistoryCommand(Abc(2), {}), CInvalidArgException);
-    // Kinds without a filter part need no list at all.
-    EXPECT_EQ(FormatHistoryCommand(Abc(3), {}), "HIX,ABC,300,10000,1,Lookup3,,s,0\n");
-    EXPECT_EQ(FormatHistoryCommand(Abc(7), {}), "HDT,ABC,20200101,20201231,,1,Lookup7\n");
-}
-
-TEST(HistoryCommand, IntervalTableGivesSecondsAndRejectsOtherIndexes) {
     EXPECT_EQ(IntervalSeconds(8), 2700);
     EXPECT_EQ(IntervalSeconds(10), 7200);
     EXPECT_THROW(IntervalSeconds(11), CInvalidArgException);
     EXPECT_THROW(IntervalSeconds(-1), CInvalidArgException);
 }
 
-// The start of a request: settings table and request settings into the history object.
-class StartRequest : public ::testing::Test {
+// A settings table with every key at its default, the request settings loaded from it and the
+// history object a request starts on.
+class Request : public ::testing::Test {
 protected:
-    void SetUp() override {
+    void SetUp() override { Defaults(); }
+    void Defaults() {
+        settings.Reset();
         settings.RegisterAll(AllSettingKeys());
-        settings.SetText("CurrentSymbol", "ABC");
-        settings.SetText("RequestIntervalIndex", "4");
-        settings.SetText("RequestDatapoints", "11,22,33,44,55");
-        settings.SetText("RequestDays", "3,5,0,0,0");
-        settings.SetText("RequestBeginDate", "20200101,20210101,20220101");
-        settings.SetText("RequestEndDate", "20201231,20211231,20221231");
-        settings.SetText("RequestBeginTime", "080000,090000");
-        settings.SetText("RequestEndTime", "170000,180000");
     }
-    std::string Start(const std::string& recentTypes, int dataType) {
-        settings.SetText("RequestRecentType", recentTypes);
-        settings.SetInt("RequestDataType", dataType);
+    void Set(const std::map<std::string, std::string>& values) {
+        for (const auto& [key, value] : values) {
+            EXPECT_TRUE(settings.SetText(key, value)) << key;
+        }
+    }
+    // The command the table makes now; throws where the request stops.
+    std::string Command() {
         request.Load(settings, "20260105");
         PrepareHistoryRequest(history, request, settings);
         return MakeHistoryCommand(history, settings);
     }
+    std::string Start(const std::string& recentTypes, int dataType) {
+        Set({{"RequestRecentType", recentTypes}, {"RequestDataType", std::to_string(dataType)}});
+        return Command();
+    }
+    bool Builds() {
+        try {
+            return !Command().empty();
+        } catch (const CInvalidArgException&) {
+            return false;
+        }
+    }
+    // The setting the check names with `values` stored; "" when there is none.
+    std::string ProblemKey(const std::map<std::string, std::string>& values) {
+        Set(values);
+        problem = FindRequestSettingProblem(settings);
+        return problem ? problem->key : "";
+    }
+    std::string Reason() const { return problem ? problem->reason : ""; }
+    // The lists of the tests that start requests of ABC.
+    void UseAbc() {
+        Set({{"CurrentSymbol", "ABC"},
+             {"RequestIntervalIndex", "4"},
+             {"RequestDatapoints", "11,22,33,44,55"},
+             {"RequestDays", "3,5,0,0,0"},
+             {"RequestBeginDate", "20200101,20210101,20220101"},
+             {"RequestEndDate", "20201231,20211231,20221231"},
+             {"RequestBeginTime", "080000,090000"},
+             {"RequestEndTime", "170000,180000"},
+             {"RequestEnableExtendedTrades", "1,0,0,0,0"}});
+    }
+
     CSettings settings;
     SRequestSettings request;
     CChartHistRequest history;
+    std::optional<SRequestSettingProblem> problem;
 };
 
-TEST_F(StartRequest, EachDataTypeTakesItsOwnElements) {
-    EXPECT_EQ(Start("0,3,6,8,9", 0), "HTX,ABC,11,1,Lookup0\n");
-    EXPECT_EQ(Start("1,3,6,8,9", 0), "HTD,ABC,3,5000000,,,1,Lookup1\n");
-    EXPECT_EQ(Start("2,3,6,8,9", 0),
-              "HTT,ABC,20200101 080000,20201231 170000,5000000,,,1,Lookup2\n");
-    EXPECT_EQ(Start("0,3,6,8,9", 1), "HIX,ABC,300,22,1,Lookup3,,s,0\n");
-    EXPECT_EQ(Start("0,4,6,8,9", 1), "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n");
-    EXPECT_EQ(Start("0,5,6,8,9", 1),
-              "HIT,ABC,300,20210101 090000,20211231 180000,5000000,,,1,Lookup5,,s,0\n");
-    EXPECT_EQ(Start("0,3,6,8,9", 2), "HDX,ABC,33,1,Lookup6\n");
-    // Day ranges carry no times: the history object's times stay 0.
-    EXPECT_EQ(Start("0,3,7,8,9", 2), "HDT,ABC,20220101,20221231,,1,Lookup7\n");
-    EXPECT_EQ(history.GetParameters().beginTime, 0);
-    EXPECT_EQ(Start("0,3,6,8,9", 3), "HWX,ABC,44,1,Lookup8\n");
-    EXPECT_EQ(Start("0,3,6,8,9", 4), "HMX,ABC,55,1,Lookup9\n");
+TEST_F(Request, ListsArePaddedToFiveOrCutAndAnElementNotThereThrows) {
+    Set({{"RequestBeginTime", "100000"},
+         {"RequestEndDate", "20250101,20250202"},
+         {"RequestDatapoints", "500,600,700,800,900,1000,1100"},
+         {"RequestDays", "4,x"},
+         {"RequestFilterOn", "true,TRUE,1"}});
+    request.Load(settings, "20260105");
+    EXPECT_EQ(request.beginDate, (std::vector<std::string>(5, "20260105")));
+    EXPECT_EQ(request.beginTime,
+              (std::vector<std::string>{"100000", "093000", "093000", "093000", "093000"}));
+    EXPECT_EQ(request.endFilterTime, (std::vector<std::string>(5, "160000")));
+    EXPECT_EQ(request.endDate, (std::vector<std::string>{"20250101", "20250202", "20260105",
+                                                         "20260105", "20260105"}));
+    EXPECT_EQ(request.datapoints, (std::vector<int>{500, 600, 700, 800, 900}));
+    EXPECT_EQ(request.Days(0), 4);
+    EXPECT_EQ(request.Days(1), 0);
+    EXPECT_THROW(request.Days(2), CInvalidArgException);
+    EXPECT_EQ(request.filterOn, (std::vector<bool>{true, false, false}));
+    EXPECT_THROW(request.FilterOn(3), CInvalidArgException);
+    EXPECT_THROW(request.RecentType(-1), CInvalidArgException);
+    EXPECT_THROW(request.BeginDate(5), CInvalidArgException);
 }
 
-TEST_F(StartRequest, AStartClearsTheCompleteFlagAndResetsEarlierParameters) {
+TEST_F(Request, SavedSettingsLoadBackAsTheyWere) {
+    request.Load(settings, "20260105");
+    request.recentType = {2, 5, 7, 8, 9};
+    request.datapoints = {1, 2, 3, 4, 5000000};
+    request.days = {7, 6, 5, 4, 3};
+    request.filterOn = {true, false, true, false, true};
+    request.extendedTrades = {true, false, false, false, false};
+    request.beginDate[1] = "20240229";
+    request.endFilterTime[4] = "153000";
+    request.useExchangeFormat = false;
+    skychart::test::RecordingPrompt prompt;
+    ASSERT_TRUE(request.Save(settings, &prompt));
+    EXPECT_TRUE(prompt.boxes.empty());
+    EXPECT_EQ(settings.GetText("RequestFilterOn"), "true,false,true,false,true");
+    EXPECT_EQ(settings.GetText("RequestEnableExtendedTrades"), "1,0,0,0,0");
+    SRequestSettings back;
+    back.Load(settings, "19990101");
+    EXPECT_EQ(back.recentType, request.recentType);
+    EXPECT_EQ(back.datapoints, request.datapoints);
+    EXPECT_EQ(back.days, request.days);
+    EXPECT_EQ(back.filterOn, request.filterOn);
+    EXPECT_EQ(back.extendedTrades, request.extendedTrades);
+    EXPECT_EQ(back.beginDate, request.beginDate);
+    EXPECT_EQ(back.endDate, request.endDate);
+    EXPECT_EQ(back.endFilterTime, request.endFilterTime);
+    EXPECT_FALSE(back.useExchangeFormat);
+}
+
+TEST_F(Request, EachDataTypeTakesItsOwnElements) {
+    UseAbc();
+    const struct {
+        const char* kinds;
+        int dataType;
+        const char* command;
+    } cases[] = {
+        {"0,3,6,8,9", 0, "HTX,ABC,11,1,Lookup0\n"},
+        {"1,3,6,8,9", 0, "HTD,ABC,3,5000000,,,1,Lookup1\n"},
+        {"2,3,6,8,9", 0, "HTT,ABC,20200101 080000,20201231 170000,5000000,,,1,Lookup2\n"},
+        {"0,3,6,8,9", 1, "HIX,ABC,300,22,1,Lookup3,,s,0\n"},
+        {"0,4,6,8,9", 1, "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n"},
+        {"0,5,6,8,9", 1, "HIT,ABC,300,20210101 090000,20211231 180000,5000000,,,1,Lookup5,,s,0\n"},
+        {"0,3,6,8,9", 2, "HDX,ABC,33,1,Lookup6\n"},
+        {"0,3,7,8,9", 2, "HDT,ABC,20220101,20221231,,1,Lookup7\n"},
+        {"0,3,6,8,9", 3, "HWX,ABC,44,1,Lookup8\n"},
+        {"0,3,6,8,9", 4, "HMX,ABC,55,1,Lookup9\n"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Start(c.kinds, c.dataType), c.command);
+        EXPECT_EQ(history.AreExtendedTradesAccepted(), c.dataType == 0) << c.command;
+    }
+    // Day ranges carry no times: the history object's times stay 0.
+    EXPECT_EQ(history.GetParameters().beginTime, 0);
+}
+
+TEST_F(Request, AStartClearsTheCompleteFlagAndEarlierParametersAndSetsItsFilterTimes) {
+    UseAbc();
     history.SetHistoryComplete(true);
     Start("2,3,6,8,9", 0);
     EXPECT_FALSE(history.IsHistoryComplete());
@@ -137,38 +226,68 @@ TEST_F(StartRequest, AStartClearsTheCompleteFlagAndResetsEarlierParameters) {
     EXPECT_EQ(history.GetParameters().dataDirection, "1");
     EXPECT_EQ(history.GetParameters().symbol, "ABC");
     EXPECT_EQ(history.GetParameters().requestKind, 0U);
-}
 
-TEST_F(StartRequest, FilterOnSetsTheFilterTimesOfTheDataType) {
-    settings.SetText("RequestFilterOn", "false,true,false,false,false");
-    settings.SetText("RequestBeginFilterTime", "093000,100000");
-    settings.SetText("RequestEndFilterTime", "160000,153000");
+    Set({{"RequestFilterOn", "false,true,false,false,false"},
+         {"RequestBeginFilterTime", "093000,100000"},
+         {"RequestEndFilterTime", "160000,153000"}});
     EXPECT_EQ(Start("0,4,6,8,9", 1), "HID,ABC,300,5,5000000,100000,153000,1,Lookup4,,s,0\n");
     EXPECT_EQ(history.GetParameters().beginFilterTime, 100000);
     EXPECT_EQ(Start("0,4,6,8,9", 0), "HTX,ABC,11,1,Lookup0\n");
     EXPECT_EQ(history.GetParameters().beginFilterTime, -1);
 }
 
-TEST_F(StartRequest, ExtendedTradesFollowTheDataTypesFlag) {
-    settings.SetText("RequestEnableExtendedTrades", "1,0,0,0,0");
-    Start("0,3,6,8,9", 0);
-    EXPECT_TRUE(history.AreExtendedTradesAccepted());
-    Start("0,3,6,8,9", 1);
-    EXPECT_FALSE(history.AreExtendedTradesAccepted());
-}
+TEST_F(Request, TheCheckNamesEverySettingTheRequestWouldStopAtAndNoOther) {
+    // The defaults make a request for every data type, and every kind of each.
+    for (const char* kinds : {"0,3,6,8,9", "1,4,7,8,9", "2,5,6,8,9"}) {
+        for (int type = 0; type < 5; ++type) {
+            EXPECT_EQ(ProblemKey({{"RequestDataType", std::to_string(type)},
+                                  {"RequestRecentType", kinds},
+                                  {"RequestFilterOn", "true,true,true,true,true"}}),
+                      "")
+                << Reason();
+            EXPECT_TRUE(Builds()) << kinds << " type " << type;
+        }
+    }
 
-TEST_F(StartRequest, MissingListElementsAndBadIndexesThrow) {
-    settings.SetText("RequestDatapoints", "11,22");
-    EXPECT_THROW(Start("0,3,6,8,9", 2), CInvalidArgException);
-    EXPECT_THROW(Start("0,3", 2), CInvalidArgException);
-    EXPECT_THROW(Start("0,3,6,8,9", 5), CInvalidArgException);
-    settings.SetText("RequestIntervalIndex", "11");
-    EXPECT_THROW(Start("0,3,6,8,9", 1), CInvalidArgException);
-    // The filter list is read when the command is made.
-    settings.SetText("RequestIntervalIndex", "0");
-    settings.SetText("RequestFilterOn", "true");
-    EXPECT_EQ(Start("1,3,6,8,9", 0), "HTD,ABC,3,5000000,093000,160000,1,Lookup1\n");
-    EXPECT_THROW(Start("1,4,6,8,9", 1), CInvalidArgException);
+    // Each value stored over the defaults, with the data type and kinds given: whether the
+    // request stops at it and whether the check names it. The request reads a word as 0 and goes
+    // on; the check names it all the same.
+    const char* all = "0,3,6,8,9";
+    const char* dayRange = "0,3,7,8,9";
+    const struct {
+        bool stops, named;
+        int type;
+        const char* kinds;
+        const char* key;
+        const char* value;
+    } cases[] = {
+        // What a value cut short inside its quotes reads as.
+        {true, true, 2, all, "RequestDatapoints", "500\n"},
+        {true, true, 4, all, "RequestRecentType", "0,3,6,8"},
+        {true, true, 0, "1", "RequestDays", ""},
+        // Filtered tick and interval requests carry the flag of their data type.
+        {true, true, 1, "0,4", "RequestFilterOn", "false"},
+        {true, true, 3, all, "RequestEnableExtendedTrades", "1,0,0"},
+        {true, true, 2, all, "RequestRecentType", "0,3,12,8,9"},
+        {true, true, 1, all, "RequestIntervalIndex", "11"},
+        {true, true, 0, all, "RequestDataType", "5"},
+        {false, true, 2, all, "RequestDatapoints", "1,2,250x,4,5"},
+        {false, true, 2, all, "RequestDatapoints", "1,2,-5,4,5"},
+        // Blanks around a number and a plus sign read as the number; 0 asks for everything.
+        {false, false, 2, all, "RequestDatapoints", "1,2, +0 ,4,5"},
+        // A day range reads its dates, not its datapoints; a list shorter than five is padded.
+        {false, true, 2, dayRange, "RequestBeginDate", "1,2,2020-01-01"},
+        {false, false, 2, dayRange, "RequestDatapoints", "1"},
+    };
+    for (const auto& c : cases) {
+        Defaults();
+        Set({{"RequestDataType", std::to_string(c.type)}, {"RequestRecentType", c.kinds}});
+        EXPECT_EQ(ProblemKey({{c.key, c.value}}), c.named ? c.key : "") << c.value << Reason();
+        EXPECT_EQ(Builds(), !c.stops) << c.key << " " << c.value;
+    }
+    Defaults();
+    ProblemKey({{"RequestDataType", "2"}, {"RequestDatapoints", "10000,10000,abc,10000,10000"}});
+    EXPECT_EQ(Reason(), "the Days value of RequestDatapoints, \"abc\", is not a number");
 }
 
 } // namespace
