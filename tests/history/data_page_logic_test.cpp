@@ -110,10 +110,12 @@ TEST_F(DataPageLogicTest, StoredKindSelectsItsChoiceAndAForeignKindFallsBackToDa
     EXPECT_EQ(Saved("RequestRecentType"), "0,3,6,8,9");
 }
 
-TEST_F(DataPageLogicTest, ShowFillsTheFieldsOfOneDataType) {
-    auto& page = Open({{"RequestDatapoints", "100,200,300,400,500"},
-                       {"RequestDays", "5,6,7,8,9"},
-                       {"RequestFilterOn", "false,true,false,false,false"},
+TEST_F(DataPageLogicTest, ShowFillsTheFieldsOfOneDataTypeAndShortListsGetTheirDefaults) {
+    // Hand-edited lists shorter than five must not make the page throw.
+    auto& page = Open({{"RequestRecentType", "1,4"},
+                       {"RequestDatapoints", "100,200"},
+                       {"RequestDays", "5,6"},
+                       {"RequestFilterOn", "false,true"},
                        {"RequestEnableExtendedTrades", "1,1,1,1,1"},
                        {"RequestBeginDate", "20240102,20240131"},
                        {"RequestEndDate", "20240229,20230229"},
@@ -121,6 +123,7 @@ TEST_F(DataPageLogicTest, ShowFillsTheFieldsOfOneDataType) {
                        {"RequestEndFilterTime", "153000,240000"}});
     const auto ticks = page.Show(0);
     ASSERT_TRUE(ticks);
+    EXPECT_EQ(ticks->choice, ERequestChoice::Days);
     EXPECT_EQ(ticks->datapoints, "100");
     EXPECT_TRUE(ticks->extendedTrades);
     EXPECT_EQ(ticks->endDate, (SPageDate{2024, 2, 29}));
@@ -136,9 +139,16 @@ TEST_F(DataPageLogicTest, ShowFillsTheFieldsOfOneDataType) {
     // 29 February 2023 and 24:00:00 cannot be shown: today and the close stand in.
     EXPECT_EQ(intervals->endDate, kToday);
     EXPECT_EQ(intervals->endFilterTime, (SPageTime{16, 0, 0}));
-    // Padded elements: today's date and the session times.
-    EXPECT_EQ(page.Show(2)->beginTime, (SPageTime{9, 30, 0}));
+    // Padded elements: the default datapoints and days, today's date and the session times.
+    const auto days = page.Show(2);
+    ASSERT_TRUE(days);
+    EXPECT_EQ(days->datapoints, "10000");
+    EXPECT_EQ(days->days, 1);
+    EXPECT_FALSE(days->filterOn);
+    EXPECT_EQ(days->beginTime, (SPageTime{9, 30, 0}));
     EXPECT_TRUE(prompt.boxes.empty());
+    EXPECT_EQ(Saved("RequestRecentType"), "1,4,6,8,9");
+    EXPECT_EQ(Saved("RequestDays"), "5,6,1,0,0");
 }
 
 TEST_F(DataPageLogicTest, DatapointsOutsideTheRangeBecome10000AndTheRestIsStoredAsUsual) {
@@ -210,23 +220,6 @@ TEST_F(DataPageLogicTest, StoreWritesOnlyTheShownDataTypesElements) {
     EXPECT_EQ(again->choice, ERequestChoice::DateRange);
     EXPECT_EQ(again->beginTime, (SPageTime{0, 0, 5}));
     EXPECT_EQ(again->endDate, (SPageDate{2025, 12, 31}));
-}
-
-TEST_F(DataPageLogicTest, ShortListsGetTheirDefaultElements) {
-    // A hand-edited file with one datapoints value and two kinds must not make the page throw.
-    auto& page = Open({{"RequestRecentType", "1,4"},
-                       {"RequestDatapoints", "5000"},
-                       {"RequestDays", ""},
-                       {"RequestFilterOn", "true"}});
-    EXPECT_TRUE(page.Show(0)->filterOn);
-    const auto days = page.Show(2);
-    ASSERT_TRUE(days);
-    EXPECT_EQ(days->datapoints, "10000");
-    EXPECT_EQ(days->days, 1);
-    EXPECT_FALSE(days->filterOn);
-    EXPECT_TRUE(prompt.boxes.empty());
-    EXPECT_EQ(Saved("RequestRecentType"), "1,4,6,8,9");
-    EXPECT_EQ(Saved("RequestDays"), "1,0,1,0,0");
 }
 
 TEST(DataPageText, DatesAndTimesAreReadOnlyWhenTheyAreReal) {
