@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
 #include <climits>
 #include <string>
 #include <vector>
@@ -24,61 +26,42 @@ protected:
         EXPECT_TRUE(history.GetTick(history.GetLastIndex(), tick));
         return tick;
     }
+    // Every field of the newest record.
+    std::string LastText() const {
+        const sTICK t = Last();
+        SDateTimeFields f;
+        t.time.GetFields(f);
+        return fmt::format("{}-{}-{} {}:{}:{}.{} o{} h{} l{} c{} size{} vol{} bid{} ask{} id{} "
+                           "aggressor{} day{} oi{}",
+                           f.year, f.month, f.day, f.hour, f.minute, f.second, t.microseconds,
+                           t.open, t.high, t.low, t.close, t.size, t.volume, t.bid, t.ask, t.tickId,
+                           t.aggressor, t.dayCode, t.openInterest);
+    }
     CChartHistRequest history;
     CHistoryResponseParser parser{history};
 };
 
-TEST_F(Parser, TickLineFillsEveryFieldItCarries) {
+TEST_F(Parser, TicksAndBarsEachFillTheFieldsOfTheirLayout) {
     parser.OnHistoryLine(TickLine("2026-01-05 09:30:01.123456", "101.25"));
-    ASSERT_EQ(history.GetCount(), 1);
-    const sTICK tick = Last();
-    SDateTimeFields fields;
-    ASSERT_TRUE(tick.time.GetFields(fields));
-    EXPECT_EQ(fields, (SDateTimeFields{2026, 1, 5, 9, 30, 1}));
-    EXPECT_EQ(tick.microseconds, 123456);
-    EXPECT_EQ(tick.high, 101.25);
-    EXPECT_EQ(tick.low, 101.25);
-    EXPECT_EQ(tick.close, 101.25);
-    EXPECT_EQ(tick.open, 0.0);
-    EXPECT_EQ(tick.size, 200U);
-    EXPECT_EQ(tick.volume, 150000);
-    EXPECT_EQ(tick.bid, 101.24);
-    EXPECT_EQ(tick.ask, 101.26);
-    EXPECT_EQ(tick.tickId, 4455U);
-    EXPECT_EQ(tick.aggressor, 1);
-    EXPECT_EQ(tick.dayCode, 22);
-    EXPECT_EQ(tick.openInterest, 0U);
-}
-
-TEST_F(Parser, IntervalAndPeriodBarsUseTheirOwnLayouts) {
+    EXPECT_EQ(LastText(), "2026-1-5 9:30:1.123456 o0 h101.25 l101.25 c101.25 size200 vol150000 "
+                          "bid101.24 ask101.26 id4455 aggressor1 day22 oi0");
     parser.OnHistoryLine("Lookup4,LH,2026-01-05 09:35:00,10.5,9.5,10.0,10.25,123456,789,42,");
-    sTICK bar = Last();
-    SDateTimeFields fields;
-    ASSERT_TRUE(bar.time.GetFields(fields));
-    EXPECT_EQ(fields, (SDateTimeFields{2026, 1, 5, 9, 35, 0}));
-    EXPECT_EQ(bar.high, 10.5);
-    EXPECT_EQ(bar.low, 9.5);
-    EXPECT_EQ(bar.open, 10.0);
-    EXPECT_EQ(bar.close, 10.25);
-    EXPECT_EQ(bar.volume, 123456);
-    EXPECT_EQ(bar.size, 789U);
-    EXPECT_EQ(bar.dayCode, 0);
-
+    EXPECT_EQ(LastText(), "2026-1-5 9:35:0.0 o10 h10.5 l9.5 c10.25 size789 vol123456 bid0 ask0 "
+                          "id0 aggressor0 day0 oi0");
     parser.OnHistoryLine("Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,");
-    bar = Last();
-    ASSERT_TRUE(bar.time.GetFields(fields));
-    EXPECT_EQ(fields, (SDateTimeFields{2026, 1, 7, 0, 0, 0}));
-    EXPECT_EQ(bar.volume, 5000000);
-    EXPECT_EQ(bar.openInterest, 321U);
-    EXPECT_EQ(bar.size, 0U);
-    EXPECT_EQ(bar.dayCode, 7);
-
+    EXPECT_EQ(LastText(), "2026-1-7 0:0:0.0 o10 h11 l9 c10.5 size0 vol5000000 bid0 ask0 id0 "
+                          "aggressor0 day7 oi321");
     // Weeks and months leave the day code 0; text after the date is ignored.
     parser.OnHistoryLine("Lookup8,LH,2026-01-09 xx,11,9,10,10.5,7000000,0,");
-    EXPECT_EQ(Last().dayCode, 0);
-    ASSERT_TRUE(Last().time.GetFields(fields));
-    EXPECT_EQ(fields, (SDateTimeFields{2026, 1, 9, 0, 0, 0}));
-    EXPECT_EQ(history.GetCount(), 3);
+    EXPECT_EQ(LastText(), "2026-1-9 0:0:0.0 o10 h11 l9 c10.5 size0 vol7000000 bid0 ask0 id0 "
+                          "aggressor0 day0 oi0");
+    // The kind comes from the request id's last digit: a tick stamp under a bar kind is read
+    // with the bar layout, and a non-digit stores nothing.
+    parser.OnHistoryLine("LookupX,LH,2026-03-01,5,4,4.5,4.75,1000,0,");
+    parser.OnHistoryLine("Lookup13,LH,2026-03-01 10:00:00,5,4,4.5,4.75,1000,9,");
+    EXPECT_EQ(LastText(), "2026-3-1 10:0:0.0 o4.5 h5 l4 c4.75 size9 vol1000 bid0 ask0 id0 "
+                          "aggressor0 day0 oi0");
+    EXPECT_EQ(history.GetCount(), 5);
 }
 
 TEST_F(Parser, ImpossibleDatesAreDropped) {
@@ -90,25 +73,20 @@ TEST_F(Parser, ImpossibleDatesAreDropped) {
     EXPECT_EQ(history.GetCount(), 0);
 }
 
-TEST_F(Parser, ShortTickLinesAreIgnoredOrThrowByTheirFieldCount) {
-    // Fewer than 9 fields: ignored.
+TEST_F(Parser, ShortLinesAreIgnoredOrThrowByTheirFieldCountAndKeepEarlierRecords) {
+    parser.OnHistoryLine("Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,");
+    // A tick line of fewer than 9 fields: ignored; exactly 9 (no basis letter): an error.
     parser.OnHistoryLine("Lookup0,LH,2026-01-05 09:30:00.000000,1.5,100,");
-    // Exactly 9: no basis letter, an error.
     EXPECT_THROW(parser.OnHistoryLine("Lookup0,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,"),
                  CInvalidArgException);
-    // 10 to 13 fields with a kept basis: an error, nothing stored.
+    // 10 to 13 fields with a kept basis: an error; with a dropped one, silently dropped.
     EXPECT_THROW(parser.OnHistoryLine("Lookup1,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,"),
                  CInvalidArgException);
     EXPECT_THROW(
         parser.OnHistoryLine("Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,11,3D,1,"),
         CInvalidArgException);
-    // The same length with a dropped basis letter is silently dropped instead.
     parser.OnHistoryLine("Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,O,11,3D,1,");
-    EXPECT_EQ(history.GetCount(), 0);
-}
-
-TEST_F(Parser, ShortBarLinesThrowAndKeepEarlierRecords) {
-    parser.OnHistoryLine("Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,");
+    // Short bar lines are errors.
     EXPECT_THROW(parser.OnHistoryLine("Lookup6,LH,2026-01-08,11,9,10,10.5,5000000,"),
                  CInvalidArgException);
     EXPECT_THROW(parser.OnHistoryLine("Lookup3,LH,2026-01-08 09:30:00,11,"), CInvalidArgException);
@@ -129,16 +107,6 @@ TEST_F(Parser, BasisLettersFollowTheExtendedTradesFlag) {
         EXPECT_EQ(history.GetClose(0), 1.0);
         EXPECT_EQ(history.GetClose(history.GetLastIndex()), extended ? 3.0 : 1.0);
     }
-}
-
-TEST_F(Parser, TheKindComesFromTheRequestIdsLastDigit) {
-    // A tick line under a bar kind is read with the bar layout, and a non-digit stores nothing.
-    parser.OnHistoryLine("Lookup9,LH,2026-03-01,5,4,4.5,4.75,1000,0,");
-    parser.OnHistoryLine("LookupX,LH,2026-03-01,5,4,4.5,4.75,1000,0,");
-    parser.OnHistoryLine("Lookup13,LH,2026-03-01 10:00:00,5,4,4.5,4.75,1000,9,");
-    ASSERT_EQ(history.GetCount(), 2);
-    EXPECT_EQ(Last().size, 9U);
-    EXPECT_EQ(Last().openInterest, 0U);
 }
 
 TEST_F(Parser, ErrorRepliesAndMarkersAreToldApartAndOnlyTheEndMarkerCompletes) {
@@ -228,26 +196,26 @@ TEST_F(Parser, UnsignedFieldsReadAsStrtoulWithoutOverflow) {
     EXPECT_EQ(history.GetCount(), 2);
 }
 
-TEST_F(Parser, HeldLevel1LinesReplayOnlyWhenNewerThanTheLastRecord) {
+TEST_F(Parser, HeldLevel1LinesReplayOnlyWhenNewerThanTheLastRecordAndAShortOneStopsTheReplay) {
     std::vector<std::string> replayed;
     parser.SetLiveTradeHandler([&](const std::string& line) { replayed.push_back(line); });
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "1.0")); // volume 150000
-    ASSERT_TRUE(parser.HoldLevel1LineWhileLoading("Q,ABC,149999,"));
-    ASSERT_TRUE(parser.HoldLevel1LineWhileLoading("Q,ABC,150000,"));
-    ASSERT_TRUE(parser.HoldLevel1LineWhileLoading("Q,ABC,150001,"));
-    ASSERT_TRUE(parser.HoldLevel1LineWhileLoading("P,ABC,900000,"));
+    for (const char* line : {"Q,ABC,149999,", "Q,ABC,150000,", "Q,ABC,150001,", "P,ABC,900000,"}) {
+        ASSERT_TRUE(parser.HoldLevel1LineWhileLoading(line));
+    }
     parser.OnHistoryLine("Lookup0,!ENDMSG!,");
     EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,150001,", "P,ABC,900000,"}));
     EXPECT_TRUE(parser.HeldLevel1Lines().empty());
     // Once complete nothing more is held.
     EXPECT_FALSE(parser.HoldLevel1LineWhileLoading("Q,ABC,150002,"));
-}
 
-TEST_F(Parser, AShortHeldLineStopsTheReplay) {
-    std::vector<std::string> replayed;
-    parser.SetLiveTradeHandler([&](const std::string& line) { replayed.push_back(line); });
+    // An empty series compares against volume 0; a line too short to compare throws and the
+    // lines after it wait for the end of the answer.
+    replayed.clear();
+    history.Clear();
+    history.SetHistoryComplete(false);
+    parser.StartAnswer();
     parser.HeldLevel1Lines() = {"Q,ABC,5,", "Q,ABC", "Q,ABC,6,"};
-    // An empty series compares against volume 0.
     EXPECT_THROW(parser.OnHistoryLine("Lookup3,!ENDMSG!,"), CInvalidArgException);
     EXPECT_TRUE(history.IsHistoryComplete());
     EXPECT_TRUE(parser.AnswerEnded());
@@ -257,20 +225,23 @@ TEST_F(Parser, AShortHeldLineStopsTheReplay) {
     EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,5,", "Q,ABC,6,"}));
 }
 
+// Both ends of the range are kept, to the second; a time of day outside it only counts at its
+// ends.
 TEST_F(Parser, DateRangeOfTheRequestFiltersParsedTicks) {
     SHistoryParameters range;
     range.beginDate = 20260105;
     range.beginTime = 100000;
-    range.endDate = 20260105;
-    range.endTime = 100001;
+    range.endDate = 20260107;
+    range.endTime = 160000;
     history.SetParameters(range);
     parser.OnHistoryLine(TickLine("2026-01-05 09:59:59.999999", "1.0"));
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "2.0"));
-    parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.999999", "3.0"));
-    parser.OnHistoryLine(TickLine("2026-01-05 10:00:02.000000", "4.0"));
-    ASSERT_EQ(history.GetCount(), 2);
+    parser.OnHistoryLine(TickLine("2026-01-06 03:00:00.000000", "3.0"));
+    parser.OnHistoryLine(TickLine("2026-01-07 16:00:00.999999", "4.0"));
+    parser.OnHistoryLine(TickLine("2026-01-07 16:00:01.000000", "5.0"));
+    ASSERT_EQ(history.GetCount(), 3);
     EXPECT_EQ(history.GetClose(0), 2.0);
-    EXPECT_EQ(history.GetClose(1), 3.0);
+    EXPECT_EQ(history.GetClose(2), 4.0);
 }
 
 } // namespace
