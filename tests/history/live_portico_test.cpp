@@ -19,6 +19,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace skychart::test {
@@ -109,24 +110,26 @@ class LiveChart {
 public:
     explicit LiveChart(const SCase& c) : portico(PORTICO_EXECUTABLE), loader(history, settings) {
         EXPECT_TRUE(portico.start({"--start-time", c.start, "--clock-rate", c.rate}));
+        id = "Lookup" + std::to_string(c.kind);
         settings.RegisterAll(AllSettingKeys());
-        settings.SetText(keys::kCurrentSymbol, c.symbol);
-        settings.SetInt(keys::kRequestDataType, c.dataType);
-        settings.SetInt(keys::kRequestIntervalIndex, c.kind == 5 ? 4 : 0);
         std::vector<std::string> kinds = {"0", "3", "6", "8", "9"};
         kinds[static_cast<std::size_t>(c.dataType)] = std::to_string(c.kind);
-        settings.SetText(keys::kRequestRecentType, JoinFields(kinds));
-        settings.SetText(keys::kRequestDatapoints, "5000,500,20,20,20");
-        settings.SetText(keys::kRequestDays, "1,1,1,1,1");
-        settings.SetText(keys::kRequestFilterOn, "false,false,false,false,false");
-        settings.SetText(keys::kRequestEnableExtendedTrades, "false,false,false,false,false");
-        const std::string day = std::string(c.start).substr(0, 4) +
-                                std::string(c.start).substr(5, 2) +
-                                std::string(c.start).substr(8, 2);
-        settings.SetText(keys::kRequestBeginDate, JoinFields({day, day, day, day, day}));
-        settings.SetText(keys::kRequestEndDate, JoinFields({day, day, day, day, day}));
-        settings.SetText(keys::kRequestBeginTime, "000000,000000,000000,000000,000000");
-        settings.SetText(keys::kRequestEndTime, "235959,235959,235959,235959,235959");
+        // Kind 5 reads the intervals' elements of the date lists: the whole day of the start.
+        const std::string day =
+            std::string(c.start, 4) + std::string(c.start + 5, 2) + std::string(c.start + 8, 2);
+        const std::map<std::string, std::string> values = {
+            {keys::kCurrentSymbol, c.symbol},
+            {keys::kRequestDataType, std::to_string(c.dataType)},
+            {keys::kRequestIntervalIndex, c.kind == 5 ? "4" : "0"},
+            {keys::kRequestRecentType, JoinFields(kinds)},
+            {keys::kRequestDatapoints, "5000,500,20,20,20"},
+            {keys::kRequestBeginDate, day + "," + day},
+            {keys::kRequestEndDate, day + "," + day},
+            {keys::kRequestBeginTime, "000000,000000"},
+            {keys::kRequestEndTime, "235959,235959"}};
+        for (const auto& [key, value] : values) {
+            EXPECT_TRUE(settings.SetText(key, value)) << key;
+        }
         feed = std::make_unique<LiveFeed>(portico.lookupPort(), portico.level1Port());
         loader.SetFeed(feed.get());
         loader.LoadSettings();
@@ -136,42 +139,37 @@ public:
         loaded = history.GetCount();
     }
 
-    // A fresh answer to `command`, parsed as answer lines of `kind`.
-    std::vector<sTICK> Fresh(const std::string& command, const std::string& id) {
+    // A fresh answer to `command` (of the chart's kind), parsed.
+    std::vector<sTICK> Fresh(const std::string& command) {
         CChartHistRequest fresh;
         CHistoryResponseParser parser(fresh);
         for (const std::string& line : LookupAnswer(portico.lookupPort(), command, id)) {
             parser.OnHistoryLine(line);
         }
-        std::vector<sTICK> out(static_cast<std::size_t>(fresh.GetCount()));
-        for (int i = 0; i < fresh.GetCount(); ++i) {
-            fresh.GetTick(i, out[static_cast<std::size_t>(i)]);
+        return Points(fresh);
+    }
+    static std::vector<sTICK> Points(const CChartHistRequest& series) {
+        std::vector<sTICK> out(static_cast<std::size_t>(series.GetCount()));
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            series.GetTick(static_cast<int>(i), out[i]);
         }
         return out;
     }
-    std::vector<sTICK> Series() const {
-        std::vector<sTICK> out(static_cast<std::size_t>(history.GetCount()));
-        for (int i = 0; i < history.GetCount(); ++i) {
-            history.GetTick(i, out[static_cast<std::size_t>(i)]);
-        }
-        return out;
-    }
+    std::vector<sTICK> Series() const { return Points(history); }
 
     PorticoProcess portico;
     CSettings settings;
     CChartHistRequest history;
     CChartLoader loader;
     std::unique_ptr<LiveFeed> feed;
+    std::string id;
     int loaded = 0;
 };
 
-void ExpectSameBar(const sTICK& live, const sTICK& fresh, const std::string& what) {
-    EXPECT_EQ(live.open, fresh.open) << what;
-    EXPECT_EQ(live.high, fresh.high) << what;
-    EXPECT_EQ(live.low, fresh.low) << what;
-    EXPECT_EQ(live.close, fresh.close) << what;
-    EXPECT_EQ(live.volume, fresh.volume) << what;
-    EXPECT_EQ(live.size, fresh.size) << what;
+// What a record holds, for comparing a live one with a fresh one.
+auto Fields(const sTICK& t) {
+    return std::tuple(t.time.Days(), t.microseconds, t.open, t.high, t.low, t.close, t.volume,
+                      t.size, t.bid, t.ask, t.openInterest);
 }
 
 std::string TimeText(const sTICK& point) {
@@ -188,7 +186,7 @@ TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeats) {
     ASSERT_GT(static_cast<int>(series.size()), chart.loaded);
 
     std::map<std::uint32_t, sTICK> fresh;
-    for (const sTICK& tick : chart.Fresh("HTX,AURX,5000,1,Lookup0", "Lookup0")) {
+    for (const sTICK& tick : chart.Fresh("HTX,AURX,5000,1,Lookup0")) {
         fresh[tick.tickId] = tick;
     }
     std::set<std::uint32_t> ids;
@@ -198,14 +196,7 @@ TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeats) {
         if (found == fresh.end()) {
             continue; // older than the fresh answer reaches
         }
-        const std::string what = "tick " + std::to_string(tick.tickId);
-        EXPECT_EQ(tick.time, found->second.time) << what;
-        EXPECT_EQ(tick.microseconds, found->second.microseconds) << what;
-        EXPECT_EQ(tick.close, found->second.close) << what;
-        EXPECT_EQ(tick.size, found->second.size) << what;
-        EXPECT_EQ(tick.volume, found->second.volume) << what;
-        EXPECT_EQ(tick.bid, found->second.bid) << what;
-        EXPECT_EQ(tick.ask, found->second.ask) << what;
+        EXPECT_EQ(Fields(tick), Fields(found->second)) << "tick " << tick.tickId;
     }
     // No gap: every tick the feed had up to the newest one followed is in the series.
     const std::uint32_t newest = series.back().tickId;
@@ -215,40 +206,36 @@ TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeats) {
     }
 }
 
-TEST(LiveFromPortico, OneMinuteBarsBuiltLiveEqualAFreshHistory) {
-    // A token trades every minute of the day; the clock runs a minute a second.
-    LiveChart chart({"AURX", "2024-03-05 12:00:00", "60", 1, 3});
-    chart.feed->Follow(chart.loader, [&] { return chart.history.GetCount() >= chart.loaded + 4; });
-    const std::vector<sTICK> series = chart.Series();
-    std::map<double, sTICK> fresh;
-    for (const sTICK& bar : chart.Fresh("HIX,AURX,60,500,1,Lookup3,,s,0", "Lookup3")) {
-        fresh[bar.time.Days()] = bar;
-    }
-    int compared = 0;
-    // Every completed bar from the one that was newest when the history came.
-    for (std::size_t i = static_cast<std::size_t>(chart.loaded) - 1; i + 1 < series.size(); ++i) {
-        const auto found = fresh.find(series[i].time.Days());
-        ASSERT_NE(found, fresh.end()) << "no fresh bar at " << TimeText(series[i]);
-        ExpectSameBar(series[i], found->second, "bar " + TimeText(series[i]));
-        ++compared;
-    }
-    EXPECT_GE(compared, 4);
-    EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
-}
-
-TEST(LiveFromPortico, FiveMinuteBarsOfADateRangeEqualAFreshHistory) {
-    LiveChart chart({"AURX", "2024-03-05 12:03:00", "120", 1, 5});
-    chart.feed->Follow(chart.loader, [&] { return chart.history.GetCount() >= chart.loaded + 2; });
-    const std::vector<sTICK> series = chart.Series();
-    std::map<double, sTICK> fresh;
-    for (const sTICK& bar : chart.Fresh(
-             "HIT,AURX,300,20240305 000000,20240305 235959,5000000,,,1,Lookup5,,s,0", "Lookup5")) {
-        fresh[bar.time.Days()] = bar;
-    }
-    for (std::size_t i = static_cast<std::size_t>(chart.loaded) - 1; i + 1 < series.size(); ++i) {
-        const auto found = fresh.find(series[i].time.Days());
-        ASSERT_NE(found, fresh.end()) << "no fresh bar at " << TimeText(series[i]);
-        ExpectSameBar(series[i], found->second, "bar " + TimeText(series[i]));
+TEST(LiveFromPortico, IntervalBarsBuiltLiveEqualAFreshHistory) {
+    // A token trades every minute of the day; the clock runs a minute a second or faster. One
+    // minute bars of the newest datapoints, five minute bars of the day's date range.
+    const struct {
+        SCase chart;
+        int newBars;
+        const char* command;
+    } cases[] = {
+        {{"AURX", "2024-03-05 12:00:00", "60", 1, 3}, 4, "HIX,AURX,60,500,1,Lookup3,,s,0"},
+        {{"AURX", "2024-03-05 12:03:00", "120", 1, 5},
+         2,
+         "HIT,AURX,300,20240305 000000,20240305 235959,5000000,,,1,Lookup5,,s,0"},
+    };
+    for (const auto& c : cases) {
+        LiveChart chart(c.chart);
+        chart.feed->Follow(chart.loader,
+                           [&] { return chart.history.GetCount() >= chart.loaded + c.newBars; });
+        EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
+        const std::vector<sTICK> series = chart.Series();
+        std::map<double, sTICK> fresh;
+        for (const sTICK& bar : chart.Fresh(c.command)) {
+            fresh[bar.time.Days()] = bar;
+        }
+        // Every completed bar from the one that was newest when the history came.
+        for (std::size_t i = static_cast<std::size_t>(chart.loaded) - 1; i + 1 < series.size();
+             ++i) {
+            const auto found = fresh.find(series[i].time.Days());
+            ASSERT_NE(found, fresh.end()) << "no fresh bar at " << TimeText(series[i]);
+            EXPECT_EQ(Fields(series[i]), Fields(found->second)) << TimeText(series[i]);
+        }
     }
 }
 
@@ -259,16 +246,9 @@ TEST(LiveFromPortico, TheDayBarFollowsTheDaySummaryAndWeeksStayAsLoaded) {
         chart.feed->Follow(chart.loader, [&] { return chart.feed->clock >= 170030; });
         EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
         EXPECT_EQ(chart.history.GetCount(), chart.loaded);
-        const std::vector<sTICK> fresh = chart.Fresh("HDX,@NGI#,5,1,Lookup6", "Lookup6");
+        const std::vector<sTICK> fresh = chart.Fresh("HDX,@NGI#,5,1,Lookup6");
         ASSERT_FALSE(fresh.empty());
-        const sTICK live = chart.Series().back();
-        EXPECT_EQ(live.time, fresh.back().time);
-        EXPECT_EQ(live.open, fresh.back().open);
-        EXPECT_EQ(live.high, fresh.back().high);
-        EXPECT_EQ(live.low, fresh.back().low);
-        EXPECT_EQ(live.close, fresh.back().close);
-        EXPECT_EQ(live.volume, fresh.back().volume);
-        EXPECT_EQ(live.openInterest, fresh.back().openInterest);
+        EXPECT_EQ(Fields(chart.Series().back()), Fields(fresh.back()));
     }
     {
         LiveChart chart({"AURX", "2024-03-05 12:00:00", "60", 3, 8});
@@ -278,7 +258,7 @@ TEST(LiveFromPortico, TheDayBarFollowsTheDaySummaryAndWeeksStayAsLoaded) {
         const std::vector<sTICK> after = chart.Series();
         ASSERT_EQ(after.size(), before.size());
         ASSERT_FALSE(after.empty());
-        ExpectSameBar(after.back(), before.back(), "the newest week");
+        EXPECT_EQ(Fields(after.back()), Fields(before.back())) << "the newest week";
     }
 }
 
