@@ -1,9 +1,10 @@
 // Printing and image export of the loaded chart in the real frame: a PDF printout, PNG and PDF
 // images of the displayed panes under the title line, and clear refusals.
 
-#include "history_it_support.h"
+#include "frame_fixture.h"
 
 #include "chart/ui/chart_form_view.h"
+#include "core/settings.h"
 #include "temp_dir.h"
 
 #include <QFile>
@@ -17,7 +18,7 @@
 namespace skychart::test {
 namespace {
 
-using ChartPrintTest = HistoryFrameTest;
+using ChartPrintTest = FrameTest;
 
 bool StartsWithPdf(const std::string& path) {
     QFile file(QString::fromStdString(path));
@@ -25,9 +26,15 @@ bool StartsWithPdf(const std::string& path) {
 }
 
 TEST_F(ChartPrintTest, ThePanesArePrintedAndExportedUnderTheTitleLine) {
-    OpenConnectedFrame({{"RequestDataType", "2"}});
-    ASSERT_TRUE(EnterAndWait("luma"));
+    OpenFrame();
+    settings().SetInt("RequestDataType", 2);
+    ASSERT_TRUE(WaitForService());
+    EnterInSymbolBox("luma");
     CChartFormView& view = *frame().ChartView();
+    ASSERT_TRUE(WaitFor([&] {
+        return history().IsHistoryComplete() &&
+               view.LastStatusText().find("datapoints available") != std::string::npos;
+    }));
     EXPECT_TRUE(std::regex_match(view.PrintTitleNow(),
                                  std::regex(R"(LUMA Daily\t\t\d\d:\d\d:\d\d on \d{4}/\d\d/\d\d)")));
 

@@ -1,0 +1,381 @@
+// The real main frame loading history from a real portico: every data type holds exactly what
+// the service sends for the same request, field by field; an error reply does not keep the next
+// load from completing; the ribbon and the data settings sheet reload the shown symbol; a slow
+// answer reports its progress while Level 1 lines wait; a request list cut short is named where
+// it can be mended. (That the service's bars are the aggregates of its ticks is the market's and
+// the service's own tests.)
+
+#include "frame_fixture.h"
+
+#include "chart/ui/chart_form_view.h"
+#include "core/settings.h"
+#include "core/ui/setting_sheet.h"
+#include "history/chart_hist_request.h"
+#include "history/ui/data_settings_page.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
+#include <fmt/format.h>
+#include <spdlog/sinks/base_sink.h>
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
+
+namespace skychart::test {
+namespace {
+
+using Lines = std::vector<std::vector<std::string>>;
+
+class HistoryFrameTest : public FrameTest {
+protected:
+    // Opens the frame, stores `values` (key -> text) and waits for the service.
+    void OpenConnectedFrame(const std::map<std::string, std::string>& values = {}) {
+        OpenFrame();
+        UseSettings(values);
+        ASSERT_TRUE(WaitForService());
+    }
+    // Stores request settings in the table and has the chart view read them again.
+    void UseSettings(const std::map<std::string, std::string>& values) {
+        for (const auto& [key, value] : values) {
+            ASSERT_TRUE(settings().SetText(key, value)) << key;
+        }
+        frame().ChartView()->ReloadRequestSettings();
+    }
+    // Waits until the current request is complete and its datapoints text is shown.
+    bool WaitForLoaded() {
+        const bool loaded = WaitFor(
+            [this] {
+                return history().IsHistoryComplete() &&
+                       frame().ChartView()->LastStatusText().find("datapoints available") !=
+                           std::string::npos;
+            },
+            std::chrono::seconds(120));
+        // Lines still in the socket would belong to this answer: none may follow its end marker.
+        QApplication::processEvents();
+        return loaded;
+    }
+    bool EnterAndWait(const std::string& symbol) {
+        EnterInSymbolBox(QString::fromStdString(symbol));
+        return WaitForLoaded();
+    }
+    std::vector<sTICK> Series() {
+        std::vector<sTICK> series(static_cast<std::size_t>(history().GetCount()));
+        for (std::size_t i = 0; i < series.size(); ++i) {
+            history().GetTick(static_cast<int>(i), series[i]);
+        }
+        return series;
+    }
+    // Clicks `button` and, once the settings sheet it opens runs, `edit`s it and presses OK.
+    template <typename Edit> void EditSettingsSheet(const char* button, Edit edit) {
+        bool edited = false;
+        QTimer::singleShot(0, [&] {
+            CSettingSheet* sheet = frame().ActiveSettingSheet();
+            ASSERT_NE(sheet, nullptr);
+            edit(*sheet);
+            sheet->Buttons()->button(QDialogButtonBox::Ok)->click();
+            edited = true;
+        });
+        frame().findChild<QToolButton*>(button)->click();
+        ASSERT_TRUE(edited);
+    }
+};
+
+SDateTimeFields FieldsOf(const sTICK& point) {
+    SDateTimeFields fields;
+    point.time.GetFields(fields);
+    return fields;
+}
+
+// "YYYY-MM-DD" and "YYYY-MM-DD HH:MM:SS" of a record; the seconds since midnight.
+std::string DateOf(const sTICK& point) {
+    const SDateTimeFields f = FieldsOf(point);
+    return fmt::format("{:04}-{:02}-{:02}", f.year, f.month, f.day);
+}
+std::string Stamp(const sTICK& point) {
+    const SDateTimeFields f = FieldsOf(point);
+    return fmt::format("{} {:02}:{:02}:{:02}", DateOf(point), f.hour, f.minute, f.second);
+}
+int SecondOfDay(const sTICK& point) {
+    const SDateTimeFields f = FieldsOf(point);
+    return f.hour * 3600 + f.minute * 60 + f.second;
+}
+
+void ExpectTicks(const std::vector<sTICK>& series, const Lines& direct) {
+    ASSERT_EQ(series.size(), direct.size());
+    for (std::size_t i = 0; i < series.size(); ++i) {
+        const sTICK& t = series[i];
+        const auto& f = direct[i];
+        ASSERT_GE(f.size(), 14u);
+        EXPECT_EQ(Stamp(t), f[2].substr(0, 19)) << i;
+        EXPECT_EQ(t.microseconds, std::stoi(f[2].substr(20))) << f[2];
+        EXPECT_DOUBLE_EQ(t.close, std::stod(f[3])) << f[2];
+        EXPECT_EQ(t.size, std::stoul(f[4])) << f[2];
+        EXPECT_EQ(t.volume, std::stoll(f[5])) << f[2];
+        EXPECT_DOUBLE_EQ(t.bid, std::stod(f[6])) << f[2];
+        EXPECT_DOUBLE_EQ(t.ask, std::stod(f[7])) << f[2];
+        EXPECT_EQ(t.tickId, std::stoul(f[8])) << f[2];
+        EXPECT_EQ(t.aggressor, std::stoi(f[12])) << f[2];
+        EXPECT_EQ(t.dayCode, std::stoi(f[13])) << f[2];
+    }
+}
+
+// Bars; the newest of `direct` is left out when `newestMayMove` (it may still be trading).
+void ExpectBars(const std::vector<sTICK>& series, const Lines& direct, bool intervals,
+                bool newestMayMove = false) {
+    ASSERT_EQ(series.size(), direct.size());
+    for (std::size_t i = 0; i + (newestMayMove ? 1 : 0) < series.size(); ++i) {
+        const sTICK& b = series[i];
+        const auto& f = direct[i];
+        ASSERT_GE(f.size(), 9u);
+        EXPECT_EQ(intervals ? Stamp(b) : DateOf(b), f[2]) << i;
+        EXPECT_DOUBLE_EQ(b.high, std::stod(f[3])) << f[2];
+        EXPECT_DOUBLE_EQ(b.low, std::stod(f[4])) << f[2];
+        EXPECT_DOUBLE_EQ(b.open, std::stod(f[5])) << f[2];
+        EXPECT_DOUBLE_EQ(b.close, std::stod(f[6])) << f[2];
+        EXPECT_EQ(b.volume, std::stoll(f[7])) << f[2];
+        EXPECT_EQ(intervals ? b.size : b.openInterest, std::stoul(f[8])) << f[2];
+    }
+}
+
+TEST_F(HistoryFrameTest, EveryDataTypeHoldsWhatTheServiceSends) {
+    // A whole past trading day: the one before the newest daily bar.
+    OpenConnectedFrame();
+    const Lines recent = QueryLookup(portico().lookupPort(), "HDX,LUMA,5,1,Recent", "Recent");
+    ASSERT_EQ(recent.size(), 5u);
+    const auto compact = [](std::string date) { return std::erase(date, '-'), date; };
+    const std::string day = compact(recent[3][2]);
+    const std::string first = compact(recent[0][2]);
+    UseSettings({{"RequestRecentType", "2,5,7,8,9"},
+                 {"RequestDatapoints", "10000,10000,10000,30,12"},
+                 {"RequestIntervalIndex", "4"}, // 5-Minute
+                 {"RequestEnableExtendedTrades", "1,0,0,0,0"},
+                 {"RequestBeginDate", fmt::format("{0},{0},{1}", day, first)},
+                 {"RequestEndDate", fmt::format("{0},{0},{0}", day)},
+                 {"RequestBeginTime", "100000,100000"},
+                 {"RequestEndTime", "103000,103000"}});
+    const auto load = [this](int dataType) {
+        settings().SetInt("RequestDataType", dataType);
+        EXPECT_TRUE(EnterAndWait("LUMA")) << "data type " << dataType;
+        return Series();
+    };
+    const int port = portico().lookupPort();
+
+    const std::vector<sTICK> ticks = load(0);
+    ASSERT_GT(ticks.size(), 10u);
+    ExpectTicks(ticks,
+                QueryLookup(port, fmt::format("HTT,LUMA,{0} 100000,{0} 103000,,,,1,T", day), "T"));
+    EXPECT_EQ(Stamp(ticks.front()).substr(11), "10:00:00");
+    // A bar labelled after the end of the range (it holds the trades of 10:30:00) is dropped.
+    Lines intervals =
+        QueryLookup(port, fmt::format("HIT,LUMA,300,{0} 100000,{0} 103000,,,,1,I,,s,0", day), "I");
+    std::erase_if(intervals, [&](const auto& f) { return f[2] > recent[3][2] + " 10:30:00"; });
+    ExpectBars(load(1), intervals, true);
+    const std::vector<sTICK> days = load(2);
+    ASSERT_EQ(days.size(), 4u);
+    ExpectBars(days, QueryLookup(port, fmt::format("HDT,LUMA,{},{},,1,D", first, day), "D"), false);
+    EXPECT_EQ(days.back().dayCode, FieldsOf(days.back()).day);
+    ExpectBars(load(3), QueryLookup(port, "HWX,LUMA,30,1,W", "W"), false, true);
+    const std::vector<sTICK> months = load(4);
+    ExpectBars(months, QueryLookup(port, "HMX,LUMA,12,1,M", "M"), false, true);
+    ASSERT_EQ(months.size(), 12u);
+    EXPECT_EQ(months.front().dayCode, 0);
+}
+
+TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLoad) {
+    OpenConnectedFrame({{"RequestRecentType", "0,3,6,8,9"},
+                        {"RequestDatapoints", "300,40,30,10,6"},
+                        {"RequestEnableExtendedTrades", "1,0,0,0,0"}});
+    // The error reply adds nothing; the end marker after it completes the empty request.
+    EnterInSymbolBox("nosuch");
+    CChartFormView* view = frame().ChartView();
+    ASSERT_TRUE(WaitFor([&] {
+        return view->Loader().AnswerEnded() &&
+               view->LastStatusText().rfind("0 datapoints available.", 0) == 0;
+    }));
+    EXPECT_EQ(view->Loader().AnswerError(), "!UNKNOWN_SYMBOL!");
+    EXPECT_EQ(history().GetCount(), 0);
+    // The next symbol loads as if the error had never been.
+    ASSERT_TRUE(EnterAndWait("luma"));
+    EXPECT_EQ(history().GetCount(), 300);
+    EXPECT_TRUE(view->Loader().AnswerError().empty());
+
+    frame().RequestTypeCombo()->setCurrentIndex(2); // Daily
+    ASSERT_TRUE(WaitForLoaded());
+    EXPECT_EQ(Stored("RequestDataType"), "2");
+    EXPECT_EQ(Stored("RequestType"), "6");
+    const std::vector<sTICK> days = Series();
+    ASSERT_EQ(days.size(), 30u);
+    for (const sTICK& day : days) {
+        EXPECT_EQ(SecondOfDay(day), 0);
+    }
+    EXPECT_EQ(frame().StatusText(), "30 datapoints available.  Displaying 120.");
+
+    frame().RequestTypeCombo()->setCurrentIndex(1); // Minute, "1-Minute" stored
+    ASSERT_TRUE(WaitForLoaded());
+    EXPECT_EQ(Stored("RequestType"), "3");
+    EXPECT_EQ(history().GetCount(), 40);
+
+    frame().IntervalCombo()->setCurrentIndex(6); // 15-Minute
+    ASSERT_TRUE(WaitForLoaded());
+    EXPECT_EQ(Stored("RequestIntervalIndex"), "6");
+    const std::vector<sTICK> bars = Series();
+    ASSERT_EQ(bars.size(), 40u);
+    for (std::size_t i = 0; i < bars.size(); ++i) {
+        const sTICK& bar = bars[i];
+        EXPECT_EQ(SecondOfDay(bar) % 900, 0) << DateOf(bar);
+        EXPECT_EQ(bar.microseconds, 0);
+        EXPECT_GE(bar.high, std::max(bar.open, bar.close));
+        EXPECT_LE(bar.low, std::min(bar.open, bar.close));
+        if (i > 0) {
+            EXPECT_LT(bars[i - 1].time, bar.time);
+        }
+    }
+
+    // Stored data settings reload the chart too.
+    EXPECT_EQ(frame().findChild<QToolButton*>("DataSettingsButton")->text(), "Data Settings...");
+    EditSettingsSheet("DataSettingsButton", [](CSettingSheet& sheet) {
+        auto* page = sheet.findChild<CDataSettingsPage*>();
+        ASSERT_NE(page, nullptr);
+        page->DatapointsEdit()->setText("700");
+    });
+    ASSERT_TRUE(WaitForLoaded());
+    EXPECT_EQ(history().GetCount(), 700);
+    EXPECT_EQ(Stored("RequestDatapoints"), "300,700,30,10,6");
+    EXPECT_EQ(frame().StatusText(), "700 datapoints available.  Displaying 120.");
+}
+
+// Every "StatusBar: ..." text logged while it is in the default logger, in order.
+class StatusSink : public spdlog::sinks::base_sink<std::mutex> {
+public:
+    std::vector<std::string> Texts() {
+        const std::lock_guard<std::mutex> guard(mutex_);
+        return m_texts;
+    }
+
+protected:
+    void sink_it_(const spdlog::details::log_msg& message) override {
+        const std::string_view text(message.payload.data(), message.payload.size());
+        if (text.starts_with("StatusBar: ")) {
+            m_texts.emplace_back(text.substr(11));
+        }
+    }
+    void flush_() override {}
+
+private:
+    std::vector<std::string> m_texts;
+};
+
+TEST_F(HistoryFrameTest, ASlowAnswerReportsProgressAndHoldsLevel1LinesUntilItsEnd) {
+    // A second portico that writes slowly; the frame talks to it instead.
+    PorticoProcess slow(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(slow.start({"--linger", "0", "--connect-delay", "100", "--fault-drip", "3000"}))
+        << slow.errorOutput();
+    std::ofstream(home() + "/config/Orvane/Kestrel/Startup.conf")
+        << fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n", slow.adminPort(),
+                       slow.lookupPort(), slow.level1Port());
+    OpenConnectedFrame({{"RequestRecentType", "0,3,6,8,9"},
+                        {"RequestDatapoints", "4000,10000,10000,10000,10000"},
+                        {"RequestEnableExtendedTrades", "1,0,0,0,0"},
+                        {"RequestDataType", "0"}});
+
+    auto status = std::make_shared<StatusSink>();
+    auto& sinks = spdlog::default_logger()->sinks();
+    sinks.push_back(status);
+    EnterInSymbolBox("LUMA");
+    std::size_t mostHeld = 0;
+    CChartFormView* view = frame().ChartView();
+    const bool loaded = WaitFor(
+        [&] {
+            mostHeld = std::max(mostHeld, view->Loader().HeldLevel1Lines().size());
+            return history().IsHistoryComplete() &&
+                   view->LastStatusText().find("datapoints") != std::string::npos;
+        },
+        std::chrono::seconds(120));
+    sinks.erase(std::remove(sinks.begin(), sinks.end(), status), sinks.end());
+    ASSERT_TRUE(loaded);
+
+    const std::vector<std::string> texts = status->Texts();
+    ASSERT_GE(texts.size(), 2u);
+    EXPECT_EQ(texts.back(), "4000 datapoints available.  Displaying 120.");
+    const std::regex retrieving(R"(Retrieving Tick Data \((\d+) Ticks Received\))");
+    int previous = -1;
+    for (std::size_t i = 0; i + 1 < texts.size(); ++i) {
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(texts[i], match, retrieving)) << texts[i];
+        const int received = std::stoi(match[1].str());
+        EXPECT_GT(received, previous) << "the count only grows";
+        EXPECT_LT(received, 4000);
+        previous = received;
+    }
+    // The watch's fundamental line and the quotes came while loading and waited for the end.
+    EXPECT_GT(mostHeld, 0u);
+    EXPECT_TRUE(view->Loader().HeldLevel1Lines().empty());
+    slow.stop();
+}
+
+std::string ReadAll(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftAsItIs) {
+    const std::string file = home() + "/config/Orvane/Kestrel/DisplayApps/Skychart.conf";
+    // A quote left open: what follows it, up to the end of the file, is the value.
+    const std::string cutShort = "[ApplicationSettings]\nCurrentSymbol=LUMA\nSymbols=LUMA\n"
+                                 "RequestDataType=2\nRequestDatapoints=\"500\n";
+    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+    std::ofstream(file, std::ios::binary) << cutShort;
+    const std::string expected =
+        "No history requested for LUMA: RequestDatapoints has no value for Days: it holds 1 "
+        "value (\"500\\n\"), one is needed for each of Ticks, Intervals, Days, Weeks and Months. "
+        "Mend it on the Data page of \"Chart Settings...\", or edit RequestDatapoints in " +
+        file + ".";
+
+    COrvaneCommandLineInfo commandLine;
+    commandLine.Parse({"-symbol", "LUMA", "-type", "Daily"});
+    OpenFrame(commandLine);
+    ASSERT_TRUE(WaitForService());
+    EXPECT_EQ(frame().StatusText(), expected);
+    const auto* notice = frame().ChartView()->findChild<QLabel*>("ChartNotice");
+    ASSERT_NE(notice, nullptr);
+    EXPECT_TRUE(notice->isVisibleTo(frame().ChartView()));
+    EXPECT_TRUE(notice->text().startsWith(
+        "Nothing to show for LUMA: no history could be requested, because RequestDatapoints has "
+        "no value for Days"))
+        << notice->text().toStdString();
+    EXPECT_EQ(history().GetCount(), 0);
+    // Said in the status bar, no box to click away; entered again, the same, and no progress text
+    // covers it.
+    EXPECT_TRUE(m_prompt.boxes.empty());
+    EnterInSymbolBox("luma");
+    QTest::qWait(600);
+    EXPECT_EQ(frame().StatusText(), expected);
+    CloseFrame();
+    EXPECT_EQ(ReadAll(file), cutShort);
+
+    // The Data page mends it: the page fills the list for every data type and the chart loads.
+    OpenFrame(commandLine);
+    ASSERT_TRUE(WaitForService());
+    EditSettingsSheet("ChartSettingsButton", [](CSettingSheet&) {});
+    ASSERT_TRUE(WaitForLoaded());
+    EXPECT_GT(history().GetCount(), 500);
+    EXPECT_EQ(Stored("RequestDatapoints").toStdString(), "500,10000,10000,10000,10000");
+}
+
+} // namespace
+} // namespace skychart::test
