@@ -113,40 +113,30 @@ int SecondOfDay(const sTICK& point) {
     return f.hour * 3600 + f.minute * 60 + f.second;
 }
 
-void ExpectTicks(const std::vector<sTICK>& series, const Lines& direct) {
-    ASSERT_EQ(series.size(), direct.size());
-    for (std::size_t i = 0; i < series.size(); ++i) {
-        const sTICK& t = series[i];
-        const auto& f = direct[i];
-        ASSERT_GE(f.size(), 14u);
-        EXPECT_EQ(Stamp(t), f[2].substr(0, 19)) << i;
-        EXPECT_EQ(t.microseconds, std::stoi(f[2].substr(20))) << f[2];
-        EXPECT_DOUBLE_EQ(t.close, std::stod(f[3])) << f[2];
-        EXPECT_EQ(t.size, std::stoul(f[4])) << f[2];
-        EXPECT_EQ(t.volume, std::stoll(f[5])) << f[2];
-        EXPECT_DOUBLE_EQ(t.bid, std::stod(f[6])) << f[2];
-        EXPECT_DOUBLE_EQ(t.ask, std::stod(f[7])) << f[2];
-        EXPECT_EQ(t.tickId, std::stoul(f[8])) << f[2];
-        EXPECT_EQ(t.aggressor, std::stoi(f[12])) << f[2];
-        EXPECT_EQ(t.dayCode, std::stoi(f[13])) << f[2];
-    }
-}
+enum class ELayout { Ticks, Intervals, Periods };
 
-// Bars; the newest of `direct` is left out when `newestMayMove` (it may still be trading).
-void ExpectBars(const std::vector<sTICK>& series, const Lines& direct, bool intervals,
-                bool newestMayMove = false) {
+// Each record against the service's line of the same request, field by field (its numbers read
+// and written again); the newest is left out when `newestMayMove` (it may still be trading).
+void ExpectRecords(const std::vector<sTICK>& series, const Lines& direct, ELayout layout,
+                   bool newestMayMove = false) {
     ASSERT_EQ(series.size(), direct.size());
     for (std::size_t i = 0; i + (newestMayMove ? 1 : 0) < series.size(); ++i) {
-        const sTICK& b = series[i];
-        const auto& f = direct[i];
-        ASSERT_GE(f.size(), 9u);
-        EXPECT_EQ(intervals ? Stamp(b) : DateOf(b), f[2]) << i;
-        EXPECT_DOUBLE_EQ(b.high, std::stod(f[3])) << f[2];
-        EXPECT_DOUBLE_EQ(b.low, std::stod(f[4])) << f[2];
-        EXPECT_DOUBLE_EQ(b.open, std::stod(f[5])) << f[2];
-        EXPECT_DOUBLE_EQ(b.close, std::stod(f[6])) << f[2];
-        EXPECT_EQ(b.volume, std::stoll(f[7])) << f[2];
-        EXPECT_EQ(intervals ? b.size : b.openInterest, std::stoul(f[8])) << f[2];
+        const sTICK& t = series[i];
+        const bool intervals = layout == ELayout::Intervals;
+        std::string expected = direct[i].at(2);
+        for (const std::size_t column : {3, 4, 5, 6, 7, 8, 12, 13}) {
+            if (column < 9 || layout == ELayout::Ticks) {
+                expected += fmt::format(",{}", std::stod(direct[i].at(column)));
+            }
+        }
+        EXPECT_EQ(layout == ELayout::Ticks
+                      ? fmt::format("{}.{:06},{},{},{},{},{},{},{},{}", Stamp(t), t.microseconds,
+                                    t.close, t.size, t.volume, t.bid, t.ask, t.tickId, t.aggressor,
+                                    t.dayCode)
+                      : fmt::format("{},{},{},{},{},{},{}", intervals ? Stamp(t) : DateOf(t),
+                                    t.high, t.low, t.open, t.close, t.volume,
+                                    intervals ? t.size : t.openInterest),
+                  expected);
     }
 }
 
@@ -175,21 +165,23 @@ TEST_F(HistoryFrameTest, EveryDataTypeHoldsWhatTheServiceSends) {
 
     const std::vector<sTICK> ticks = load(0);
     ASSERT_GT(ticks.size(), 10u);
-    ExpectTicks(ticks,
-                QueryLookup(port, fmt::format("HTT,LUMA,{0} 100000,{0} 103000,,,,1,T", day), "T"));
+    ExpectRecords(ticks,
+                  QueryLookup(port, fmt::format("HTT,LUMA,{0} 100000,{0} 103000,,,,1,T", day), "T"),
+                  ELayout::Ticks);
     EXPECT_EQ(Stamp(ticks.front()).substr(11), "10:00:00");
     // A bar labelled after the end of the range (it holds the trades of 10:30:00) is dropped.
     Lines intervals =
         QueryLookup(port, fmt::format("HIT,LUMA,300,{0} 100000,{0} 103000,,,,1,I,,s,0", day), "I");
     std::erase_if(intervals, [&](const auto& f) { return f[2] > recent[3][2] + " 10:30:00"; });
-    ExpectBars(load(1), intervals, true);
+    ExpectRecords(load(1), intervals, ELayout::Intervals);
     const std::vector<sTICK> days = load(2);
     ASSERT_EQ(days.size(), 4u);
-    ExpectBars(days, QueryLookup(port, fmt::format("HDT,LUMA,{},{},,1,D", first, day), "D"), false);
+    ExpectRecords(days, QueryLookup(port, fmt::format("HDT,LUMA,{},{},,1,D", first, day), "D"),
+                  ELayout::Periods);
     EXPECT_EQ(days.back().dayCode, FieldsOf(days.back()).day);
-    ExpectBars(load(3), QueryLookup(port, "HWX,LUMA,30,1,W", "W"), false, true);
+    ExpectRecords(load(3), QueryLookup(port, "HWX,LUMA,30,1,W", "W"), ELayout::Periods, true);
     const std::vector<sTICK> months = load(4);
-    ExpectBars(months, QueryLookup(port, "HMX,LUMA,12,1,M", "M"), false, true);
+    ExpectRecords(months, QueryLookup(port, "HMX,LUMA,12,1,M", "M"), ELayout::Periods, true);
     ASSERT_EQ(months.size(), 12u);
     EXPECT_EQ(months.front().dayCode, 0);
 }
