@@ -78,6 +78,12 @@ struct SChart {
         history.GetTick(history.GetLastIndex(), tick);
         return tick;
     }
+    // The prices and counts of the newest record.
+    std::string Prices() const {
+        const sTICK t = Newest();
+        return fmt::format("o{} h{} l{} c{} size{} vol{} oi{}", t.open, t.high, t.low, t.close,
+                           t.size, t.volume, t.openInterest);
+    }
 
     CChartHistRequest history;
     CLevel1Updater updater{history};
@@ -141,21 +147,16 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
     SLine extended = Trade("03/05/2024", "16:30:00", "12.00", "5000");
     extended.contents = "E";
     ASSERT_TRUE(days.Apply(extended));
-    sTICK bar = days.Newest();
-    EXPECT_EQ(bar.high, 12.0);
-    EXPECT_EQ(bar.low, 9.0);
-    EXPECT_EQ(bar.open, 10.0);
-    EXPECT_EQ(bar.close, 10.5) << "an extended trade leaves the close";
+    EXPECT_EQ(days.Prices(), "o10 h12 l9 c10.5 size0 vol5000 oi0") << "the close stays";
     extended.price = "8.50";
     extended.total = "5100";
     ASSERT_TRUE(days.Apply(extended));
-    EXPECT_EQ(days.Newest().low, 8.5);
-    EXPECT_EQ(days.Newest().high, 12.0);
+    EXPECT_EQ(days.Prices(), "o10 h12 l8.5 c10.5 size0 vol5100 oi0");
     days.history.SetExtendedTradesAccepted(false);
     extended.price = "20.00";
     extended.total = "5200";
     EXPECT_FALSE(days.Apply(extended));
-    EXPECT_EQ(days.Newest().high, 12.0);
+    EXPECT_EQ(days.Prices(), "o10 h12 l8.5 c10.5 size0 vol5100 oi0");
 
     SLine regular = Trade("03/05/2024", "16:31:00", "11.10", "5300");
     regular.high = "11.90";
@@ -163,30 +164,20 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
     regular.open = "10.05";
     regular.openInterest = "4242";
     ASSERT_TRUE(days.Apply(regular));
-    bar = days.Newest();
     EXPECT_EQ(days.history.GetCount(), 1);
-    EXPECT_EQ(bar.high, 11.9);
-    EXPECT_EQ(bar.low, 8.7);
-    EXPECT_EQ(bar.open, 10.05);
-    EXPECT_EQ(bar.close, 11.1);
-    EXPECT_EQ(bar.volume, 5300);
-    EXPECT_EQ(bar.openInterest, 4242U);
+    EXPECT_EQ(days.Prices(), "o10.05 h11.9 l8.7 c11.1 size0 vol5300 oi4242");
     // Day figures of 0 are taken from the trade.
     regular.high = regular.low = regular.open = "0";
     regular.total = "5400";
     ASSERT_TRUE(days.Apply(regular));
-    bar = days.Newest();
-    EXPECT_EQ(bar.high, 11.1);
-    EXPECT_EQ(bar.low, 11.1);
-    EXPECT_EQ(bar.open, 11.1);
+    EXPECT_EQ(days.Prices(), "o11.1 h11.1 l11.1 c11.1 size0 vol5400 oi4242");
 
     // The first trade of the next day starts its bar.
     ASSERT_TRUE(days.Apply(Trade("03/06/2024", "09:30:01", "11.40", "200")));
     ASSERT_EQ(days.history.GetCount(), 2);
-    bar = days.Newest();
-    EXPECT_EQ(bar.time, CDateTime(2024, 3, 6, 0, 0, 0));
-    EXPECT_EQ(bar.dayCode, 6);
-    EXPECT_EQ(bar.volume, 200);
+    EXPECT_EQ(days.Newest().time, CDateTime(2024, 3, 6, 0, 0, 0));
+    EXPECT_EQ(days.Newest().dayCode, 6);
+    EXPECT_EQ(days.Newest().volume, 200);
 }
 
 TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
@@ -237,10 +228,9 @@ TEST(Level1Updater, AppendsTicksWithTheTradeTime) {
     const sTICK third = ticks.Newest();
     EXPECT_EQ(third.time, first.time);
     EXPECT_EQ(third.microseconds, 250000);
-    EXPECT_EQ(third.high, 10.5);
-    EXPECT_EQ(third.low, 10.5);
     EXPECT_EQ(third.tickId, 77U);
     EXPECT_EQ(third.dayCode, 5);
+    EXPECT_EQ(ticks.Prices(), "o0 h10.5 l10.5 c10.5 size300 vol5200 oi0");
 
     // A summary line counts only when later than the newest tick.
     SLine summary = Trade("03/05/2024", "14:03:07", "10.75", "5300");
@@ -261,19 +251,12 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     // end of its minute.
     ASSERT_TRUE(bars.Apply(Trade("03/05/2024", "09:30:40", "10.6", "5100")));
     ASSERT_TRUE(bars.Apply(Trade("03/05/2024", "09:30:59", "9.8", "5150", "50")));
-    sTICK bar = bars.Newest();
     EXPECT_EQ(bars.history.GetCount(), 1);
-    EXPECT_EQ(bar.open, 10.0);
-    EXPECT_EQ(bar.high, 10.6);
-    EXPECT_EQ(bar.low, 9.8);
-    EXPECT_EQ(bar.close, 9.8);
-    EXPECT_EQ(bar.size, 450U);
-    EXPECT_EQ(bar.volume, 5150);
+    EXPECT_EQ(bars.Prices(), "o10 h10.6 l9.8 c9.8 size450 vol5150 oi0");
     ASSERT_TRUE(bars.Apply(Trade("03/05/2024", "09:31:00", "10.1", "5200")));
     ASSERT_EQ(bars.history.GetCount(), 2);
     EXPECT_EQ(bars.Newest().time, CDateTime(2024, 3, 5, 9, 32, 0));
-    EXPECT_EQ(bars.Newest().open, 10.1);
-    EXPECT_EQ(bars.Newest().size, 100U);
+    EXPECT_EQ(bars.Prices(), "o10.1 h10.1 l10.1 c10.1 size100 vol5200 oi0");
 
     // An older summary line is ignored, a later one applied.
     SLine summary = Trade("03/05/2024", "09:31:30", "12", "5300");
@@ -303,8 +286,7 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     ASSERT_TRUE(yearEnd.Apply(Trade("01/02/2025", "09:30:05", "13", "50")));
     EXPECT_EQ(yearEnd.history.GetCount(), 1);
     EXPECT_EQ(yearEnd.Newest().time, CDateTime(2024, 12, 31, 16, 0, 0));
-    EXPECT_EQ(yearEnd.Newest().high, 13.0);
-    EXPECT_EQ(yearEnd.Newest().close, 13.0);
+    EXPECT_EQ(yearEnd.Prices(), "o10 h13 l10 c13 size200 vol50 oi0");
 }
 
 TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
