@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdio>
 #include <random>
+#include <tuple>
 
 namespace {
 
@@ -172,8 +173,7 @@ TEST_F(Series, ColumnReadsCopyOneFieldOfARangeAndStopAtTheEnds) {
     EXPECT_EQ(history.FillPrices(EPriceColumn::Close, -2, prices), 2U);
     EXPECT_EQ(prices, (std::array<double, 4>{-1, -1, 10.0, 11.0}));
     EXPECT_EQ(history.FillPrices(EPriceColumn::Open, 3, prices), 2U);
-    EXPECT_EQ(prices[0], 12.0);
-    EXPECT_EQ(prices[1], 13.0);
+    EXPECT_EQ(prices, (std::array<double, 4>{12.0, 13.0, 10.0, 11.0}));
     EXPECT_EQ(history.FillPrices(EPriceColumn::Low, 5, prices), 0U);
     std::array<std::int64_t, 5> volumes{};
     EXPECT_EQ(history.FillVolumes(0, volumes), 5U);
@@ -187,18 +187,13 @@ TEST_F(Series, ColumnReadsCopyOneFieldOfARangeAndStopAtTheEnds) {
     EXPECT_EQ(times[0].microseconds, 4);
 
     // Extremes of the existing part of a range: highs 12, 11, 14, 9, 16; lows 8 ... 4.
-    const SRangeExtremes middle = history.GetExtremes(1, 3);
-    EXPECT_EQ(middle.count, 3);
-    EXPECT_EQ(middle.highestHigh, 14.0);
-    EXPECT_EQ(middle.lowestLow, 5.0);
-    EXPECT_EQ(middle.largestVolume, 400);
-    const SRangeExtremes overhanging = history.GetExtremes(-3, 100);
-    EXPECT_EQ(overhanging.count, 5);
-    EXPECT_EQ(overhanging.highestHigh, 16.0);
-    EXPECT_EQ(overhanging.lowestLow, 4.0);
-    const SRangeExtremes none = history.GetExtremes(5, 10);
-    EXPECT_EQ(none.count, 0);
-    EXPECT_EQ(none.highestHigh, 0.0);
+    const auto extremes = [&](int from, int to) {
+        const SRangeExtremes e = history.GetExtremes(from, to);
+        return std::tuple(e.count, e.highestHigh, e.lowestLow, e.largestVolume);
+    };
+    EXPECT_EQ(extremes(1, 3), std::tuple(3, 14.0, 5.0, std::int64_t{400}));
+    EXPECT_EQ(extremes(-3, 100), std::tuple(5, 16.0, 4.0, std::int64_t{500}));
+    EXPECT_EQ(extremes(5, 10), std::tuple(0, 0.0, 0.0, std::int64_t{0}));
 }
 
 } // namespace

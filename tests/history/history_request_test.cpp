@@ -17,68 +17,6 @@
 
 namespace {
 
-// ABC, 10000 datapoints, a 5-minute interval, filter 093000-160000.
-SHistoryParameters Abc(std::uint32_t kind) {
-    SHistoryParameters p;
-    p.symbol = "ABC";
-    p.maxDatapoints = 10000;
-    p.interval = 300;
-    p.days = 5;
-    p.dataDirection = "1";
-    p.beginFilterTime = 93000;
-    p.endFilterTime = 160000;
-    p.beginDate = 20200101;
-    p.beginTime = 93000;
-    p.endDate = 20201231;
-    p.endTime = 160000;
-    p.requestKind = kind;
-    return p;
-}
-
-TEST(HistoryCommand, OnlyFilteredKindsWhoseFlagIsExactlyTrueCarryTheFilterTimes) {
-    using Flags = std::vector<std::string>;
-    const Flags on = {"true", "true"};
-    const struct {
-        std::uint32_t kind;
-        Flags filterOn;
-        const char* command;
-    } cases[] = {
-        {1, on, "HTD,ABC,5,5000000,093000,160000,1,Lookup1\n"},
-        {1, {"true"}, "HTD,ABC,5,5000000,093000,160000,1,Lookup1\n"},
-        {2, on, "HTT,ABC,20200101 093000,20201231 160000,5000000,093000,160000,1,Lookup2\n"},
-        {2, {"false"}, "HTT,ABC,20200101 093000,20201231 160000,5000000,,,1,Lookup2\n"},
-        {4, {"TRUE", "1"}, "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n"},
-        {5, on,
-         "HIT,ABC,300,20200101 093000,20201231 160000,5000000,093000,160000,1,Lookup5,,s,0\n"},
-        // Kinds without a filter part need no list at all.
-        {3, {}, "HIX,ABC,300,10000,1,Lookup3,,s,0\n"},
-        {7, {}, "HDT,ABC,20200101,20201231,,1,Lookup7\n"},
-        {10, on, ""},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(FormatHistoryCommand(Abc(c.kind), c.filterOn), c.command) << c.kind;
-    }
-    for (const auto& [kind, filterOn] : std::vector<std::pair<std::uint32_t, Flags>>{
-             {4, {"true"}}, {5, {"true"}}, {1, {}}, {2, {}}}) {
-        EXPECT_THROW(FormatHistoryCommand(Abc(kind), filterOn), CInvalidArgException) << kind;
-    }
-
-    // Zero dates and times keep their width.
-    SHistoryParameters p = Abc(2);
-    p.beginDate = p.beginTime = p.endDate = p.beginFilterTime = 0;
-    p.endTime = 5;
-    p.endFilterTime = 45;
-    EXPECT_EQ(FormatHistoryCommand(p, on),
-              "HTT,ABC,00000000 000000,00000000 000005,5000000,000000,000045,1,Lookup2\n");
-    p.requestKind = 7;
-    EXPECT_EQ(FormatHistoryCommand(p, on), "HDT,ABC,00000000,00000000,,1,Lookup7\n");
-
-    EXPECT_EQ(IntervalSeconds(8), 2700);
-    EXPECT_EQ(IntervalSeconds(10), 7200);
-    EXPECT_THROW(IntervalSeconds(11), CInvalidArgException);
-    EXPECT_THROW(IntervalSeconds(-1), CInvalidArgException);
-}
-
 // A settings table with every key at its default, the request settings loaded from it and the
 // history object a request starts on.
 class Request : public ::testing::Test {
@@ -172,44 +110,83 @@ TEST_F(Request, SavedSettingsLoadBackAsTheyWere) {
     skychart::test::RecordingPrompt prompt;
     ASSERT_TRUE(request.Save(settings, &prompt));
     EXPECT_TRUE(prompt.boxes.empty());
-    EXPECT_EQ(settings.GetText("RequestFilterOn"), "true,false,true,false,true");
-    EXPECT_EQ(settings.GetText("RequestEnableExtendedTrades"), "1,0,0,0,0");
+    const std::map<std::string, std::string> stored = {
+        {"RequestRecentType", "2,5,7,8,9"},
+        {"RequestDatapoints", "1,2,3,4,5000000"},
+        {"RequestDays", "7,6,5,4,3"},
+        {"RequestFilterOn", "true,false,true,false,true"},
+        {"RequestEnableExtendedTrades", "1,0,0,0,0"},
+        {"RequestBeginDate", "20260105,20240229,20260105,20260105,20260105"},
+        {"RequestEndFilterTime", "160000,160000,160000,160000,153000"},
+        {"RequestUseExchangeFormat", "false"}};
+    for (const auto& [key, text] : stored) {
+        EXPECT_EQ(settings.GetText(key), text) << key;
+    }
+    // Loaded on another day and saved again, every list reads as it was stored.
+    CSettings again;
+    again.RegisterAll(AllSettingKeys());
     SRequestSettings back;
     back.Load(settings, "19990101");
-    EXPECT_EQ(back.recentType, request.recentType);
-    EXPECT_EQ(back.datapoints, request.datapoints);
-    EXPECT_EQ(back.days, request.days);
-    EXPECT_EQ(back.filterOn, request.filterOn);
-    EXPECT_EQ(back.extendedTrades, request.extendedTrades);
-    EXPECT_EQ(back.beginDate, request.beginDate);
-    EXPECT_EQ(back.endDate, request.endDate);
-    EXPECT_EQ(back.endFilterTime, request.endFilterTime);
-    EXPECT_FALSE(back.useExchangeFormat);
+    ASSERT_TRUE(back.Save(again));
+    for (const SSettingKey& key : AllSettingKeys()) {
+        EXPECT_EQ(again.GetText(key.key), settings.GetText(key.key)) << key.key;
+    }
 }
 
-TEST_F(Request, EachDataTypeTakesItsOwnElements) {
-    UseAbc();
+TEST_F(Request, EachKindMakesItsCommandFromTheElementsOfItsDataType) {
     const struct {
         const char* kinds;
         int dataType;
         const char* command;
+        std::map<std::string, std::string> values = {}; // over the lists of ABC
     } cases[] = {
         {"0,3,6,8,9", 0, "HTX,ABC,11,1,Lookup0\n"},
         {"1,3,6,8,9", 0, "HTD,ABC,3,5000000,,,1,Lookup1\n"},
+        // Filtered kinds carry the filter times when their flag is exactly "true".
+        {"1,3,6,8,9",
+         0,
+         "HTD,ABC,3,5000000,093000,160000,1,Lookup1\n",
+         {{"RequestFilterOn", "true"}}},
         {"2,3,6,8,9", 0, "HTT,ABC,20200101 080000,20201231 170000,5000000,,,1,Lookup2\n"},
+        // Zero dates and times keep their width.
+        {"2,3,6,8,9",
+         0,
+         "HTT,ABC,00000000 000000,20201231 000005,5000000,000000,000045,1,Lookup2\n",
+         {{"RequestFilterOn", "true"},
+          {"RequestBeginFilterTime", "0"},
+          {"RequestEndFilterTime", "45"},
+          {"RequestBeginDate", "0"},
+          {"RequestBeginTime", "0"},
+          {"RequestEndTime", "5"}}},
         {"0,3,6,8,9", 1, "HIX,ABC,300,22,1,Lookup3,,s,0\n"},
+        {"0,3,6,8,9", 1, "HIX,ABC,2700,22,1,Lookup3,,s,0\n", {{"RequestIntervalIndex", "8"}}},
         {"0,4,6,8,9", 1, "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n"},
+        {"0,4,6,8,9",
+         1,
+         "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n",
+         {{"RequestFilterOn", "TRUE,1"}}},
         {"0,5,6,8,9", 1, "HIT,ABC,300,20210101 090000,20211231 180000,5000000,,,1,Lookup5,,s,0\n"},
+        {"0,5,6,8,9",
+         1,
+         "HIT,ABC,7200,20210101 090000,20211231 180000,5000000,093000,160000,1,Lookup5,,s,0\n",
+         {{"RequestFilterOn", "false,true"}, {"RequestIntervalIndex", "10"}}},
         {"0,3,6,8,9", 2, "HDX,ABC,33,1,Lookup6\n"},
-        {"0,3,7,8,9", 2, "HDT,ABC,20220101,20221231,,1,Lookup7\n"},
+        // Day ranges carry no times, nor the filter.
+        {"0,3,7,8,9",
+         2,
+         "HDT,ABC,20220101,20221231,,1,Lookup7\n",
+         {{"RequestFilterOn", "true,true,true"}}},
         {"0,3,6,8,9", 3, "HWX,ABC,44,1,Lookup8\n"},
         {"0,3,6,8,9", 4, "HMX,ABC,55,1,Lookup9\n"},
     };
     for (const auto& c : cases) {
+        Defaults();
+        UseAbc();
+        Set(c.values);
         EXPECT_EQ(Start(c.kinds, c.dataType), c.command);
         EXPECT_EQ(history.AreExtendedTradesAccepted(), c.dataType == 0) << c.command;
     }
-    // Day ranges carry no times: the history object's times stay 0.
+    // The history object's times of a day range stay 0.
     EXPECT_EQ(history.GetParameters().beginTime, 0);
 }
 

@@ -77,20 +77,14 @@ public:
         }
     }
 
-    int trades = 0; // 'Q' lines with "C" seen
-    int clock = 0;  // hhmmss of the newest time line
+    int clock = 0; // hhmmss of the newest time line
 
 private:
     void Hand(CChartLoader& loader, const std::string& line) {
         // The frame hands only update, summary and fundamental lines to the chart.
-        if (line.empty() || (line[0] != 'Q' && line[0] != 'P' && line[0] != 'F')) {
-            return;
+        if (!line.empty() && (line[0] == 'Q' || line[0] == 'P' || line[0] == 'F')) {
+            loader.OnLevel1Line(line);
         }
-        const std::vector<std::string> fields = SplitAtCommas(line);
-        if (line[0] == 'Q' && fields.size() > 21 && fields[21].find('C') != std::string::npos) {
-            ++trades;
-        }
-        loader.OnLevel1Line(line);
     }
 
     LineClient m_lookup;
@@ -239,27 +233,15 @@ TEST(LiveFromPortico, IntervalBarsBuiltLiveEqualAFreshHistory) {
     }
 }
 
-TEST(LiveFromPortico, TheDayBarFollowsTheDaySummaryAndWeeksStayAsLoaded) {
-    {
-        // A future pauses from 17:00 to 18:00: once the clock is past 17:00 the day is final.
-        LiveChart chart({"@NGI#", "2024-03-05 16:57:00", "60", 2, 6});
-        chart.feed->Follow(chart.loader, [&] { return chart.feed->clock >= 170030; });
-        EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
-        EXPECT_EQ(chart.history.GetCount(), chart.loaded);
-        const std::vector<sTICK> fresh = chart.Fresh("HDX,@NGI#,5,1,Lookup6");
-        ASSERT_FALSE(fresh.empty());
-        EXPECT_EQ(Fields(chart.Series().back()), Fields(fresh.back()));
-    }
-    {
-        LiveChart chart({"AURX", "2024-03-05 12:00:00", "60", 3, 8});
-        const std::vector<sTICK> before = chart.Series();
-        chart.feed->Follow(chart.loader, [&] { return chart.feed->trades >= 30; });
-        EXPECT_EQ(chart.loader.AppliedTradeLines(), 0U);
-        const std::vector<sTICK> after = chart.Series();
-        ASSERT_EQ(after.size(), before.size());
-        ASSERT_FALSE(after.empty());
-        EXPECT_EQ(Fields(after.back()), Fields(before.back())) << "the newest week";
-    }
+TEST(LiveFromPortico, TheDayBarFollowsTheDaySummary) {
+    // A future pauses from 17:00 to 18:00: once the clock is past 17:00 the day is final.
+    LiveChart chart({"@NGI#", "2024-03-05 16:57:00", "60", 2, 6});
+    chart.feed->Follow(chart.loader, [&] { return chart.feed->clock >= 170030; });
+    EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
+    EXPECT_EQ(chart.history.GetCount(), chart.loaded);
+    const std::vector<sTICK> fresh = chart.Fresh("HDX,@NGI#,5,1,Lookup6");
+    ASSERT_FALSE(fresh.empty());
+    EXPECT_EQ(Fields(chart.Series().back()), Fields(fresh.back()));
 }
 
 } // namespace
