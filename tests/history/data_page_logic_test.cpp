@@ -178,21 +178,7 @@ TEST_F(DataPageLogicTest, DatapointsOutsideTheRangeBecome10000AndTheRestIsStored
     EXPECT_EQ(Saved("RequestRecentType"), "0,4,6,8,9");
 }
 
-TEST_F(DataPageLogicTest, ADataTypeOutsideTheFiveChangesNothing) {
-    auto& page = Open({{"RequestRecentType", "1,4,7,8,9"}, {"RequestDatapoints", "1,2,3,4,5"}});
-    for (const int dataType : {5, -1, 100}) {
-        EXPECT_FALSE(page.Show(dataType));
-        ExpectOneBox("Invalid Data Type Selection!");
-        SDataPageFields fields;
-        fields.datapoints = "0";
-        EXPECT_FALSE(page.Store(dataType, fields));
-        ExpectOneBox(CDataPageLogic::kInvalidDataTypeText);
-    }
-    EXPECT_EQ(Saved("RequestRecentType"), "1,4,7,8,9");
-    EXPECT_EQ(Saved("RequestDatapoints"), "1,2,3,4,5");
-}
-
-TEST_F(DataPageLogicTest, StoreWritesOnlyTheShownDataTypesElements) {
+TEST_F(DataPageLogicTest, StoreWritesOnlyTheShownDataTypesElementsAndNoneOutsideTheFive) {
     auto& page = Open({{"RequestEnableExtendedTrades", "1,0,0,0,0"}});
     SDataPageFields fields = *page.Show(1);
     fields.datapoints = "777";
@@ -205,6 +191,14 @@ TEST_F(DataPageLogicTest, StoreWritesOnlyTheShownDataTypesElements) {
     fields.beginTime = {0, 0, 5};
     fields.endFilterTime = {15, 15, 30};
     EXPECT_TRUE(page.Store(1, fields));
+    // A data type outside the five shows and stores nothing.
+    for (const int dataType : {5, -1, 100}) {
+        EXPECT_FALSE(page.Show(dataType));
+        ExpectOneBox("Invalid Data Type Selection!");
+        fields.datapoints = "0";
+        EXPECT_FALSE(page.Store(dataType, fields));
+        ExpectOneBox(CDataPageLogic::kInvalidDataTypeText);
+    }
 
     EXPECT_EQ(Saved("RequestRecentType"), "0,5,6,8,9");
     EXPECT_EQ(Saved("RequestDatapoints"), "10000,777,10000,10000,10000");

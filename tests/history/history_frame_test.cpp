@@ -30,9 +30,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <regex>
-#include <sstream>
 
 namespace skychart::test {
 namespace {
@@ -93,24 +93,10 @@ protected:
     }
 };
 
-SDateTimeFields FieldsOf(const sTICK& point) {
-    SDateTimeFields fields;
-    point.time.GetFields(fields);
-    return fields;
-}
-
-// "YYYY-MM-DD" and "YYYY-MM-DD HH:MM:SS" of a record; the seconds since midnight.
-std::string DateOf(const sTICK& point) {
-    const SDateTimeFields f = FieldsOf(point);
-    return fmt::format("{:04}-{:02}-{:02}", f.year, f.month, f.day);
-}
-std::string Stamp(const sTICK& point) {
-    const SDateTimeFields f = FieldsOf(point);
-    return fmt::format("{} {:02}:{:02}:{:02}", DateOf(point), f.hour, f.minute, f.second);
-}
-int SecondOfDay(const sTICK& point) {
-    const SDateTimeFields f = FieldsOf(point);
-    return f.hour * 3600 + f.minute * 60 + f.second;
+// "YYYY-MM-DD HH:MM:SS" of a record.
+std::string Stamp(const sTICK& p) {
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", p.time.GetYear(), p.time.GetMonth(),
+                       p.time.GetDay(), p.time.GetHour(), p.time.GetMinute(), p.time.GetSecond());
 }
 
 enum class ELayout { Ticks, Intervals, Periods };
@@ -133,9 +119,9 @@ void ExpectRecords(const std::vector<sTICK>& series, const Lines& direct, ELayou
                       ? fmt::format("{}.{:06},{},{},{},{},{},{},{},{}", Stamp(t), t.microseconds,
                                     t.close, t.size, t.volume, t.bid, t.ask, t.tickId, t.aggressor,
                                     t.dayCode)
-                      : fmt::format("{},{},{},{},{},{},{}", intervals ? Stamp(t) : DateOf(t),
-                                    t.high, t.low, t.open, t.close, t.volume,
-                                    intervals ? t.size : t.openInterest),
+                      : fmt::format("{},{},{},{},{},{},{}",
+                                    intervals ? Stamp(t) : Stamp(t).substr(0, 10), t.high, t.low,
+                                    t.open, t.close, t.volume, intervals ? t.size : t.openInterest),
                   expected);
     }
 }
@@ -178,7 +164,7 @@ TEST_F(HistoryFrameTest, EveryDataTypeHoldsWhatTheServiceSends) {
     ASSERT_EQ(days.size(), 4u);
     ExpectRecords(days, QueryLookup(port, fmt::format("HDT,LUMA,{},{},,1,D", first, day), "D"),
                   ELayout::Periods);
-    EXPECT_EQ(days.back().dayCode, FieldsOf(days.back()).day);
+    EXPECT_EQ(days.back().dayCode, days.back().time.GetDay());
     ExpectRecords(load(3), QueryLookup(port, "HWX,LUMA,30,1,W", "W"), ELayout::Periods, true);
     const std::vector<sTICK> months = load(4);
     ExpectRecords(months, QueryLookup(port, "HMX,LUMA,12,1,M", "M"), ELayout::Periods, true);
@@ -211,7 +197,7 @@ TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLo
     const std::vector<sTICK> days = Series();
     ASSERT_EQ(days.size(), 30u);
     for (const sTICK& day : days) {
-        EXPECT_EQ(SecondOfDay(day), 0);
+        EXPECT_EQ(day.time.GetSecondsOfDay(), 0);
     }
     EXPECT_EQ(frame().StatusText(), "30 datapoints available.  Displaying 120.");
 
@@ -226,7 +212,7 @@ TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLo
     const std::vector<sTICK> bars = Series();
     ASSERT_EQ(bars.size(), 40u);
     for (std::size_t i = 0; i < bars.size(); ++i) {
-        EXPECT_EQ(SecondOfDay(bars[i]) % 900, 0) << Stamp(bars[i]);
+        EXPECT_EQ(bars[i].time.GetSecondsOfDay() % 900, 0) << Stamp(bars[i]);
         EXPECT_TRUE(i == 0 || bars[i - 1].time < bars[i].time) << Stamp(bars[i]);
     }
 
@@ -312,13 +298,6 @@ TEST_F(HistoryFrameTest, ASlowAnswerReportsProgressAndHoldsLevel1LinesUntilItsEn
     slow.stop();
 }
 
-std::string ReadAll(const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftAsItIs) {
     const std::string file = home() + "/config/Orvane/Kestrel/DisplayApps/Skychart.conf";
     // A quote left open: what follows it, up to the end of the file, is the value.
@@ -352,7 +331,8 @@ TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftA
     QTest::qWait(600);
     EXPECT_EQ(frame().StatusText(), expected);
     CloseFrame();
-    EXPECT_EQ(ReadAll(file), cutShort);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}),
+              cutShort);
 
     // The Data page mends it: the page fills the list for every data type and the chart loads.
     OpenFrame(commandLine);

@@ -64,16 +64,7 @@ TEST_F(Parser, TicksAndBarsEachFillTheFieldsOfTheirLayout) {
     EXPECT_EQ(history.GetCount(), 5);
 }
 
-TEST_F(Parser, ImpossibleDatesAreDropped) {
-    parser.OnHistoryLine(TickLine("2026-02-30 09:30:00.000000", "1.5"));
-    parser.OnHistoryLine("Lookup3,LH,2026-01-05 24:00:00,1,1,1,1,1,1,");
-    parser.OnHistoryLine("Lookup7,LH,2026-13-01,1,1,1,1,1,1,");
-    parser.OnHistoryLine("Lookup9,LH,20x6-01-01,1,1,1,1,1,1,");
-    parser.OnHistoryLine("Lookup6,LH,2026-1-1,1,1,1,1,1,1,");
-    EXPECT_EQ(history.GetCount(), 0);
-}
-
-TEST_F(Parser, ShortLinesAreIgnoredOrThrowByTheirFieldCountAndKeepEarlierRecords) {
+TEST_F(Parser, ShortLinesAreIgnoredOrThrowAndImpossibleDatesAreDropped) {
     parser.OnHistoryLine("Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,");
     // A tick line of fewer than 9 fields: ignored; exactly 9 (no basis letter): an error.
     parser.OnHistoryLine("Lookup0,LH,2026-01-05 09:30:00.000000,1.5,100,");
@@ -90,6 +81,12 @@ TEST_F(Parser, ShortLinesAreIgnoredOrThrowByTheirFieldCountAndKeepEarlierRecords
     EXPECT_THROW(parser.OnHistoryLine("Lookup6,LH,2026-01-08,11,9,10,10.5,5000000,"),
                  CInvalidArgException);
     EXPECT_THROW(parser.OnHistoryLine("Lookup3,LH,2026-01-08 09:30:00,11,"), CInvalidArgException);
+    // Impossible dates are dropped.
+    parser.OnHistoryLine(TickLine("2026-02-30 09:30:00.000000", "1.5"));
+    parser.OnHistoryLine("Lookup3,LH,2026-01-05 24:00:00,1,1,1,1,1,1,");
+    parser.OnHistoryLine("Lookup7,LH,2026-13-01,1,1,1,1,1,1,");
+    parser.OnHistoryLine("Lookup9,LH,20x6-01-01,1,1,1,1,1,1,");
+    parser.OnHistoryLine("Lookup6,LH,2026-1-1,1,1,1,1,1,1,");
     EXPECT_EQ(history.GetCount(), 1);
 }
 

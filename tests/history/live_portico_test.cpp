@@ -16,6 +16,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
 #include <map>
 #include <set>
 #include <string>
@@ -166,11 +168,9 @@ auto Fields(const sTICK& t) {
                       t.size, t.bid, t.ask, t.openInterest);
 }
 
-std::string TimeText(const sTICK& point) {
-    SDateTimeFields f;
-    point.time.GetFields(f);
-    return std::to_string(f.year * 10000 + f.month * 100 + f.day) + " " +
-           std::to_string(f.hour * 10000 + f.minute * 100 + f.second);
+std::string TimeText(const sTICK& p) {
+    return fmt::format("{}-{}-{} {}:{:02}", p.time.GetYear(), p.time.GetMonth(), p.time.GetDay(),
+                       p.time.GetHour(), p.time.GetMinute());
 }
 
 TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeats) {
