@@ -21,7 +21,6 @@
 #include <fstream>
 #include <iterator>
 #include <regex>
-#include <sstream>
 
 namespace skychart::test {
 namespace {
@@ -292,20 +291,6 @@ TEST_F(ExportTest, AServiceThatMisbehavesIsNamedAsTheCause) {
     }
 }
 
-// Splits a CSV row; an empty cell stays an empty field.
-std::vector<std::string> Cells(const std::string& row) {
-    std::vector<std::string> cells;
-    std::string cell;
-    std::istringstream in(row);
-    while (std::getline(in, cell, ',')) {
-        cells.push_back(cell);
-    }
-    if (!row.empty() && row.back() == ',') {
-        cells.emplace_back();
-    }
-    return cells;
-}
-
 TEST_F(ExportTest, StudyColumnsHoldWhatTheChartDraws) {
     m_home.writeFile(kSettingsFile, "[ApplicationSettings]\nMAs SHOW=1\nMoving Average 2 Select=0\n"
                                     "BB STUDY SHOW=1\nNumber of displayed study charts=3\n"
@@ -323,7 +308,7 @@ TEST_F(ExportTest, StudyColumnsHoldWhatTheChartDraws) {
     // over 21, momentum over 20.
     std::vector<study_formulas::Line> columns(14);
     for (std::size_t i = 1; i < rows.size(); ++i) {
-        const std::vector<std::string> cells = Cells(rows[i]);
+        const std::vector<std::string> cells = SplitAtCommas(rows[i] + ","); // every cell
         ASSERT_EQ(cells.size(), columns.size()) << rows[i];
         for (std::size_t c = 1; c < cells.size(); ++c) {
             columns[c].push_back(cells[c].empty() ? std::nan("") : std::stod(cells[c]));
