@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <regex>
 
 namespace skychart::test {
@@ -50,19 +51,14 @@ TEST_F(ChartPrintTest, ThePanesArePrintedAndExportedUnderTheTitleLine) {
 
     const std::string png = folder.path() + "/chart.png";
     ASSERT_EQ(view.ExportImage(png), "");
-    QImage image(QString::fromStdString(png));
+    const QImage image = QImage(QString::fromStdString(png)).convertToFormat(QImage::Format_RGB32);
     ASSERT_FALSE(image.isNull());
-    int up = 0;
-    int down = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QRgb pixel = image.pixel(x, y);
-            up += pixel == qRgb(0, 255, 0) ? 1 : 0;
-            down += pixel == qRgb(255, 0, 0) ? 1 : 0;
-        }
-    }
-    EXPECT_GT(up, 100);
-    EXPECT_GT(down, 100);
+    const auto* pixels = reinterpret_cast<const QRgb*>(image.constBits());
+    const auto count = [&](QRgb colour) {
+        return std::count(pixels, pixels + image.width() * image.height(), colour);
+    };
+    EXPECT_GT(count(qRgb(0, 255, 0)), 100) << "up candles";
+    EXPECT_GT(count(qRgb(255, 0, 0)), 100) << "down candles";
 
     EXPECT_NE(view.ExportImage(folder.path() + "/chart.bmp"), "");
     EXPECT_NE(view.ExportImage(folder.path() + "/no/such/folder/chart.png"), "");

@@ -17,18 +17,6 @@ sTICK TickAt(int year, int month, int day, int hour, int minute, int second, dou
     return tick;
 }
 
-TEST(TickRecord, TextsAreCopiedDeeplyWithTheRecord) {
-    sTICK tick;
-    tick.text2.Assign("odd lot");
-    sTICK copy = tick;
-    tick.text2.Assign("changed");
-    EXPECT_EQ(copy.text2.View(), "odd lot");
-    copy = tick;
-    EXPECT_EQ(copy.text2.View(), "changed");
-    tick.text2.Assign("");
-    EXPECT_TRUE(tick.text2.Empty());
-}
-
 // The fast calendar conversion used by the parser must agree with the checked one everywhere,
 // including impossible dates, leap days, the edges of the year range and days before 1899.
 TEST(FastDateTime, AgreesWithTheCheckedConversion) {
@@ -89,9 +77,16 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
     sTICK replacement = TickAt(2026, 1, 6, 11, 0, 0, 7.5);
     replacement.text1.Assign("corrected");
     history.ReplaceTick(1, replacement);
+    // The record's texts are copied, not shared.
+    replacement.text1.Assign("changed");
     history.GetTick(1, out);
     EXPECT_EQ(out.close, 7.5);
     EXPECT_EQ(out.text1.View(), "corrected");
+    out = replacement;
+    EXPECT_EQ(out.text1.View(), "changed");
+    replacement.text1.Assign("");
+    EXPECT_TRUE(replacement.text1.Empty());
+    EXPECT_EQ(out.text1.View(), "changed");
     EXPECT_THROW(history.ReplaceTick(5, replacement), CInvalidArgException);
     EXPECT_THROW(history.ReplaceTick(-1, replacement), CInvalidArgException);
     EXPECT_EQ(history.GetClose(0), 100.0);

@@ -168,8 +168,11 @@ TEST_F(Request, EachKindMakesItsCommandFromTheElementsOfItsDataType) {
         {"0,5,6,8,9", 1, "HIT,ABC,300,20210101 090000,20211231 180000,5000000,,,1,Lookup5,,s,0\n"},
         {"0,5,6,8,9",
          1,
-         "HIT,ABC,7200,20210101 090000,20211231 180000,5000000,093000,160000,1,Lookup5,,s,0\n",
-         {{"RequestFilterOn", "false,true"}, {"RequestIntervalIndex", "10"}}},
+         "HIT,ABC,7200,20210101 090000,20211231 180000,5000000,100000,153000,1,Lookup5,,s,0\n",
+         {{"RequestFilterOn", "false,true"},
+          {"RequestIntervalIndex", "10"},
+          {"RequestBeginFilterTime", "093000,100000"},
+          {"RequestEndFilterTime", "160000,153000"}}},
         {"0,3,6,8,9", 2, "HDX,ABC,33,1,Lookup6\n"},
         // Day ranges carry no times, nor the filter.
         {"0,3,7,8,9",
@@ -190,7 +193,7 @@ TEST_F(Request, EachKindMakesItsCommandFromTheElementsOfItsDataType) {
     EXPECT_EQ(history.GetParameters().beginTime, 0);
 }
 
-TEST_F(Request, AStartClearsTheCompleteFlagAndEarlierParametersAndSetsItsFilterTimes) {
+TEST_F(Request, AStartClearsTheCompleteFlagAndEarlierParameters) {
     UseAbc();
     history.SetHistoryComplete(true);
     Start("2,3,6,8,9", 0);
@@ -203,14 +206,6 @@ TEST_F(Request, AStartClearsTheCompleteFlagAndEarlierParametersAndSetsItsFilterT
     EXPECT_EQ(history.GetParameters().dataDirection, "1");
     EXPECT_EQ(history.GetParameters().symbol, "ABC");
     EXPECT_EQ(history.GetParameters().requestKind, 0U);
-
-    Set({{"RequestFilterOn", "false,true,false,false,false"},
-         {"RequestBeginFilterTime", "093000,100000"},
-         {"RequestEndFilterTime", "160000,153000"}});
-    EXPECT_EQ(Start("0,4,6,8,9", 1), "HID,ABC,300,5,5000000,100000,153000,1,Lookup4,,s,0\n");
-    EXPECT_EQ(history.GetParameters().beginFilterTime, 100000);
-    EXPECT_EQ(Start("0,4,6,8,9", 0), "HTX,ABC,11,1,Lookup0\n");
-    EXPECT_EQ(history.GetParameters().beginFilterTime, -1);
 }
 
 TEST_F(Request, TheCheckNamesEverySettingTheRequestWouldStopAtAndNoOther) {

@@ -142,16 +142,17 @@ public:
         for (const std::string& line : LookupAnswer(portico.lookupPort(), command, id)) {
             parser.OnHistoryLine(line);
         }
-        return Points(fresh);
+        return Points(&fresh);
     }
-    static std::vector<sTICK> Points(const CChartHistRequest& series) {
-        std::vector<sTICK> out(static_cast<std::size_t>(series.GetCount()));
+    // The records of `series`, oldest first; the chart's own by default.
+    std::vector<sTICK> Points(const CChartHistRequest* series = nullptr) const {
+        const CChartHistRequest& from = series ? *series : history;
+        std::vector<sTICK> out(static_cast<std::size_t>(from.GetCount()));
         for (std::size_t i = 0; i < out.size(); ++i) {
-            series.GetTick(static_cast<int>(i), out[i]);
+            from.GetTick(static_cast<int>(i), out[i]);
         }
         return out;
     }
-    std::vector<sTICK> Series() const { return Points(history); }
 
     PorticoProcess portico;
     CSettings settings;
@@ -176,7 +177,7 @@ std::string TimeText(const sTICK& p) {
 TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeats) {
     LiveChart chart({"AURX", "2024-03-05 12:00:00", "60", 0, 0});
     chart.feed->Follow(chart.loader, [&] { return chart.loader.AppliedTradeLines() >= 60; });
-    const std::vector<sTICK> series = chart.Series();
+    const std::vector<sTICK> series = chart.Points();
     ASSERT_GT(static_cast<int>(series.size()), chart.loaded);
 
     std::map<std::uint32_t, sTICK> fresh;
@@ -218,7 +219,7 @@ TEST(LiveFromPortico, IntervalBarsBuiltLiveEqualAFreshHistory) {
         chart.feed->Follow(chart.loader,
                            [&] { return chart.history.GetCount() >= chart.loaded + c.newBars; });
         EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
-        const std::vector<sTICK> series = chart.Series();
+        const std::vector<sTICK> series = chart.Points();
         std::map<double, sTICK> fresh;
         for (const sTICK& bar : chart.Fresh(c.command)) {
             fresh[bar.time.Days()] = bar;
@@ -241,7 +242,7 @@ TEST(LiveFromPortico, TheDayBarFollowsTheDaySummary) {
     EXPECT_EQ(chart.history.GetCount(), chart.loaded);
     const std::vector<sTICK> fresh = chart.Fresh("HDX,@NGI#,5,1,Lookup6");
     ASSERT_FALSE(fresh.empty());
-    EXPECT_EQ(Fields(chart.Series().back()), Fields(fresh.back()));
+    EXPECT_EQ(Fields(chart.Points().back()), Fields(fresh.back()));
 }
 
 } // namespace

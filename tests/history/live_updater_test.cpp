@@ -13,6 +13,7 @@
 #include <climits>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -73,14 +74,15 @@ struct SChart {
         history.SetParameters(params);
     }
     bool Apply(const SLine& line) { return updater.Apply(line.Text()); }
-    sTICK Newest() const {
+    // The record at `index`, the newest by default.
+    sTICK Record(int index = -1) const {
         sTICK tick;
-        history.GetTick(history.GetLastIndex(), tick);
+        history.GetTick(index < 0 ? history.GetLastIndex() : index, tick);
         return tick;
     }
     // The prices and counts of the newest record.
     std::string Prices() const {
-        const sTICK t = Newest();
+        const sTICK t = Record();
         return fmt::format("o{} h{} l{} c{} size{} vol{} oi{}", t.open, t.high, t.low, t.close,
                            t.size, t.volume, t.openInterest);
     }
@@ -121,21 +123,22 @@ TEST(Level1Updater, FollowsOnlyCompleteLiveRequestsOfTheSymbol) {
 }
 
 TEST(Level1Updater, QualifiesTradesByTheirContents) {
+    // Regular trades count; extended ones ("E", "O") only while they are accepted; others never.
     SChart ticks(kTicksDatapoints);
-    SLine line;
-    line.contents = "ba";
-    EXPECT_FALSE(ticks.Apply(line));
-    line.contents = "E";
-    EXPECT_FALSE(ticks.Apply(line)) << "extended trades are off";
-    EXPECT_EQ(ticks.history.GetCount(), 0);
-    EXPECT_FALSE(ticks.updater.LastUpdate().has_value());
-    ticks.history.SetExtendedTradesAccepted(true);
-    EXPECT_TRUE(ticks.Apply(line));
-    line.contents = "O";
-    line.total = "5001";
-    EXPECT_TRUE(ticks.Apply(line));
-    line.contents = "ba";
-    EXPECT_FALSE(ticks.Apply(line));
+    int total = 5000;
+    for (const auto& [contents, extended, applied] :
+         std::vector<std::tuple<const char*, bool, bool>>{{"ba", false, false},
+                                                          {"E", false, false},
+                                                          {"E", true, true},
+                                                          {"O", true, true},
+                                                          {"ba", true, false}}) {
+        ticks.history.SetExtendedTradesAccepted(extended);
+        SLine line;
+        line.contents = contents;
+        line.total = std::to_string(++total);
+        EXPECT_EQ(ticks.Apply(line), applied) << contents << " " << extended;
+        EXPECT_EQ(ticks.updater.LastUpdate().has_value(), ticks.history.GetCount() > 0);
+    }
     EXPECT_EQ(ticks.history.GetCount(), 2);
     EXPECT_EQ(ticks.updater.AppliedTradeLines(), 2U);
 
@@ -175,9 +178,9 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
     // The first trade of the next day starts its bar.
     ASSERT_TRUE(days.Apply(Trade("03/06/2024", "09:30:01", "11.40", "200")));
     ASSERT_EQ(days.history.GetCount(), 2);
-    EXPECT_EQ(days.Newest().time, CDateTime(2024, 3, 6, 0, 0, 0));
-    EXPECT_EQ(days.Newest().dayCode, 6);
-    EXPECT_EQ(days.Newest().volume, 200);
+    EXPECT_EQ(days.Record().time, CDateTime(2024, 3, 6, 0, 0, 0));
+    EXPECT_EQ(days.Record().dayCode, 6);
+    EXPECT_EQ(days.Record().volume, 200);
 }
 
 TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
@@ -206,10 +209,10 @@ TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
         p.endTime = 120000;
     });
     EXPECT_FALSE(bars.Apply(Trade("03/06/2024", "12:00:01", "11", "1100")));
-    EXPECT_EQ(bars.Newest().high, 10.0);
+    EXPECT_EQ(bars.Record().high, 10.0);
     EXPECT_FALSE(bars.Apply(Trade("03/05/2024", "09:59:59", "11", "1200")));
     EXPECT_TRUE(bars.Apply(Trade("03/06/2024", "12:00:00", "11", "1300")));
-    EXPECT_EQ(bars.Newest().high, 11.0);
+    EXPECT_EQ(bars.Record().high, 11.0);
     EXPECT_EQ(bars.history.GetCount(), 1);
 }
 
@@ -218,15 +221,11 @@ TEST(Level1Updater, AppendsTicksWithTheTradeTime) {
     ASSERT_TRUE(ticks.Apply(Trade("03/05/2024", "14:03:07", "10.25", "5000", "300")));
     ASSERT_TRUE(ticks.Apply(Trade("03/05/2024", "14:03:07t", "10.25", "5100", "300")));
     ASSERT_TRUE(ticks.Apply(Trade("03/05/2024", "14:03:07.250000", "10.50", "5200", "300")));
-    sTICK first;
-    sTICK second;
-    ticks.history.GetTick(0, first);
-    ticks.history.GetTick(1, second);
-    EXPECT_EQ(first.time, CDateTime(2024, 3, 5, 14, 3, 7));
-    EXPECT_EQ(second.time, first.time);
-    EXPECT_EQ(second.microseconds, 0);
-    const sTICK third = ticks.Newest();
-    EXPECT_EQ(third.time, first.time);
+    EXPECT_EQ(ticks.Record(0).time, CDateTime(2024, 3, 5, 14, 3, 7));
+    EXPECT_EQ(ticks.Record(1).time, ticks.Record(0).time);
+    EXPECT_EQ(ticks.Record(1).microseconds, 0);
+    const sTICK third = ticks.Record();
+    EXPECT_EQ(third.time, ticks.Record(0).time);
     EXPECT_EQ(third.microseconds, 250000);
     EXPECT_EQ(third.tickId, 77U);
     EXPECT_EQ(third.dayCode, 5);
@@ -255,7 +254,7 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     EXPECT_EQ(bars.Prices(), "o10 h10.6 l9.8 c9.8 size450 vol5150 oi0");
     ASSERT_TRUE(bars.Apply(Trade("03/05/2024", "09:31:00", "10.1", "5200")));
     ASSERT_EQ(bars.history.GetCount(), 2);
-    EXPECT_EQ(bars.Newest().time, CDateTime(2024, 3, 5, 9, 32, 0));
+    EXPECT_EQ(bars.Record().time, CDateTime(2024, 3, 5, 9, 32, 0));
     EXPECT_EQ(bars.Prices(), "o10.1 h10.1 l10.1 c10.1 size100 vol5200 oi0");
 
     // An older summary line is ignored, a later one applied.
@@ -264,28 +263,28 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     EXPECT_FALSE(bars.Apply(summary));
     summary.time = "09:32:30";
     EXPECT_TRUE(bars.Apply(summary));
-    EXPECT_EQ(bars.Newest().time, CDateTime(2024, 3, 5, 9, 33, 0));
+    EXPECT_EQ(bars.Record().time, CDateTime(2024, 3, 5, 9, 33, 0));
     // A later date starts a bar of its own.
     ASSERT_TRUE(bars.Apply(Trade("03/06/2024", "09:00:00", "11", "100")));
-    EXPECT_EQ(bars.Newest().time, CDateTime(2024, 3, 6, 9, 1, 0));
+    EXPECT_EQ(bars.Record().time, CDateTime(2024, 3, 6, 9, 1, 0));
 
     // The last minute of a day ends at 00:00:00 of the next; its later trades still extend it.
     SChart night(kIntervalsDatapoints, 300);
     night.history.AppendTick(Bar(CDateTime(2024, 3, 5, 23, 55, 0), 5, 5, 5, 5, 10, 100));
     ASSERT_TRUE(night.Apply(Trade("03/05/2024", "23:57:30", "6", "110")));
-    EXPECT_EQ(night.Newest().time, CDateTime(2024, 3, 6, 0, 0, 0));
+    EXPECT_EQ(night.Record().time, CDateTime(2024, 3, 6, 0, 0, 0));
     ASSERT_TRUE(night.Apply(Trade("03/05/2024", "23:59:59", "7", "120")));
     EXPECT_EQ(night.history.GetCount(), 2);
-    EXPECT_EQ(night.Newest().high, 7.0);
+    EXPECT_EQ(night.Record().high, 7.0);
     ASSERT_TRUE(night.Apply(Trade("03/06/2024", "00:00:00", "8", "5")));
-    EXPECT_EQ(night.Newest().time, CDateTime(2024, 3, 6, 0, 5, 0));
+    EXPECT_EQ(night.Record().time, CDateTime(2024, 3, 6, 0, 5, 0));
 
     // Dates compare as MMDDYYYY numbers: January 2 of the next year extends a December bar.
     SChart yearEnd(kIntervalsDatapoints, 60);
     yearEnd.history.AppendTick(Bar(CDateTime(2024, 12, 31, 16, 0, 0), 10, 10, 10, 10, 100, 1000));
     ASSERT_TRUE(yearEnd.Apply(Trade("01/02/2025", "09:30:05", "13", "50")));
     EXPECT_EQ(yearEnd.history.GetCount(), 1);
-    EXPECT_EQ(yearEnd.Newest().time, CDateTime(2024, 12, 31, 16, 0, 0));
+    EXPECT_EQ(yearEnd.Record().time, CDateTime(2024, 12, 31, 16, 0, 0));
     EXPECT_EQ(yearEnd.Prices(), "o10 h13 l10 c13 size200 vol50 oi0");
 }
 
@@ -303,7 +302,7 @@ TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
     EXPECT_EQ(bars.updater.DroppedLines(), lines.size() - 1) << "one line is of another symbol";
     EXPECT_FALSE(bars.updater.LastDropReason().empty());
     EXPECT_EQ(bars.history.GetCount(), 1);
-    EXPECT_EQ(bars.Newest().high, 10.0);
+    EXPECT_EQ(bars.Record().high, 10.0);
 
     // A fundamental line sizes the price labels from field 30, or field 31 + 10.
     std::string fundamental = "F,ABC";
