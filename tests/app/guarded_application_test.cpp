@@ -12,6 +12,7 @@
 
 namespace {
 
+// Handles custom event type User + i by reading element i: User + 5 throws.
 class CIndexingObject : public QObject {
 public:
     std::vector<int> values{10, 20};
@@ -19,13 +20,11 @@ public:
 
 protected:
     bool event(QEvent* event) override {
-        if (event->type() >= QEvent::User) {
-            // Out of range for the second custom event type: throws.
-            seen.push_back(
-                ElementAt(values, static_cast<std::size_t>(event->type() - QEvent::User)));
-            return true;
+        if (event->type() < QEvent::User) {
+            return QObject::event(event);
         }
-        return QObject::event(event);
+        seen.push_back(ElementAt(values, static_cast<std::size_t>(event->type() - QEvent::User)));
+        return true;
     }
 };
 
@@ -33,12 +32,11 @@ TEST(GuardedApplication, AbsorbsInvalidArgumentsAndKeepsHandlingEvents) {
     auto* application = qobject_cast<CGuardedApplication*>(QCoreApplication::instance());
     ASSERT_NE(application, nullptr);
     const int absorbedBefore = application->AbsorbedErrors();
-
     CIndexingObject target;
-    QCoreApplication::postEvent(&target, new QEvent(static_cast<QEvent::Type>(QEvent::User + 5)));
-    QCoreApplication::postEvent(&target, new QEvent(static_cast<QEvent::Type>(QEvent::User + 1)));
+    for (const int offset : {5, 1}) {
+        QCoreApplication::postEvent(&target, new QEvent(QEvent::Type(QEvent::User + offset)));
+    }
     QCoreApplication::sendPostedEvents(&target);
-
     EXPECT_EQ(application->AbsorbedErrors(), absorbedBefore + 1);
     EXPECT_EQ(target.seen, std::vector<int>{20});
 }

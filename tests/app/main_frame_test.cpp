@@ -6,61 +6,41 @@
 #include "app/ui/charts_app.h"
 #include "app/ui/ribbon_bar.h"
 #include "chart/ui/chart_form_view.h"
-#include "core/settings.h"
 #include "feed/feed_connections.h"
 #include "platform/workspace_bus.h"
 
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
-#include <QLineEdit>
 #include <QStatusBar>
 
 namespace skychart::test {
 namespace {
 
-COrvaneCommandLineInfo CommandLine(const std::vector<std::string>& parameters) {
-    COrvaneCommandLineInfo info;
-    info.Parse(parameters);
-    return info;
-}
-
-bool HasStatusPane(CMainFrame& frame, const QString& name) {
-    return frame.statusBar()->findChild<QLabel*>(name) != nullptr;
+QLabel* StatusPane(CMainFrame& frame, const QString& name) {
+    return frame.statusBar()->findChild<QLabel*>(name);
 }
 
 TEST_F(FrameTest, CreationBuildsRibbonStatusBarAndReachesTheService) {
     CMainFrame& frame = OpenFrame();
     EXPECT_EQ(frame.StatusText(), "Ready...");
-    EXPECT_TRUE(HasStatusPane(frame, "Symbol"));
-    EXPECT_TRUE(HasStatusPane(frame, "Chart Type"));
-
+    EXPECT_NE(StatusPane(frame, "Symbol"), nullptr);
+    EXPECT_NE(StatusPane(frame, "Chart Type"), nullptr);
     const QList<QGroupBox*> panels =
         frame.Ribbon()->PanelsWithCaption(CMainFrame::kEnterPanelCaption);
     ASSERT_FALSE(panels.isEmpty());
     EXPECT_TRUE(panels.front()->isAncestorOf(frame.SymbolCombo()));
     EXPECT_TRUE(frame.SymbolCombo()->isEditable());
-
     // Items carry their data: the frame stores what the history requests read.
     ASSERT_EQ(frame.RequestTypeCombo()->count(), 5);
-    EXPECT_EQ(frame.RequestTypeCombo()->itemText(4), "Monthly");
     EXPECT_EQ(frame.RequestTypeCombo()->itemData(4).toInt(), 4);
     ASSERT_EQ(frame.IntervalCombo()->count(), 11);
     EXPECT_EQ(frame.IntervalCombo()->itemText(10), "2-Hour");
     EXPECT_EQ(frame.IntervalCombo()->itemData(10).toInt(), 120);
-    EXPECT_EQ(frame.ChartStyleCombo()->itemText(1), "Candlestick");
-    EXPECT_EQ(frame.SearchModeCombo()->itemText(1), "Search By Description");
 
     ASSERT_TRUE(WaitForService());
     EXPECT_EQ(frame.StatusText(), "Connected to Kestrel...");
-    // Without a symbol on the command line nothing is loaded.
-    EXPECT_TRUE(frame.ChartView()->Symbol().empty());
-    EXPECT_TRUE(Stored("CurrentSymbol").isEmpty());
-}
-
-TEST_F(FrameTest, EnterWithOnlySpacesDoesNothing) {
-    CMainFrame& frame = OpenFrame();
-    ASSERT_TRUE(WaitForService());
+    // Without a symbol on the command line nothing is loaded, and Enter on blanks loads nothing.
     EnterInSymbolBox("    ");
     EnterInSymbolBox("");
     EXPECT_TRUE(frame.ChartView()->Symbol().empty());
@@ -72,10 +52,9 @@ TEST_F(FrameTest, EnterWithOnlySpacesDoesNothing) {
     EXPECT_TRUE(frame.Feed()->WatchesInFlight().empty());
 }
 
-TEST_F(FrameTest, LowerCaseSymbolIsStoredUpperCaseAndWatched) {
+TEST_F(FrameTest, EachSymbolEnteredReplacesTheWatchAndLeadsTheRecentList) {
     CMainFrame& frame = OpenFrame();
     ASSERT_TRUE(WaitForService());
-
     QStringList fundamentals;
     QObject::connect(&frame, &CMainFrame::Level1LineReceived, &frame, [&](const QString& line) {
         if (line.startsWith("F,")) {
@@ -83,15 +62,11 @@ TEST_F(FrameTest, LowerCaseSymbolIsStoredUpperCaseAndWatched) {
         }
     });
     EnterInSymbolBox("  luma \t");
-
     EXPECT_EQ(frame.ChartView()->Symbol(), "LUMA");
     EXPECT_EQ(Stored("CurrentSymbol"), "LUMA");
-    EXPECT_EQ(Stored("Symbols"), "LUMA");
-    EXPECT_EQ(frame.SymbolCombo()->itemText(0), "LUMA");
     // The watch reaches the service, and its first fundamental line comes back.
     ASSERT_TRUE(WaitFor([&] { return !fundamentals.isEmpty(); })) << "no F line for LUMA";
     EXPECT_TRUE(fundamentals.front().startsWith("F,LUMA,"));
-    EXPECT_TRUE(WaitForServiceWatchCount(1));
 
     // A second symbol replaces the first: it goes first in the recent list, and the first one
     // is no longer watched.
@@ -112,9 +87,10 @@ TEST_F(FrameTest, LowerCaseSymbolIsStoredUpperCaseAndWatched) {
     EXPECT_EQ(again.SymbolCombo()->currentText(), "LUMA");
 }
 
-TEST_F(FrameTest, CommandLineAppliesOnceWhenTheServiceIsReady) {
-    CMainFrame& frame =
-        OpenFrame(CommandLine({"-symbol", "krno", "-type", "weekly", "-interval", "1-Hour"}));
+TEST_F(FrameTest, CommandLineAppliesOnceWhenTheServiceIsReadyAndTheWorkspaceKeepsTheChart) {
+    COrvaneCommandLineInfo commandLine;
+    commandLine.Parse({"-symbol", "krno", "-type", "weekly", "-interval", "1-Hour"});
+    CMainFrame& frame = OpenFrame(commandLine);
     // Nothing is applied before the service reports itself.
     EXPECT_TRUE(frame.ChartView()->Symbol().empty());
     ASSERT_TRUE(WaitForService());
@@ -132,7 +108,17 @@ TEST_F(FrameTest, CommandLineAppliesOnceWhenTheServiceIsReady) {
     frame.OnServiceIp();
     EXPECT_EQ(frame.ChartView()->Symbol(), "LUMA");
     EXPECT_EQ(Stored("CurrentSymbol"), "LUMA");
-    EXPECT_EQ(frame.ChartArguments(), "-symbol LUMA -type Weekly -interval 1-Hour");
+
+    // The workspace stores the chart shown; an unknown one tells the user and opens nothing.
+    ASSERT_TRUE(frame.SaveWorkspace("Morning/Desk"));
+    const std::optional<std::string> stored = CWorkspaceStore::Load("Morning/Desk", "Skychart");
+    ASSERT_TRUE(stored.has_value());
+    EXPECT_EQ(stored->rfind("-symbol LUMA -type Weekly -interval 1-Hour ", 0), 0U) << *stored;
+    EXPECT_FALSE(CChartsApp::OpenWorkspace("Evening", m_prompt).has_value());
+    ASSERT_FALSE(m_prompt.boxes.empty());
+    EXPECT_EQ(m_prompt.boxes.back().caption, "Kestrel Workspace Create Error");
+    EXPECT_EQ(m_prompt.boxes.back().text,
+              "Unable to open workspace with name Evening in application Skychart. Error:2");
 }
 
 TEST_F(FrameTest, RibbonCombosAreStoredAndSelectedAtTheNextStart) {
@@ -145,7 +131,7 @@ TEST_F(FrameTest, RibbonCombosAreStoredAndSelectedAtTheNextStart) {
     EXPECT_EQ(Stored("RequestIntervalIndex"), "7");
     EXPECT_EQ(Stored("Candle Price Chart Style"), "0");
     EXPECT_EQ(Stored("Search Type"), "1");
-    EXPECT_EQ(frame.statusBar()->findChild<QLabel*>("Chart Type")->text(), "30-Minute OHLC");
+    EXPECT_EQ(StatusPane(frame, "Chart Type")->text(), "30-Minute OHLC");
 
     CloseFrame();
     CMainFrame& again = OpenFrame();
@@ -155,33 +141,6 @@ TEST_F(FrameTest, RibbonCombosAreStoredAndSelectedAtTheNextStart) {
     EXPECT_EQ(again.SearchModeCombo()->currentIndex(), 1);
     // Filling the combos at start stores nothing new.
     EXPECT_EQ(Stored("RequestIntervalIndex"), "7");
-}
-
-TEST_F(FrameTest, WorkspaceIsStoredAndReopensTheSameChart) {
-    CMainFrame& frame = OpenFrame();
-    ASSERT_TRUE(WaitForService());
-    EnterInSymbolBox("luma");
-    frame.RequestTypeCombo()->setCurrentIndex(frame.RequestTypeCombo()->findText("Daily"));
-    ASSERT_TRUE(frame.SaveWorkspace("Morning/Desk"));
-
-    const std::optional<std::string> stored = CWorkspaceStore::Load("Morning/Desk", "Skychart");
-    ASSERT_TRUE(stored.has_value());
-    EXPECT_EQ(stored->rfind("-symbol LUMA -type Daily -interval ", 0), 0U) << *stored;
-    const std::optional<COrvaneCommandLineInfo> reopened =
-        CChartsApp::OpenWorkspace("Morning/Desk", m_prompt);
-    ASSERT_TRUE(reopened.has_value());
-    EXPECT_EQ(reopened->symbol, "LUMA");
-    EXPECT_EQ(reopened->type, "Daily");
-    EXPECT_TRUE(reopened->maximise || reopened->minimise || reopened->HasFrameRect()) << *stored;
-    EXPECT_TRUE(m_prompt.boxes.empty() ||
-                m_prompt.boxes.back().caption != CChartsApp::kWorkspaceErrorCaption);
-
-    // An unknown workspace tells the user and opens nothing.
-    EXPECT_FALSE(CChartsApp::OpenWorkspace("Evening", m_prompt).has_value());
-    ASSERT_FALSE(m_prompt.boxes.empty());
-    EXPECT_EQ(m_prompt.boxes.back().caption, "Kestrel Workspace Create Error");
-    EXPECT_EQ(m_prompt.boxes.back().text,
-              "Unable to open workspace with name Evening in application Skychart. Error:2");
 }
 
 } // namespace

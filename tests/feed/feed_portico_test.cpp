@@ -9,7 +9,7 @@
 #include "platform/process_launcher.h"
 #include "platform/qt_feed.h"
 #include "portico_process.h"
-#include "recording_frame.h"
+#include "scripted_feed.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

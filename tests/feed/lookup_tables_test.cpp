@@ -1,6 +1,6 @@
 // The reference tables fetched over the blocking lookup connection, and the service time texts.
 
-#include "fake_platform.h"
+#include "scripted_feed.h"
 #include "feed/lookup_system_info.h"
 #include "feed/service_statistics.h"
 

@@ -1,6 +1,6 @@
 // The line socket: cutting received bytes into lines, counters, status and delivery targets.
 
-#include "fake_platform.h"
+#include "scripted_feed.h"
 #include "feed/kestrel_stream_socket.h"
 
 #include <gtest/gtest.h>
