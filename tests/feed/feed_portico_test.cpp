@@ -1,5 +1,5 @@
 // The feed connections on the Qt event loop against the real portico: the Level 1 handshake,
-// retries, the failure of a handler and an overlong line. (Opening the connections, watches,
+// the failure of a handler, retries and an overlong line. (Opening the connections, watches,
 // searches and the reference tables over real sockets are the frame's tests; the watch limit's
 // wire text is pinned on both sides, in the scripted feed tests and the service's own.)
 
@@ -49,22 +49,18 @@ bool RunUntil(const std::function<bool()>& done, std::chrono::seconds bound = 30
 class RefusingPort {
 public:
     RefusingPort() {
-        m_fd = ::socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t length = sizeof(address);
-        if (::bind(m_fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-            ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-            m_port = ntohs(address.sin_port);
+        auto* any = reinterpret_cast<sockaddr*>(&address);
+        if (::bind(fd, any, length) == 0 && ::getsockname(fd, any, &length) == 0) {
+            port = ntohs(address.sin_port);
         }
     }
-    ~RefusingPort() { ::close(m_fd); }
-    int port() const { return m_port; }
-
-private:
-    int m_fd = -1;
-    int m_port = 0;
+    ~RefusingPort() { ::close(fd); }
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    int port = 0;
 };
 
 // The Qt platform, remembering the connection managers it started.
@@ -117,15 +113,9 @@ protected:
             << "[General]\nAdminPort=" << admin << "\nLookupPort=" << lookup
             << "\nLevel1Port=" << level1 << "\n";
     }
-    // Starts the feed and waits until the Level 1 handshake has been answered.
     void StartFeed() {
         feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
         feed->Start();
-        ASSERT_TRUE(RunUntil([this] {
-            const SKestrelSocketStats* level1 =
-                feed->ConnectionStatistics(CFeedConnections::kLevel1);
-            return level1 != nullptr && level1->IsConnected() && frame.serviceIp > 0;
-        })) << "the Level 1 connection never came up";
     }
     const SKestrelSocketStats& Stats(int kind) const { return *feed->ConnectionStatistics(kind); }
 
@@ -144,9 +134,14 @@ void RecordSystemLine(CFeedConnections& /*frame*/, const std::string& line) {
     g_systemLines.push_back(line);
 }
 
-TEST_F(FeedPorticoTest, TheServiceAcceptsTheHandshakeOfTheLevel1Connection) {
+TEST_F(FeedPorticoTest, TheServiceTakesTheLevel1HandshakeAndAFailedLineLosesOnlyItself) {
     StartService();
-    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
+    StartFeed();
+    ASSERT_TRUE(RunUntil([this] {
+        const SKestrelSocketStats* level1 = feed->ConnectionStatistics(CFeedConnections::kLevel1);
+        return level1 != nullptr && level1->IsConnected() && frame.serviceIp > 0;
+    })) << "the Level 1 connection never came up";
+    // A connection of its own, to see the service's answers to the handshake.
     CKestrelClientAppSocket socket(platform, *feed, prompt, 3);
     socket.SetHandler('S', &RecordSystemLine);
     socket.SetProtocolVersion("6.1");
@@ -159,16 +154,21 @@ TEST_F(FeedPorticoTest, TheServiceAcceptsTheHandshakeOfTheLevel1Connection) {
     EXPECT_TRUE(g_systemLines[0].starts_with("S,IP,")) << g_systemLines[0];
     EXPECT_EQ(g_systemLines[1], "S,CURRENT PROTOCOL,6.1");
     EXPECT_EQ(g_systemLines[2], "S,CURRENT UPDATE FIELDS," + CFeedConnections::UpdateFieldList());
-    feed.reset();
+
+    // The fundamental line fails in the frame after the watch bookkeeping; later lines still come.
+    frame.throwOnLevel1 = true;
+    EXPECT_GT(feed->WatchSymbol("AURX"), 0);
+    ASSERT_TRUE(RunUntil([this] { return frame.Saw("P,AURX,") && frame.level1Lines.size() >= 3; }));
+    EXPECT_TRUE(frame.Saw("F,AURX,"));
+    EXPECT_TRUE(feed->WatchesInFlight().empty());
 }
 
 TEST_F(FeedPorticoTest, AnAdminPortThatRefusesEndsInTheFailureBoxAfterTenRetries) {
     // Kept until the started manager has gone, so that it cannot take the port itself.
     const RefusingPort& refusing = m_refusing.emplace();
-    ASSERT_NE(refusing.port(), 0);
-    UseConfig(m_home.emplace().path(), refusing.port(), refusing.port(), refusing.port());
-    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
-    feed->Start();
+    ASSERT_NE(refusing.port, 0);
+    UseConfig(m_home.emplace().path(), refusing.port, refusing.port, refusing.port);
+    StartFeed();
     ASSERT_TRUE(RunUntil([this] { return !prompt.boxes.empty(); }));
     ASSERT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(prompt.boxes[0].text, "Skychart is unable to connect to Kestrel.\nPlease restart the "
@@ -182,21 +182,9 @@ TEST_F(FeedPorticoTest, AnAdminPortThatRefusesEndsInTheFailureBoxAfterTenRetries
     EXPECT_FALSE(feed->ListedMarkets().IsLoaded());
 }
 
-TEST_F(FeedPorticoTest, AHandlerFailureAbandonsOnlyItsLine) {
-    StartService();
-    StartFeed();
-    frame.throwOnLevel1 = true;
-    EXPECT_GT(feed->WatchSymbol("AURX"), 0);
-    // The fundamental line fails in the frame after the watch bookkeeping; later lines still come.
-    ASSERT_TRUE(RunUntil([this] { return frame.Saw("P,AURX,") && frame.level1Lines.size() >= 3; }));
-    EXPECT_TRUE(frame.Saw("F,AURX,"));
-    EXPECT_TRUE(feed->WatchesInFlight().empty());
-}
-
 TEST_F(FeedPorticoTest, ALineOverTheLimitStallsOnlyItsOwnConnection) {
     StartService({"--fault-long-line"});
-    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
-    feed->Start();
+    StartFeed();
     ASSERT_TRUE(RunUntil([this] {
         const CKestrelClientAppSocket* level1 = feed->Connection(CFeedConnections::kLevel1);
         return level1 != nullptr &&
