@@ -191,10 +191,7 @@ TEST_F(SettingsFile, AFileReadAsUsableStaysUsableWhenSettingsAreSaved) {
         EXPECT_TRUE(settings.SaveList("Symbols", {"SPY", "QQQ"}, &prompt));
         EXPECT_EQ(SettingsFileProblem(QString::fromStdString(file.string())), "");
         EXPECT_EQ(CConfigWriter().Read("Symbols", ""), "SPY,QQQ");
-        fs::remove(file);
-        for (const auto& entry : fs::directory_iterator(file.parent_path())) {
-            fs::remove(entry.path());
-        }
+        fs::remove_all(file.parent_path());
     }
 }
 
