@@ -6,7 +6,7 @@
 #include "feed/feed_connections.h"
 #include "feed/kestrel_client_app_socket.h"
 #include "feed/lookup_system_info.h"
-#include "platform/process_launcher.h"
+#include "line_client.h"
 #include "platform/qt_feed.h"
 #include "portico_process.h"
 #include "scripted_feed.h"
@@ -16,17 +16,11 @@
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
+#include <fmt/format.h>
+
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <netinet/in.h>
-#include <optional>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace skychart::test {
 namespace {
@@ -45,73 +39,29 @@ bool RunUntil(const std::function<bool()>& done, std::chrono::seconds bound = 30
     return true;
 }
 
-// A port that is taken but refuses connections: bound, never listening.
-class RefusingPort {
+// The Qt platform without the connection manager: the test starts the service itself (the frame
+// tests and the end-to-end tests start it as the application does).
+class ServicePlatform : public CQtFeedPlatform {
 public:
-    RefusingPort() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof(address);
-        auto* any = reinterpret_cast<sockaddr*>(&address);
-        if (::bind(fd, any, length) == 0 && ::getsockname(fd, any, &length) == 0) {
-            port = ntohs(address.sin_port);
-        }
+    bool LaunchConnectionManager(const std::string& /*parameters*/, int& errorCode) override {
+        errorCode = 0;
+        return true;
     }
-    ~RefusingPort() { ::close(fd); }
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    int port = 0;
 };
-
-// The Qt platform, remembering the connection managers it started.
-class TrackingPlatform : public CQtFeedPlatform {
-public:
-    bool LaunchConnectionManager(const std::string& parameters, int& errorCode) override {
-        long long pid = 0;
-        const bool started = CProcessLauncher::LaunchConnectionManager(parameters, errorCode, &pid);
-        if (started) {
-            launched.push_back(static_cast<pid_t>(pid));
-        }
-        return started;
-    }
-    std::vector<pid_t> launched;
-};
-
-bool Running(pid_t pid) {
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string pidText, name, state;
-    return stat >> pidText >> name >> state && state != "Z";
-}
 
 class FeedPorticoTest : public ::testing::Test {
 protected:
-    void TearDown() override {
-        feed.reset();
-        // A started manager finds the test's service on its admin port and leaves at once;
-        // the service stays until it has, so that no manager outlives the test.
-        for (const pid_t pid : platform.launched) {
-            RunUntil([pid] { return !Running(pid); }, 10s);
-            if (Running(pid)) {
-                ::kill(pid, SIGTERM);
-            }
-        }
-    }
-
     // Starts portico with `arguments` and points this process's Startup.conf at its ports.
     void StartService(std::vector<std::string> arguments = {}) {
         arguments.insert(arguments.end(), {"--connect-delay", "0", "--linger", "0"});
         ASSERT_TRUE(portico.start(arguments)) << portico.errorOutput();
-        UseConfig(portico.configHome(), portico.adminPort(), portico.lookupPort(),
-                  portico.level1Port());
+        UsePorts(portico.adminPort(), portico.lookupPort(), portico.level1Port());
     }
-    // Makes `home` this process's configuration folder, with the three ports in Startup.conf.
-    static void UseConfig(const std::string& home, int admin, int lookup, int level1) {
-        ::setenv("XDG_CONFIG_HOME", home.c_str(), 1);
-        const std::filesystem::path folder = std::filesystem::path(home) / "Orvane" / "Kestrel";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "Startup.conf")
-            << "[General]\nAdminPort=" << admin << "\nLookupPort=" << lookup
-            << "\nLevel1Port=" << level1 << "\n";
+    void UsePorts(int admin, int lookup, int level1) {
+        ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1);
+        home.writeFile("Orvane/Kestrel/Startup.conf",
+                       fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n", admin,
+                                   lookup, level1));
     }
     void StartFeed() {
         feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
@@ -120,9 +70,8 @@ protected:
     const SKestrelSocketStats& Stats(int kind) const { return *feed->ConnectionStatistics(kind); }
 
     PorticoProcess portico{PORTICO_EXECUTABLE};
-    TrackingPlatform platform;
-    std::optional<TempDir> m_home;
-    std::optional<RefusingPort> m_refusing;
+    ServicePlatform platform;
+    TempDir home;
     RecordingFrame frame;
     RecordingPrompt prompt;
     std::unique_ptr<CFeedConnections> feed;
@@ -164,10 +113,8 @@ TEST_F(FeedPorticoTest, TheServiceTakesTheLevel1HandshakeAndAFailedLineLosesOnly
 }
 
 TEST_F(FeedPorticoTest, AnAdminPortThatRefusesEndsInTheFailureBoxAfterTenRetries) {
-    // Kept until the started manager has gone, so that it cannot take the port itself.
-    const RefusingPort& refusing = m_refusing.emplace();
-    ASSERT_NE(refusing.port, 0);
-    UseConfig(m_home.emplace().path(), refusing.port, refusing.port, refusing.port);
+    const int refusing = UnusedPort();
+    UsePorts(refusing, refusing, refusing);
     StartFeed();
     ASSERT_TRUE(RunUntil([this] { return !prompt.boxes.empty(); }));
     ASSERT_EQ(prompt.boxes.size(), 1u);
@@ -198,3 +145,10 @@ TEST_F(FeedPorticoTest, ALineOverTheLimitStallsOnlyItsOwnConnection) {
 
 } // namespace
 } // namespace skychart::test
+
+// The socket notifications come from Qt's event loop, so these tests run inside an application.
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
