@@ -34,14 +34,14 @@ TEST(ApplicationLog, OpensItsFileInANewFolderWithBannerAndPattern) {
     spdlog::default_logger()->flush();
 
     std::ifstream in(result.file);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
+    std::vector<std::string> lines(3);
+    for (std::string& line : lines) {
+        std::getline(in, line);
     }
+    EXPECT_TRUE(in.peek() == EOF) << "more than three lines";
     // %P is the real process id; the pid in the name and the banner is the one handed in.
     const std::string stamp =
         R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\t)" + std::to_string(::getpid()) + R"(\t\d+\t)";
-    ASSERT_EQ(lines.size(), 3u);
     EXPECT_TRUE(std::regex_search(
         lines[0], std::regex(stamp + R"(=== Skychart Log Opened \(PID: 4242\) ===$)")))
         << lines[0];

@@ -73,7 +73,7 @@ protected:
     int dataApplied = 0;
 };
 
-TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFile) {
+TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapointsTheDefault) {
     CDataSettingsPage& page =
         Open({{"RequestDataType", "1"}, {"RequestDatapoints", "100,200,300,400,500"}});
     ASSERT_EQ(sheet->Page(0), &page);
@@ -118,26 +118,19 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFile) {
     EXPECT_EQ(Stored("RequestBeginDate").substr(18, 8), "20200101");
     // Settings the page does not edit are left as they were.
     EXPECT_EQ(Stored("RequestDataType"), "1");
-}
 
-TEST_F(SettingSheetTest, OneOkStoresInvalidDatapointsAs10000WithTheOtherEdits) {
-    CDataSettingsPage& page =
-        Open({{"RequestDataType", "2"}, {"RequestDatapoints", "100,200,300,400,500"}});
-    // Leaving a data type with a bad number stores the default, with the message.
-    page.DataTypeSelector()->setCurrentIndex(1);
-    page.DatapointsEdit()->setText("-1");
+    // Leaving a data type with a bad number stores the default, with the message; so does OK.
     page.DataTypeSelector()->setCurrentIndex(2);
+    page.DatapointsEdit()->setText("-1");
+    page.DataTypeSelector()->setCurrentIndex(0);
     EXPECT_EQ(prompt.Texts(), std::vector<std::string>{kDatapointsBox});
-
     page.DatapointsEdit()->setText("5000001");
-    page.Choice(ERequestChoice::DateRange)->click();
     Press(QDialogButtonBox::Ok);
     EXPECT_EQ(prompt.Texts(), (std::vector<std::string>{kDatapointsBox, kDatapointsBox}));
     EXPECT_EQ(page.DatapointsEdit()->text(), "10000");
     EXPECT_EQ(sheet->result(), QDialog::Accepted);
-    EXPECT_EQ(dataApplied, 1);
-    EXPECT_EQ(Stored("RequestDatapoints"), "100,10000,10000,400,500");
-    EXPECT_EQ(Stored("RequestRecentType"), "0,3,7,8,9");
+    EXPECT_EQ(dataApplied, 2);
+    EXPECT_EQ(Stored("RequestDatapoints"), "10000,200,10000,400,500");
 }
 
 TEST_F(SettingSheetTest, AStoredDataTypeThatIsNoneStaysStoredAndCancelStoresNothing) {

@@ -138,8 +138,6 @@ TEST_F(FeedConnectionsTest, EveryFirstByteHasAHandlerAndLinesReachTheirFrameCall
     for (int byte = 0; byte < 256; ++byte) {
         EXPECT_NE(socket.Handler(static_cast<unsigned char>(byte)), nullptr) << byte;
     }
-    EXPECT_EQ(socket.Handler('A'), &CFeedConnections::OnIgnoredLine);
-    EXPECT_EQ(socket.Handler(0xff), &CFeedConnections::OnIgnoredLine);
 
     level1().Arrive("Q,AURX,1\r\nP,AURX,2\r\nF,AURX,3\r\nn,NOSUCH\r\nA,x\r\nZ,y\r\n7,z\r\n"
                     "\xff,w\r\nq,v\r\n");
