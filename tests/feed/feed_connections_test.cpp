@@ -80,6 +80,15 @@ TEST_F(FeedConnectionsTest, StartLaunchesTheManagerAndConnectsTheAdminWithItsHan
 
 TEST_F(FeedConnectionsTest, TheFirstConnectedStatisticsOpenLookupAndLevel1OnceOnly) {
     feed.Start();
+    // Statistics lines that are short or mislabelled change nothing.
+    const std::string line = Stats(9, 1, "Connected");
+    for (const std::string& bad : {line.substr(0, line.rfind(",0")) + "\r\n", // 20 fields
+                                   "S,STATX" + line.substr(7), "S,STATSX" + line.substr(7)}) {
+        admin().Arrive(bad);
+    }
+    EXPECT_FALSE(feed.ServiceStatistics().valid);
+    EXPECT_EQ(feed.ServiceStatistics().status, "Not Connected");
+
     admin().Arrive(Stats(500, 0, "Not Connected"));
     EXPECT_TRUE(feed.ServiceStatistics().valid);
     EXPECT_EQ(platform.sockets.size(), 1u);
@@ -118,18 +127,6 @@ TEST_F(FeedConnectionsTest, TheFirstConnectedStatisticsOpenLookupAndLevel1OnceOn
               "Message Contents,Most Recent Trade Conditions,Most Recent Trade Aggressor,"
               "Most Recent Trade Day Code\n");
     EXPECT_EQ(SentCount(CFeedConnections::kLevel1), 3u);
-}
-
-TEST_F(FeedConnectionsTest, StatisticsLinesThatAreShortOrMislabelledChangeNothing) {
-    feed.Start();
-    const std::string line = Stats(9, 1, "Connected");
-    for (const std::string& bad : {line.substr(0, line.rfind(",0")) + "\r\n", // 20 fields
-                                   "S,STATX" + line.substr(7), "S,STATSX" + line.substr(7)}) {
-        admin().Arrive(bad);
-    }
-    EXPECT_FALSE(feed.ServiceStatistics().valid);
-    EXPECT_EQ(feed.ServiceStatistics().status, "Not Connected");
-    EXPECT_EQ(platform.sockets.size(), 1u);
 }
 
 TEST_F(FeedConnectionsTest, EveryFirstByteHasAHandlerAndLinesReachTheirFrameCalls) {
