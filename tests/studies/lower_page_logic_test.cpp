@@ -2,11 +2,13 @@
 
 #include "core/setting_keys.h"
 
-#include "settings_file_fixture.h"
+#include "settings_file.h"
 
 #include <cstdlib>
 
 namespace {
+
+using skychart::test::SettingsFileTest;
 
 using Model = CLowerStudiesPageModel;
 class LowerPageLogicTest : public SettingsFileTest {
@@ -240,7 +242,7 @@ TEST_F(LowerPageLogicTest, RefusalsNameTheStudyAndStoreNothing) {
     model.ShowStudy(kStudyRSI);
     EXPECT_FALSE(model.Confirm(settings, prompt));
     ASSERT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(prompt.boxes[0], "Error|MACD short period must be shorter then MACD long period");
+    EXPECT_EQ(prompt.Texts()[0], "Error|MACD short period must be shorter then MACD long period");
     EXPECT_EQ(model.ShownStudy(), kStudyMACD);
     EXPECT_EQ(Stored("MACD Short Period"), "<missing>");
 

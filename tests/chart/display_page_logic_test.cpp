@@ -1,8 +1,10 @@
 #include "chart/display_page_logic.h"
 
-#include "settings_file_fixture.h"
+#include "settings_file.h"
 
 namespace {
+
+using skychart::test::SettingsFileTest;
 
 using DisplayPageLogicTest = SettingsFileTest;
 constexpr int kNone = SDisplayPageValues::kNone;
@@ -48,12 +50,12 @@ TEST_F(DisplayPageLogicTest, ConfirmationRefusesMissingPointsFirstThenMissingGri
     values.gridStyle = kNone;
     EXPECT_FALSE(CDisplayPageLogic::Confirm(settings, prompt, values));
     ASSERT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(prompt.boxes[0], "Error|You must select a valid No. of Display Pts.");
+    EXPECT_EQ(prompt.Texts()[0], "Error|You must select a valid No. of Display Pts.");
 
     values.pointsIndex = 10;
     EXPECT_FALSE(CDisplayPageLogic::Confirm(settings, prompt, values));
     ASSERT_EQ(prompt.boxes.size(), 2u);
-    EXPECT_EQ(prompt.boxes[1], "Error|You must select a valid No. of Grid Style.");
+    EXPECT_EQ(prompt.Texts()[1], "Error|You must select a valid No. of Grid Style.");
     // A refusal stores nothing.
     EXPECT_EQ(Stored("Show Price Bar"), "<missing>");
     EXPECT_EQ(Stored("PTS INDEX"), "<missing>");

@@ -7,7 +7,7 @@
 #include "studies/ui/lower_studies_page.h"
 #include "studies/ui/upper_studies_page.h"
 
-#include "settings_file_fixture.h"
+#include "settings_file.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -23,6 +23,8 @@
 #include <memory>
 
 namespace {
+
+using skychart::test::SettingsFileTest;
 
 class StudiesPagesSheetTest : public SettingsFileTest {
 protected:
@@ -154,12 +156,12 @@ TEST_F(StudiesPagesSheetTest, RefusalsKeepTheSheetOpenOnTheEntryConcerned) {
     Type(upper->DeviationsEdit(), ".");
     PressOk();
     ASSERT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(prompt.boxes[0], "Error|You must select a valid No. of Deviations.");
+    EXPECT_EQ(prompt.Texts()[0], "Error|You must select a valid No. of Deviations.");
     EXPECT_TRUE(sheet->isVisible());
     Type(upper->DeviationsEdit(), "100.5");
     PressOk();
     ASSERT_EQ(prompt.boxes.size(), 2u);
-    EXPECT_EQ(prompt.boxes[1], "Error|No. of Deviations must be from 0.01 to 100");
+    EXPECT_EQ(prompt.Texts()[1], "Error|No. of Deviations must be from 0.01 to 100");
     Type(upper->DeviationsEdit(), "100");
 
     // MACD opens on its custom choice (8, 17 and the signal 18 in use); 17 / 17 is refused.
@@ -172,7 +174,7 @@ TEST_F(StudiesPagesSheetTest, RefusalsKeepTheSheetOpenOnTheEntryConcerned) {
     lower->StudySelector()->setCurrentIndex(kStudyOBV);
     PressOk();
     ASSERT_EQ(prompt.boxes.size(), 3u);
-    EXPECT_EQ(prompt.boxes[2], "Error|MACD short period must be shorter then MACD long period");
+    EXPECT_EQ(prompt.Texts()[2], "Error|MACD short period must be shorter then MACD long period");
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(lower->PropertiesGroup()->title(), "MACD Properties...");
     EXPECT_EQ(lower->StudySelector()->currentIndex(), kStudyMACD);

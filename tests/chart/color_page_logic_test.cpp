@@ -1,8 +1,10 @@
 #include "chart/color_page_logic.h"
 
-#include "settings_file_fixture.h"
+#include "settings_file.h"
 
 namespace {
+
+using skychart::test::SettingsFileTest;
 
 using ColorPageLogicTest = SettingsFileTest;
 

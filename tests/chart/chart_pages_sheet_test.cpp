@@ -7,7 +7,7 @@
 #include "chart/ui/line_picture_ctrl.h"
 #include "core/ui/setting_sheet.h"
 
-#include "settings_file_fixture.h"
+#include "settings_file.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -21,6 +21,8 @@
 #include <memory>
 
 namespace {
+
+using skychart::test::SettingsFileTest;
 
 class ChartPagesSheetTest : public SettingsFileTest {
 protected:
@@ -102,14 +104,14 @@ TEST_F(ChartPagesSheetTest, RefusedDisplayPageKeepsTheSheetOpenUntilTheGridIsOff
     display->GridStyleList()->setCurrentIndex(-1);
     Press(QDialogButtonBox::Ok);
     ASSERT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(prompt.boxes[0], "Error|You must select a valid No. of Grid Style.");
+    EXPECT_EQ(prompt.Texts()[0], "Error|You must select a valid No. of Grid Style.");
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(sheet->result(), 0);
 
     display->DisplayPointsList()->setCurrentIndex(-1);
     Press(QDialogButtonBox::Ok);
     ASSERT_EQ(prompt.boxes.size(), 2u);
-    EXPECT_EQ(prompt.boxes[1], "Error|You must select a valid No. of Display Pts.");
+    EXPECT_EQ(prompt.Texts()[1], "Error|You must select a valid No. of Display Pts.");
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(displayApplied + colorsApplied, 0);
     EXPECT_EQ(Stored("PTS INDEX"), "<missing>");

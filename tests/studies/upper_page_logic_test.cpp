@@ -1,10 +1,12 @@
 #include "studies/upper_page_logic.h"
 
-#include "settings_file_fixture.h"
+#include "settings_file.h"
 
 #include <climits>
 
 namespace {
+
+using skychart::test::SettingsFileTest;
 
 using L = CUpperPageLogic;
 using UpperPageLogicTest = SettingsFileTest;
@@ -65,7 +67,7 @@ TEST_F(UpperPageLogicTest, ConfirmStoresEveryKeyOrNothing) {
 
     EXPECT_FALSE(L::Confirm(settings, prompt, values));
     ASSERT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(prompt.boxes[0], "Error|Study average period must be from 2 to 999");
+    EXPECT_EQ(prompt.Texts()[0], "Error|Study average period must be from 2 to 999");
     EXPECT_EQ(Stored("MAs SHOW"), "<missing>");
 
     // The averages themselves are stored by the sheet test; here the typed texts win over

@@ -1,13 +1,12 @@
 #pragma once
 
-// A settings table of the test's own started as the application starts its table, over a real
-// Skychart.conf in a temporary XDG_CONFIG_HOME, with a prompt that records its boxes as
-// "caption|text".
+// A settings table started as the application starts its own, over a real Skychart.conf in a
+// temporary XDG_CONFIG_HOME, with a prompt that records its boxes.
 
-#include "core/prompt.h"
 #include "core/settings.h"
 #include "platform/config_writer.h"
 
+#include "recording_prompt.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -17,16 +16,7 @@
 #include <utility>
 #include <vector>
 
-struct RecordingPrompt : IPrompt {
-    void Information(const std::string& caption, const std::string& text) override {
-        boxes.push_back("Info " + caption + "|" + text);
-    }
-    void Error(const std::string& caption, const std::string& text) override {
-        boxes.push_back(caption + "|" + text);
-    }
-    bool Question(const std::string&, const std::string&) override { return false; }
-    std::vector<std::string> boxes;
-};
+namespace skychart::test {
 
 class SettingsFileTest : public ::testing::Test {
 protected:
@@ -50,8 +40,16 @@ protected:
     static std::string Stored(const std::string& key) {
         return CConfigWriter().Read(key, "<missing>");
     }
+    // Expects the file to hold every one of `values`.
+    static void ExpectStored(const Values& values) {
+        for (const auto& [key, value] : values) {
+            EXPECT_EQ(Stored(key), value) << key;
+        }
+    }
 
-    skychart::test::TempDir home;
+    TempDir home;
     RecordingPrompt prompt;
     CSettings settings;
 };
+
+} // namespace skychart::test
