@@ -13,14 +13,14 @@
 
 #include <cstdlib>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace skychart::test {
 
 class SettingsFileTest : public ::testing::Test {
 protected:
-    using Values = std::vector<std::pair<std::string, std::string>>;
+    // "key=value" lines, as the file holds them.
+    using Values = std::vector<std::string>;
 
     void SetUp() override { ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1); }
     void TearDown() override { ::unsetenv("XDG_CONFIG_HOME"); }
@@ -28,8 +28,9 @@ protected:
     // Writes `values` into the file and starts the settings from it, the mirror published.
     void Start(const Values& values = {}) {
         CConfigWriter file;
-        for (const auto& [key, value] : values) {
-            EXPECT_TRUE(file.Write(key, value)) << key;
+        for (const std::string& line : values) {
+            const std::size_t equals = line.find('=');
+            EXPECT_TRUE(file.Write(line.substr(0, equals), line.substr(equals + 1))) << line;
         }
         settings.Reset();
         const SSettingsLoad load = LoadApplicationSettings(settings, prompt);
@@ -42,8 +43,9 @@ protected:
     }
     // Expects the file to hold every one of `values`.
     static void ExpectStored(const Values& values) {
-        for (const auto& [key, value] : values) {
-            EXPECT_EQ(Stored(key), value) << key;
+        for (const std::string& line : values) {
+            const std::size_t equals = line.find('=');
+            EXPECT_EQ(Stored(line.substr(0, equals)), line.substr(equals + 1)) << line;
         }
     }
 

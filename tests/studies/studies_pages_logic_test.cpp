@@ -1,20 +1,29 @@
-#include "studies/lower_page_logic.h"
+// The rules of the upper and lower studies pages over a real Skychart.conf.
 
-#include "core/setting_keys.h"
+#include "studies/lower_page_logic.h"
+#include "studies/upper_page_logic.h"
 
 #include "settings_file.h"
 
+#include <climits>
 #include <cstdlib>
 
 namespace {
 
-using skychart::test::SettingsFileTest;
-
 using Model = CLowerStudiesPageModel;
-class LowerPageLogicTest : public SettingsFileTest {
+using L = CUpperPageLogic;
+
+class PageLogic : public skychart::test::SettingsFileTest {
 protected:
     SStudySettings ReadBack() const { return SStudySettings::Read(settings); }
 };
+
+SUpperPageValues Typed(const std::string& period, const std::string& deviations) {
+    SUpperPageValues values;
+    values.bandsPeriodText = period;
+    values.deviationsText = deviations;
+    return values;
+}
 
 // Builds and expects a refusal; returns its text.
 std::string Refused(const Model& model, int studyType) {
@@ -26,6 +35,61 @@ std::string Refused(const Model& model, int studyType) {
     }
     EXPECT_EQ(refusal->studyType, studyType);
     return refusal->text;
+}
+
+TEST(UpperPageFields, TextsAreFilteredAndReadAndRefusedInOrder) {
+    const std::pair<const char*, const char*> filtered[] = {
+        {"2.5x.3", "2.5"}, {"1.2.3", "1.2"}, {"1..2", "1."}, {".25", ".25"},
+        {"-1", ""},        {"3 4", "3"},     {"12", "12"},   {"", ""}};
+    for (const auto& [typed, kept] : filtered) {
+        EXPECT_EQ(L::FilterDeviations(typed), kept) << typed;
+    }
+    EXPECT_EQ(L::FormatDeviations(2.0), "2.00");
+    EXPECT_EQ(L::FormatDeviations(0.5), "0.50");
+    // The period text is read as the C library reads an integer.
+    const std::pair<const char*, int> read[] = {
+        {" 12abc", 12}, {"+7", 7}, {"abc", 0}, {"", 0}, {"-5", -5}, {"99999999999999", INT_MAX}};
+    for (const auto& [text, value] : read) {
+        EXPECT_EQ(L::ReadInt(text), value) << text;
+    }
+
+    // The period is looked at before the deviations, whatever they are.
+    for (const char* period : {"1", "1000", "abc", "", "-20"}) {
+        EXPECT_STREQ(L::Refusal(Typed(period, ".")), L::kPeriodRangeText) << period;
+    }
+    EXPECT_STREQ(L::Refusal(Typed("2", ".")), L::kNoDeviationsText);
+    EXPECT_STREQ(L::Refusal(Typed("999", ".")), L::kNoDeviationsText);
+    for (const char* deviations : {"0.001", "100.5", "", "0", "0.009", "nan"}) {
+        EXPECT_STREQ(L::Refusal(Typed("20", deviations)), L::kDeviationsRangeText) << deviations;
+    }
+    for (const char* deviations : {"100", "0.01", "2.", ".5", "100.00"}) {
+        EXPECT_EQ(L::Refusal(Typed("20", deviations)), nullptr) << deviations;
+    }
+    EXPECT_EQ(L::Refusal(Typed(" 20x", "2")), nullptr);
+    EXPECT_STREQ(L::kPeriodRangeText, "Study average period must be from 2 to 999");
+    EXPECT_STREQ(L::kNoDeviationsText, "You must select a valid No. of Deviations.");
+    EXPECT_STREQ(L::kDeviationsRangeText, "No. of Deviations must be from 0.01 to 100");
+}
+
+TEST_F(PageLogic, UpperConfirmStoresEveryKeyOrNothing) {
+    Start({"Moving Average 2 Points=12", "BB Color=255"});
+    SUpperPageValues values = Typed("1", "2");
+    values.settings = SUpperStudySettings::Read(settings);
+    EXPECT_EQ(values.settings.points[1], 12);
+    EXPECT_EQ(values.settings.bandsColor, 255u);
+    EXPECT_FALSE(L::Confirm(settings, prompt, values));
+    EXPECT_EQ(prompt.Texts(),
+              std::vector<std::string>{"Error|Study average period must be from 2 to 999"});
+    EXPECT_EQ(Stored("MAs SHOW"), "<missing>");
+
+    // The typed texts win over the spin's last value and the stored deviations.
+    values.settings.bandsPeriod = 20;
+    values.bandsPeriodText = "25";
+    values.deviationsText = "2.5";
+    EXPECT_TRUE(L::Confirm(settings, prompt, values));
+    EXPECT_EQ(prompt.boxes.size(), 1u);
+    ExpectStored({"Moving Average 2 Points=12", "BB AVG PERIOD=25", "BB DIVIATIONS NUMBER=2.50",
+                  "BB Color=255", "MAs SHOW=0"});
 }
 
 TEST(LowerPageTable, CaptionsChoicesAndRowsFollowTheCatalogue) {
@@ -43,24 +107,18 @@ TEST(LowerPageTable, CaptionsChoicesAndRowsFollowTheCatalogue) {
         }
         EXPECT_LE(props.rows.size(), 4u);
     }
-    const SStudyProperties& adx = StudyProperties(kStudyADX);
-    EXPECT_STREQ(adx.caption, "ADX Properties...");
-    EXPECT_STREQ(adx.rows[1].caption, "-  DI color:");
+    EXPECT_STREQ(StudyProperties(kStudyADX).caption, "ADX Properties...");
     EXPECT_STREQ(StudyProperties(kStudyRateOfChange).rows[0].caption, "Color of 100% :");
     EXPECT_STREQ(StudyProperties(kStudyOBV).periodCaption, "Smoothing period:");
-    const SStudyProperties& macd = StudyProperties(kStudyMACD);
-    EXPECT_STREQ(macd.choices[1], "sell (12, 25, 9)");
-    EXPECT_STREQ(macd.choices[2], "custom");
-    EXPECT_TRUE(macd.macdEdits);
+    EXPECT_STREQ(StudyProperties(kStudyMACD).choices[1], "sell (12, 25, 9)");
+    EXPECT_STREQ(StudyProperties(kStudyMACD).choices[2], "custom");
     const SStudyProperties& sto = StudyProperties(kStudyStochastics);
-    EXPECT_TRUE(sto.slowFast);
     EXPECT_STREQ(sto.rows[2].caption, "Color of %D line:");
     EXPECT_TRUE(IsLevelField(sto.rows[0].field));
     EXPECT_FALSE(IsLevelField(sto.rows[2].field));
-    EXPECT_STREQ(StudyProperties(kStudyMFI).caption, "MFI Properties...");
 }
 
-TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
+TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
     Start();
     Model model(ReadBack());
     EXPECT_EQ(model.Displayed(), std::vector<int>{kStudyVolume});
@@ -70,7 +128,6 @@ TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
     for (int type = 0; type < 9; ++type) {
         EXPECT_EQ(model.Add(type), nullptr) << type;
     }
-    EXPECT_EQ(model.Displayed().size(), 10u);
     EXPECT_STREQ(model.Add(kStudyADX), Model::kListFullText);
     EXPECT_EQ(model.Displayed().size(), 10u);
 
@@ -83,9 +140,8 @@ TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
     EXPECT_TRUE(model.Remove(9));
     EXPECT_EQ(model.Displayed(), (std::vector<int>{0, 6, 2, 1, 3, 4, 5, 6, 7}));
     EXPECT_TRUE(model.Confirm(settings, prompt));
-    EXPECT_EQ(Stored("Number of displayed study charts"), "9");
-    EXPECT_EQ(Stored("Type of study chart 0"), "0");
-    EXPECT_EQ(Stored("Type of study chart 3"), "1");
+    ExpectStored({"Number of displayed study charts=9", "Type of study chart 0=0",
+                  "Type of study chart 3=1"});
     EXPECT_EQ(ReadBack().paneTypes, model.Displayed());
 
     while (model.Remove(0)) {
@@ -93,27 +149,23 @@ TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
     EXPECT_TRUE(model.Confirm(settings, prompt));
     EXPECT_EQ(Stored("Number of displayed study charts"), "0");
     EXPECT_TRUE(ReadBack().paneTypes.empty());
-    // With nothing displayed the page opens on RSI.
-    EXPECT_EQ(Model(ReadBack()).ShownStudy(), kStudyRSI);
+    EXPECT_EQ(Model(ReadBack()).ShownStudy(), kStudyRSI); // with nothing displayed
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
-TEST_F(LowerPageLogicTest, OpeningShowsTheChoiceThatDrawsThePeriodInUse) {
+TEST_F(PageLogic, LowerPageOpensOnTheChoiceThatDrawsThePeriodInUse) {
     Start();
     const Model defaults(ReadBack());
-    // RSI's stored choice "9" is not its period 21: the custom choice shows 21.
-    EXPECT_EQ(defaults.Choice(kStudyRSI), 3);
-    EXPECT_EQ(defaults.CustomText(kStudyRSI), "21");
-    EXPECT_EQ(defaults.Choice(kStudyMomentum), 2);
-    EXPECT_EQ(defaults.CustomText(kStudyMomentum), "20");
-    // OBV's and ADX's stored choice is "Custom", but the periods in use are fixed choices.
-    EXPECT_EQ(defaults.Choice(kStudyOBV), 0);
-    EXPECT_EQ(defaults.CustomText(kStudyOBV), "9");
-    EXPECT_EQ(defaults.Choice(kStudyStochastics), 0);
-    EXPECT_EQ(defaults.Choice(kStudyVolume), 0); // for all data
-    EXPECT_EQ(defaults.CustomText(kStudyVolume), "500");
-    EXPECT_EQ(defaults.Choice(kStudyADX), 0);
-    EXPECT_EQ(defaults.CustomText(kStudyADX), "10");
+    // {study, choice, custom edit}: RSI's stored choice "9" is not its period 21, so the custom
+    // choice shows 21; OBV's and ADX's stored choice is "Custom", but their periods in use are
+    // fixed choices; volume's first choice is "for all data".
+    const std::tuple<int, int, const char*> shown[] = {
+        {kStudyRSI, 3, "21"},        {kStudyMomentum, 2, "20"}, {kStudyOBV, 0, "9"},
+        {kStudyStochastics, 0, "5"}, {kStudyVolume, 0, "500"},  {kStudyADX, 0, "10"}};
+    for (const auto& [type, choice, custom] : shown) {
+        EXPECT_EQ(defaults.Choice(type), choice) << type;
+        EXPECT_EQ(defaults.CustomText(type), custom) << type;
+    }
     // MACD draws 8, 17 and a signal of 18: no preset, so the custom edits show them.
     EXPECT_EQ(defaults.Choice(kStudyMACD), 2);
     EXPECT_EQ(defaults.MacdText(EMacdEdit::Short), "8");
@@ -122,15 +174,10 @@ TEST_F(LowerPageLogicTest, OpeningShowsTheChoiceThatDrawsThePeriodInUse) {
     EXPECT_EQ(defaults.LevelText(EStudyField::RsiUpper), "70");
     EXPECT_EQ(defaults.Color(EStudyField::NegativeDIColor), 255u);
 
-    Start({{"STUDY AVG PERIOD", "14,30,20,9,9,25,10,14,14,14"},
-           {"STUDY CUSTOM AVG PERIOD", "33,20,20,9,7,5,500,9,9,10"},
-           {"RSI Radio Select", "0"},
-           {"MOM Radio Select", "7"},
-           {"STO Radio Select", "0"},
-           {"Volume Average All Data", "0"},
-           {"MACD Radio Select", "0"},
-           {"MACD Short Period", "12"},
-           {"MACD Long Period", "25"}});
+    Start({"STUDY AVG PERIOD=14,30,20,9,9,25,10,14,14,14",
+           "STUDY CUSTOM AVG PERIOD=33,20,20,9,7,5,500,9,9,10", "RSI Radio Select=0",
+           "MOM Radio Select=7", "STO Radio Select=0", "Volume Average All Data=0",
+           "MACD Radio Select=0", "MACD Short Period=12", "MACD Long Period=25"});
     const Model stored(ReadBack());
     EXPECT_EQ(stored.Choice(kStudyRSI), 0);
     EXPECT_EQ(stored.CustomText(kStudyRSI), "33");
@@ -142,7 +189,7 @@ TEST_F(LowerPageLogicTest, OpeningShowsTheChoiceThatDrawsThePeriodInUse) {
     EXPECT_EQ(stored.MacdText(EMacdEdit::Signal), "7");
 }
 
-TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
+TEST_F(PageLogic, LowerChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
     Start();
     Model model(ReadBack());
     ASSERT_TRUE(model.SetChoice(kStudyRSI, 1));
@@ -161,18 +208,11 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     // The colour page of the same sheet stores a study colour after this page was made.
     settings.SetText("Study Data Color 3", "4660");
     ASSERT_TRUE(model.Confirm(settings, prompt));
-    EXPECT_EQ(Stored("Study Data Color 3"), "4660");
-
-    EXPECT_EQ(Stored("RSI Radio Select"), "1");
-    EXPECT_EQ(Stored("MOM Radio Select"), "2");
-    EXPECT_EQ(Stored("Volume Average All Data"), "0");
-    EXPECT_EQ(Stored("STO Radio Select"), "2");
-    EXPECT_EQ(Stored("STO Fast"), "1");
-    EXPECT_EQ(Stored("MACD Radio Select"), "0");
-    EXPECT_EQ(Stored("STUDY AVG PERIOD"), "9,33,20,9,9,25,250,14,14,14");
-    EXPECT_EQ(Stored("STUDY CUSTOM AVG PERIOD"), "21,33,20,9,18,5,250,9,9,10");
-    EXPECT_EQ(Stored("MFI Upper Level"), "75");
-    EXPECT_EQ(Stored("STO %K Line Color"), std::to_string(0x123456));
+    ExpectStored({"Study Data Color 3=4660", "RSI Radio Select=1", "MOM Radio Select=2",
+                  "Volume Average All Data=0", "STO Radio Select=2", "STO Fast=1",
+                  "MACD Radio Select=0", "STUDY AVG PERIOD=9,33,20,9,9,25,250,14,14,14",
+                  "STUDY CUSTOM AVG PERIOD=21,33,20,9,18,5,250,9,9,10", "MFI Upper Level=75",
+                  "STO %K Line Color=1193046"});
     const SStudySettings back = ReadBack();
     EXPECT_EQ(back.Period(kStudyRSI), 9);
     EXPECT_EQ(back.Period(kStudyMomentum), 33);
@@ -197,11 +237,8 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     reopened.SetMacdText(EMacdEdit::Long, "17");
     reopened.SetMacdText(EMacdEdit::Signal, "5");
     ASSERT_TRUE(reopened.Confirm(settings, prompt));
-    EXPECT_EQ(Stored("MACD Short Period"), "16");
-    EXPECT_EQ(Stored("MACD Custom Short Period"), "16");
-    EXPECT_EQ(Stored("MACD Long Period"), "17");
-    EXPECT_EQ(Stored("MACD Custom Long Period"), "17");
-    EXPECT_EQ(Stored("MACD Radio Select"), "2");
+    ExpectStored({"MACD Short Period=16", "MACD Custom Short Period=16", "MACD Long Period=17",
+                  "MACD Custom Long Period=17", "MACD Radio Select=2"});
     EXPECT_EQ(ReadBack().Period(kStudyMACD), 5);
     EXPECT_EQ(ReadBack().MacdPresetWord(), "custom");
     const Model third(ReadBack());
@@ -210,7 +247,7 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
-TEST_F(LowerPageLogicTest, RefusalsNameTheStudyAndStoreNothing) {
+TEST_F(PageLogic, LowerRefusalsNameTheStudyAndStoreNothing) {
     Start();
     Model model(ReadBack());
     ASSERT_TRUE(model.SetChoice(kStudyMACD, 2));
@@ -241,8 +278,8 @@ TEST_F(LowerPageLogicTest, RefusalsNameTheStudyAndStoreNothing) {
 
     model.ShowStudy(kStudyRSI);
     EXPECT_FALSE(model.Confirm(settings, prompt));
-    ASSERT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(prompt.Texts()[0], "Error|MACD short period must be shorter then MACD long period");
+    EXPECT_EQ(prompt.Texts(),
+              std::vector<std::string>{std::string("Error|") + Model::kMacdOrderText});
     EXPECT_EQ(model.ShownStudy(), kStudyMACD);
     EXPECT_EQ(Stored("MACD Short Period"), "<missing>");
 
