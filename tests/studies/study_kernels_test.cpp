@@ -1,5 +1,5 @@
 #include "studies/study_kernels.h"
-#include "study_formulas.h"
+#include "study_reference.h"
 #include "vector_bars.h"
 
 #include <gtest/gtest.h>
@@ -13,15 +13,7 @@ namespace sk = study_kernels;
 
 namespace {
 
-// The period of every study but MACD, and MACD's short, long and signal periods.
-struct SPeriods {
-    int n, s, l, g;
-};
-
-const char* const kNames[] = {
-    "SMA",  "EMA",     "lower band", "middle band", "upper band", "RSI", "MOM", "ROC",
-    "OBV",  "fast %K", "fast %D",    "slow %K",     "slow %D",    "MF+", "MF-", "MFI",
-    "MACD", "signal",  "histogram",  "ADX",         "+DI",        "-DI"};
+using namespace study_reference;
 
 // Every study's columns by the kernels, kept from one computation to the next as a chart keeps
 // them while it follows a live series.
@@ -54,58 +46,10 @@ struct SKernelColumns {
         sk::Macd(close, p.s, p.l, p.g, macd, macdCarry, from);
         sk::Adx(columns, p.n, adx, adxCarry, from);
     }
-    // In the order of kNames.
     std::vector<sf::Line> All() const {
-        return {
-            sma,           ema, bands.lower, bands.middle, bands.upper,    rsi,     momentum,
-            roc,           obv, fast.k,      fast.d,       slow.k,         slow.d,  flow.positive,
-            flow.negative, mfi, macd.macd,   macd.signal,  macd.histogram, adx.adx, adx.plusDi,
-            adx.minusDi};
+        return Lines(sma, ema, bands, rsi, momentum, roc, obv, fast, slow, flow, mfi, macd, adx);
     }
 };
-
-std::vector<sf::Line> Reference(const CVectorBars& bars, SPeriods p) {
-    const auto bands = sf::Bollinger(bars, p.n, 2.0);
-    const auto fast = sf::Stochastics(bars, p.n, true);
-    const auto slow = sf::Stochastics(bars, p.n, false);
-    const auto flow = sf::MoneyFlow(bars, p.n);
-    const auto macd = sf::Macd(bars, p.s, p.l, p.g);
-    const auto adx = sf::Adx(bars, p.n);
-    return {sf::SimpleAverage(bars, p.n),
-            sf::StudyAverage(bars, p.n, true),
-            bands.lower,
-            bands.middle,
-            bands.upper,
-            sf::Rsi(bars, p.n),
-            sf::Momentum(bars, p.n),
-            sf::RateOfChange(bars, p.n),
-            sf::OnBalanceVolume(bars, p.n),
-            fast.k,
-            fast.d,
-            slow.k,
-            slow.d,
-            flow.positive,
-            flow.negative,
-            sf::MoneyFlowIndex(bars, p.n),
-            macd.macd,
-            macd.signal,
-            macd.histogram,
-            adx.adx,
-            adx.plusDi,
-            adx.minusDi};
-}
-
-void ExpectSame(const std::vector<sf::Line>& expected, const std::vector<sf::Line>& actual,
-                const std::string& tag) {
-    for (std::size_t c = 0; c < expected.size(); ++c) {
-        EXPECT_EQ(sf::Mismatch(expected[c], actual[c]), "") << tag << " " << kNames[c];
-    }
-}
-
-std::string Tag(SPeriods p) {
-    return "n=" + std::to_string(p.n) + " macd " + std::to_string(p.s) + "," + std::to_string(p.l) +
-           "," + std::to_string(p.g);
-}
 
 constexpr SPeriods kPeriods[] = {{1, 1, 1, 1}, {2, 2, 3, 2},   {3, 9, 3, 4},
                                  {5, 4, 4, 2}, {14, 8, 17, 9}, {30, 12, 25, 9}};
