@@ -1,8 +1,5 @@
-#include "chart/chart_view_settings.h"
 #include "chart/draw_manager.h"
 #include "core/data_types.h"
-#include "core/setting_keys.h"
-#include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "recording_chart_2d.h"
 
@@ -172,31 +169,6 @@ TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOrTheNewest) {
     draw.SetScrollPosition(0, 6, kDays);
     EXPECT_EQ(draw.PriceDecimals(), 5);
     EXPECT_EQ(draw.PriceBarFields(5)[3], "Close: 1.23456");
-}
-
-TEST(ChartViewSettings, TheLayoutSurvivesARestart) {
-    CSettings settings;
-    settings.RegisterAll(AllSettingKeys());
-    SPaneLayout layout = LoadPaneLayout(settings);
-    EXPECT_EQ(layout.displayedCount, 1);
-    EXPECT_EQ(layout.tops[1], 0.66);
-    EXPECT_EQ(layout.tops[2], 1.0);
-    EXPECT_EQ(layout.maximized, SPaneLayout::kNoMaximized);
-
-    settings.SetInt(keys::kNumberOfStudyCharts, 2);
-    layout = LoadPaneLayout(settings);
-    ASSERT_TRUE(layout.Minimize(2));
-    layout.tops[1] = 0.5;
-    SavePaneLayout(settings, layout);
-    EXPECT_EQ(settings.GetText(keys::Numbered(keys::kChartMinimized, 2)), "1");
-    EXPECT_EQ(settings.GetText(keys::Numbered(keys::kTopOfChart, 1)), "0.5");
-    EXPECT_EQ(settings.GetText(keys::kMaximizedChartIndex), "999");
-    EXPECT_EQ(LoadPaneLayout(settings), layout);
-
-    ASSERT_TRUE(layout.Maximize(1));
-    SavePaneLayout(settings, layout);
-    EXPECT_EQ(settings.GetInt(keys::kMaximizedChartIndex), 1);
-    EXPECT_EQ(LoadPaneLayout(settings).maximized, 1);
 }
 
 } // namespace
