@@ -5,72 +5,65 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <memory>
-
 #include "recording_chart_2d.h"
-
-using skychart::test::CRecordingChart2D;
 
 namespace {
 
 constexpr CChart2D::SeriesId kId = 7;
 const SPaneView kView{0, 100, 100};
+constexpr ColorRef kThistle = MakeColorRef(0xD8, 0xBF, 0xD8);
 
 // A 800 x 400 pane, plot area 60..740 x 16..380, slots -0.5 .. 99.5, values 0 .. 100 on y and
 // -50 .. 50 on y2.
-void SetUpChart(CRecordingChart2D& chart) {
-    chart.SetGeometry({800, 400, 60, 60, 16, 20});
-    chart.SetXRange(-0.5, 99.5);
-    chart.SetAxisRange(CChart2D::EAxis::Y, 0.0, 100.0);
-    chart.SetAxisRange(CChart2D::EAxis::Y2, -50.0, 50.0);
-}
+class LevelLine : public ::testing::Test {
+protected:
+    LevelLine() {
+        chart.SetGeometry({800, 400, 60, 60, 16, 20});
+        chart.SetXRange(-0.5, 99.5);
+        chart.SetAxisRange(CChart2D::EAxis::Y, 0.0, 100.0);
+        chart.SetAxisRange(CChart2D::EAxis::Y2, -50.0, 50.0);
+    }
+    static CLevelLineItem Level(double value, CChart2D::EAxis axis = CChart2D::EAxis::Y) {
+        return CLevelLineItem(kId, value, {kThistle, 1, CChart2D::kDash, axis});
+    }
+    double Y(double value) const { return chart.ValueToPixelY(value, CChart2D::EAxis::Y); }
 
-CChart2D::SLineStyle Style(CChart2D::EAxis axis = CChart2D::EAxis::Y) {
-    return CChart2D::SLineStyle{MakeColorRef(0xD8, 0xBF, 0xD8), 1, CChart2D::kDash, axis};
-}
+    skychart::test::CRecordingChart2D chart;
+};
 
 } // namespace
 
-TEST(LevelLineItem, PaintsAcrossTheXRangeAndErases) {
-    CRecordingChart2D chart;
-    SetUpChart(chart);
-    CLevelLineItem level(kId, 70.0, Style());
+TEST_F(LevelLine, PaintsAcrossTheXRangeAndErases) {
+    CLevelLineItem level = Level(70.0);
     CDrawnItem& item = level; // the view only knows the protocol
     item.Paint(chart, kView);
-
-    const CRecordingChart2D::SSeries* series = chart.Series(kId);
+    const auto* series = chart.Series(kId);
     ASSERT_NE(series, nullptr);
-    EXPECT_EQ(series->kind, CRecordingChart2D::EKind::Points);
+    EXPECT_EQ(series->kind, skychart::test::CRecordingChart2D::EKind::Points);
     ASSERT_EQ(series->points.size(), 2u);
-    EXPECT_DOUBLE_EQ(series->points[0].x, -0.5);
-    EXPECT_DOUBLE_EQ(series->points[1].x, 99.5);
-    EXPECT_DOUBLE_EQ(series->points[0].y, 70.0);
-    EXPECT_DOUBLE_EQ(series->points[1].y, 70.0);
-    EXPECT_EQ(series->line.color, MakeColorRef(0xD8, 0xBF, 0xD8));
+    for (const auto& [point, x] : {std::pair{series->points[0], -0.5}, {series->points[1], 99.5}}) {
+        EXPECT_DOUBLE_EQ(point.x, x);
+        EXPECT_DOUBLE_EQ(point.y, 70.0);
+    }
+    EXPECT_EQ(series->line.color, kThistle);
     EXPECT_EQ(series->line.style, CChart2D::kDash);
 
     // A later x range (scrolling, zooming) is followed on the next paint.
     chart.SetXRange(10.0, 40.0);
     item.Paint(chart, kView);
     EXPECT_DOUBLE_EQ(chart.Series(kId)->points[1].x, 40.0);
-
     // A level without a value draws nothing.
     level.SetValue(CChart2D::HoleValue());
     item.Paint(chart, kView);
     EXPECT_TRUE(chart.Series(kId)->points.empty());
-
     item.Erase(chart);
     EXPECT_EQ(chart.Series(kId), nullptr);
 }
 
-TEST(LevelLineItem, IsHitWithinTheToleranceInsideThePlotArea) {
-    CRecordingChart2D chart;
-    SetUpChart(chart);
-    CLevelLineItem level(kId, 50.0, Style());
-    const double y = chart.ValueToPixelY(50.0, CChart2D::EAxis::Y); // 198
+TEST_F(LevelLine, IsHitWithinTheToleranceInsideThePlotArea) {
+    const CLevelLineItem level = Level(50.0);
+    const double y = Y(50.0);
     ASSERT_NEAR(y, 198.0, 1e-9);
-
     const auto onLine = level.HitTest(chart, kView, {400.0, y + 2.5}, 3.0);
     ASSERT_TRUE(onLine.has_value());
     EXPECT_NEAR(*onLine, 2.5, 1e-9);
@@ -80,24 +73,19 @@ TEST(LevelLineItem, IsHitWithinTheToleranceInsideThePlotArea) {
     EXPECT_FALSE(level.HitTest(chart, kView, {30.0, y}, 3.0).has_value());
 
     // On y2 the same value sits elsewhere: 50 is the top of y2's range.
-    CLevelLineItem onY2(kId, 50.0, Style(CChart2D::EAxis::Y2));
+    const CLevelLineItem onY2 = Level(50.0, CChart2D::EAxis::Y2);
     EXPECT_FALSE(onY2.HitTest(chart, kView, {400.0, y}, 3.0).has_value());
     EXPECT_TRUE(onY2.HitTest(chart, kView, {400.0, 16.5}, 3.0).has_value());
-
-    CLevelLineItem hole(kId, CChart2D::HoleValue(), Style());
+    const CLevelLineItem hole = Level(CChart2D::HoleValue());
     EXPECT_FALSE(hole.HitTest(chart, kView, {400.0, y}, 1000.0).has_value());
 }
 
-TEST(LevelLineItem, FollowsAVerticalDragOnlyWhenMovable) {
-    CRecordingChart2D chart;
-    SetUpChart(chart);
-    CLevelLineItem level(kId, 30.0, Style());
-    const CChart2D::SPixelPoint from{300.0, chart.ValueToPixelY(30.0, CChart2D::EAxis::Y)};
-    const CChart2D::SPixelPoint to{350.0, chart.ValueToPixelY(45.0, CChart2D::EAxis::Y)};
-
+TEST_F(LevelLine, FollowsAVerticalDragOnlyWhenMovable) {
+    CLevelLineItem level = Level(30.0);
+    const CChart2D::SPixelPoint from{300.0, Y(30.0)};
+    const CChart2D::SPixelPoint to{350.0, Y(45.0)};
     EXPECT_FALSE(level.MoveBy(chart, kView, from, to));
     EXPECT_DOUBLE_EQ(level.Value(), 30.0);
-
     level.SetMovable(true);
     ASSERT_TRUE(level.MoveBy(chart, kView, from, to));
     EXPECT_NEAR(level.Value(), 45.0, 1e-9);
@@ -106,7 +94,7 @@ TEST(LevelLineItem, FollowsAVerticalDragOnlyWhenMovable) {
 
     // A drag on y2 moves by y2's values: 100 over the 364-pixel plot height, so a quarter of
     // the height is 25.
-    CLevelLineItem onY2(kId, 0.0, Style(CChart2D::EAxis::Y2));
+    CLevelLineItem onY2 = Level(0.0, CChart2D::EAxis::Y2);
     onY2.SetMovable(true);
     ASSERT_TRUE(onY2.MoveBy(chart, kView, {0.0, 200.0}, {0.0, 200.0 - 364.0 / 4.0}));
     EXPECT_NEAR(onY2.Value(), 25.0, 1e-9);
