@@ -81,6 +81,17 @@ struct STwentyBars {
     std::vector<double> open, high, low, close;
 };
 
+// Collects the regions that a widget is asked to paint.
+struct SPaintSpy : QObject {
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            painted += static_cast<QPaintEvent*>(event)->region();
+        }
+        return false;
+    }
+    QRegion painted;
+};
+
 } // namespace
 
 TEST_F(ChartStack, DrawsBackgroundCandlesLineAndGridInTheirColours) {
@@ -327,21 +338,6 @@ TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
     EXPECT_EQ(Pane(0).Geometry().width, 700);
     EXPECT_EQ(Pane(1).Geometry().height, 200);
 }
-
-namespace {
-
-// Collects the regions that a widget is asked to paint.
-struct SPaintSpy : QObject {
-    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
-        if (event->type() == QEvent::Paint) {
-            painted += static_cast<QPaintEvent*>(event)->region();
-        }
-        return false;
-    }
-    QRegion painted;
-};
-
-} // namespace
 
 TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {
     constexpr ColorRef kCross = MakeColorRef(200, 0, 200); // the axis colour, as the crosshair's
