@@ -146,18 +146,6 @@ TEST(StudyKernels, EmptyShortAndBadInputs) {
     EXPECT_FALSE(std::isnan(adx.plusDi[24]));
     EXPECT_TRUE(std::isnan(adx.plusDi[25]));
     EXPECT_TRUE(std::isnan(sk::Stochastics(shortHighs, 3, true).k[39]));
-
-    // Columns the caller keeps, of other sizes, come out the same.
-    sk::SMacd keptMacd{sk::Column(3, 1.0), sk::Column(50, 2.0), sk::Column(40, 3.0)};
-    sk::Macd(bars.close, 9, 3, 4, keptMacd);
-    const auto fresh = sk::Macd(bars.close, 9, 3, 4);
-    EXPECT_EQ(sf::Mismatch(fresh.macd, keptMacd.macd), "");
-    EXPECT_EQ(sf::Mismatch(fresh.signal, keptMacd.signal), "");
-    EXPECT_EQ(sf::Mismatch(fresh.histogram, keptMacd.histogram), "");
-    sk::SAdx keptAdx{sk::Column(70, 9.0), sk::Column(1, 9.0), sk::Column(0)};
-    sk::Adx(shortHighs, 3, keptAdx);
-    EXPECT_TRUE(std::isnan(keptAdx.adx[30]));
-    EXPECT_TRUE(std::isnan(keptAdx.adx[0]));
 }
 
 TEST(StudyKernels, VolumeAverage) {
@@ -207,7 +195,7 @@ TEST(StudyKernels, LiveFollowEqualsAPassOverTheWholeSeries) {
     }
 
     // A change further back than the newest bar, or a shorter series, is never patched over:
-    // the studies start again from the first bar.
+    // the studies start again from the first bar, into columns kept longer than the series.
     CVectorBars bars = RandomBars(3, 300);
     const SPeriods p{14, 8, 17, 9};
     SKernelColumns followed;
