@@ -2,12 +2,12 @@
 #include "core/data_types.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
-#include "recording_chart_2d.h"
 #include "studies/study_charts.h"
 #include "studies/study_set.h"
-#include "study_formulas.h"
+#include "study_reference.h"
 #include "vector_bars.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <charconv>
@@ -18,11 +18,10 @@
 namespace {
 
 namespace sf = study_formulas;
-using skychart::test::CRecordingChart2D;
+using namespace study_reference;
 
 // Daily bars zig-zagging upwards: close 100 + i + (i % 3), high = close + 1 (+ 0.5 on odd bars),
-// low = close - 2,
-// volume 1000 + 10 i.
+// low = close - 2, volume 1000 + 10 i.
 std::shared_ptr<CStudyInputs> ZigZag(int count, int dataType = 2) {
     std::vector<double> high, low, close, volume;
     for (int i = 0; i < count; ++i) {
@@ -91,26 +90,21 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
     const auto rsi = Filled(kStudyRSI, settings, *inputs);
     const double r = rsi->LineAt(0, bar);
     ASSERT_FALSE(std::isnan(r));
-    char text[128];
-    std::snprintf(text, sizeof text, " RSI: %0.4lf", r);
     EXPECT_EQ(rsi->label(bar, true),
-              "RSI, lookback period - 3, levels - 70, 30" + std::string(text) + " (Minimized)");
-    std::snprintf(text, sizeof text, "\nRSI: %.1f", r);
-    EXPECT_EQ(rsi->InfoLine(bar), text);
+              fmt::format("RSI, lookback period - 3, levels - 70, 30 RSI: {:.4f} (Minimized)", r));
+    EXPECT_EQ(rsi->InfoLine(bar), fmt::format("\nRSI: {:.1f}", r));
     // Outside the series: no values.
     EXPECT_EQ(rsi->label(40, false), "RSI, lookback period - 3, levels - 70, 30");
 
     const auto macd = Filled(kStudyMACD, settings, *inputs);
-    std::snprintf(text, sizeof text, "\nMACD: %.3f Signal: %.3f", macd->LineAt(0, bar),
-                  macd->LineAt(1, bar));
-    EXPECT_EQ(macd->InfoLine(bar), text);
-
+    EXPECT_EQ(macd->InfoLine(bar), fmt::format("\nMACD: {:.3f} Signal: {:.3f}",
+                                               macd->LineAt(0, bar), macd->LineAt(1, bar)));
     const auto sto = Filled(kStudyStochastics, settings, *inputs);
     EXPECT_EQ(sto->InfoLine(bar).rfind("\nSlow STO%K: ", 0), 0U);
     const auto adx = Filled(kStudyADX, settings, *inputs);
-    std::snprintf(text, sizeof text, " ADX: %0.4lf +DI: %0.4lf -DI: %0.4lf", adx->LineAt(0, bar),
-                  adx->LineAt(1, bar), adx->LineAt(2, bar));
-    EXPECT_EQ(adx->label(bar, false), "ADX, Smoothing period - 3" + std::string(text));
+    EXPECT_EQ(adx->label(bar, false),
+              fmt::format("ADX, Smoothing period - 3 ADX: {:.4f} +DI: {:.4f} -DI: {:.4f}",
+                          adx->LineAt(0, bar), adx->LineAt(1, bar), adx->LineAt(2, bar)));
     EXPECT_TRUE(Filled(kStudyVolume, settings, *inputs)->InfoLine(bar).empty());
 
     // Money flow in millions reads scaled.
@@ -123,48 +117,6 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
     EXPECT_EQ(mf->InfoLine(5), "\nMoney Flow: 21.0M, pos: 21.0M, neg: 0");
     EXPECT_EQ(mf->label(5, false),
               "Money Flow, lookback period - 2 MF: 21000000 pos: 21000000 neg: 0");
-}
-
-// The lines a pane of `type` draws with these settings, by the reference; the volume pane its
-// bars.
-std::vector<sf::Line> ReferenceLines(int type, const SStudySettings& settings,
-                                     const IBarSeries& bars) {
-    const int n = settings.Period(type);
-    switch (type) {
-    case kStudyRSI:
-        return {sf::Rsi(bars, n)};
-    case kStudyMomentum:
-        return {sf::Momentum(bars, n)};
-    case kStudyRateOfChange:
-        return {sf::RateOfChange(bars, n)};
-    case kStudyOBV:
-        return {sf::OnBalanceVolume(bars, n)};
-    case kStudyMACD: {
-        const auto m = sf::Macd(bars, settings.macdShort, settings.macdLong, n);
-        return {m.macd, m.signal, m.histogram};
-    }
-    case kStudyStochastics: {
-        const auto sto = sf::Stochastics(bars, n, settings.stoFast);
-        return {sto.k, sto.d};
-    }
-    case kStudyMoneyFlow: {
-        const auto flow = sf::MoneyFlow(bars, n);
-        return {flow.positive, flow.negative};
-    }
-    case kStudyMFI:
-        return {sf::MoneyFlowIndex(bars, n)};
-    case kStudyADX: {
-        const auto adx = sf::Adx(bars, n);
-        return {adx.adx, adx.plusDi, adx.minusDi};
-    }
-    default: {
-        sf::Line volume;
-        for (int i = 0; i < bars.Count(); ++i) {
-            volume.push_back(static_cast<double>(bars.Volume(i)));
-        }
-        return {volume};
-    }
-    }
 }
 
 // The first `count` bars of `bars` as the studies read them; trades keep only their prices.
@@ -181,44 +133,52 @@ CStudyInputs Inputs(const CVectorBars& bars, std::size_t count, bool trades) {
 // series that grew by a few bars and changed its newest one; the volume pane draws the bars' volume
 // and their mean.
 TEST(StudyCharts, PanesDrawTheReferenceLines) {
+    // Each pane's lines among the reference's, by index; the slow stochastics are two further on.
+    const std::vector<std::size_t> paneLines[kStudyTypeCount] = {
+        {5}, {6}, {7}, {8}, {16, 17, 18}, {9, 10}, {}, {13, 14}, {15}, {19, 20, 21}};
     const CVectorBars walk = RandomBars(5, 300);
     // What a pane followed: the first 293 bars, before trades moved the newest of them.
     CVectorBars earlier = walk;
     earlier.close[292] -= 0.75;
     earlier.low[292] = std::min(earlier.low[292], earlier.close[292]);
     earlier.volume[292] = std::floor(earlier.volume[292] / 2);
-    struct SCase {
-        int n, macdShort, macdLong;
-        bool fast;
-    };
-    for (const SCase c :
-         {SCase{1, 1, 1, true}, {2, 2, 5, false}, {3, 9, 3, true}, {14, 8, 17, false}}) {
+    const double mean = std::accumulate(walk.volume.begin(), walk.volume.end(), 0.0) / 300;
+    // The periods (MACD's signal is the study's period) and whether the stochastics are fast.
+    const std::pair<SPeriods, bool> cases[] = {{{1, 1, 1, 1}, true},
+                                               {{2, 2, 5, 2}, false},
+                                               {{3, 9, 3, 3}, true},
+                                               {{14, 8, 17, 14}, false}};
+    for (const auto& [p, fast] : cases) {
         SStudySettings settings;
-        settings.periods.fill(c.n);
-        settings.macdShort = c.macdShort;
-        settings.macdLong = c.macdLong;
-        settings.stoFast = c.fast;
+        settings.periods.fill(p.n);
+        settings.macdShort = p.s;
+        settings.macdLong = p.l;
+        settings.stoFast = fast;
+        const std::size_t slow = fast ? 0 : 2;
         for (const bool trades : {false, true}) {
             const CStudyInputs inputs = Inputs(walk, 300, trades);
             const CStudyInputs before = Inputs(earlier, 293, trades);
+            const std::vector<sf::Line> reference = Reference(inputs, p);
             for (int type = 0; type < kStudyTypeCount; ++type) {
                 const auto whole = Filled(type, settings, inputs);
                 const auto followed = Filled(type, settings, before);
                 followed->fill(inputs, 292);
-                const std::vector<sf::Line> expected = ReferenceLines(type, settings, inputs);
+                std::vector<sf::Line> expected;
+                for (const std::size_t at : paneLines[type]) {
+                    expected.push_back(reference[at + (type == kStudyStochastics ? slow : 0)]);
+                }
+                if (type == kStudyVolume) {
+                    expected.push_back(walk.volume);
+                    EXPECT_NEAR(whole->LineAt(1, 0), mean, 1e-12 * mean);
+                    EXPECT_NEAR(followed->LineAt(1, 299), mean, 1e-12 * mean);
+                }
                 for (const auto* pane : {whole.get(), followed.get()}) {
                     for (std::size_t line = 0; line < expected.size(); ++line) {
                         EXPECT_EQ(sf::Mismatch(expected[line], pane->Lines()[line].values), "")
-                            << "type " << type << " line " << line << " n=" << c.n
+                            << "type " << type << " line " << line << " " << Tag(p)
                             << (trades ? " trades" : " bars")
                             << (pane == whole.get() ? "" : " followed");
                     }
-                }
-                if (type == kStudyVolume) {
-                    const double mean =
-                        std::accumulate(walk.volume.begin(), walk.volume.end(), 0.0) / 300;
-                    EXPECT_NEAR(whole->LineAt(1, 0), mean, 1e-12 * mean);
-                    EXPECT_NEAR(followed->LineAt(1, 299), mean, 1e-12 * mean);
                 }
             }
         }
@@ -309,27 +269,10 @@ TEST(StudySettings, ListsAndChoicesReadFromTheTable) {
     EXPECT_EQ(read.Period(kStudyADX), 14);
     EXPECT_EQ(read.paneTypes, (std::vector<int>{kStudyVolume, kStudyMACD, kStudyVolume}));
 
-    // What is written reads back the same.
-    read.rsiUpper = 65;
-    read.stoFast = true;
-    read.paneTypes = {kStudyADX, kStudyRSI};
+    // Written back, a custom period is in both lists.
     read.Write(settings);
-    const SStudySettings again = SStudySettings::Read(settings);
-    EXPECT_EQ(again.paneTypes, read.paneTypes);
-    EXPECT_EQ(again.rsiUpper, 65);
-    EXPECT_TRUE(again.stoFast);
-    EXPECT_EQ(again.periods, read.periods);
-    EXPECT_TRUE(again.IsCustom(kStudyRSI));
     EXPECT_EQ(settings.GetText(keys::kStudyCustomAvgPeriod), "30,20,20,9,18,5,500,9,9,10");
-
-    SUpperStudySettings upper = SUpperStudySettings::Read(settings);
-    EXPECT_FALSE(upper.AverageShown(1));
-    upper.masShow = true;
-    upper.bandsDeviations = 2.5;
-    upper.Write(settings);
-    EXPECT_EQ(settings.GetText(keys::kBBDeviations), "2.50");
-    EXPECT_TRUE(SUpperStudySettings::Read(settings).AverageShown(1));
-    EXPECT_EQ(SUpperStudySettings::Read(settings).Period(4), 20);
+    EXPECT_EQ(settings.GetText(keys::kStudyAvgPeriod), "30,20,7,9,18,5,10,14,14,14");
 }
 
 } // namespace

@@ -1,18 +1,29 @@
+// The rules of the upper and lower studies pages over a real Skychart.conf.
+
 #include "studies/lower_page_logic.h"
+#include "studies/upper_page_logic.h"
 
-#include "core/setting_keys.h"
+#include "settings_file.h"
 
-#include "settings_file_fixture.h"
-
+#include <climits>
 #include <cstdlib>
 
 namespace {
 
 using Model = CLowerStudiesPageModel;
-class LowerPageLogicTest : public SettingsFileTest {
+using L = CUpperPageLogic;
+
+class PageLogic : public skychart::test::SettingsFileTest {
 protected:
     SStudySettings ReadBack() const { return SStudySettings::Read(settings); }
 };
+
+SUpperPageValues Typed(const std::string& period, const std::string& deviations) {
+    SUpperPageValues values;
+    values.bandsPeriodText = period;
+    values.deviationsText = deviations;
+    return values;
+}
 
 // Builds and expects a refusal; returns its text.
 std::string Refused(const Model& model, int studyType) {
@@ -24,6 +35,37 @@ std::string Refused(const Model& model, int studyType) {
     }
     EXPECT_EQ(refusal->studyType, studyType);
     return refusal->text;
+}
+
+TEST(UpperPageFields, TextsAreFilteredAndReadAndRefusedInOrder) {
+    const std::pair<const char*, const char*> filtered[] = {
+        {"2.5x.3", "2.5"}, {"1.2.3", "1.2"}, {"1..2", "1."}, {".25", ".25"},
+        {"-1", ""},        {"3 4", "3"},     {"12", "12"},   {"", ""}};
+    for (const auto& [typed, kept] : filtered) {
+        EXPECT_EQ(L::FilterDeviations(typed), kept) << typed;
+    }
+    EXPECT_EQ(L::FormatDeviations(2.0), "2.00");
+    EXPECT_EQ(L::FormatDeviations(0.5), "0.50");
+    // The period text is read as the C library reads an integer.
+    const std::pair<const char*, int> read[] = {
+        {" 12abc", 12}, {"+7", 7}, {"abc", 0}, {"", 0}, {"-5", -5}, {"99999999999999", INT_MAX}};
+    for (const auto& [text, value] : read) {
+        EXPECT_EQ(L::ReadInt(text), value) << text;
+    }
+
+    // The period is looked at before the deviations, whatever they are.
+    for (const char* period : {"1", "1000", "abc", "", "-20"}) {
+        EXPECT_STREQ(L::Refusal(Typed(period, ".")), L::kPeriodRangeText) << period;
+    }
+    EXPECT_STREQ(L::Refusal(Typed("2", ".")), L::kNoDeviationsText);
+    EXPECT_STREQ(L::Refusal(Typed("999", ".")), L::kNoDeviationsText);
+    for (const char* deviations : {"0.001", "100.5", "", "0", "0.009", "nan"}) {
+        EXPECT_STREQ(L::Refusal(Typed("20", deviations)), L::kDeviationsRangeText) << deviations;
+    }
+    for (const char* deviations : {"100", "0.01", "2.", ".5", "100.00"}) {
+        EXPECT_EQ(L::Refusal(Typed("20", deviations)), nullptr) << deviations;
+    }
+    EXPECT_EQ(L::Refusal(Typed(" 20x", "2")), nullptr);
 }
 
 TEST(LowerPageTable, CaptionsChoicesAndRowsFollowTheCatalogue) {
@@ -41,24 +83,13 @@ TEST(LowerPageTable, CaptionsChoicesAndRowsFollowTheCatalogue) {
         }
         EXPECT_LE(props.rows.size(), 4u);
     }
-    const SStudyProperties& adx = StudyProperties(kStudyADX);
-    EXPECT_STREQ(adx.caption, "ADX Properties...");
-    EXPECT_STREQ(adx.rows[1].caption, "-  DI color:");
-    EXPECT_STREQ(StudyProperties(kStudyRateOfChange).rows[0].caption, "Color of 100% :");
-    EXPECT_STREQ(StudyProperties(kStudyOBV).periodCaption, "Smoothing period:");
-    const SStudyProperties& macd = StudyProperties(kStudyMACD);
-    EXPECT_STREQ(macd.choices[1], "sell (12, 25, 9)");
-    EXPECT_STREQ(macd.choices[2], "custom");
-    EXPECT_TRUE(macd.macdEdits);
+    // The stochastics' levels are edits, their line colours buttons.
     const SStudyProperties& sto = StudyProperties(kStudyStochastics);
-    EXPECT_TRUE(sto.slowFast);
-    EXPECT_STREQ(sto.rows[2].caption, "Color of %D line:");
     EXPECT_TRUE(IsLevelField(sto.rows[0].field));
     EXPECT_FALSE(IsLevelField(sto.rows[2].field));
-    EXPECT_STREQ(StudyProperties(kStudyMFI).caption, "MFI Properties...");
 }
 
-TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
+TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
     Start();
     Model model(ReadBack());
     EXPECT_EQ(model.Displayed(), std::vector<int>{kStudyVolume});
@@ -68,7 +99,6 @@ TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
     for (int type = 0; type < 9; ++type) {
         EXPECT_EQ(model.Add(type), nullptr) << type;
     }
-    EXPECT_EQ(model.Displayed().size(), 10u);
     EXPECT_STREQ(model.Add(kStudyADX), Model::kListFullText);
     EXPECT_EQ(model.Displayed().size(), 10u);
 
@@ -81,9 +111,8 @@ TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
     EXPECT_TRUE(model.Remove(9));
     EXPECT_EQ(model.Displayed(), (std::vector<int>{0, 6, 2, 1, 3, 4, 5, 6, 7}));
     EXPECT_TRUE(model.Confirm(settings, prompt));
-    EXPECT_EQ(Stored("Number of displayed study charts"), "9");
-    EXPECT_EQ(Stored("Type of study chart 0"), "0");
-    EXPECT_EQ(Stored("Type of study chart 3"), "1");
+    ExpectStored({"Number of displayed study charts=9", "Type of study chart 0=0",
+                  "Type of study chart 3=1"});
     EXPECT_EQ(ReadBack().paneTypes, model.Displayed());
 
     while (model.Remove(0)) {
@@ -91,27 +120,23 @@ TEST_F(LowerPageLogicTest, DisplayedListHoldsAtMostTenAndBecomesThePanes) {
     EXPECT_TRUE(model.Confirm(settings, prompt));
     EXPECT_EQ(Stored("Number of displayed study charts"), "0");
     EXPECT_TRUE(ReadBack().paneTypes.empty());
-    // With nothing displayed the page opens on RSI.
-    EXPECT_EQ(Model(ReadBack()).ShownStudy(), kStudyRSI);
+    EXPECT_EQ(Model(ReadBack()).ShownStudy(), kStudyRSI); // with nothing displayed
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
-TEST_F(LowerPageLogicTest, OpeningShowsTheChoiceThatDrawsThePeriodInUse) {
+TEST_F(PageLogic, LowerPageOpensOnTheChoiceThatDrawsThePeriodInUse) {
     Start();
     const Model defaults(ReadBack());
-    // RSI's stored choice "9" is not its period 21: the custom choice shows 21.
-    EXPECT_EQ(defaults.Choice(kStudyRSI), 3);
-    EXPECT_EQ(defaults.CustomText(kStudyRSI), "21");
-    EXPECT_EQ(defaults.Choice(kStudyMomentum), 2);
-    EXPECT_EQ(defaults.CustomText(kStudyMomentum), "20");
-    // OBV's and ADX's stored choice is "Custom", but the periods in use are fixed choices.
-    EXPECT_EQ(defaults.Choice(kStudyOBV), 0);
-    EXPECT_EQ(defaults.CustomText(kStudyOBV), "9");
-    EXPECT_EQ(defaults.Choice(kStudyStochastics), 0);
-    EXPECT_EQ(defaults.Choice(kStudyVolume), 0); // for all data
-    EXPECT_EQ(defaults.CustomText(kStudyVolume), "500");
-    EXPECT_EQ(defaults.Choice(kStudyADX), 0);
-    EXPECT_EQ(defaults.CustomText(kStudyADX), "10");
+    // {study, choice, custom edit}: RSI's stored choice "9" is not its period 21, so the custom
+    // choice shows 21; OBV's and ADX's stored choice is "Custom", but their periods in use are
+    // fixed choices; volume's first choice is "for all data".
+    const std::tuple<int, int, const char*> shown[] = {
+        {kStudyRSI, 3, "21"},        {kStudyMomentum, 2, "20"}, {kStudyOBV, 0, "9"},
+        {kStudyStochastics, 0, "5"}, {kStudyVolume, 0, "500"},  {kStudyADX, 0, "10"}};
+    for (const auto& [type, choice, custom] : shown) {
+        EXPECT_EQ(defaults.Choice(type), choice) << type;
+        EXPECT_EQ(defaults.CustomText(type), custom) << type;
+    }
     // MACD draws 8, 17 and a signal of 18: no preset, so the custom edits show them.
     EXPECT_EQ(defaults.Choice(kStudyMACD), 2);
     EXPECT_EQ(defaults.MacdText(EMacdEdit::Short), "8");
@@ -120,15 +145,10 @@ TEST_F(LowerPageLogicTest, OpeningShowsTheChoiceThatDrawsThePeriodInUse) {
     EXPECT_EQ(defaults.LevelText(EStudyField::RsiUpper), "70");
     EXPECT_EQ(defaults.Color(EStudyField::NegativeDIColor), 255u);
 
-    Start({{"STUDY AVG PERIOD", "14,30,20,9,9,25,10,14,14,14"},
-           {"STUDY CUSTOM AVG PERIOD", "33,20,20,9,7,5,500,9,9,10"},
-           {"RSI Radio Select", "0"},
-           {"MOM Radio Select", "7"},
-           {"STO Radio Select", "0"},
-           {"Volume Average All Data", "0"},
-           {"MACD Radio Select", "0"},
-           {"MACD Short Period", "12"},
-           {"MACD Long Period", "25"}});
+    Start({"STUDY AVG PERIOD=14,30,20,9,9,25,10,14,14,14",
+           "STUDY CUSTOM AVG PERIOD=33,20,20,9,7,5,500,9,9,10", "RSI Radio Select=0",
+           "MOM Radio Select=7", "STO Radio Select=0", "Volume Average All Data=0",
+           "MACD Radio Select=0", "MACD Short Period=12", "MACD Long Period=25"});
     const Model stored(ReadBack());
     EXPECT_EQ(stored.Choice(kStudyRSI), 0);
     EXPECT_EQ(stored.CustomText(kStudyRSI), "33");
@@ -140,7 +160,7 @@ TEST_F(LowerPageLogicTest, OpeningShowsTheChoiceThatDrawsThePeriodInUse) {
     EXPECT_EQ(stored.MacdText(EMacdEdit::Signal), "7");
 }
 
-TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
+TEST_F(PageLogic, LowerChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
     Start();
     Model model(ReadBack());
     ASSERT_TRUE(model.SetChoice(kStudyRSI, 1));
@@ -159,25 +179,13 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     // The colour page of the same sheet stores a study colour after this page was made.
     settings.SetText("Study Data Color 3", "4660");
     ASSERT_TRUE(model.Confirm(settings, prompt));
-    EXPECT_EQ(Stored("Study Data Color 3"), "4660");
-
-    EXPECT_EQ(Stored("RSI Radio Select"), "1");
-    EXPECT_EQ(Stored("MOM Radio Select"), "2");
-    EXPECT_EQ(Stored("Volume Average All Data"), "0");
-    EXPECT_EQ(Stored("STO Radio Select"), "2");
-    EXPECT_EQ(Stored("STO Fast"), "1");
-    EXPECT_EQ(Stored("MACD Radio Select"), "0");
-    EXPECT_EQ(Stored("STUDY AVG PERIOD"), "9,33,20,9,9,25,250,14,14,14");
-    EXPECT_EQ(Stored("STUDY CUSTOM AVG PERIOD"), "21,33,20,9,18,5,250,9,9,10");
-    EXPECT_EQ(Stored("MFI Upper Level"), "75");
-    EXPECT_EQ(Stored("STO %K Line Color"), std::to_string(0x123456));
+    ExpectStored({"Study Data Color 3=4660", "RSI Radio Select=1", "MOM Radio Select=2",
+                  "Volume Average All Data=0", "STO Radio Select=2", "STO Fast=1",
+                  "MACD Radio Select=0", "STUDY AVG PERIOD=9,33,20,9,9,25,250,14,14,14",
+                  "STUDY CUSTOM AVG PERIOD=21,33,20,9,18,5,250,9,9,10", "MFI Upper Level=75",
+                  "STO %K Line Color=1193046"});
     const SStudySettings back = ReadBack();
-    EXPECT_EQ(back.Period(kStudyRSI), 9);
-    EXPECT_EQ(back.Period(kStudyMomentum), 33);
-    EXPECT_EQ(back.Period(kStudyVolume), 250);
     EXPECT_FALSE(back.VolumeAverageAllData());
-    EXPECT_EQ(back.Period(kStudyStochastics), 25);
-    EXPECT_EQ(back.Period(kStudyMACD), 9);
     EXPECT_EQ(back.MacdPresetWord(), "buy");
     EXPECT_EQ(back.macdShort, 8);
     EXPECT_EQ(back.macdLong, 17);
@@ -195,11 +203,8 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     reopened.SetMacdText(EMacdEdit::Long, "17");
     reopened.SetMacdText(EMacdEdit::Signal, "5");
     ASSERT_TRUE(reopened.Confirm(settings, prompt));
-    EXPECT_EQ(Stored("MACD Short Period"), "16");
-    EXPECT_EQ(Stored("MACD Custom Short Period"), "16");
-    EXPECT_EQ(Stored("MACD Long Period"), "17");
-    EXPECT_EQ(Stored("MACD Custom Long Period"), "17");
-    EXPECT_EQ(Stored("MACD Radio Select"), "2");
+    ExpectStored({"MACD Short Period=16", "MACD Custom Short Period=16", "MACD Long Period=17",
+                  "MACD Custom Long Period=17", "MACD Radio Select=2"});
     EXPECT_EQ(ReadBack().Period(kStudyMACD), 5);
     EXPECT_EQ(ReadBack().MacdPresetWord(), "custom");
     const Model third(ReadBack());
@@ -208,14 +213,13 @@ TEST_F(LowerPageLogicTest, ChoicesStoreWhatThePanesComputeWithAndReopenTheSame) 
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
-TEST_F(LowerPageLogicTest, RefusalsNameTheStudyAndStoreNothing) {
+TEST_F(PageLogic, LowerRefusalsNameTheStudyAndStoreNothing) {
     Start();
     Model model(ReadBack());
     ASSERT_TRUE(model.SetChoice(kStudyMACD, 2));
     model.SetMacdText(EMacdEdit::Short, "17");
     model.SetMacdText(EMacdEdit::Long, "17");
     EXPECT_EQ(Refused(model, kStudyMACD), Model::kMacdOrderText);
-    EXPECT_STREQ(Model::kMacdOrderText, "MACD short period must be shorter then MACD long period");
     model.SetMacdText(EMacdEdit::Long, "x");
     EXPECT_EQ(Refused(model, kStudyMACD),
               "MACD long period must be a whole number from 1 to 100000");
@@ -239,8 +243,8 @@ TEST_F(LowerPageLogicTest, RefusalsNameTheStudyAndStoreNothing) {
 
     model.ShowStudy(kStudyRSI);
     EXPECT_FALSE(model.Confirm(settings, prompt));
-    ASSERT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(prompt.boxes[0], "Error|MACD short period must be shorter then MACD long period");
+    EXPECT_EQ(prompt.Texts(),
+              std::vector<std::string>{std::string("Error|") + Model::kMacdOrderText});
     EXPECT_EQ(model.ShownStudy(), kStudyMACD);
     EXPECT_EQ(Stored("MACD Short Period"), "<missing>");
 

@@ -7,7 +7,7 @@
 #include "chart/ui/line_picture_ctrl.h"
 #include "core/ui/setting_sheet.h"
 
-#include "settings_file_fixture.h"
+#include "settings_file.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -22,7 +22,7 @@
 
 namespace {
 
-class ChartPagesSheetTest : public SettingsFileTest {
+class ChartPagesSheet : public skychart::test::SettingsFileTest {
 protected:
     void TearDown() override {
         sheet.reset();
@@ -35,8 +35,8 @@ protected:
         colors = new CColorPage(settings, nullptr, screenDepth);
         sheet->AddPage(display);
         sheet->AddPage(colors);
-        QObject::connect(display, &CDisplaySettingsPage::applied, [this] { ++displayApplied; });
-        QObject::connect(colors, &CColorPage::applied, [this] { ++colorsApplied; });
+        QObject::connect(display, &CDisplaySettingsPage::applied, [this] { ++applied; });
+        QObject::connect(colors, &CColorPage::applied, [this] { applied += 10; });
         sheet->show();
     }
     void Press(QDialogButtonBox::StandardButton button) {
@@ -46,25 +46,11 @@ protected:
     std::unique_ptr<CSettingSheet> sheet;
     CDisplaySettingsPage* display = nullptr;
     CColorPage* colors = nullptr;
-    int displayApplied = 0;
-    int colorsApplied = 0;
+    int applied = 0; // once for the display page, ten times for the colour page
 };
 
-// Runs `answer` on the colour chooser once it is the modal window.
-void AnswerChooser(std::function<void(QColorDialog&)> answer) {
-    auto* poll = new QTimer;
-    QObject::connect(poll, &QTimer::timeout, [poll, answer] {
-        if (auto* dialog = qobject_cast<QColorDialog*>(QApplication::activeModalWidget())) {
-            poll->stop();
-            poll->deleteLater();
-            answer(*dialog);
-        }
-    });
-    poll->start(5);
-}
-
-TEST_F(ChartPagesSheetTest, OkStoresTheGridStyleAndColoursOfBothPages) {
-    Open({{"PTS INDEX", "5"}, {"Grid Color", "255"}, {"Study Data Color 4", "16711680"}});
+TEST_F(ChartPagesSheet, OkStoresTheGridStyleAndColoursOfBothPages) {
+    Open({"PTS INDEX=5", "Grid Color=255", "Study Data Color 4=16711680"});
     EXPECT_EQ(sheet->Page(0)->Title(), "Display");
     EXPECT_EQ(sheet->Page(1)->Title(), "Colors");
     EXPECT_EQ(display->DisplayPointsList()->currentText(), "480");
@@ -83,38 +69,26 @@ TEST_F(ChartPagesSheetTest, OkStoresTheGridStyleAndColoursOfBothPages) {
 
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_EQ(sheet->result(), QDialog::Accepted);
-    EXPECT_EQ(displayApplied, 1);
-    EXPECT_EQ(colorsApplied, 1);
-    EXPECT_EQ(Stored("Grid Style"), "3");
-    EXPECT_EQ(Stored("PTS INDEX"), "5");
-    EXPECT_EQ(Stored("Candle Price Chart Style"), "0");
-    EXPECT_EQ(Stored("Grid Color"), "65280");
-    EXPECT_EQ(Stored("Study Data Color 0"), "128");
-    EXPECT_EQ(Stored("Study Data Color 4"), "16711680");
-    EXPECT_EQ(Stored("Study Label Color 4"), "8421504");
+    EXPECT_EQ(applied, 11);
+    ExpectStored({"Grid Style=3", "PTS INDEX=5", "Candle Price Chart Style=0", "Grid Color=65280",
+                  "Study Data Color 0=128", "Study Data Color 4=16711680",
+                  "Study Label Color 4=8421504"});
 }
 
-TEST_F(ChartPagesSheetTest, RefusedDisplayPageKeepsTheSheetOpenUntilTheGridIsOff) {
+TEST_F(ChartPagesSheet, ARefusalKeepsTheSheetOpenAndShowGridIsStoredAtOnce) {
     Open({});
     int gridSignals = 0;
     QObject::connect(display, &CDisplaySettingsPage::showGridChanged,
                      [&gridSignals](bool shown) { gridSignals += shown ? 100 : 1; });
     display->GridStyleList()->setCurrentIndex(-1);
     Press(QDialogButtonBox::Ok);
-    ASSERT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(prompt.boxes[0], "Error|You must select a valid No. of Grid Style.");
+    EXPECT_EQ(prompt.Texts(),
+              std::vector<std::string>{"Error|You must select a valid No. of Grid Style."});
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(sheet->result(), 0);
+    EXPECT_EQ(applied, 0);
 
-    display->DisplayPointsList()->setCurrentIndex(-1);
-    Press(QDialogButtonBox::Ok);
-    ASSERT_EQ(prompt.boxes.size(), 2u);
-    EXPECT_EQ(prompt.boxes[1], "Error|You must select a valid No. of Display Pts.");
-    EXPECT_TRUE(sheet->isVisible());
-    EXPECT_EQ(displayApplied + colorsApplied, 0);
-    EXPECT_EQ(Stored("PTS INDEX"), "<missing>");
-
-    // Clearing "Show Grid" is stored at once and disables the style list.
+    // Clearing "Show Grid" is stored at once and disables the style list; then OK passes.
     EXPECT_TRUE(display->GridStyleList()->isEnabled());
     display->ShowGridCheck()->click();
     EXPECT_EQ(Stored("Show Grid"), "0");
@@ -122,45 +96,53 @@ TEST_F(ChartPagesSheetTest, RefusedDisplayPageKeepsTheSheetOpenUntilTheGridIsOff
     EXPECT_FALSE(display->GridStyleList()->isEnabled());
     display->DisplayPointsList()->setCurrentIndex(0);
     Press(QDialogButtonBox::Ok);
-    EXPECT_EQ(prompt.boxes.size(), 2u);
+    EXPECT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(sheet->result(), QDialog::Accepted);
-    EXPECT_EQ(Stored("PTS INDEX"), "0");
-    EXPECT_EQ(Stored("Grid Style"), "<missing>");
+    ExpectStored({"PTS INDEX=0", "Grid Style=<missing>"});
 }
 
-TEST_F(ChartPagesSheetTest, ColourButtonOpensThePresetChooserAndKeepsItsChoiceOnOk) {
-    Open({{"Price Bar Color", "4210752"}}, 8);
+// Runs `answer` on the colour chooser once it is the modal window; `definer` tells whether the
+// chooser shows its colour definer.
+void AnswerChooser(std::function<void(QColorDialog&, bool definer)> answer) {
+    auto* poll = new QTimer;
+    QObject::connect(poll, &QTimer::timeout, [poll, answer] {
+        if (auto* dialog = qobject_cast<QColorDialog*>(QApplication::activeModalWidget())) {
+            poll->stop();
+            poll->deleteLater();
+            bool definer = false;
+            for (QWidget* child : dialog->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+                definer |= QString(child->metaObject()->className()).contains("QColorShower") &&
+                           child->isVisible();
+            }
+            answer(*dialog, definer);
+        }
+    });
+    poll->start(5);
+}
+
+TEST_F(ChartPagesSheet, ColourButtonsOpenTheChooserAndKeepItsChoiceOnOkOnly) {
+    Open({"Price Bar Color=4210752"}, 8);
     CButtonForColor* button = colors->Button(EColorSlot::PriceBar);
     EXPECT_FALSE(button->FullChooser());
     bool shownPreset = false;
-    bool definerHidden = false;
-    AnswerChooser([&](QColorDialog& dialog) {
+    bool definerShown = true;
+    AnswerChooser([&](QColorDialog& dialog, bool definer) {
         shownPreset = dialog.currentColor() == QColor(0x40, 0x40, 0x40);
-        for (QWidget* child : dialog.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-            if (std::string(child->metaObject()->className()).find("QColorShower") !=
-                std::string::npos) {
-                definerHidden = !child->isVisible();
-            }
-        }
+        definerShown = definer;
         dialog.setCurrentColor(QColor(0x12, 0x34, 0x56));
         dialog.accept();
     });
     button->click();
     EXPECT_TRUE(shownPreset);
-    EXPECT_TRUE(definerHidden);
+    EXPECT_FALSE(definerShown);
     EXPECT_EQ(button->Color(), 0x563412u);
 
     // Cancel keeps the colour; a deep screen gets the whole chooser.
     CButtonForColor* grid = colors->Button(EColorSlot::Grid);
     grid->SetFullChooser(true);
-    bool definerShown = false;
-    AnswerChooser([&](QColorDialog& dialog) {
+    AnswerChooser([&](QColorDialog& dialog, bool definer) {
+        definerShown = definer;
         dialog.setCurrentColor(Qt::red);
-        for (QWidget* child : dialog.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-            definerShown |= std::string(child->metaObject()->className()).find("QColorShower") !=
-                                std::string::npos &&
-                            child->isVisible();
-        }
         dialog.reject();
     });
     EXPECT_FALSE(grid->Choose());

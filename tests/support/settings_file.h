@@ -1,36 +1,26 @@
 #pragma once
 
-// A settings table of the test's own started as the application starts its table, over a real
-// Skychart.conf in a temporary XDG_CONFIG_HOME, with a prompt that records its boxes as
-// "caption|text".
+// A settings table started as the application starts its own, over a real Skychart.conf in a
+// temporary XDG_CONFIG_HOME, with a prompt that records its boxes.
 
-#include "core/prompt.h"
 #include "core/settings.h"
 #include "platform/config_writer.h"
 
+#include "recording_prompt.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <string>
-#include <utility>
 #include <vector>
 
-struct RecordingPrompt : IPrompt {
-    void Information(const std::string& caption, const std::string& text) override {
-        boxes.push_back("Info " + caption + "|" + text);
-    }
-    void Error(const std::string& caption, const std::string& text) override {
-        boxes.push_back(caption + "|" + text);
-    }
-    bool Question(const std::string&, const std::string&) override { return false; }
-    std::vector<std::string> boxes;
-};
+namespace skychart::test {
 
 class SettingsFileTest : public ::testing::Test {
 protected:
-    using Values = std::vector<std::pair<std::string, std::string>>;
+    // "key=value" lines, as the file holds them.
+    using Values = std::vector<std::string>;
 
     void SetUp() override { ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1); }
     void TearDown() override { ::unsetenv("XDG_CONFIG_HOME"); }
@@ -38,8 +28,9 @@ protected:
     // Writes `values` into the file and starts the settings from it, the mirror published.
     void Start(const Values& values = {}) {
         CConfigWriter file;
-        for (const auto& [key, value] : values) {
-            EXPECT_TRUE(file.Write(key, value)) << key;
+        for (const std::string& line : values) {
+            const std::size_t equals = line.find('=');
+            EXPECT_TRUE(file.Write(line.substr(0, equals), line.substr(equals + 1))) << line;
         }
         settings.Reset();
         const SSettingsLoad load = LoadApplicationSettings(settings, prompt);
@@ -50,8 +41,17 @@ protected:
     static std::string Stored(const std::string& key) {
         return CConfigWriter().Read(key, "<missing>");
     }
+    // Expects the file to hold every one of `values`.
+    static void ExpectStored(const Values& values) {
+        for (const std::string& line : values) {
+            const std::size_t equals = line.find('=');
+            EXPECT_EQ(Stored(line.substr(0, equals)), line.substr(equals + 1)) << line;
+        }
+    }
 
-    skychart::test::TempDir home;
+    TempDir home;
     RecordingPrompt prompt;
     CSettings settings;
 };
+
+} // namespace skychart::test

@@ -47,7 +47,7 @@ void ExpectRange(const CChart2D::SRange& range, double min, double max) {
 
 } // namespace
 
-TYPED_TEST(ChartContract, RangesAreOrderedWidenedWhenFlatAndRefusedWhenNotFinite) {
+TYPED_TEST(ChartContract, RangesAndLabelPrecisionAreKeptInBoundsAndBadValuesRefused) {
     CChart2D& chart = this->holder.Chart();
     chart.SetAxisRange(EAxis::Y, 20.0, 10.0);
     ExpectRange(chart.AxisRange(EAxis::Y), 10.0, 20.0);
@@ -57,18 +57,14 @@ TYPED_TEST(ChartContract, RangesAreOrderedWidenedWhenFlatAndRefusedWhenNotFinite
     ExpectRange(chart.AxisRange(EAxis::Y), 10.0, 20.0);
     EXPECT_THROW(chart.SetAxisRange(EAxis::Y, std::nan(""), 1.0), CInvalidArgException);
     ExpectRange(chart.AxisRange(EAxis::Y), 10.0, 20.0);
-
     chart.SetXRange(3.0, 3.0);
     ExpectRange(chart.XRange(), 2.5, 3.5);
     EXPECT_THROW(chart.SetXRange(0.0, std::numeric_limits<double>::infinity()),
                  CInvalidArgException);
     ExpectRange(chart.XRange(), 2.5, 3.5);
-}
 
-TYPED_TEST(ChartContract, LabelPrecisionIsPerAxisAndKeptInBounds) {
-    CChart2D& chart = this->holder.Chart();
+    // Label precision is per axis, from 0 to the maximum.
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y), 2);
-    EXPECT_EQ(chart.LabelPrecision(EAxis::Y2), 2);
     chart.SetLabelPrecision(EAxis::Y, 0);
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y), 0);
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y2), 2);
@@ -76,10 +72,18 @@ TYPED_TEST(ChartContract, LabelPrecisionIsPerAxisAndKeptInBounds) {
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y2), CChart2D::kMaxLabelPrecision);
     chart.SetLabelPrecision(EAxis::Y, -3);
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y), 0);
-
     EXPECT_EQ(chart.LabelAxis(), EAxis::Y);
     chart.SetLabelAxis(EAxis::Y2);
     EXPECT_EQ(chart.LabelAxis(), EAxis::Y2);
+
+    // Series of unequal columns or with a position that is not a number are refused.
+    const std::array<double, 3> three{1.0, 2.0, 3.0};
+    const std::array<double, 2> two{1.0, 2.0};
+    EXPECT_THROW(chart.SetPriceBars(1, {three, three, two, three}, 0.0), CInvalidArgException);
+    EXPECT_THROW(chart.SetLine(2, three, std::nan("")), CInvalidArgException);
+    EXPECT_THROW(chart.SetHistogram(3, three, std::numeric_limits<double>::infinity()),
+                 CInvalidArgException);
+    EXPECT_NO_THROW(chart.SetPriceBars(1, {three, three, three, three}, 0.0));
 }
 
 TYPED_TEST(ChartContract, MappingSpansThePlotAreaBothWays) {
@@ -90,9 +94,8 @@ TYPED_TEST(ChartContract, MappingSpansThePlotAreaBothWays) {
     const CChart2D::SGeometry g = chart.Geometry();
     ASSERT_EQ(g.width, 600);
     ASSERT_EQ(g.height, 300);
-    const int plotWidth = g.width - g.left - g.right;
     const int plotHeight = g.height - g.top - g.bottom;
-    ASSERT_GT(plotWidth, 400);
+    ASSERT_GT(g.width - g.left - g.right, 400);
     ASSERT_GT(plotHeight, 200);
 
     EXPECT_NEAR(chart.SlotToPixelX(-0.5), g.left, 1.0);
@@ -100,19 +103,7 @@ TYPED_TEST(ChartContract, MappingSpansThePlotAreaBothWays) {
     EXPECT_NEAR(chart.ValueToPixelY(200.0, EAxis::Y), g.top, 1.0);
     EXPECT_NEAR(chart.ValueToPixelY(0.0, EAxis::Y), g.height - g.bottom, 1.0);
     EXPECT_NEAR(chart.ValueToPixelY(0.0, EAxis::Y2), g.top + plotHeight / 2.0, 1.0);
-
     EXPECT_NEAR(chart.PixelXToSlot(chart.SlotToPixelX(37.25)), 37.25, 1e-9);
     EXPECT_NEAR(chart.PixelYToValue(chart.ValueToPixelY(123.5, EAxis::Y), EAxis::Y), 123.5, 1e-9);
     EXPECT_NEAR(chart.PixelYToValue(chart.ValueToPixelY(0.25, EAxis::Y2), EAxis::Y2), 0.25, 1e-9);
-}
-
-TYPED_TEST(ChartContract, MalformedSeriesAreRefused) {
-    CChart2D& chart = this->holder.Chart();
-    const std::array<double, 3> three{1.0, 2.0, 3.0};
-    const std::array<double, 2> two{1.0, 2.0};
-    EXPECT_THROW(chart.SetPriceBars(1, {three, three, two, three}, 0.0), CInvalidArgException);
-    EXPECT_THROW(chart.SetLine(2, three, std::nan("")), CInvalidArgException);
-    EXPECT_THROW(chart.SetHistogram(3, three, std::numeric_limits<double>::infinity()),
-                 CInvalidArgException);
-    EXPECT_NO_THROW(chart.SetPriceBars(1, {three, three, three, three}, 0.0));
 }
