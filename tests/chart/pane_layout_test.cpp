@@ -4,6 +4,8 @@
 
 namespace {
 
+using Flags = decltype(SPaneLayout::minimized);
+
 SPaneLayout Loaded(int studies, std::initializer_list<double> tops) {
     SPaneLayout layout;
     layout.displayedCount = studies;
@@ -106,9 +108,7 @@ TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
     // Minimising the maximised pane clears it and, all others being minimised, shows them again.
     EXPECT_TRUE(layout.Minimize(2));
     EXPECT_EQ(layout.maximized, SPaneLayout::kNoMaximized);
-    EXPECT_EQ(layout.minimized[0], 0);
-    EXPECT_EQ(layout.minimized[1], 0);
-    EXPECT_EQ(layout.minimized[2], 1);
+    EXPECT_EQ(layout.minimized, (Flags{0, 0, 1}));
 
     // With enough panes still shown, minimising the maximised pane leaves the others alone.
     SPaneLayout four = Loaded(3, {0, 0.4, 0.6, 0.8});
@@ -123,10 +123,7 @@ TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
     four.Maximize(2);
     EXPECT_TRUE(four.Restore(1));
     EXPECT_EQ(four.maximized, 2);
-    EXPECT_EQ(four.minimized[0], 1);
-    EXPECT_EQ(four.minimized[1], 0);
-    EXPECT_EQ(four.minimized[2], 0);
-    EXPECT_EQ(four.minimized[3], 1);
+    EXPECT_EQ(four.minimized, (Flags{1, 0, 0, 1}));
     // Restoring the maximised pane goes back to the tops; the minimised flags stay.
     EXPECT_TRUE(four.Restore(2));
     EXPECT_EQ(four.maximized, SPaneLayout::kNoMaximized);

@@ -1,9 +1,9 @@
 // The feed connections over a scripted platform: launch, handshake, dispatch, statistics,
 // watch throttling and the symbol search.
 
-#include "fake_platform.h"
 #include "feed/feed_connections.h"
 #include "feed/kestrel_client_app_socket.h"
+#include "scripted_feed.h"
 
 #include <gtest/gtest.h>
 
@@ -66,19 +66,29 @@ TEST_F(FeedConnectionsTest, StartLaunchesTheManagerAndConnectsTheAdminWithItsHan
     EXPECT_EQ(admin().sent, "S,SET PROTOCOL,6.2\nS,SET CLIENT NAME,Skychart\n");
     EXPECT_EQ(SentCount(CFeedConnections::kAdmin), 2u);
     EXPECT_EQ(feed.ConnectionStatistics(CFeedConnections::kAdmin)->status.value, "Connected");
-}
 
-TEST_F(FeedConnectionsTest, AFailedLaunchIsReportedAndStartUpGoesOn) {
-    platform.launchError = 2;
-    feed.Start();
+    // A failed launch is reported, and the start goes on.
+    ScriptedPlatform failing;
+    failing.launchError = 2;
+    CFeedConnections other(frame, prompt, failing);
+    other.Start();
     ASSERT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(prompt.boxes[0].kind, "Error");
     EXPECT_EQ(prompt.boxes[0].text, "Unable to launch portico.exe.  Error Code: 2 hInst: 0");
-    EXPECT_NE(feed.Connection(CFeedConnections::kAdmin), nullptr);
+    EXPECT_NE(other.Connection(CFeedConnections::kAdmin), nullptr);
 }
 
 TEST_F(FeedConnectionsTest, TheFirstConnectedStatisticsOpenLookupAndLevel1OnceOnly) {
     feed.Start();
+    // Statistics lines that are short or mislabelled change nothing.
+    const std::string line = Stats(9, 1, "Connected");
+    for (const std::string& bad : {line.substr(0, line.rfind(",0")) + "\r\n", // 20 fields
+                                   "S,STATX" + line.substr(7), "S,STATSX" + line.substr(7)}) {
+        admin().Arrive(bad);
+    }
+    EXPECT_FALSE(feed.ServiceStatistics().valid);
+    EXPECT_EQ(feed.ServiceStatistics().status, "Not Connected");
+
     admin().Arrive(Stats(500, 0, "Not Connected"));
     EXPECT_TRUE(feed.ServiceStatistics().valid);
     EXPECT_EQ(platform.sockets.size(), 1u);
@@ -119,28 +129,12 @@ TEST_F(FeedConnectionsTest, TheFirstConnectedStatisticsOpenLookupAndLevel1OnceOn
     EXPECT_EQ(SentCount(CFeedConnections::kLevel1), 3u);
 }
 
-TEST_F(FeedConnectionsTest, StatisticsLinesThatAreShortOrMislabelledChangeNothing) {
-    feed.Start();
-    std::string shortLine = Stats(9, 1, "Connected");
-    shortLine = shortLine.substr(0, shortLine.rfind(",0")) + "\r\n"; // 20 fields
-    admin().Arrive(shortLine);
-    std::string relabelled = Stats(9, 1, "Connected");
-    relabelled.replace(0, 7, "S,STATX");
-    admin().Arrive(relabelled);
-    admin().Arrive("S,STATSX" + Stats(9, 1, "Connected").substr(7));
-    EXPECT_FALSE(feed.ServiceStatistics().valid);
-    EXPECT_EQ(feed.ServiceStatistics().status, "Not Connected");
-    EXPECT_EQ(platform.sockets.size(), 1u);
-}
-
 TEST_F(FeedConnectionsTest, EveryFirstByteHasAHandlerAndLinesReachTheirFrameCalls) {
     StartConnected();
     const CKestrelClientAppSocket& socket = *feed.Connection(CFeedConnections::kLevel1);
     for (int byte = 0; byte < 256; ++byte) {
         EXPECT_NE(socket.Handler(static_cast<unsigned char>(byte)), nullptr) << byte;
     }
-    EXPECT_EQ(socket.Handler('A'), &CFeedConnections::OnIgnoredLine);
-    EXPECT_EQ(socket.Handler(0xff), &CFeedConnections::OnIgnoredLine);
 
     level1().Arrive("Q,AURX,1\r\nP,AURX,2\r\nF,AURX,3\r\nn,NOSUCH\r\nA,x\r\nZ,y\r\n7,z\r\n"
                     "\xff,w\r\nq,v\r\n");
@@ -197,15 +191,13 @@ TEST_F(FeedConnectionsTest, TheLimitCountsTheServiceAndTheWatchesInFlight) {
     admin().Arrive(Stats(600, 0, "Not Connected"));
     level1().Arrive("T,20261120 12:00:00\r\n");
     EXPECT_EQ(feed.PendingWatches(), (Symbols{"BRYN"}));
-}
 
-TEST_F(FeedConnectionsTest, AWatchThatCannotBeSentIsNeitherInFlightNorQueued) {
-    StartConnected();
+    // A watch that cannot be sent is neither in flight nor queued.
     level1().failSendsWith = EPIPE;
-    EXPECT_EQ(feed.WatchSymbol("AURX"), -1);
-    EXPECT_TRUE(feed.WatchesInFlight().empty());
-    EXPECT_TRUE(feed.PendingWatches().empty());
-    EXPECT_EQ(SentCount(CFeedConnections::kLevel1), 3u);
+    EXPECT_EQ(feed.WatchSymbol("LUMA"), -1);
+    EXPECT_EQ(feed.WatchesInFlight(), (Symbols{"AURX"}));
+    EXPECT_EQ(feed.PendingWatches(), (Symbols{"BRYN"}));
+    EXPECT_EQ(SentCount(CFeedConnections::kLevel1), 4u);
 }
 
 TEST_F(FeedConnectionsTest, UnwatchSendsTheRemovalAndForgetsAQueuedWatch) {
@@ -220,19 +212,22 @@ TEST_F(FeedConnectionsTest, UnwatchSendsTheRemovalAndForgetsAQueuedWatch) {
     EXPECT_EQ(SentCount(CFeedConnections::kLevel1), 4u);
 }
 
-TEST_F(FeedConnectionsTest, SearchRequestsFollowTheFiltersAndTheSearchType) {
+TEST_F(FeedConnectionsTest, SearchesAndHistoryCommandsGoOutOnTheLookupConnection) {
     feed.SearchSymbols("IBM", "", "", false);
+    EXPECT_FALSE(feed.SendHistoryCommand("HTX,AURX,10,1,Lookup0\n"));
     EXPECT_EQ(platform.sockets.size(), 0u);
     StartConnected();
     feed.SearchSymbols("IBM", "", "", false);
     feed.SearchSymbols("IBM", "5", "2", false);
     feed.SearchSymbols("", "", "2", false);
     feed.SearchSymbols("gold bar", "1 4", "", true);
+    EXPECT_TRUE(feed.SendHistoryCommand("HTX,AURX,10,1,Lookup0\n"));
     EXPECT_EQ(lookup().sent, "SBF,s,IBM,,,LSearch\r\n"
                              "SBF,s,IBM,e,5,LSearch\r\n"
                              "SBF,s,,t,2,LSearch\r\n"
-                             "SBF,d,gold bar,e,1 4,LSearch\r\n");
-    EXPECT_EQ(SentCount(CFeedConnections::kLookup), 6u);
+                             "SBF,d,gold bar,e,1 4,LSearch\r\n"
+                             "HTX,AURX,10,1,Lookup0\n");
+    EXPECT_EQ(SentCount(CFeedConnections::kLookup), 7u);
 }
 
 TEST_F(FeedConnectionsTest, SearchAnswersFillTheResultsAndAnEmptyAnswerSaysSo) {
@@ -255,14 +250,6 @@ TEST_F(FeedConnectionsTest, SearchAnswersFillTheResultsAndAnEmptyAnswerSaysSo) {
     ASSERT_EQ(feed.SearchResults().size(), 1u);
     EXPECT_EQ(feed.SearchResults()[0].symbol, "No Results Found");
     EXPECT_EQ(feed.SearchResults()[0].description, "");
-}
-
-TEST_F(FeedConnectionsTest, HistoryCommandsNeedTheLookupConnection) {
-    EXPECT_FALSE(feed.SendHistoryCommand("HTX,AURX,10,1,Lookup0\n"));
-    StartConnected();
-    EXPECT_TRUE(feed.SendHistoryCommand("HTX,AURX,10,1,Lookup0\n"));
-    EXPECT_EQ(lookup().sent, "HTX,AURX,10,1,Lookup0\n");
-    EXPECT_EQ(SentCount(CFeedConnections::kLookup), 3u);
 }
 
 } // namespace

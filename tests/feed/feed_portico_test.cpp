@@ -1,32 +1,26 @@
 // The feed connections on the Qt event loop against the real portico: the Level 1 handshake,
-// retries, the failure of a handler and an overlong line. (Opening the connections, watches,
+// the failure of a handler, retries and an overlong line. (Opening the connections, watches,
 // searches and the reference tables over real sockets are the frame's tests; the watch limit's
 // wire text is pinned on both sides, in the scripted feed tests and the service's own.)
 
 #include "feed/feed_connections.h"
 #include "feed/kestrel_client_app_socket.h"
 #include "feed/lookup_system_info.h"
-#include "platform/process_launcher.h"
+#include "line_client.h"
 #include "platform/qt_feed.h"
 #include "portico_process.h"
-#include "recording_frame.h"
+#include "scripted_feed.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
+#include <fmt/format.h>
+
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <netinet/in.h>
-#include <optional>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace skychart::test {
 namespace {
@@ -45,94 +39,39 @@ bool RunUntil(const std::function<bool()>& done, std::chrono::seconds bound = 30
     return true;
 }
 
-// A port that is taken but refuses connections: bound, never listening.
-class RefusingPort {
+// The Qt platform without the connection manager: the test starts the service itself (the frame
+// tests and the end-to-end tests start it as the application does).
+class ServicePlatform : public CQtFeedPlatform {
 public:
-    RefusingPort() {
-        m_fd = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof(address);
-        if (::bind(m_fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-            ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-            m_port = ntohs(address.sin_port);
-        }
+    bool LaunchConnectionManager(const std::string& /*parameters*/, int& errorCode) override {
+        errorCode = 0;
+        return true;
     }
-    ~RefusingPort() { ::close(m_fd); }
-    int port() const { return m_port; }
-
-private:
-    int m_fd = -1;
-    int m_port = 0;
 };
-
-// The Qt platform, remembering the connection managers it started.
-class TrackingPlatform : public CQtFeedPlatform {
-public:
-    bool LaunchConnectionManager(const std::string& parameters, int& errorCode) override {
-        long long pid = 0;
-        const bool started = CProcessLauncher::LaunchConnectionManager(parameters, errorCode, &pid);
-        if (started) {
-            launched.push_back(static_cast<pid_t>(pid));
-        }
-        return started;
-    }
-    std::vector<pid_t> launched;
-};
-
-bool Running(pid_t pid) {
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string pidText, name, state;
-    return stat >> pidText >> name >> state && state != "Z";
-}
 
 class FeedPorticoTest : public ::testing::Test {
 protected:
-    void TearDown() override {
-        feed.reset();
-        // A started manager finds the test's service on its admin port and leaves at once;
-        // the service stays until it has, so that no manager outlives the test.
-        for (const pid_t pid : platform.launched) {
-            RunUntil([pid] { return !Running(pid); }, 10s);
-            if (Running(pid)) {
-                ::kill(pid, SIGTERM);
-            }
-        }
-    }
-
     // Starts portico with `arguments` and points this process's Startup.conf at its ports.
     void StartService(std::vector<std::string> arguments = {}) {
         arguments.insert(arguments.end(), {"--connect-delay", "0", "--linger", "0"});
         ASSERT_TRUE(portico.start(arguments)) << portico.errorOutput();
-        UseConfig(portico.configHome(), portico.adminPort(), portico.lookupPort(),
-                  portico.level1Port());
+        UsePorts(portico.adminPort(), portico.lookupPort(), portico.level1Port());
     }
-    // Makes `home` this process's configuration folder, with the three ports in Startup.conf.
-    static void UseConfig(const std::string& home, int admin, int lookup, int level1) {
-        ::setenv("XDG_CONFIG_HOME", home.c_str(), 1);
-        const std::filesystem::path folder = std::filesystem::path(home) / "Orvane" / "Kestrel";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "Startup.conf")
-            << "[General]\nAdminPort=" << admin << "\nLookupPort=" << lookup
-            << "\nLevel1Port=" << level1 << "\n";
+    void UsePorts(int admin, int lookup, int level1) {
+        ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1);
+        home.writeFile("Orvane/Kestrel/Startup.conf",
+                       fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n", admin,
+                                   lookup, level1));
     }
-    // Starts the feed and waits until the Level 1 handshake has been answered.
     void StartFeed() {
         feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
         feed->Start();
-        ASSERT_TRUE(RunUntil([this] {
-            const SKestrelSocketStats* level1 =
-                feed->ConnectionStatistics(CFeedConnections::kLevel1);
-            return level1 != nullptr && level1->IsConnected() && frame.serviceIp > 0;
-        })) << "the Level 1 connection never came up";
     }
     const SKestrelSocketStats& Stats(int kind) const { return *feed->ConnectionStatistics(kind); }
 
     PorticoProcess portico{PORTICO_EXECUTABLE};
-    TrackingPlatform platform;
-    std::optional<TempDir> m_home;
-    std::optional<RefusingPort> m_refusing;
+    ServicePlatform platform;
+    TempDir home;
     RecordingFrame frame;
     RecordingPrompt prompt;
     std::unique_ptr<CFeedConnections> feed;
@@ -144,9 +83,14 @@ void RecordSystemLine(CFeedConnections& /*frame*/, const std::string& line) {
     g_systemLines.push_back(line);
 }
 
-TEST_F(FeedPorticoTest, TheServiceAcceptsTheHandshakeOfTheLevel1Connection) {
+TEST_F(FeedPorticoTest, TheServiceTakesTheLevel1HandshakeAndAFailedLineLosesOnlyItself) {
     StartService();
-    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
+    StartFeed();
+    ASSERT_TRUE(RunUntil([this] {
+        const SKestrelSocketStats* level1 = feed->ConnectionStatistics(CFeedConnections::kLevel1);
+        return level1 != nullptr && level1->IsConnected() && frame.serviceIp > 0;
+    })) << "the Level 1 connection never came up";
+    // A connection of its own, to see the service's answers to the handshake.
     CKestrelClientAppSocket socket(platform, *feed, prompt, 3);
     socket.SetHandler('S', &RecordSystemLine);
     socket.SetProtocolVersion("6.1");
@@ -159,16 +103,19 @@ TEST_F(FeedPorticoTest, TheServiceAcceptsTheHandshakeOfTheLevel1Connection) {
     EXPECT_TRUE(g_systemLines[0].starts_with("S,IP,")) << g_systemLines[0];
     EXPECT_EQ(g_systemLines[1], "S,CURRENT PROTOCOL,6.1");
     EXPECT_EQ(g_systemLines[2], "S,CURRENT UPDATE FIELDS," + CFeedConnections::UpdateFieldList());
-    feed.reset();
+
+    // The fundamental line fails in the frame after the watch bookkeeping; later lines still come.
+    frame.throwOnLevel1 = true;
+    EXPECT_GT(feed->WatchSymbol("AURX"), 0);
+    ASSERT_TRUE(RunUntil([this] { return frame.Saw("P,AURX,") && frame.level1Lines.size() >= 3; }));
+    EXPECT_TRUE(frame.Saw("F,AURX,"));
+    EXPECT_TRUE(feed->WatchesInFlight().empty());
 }
 
 TEST_F(FeedPorticoTest, AnAdminPortThatRefusesEndsInTheFailureBoxAfterTenRetries) {
-    // Kept until the started manager has gone, so that it cannot take the port itself.
-    const RefusingPort& refusing = m_refusing.emplace();
-    ASSERT_NE(refusing.port(), 0);
-    UseConfig(m_home.emplace().path(), refusing.port(), refusing.port(), refusing.port());
-    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
-    feed->Start();
+    const int refusing = UnusedPort();
+    UsePorts(refusing, refusing, refusing);
+    StartFeed();
     ASSERT_TRUE(RunUntil([this] { return !prompt.boxes.empty(); }));
     ASSERT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(prompt.boxes[0].text, "Skychart is unable to connect to Kestrel.\nPlease restart the "
@@ -182,21 +129,9 @@ TEST_F(FeedPorticoTest, AnAdminPortThatRefusesEndsInTheFailureBoxAfterTenRetries
     EXPECT_FALSE(feed->ListedMarkets().IsLoaded());
 }
 
-TEST_F(FeedPorticoTest, AHandlerFailureAbandonsOnlyItsLine) {
-    StartService();
-    StartFeed();
-    frame.throwOnLevel1 = true;
-    EXPECT_GT(feed->WatchSymbol("AURX"), 0);
-    // The fundamental line fails in the frame after the watch bookkeeping; later lines still come.
-    ASSERT_TRUE(RunUntil([this] { return frame.Saw("P,AURX,") && frame.level1Lines.size() >= 3; }));
-    EXPECT_TRUE(frame.Saw("F,AURX,"));
-    EXPECT_TRUE(feed->WatchesInFlight().empty());
-}
-
 TEST_F(FeedPorticoTest, ALineOverTheLimitStallsOnlyItsOwnConnection) {
     StartService({"--fault-long-line"});
-    feed = std::make_unique<CFeedConnections>(frame, prompt, platform);
-    feed->Start();
+    StartFeed();
     ASSERT_TRUE(RunUntil([this] {
         const CKestrelClientAppSocket* level1 = feed->Connection(CFeedConnections::kLevel1);
         return level1 != nullptr &&
@@ -210,3 +145,10 @@ TEST_F(FeedPorticoTest, ALineOverTheLimitStallsOnlyItsOwnConnection) {
 
 } // namespace
 } // namespace skychart::test
+
+// The socket notifications come from Qt's event loop, so these tests run inside an application.
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

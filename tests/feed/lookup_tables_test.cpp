@@ -1,10 +1,12 @@
 // The reference tables fetched over the blocking lookup connection, and the service time texts.
 
-#include "fake_platform.h"
 #include "feed/lookup_system_info.h"
 #include "feed/service_statistics.h"
+#include "scripted_feed.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace skychart::test {
 namespace {
@@ -29,14 +31,8 @@ TEST(LookupTableFill, TakesEveryCompleteLineWithAnIdFrom0To255) {
     EXPECT_EQ(table[255], (CLookupSystemInfo::Entry{"LAST", "Last One", "", ""}));
     EXPECT_EQ(table[0], (CLookupSystemInfo::Entry{"ZERO", "Zero", "a", "b"}));
     EXPECT_EQ(table[7][0], "");
-    for (const auto& entry : {table[44], table[2]}) {
-        EXPECT_EQ(entry, CLookupSystemInfo::Entry{});
-    }
-    int filled = 0;
-    for (const auto& entry : table) {
-        filled += entry[0].empty() ? 0 : 1;
-    }
-    EXPECT_EQ(filled, 3);
+    const CLookupSystemInfo::Entry empty{};
+    EXPECT_EQ(std::count(table.begin(), table.end(), empty), CLookupSystemInfo::kEntries - 3);
 }
 
 TEST(LookupReply, ReadsUntilTheEndMarkerAcrossReceives) {
@@ -66,13 +62,20 @@ TEST(LookupReply, ReadsUntilTheEndMarkerAcrossReceives) {
 
 TEST(LookupLoad, FetchesOnceAndRetriesOnlyAfterAFailure) {
     ScriptedPlatform platform;
+    // A syntax error for an answer leaves a loaded empty table.
+    CSecurityTypes types(platform);
+    platform.blocking.replies = {"E,!SYNTAX_ERROR!,\r\n"};
+    EXPECT_TRUE(types.Load());
+    EXPECT_TRUE(types.IsLoaded());
+    EXPECT_EQ(platform.blocking.sent, "SST\r\n");
+    EXPECT_EQ(platform.blocking.port, 9100u);
+    EXPECT_EQ(types.ShortName(1), "");
+
     platform.ports["LookupPort"] = 4321;
     CListedMarkets markets(platform);
-
     platform.blocking.connects = false;
     EXPECT_FALSE(markets.Load());
     EXPECT_FALSE(markets.IsLoaded());
-
     platform.blocking.connects = true;
     platform.blocking.sendResult = 3;
     EXPECT_FALSE(markets.Load());
@@ -90,21 +93,9 @@ TEST(LookupLoad, FetchesOnceAndRetriesOnlyAfterAFailure) {
     EXPECT_EQ(markets.Name(1), "Northgate Stock Exchange");
     EXPECT_EQ(markets.ShortName(300), "");
     EXPECT_EQ(markets.ShortName(-5), "");
-
     const int made = platform.blocking.made;
     EXPECT_TRUE(markets.Load());
     EXPECT_EQ(platform.blocking.made, made);
-}
-
-TEST(LookupLoad, ASyntaxErrorLeavesALoadedEmptyTable) {
-    ScriptedPlatform platform;
-    CSecurityTypes types(platform);
-    platform.blocking.replies = {"E,!SYNTAX_ERROR!,\r\n"};
-    EXPECT_TRUE(types.Load());
-    EXPECT_TRUE(types.IsLoaded());
-    EXPECT_EQ(platform.blocking.sent, "SST\r\n");
-    EXPECT_EQ(platform.blocking.port, 9100u);
-    EXPECT_EQ(types.ShortName(1), "");
 }
 
 TEST(ServiceTime, ReadsMonthDayAndTwelveHourTime) {

@@ -1,7 +1,7 @@
 // The line socket: cutting received bytes into lines, counters, status and delivery targets.
 
-#include "fake_platform.h"
 #include "feed/kestrel_stream_socket.h"
+#include "scripted_feed.h"
 
 #include <gtest/gtest.h>
 
@@ -11,11 +11,14 @@
 namespace skychart::test {
 namespace {
 
+using Lines = std::vector<std::string>;
+using Faults = std::vector<std::pair<ESocketFault, int>>;
+
 class RecordingSocket : public CKestrelStreamSocket {
 public:
     using CKestrelStreamSocket::CKestrelStreamSocket;
-    std::vector<std::string> lines;
-    std::vector<std::pair<ESocketFault, int>> faults;
+    Lines lines;
+    Faults faults;
     // A line equal to this text makes the handler throw after recording it.
     std::string throwOn;
 
@@ -36,8 +39,6 @@ protected:
     ScriptedSocket& wire() { return *platform.sockets.at(0); }
     std::uint32_t messages() const { return socket.Statistics().messagesReceived.value; }
 };
-
-using Lines = std::vector<std::string>;
 
 TEST_F(StreamSocketTest, AnyRunOfLineEndsEndsOneLineAndEmptyLinesAreNotDelivered) {
     wire().Arrive("A\r\nB\n");
@@ -78,6 +79,14 @@ TEST_F(StreamSocketTest, AnUnfinishedLineWaitsAtTheStartOfTheBufferAndCountsItsB
     wire().Arrive("G\n");
     EXPECT_EQ(socket.lines, (Lines{"ABCD", "EFG"}));
     EXPECT_EQ(socket.Statistics().bytesReceived.value, 2u * (3 + 4 + 2));
+
+    // A consumer that throws loses only its own line; the rest stays for the next receive.
+    socket.throwOn = "bad";
+    EXPECT_THROW(wire().Arrive("first\nbad\nlast\npart"), std::invalid_argument);
+    EXPECT_EQ(socket.lines, (Lines{"ABCD", "EFG", "first", "bad", "last"}));
+    EXPECT_EQ(socket.ReceiveFill(), 4);
+    wire().Arrive("ial\n");
+    EXPECT_EQ(socket.lines.back(), "partial");
 }
 
 TEST_F(StreamSocketTest, LinesUpTo65534BytesPassAndALongerOneStopsTheConnection) {
@@ -96,22 +105,10 @@ TEST_F(StreamSocketTest, LinesUpTo65534BytesPassAndALongerOneStopsTheConnection)
 
     // The stall is reported as the cause the moment the buffer is full, once, and a close that
     // follows it does not replace it.
-    using Faults = std::vector<std::pair<ESocketFault, int>>;
     EXPECT_EQ(socket.faults, (Faults{{ESocketFault::LineTooLong, 0}}));
     socket.OnClose(ECONNRESET);
     EXPECT_EQ(socket.Fault(), ESocketFault::LineTooLong);
     EXPECT_EQ(socket.faults.size(), 1u);
-}
-
-TEST_F(StreamSocketTest, APeerCloseIsAFaultAndADeliberateCloseIsNot) {
-    // The longest line that still fits leaves the connection working.
-    wire().Arrive(std::string(CKestrelStreamSocket::kReceiveCapacity - 2, 'x'));
-    socket.Close();
-    EXPECT_TRUE(socket.faults.empty());
-    RecordingSocket broken{platform};
-    broken.OnClose(ECONNRESET);
-    EXPECT_EQ(broken.faults, (std::vector<std::pair<ESocketFault, int>>{
-                                 {ESocketFault::ClosedByPeer, ECONNRESET}}));
 }
 
 TEST_F(StreamSocketTest, SendCountsOnlyWhatWentOutAndKeepsTheErrorOfAFailure) {
@@ -161,24 +158,18 @@ TEST_F(StreamSocketTest, StatusFollowsConnectAndCloseAndTheListenerIsTold) {
     EXPECT_EQ(listener.lines, (Lines{"one"}));
     EXPECT_TRUE(socket.lines.empty());
 
-    // A deliberate close forgets the partial line and reports error 0.
+    // A deliberate close forgets the partial line and reports error 0, and is no fault; a close
+    // by the peer is.
     socket.Close();
     EXPECT_TRUE(wire().closed);
     EXPECT_EQ(socket.ReceiveFill(), 0);
     EXPECT_EQ(socket.Statistics().status.value, "Not Connected");
     EXPECT_EQ(listener.closes, (std::vector<int>{0}));
+    EXPECT_TRUE(socket.faults.empty());
     socket.OnClose(ECONNRESET);
     EXPECT_EQ(socket.LastError(), ECONNRESET);
     EXPECT_EQ(listener.closes, (std::vector<int>{0, ECONNRESET}));
-}
-
-TEST_F(StreamSocketTest, AConsumerThatThrowsLosesOnlyItsOwnLine) {
-    socket.throwOn = "bad";
-    EXPECT_THROW(wire().Arrive("first\nbad\nlast\npart"), std::invalid_argument);
-    EXPECT_EQ(socket.lines, (Lines{"first", "bad", "last"}));
-    EXPECT_EQ(socket.ReceiveFill(), 4);
-    wire().Arrive("ial\n");
-    EXPECT_EQ(socket.lines.back(), "partial");
+    EXPECT_EQ(socket.faults, (Faults{{ESocketFault::ClosedByPeer, ECONNRESET}}));
 }
 
 } // namespace

@@ -11,42 +11,38 @@
 #include <climits>
 #include <csignal>
 #include <fstream>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace fs = std::filesystem;
 using skychart::test::TempDir;
 
 namespace {
 
-pid_t Spawn(std::vector<std::string> argv) {
-    std::vector<char*> args;
-    for (std::string& arg : argv) {
-        args.push_back(arg.data());
+// A child process that waits to be killed (another live instance), or that ends at once and is
+// reaped (a finished instance).
+pid_t Child(bool live) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        if (live) {
+            ::pause();
+        }
+        ::_exit(0);
     }
-    args.push_back(nullptr);
-    pid_t pid = -1;
-    EXPECT_EQ(::posix_spawnp(&pid, args[0], nullptr, nullptr, args.data(), environ), 0);
+    if (!live) {
+        ::waitpid(pid, nullptr, 0);
+    }
     return pid;
 }
-
-// A real process that runs until the test ends: another live instance.
 struct LiveChild {
-    const pid_t pid = Spawn({"sleep", "300"});
+    const pid_t pid = Child(true);
     ~LiveChild() {
         ::kill(pid, SIGKILL);
         ::waitpid(pid, nullptr, 0);
     }
 };
-
-// The pid of a real process that has ended and been reaped: a finished instance.
 unsigned FinishedPid() {
-    const pid_t pid = Spawn({"true"});
-    ::waitpid(pid, nullptr, 0);
-    return static_cast<unsigned>(pid);
+    return static_cast<unsigned>(Child(false));
 }
 
 fs::path LogOf(const fs::path& folder, unsigned pid) {
@@ -56,15 +52,6 @@ fs::path LogOf(const fs::path& folder, unsigned pid) {
         std::ofstream(file) << "an earlier instance\n";
     }
     return file;
-}
-
-TEST(ProcessAlive, TellsRunningFromFinishedProcesses) {
-    LiveChild live;
-    EXPECT_TRUE(IsProcessRunning(static_cast<unsigned>(live.pid)));
-    EXPECT_TRUE(IsProcessRunning(1)); // running, and not ours to signal unless we are root
-    EXPECT_FALSE(IsProcessRunning(FinishedPid()));
-    EXPECT_FALSE(IsProcessRunning(0));
-    EXPECT_FALSE(IsProcessRunning(UINT_MAX));
 }
 
 class LogStart : public ::testing::Test {
@@ -82,6 +69,9 @@ TEST_F(LogStart, FinishedInstancesLogsGoUnlessPreservedAndLiveOnesStay) {
     const fs::path live = LogOf(defaultFolder, static_cast<unsigned>(other.pid));
     const fs::path finished = LogOf(defaultFolder, FinishedPid());
 
+    EXPECT_TRUE(IsProcessRunning(1)); // running, and not ours to signal unless we are root
+    EXPECT_FALSE(IsProcessRunning(0));
+    EXPECT_FALSE(IsProcessRunning(UINT_MAX));
     const SLogResult result = InitApplicationLog("/opt/skychart/Skychart.EXE");
     EXPECT_EQ(result.file, defaultFolder / ("SkychartLog_" + std::to_string(::getpid()) + ".txt"));
     EXPECT_TRUE(fs::exists(result.file));

@@ -85,23 +85,6 @@ TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
-TEST_F(SettingsFile, StoringWhatTheFileHoldsLeavesItByteForByte) {
-    // Written by hand, with a quote left open: QSettings would write all of it back its own way.
-    const std::string byHand = "[ApplicationSettings]\nCurrentSymbol = LUMA\nSymbols=LUMA, AURX\n"
-                               "RequestDatapoints=\"500\n";
-    WriteFile(byHand);
-    Start();
-    ASSERT_EQ(settings.GetText("RequestDatapoints"), "500\n");
-    ASSERT_TRUE(settings.SetText("CurrentSymbol", "LUMA"));
-    ASSERT_TRUE(settings.SaveList("Symbols", {"LUMA", "AURX"}, &prompt));
-    ASSERT_TRUE(settings.SetText("RequestDatapoints", "500\n"));
-    EXPECT_EQ(Contents(file), byHand);
-    // A change is written.
-    ASSERT_TRUE(settings.SetText("CurrentSymbol", "AURX"));
-    Start();
-    EXPECT_EQ(settings.GetText("CurrentSymbol"), "AURX");
-}
-
 TEST_F(SettingsFile, ListsAndOtherTextsRoundTripExactly) {
     Start();
     ASSERT_TRUE(settings.SaveList("RequestRecentType", {"2", "3", "6", "8", "9"}, &prompt));
@@ -118,7 +101,7 @@ TEST_F(SettingsFile, ListsAndOtherTextsRoundTripExactly) {
     EXPECT_EQ(settings.GetText("RequestRecentType"), "2,3,6,8,9");
 }
 
-TEST_F(SettingsFile, HandEditedFileIsReadAndKeepsWhatItDoesNotKnow) {
+TEST_F(SettingsFile, AHandEditedFileIsReadKeepsWhatItDoesNotKnowAndStaysByteForByte) {
     WriteFile("\xEF\xBB\xBF; by hand\n[ApplicationSettings]\r\nSymbols = IBM, MSFT\n"
               "RequestDays=@Size(1 2)\nCandle%20Price%20Chart%20Style=0\nFuture Key=5\n\n"
               "[Other]\nx=1\n");
@@ -133,6 +116,21 @@ TEST_F(SettingsFile, HandEditedFileIsReadAndKeepsWhatItDoesNotKnow) {
     EXPECT_EQ(CConfigWriter(QString::fromStdString(file.string()), "Other").Read("x", ""), "1");
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_TRUE(SetAsideContents().empty());
+
+    // Written by hand, with a quote left open: QSettings would write all of it back its own way.
+    const std::string byHand = "[ApplicationSettings]\nCurrentSymbol = LUMA\nSymbols=LUMA, AURX\n"
+                               "RequestDatapoints=\"500\n";
+    WriteFile(byHand);
+    Start();
+    ASSERT_EQ(settings.GetText("RequestDatapoints"), "500\n");
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "LUMA"));
+    ASSERT_TRUE(settings.SaveList("Symbols", {"LUMA", "AURX"}, &prompt));
+    ASSERT_TRUE(settings.SetText("RequestDatapoints", "500\n"));
+    EXPECT_EQ(Contents(file), byHand);
+    // A change is written.
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "AURX"));
+    Start();
+    EXPECT_EQ(settings.GetText("CurrentSymbol"), "AURX");
 }
 
 TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
@@ -191,10 +189,7 @@ TEST_F(SettingsFile, AFileReadAsUsableStaysUsableWhenSettingsAreSaved) {
         EXPECT_TRUE(settings.SaveList("Symbols", {"SPY", "QQQ"}, &prompt));
         EXPECT_EQ(SettingsFileProblem(QString::fromStdString(file.string())), "");
         EXPECT_EQ(CConfigWriter().Read("Symbols", ""), "SPY,QQQ");
-        fs::remove(file);
-        for (const auto& entry : fs::directory_iterator(file.parent_path())) {
-            fs::remove(entry.path());
-        }
+        fs::remove_all(file.parent_path());
     }
 }
 

@@ -61,7 +61,7 @@ TEST_F(StartupPorts, AMissingPortIsWrittenAsItsDefaultTextAndUsed) {
     EXPECT_EQ(Value("Level1Port").toString(), "5009");
 }
 
-TEST_F(StartupPorts, ATextIsReadLikeAtoiAndCutTo16Bits) {
+TEST_F(StartupPorts, ATextIsReadLikeAtoiAndCutTo16BitsAndAnotherValueIsReplaced) {
     const std::string longest = std::string(CStartupStore::kValueBufferBytes - 5, '0') + "9301";
     const std::pair<std::string, int> cases[] = {
         {"9101", 9101},  {"42xyz", 42}, {"abc", 0},         {"", 0},
@@ -72,12 +72,9 @@ TEST_F(StartupPorts, ATextIsReadLikeAtoiAndCutTo16Bits) {
         EXPECT_EQ(Lookup(), port) << text;
         EXPECT_EQ(Contents(File()), "[General]\nLookupPort=" + text + "\n") << "rewritten";
     }
-}
-
-TEST_F(StartupPorts, AValueOfAnotherTypeOrTooLongIsReplacedByItsDefault) {
-    const std::string tooLong = std::string(CStartupStore::kValueBufferBytes - 4, '0') + "9301";
+    // A value of another type, or too long for the buffer, is replaced by the default text.
     for (const std::string& value : {std::string("9101, 9102"), std::string("@ByteArray(9101)"),
-                                     std::string("@Rect(1 2 3 4)"), tooLong}) {
+                                     std::string("@Rect(1 2 3 4)"), "0" + longest}) {
         Write("[General]\nLookupPort=" + value + "\nAdminPort=9301\n");
         EXPECT_EQ(Lookup(), 9100) << value;
         EXPECT_EQ(Value("LookupPort").typeId(), QMetaType::QString) << value;

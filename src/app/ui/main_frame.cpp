@@ -218,12 +218,7 @@ void CMainFrame::OpenSettings(EFirstPage first) {
     connect(displayPage, &CDisplaySettingsPage::showGridChanged, this,
             [this] { m_view->ApplyDisplaySettings(); });
     connect(&sheet, &CSettingSheet::settingsApplied, this, [this, &reload] {
-        SyncStyleCombo();
-        // Each part is handed what it draws or computes by: a look that changed repaints, a
-        // study whose inputs changed computes again.
-        m_studies->SettingsChanged(SUpperStudySettings::Read(Settings()),
-                                   SStudySettings::Read(Settings()));
-        m_view->Canvas().StudySettingsChanged();
+        ApplyStoredSettings();
         if (reload) {
             // The request settings changed: the shown chart asks for its history again.
             reload = false;
@@ -234,6 +229,15 @@ void CMainFrame::OpenSettings(EFirstPage first) {
     m_sheet = &sheet;
     sheet.exec();
     m_sheet = nullptr;
+}
+
+void CMainFrame::ApplyStoredSettings() {
+    SyncStyleCombo();
+    // Each part is handed what it draws or computes by: a look that changed repaints, a study
+    // whose inputs changed computes again.
+    m_studies->SettingsChanged(SUpperStudySettings::Read(Settings()),
+                               SStudySettings::Read(Settings()));
+    m_view->Canvas().StudySettingsChanged();
 }
 
 void CMainFrame::SyncStyleCombo() {

@@ -74,6 +74,10 @@ public:
     void OpenDataSettings();
     enum class EFirstPage { DisplayPage, DataPage };
     void OpenSettings(EFirstPage first);
+    // The settings pages stored their values: the studies are handed the study settings (only
+    // those whose lines changed compute again), the panes are laid out and drawn with the
+    // display and colour settings.
+    void ApplyStoredSettings();
     // "Print..." through the print dialog, and "Export Image..." to a PNG or PDF file.
     void PrintChart();
     void ExportChartImage();

@@ -1,0 +1,192 @@
+// The command line: flags, values, max/min order, the export and render options, applying it to
+// the settings table, and the workspace text that reopens a chart through it.
+
+#include "app/command_line.h"
+#include "app/export.h"
+#include "app/workspace.h"
+#include "core/settings.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// The parameters of `text`, split at white space, parsed.
+COrvaneCommandLineInfo Parsed(const std::string& text) {
+    COrvaneCommandLineInfo info;
+    info.Parse(SplitArguments(text));
+    return info;
+}
+
+TEST(CommandLine, FlagsIgnoreCaseAndTakeTheNextNonFlagParameter) {
+    const COrvaneCommandLineInfo info = Parsed("-SYMBOL luma /Type Daily -iNtErVaL 5-Minute "
+                                               "-Top 40 -LEFT -12 -right 900 -bottom 700");
+    EXPECT_EQ(info.symbol, "LUMA");
+    EXPECT_TRUE(info.typeRequested);
+    EXPECT_EQ(info.type, "Daily");
+    EXPECT_TRUE(info.intervalRequested);
+    EXPECT_EQ(info.interval, "5-Minute");
+    EXPECT_EQ(info.top, 40);
+    EXPECT_EQ(info.left, -12); // a negative number is a value, not a flag
+    EXPECT_EQ(info.right, 900);
+    EXPECT_EQ(info.bottom, 700);
+    EXPECT_TRUE(info.HasFrameRect());
+    EXPECT_FALSE(info.expectSymbol || info.expectTop || info.expectBottom || info.expectLeft ||
+                 info.expectRight);
+
+    // "-symbol -max krno": the flag in between does not take the value; positions use atoi.
+    const COrvaneCommandLineInfo between = Parsed("-symbol -max krno -top 12abc");
+    EXPECT_EQ(between.symbol, "KRNO");
+    EXPECT_TRUE(between.maximise);
+    EXPECT_EQ(between.top, 12);
+    EXPECT_FALSE(between.HasFrameRect()); // no width, no height: the frame keeps its own
+    const COrvaneCommandLineInfo dangling = Parsed("-symbol");
+    EXPECT_TRUE(dangling.expectSymbol);
+    EXPECT_TRUE(dangling.symbol.empty());
+    // A stray value that no option waits for changes nothing.
+    EXPECT_EQ(Parsed("stray -symbol luma").symbol, "LUMA");
+}
+
+TEST(CommandLine, FirstOfMaxAndMinWinsAndLongOptionsAreKnown) {
+    EXPECT_TRUE(Parsed("-max -min").maximise);
+    EXPECT_FALSE(Parsed("-max -min").minimise);
+    EXPECT_TRUE(Parsed("-MIN -Max").minimise);
+    EXPECT_FALSE(Parsed("-MIN -Max").maximise);
+
+    const COrvaneCommandLineInfo info =
+        Parsed("--save-workspace Morning --open-workspace Evening --Version --help -bogus");
+    EXPECT_EQ(info.saveWorkspace, "Morning");
+    EXPECT_EQ(info.openWorkspace, "Evening");
+    EXPECT_TRUE(info.version);
+    EXPECT_TRUE(info.help);
+    EXPECT_EQ(info.unknownFlags, std::vector<std::string>{"bogus"});
+}
+
+TEST(CommandLine, RenderAndExportOptionsAreParsedAndChecked) {
+    SExportRequest request;
+    // An absolute path is the file, not a flag; the size is taken as given.
+    ASSERT_EQ(CheckExportRequest(Parsed("--RENDER /tmp/a.PNG -symbol luma -type minute -interval "
+                                        "5-minute -Width 800 -HEIGHT 600 --TIMEOUT 86400"),
+                                 request),
+              "");
+    EXPECT_EQ(request.output, EExportOutput::Chart);
+    EXPECT_EQ(request.file, "/tmp/a.PNG");
+    EXPECT_EQ(request.symbol, "LUMA");
+    EXPECT_EQ(request.dataType, 1);
+    EXPECT_EQ(request.intervalIndex, 4);
+    EXPECT_EQ(request.width, 800);
+    EXPECT_EQ(request.height, 600);
+    EXPECT_EQ(request.timeoutSeconds, 86400);
+    // Without a size or a timeout: the defaults; the limits themselves are allowed.
+    ASSERT_EQ(CheckExportRequest(Parsed("--render b.pdf -symbol X -type Daily"), request), "");
+    EXPECT_EQ(request.width, kRenderDefaultWidth);
+    EXPECT_EQ(request.height, kRenderDefaultHeight);
+    EXPECT_EQ(request.timeoutSeconds, 300);
+    ASSERT_EQ(CheckExportRequest(
+                  Parsed("--render b.pdf -symbol X -type Daily -width 100 -height 10000"), request),
+              "");
+    EXPECT_EQ(request.width, 100);
+    EXPECT_EQ(request.height, 10000);
+    // -width and -height belong to --render: an export ignores them.
+    ASSERT_EQ(CheckExportRequest(Parsed("--export c.csv -symbol X -type Daily -width 5"), request),
+              "");
+    EXPECT_EQ(request.output, EExportOutput::Csv);
+    EXPECT_EQ(request.timeoutSeconds, 300);
+
+    const std::pair<std::string, std::string> problems[] = {
+        {"--render a.png -width 99", "-width must be"},
+        {"--render a.png -height 10001", "-height must be"},
+        {"--render a.png -width 12x", "\"12x\""},
+        {"--render a.png -width -800", "-width"},
+        {"--render a.png -width", "-width needs"},
+        {"--render a.jpg", ".png or a .pdf"},
+        {"--render png", ".png or a .pdf"},
+        {"--render dir.png/chart", ".png or a .pdf"},
+        {"--render", "PNG or PDF file"},
+        {"--render a.png --export a.csv", "together"},
+    };
+    for (const auto& [options, said] : problems) {
+        SExportRequest ignored;
+        EXPECT_NE(
+            CheckExportRequest(Parsed(options + " -symbol X -type Daily"), ignored).find(said),
+            std::string::npos)
+            << options;
+    }
+    EXPECT_EQ(CheckExportRequest(Parsed("--render a.png -type Daily"), request),
+              "--render needs -symbol SYMBOL");
+    for (const std::string value : {"0", "-5", "1.5", "86401", ""}) {
+        COrvaneCommandLineInfo info = Parsed("--export a.csv -symbol X -type Daily");
+        info.Parse({"--timeout", value});
+        EXPECT_EQ(CheckExportRequest(info, request),
+                  "--timeout needs a whole number of seconds from 1 to 86400, not \"" + value +
+                      "\"");
+    }
+}
+
+TEST(CommandLine, SymbolTypeAndIntervalAreStoredOnceAndOnlyWithASymbol) {
+    const struct {
+        std::string parameters;
+        bool load;
+        int typeIndex;
+        int intervalIndex;
+        std::string symbol; // stored afterwards, with the data type and interval position
+        int dataType;
+        int interval;
+    } cases[] = {
+        {"-symbol krno -type monthly -interval 2-hour", true, 4, 10, "KRNO", 4, 10},
+        // An unknown type leaves the data type, but the interval still applies.
+        {"-symbol luma -type Yearly -interval 30-Minute", true, -1, 7, "LUMA", 2, 7},
+        // An interval without a type, or anything without a symbol, is ignored.
+        {"-symbol luma -interval 1-Hour", true, -1, -1, "LUMA", 2, 4},
+        {"-type Tick -interval 1-Hour", false, -1, -1, "", 2, 4},
+    };
+    for (const auto& c : cases) {
+        CSettings settings;
+        settings.Register("CurrentSymbol", "", true);
+        settings.Register("RequestDataType", "2", true);
+        settings.Register("RequestIntervalIndex", "4", true);
+        COrvaneCommandLineInfo info = Parsed(c.parameters + " -left 1 -right 9 -top 1 -bottom 9");
+        const SAppliedCommandLine applied = info.ApplyTo(settings);
+        EXPECT_EQ(applied.load, c.load) << c.parameters;
+        EXPECT_EQ(applied.typeIndex, c.typeIndex) << c.parameters;
+        EXPECT_EQ(applied.intervalIndex, c.intervalIndex) << c.parameters;
+        EXPECT_EQ(settings.GetText("CurrentSymbol"), c.symbol) << c.parameters;
+        EXPECT_EQ(settings.GetInt("RequestDataType"), c.dataType) << c.parameters;
+        EXPECT_EQ(settings.GetInt("RequestIntervalIndex"), c.interval) << c.parameters;
+        // Applied once: the frame takes its position, and the symbol is not stored again.
+        EXPECT_FALSE(info.HasFrameRect());
+        settings.SetText("CurrentSymbol", "AURX");
+        EXPECT_FALSE(info.ApplyTo(settings).load);
+        EXPECT_EQ(settings.GetText("CurrentSymbol"), "AURX");
+    }
+}
+
+TEST(WorkspaceArguments, StoredTextParsesBackToTheSameChartAndFrame) {
+    EXPECT_EQ(ChartArguments("LUMA", "Daily", "5-Minute"),
+              "-symbol LUMA -type Daily -interval 5-Minute");
+    EXPECT_EQ(ChartArguments("", "Tick", "1-Minute"), "-type Tick -interval 1-Minute");
+    const SFrameRect rect{-8, 20, 1200, 900};
+    EXPECT_EQ(FrameArguments(EFrameState::Maximised, rect), " -max");
+    EXPECT_EQ(FrameArguments(EFrameState::Minimised, rect), " -min");
+    EXPECT_EQ(FrameArguments(EFrameState::Normal, rect),
+              " -top 20 -bottom 900 -left -8 -right 1200");
+    EXPECT_EQ(SplitArguments("  -symbol\tLUMA   -max \n"),
+              (std::vector<std::string>{"-symbol", "LUMA", "-max"}));
+    EXPECT_TRUE(SplitArguments("   ").empty());
+
+    const COrvaneCommandLineInfo info =
+        Parsed(WorkspaceArguments("KRNO", "Minute", "15-Minute", EFrameState::Normal, rect));
+    EXPECT_EQ(info.symbol, "KRNO");
+    EXPECT_EQ(info.type, "Minute");
+    EXPECT_EQ(info.interval, "15-Minute");
+    EXPECT_EQ(info.left, -8);
+    EXPECT_EQ(info.top, 20);
+    EXPECT_EQ(info.right, 1200);
+    EXPECT_EQ(info.bottom, 900);
+    EXPECT_FALSE(info.maximise || info.minimise);
+    const COrvaneCommandLineInfo minimised =
+        Parsed(WorkspaceArguments("", "Daily", "1-Minute", EFrameState::Minimised, {}));
+    EXPECT_TRUE(minimised.minimise);
+    EXPECT_TRUE(minimised.symbol.empty());
+}
+
+} // namespace

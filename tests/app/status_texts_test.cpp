@@ -1,0 +1,86 @@
+// The texts the shell shows: the feed status, the export mode's progress line on a terminal
+// (rewritten in place, throttled, ended once) and the recent symbols of the symbol box.
+
+#include "app/feed_status.h"
+#include "app/progress_line.h"
+#include "app/recent_symbols.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(FeedStatus, TellsAQuietMarketFromADeadFeed) {
+    SFeedState state;
+    EXPECT_EQ(FeedStatusText(state), ""); // never connected, nothing shown
+    state.everConnected = state.connected = true;
+    EXPECT_EQ(FeedStatusText(state), "");
+    state.symbolShown = true;
+    EXPECT_EQ(FeedStatusText(state), "No update yet");
+    state.secondsSinceUpdate = 12.9;
+    EXPECT_EQ(FeedStatusText(state), "Last update 12 s ago");
+    state.secondsSinceUpdate = 185.0;
+    EXPECT_EQ(FeedStatusText(state), "Last update 3 min ago");
+    state.secondsSinceUpdate = 7300.0;
+    EXPECT_EQ(FeedStatusText(state), "Last update 2 h ago");
+    // A dropped connection stays closed until a restart, whatever was shown.
+    state.connected = false;
+    EXPECT_EQ(FeedStatusText(state), "Feed lost - restart Skychart to reconnect");
+    state.symbolShown = false;
+    EXPECT_EQ(FeedStatusText(state), "Feed lost - restart Skychart to reconnect");
+}
+
+TEST(ProgressLine, RewritesInPlaceAtMostOncePerPeriodAndEndsWithTheLatestText) {
+    std::string out;
+    CProgressLine line([&](const std::string& text) { out += text; }, 200ms);
+    const CProgressLine::Clock::time_point t0{};
+    line.Finish();
+    EXPECT_EQ(out, "") << "nothing was shown, so nothing is ended";
+
+    EXPECT_TRUE(line.Show("LUMA: 10 points received", t0));
+    EXPECT_EQ(out, "\rLUMA: 10 points received");
+    // Within the period a new text waits; the same text is never written twice.
+    EXPECT_FALSE(line.Show("LUMA: 20 points received", t0 + 100ms));
+    EXPECT_FALSE(line.Show("LUMA: 10 points received", t0 + 500ms));
+    EXPECT_EQ(out, "\rLUMA: 10 points received");
+    // A shorter text blanks out the rest of the longer one before it.
+    out.clear();
+    EXPECT_TRUE(line.Show("LUMA: 9", t0 + 700ms));
+    EXPECT_EQ(out, "\rLUMA: 9" + std::string(17, ' '));
+    EXPECT_TRUE(line.Open());
+
+    // The end shows the count held back, then the line end; a second end adds nothing.
+    out.clear();
+    EXPECT_FALSE(line.Show("LUMA: 1000", t0 + 750ms));
+    line.Finish();
+    line.Finish();
+    EXPECT_EQ(out, "\rLUMA: 1000\n");
+    EXPECT_FALSE(line.Open());
+
+    // After the end a new line starts at once, with nothing to blank out.
+    out.clear();
+    EXPECT_TRUE(line.Show("next", t0 + 760ms));
+    EXPECT_EQ(out, "\rnext");
+}
+
+TEST(RecentSymbols, NewestFirstWithoutRepeatsAndAtMostThirty) {
+    CRecentSymbols recent({"MSFT", "", "LUMA", "KRNO"});
+    EXPECT_EQ(recent.Items(), (std::vector<std::string>{"MSFT", "LUMA", "KRNO"}));
+    recent.Use("KRNO");
+    EXPECT_EQ(recent.Items(), (std::vector<std::string>{"KRNO", "MSFT", "LUMA"}));
+    for (int i = 0; i < 40; ++i) {
+        recent.Use("S" + std::to_string(i));
+    }
+    ASSERT_EQ(recent.Items().size(), CRecentSymbols::kMaxCount);
+    EXPECT_EQ(recent.Items().front(), "S39");
+    EXPECT_EQ(recent.Items().back(), "S10");
+}
+
+TEST(RecentSymbols, TheEntryIsTrimmedAndUpperCased) {
+    EXPECT_EQ(SymbolFromEntry("  luma\t"), "LUMA");
+    EXPECT_EQ(SymbolFromEntry("@es#"), "@ES#");
+    EXPECT_EQ(SymbolFromEntry(" \t "), "");
+}
+
+} // namespace

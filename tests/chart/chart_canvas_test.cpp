@@ -1,0 +1,200 @@
+// The chart canvas as the view uses it: the settings' colours on every pane, the keys and the
+// wheel going through the displayed points that persist, the pane commands surviving a restart,
+// and the read-outs of the bar under the mouse.
+
+#include "chart/ui/chart_canvas.h"
+#include "chart/ui/chart_info_tip.h"
+#include "chart/ui/chart_stack_widget.h"
+#include "core/data_types.h"
+#include "core/setting_keys.h"
+#include "history/chart_hist_request.h"
+#include "settings_table.h"
+#include "studies/study_panes.h"
+
+#include "pixels.h"
+
+#include <gtest/gtest.h>
+
+#include <QEventLoop>
+#include <QTimer>
+
+#include <QImage>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QWheelEvent>
+
+namespace {
+
+constexpr ColorRef kBackground = MakeColorRef(255, 250, 205);
+constexpr ColorRef kUp = MakeColorRef(0, 120, 255);
+constexpr ColorRef kDown = MakeColorRef(255, 120, 0);
+
+class ChartCanvasTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        settings.SetInt(keys::kNumberOfStudyCharts, 2);
+        settings.SetText(keys::kBackgroundColor, std::to_string(kBackground));
+        settings.SetText(keys::kPriceUpCandleColor, std::to_string(kUp));
+        settings.SetText(keys::kPriceDownCandleColor, std::to_string(kDown));
+        for (int i = 0; i < 500; ++i) {
+            sTICK bar;
+            bar.time = CDateTime(CDateTime(2024, 1, 1, 0, 0, 0).Days() + i);
+            bar.open = 100.0 + (i % 7);
+            bar.close = 100.0 + ((i * 3) % 7);
+            bar.high = 108.0;
+            bar.low = 99.0;
+            bar.volume = 1000;
+            history.AppendTick(bar);
+        }
+    }
+    std::unique_ptr<CChartCanvas> Open() {
+        auto canvas = std::make_unique<CChartCanvas>(history, settings);
+        canvas->resize(900, 600);
+        canvas->SetSeries("LUMA", kDays, 0);
+        canvas->LoadSettings();
+        canvas->SetPointCount(history.GetCount(), true);
+        canvas->RedrawAll();
+        return canvas;
+    }
+    static void Press(CChartCanvas& canvas, int key) {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(&canvas, &event);
+    }
+
+    skychart::test::SettingsTable settings;
+    CChartHistRequest history;
+};
+
+TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPane) {
+    auto canvas = Open();
+    ASSERT_EQ(canvas->LayoutResult().panes.size(), 3U);
+    const QImage image = canvas->Stack().RenderImage();
+    ASSERT_FALSE(image.isNull());
+    for (const SPaneRect& pane : canvas->LayoutResult().panes) {
+        const QRect area(0, pane.top, image.width(), pane.height);
+        EXPECT_GT(Count(image, kBackground, area), area.width() * area.height() / 4)
+            << "pane at " << pane.top;
+    }
+    const SPaneRect& price = canvas->LayoutResult().panes[0];
+    const QRect priceArea(0, price.top, image.width(), price.height);
+    EXPECT_GT(Count(image, kUp, priceArea), 100);
+    EXPECT_GT(Count(image, kDown, priceArea), 100);
+}
+
+TEST_F(ChartCanvasTest, KeysWheelAndScrollBarMoveTheRangeAndTheZoomIsStored) {
+    auto canvas = Open();
+    EXPECT_EQ(canvas->Range().DisplayedPoints(), 120);
+    Press(*canvas, Qt::Key_Plus);
+    EXPECT_EQ(canvas->Range().DisplayedPoints(), 90);
+    EXPECT_EQ(settings.GetInt(keys::kPtsIndex), 2);
+    Press(*canvas, Qt::Key_Home);
+    EXPECT_EQ(canvas->Range().FirstIndex(), 0);
+    EXPECT_EQ(canvas->ScrollBar()->value(), 0);
+
+    QWheelEvent wheel(QPointF(100, 100), QPointF(100, 100), QPoint(), QPoint(0, -240), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&canvas->Stack(), &wheel);
+    EXPECT_EQ(canvas->Range().DisplayedPoints(), 240);
+    EXPECT_EQ(settings.GetInt(keys::kPtsIndex), 4);
+    canvas->ScrollBar()->setValue(17);
+    EXPECT_EQ(canvas->Range().FirstIndex(), 17);
+}
+
+// The layout is stored in the settings as the panes are minimised, maximised, restored and their
+// borders dragged, and a canvas opened again shows it.
+TEST_F(ChartCanvasTest, PaneCommandsAndBorderDragsSurviveARestart) {
+    auto canvas = Open();
+    EXPECT_DOUBLE_EQ(canvas->Layout().tops[1], 0.66);
+    canvas->MinimizePane(1);
+    EXPECT_EQ(canvas->LayoutResult().panes[1].height, CChartCanvas::kMinimizedHeight);
+    EXPECT_EQ(settings.GetText(keys::Numbered(keys::kChartMinimized, 1)), "1");
+    auto reopened = Open();
+    EXPECT_EQ(reopened->LayoutResult().panes[1].height, CChartCanvas::kMinimizedHeight);
+
+    reopened->RestorePane(1);
+    reopened->MaximizePane(2);
+    EXPECT_EQ(settings.GetInt(keys::kMaximizedChartIndex), 2);
+    EXPECT_EQ(Open()->Layout().maximized, 2);
+    reopened->RestorePane(2);
+    EXPECT_EQ(settings.GetText(keys::kMaximizedChartIndex), "999");
+
+    // Dragging the border above pane 1 to row 300 stores its new top.
+    const int border = reopened->LayoutResult().panes[1].top;
+    const auto mouse = [&](QEvent::Type type, int y, Qt::MouseButtons buttons) {
+        QMouseEvent event(type, QPointF(200, y), QPointF(200, y), Qt::LeftButton, buttons,
+                          Qt::NoModifier);
+        QCoreApplication::sendEvent(&reopened->Stack(), &event);
+    };
+    mouse(QEvent::MouseButtonPress, border, Qt::LeftButton);
+    mouse(QEvent::MouseMove, 300, Qt::LeftButton);
+    mouse(QEvent::MouseButtonRelease, 300, Qt::NoButton);
+    EXPECT_EQ(reopened->LayoutResult().panes[1].top, 300);
+    const double stored = settings.GetNumber(keys::Numbered(keys::kTopOfChart, 1));
+    EXPECT_NEAR(stored, 300.0 / reopened->LayoutResult().paneAreaHeight, 1e-9);
+    EXPECT_EQ(Open()->LayoutResult().panes[1].top, 300);
+}
+
+// Runs the event loop until a timer started now after the read-out's own has fired: the read-out
+// timer, started earlier and due sooner, has fired by then.
+void AfterReadOut() {
+    QEventLoop loop;
+    QTimer::singleShot(CChartCanvas::kReadOutPeriodMs * 2, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
+    settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 0), kStudyRSI);
+    settings.SetInt(keys::kMAsShow, 1);
+    const auto canvas = Open();
+    canvas->SetStudies(std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
+                                                     SStudySettings::Read(settings)));
+    canvas->ComputeStudies();
+    canvas->FinishStudies();
+    std::vector<QString> statuses;
+    QObject::connect(canvas.get(), &CChartCanvas::statusText,
+                     [&](const QString& text) { statuses.push_back(text); });
+    const auto move = [&](QPointF at) {
+        QMouseEvent event(QEvent::MouseMove, at, at, Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&canvas->Stack(), &event);
+        AfterReadOut();
+    };
+
+    // The middle of the price pane: the bar of that slot in the newest 120.
+    const CChart2D& price = canvas->Stack().Pane(0);
+    const double x = price.SlotToPixelX(60.0);
+    move({x, 100.0});
+    const int bar = canvas->DrawManager().Displayed().first + 60;
+    ASSERT_EQ(canvas->CursorBar(), bar);
+    EXPECT_EQ(statuses, (std::vector<QString>{"Making Info Text...", "Ready..."}));
+    // The price bar names the chart and shows the bar's fields, the averages' among them; the tip
+    // shows the bar's information, the RSI's with it.
+    EXPECT_NE(canvas->PriceBarText().find("Daily Price: LUMA"), std::string::npos);
+    EXPECT_NE(canvas->PriceBarText().find(canvas->DrawManager().PriceBarFields(bar).back()),
+              std::string::npos);
+    const std::string info = canvas->DrawManager().InfoText(bar);
+    EXPECT_NE(info.find("\nRSI: "), std::string::npos);
+    EXPECT_EQ(canvas->InfoText(), info);
+    EXPECT_FALSE(canvas->InfoTip().isHidden());
+    EXPECT_EQ(canvas->InfoTip().Text().toStdString(), info);
+    // The crosshair runs through both panes; the value line only in the pane under the mouse.
+    const auto* stack = &canvas->Stack();
+    EXPECT_EQ(stack->Crosshair(0).slot, 60.0);
+    EXPECT_TRUE(stack->Crosshair(0).horizontal);
+    EXPECT_TRUE(stack->Crosshair(1).visible);
+    EXPECT_FALSE(stack->Crosshair(1).horizontal);
+
+    // The next bar: the read-outs follow without another pair of status texts.
+    move({price.SlotToPixelX(61.0), 100.0});
+    EXPECT_EQ(canvas->CursorBar(), bar + 1);
+    EXPECT_EQ(statuses.size(), 2U);
+
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(&canvas->Stack(), &leave);
+    AfterReadOut();
+    EXPECT_EQ(canvas->CursorBar(), kNoCursorBar);
+    EXPECT_TRUE(canvas->InfoTip().isHidden());
+    EXPECT_FALSE(stack->Crosshair(0).visible);
+}
+
+} // namespace

@@ -1,0 +1,220 @@
+#include "chart/draw_manager.h"
+#include "core/data_types.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
+#include "history/chart_hist_request.h"
+#include "recording_chart_2d.h"
+#include "studies/study_panes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace {
+
+using skychart::test::CRecordingChart2D;
+
+// Daily bars of a wave with a wide swing, so that the bands leave the bars' range.
+class StudyPanes : public ::testing::Test {
+protected:
+    void SetUp() override {
+        settings.RegisterAll(AllSettingKeys());
+        for (int i = 0; i < 200; ++i) {
+            sTICK bar;
+            bar.time = CDateTime(CDateTime(2020, 1, 1, 0, 0, 0).Days() + i);
+            bar.close = 100.0 + 20.0 * std::sin(i / 5.0);
+            bar.open = bar.close - 0.5;
+            bar.high = bar.close + 1.0;
+            bar.low = bar.close - 1.0;
+            bar.volume = 1000 + i;
+            ASSERT_TRUE(history.AppendTick(bar));
+        }
+    }
+    void Show(int paneCount, std::initializer_list<int> types) {
+        settings.SetInt(keys::kNumberOfStudyCharts, paneCount);
+        int pane = 0;
+        for (const int type : types) {
+            settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, pane++), type);
+        }
+    }
+
+    SUpperStudySettings Upper() const { return SUpperStudySettings::Read(settings); }
+    SStudySettings Lower() const { return SStudySettings::Read(settings); }
+    // Paints study pane `pane` into its own chart as the view does: 120 slots, the cursor on
+    // `cursorBar`.
+    CRecordingChart2D& PaintStudy(int pane, int cursorBar = kNoCursorBar) {
+        CRecordingChart2D& target = paneCharts[static_cast<std::size_t>(pane)];
+        SPaneFrame frame;
+        frame.displayedPoints = 120;
+        frame.cursorBar = cursorBar;
+        draw.PaintPane(pane, target, style, frame, 0, false);
+        return target;
+    }
+
+    CSettings settings;
+    CChartHistRequest history;
+    CHistChartDrawManager draw{history};
+    CRecordingChart2D chart;
+    std::array<CRecordingChart2D, CHistChartDrawManager::kPaneCount> paneCharts;
+    SChartStyle style;
+};
+
+TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
+    settings.SetInt(keys::kMAsShow, 1);
+    settings.SetInt(keys::kBBStudyShow, 1);
+    Show(2, {kStudyRSI, kStudyVolume});
+    CStudyPanes studies(Upper(), Lower());
+    draw.SetStudies(&studies);
+    // Before the first computation the panes are there, with their descriptions only.
+    EXPECT_EQ(studies.PaneCount(), 2);
+    EXPECT_EQ(studies.PaneStudyType(1), kStudyRSI);
+    EXPECT_FALSE(studies.TakeFinished());
+
+    studies.SeriesChanged(history, kDays, 0);
+    EXPECT_TRUE(studies.Computing());
+    studies.WaitFinished();
+    EXPECT_FALSE(studies.Computing());
+    ASSERT_EQ(studies.Current().Inputs().Count(), 200);
+
+    draw.SetScrollPosition(80, 120, kDays);
+    SPaneFrame frame;
+    frame.displayedPoints = 120;
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    const auto* ma1 = chart.Series(CStudyPanes::kAverageSeries);
+    ASSERT_NE(ma1, nullptr);
+    ASSERT_EQ(ma1->values.size(), 120U);
+    EXPECT_DOUBLE_EQ(ma1->values[0], studies.Current().Average(1)[80]);
+    EXPECT_EQ(ma1->line.color, 255U);
+    const auto* lower = chart.Series(CStudyPanes::kBandSeries);
+    ASSERT_NE(lower, nullptr);
+    const double lowest = *std::min_element(lower->values.begin(), lower->values.end());
+    // The bands reach below the lowest low: the range widens to them.
+    ASSERT_LT(lowest, draw.DisplayedRange().low);
+    EXPECT_DOUBLE_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, lowest);
+
+    // The read-outs of a bar: the averages and the bands after the price fields, the study
+    // panes' lines after them in the information.
+    const std::vector<std::string> fields = draw.PriceBarFields(150);
+    ASSERT_EQ(fields.size(), 7U);
+    EXPECT_EQ(fields[5].rfind("MA1: ", 0), 0U);
+    EXPECT_NE(fields[5].find("MA3: "), std::string::npos);
+    EXPECT_EQ(fields[6].rfind("Bands: lower: ", 0), 0U);
+    const std::string info = draw.InfoText(150);
+    EXPECT_NE(info.find("\nVolume: 1150\nDate: 2020/05/30\nMA1: "), std::string::npos) << info;
+    EXPECT_NE(info.find("\nBands: lower: "), std::string::npos);
+    EXPECT_NE(info.find("\nRSI: "), std::string::npos);
+
+    // The RSI pane: its line over the displayed bars, its levels across the axis, the fixed
+    // oscillator scale and the values at the cursor in the label.
+    const CRecordingChart2D& rsiPane = PaintStudy(1, 150);
+    const auto* line = rsiPane.Series(CStudyPanes::kLineSeries);
+    ASSERT_NE(line, nullptr);
+    ASSERT_EQ(line->values.size(), 120U);
+    EXPECT_EQ(line->values[3], studies.Current().Pane(0).LineAt(0, 83));
+    EXPECT_EQ(line->line.color, Lower().dataColor[kStudyRSI]);
+    const auto* upperLevel = rsiPane.Series(CStudyPanes::kLevelSeries);
+    ASSERT_NE(upperLevel, nullptr);
+    EXPECT_EQ(upperLevel->points[0].y, 70.0);
+    EXPECT_EQ(upperLevel->points[1].x, 119.5);
+    EXPECT_EQ(rsiPane.AxisRange(CChart2D::EAxis::Y).max, 100.0);
+    EXPECT_EQ(rsiPane.Axis(CChart2D::EAxis::Y).precision, 0);
+    EXPECT_EQ(rsiPane.LabelLineText(), studies.Current().Pane(0).label(150, false));
+    EXPECT_NE(rsiPane.LabelLineText().find(" RSI: "), std::string::npos);
+    // The volume pane: bars from zero, the average across and a range fitted with room.
+    const CRecordingChart2D& volumePane = PaintStudy(2);
+    const auto* bars = volumePane.Series(CStudyPanes::kLineSeries);
+    ASSERT_NE(bars, nullptr);
+    EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Histogram);
+    EXPECT_EQ(bars->values.back(), 1199.0);
+    EXPECT_EQ(volumePane.Series(CStudyPanes::kLevelSeries), nullptr);
+    ASSERT_NE(volumePane.Series(CStudyPanes::kLineSeries + 1), nullptr);
+    EXPECT_DOUBLE_EQ(volumePane.Series(CStudyPanes::kLineSeries + 1)->values.front(), 1099.5);
+    EXPECT_LT(volumePane.AxisRange(CChart2D::EAxis::Y).min, 0.0);
+    EXPECT_GT(volumePane.AxisRange(CChart2D::EAxis::Y).max, 1199.0);
+}
+
+TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
+    Show(1, {kStudyMomentum});
+    CStudyPanes studies(Upper(), Lower());
+    studies.SeriesChanged(history, kDays, 0);
+    // A second answer while the first is computed: the last one wins.
+    studies.SeriesChanged(history, kDays, 0);
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Pane(0).Period(), 20);
+    EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
+
+    settings.SetText(keys::kStudyAvgPeriod, "21,5");
+    studies.SettingsChanged(Upper(), Lower());
+    // The same panes keep their lines until the new ones are ready.
+    EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Pane(0).Period(), 5);
+    // The series' columns are shared by the panes and the new set; the old set is gone.
+    EXPECT_EQ(studies.Current().SharedInputs().use_count(), 2);
+    sTICK now;
+    sTICK then;
+    ASSERT_TRUE(history.GetTick(10, now));
+    ASSERT_TRUE(history.GetTick(5, then));
+    EXPECT_DOUBLE_EQ(studies.Current().Pane(0).LineAt(0, 10), now.close - then.close);
+
+    // Other panes: shown at once, with their labels only.
+    Show(2, {kStudyADX, kStudyMFI});
+    studies.SettingsChanged(Upper(), Lower());
+    EXPECT_EQ(studies.PaneStudyType(1), kStudyADX);
+    EXPECT_EQ(studies.Current().Pane(1).Count(), 0);
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Pane(1).Count(), 200);
+
+    // A colour computes nothing: every study keeps its lines and takes the new look at once.
+    const CHistStudyChart* mfi = &studies.Current().Pane(1);
+    settings.SetText(keys::Numbered(keys::kStudyDataColor, kStudyMFI), "255");
+    EXPECT_FALSE(studies.SettingsChanged(Upper(), Lower()));
+    EXPECT_FALSE(studies.Computing());
+    EXPECT_EQ(&studies.Current().Pane(1), mfi);
+    EXPECT_EQ(mfi->Lines()[0].color, 255U);
+    EXPECT_EQ(mfi->Count(), 200);
+
+    // Live points: followed at once on the calling thread; growth while a computation runs is
+    // followed when it is done, the lines drawn staying meanwhile.
+    const auto append = [&](double close) {
+        sTICK bar;
+        ASSERT_TRUE(history.GetTick(history.GetLastIndex(), bar));
+        bar.time = CDateTime(bar.time.Days() + 1);
+        bar.close = close;
+        ASSERT_TRUE(history.AppendTick(bar));
+    };
+    const auto mfiAt = [&](int bar) { return studies.Current().Pane(1).LineAt(0, bar); };
+    append(150.0);
+    studies.SeriesGrew();
+    EXPECT_FALSE(studies.Computing());
+    EXPECT_EQ(studies.Current().Inputs().Count(), 201);
+    EXPECT_EQ(studies.Current().Pane(1).Count(), 201);
+    const double followedMfi = mfiAt(200);
+    // Another ADX period computes the ADX alone; the MFI keeps its lines.
+    settings.SetText(keys::kStudyAvgPeriod, "21,5,20,9,18,5,10,14,14,12");
+    EXPECT_TRUE(studies.SettingsChanged(Upper(), Lower()));
+    append(151.0);
+    studies.SeriesGrew();
+    EXPECT_EQ(studies.Current().Pane(0).Count(), 201);
+    EXPECT_TRUE(studies.Computing());
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Inputs().Count(), 202);
+    EXPECT_EQ(studies.Current().Pane(0).Count(), 202);
+    EXPECT_EQ(studies.Current().Pane(0).Period(), 12);
+    EXPECT_EQ(&studies.Current().Pane(1), mfi);
+    // The followed value is the one a computation over the whole series gives.
+    EXPECT_NEAR(mfiAt(200), followedMfi, 1e-9);
+    EXPECT_FALSE(std::isnan(mfiAt(201)));
+
+    studies.Clear();
+    EXPECT_EQ(studies.Current().Inputs().Count(), 0);
+    EXPECT_EQ(studies.InfoStudies(5), "\nADX: , +DI: , -DI: \nMFI: ");
+    // Going away while computing is safe.
+    auto running = std::make_unique<CStudyPanes>(Upper(), Lower());
+    running->SeriesChanged(history, kDays, 0);
+    running.reset();
+}
+
+} // namespace
