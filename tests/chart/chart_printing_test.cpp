@@ -19,14 +19,14 @@
 namespace skychart::test {
 namespace {
 
-using ChartPrintTest = FrameTest;
+using ChartPrintingTest = FrameTest;
 
 bool StartsWithPdf(const std::string& path) {
     QFile file(QString::fromStdString(path));
     return file.open(QIODevice::ReadOnly) && file.read(5) == "%PDF-" && file.size() > 2000;
 }
 
-TEST_F(ChartPrintTest, ThePanesArePrintedAndExportedUnderTheTitleLine) {
+TEST_F(ChartPrintingTest, ThePanesArePrintedAndExportedUnderTheTitleLine) {
     OpenFrame();
     settings().SetInt("RequestDataType", 2);
     ASSERT_TRUE(WaitForService());
