@@ -1,0 +1,124 @@
+// The frame's side of the feed connections: the service becoming ready, the lines the
+// connections dispatch to it, the feed's state in the status bar, and the listed markets.
+
+#include "app/feed_status.h"
+#include "app/ui/main_frame.h"
+#include "base/error.h"
+#include "chart/ui/chart_form_view.h"
+#include "core/settings.h"
+#include "feed/feed_connections.h"
+#include "feed/kestrel_stream_socket.h"
+#include "feed/lookup_system_info.h"
+#include "feed/ui/symbol_search_dlg.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+
+#include <fmt/format.h>
+#include <spdlog/spdlog.h>
+
+std::string CMainFrame::MarketName(const std::string& id) {
+    if (id.empty() || !std::all_of(id.begin(), id.end(), [](char c) {
+            return std::isdigit(static_cast<unsigned char>(c)) != 0;
+        })) {
+        return {};
+    }
+    if (!m_feed) {
+        return {};
+    }
+    // Fetched once, on first use; a failed fetch is tried again next time.
+    CListedMarkets& markets = m_feed->ListedMarkets();
+    if (!markets.Load()) {
+        return {};
+    }
+    return markets.Name(std::atoi(id.c_str()));
+}
+
+void CMainFrame::OnServiceIp() {
+    if (m_view == nullptr || m_home.typeCombo == nullptr) {
+        return;
+    }
+    const SAppliedCommandLine applied = m_commandLine.ApplyTo(Settings());
+    m_filling = true; // already stored by the command line
+    if (applied.typeIndex >= 0) {
+        m_home.typeCombo->setCurrentIndex(applied.typeIndex);
+    }
+    if (applied.intervalIndex >= 0) {
+        m_home.intervalCombo->setCurrentIndex(applied.intervalIndex);
+    }
+    m_filling = false;
+    // Said before the load, so that a load that cannot start keeps its reason in view.
+    SetStatusText("Connected to Kestrel...");
+    if (applied.load) {
+        LoadSymbol(Settings().GetText(keys::kCurrentSymbol));
+    }
+    // Typing replaces the symbol shown, as in a freshly focused edit box.
+    m_home.symbolCombo->setFocus(Qt::OtherFocusReason);
+    m_home.symbolCombo->lineEdit()->selectAll();
+    m_serviceReady = true;
+    emit ServiceReadyReached();
+}
+
+void CMainFrame::OnSearchLine(const std::string& /*line*/) {
+    if (m_search != nullptr) {
+        m_search->OnSearchLine();
+    }
+}
+
+void CMainFrame::OnHistoryLine(const std::string& line) {
+    if (m_view != nullptr) {
+        m_view->OnHistoryLine(line);
+    }
+}
+
+void CMainFrame::OnLevel1Line(const std::string& line) {
+    if (m_view != nullptr) {
+        m_view->OnLevel1Line(line);
+    }
+    emit Level1LineReceived(QString::fromStdString(line));
+}
+
+void CMainFrame::OnSymbolNotFound(const std::string& line) {
+    // Only logged: the status bar keeps the chart's retrieval text.
+    const std::string symbol = line.size() > 2 ? line.substr(2) : std::string();
+    spdlog::warn("Symbol {} has no results...", symbol);
+}
+
+void CMainFrame::ShowFeedState() {
+    SFeedState state;
+    if (m_feed != nullptr) {
+        if (const SKestrelSocketStats* level1 =
+                m_feed->ConnectionStatistics(CFeedConnections::kLevel1)) {
+            state.everConnected = level1->connectedAt != std::chrono::system_clock::time_point{};
+            state.connected = level1->IsConnected();
+        }
+    }
+    state.symbolShown = m_view != nullptr && !m_view->Symbol().empty();
+    if (state.symbolShown && m_view->LastUpdate()) {
+        state.secondsSinceUpdate =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - *m_view->LastUpdate())
+                .count();
+    }
+    const QString text = QString::fromStdString(FeedStatusText(state));
+    if (m_feedPane->text() != text) {
+        m_feedPane->setText(text);
+        if (state.everConnected && !state.connected) {
+            // The service's last statistics line no longer holds.
+            m_connectionPane->setText(QStringLiteral("Not Connected"));
+            spdlog::warn("{}", text.toStdString());
+        }
+    }
+}
+
+void CMainFrame::OnServiceStatus(const std::string& status) {
+    if (m_connectionPane != nullptr) {
+        m_connectionPane->setText(QString::fromStdString(status));
+    }
+}
+
+void CMainFrame::OnFeedFault(const SFeedFault& fault) {
+    std::string text = DescribeFeedFault(fault);
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    SetStatusText(text + " - restart Skychart to reconnect");
+}
