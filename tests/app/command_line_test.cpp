@@ -92,27 +92,29 @@ TEST(CommandLine, RenderAndExportOptionsAreParsedAndChecked) {
     EXPECT_EQ(request.output, EExportOutput::Csv);
     EXPECT_EQ(request.timeoutSeconds, 300);
 
+    // The first problem found is named.
+    const std::string chart = " -symbol X -type Daily";
     const std::pair<std::string, std::string> problems[] = {
-        {"--render a.png -width 99", "-width must be"},
-        {"--render a.png -height 10001", "-height must be"},
-        {"--render a.png -width 12x", "\"12x\""},
-        {"--render a.png -width -800", "-width"},
-        {"--render a.png -width", "-width needs"},
-        {"--render a.jpg", ".png or a .pdf"},
-        {"--render png", ".png or a .pdf"},
-        {"--render dir.png/chart", ".png or a .pdf"},
-        {"--render", "PNG or PDF file"},
-        {"--render a.png --export a.csv", "together"},
+        {"--render a.png -width 99" + chart, "-width must be"},
+        {"--render a.png -height 10001" + chart, "-height must be"},
+        {"--render a.png -width 12x" + chart, "\"12x\""},
+        {"--render a.png -width -800" + chart, "-width"},
+        {"--render a.png -width" + chart, "-width needs"},
+        {"--render a.jpg" + chart, ".png or a .pdf"},
+        {"--render png" + chart, ".png or a .pdf"},
+        {"--render dir.png/chart" + chart, ".png or a .pdf"},
+        {"--render" + chart, "PNG or PDF file"},
+        {"--render a.png --export a.csv" + chart, "together"},
+        {"--render a.png -type Daily", "--render needs -symbol SYMBOL"},
+        {"--export a.csv -symbol X", "--export needs -type TYPE"},
+        {"--export a.csv -symbol X -type Hourly", "unknown request type \"Hourly\""},
+        {"--export a.csv -interval 7-Minute" + chart, "unknown interval \"7-Minute\""},
     };
     for (const auto& [options, said] : problems) {
         SExportRequest ignored;
-        EXPECT_NE(
-            CheckExportRequest(Parsed(options + " -symbol X -type Daily"), ignored).find(said),
-            std::string::npos)
+        EXPECT_NE(CheckExportRequest(Parsed(options), ignored).find(said), std::string::npos)
             << options;
     }
-    EXPECT_EQ(CheckExportRequest(Parsed("--render a.png -type Daily"), request),
-              "--render needs -symbol SYMBOL");
     for (const std::string value : {"0", "-5", "1.5", "86401", ""}) {
         COrvaneCommandLineInfo info = Parsed("--export a.csv -symbol X -type Daily");
         info.Parse({"--timeout", value});

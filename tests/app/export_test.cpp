@@ -5,6 +5,7 @@
 // rewritten in place.
 
 #include "line_client.h"
+#include "pixels.h"
 #include "portico_process.h"
 #include "study_formulas.h"
 #include "temp_dir.h"
@@ -38,17 +39,6 @@ std::vector<std::string> ReadLines(const std::string& file) {
 
 std::string ReadAll(const std::string& file) {
     return {std::istreambuf_iterator<char>(std::ifstream(file, std::ios::binary).rdbuf()), {}};
-}
-
-// How many pixels of `image` (of its rows above `below`, when given) have exactly the colour `rgb`.
-int Count(const QImage& image, QRgb rgb, int below = -1) {
-    int count = 0;
-    for (int y = 0; y < (below < 0 ? image.height() : below); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            count += (image.pixel(x, y) & 0xFFFFFF) == rgb ? 1 : 0;
-        }
-    }
-    return count;
 }
 
 class ExportTest : public ::testing::Test {
@@ -167,51 +157,55 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
 
 TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItselfAndWritesNothing) {
     m_home.writeFile("plain", "not a folder");
+    const std::string settings = ReadAll(File(kSettingsFile));
+    // A list cut short inside its quotes, as a hand edit may leave it.
+    const std::string cutShort = "[ApplicationSettings]\nRequestDatapoints=\"500\n";
     const struct {
         std::vector<std::string> arguments;
         int exitCode;
         std::string says;
+        const std::string& settings; // the file the run starts from, which it leaves as it is
     } cases[] = {
         // An unknown symbol: the only answer is the service's error reply.
         {{"--export", File("a.csv"), "-symbol", "NOSUCH", "-type", "Daily"},
          4,
-         "no history for NOSUCH"},
+         "no history for NOSUCH",
+         settings},
         {{"--render", File("a.png"), "-symbol", "NOSUCH", "-type", "Daily"},
          4,
-         "no history for NOSUCH"},
+         "no history for NOSUCH",
+         settings},
         // A file that cannot be made: its folder is a plain file.
         {{"--export", File("plain/a.csv"), "-symbol", "LUMA", "-type", "Daily"},
          5,
-         "cannot write " + File("plain/a.csv")},
+         "cannot write " + File("plain/a.csv"),
+         settings},
         {{"--render", File("plain/a.png"), "-symbol", "LUMA", "-type", "Daily"},
          5,
-         "cannot write " + File("plain/a.png")},
-        {{"--export", File("a.csv"), "-symbol", "LUMA"}, 2, "needs -type"},
-        {{"--export", File("a.csv"), "-symbol", "LUMA", "-type", "Minute", "-interval", "7-Minute"},
-         2,
-         "7-Minute"},
-        {{"--render", File("a.png"), "-type", "Daily"}, 2, "--render needs -symbol"},
+         "cannot write " + File("plain/a.png"),
+         settings},
+        // The options are checked before anything is started.
         {{"--render", File("a.png"), "-symbol", "LUMA", "-type", "Daily", "-width", "99"},
          2,
-         "-width must be"},
+         "-width must be",
+         settings},
+        // The cut-short list is named, with where to mend it.
+        {{"--export", File("a.csv"), "-symbol", "LUMA", "-type", "Daily"},
+         2,
+         "Skychart: no history requested for LUMA: RequestDatapoints has no value for Days: it "
+         "holds 1 value (\"500\\n\"), one is needed for each of Ticks, Intervals, Days, Weeks "
+         "and Months. Mend it on the Data page of \"Chart Settings...\", or edit "
+         "RequestDatapoints in " +
+             File(kSettingsFile) + ".\n",
+         cutShort},
     };
     for (const auto& c : cases) {
+        m_home.writeFile(kSettingsFile, c.settings);
         const RunResult run = Run(c.arguments);
         EXPECT_EQ(run.exitCode, c.exitCode) << run.err;
         EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
+        EXPECT_EQ(ReadAll(File(kSettingsFile)), c.settings);
     }
-
-    // A list cut short inside its quotes, as a hand edit may leave it, is named and left as it is.
-    const std::string cutShort = "[ApplicationSettings]\nRequestDatapoints=\"500\n";
-    m_home.writeFile(kSettingsFile, cutShort);
-    const RunResult cut = Run({"--export", File("a.csv"), "-symbol", "LUMA", "-type", "Daily"});
-    EXPECT_EQ(cut.exitCode, 2) << cut.err;
-    EXPECT_EQ(cut.err, "Skychart: no history requested for LUMA: RequestDatapoints has no value "
-                       "for Days: it holds 1 value (\"500\\n\"), one is needed for each of "
-                       "Ticks, Intervals, Days, Weeks and Months. Mend it on the Data page of "
-                       "\"Chart Settings...\", or edit RequestDatapoints in " +
-                           File(kSettingsFile) + ".\n");
-    EXPECT_EQ(ReadAll(File(kSettingsFile)), cutShort);
 
     // No service: the ports are closed and no portico can be launched (none beside the copied
     // executable, none on PATH).
@@ -330,17 +324,22 @@ TEST_F(ExportTest, StudyColumnsHoldWhatTheChartDraws) {
 }
 
 TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
-    const std::string settingsBefore = ReadAll(File(kSettingsFile));
-    const RunResult daily = Run({"--render", File("luma.png"), "-symbol", "LUMA", "-type", "Daily",
-                                 "-width", "800", "-height", "600"});
-    ASSERT_EQ(daily.exitCode, 0) << daily.err;
-    QImage image(QString::fromStdString(File("luma.png")));
-    ASSERT_FALSE(image.isNull());
-    EXPECT_EQ(image.size(), QSize(800, 600));
-    // Candles in the default up and down colours on the default white background.
-    EXPECT_GT(Count(image, 0x00FF00), 500);
-    EXPECT_GT(Count(image, 0xFF0000), 500);
-    EXPECT_GT(Count(image, 0xFFFFFF), 800 * 600 / 4);
+    // The user's colours are the ones drawn (down candles blue, 0x00BBGGRR; up candles and the
+    // background the default green and white), and the file that holds them stays byte for byte
+    // as it was.
+    const std::string blueDown =
+        ReadAll(File(kSettingsFile)) + "Price Down Candle Color=16711680\n";
+    m_home.writeFile(kSettingsFile, blueDown);
+    const RunResult png = Run({"--render", File("luma.png"), "-symbol", "LUMA", "-type", "Daily",
+                               "-width", "800", "-height", "600"});
+    ASSERT_EQ(png.exitCode, 0) << png.err;
+    const QImage image(QString::fromStdString(File("luma.png")));
+    ASSERT_EQ(image.size(), QSize(800, 600));
+    EXPECT_GT(Count(image, MakeColorRef(0, 255, 0)), 500);
+    EXPECT_GT(Count(image, MakeColorRef(0, 0, 255)), 500);
+    EXPECT_GT(Count(image, MakeColorRef(255, 255, 255)), 800 * 600 / 4);
+    // No red candle in the price pane (the volume pane's average line below it is red).
+    EXPECT_EQ(Count(image, MakeColorRef(255, 0, 0), QRect(0, 0, 800, 300)), 0);
 
     const RunResult pdf = Run({"--render", File("luma.PDF"), "-symbol", "LUMA", "-type", "Minute",
                                "-interval", "5-Minute"});
@@ -348,19 +347,6 @@ TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
     const std::string document = ReadAll(File("luma.PDF"));
     EXPECT_TRUE(document.starts_with("%PDF")) << document.substr(0, 16);
     EXPECT_GT(document.size(), 10000u);
-    EXPECT_EQ(ReadAll(File(kSettingsFile)), settingsBefore);
-
-    // The user's colours are the ones drawn (down candles blue, 0x00BBGGRR), and the file that
-    // holds them stays byte for byte as it was. The default size is 1200 x 800.
-    const std::string blueDown = settingsBefore + "Price Down Candle Color=16711680\n";
-    m_home.writeFile(kSettingsFile, blueDown);
-    const RunResult blue = Run({"--render", File("blue.png"), "-symbol", "LUMA", "-type", "Daily"});
-    ASSERT_EQ(blue.exitCode, 0) << blue.err;
-    image = QImage(QString::fromStdString(File("blue.png")));
-    EXPECT_EQ(image.size(), QSize(1200, 800));
-    EXPECT_GT(Count(image, 0x0000FF), 500);
-    // No red candle in the price pane (the volume pane's average line below it is red).
-    EXPECT_EQ(Count(image, 0xFF0000, image.height() / 2), 0);
     EXPECT_EQ(ReadAll(File(kSettingsFile)), blueDown);
 }
 
