@@ -4,6 +4,8 @@
 // run ends with its exit code and the cause on standard error, and without a terminal nothing is
 // rewritten in place.
 
+#include "app/workspace.h"
+
 #include "line_client.h"
 #include "pixels.h"
 #include "portico_process.h"
@@ -89,6 +91,12 @@ protected:
     }
 
     std::string File(const std::string& name) const { return m_home.path() + "/" + name; }
+    // `line` split at spaces, the file after --export or --render in the home folder.
+    std::vector<std::string> Args(const std::string& line) const {
+        std::vector<std::string> words = SplitArguments(line);
+        words[1] = File(words[1]);
+        return words;
+    }
 
     static constexpr const char* kSettingsFile = "config/Orvane/Kestrel/DisplayApps/Skychart.conf";
     TempDir m_home;
@@ -98,8 +106,7 @@ protected:
 TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere) {
     const std::string settingsBefore = ReadAll(File(kSettingsFile));
 
-    const RunResult daily =
-        Run({"--export", File("luma.csv"), "-symbol", "luma", "-type", "daily"});
+    const RunResult daily = Run(Args("--export luma.csv -symbol luma -type daily"));
     ASSERT_EQ(daily.exitCode, 0) << daily.err;
     const std::vector<std::string> rows = ReadLines(File("luma.csv"));
     ASSERT_GT(rows.size(), 2u);
@@ -117,7 +124,7 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
         ASSERT_EQ(rows[i + 1], expected) << "row " << i + 1;
     }
 
-    const RunResult ticks = Run({"--export", File("aurx.csv"), "-symbol", "AURX", "-type", "Tick"});
+    const RunResult ticks = Run(Args("--export aurx.csv -symbol AURX -type Tick"));
     ASSERT_EQ(ticks.exitCode, 0) << ticks.err;
     const std::vector<std::string> tickRows = ReadLines(File("aurx.csv"));
     ASSERT_GT(tickRows.size(), 100u);
@@ -140,8 +147,8 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
     // A settings file that cannot be read is used as defaults and left exactly where it is.
     const std::string unreadable = "[ApplicationSettings]\nCurrentSymbol=KRNO\n\x01\x02\xff";
     m_home.writeFile(kSettingsFile, unreadable);
-    const RunResult minutes = Run({"--export", File("bars.csv"), "-symbol", "LUMA", "-type",
-                                   "Minute", "-interval", "5-Minute"});
+    const RunResult minutes =
+        Run(Args("--export bars.csv -symbol LUMA -type Minute -interval 5-Minute"));
     ASSERT_EQ(minutes.exitCode, 0) << minutes.err;
     EXPECT_NE(minutes.err.find("could not be read"), std::string::npos) << minutes.err;
     EXPECT_EQ(ReadAll(File(kSettingsFile)), unreadable);
@@ -167,31 +174,17 @@ TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItselfAndWritesNothing) {
         const std::string& settings; // the file the run starts from, which it leaves as it is
     } cases[] = {
         // An unknown symbol: the only answer is the service's error reply.
-        {{"--export", File("a.csv"), "-symbol", "NOSUCH", "-type", "Daily"},
-         4,
-         "no history for NOSUCH",
-         settings},
-        {{"--render", File("a.png"), "-symbol", "NOSUCH", "-type", "Daily"},
-         4,
-         "no history for NOSUCH",
-         settings},
+        {Args("--export a.csv -symbol NOSUCH -type Daily"), 4, "no history for NOSUCH", settings},
+        {Args("--render a.png -symbol NOSUCH -type Daily"), 4, "no history for NOSUCH", settings},
         // A file that cannot be made: its folder is a plain file.
-        {{"--export", File("plain/a.csv"), "-symbol", "LUMA", "-type", "Daily"},
-         5,
-         "cannot write " + File("plain/a.csv"),
-         settings},
-        {{"--render", File("plain/a.png"), "-symbol", "LUMA", "-type", "Daily"},
-         5,
-         "cannot write " + File("plain/a.png"),
-         settings},
+        {Args("--export plain/a.csv -symbol LUMA -type Daily"), 5,
+         "cannot write " + File("plain/a.csv"), settings},
+        {Args("--render plain/a.png -symbol LUMA -type Daily"), 5,
+         "cannot write " + File("plain/a.png"), settings},
         // The options are checked before anything is started.
-        {{"--render", File("a.png"), "-symbol", "LUMA", "-type", "Daily", "-width", "99"},
-         2,
-         "-width must be",
-         settings},
+        {Args("--render a.png -symbol LUMA -type Daily -width 99"), 2, "-width must be", settings},
         // The cut-short list is named, with where to mend it.
-        {{"--export", File("a.csv"), "-symbol", "LUMA", "-type", "Daily"},
-         2,
+        {Args("--export a.csv -symbol LUMA -type Daily"), 2,
          "Skychart: no history requested for LUMA: RequestDatapoints has no value for Days: it "
          "holds 1 value (\"500\\n\"), one is needed for each of Ticks, Intervals, Days, Weeks "
          "and Months. Mend it on the Data page of \"Chart Settings...\", or edit "
@@ -215,8 +208,7 @@ TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItselfAndWritesNothing) {
     const std::string copy = File("alone/Skychart");
     fs::copy_file(SKYCHART_EXECUTABLE, copy);
     const RunResult unreachable =
-        Run({"--export", File("a.csv"), "-symbol", "LUMA", "-type", "Daily"}, copy,
-            File("alone/empty-path"));
+        Run(Args("--export a.csv -symbol LUMA -type Daily"), copy, File("alone/empty-path"));
     EXPECT_EQ(unreachable.exitCode, 3) << unreachable.err;
     EXPECT_NE(unreachable.err.find("Unable to launch portico"), std::string::npos)
         << unreachable.err;
@@ -241,13 +233,13 @@ TEST_F(ExportTest, AServiceThatMisbehavesIsNamedAsTheCause) {
     } cases[] = {
         // Fast enough to connect, far too slow for ten thousand days.
         {{"--fault-drip", "100"},
-         {"--render", File("a.png"), "-symbol", "LUMA", "-type", "Daily", "--timeout", "10"},
+         Args("--render a.png -symbol LUMA -type Daily --timeout 10"),
          6,
          "Skychart: timed out after 10 s (--timeout 10) while LUMA (Daily) was loading (",
          " points received)\n"},
         // The service sends it to every Level 1 client before the line that makes it ready.
         {{"--fault-long-line"},
-         {"--export", File("a.csv"), "-symbol", "LUMA", "-type", "Daily", "--timeout", "60"},
+         Args("--export a.csv -symbol LUMA -type Daily --timeout 60"),
          3,
          "Skychart: the market-data service sent a line longer than 65,535 bytes (the most a "
          "line may hold) on the Level 1 connection (127.0.0.1:{level1}) before the service was "
@@ -255,7 +247,7 @@ TEST_F(ExportTest, AServiceThatMisbehavesIsNamedAsTheCause) {
          ""},
         // Mid-answer: the lookup connection goes after 100 data lines.
         {{"--fault-close-after", "100"},
-         {"--export", File("a.csv"), "-symbol", "LUMA", "-type", "Daily"},
+         Args("--export a.csv -symbol LUMA -type Daily"),
          3,
          "Skychart: the market-data service closed the lookup connection (127.0.0.1:{lookup}) "
          "while LUMA (Daily) was loading (100 points received)\n",
@@ -263,7 +255,7 @@ TEST_F(ExportTest, AServiceThatMisbehavesIsNamedAsTheCause) {
         // At once: the admin connection is closed as soon as it is accepted, in an orderly close
         // or a reset, as the timing has it.
         {{"--fault-refuse", "1"},
-         {"--render", File("a.png"), "-symbol", "LUMA", "-type", "Daily"},
+         Args("--render a.png -symbol LUMA -type Daily"),
          3,
          "Skychart: the market-data service closed the admin connection (127.0.0.1:{admin})",
          " before the service was ready (status \"Not Connected\")\n"},
@@ -290,7 +282,7 @@ TEST_F(ExportTest, StudyColumnsHoldWhatTheChartDraws) {
                                     "BB STUDY SHOW=1\nNumber of displayed study charts=3\n"
                                     "Type of study chart 0=0\nType of study chart 1=1\n"
                                     "Type of study chart 2=0\n");
-    const RunResult run = Run({"--export", File("s.csv"), "-symbol", "LUMA", "-type", "Daily"});
+    const RunResult run = Run(Args("--export s.csv -symbol LUMA -type Daily"));
     ASSERT_EQ(run.exitCode, 0) << run.err;
     const std::vector<std::string> rows = ReadLines(File("s.csv"));
     ASSERT_GT(rows.size(), 100u);
@@ -330,8 +322,8 @@ TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
     const std::string blueDown =
         ReadAll(File(kSettingsFile)) + "Price Down Candle Color=16711680\n";
     m_home.writeFile(kSettingsFile, blueDown);
-    const RunResult png = Run({"--render", File("luma.png"), "-symbol", "LUMA", "-type", "Daily",
-                               "-width", "800", "-height", "600"});
+    const RunResult png =
+        Run(Args("--render luma.png -symbol LUMA -type Daily -width 800 -height 600"));
     ASSERT_EQ(png.exitCode, 0) << png.err;
     const QImage image(QString::fromStdString(File("luma.png")));
     ASSERT_EQ(image.size(), QSize(800, 600));
@@ -341,8 +333,8 @@ TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
     // No red candle in the price pane (the volume pane's average line below it is red).
     EXPECT_EQ(Count(image, MakeColorRef(255, 0, 0), QRect(0, 0, 800, 300)), 0);
 
-    const RunResult pdf = Run({"--render", File("luma.PDF"), "-symbol", "LUMA", "-type", "Minute",
-                               "-interval", "5-Minute"});
+    const RunResult pdf =
+        Run(Args("--render luma.PDF -symbol LUMA -type Minute -interval 5-Minute"));
     ASSERT_EQ(pdf.exitCode, 0) << pdf.err;
     const std::string document = ReadAll(File("luma.PDF"));
     EXPECT_TRUE(document.starts_with("%PDF")) << document.substr(0, 16);
