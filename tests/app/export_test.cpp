@@ -103,33 +103,17 @@ protected:
     std::unique_ptr<PorticoProcess> m_portico;
 };
 
-TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere) {
+TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSettingsStayAsTheyWere) {
     const std::string settingsBefore = ReadAll(File(kSettingsFile));
-
-    const RunResult daily = Run(Args("--export luma.csv -symbol luma -type daily"));
-    ASSERT_EQ(daily.exitCode, 0) << daily.err;
-    const std::vector<std::string> rows = ReadLines(File("luma.csv"));
-    ASSERT_GT(rows.size(), 2u);
-    // The default layout shows one volume pane: its average follows the series columns.
-    EXPECT_EQ(rows[0], "DateTime,Open,High,Low,Close,Volume,OpenInterest,VolumeAverage");
-    // The default request: the newest 10000 days, as the service itself gives them.
-    const auto direct = QueryLookup(m_portico->lookupPort(), "HDX,LUMA,10000,1,D", "D");
-    ASSERT_EQ(rows.size(), direct.size() + 1);
-    const std::string average = rows[1].substr(rows[1].rfind(',') + 1);
-    for (std::size_t i = 0; i + 1 < direct.size(); ++i) {
-        const auto& f = direct[i];
-        const std::string expected =
-            fmt::format("{} 00:00:00,{},{},{},{},{},{},{}", f[2].substr(0, 10), std::stod(f[5]),
-                        std::stod(f[3]), std::stod(f[4]), std::stod(f[6]), f[7], f[8], average);
-        ASSERT_EQ(rows[i + 1], expected) << "row " << i + 1;
-    }
-
     const RunResult ticks = Run(Args("--export aurx.csv -symbol AURX -type Tick"));
     ASSERT_EQ(ticks.exitCode, 0) << ticks.err;
     const std::vector<std::string> tickRows = ReadLines(File("aurx.csv"));
     ASSERT_GT(tickRows.size(), 100u);
     EXPECT_LE(tickRows.size(), 10001u);
+    // The default layout shows one volume pane: its average follows the series columns, the
+    // average of all the data on every row.
     EXPECT_EQ(tickRows[0], "DateTime,Close,Volume,Size,Bid,Ask,VolumeAverage");
+    const std::string average = tickRows[1].substr(tickRows[1].rfind(','));
     const std::regex row(R"((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{6}),([0-9.]+),(\d+),(\d+),)"
                          R"(([0-9.]+),([0-9.]+),[0-9.e+]+)");
     std::string previous;
@@ -139,10 +123,60 @@ TEST_F(ExportTest, DailyBarsAndTicksAreWrittenAsCsvAndTheSettingsStayAsTheyWere)
         EXPECT_GE(match[1].str(), previous) << "row " << i;
         EXPECT_GT(std::stoul(match[4].str()), 0u) << tickRows[i];
         EXPECT_LE(std::stod(match[5].str()), std::stod(match[6].str())) << tickRows[i];
+        EXPECT_TRUE(tickRows[i].ends_with(average)) << tickRows[i];
         previous = match[1].str();
     }
 
     EXPECT_EQ(ReadAll(File(kSettingsFile)), settingsBefore);
+
+    // Two averages, the bands, and RSI and momentum panes (RSI twice, exported once).
+    const std::string studies = settingsBefore +
+                                "MAs SHOW=1\nMoving Average 2 Select=0\nBB STUDY SHOW=1\n"
+                                "Number of displayed study charts=3\nType of study chart 0=0\n"
+                                "Type of study chart 1=1\nType of study chart 2=0\n";
+    m_home.writeFile(kSettingsFile, studies);
+    const RunResult daily = Run(Args("--export luma.csv -symbol luma -type daily"));
+    ASSERT_EQ(daily.exitCode, 0) << daily.err;
+    const std::vector<std::string> rows = ReadLines(File("luma.csv"));
+    ASSERT_GT(rows.size(), 100u);
+    ASSERT_EQ(rows[0], "DateTime,Open,High,Low,Close,Volume,OpenInterest,MA1,MA3,BBLower,BBMiddle,"
+                       "BBUpper,RSI,MOM");
+    // The default request: the newest 10000 days, as the service itself gives them.
+    const auto direct = QueryLookup(m_portico->lookupPort(), "HDX,LUMA,10000,1,D", "D");
+    ASSERT_EQ(rows.size(), direct.size() + 1);
+    for (std::size_t i = 0; i + 1 < direct.size(); ++i) {
+        const auto& f = direct[i];
+        const std::string expected =
+            fmt::format("{} 00:00:00,{},{},{},{},{},{},", f[2].substr(0, 10), std::stod(f[5]),
+                        std::stod(f[3]), std::stod(f[4]), std::stod(f[6]), f[7], f[8]);
+        ASSERT_TRUE(rows[i + 1].starts_with(expected)) << "row " << i + 1 << ": " << rows[i + 1];
+    }
+    // The study columns as lines (NaN for an empty cell), checked against the plain formulas over
+    // the exported closes: simple averages of 5 and 15, bands of 20 at two deviations, Wilder's
+    // RSI over 21, momentum over 20.
+    std::vector<study_formulas::Line> columns(14);
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+        const std::vector<std::string> cells = SplitAtCommas(rows[i] + ","); // every cell
+        ASSERT_EQ(cells.size(), columns.size()) << rows[i];
+        for (std::size_t c = 1; c < cells.size(); ++c) {
+            columns[c].push_back(cells[c].empty() ? std::nan("") : std::stod(cells[c]));
+        }
+    }
+    const CVectorBars bars = CVectorBars::Flat(columns[4]);
+    const study_formulas::SBands bands = study_formulas::Bollinger(bars, 20, 2.0);
+    const std::pair<std::size_t, study_formulas::Line> expected[] = {
+        {7, study_formulas::SimpleAverage(bars, 5)},
+        {8, study_formulas::SimpleAverage(bars, 15)},
+        {9, bands.lower},
+        {10, bands.middle},
+        {11, bands.upper},
+        {12, study_formulas::Rsi(bars, 21)},
+        {13, study_formulas::Momentum(bars, 20)}};
+    for (const auto& [column, line] : expected) {
+        EXPECT_EQ(study_formulas::Mismatch(line, columns[column]), "") << "column " << column;
+    }
+
+    EXPECT_EQ(ReadAll(File(kSettingsFile)), studies);
 
     // A settings file that cannot be read is used as defaults and left exactly where it is.
     const std::string unreadable = "[ApplicationSettings]\nCurrentSymbol=KRNO\n\x01\x02\xff";
@@ -274,44 +308,6 @@ TEST_F(ExportTest, AServiceThatMisbehavesIsNamedAsTheCause) {
             EXPECT_TRUE(run.err.starts_with(begins) && run.err.ends_with(c.ends)) << run.err;
         }
         EXPECT_FALSE(fs::exists(c.arguments[1])) << c.arguments[1];
-    }
-}
-
-TEST_F(ExportTest, StudyColumnsHoldWhatTheChartDraws) {
-    m_home.writeFile(kSettingsFile, "[ApplicationSettings]\nMAs SHOW=1\nMoving Average 2 Select=0\n"
-                                    "BB STUDY SHOW=1\nNumber of displayed study charts=3\n"
-                                    "Type of study chart 0=0\nType of study chart 1=1\n"
-                                    "Type of study chart 2=0\n");
-    const RunResult run = Run(Args("--export s.csv -symbol LUMA -type Daily"));
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    const std::vector<std::string> rows = ReadLines(File("s.csv"));
-    ASSERT_GT(rows.size(), 100u);
-    ASSERT_EQ(rows[0], "DateTime,Open,High,Low,Close,Volume,OpenInterest,MA1,MA3,BBLower,BBMiddle,"
-                       "BBUpper,RSI,MOM");
-
-    // The columns as lines (NaN for an empty cell), checked against the plain formulas over the
-    // exported closes: simple averages of 5 and 15, bands of 20 at two deviations, Wilder's RSI
-    // over 21, momentum over 20.
-    std::vector<study_formulas::Line> columns(14);
-    for (std::size_t i = 1; i < rows.size(); ++i) {
-        const std::vector<std::string> cells = SplitAtCommas(rows[i] + ","); // every cell
-        ASSERT_EQ(cells.size(), columns.size()) << rows[i];
-        for (std::size_t c = 1; c < cells.size(); ++c) {
-            columns[c].push_back(cells[c].empty() ? std::nan("") : std::stod(cells[c]));
-        }
-    }
-    const CVectorBars bars = CVectorBars::Flat(columns[4]);
-    const study_formulas::SBands bands = study_formulas::Bollinger(bars, 20, 2.0);
-    const std::pair<std::size_t, study_formulas::Line> expected[] = {
-        {7, study_formulas::SimpleAverage(bars, 5)},
-        {8, study_formulas::SimpleAverage(bars, 15)},
-        {9, bands.lower},
-        {10, bands.middle},
-        {11, bands.upper},
-        {12, study_formulas::Rsi(bars, 21)},
-        {13, study_formulas::Momentum(bars, 20)}};
-    for (const auto& [column, line] : expected) {
-        EXPECT_EQ(study_formulas::Mismatch(line, columns[column]), "") << "column " << column;
     }
 }
 
