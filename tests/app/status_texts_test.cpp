@@ -12,23 +12,21 @@ namespace {
 using namespace std::chrono_literals;
 
 TEST(FeedStatus, TellsAQuietMarketFromADeadFeed) {
-    SFeedState state;
-    EXPECT_EQ(FeedStatusText(state), ""); // never connected, nothing shown
-    state.everConnected = state.connected = true;
-    EXPECT_EQ(FeedStatusText(state), "");
-    state.symbolShown = true;
-    EXPECT_EQ(FeedStatusText(state), "No update yet");
-    state.secondsSinceUpdate = 12.9;
-    EXPECT_EQ(FeedStatusText(state), "Last update 12 s ago");
-    state.secondsSinceUpdate = 185.0;
-    EXPECT_EQ(FeedStatusText(state), "Last update 3 min ago");
-    state.secondsSinceUpdate = 7300.0;
-    EXPECT_EQ(FeedStatusText(state), "Last update 2 h ago");
-    // A dropped connection stays closed until a restart, whatever was shown.
-    state.connected = false;
-    EXPECT_EQ(FeedStatusText(state), "Feed lost - restart Skychart to reconnect");
-    state.symbolShown = false;
-    EXPECT_EQ(FeedStatusText(state), "Feed lost - restart Skychart to reconnect");
+    const std::string lost = "Feed lost - restart Skychart to reconnect";
+    // {ever connected, connected, symbol shown, seconds since the last update}
+    const std::pair<SFeedState, std::string> cases[] = {
+        {{}, ""}, // never connected, nothing shown
+        {{true, true, false, {}}, ""},
+        {{true, true, true, {}}, "No update yet"},
+        {{true, true, true, 12.9}, "Last update 12 s ago"},
+        {{true, true, true, 185.0}, "Last update 3 min ago"},
+        {{true, true, true, 7300.0}, "Last update 2 h ago"},
+        // A dropped connection stays closed until a restart, whatever was shown.
+        {{true, false, true, 7300.0}, lost},
+        {{true, false, false, 7300.0}, lost}};
+    for (const auto& [state, text] : cases) {
+        EXPECT_EQ(FeedStatusText(state), text) << state.connected << state.symbolShown;
+    }
 }
 
 TEST(ProgressLine, RewritesInPlaceAtMostOncePerPeriodAndEndsWithTheLatestText) {
@@ -64,7 +62,7 @@ TEST(ProgressLine, RewritesInPlaceAtMostOncePerPeriodAndEndsWithTheLatestText) {
     EXPECT_EQ(out, "\rnext");
 }
 
-TEST(RecentSymbols, NewestFirstWithoutRepeatsAndAtMostThirty) {
+TEST(RecentSymbols, TrimmedUpperCaseNewestFirstWithoutRepeatsAndAtMostThirty) {
     CRecentSymbols recent({"MSFT", "", "LUMA", "KRNO"});
     EXPECT_EQ(recent.Items(), (std::vector<std::string>{"MSFT", "LUMA", "KRNO"}));
     recent.Use("KRNO");
@@ -75,9 +73,8 @@ TEST(RecentSymbols, NewestFirstWithoutRepeatsAndAtMostThirty) {
     ASSERT_EQ(recent.Items().size(), CRecentSymbols::kMaxCount);
     EXPECT_EQ(recent.Items().front(), "S39");
     EXPECT_EQ(recent.Items().back(), "S10");
-}
 
-TEST(RecentSymbols, TheEntryIsTrimmedAndUpperCased) {
+    // What is typed into the box is trimmed and upper-cased.
     EXPECT_EQ(SymbolFromEntry("  luma\t"), "LUMA");
     EXPECT_EQ(SymbolFromEntry("@es#"), "@ES#");
     EXPECT_EQ(SymbolFromEntry(" \t "), "");

@@ -66,11 +66,10 @@ protected:
     CChartHistRequest history;
 };
 
-TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPane) {
+TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStoreTheZoom) {
     auto canvas = Open();
     ASSERT_EQ(canvas->LayoutResult().panes.size(), 3U);
     const QImage image = canvas->Stack().RenderImage();
-    ASSERT_FALSE(image.isNull());
     for (const SPaneRect& pane : canvas->LayoutResult().panes) {
         const QRect area(0, pane.top, image.width(), pane.height);
         EXPECT_GT(Count(image, kBackground, area), area.width() * area.height() / 4)
@@ -80,10 +79,8 @@ TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPane) {
     const QRect priceArea(0, price.top, image.width(), price.height);
     EXPECT_GT(Count(image, kUp, priceArea), 100);
     EXPECT_GT(Count(image, kDown, priceArea), 100);
-}
 
-TEST_F(ChartCanvasTest, KeysWheelAndScrollBarMoveTheRangeAndTheZoomIsStored) {
-    auto canvas = Open();
+    // The keys, the wheel and the scroll bar move the range.
     EXPECT_EQ(canvas->Range().DisplayedPoints(), 120);
     Press(*canvas, Qt::Key_Plus);
     EXPECT_EQ(canvas->Range().DisplayedPoints(), 90);
@@ -105,7 +102,6 @@ TEST_F(ChartCanvasTest, KeysWheelAndScrollBarMoveTheRangeAndTheZoomIsStored) {
 // borders dragged, and a canvas opened again shows it.
 TEST_F(ChartCanvasTest, PaneCommandsAndBorderDragsSurviveARestart) {
     auto canvas = Open();
-    EXPECT_DOUBLE_EQ(canvas->Layout().tops[1], 0.66);
     canvas->MinimizePane(1);
     EXPECT_EQ(canvas->LayoutResult().panes[1].height, CChartCanvas::kMinimizedHeight);
     EXPECT_EQ(settings.GetText(keys::Numbered(keys::kChartMinimized, 1)), "1");

@@ -4,39 +4,33 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 TEST(ChartLabels, FormatScaledSuffixesAndDecimals) {
-    EXPECT_EQ(FormatScaled(0.0), "0");
-    EXPECT_EQ(FormatScaled(0.05), "0");
-    EXPECT_EQ(FormatScaled(0.1), "0"); // log10 is exactly -1
-    EXPECT_EQ(FormatScaled(0.5), "0.50");
-    EXPECT_EQ(FormatScaled(12.5), "12.5");
-    EXPECT_EQ(FormatScaled(999), "999");
-    EXPECT_EQ(FormatScaled(1000), "1.00K");
-    EXPECT_EQ(FormatScaled(1500), "1.50K");
-    EXPECT_EQ(FormatScaled(999999), "1000K"); // decimals follow the exponent, not the rounding
-    EXPECT_EQ(FormatScaled(2'500'000), "2.50M");
-    EXPECT_EQ(FormatScaled(25'000'000), "25.0M");
-    EXPECT_EQ(FormatScaled(7.5e9), "7.50B");
-    EXPECT_EQ(FormatScaled(3.2e12), "3.20T");
-    EXPECT_EQ(FormatScaled(1e14), "100T");
-    EXPECT_EQ(FormatScaled(1e15), "");
-    EXPECT_EQ(FormatScaled(-1500), "-1.50K");
-    EXPECT_EQ(FormatScaled(std::numeric_limits<double>::quiet_NaN()), "");
-    EXPECT_EQ(FormatScaled(-std::numeric_limits<double>::infinity()), "");
-    EXPECT_EQ(FormatScaled(std::numeric_limits<double>::denorm_min()), "0");
+    const double nan = std::nan(""), inf = std::numeric_limits<double>::infinity();
+    const double tiny = std::numeric_limits<double>::denorm_min();
+    // At 0.1 log10 is exactly -1; at 999999 the decimals follow the exponent, not the rounding.
+    const std::pair<double, const char*> cases[] = {
+        {0.0, "0"},        {0.05, "0"},      {0.1, "0"},        {0.5, "0.50"},     {12.5, "12.5"},
+        {999, "999"},      {1000, "1.00K"},  {1500, "1.50K"},   {999999, "1000K"}, {2.5e6, "2.50M"},
+        {2.5e7, "25.0M"},  {7.5e9, "7.50B"}, {3.2e12, "3.20T"}, {1e14, "100T"},    {1e15, ""},
+        {-1500, "-1.50K"}, {nan, ""},        {-inf, ""},        {tiny, "0"}};
+    for (const auto& [value, text] : cases) {
+        EXPECT_EQ(FormatScaled(value), text) << value;
+    }
 }
 
 TEST(ChartLabels, TimeLabelByDataType) {
     const CDateTime time(2024, 3, 15, 9, 30, 5);
-    EXPECT_EQ(TimeLabel(time, 1234, 0), "09:30:05");
-    EXPECT_EQ(TimeLabel(time, 1234, 0, true), "09:30:05.001234");
-    EXPECT_EQ(TimeLabel(time, 1234, 1, true), "09:30:05"); // microseconds only for ticks
-    EXPECT_EQ(TimeLabel(time, 0, 2), "2024/03/15");
-    EXPECT_EQ(TimeLabel(time, 0, 4), "2024/03/15");
-    EXPECT_EQ(TimeLabel(time, 0, 5), "00:00:00");
-    EXPECT_EQ(TimeLabel(time, 0, -1), "00:00:00");
+    // {data type, with microseconds, label}: microseconds only for ticks.
+    const std::tuple<int, bool, const char*> cases[] = {
+        {0, false, "09:30:05"},   {0, true, "09:30:05.001234"}, {1, true, "09:30:05"},
+        {2, false, "2024/03/15"}, {4, false, "2024/03/15"},     {5, false, "00:00:00"},
+        {-1, false, "00:00:00"}};
+    for (const auto& [dataType, micro, text] : cases) {
+        EXPECT_EQ(TimeLabel(time, 1234, dataType, micro), text) << dataType;
+    }
     EXPECT_EQ(TimeLabel(CDateTime(0.0, CDateTime::Status::Invalid), 0, 1), "");
 
     sTICK tick;
@@ -46,11 +40,11 @@ TEST(ChartLabels, TimeLabelByDataType) {
 }
 
 TEST(ChartLabels, DateLabelClampsTheIndex) {
-    EXPECT_EQ(DateLabelIndex(0, 10), 1);
-    EXPECT_EQ(DateLabelIndex(-5, 10), 1);
-    EXPECT_EQ(DateLabelIndex(12, 10), 9);
-    EXPECT_EQ(DateLabelIndex(0, 1), 0);
-    EXPECT_EQ(DateLabelIndex(3, 0), -1);
+    // {index, count, index used}
+    for (const auto& [index, count, used] :
+         {std::tuple{0, 10, 1}, {-5, 10, 1}, {12, 10, 9}, {0, 1, 0}, {3, 0, -1}}) {
+        EXPECT_EQ(DateLabelIndex(index, count), used) << index << " of " << count;
+    }
 
     const std::vector<CDateTime> times{CDateTime(2024, 3, 14, 16, 0, 0),
                                        CDateTime(2024, 3, 15, 9, 31, 0),

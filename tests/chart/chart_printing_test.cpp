@@ -5,6 +5,7 @@
 
 #include "chart/ui/chart_form_view.h"
 #include "core/settings.h"
+#include "pixels.h"
 #include "temp_dir.h"
 
 #include <QFile>
@@ -13,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <regex>
 
 namespace skychart::test {
@@ -51,14 +51,10 @@ TEST_F(ChartPrintingTest, ThePanesArePrintedAndExportedUnderTheTitleLine) {
 
     const std::string png = folder.path() + "/chart.png";
     ASSERT_EQ(view.ExportImage(png), "");
-    const QImage image = QImage(QString::fromStdString(png)).convertToFormat(QImage::Format_RGB32);
+    const QImage image(QString::fromStdString(png));
     ASSERT_FALSE(image.isNull());
-    const auto* pixels = reinterpret_cast<const QRgb*>(image.constBits());
-    const auto count = [&](QRgb colour) {
-        return std::count(pixels, pixels + image.width() * image.height(), colour);
-    };
-    EXPECT_GT(count(qRgb(0, 255, 0)), 100) << "up candles";
-    EXPECT_GT(count(qRgb(255, 0, 0)), 100) << "down candles";
+    EXPECT_GT(Count(image, MakeColorRef(0, 255, 0)), 100) << "up candles";
+    EXPECT_GT(Count(image, MakeColorRef(255, 0, 0)), 100) << "down candles";
 
     EXPECT_NE(view.ExportImage(folder.path() + "/chart.bmp"), "");
     EXPECT_NE(view.ExportImage(folder.path() + "/no/such/folder/chart.png"), "");

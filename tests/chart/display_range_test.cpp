@@ -19,7 +19,7 @@ TEST(DisplayRange, PointsTableAndScrollStep) {
     EXPECT_EQ(ScrollStep({false, 5, 1}, 30), 1);  // 0.3 rounds to 0, held at 1
 }
 
-TEST(DisplayRange, ScrollBarRequestsStayInRange) {
+TEST(DisplayRange, ScrollBarRequestsStayInRangeAndNewPointsAreFollowedAtTheRightEdge) {
     CDisplayRange range;
     // A fresh view follows the series, so the first load shows the newest points.
     EXPECT_TRUE(range.SetPointCount(1000));
@@ -44,6 +44,17 @@ TEST(DisplayRange, ScrollBarRequestsStayInRange) {
         EXPECT_EQ(range.IsTracking(), tracking) << "step " << step++;
     }
 
+    // New points are followed only at the right edge.
+    EXPECT_TRUE(range.SetPointCount(1005));
+    EXPECT_EQ(range.FirstIndex(), 885);
+    range.SetPosition(500);
+    EXPECT_FALSE(range.SetPointCount(1010));
+    EXPECT_EQ(range.FirstIndex(), 500);
+    EXPECT_FALSE(range.AtRightEdge());
+    // A shorter series (points deleted) holds the position to the new limit.
+    EXPECT_TRUE(range.SetPointCount(300));
+    EXPECT_EQ(range.FirstIndex(), 180);
+
     // A series shorter than the page shows all of it from index 0.
     CDisplayRange shortRange;
     shortRange.SetPointCount(50);
@@ -52,22 +63,6 @@ TEST(DisplayRange, ScrollBarRequestsStayInRange) {
     shortRange.SetPointCount(-4);
     EXPECT_EQ(shortRange.PointCount(), 0);
     EXPECT_EQ(shortRange.DisplayedCount(), 0);
-}
-
-TEST(DisplayRange, NewPointsAreFollowedOnlyAtTheRightEdge) {
-    CDisplayRange range;
-    range.SetPointCount(1000);
-    EXPECT_TRUE(range.SetPointCount(1005));
-    EXPECT_EQ(range.FirstIndex(), 885);
-    EXPECT_TRUE(range.AtRightEdge());
-
-    range.SetPosition(500);
-    EXPECT_FALSE(range.SetPointCount(1010));
-    EXPECT_EQ(range.FirstIndex(), 500);
-    EXPECT_FALSE(range.AtRightEdge());
-    // A shorter series (points deleted) holds the position to the new limit.
-    EXPECT_TRUE(range.SetPointCount(300));
-    EXPECT_EQ(range.FirstIndex(), 180);
 }
 
 TEST(DisplayRange, ZoomKeepsTheNewestDisplayedBar) {

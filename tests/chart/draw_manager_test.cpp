@@ -126,7 +126,7 @@ protected:
     SChartStyle style;
 };
 
-TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsWithTheirRangeAndCandleWidth) {
+TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem) {
     Fill(300);
     chart.SetGeometry({840, 400, 0, 0, 20, 20});
     draw.SetScrollPosition(180, 120, kDays);
@@ -163,21 +163,16 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsWithTheirRangeAndCandleWidth) 
     draw.PaintPane(0, chart, style, frame, 0, false);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 119);
-}
 
-TEST_F(DrawManager, ChartTypeFollowsTheDataTypeAndTheStyle) {
-    Fill(50);
-    chart.SetGeometry({840, 400, 0, 0, 20, 20});
-    SPaneFrame frame;
+    // The bar style draws OHLC bars; 3840 points on the same plot leave no width: the narrow
+    // style.
     frame.displayedPoints = 3840;
     style.candleStyle = 0;
-    draw.SetScrollPosition(0, 50, kDays);
     draw.PaintPane(0, chart, style, frame, 0, false);
-    const CRecordingChart2D::SSeries* bars = chart.Series(CHistPriceChart::kPriceSeries);
+    bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
     EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::PriceBars);
     EXPECT_EQ(bars->bars.kind, CChart2D::EPriceBarKind::OhlcBars);
-    // 3840 points on the same plot: no width left, the narrow style.
     EXPECT_EQ(bars->bars.width, 0);
     EXPECT_EQ(bars->bars.style, CChart2D::ECandleStyle::Narrow);
 
@@ -192,7 +187,7 @@ TEST_F(DrawManager, ChartTypeFollowsTheDataTypeAndTheStyle) {
     EXPECT_EQ(draw.Open(3), 9.0 + 3);
     EXPECT_EQ(draw.High(3), 9.0 + 3);
     EXPECT_EQ(draw.Volume(-7), 7); // a tick's own size
-    EXPECT_EQ(draw.Close(1000), 9.0 + 49);
+    EXPECT_EQ(draw.Close(1000), 9.0 + 299);
 }
 
 // The view's own items join the price pane's list after the price data: their extent widens
