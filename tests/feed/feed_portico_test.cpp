@@ -21,9 +21,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <deque>
 #include <functional>
 
 namespace skychart::test {
@@ -161,10 +163,12 @@ protected:
         feed.Start();
         TapConnections(feed);
     }
-    // Until the lookup and Level 1 connections are up and the Level 1 one has been greeted.
-    bool WaitUntilConnected() {
-        return RunUntil(
-            [this] { return Got(kLookup, "S,CURRENT PROTOCOL") && Got(kLevel1, "S,IP,"); });
+    // Until every connection has had the service's answer to its handshake.
+    static bool WaitUntilConnected() {
+        return RunUntil([] {
+            return Got(kAdmin, "S,CURRENT PROTOCOL") && Got(kLookup, "S,CURRENT PROTOCOL") &&
+                   Got(kLevel1, "S,CURRENT UPDATE FIELDS");
+        });
     }
     const SKestrelSocketStats& Stats(int kind) const { return *feed.ConnectionStatistics(kind); }
     // The lines connection `kind` received that start with `prefix`.
@@ -176,12 +180,10 @@ protected:
         return lines;
     }
     static bool Got(int kind, std::string_view prefix) { return !Received(kind, prefix).empty(); }
-    std::string Fault(const char* what, int kind, int port, int error = 0) const {
-        SFeedFault fault{kind, "127.0.0.1", static_cast<std::uint32_t>(port), {}, error};
-        fault.cause = std::string_view(what) == "closed" ? ESocketFault::ClosedByPeer
-                      : std::string_view(what) == "long" ? ESocketFault::LineTooLong
-                                                         : ESocketFault::ConnectFailed;
-        return DescribeFeedFault(fault);
+    // What the frame is told of a fault.
+    static std::string Fault(ESocketFault cause, int kind, int port, int error = 0) {
+        return DescribeFeedFault(
+            {kind, "127.0.0.1", static_cast<std::uint32_t>(port), cause, error});
     }
 
     PorticoProcess portico{PORTICO_EXECUTABLE};
@@ -194,7 +196,7 @@ protected:
 
 TEST_F(FeedPorticoTest, ConnectedStatisticsOpenTheOtherConnectionsAndEveryHandshakeIsTakenDripped) {
     // Every line reaches the feed a few bytes at a time.
-    StartService({"--fault-drip", "7", "--connect-delay", "1000", "--symbol-limit", "7",
+    StartService({"--fault-drip", "7", "--connect-delay", "1500", "--symbol-limit", "7",
                   "--start-time", "2026-11-20 00:07:00"});
     StartFeed();
     ASSERT_TRUE(RunUntil([this] { return feed.ServiceStatistics().valid; }));
@@ -203,7 +205,6 @@ TEST_F(FeedPorticoTest, ConnectedStatisticsOpenTheOtherConnectionsAndEveryHandsh
     EXPECT_EQ(feed.Connection(kLookup), nullptr);
     EXPECT_EQ(feed.Connection(kLevel1), nullptr);
 
-    ASSERT_TRUE(RunUntil([] { return Got(kLevel1, "S,CURRENT UPDATE FIELDS"); }));
     ASSERT_TRUE(WaitUntilConnected());
     EXPECT_EQ(frame.statuses, Lines{"Connected"});
     EXPECT_EQ(Received(kAdmin, "S,CURRENT"), Lines{"S,CURRENT PROTOCOL,6.2"});
@@ -241,7 +242,7 @@ TEST_F(FeedPorticoTest, ConnectedStatisticsOpenTheOtherConnectionsAndEveryHandsh
 
 TEST_F(FeedPorticoTest, WatchesWaitForRoomUnderTheSymbolLimitAndAMalformedLineCostsOnlyItself) {
     // A malformed line follows every update line, and the frame rejects each one.
-    StartService({"--symbol-limit", "2", "--fault-malformed", "1"});
+    StartService({"--symbol-limit", "2", "--fault-malformed", "1", "--quote-rate", "40"});
     // Watches asked for before the service has said anything wait; a waiting watch no longer
     // wanted never goes out.
     EXPECT_EQ(feed.WatchSymbol("LUMA"), 0);
@@ -258,6 +259,17 @@ TEST_F(FeedPorticoTest, WatchesWaitForRoomUnderTheSymbolLimitAndAMalformedLineCo
     EXPECT_EQ(frame.Count("F,LUMA,"), 1u);
     EXPECT_EQ(frame.Count("P,LUMA,"), 1u);
     EXPECT_GE(frame.Count("Q,#MALFORMED#"), 2u);
+    // None of the lines around them is lost: the service's count of the update lines it sent,
+    // answered in line with them, is the count that arrived before the answer.
+    ASSERT_GT(feed.Connection(kLevel1)->Send("S,LEVEL1 COUNTS\r\n"), 0);
+    ASSERT_TRUE(RunUntil([] { return Got(kLevel1, "S,LEVEL1 COUNTS,"); }));
+    const Lines& lines = g_received[kLevel1];
+    const auto answer = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.starts_with("S,LEVEL1 COUNTS,");
+    });
+    const auto updates = std::count_if(
+        lines.begin(), answer, [](const std::string& line) { return line.starts_with("Q,LUMA,"); });
+    EXPECT_TRUE(answer->starts_with(fmt::format("S,LEVEL1 COUNTS,{},", updates))) << *answer;
 
     // Another client takes the last place before the feed hears of it. The feed's next watch,
     // sent on what it knows, comes back with the limit reply and waits again, behind the one
@@ -354,7 +366,8 @@ TEST_F(FeedPorticoTest, LookupsSearchesAndLinesUpTo65534BytesUntilTheServiceCuts
     for (const std::string& line : frame.historyLines) {
         EXPECT_TRUE(line.starts_with("Lookup6,LH,")) << line;
     }
-    EXPECT_EQ(frame.faults, Lines{Fault("closed", kLookup, portico.lookupPort())});
+    EXPECT_EQ(frame.faults,
+              Lines{Fault(ESocketFault::ClosedByPeer, kLookup, portico.lookupPort())});
     EXPECT_FALSE(Stats(kLookup).IsConnected());
 
     // Closing a connection on purpose is no fault; a watch that cannot go out then is neither
@@ -382,7 +395,8 @@ TEST_F(FeedPorticoTest, APortThatRefusesFailsTheAdminAfterTenRetriesAndTheTables
     EXPECT_EQ(prompt.boxes[0].text, "Skychart is unable to connect to Kestrel.\nPlease restart the "
                                     "application.\nIf the error persists, please contact customer "
                                     "service.\nError Code: 111");
-    EXPECT_EQ(frame.faults, Lines{Fault("connect", kAdmin, refusing, ECONNREFUSED)});
+    EXPECT_EQ(frame.faults,
+              Lines{Fault(ESocketFault::ConnectFailed, kAdmin, refusing, ECONNREFUSED)});
     EXPECT_EQ(feed.Connection(kAdmin)->ConnectRetriesLeft(), 0u);
     EXPECT_FALSE(Stats(kAdmin).IsConnected());
     EXPECT_EQ(feed.Connection(kLookup), nullptr);
@@ -404,7 +418,7 @@ TEST_F(FeedPorticoTest, ALineOverTheLimitStopsOnlyItsConnectionAndTheServiceLeav
     StartService({"--fault-long-line"});
     StartFeed();
     ASSERT_TRUE(RunUntil([this] { return !frame.faults.empty(); }));
-    EXPECT_EQ(frame.faults, Lines{Fault("long", kLevel1, portico.level1Port())});
+    EXPECT_EQ(frame.faults, Lines{Fault(ESocketFault::LineTooLong, kLevel1, portico.level1Port())});
     EXPECT_EQ(frame.serviceIp, 0) << "the greeting after the long line arrived";
     EXPECT_EQ(feed.Connection(kLevel1)->ReceiveFill(), CKestrelStreamSocket::kReceiveCapacity - 1);
 
@@ -423,9 +437,10 @@ TEST_F(FeedPorticoTest, ALineOverTheLimitStopsOnlyItsConnectionAndTheServiceLeav
     ASSERT_TRUE(portico.stop().has_value());
     ASSERT_TRUE(RunUntil([this] { return frame.faults.size() >= 3; }));
     std::sort(frame.faults.begin() + 1, frame.faults.end());
-    EXPECT_EQ(frame.faults, (Lines{Fault("long", kLevel1, portico.level1Port()),
-                                   Fault("closed", kAdmin, portico.adminPort()),
-                                   Fault("closed", kLookup, portico.lookupPort())}));
+    EXPECT_EQ(frame.faults,
+              (Lines{Fault(ESocketFault::LineTooLong, kLevel1, portico.level1Port()),
+                     Fault(ESocketFault::ClosedByPeer, kAdmin, portico.adminPort()),
+                     Fault(ESocketFault::ClosedByPeer, kLookup, portico.lookupPort())}));
     EXPECT_EQ(feed.Connection(kLevel1)->Fault(), ESocketFault::LineTooLong);
 }
 
