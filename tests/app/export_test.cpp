@@ -5,6 +5,7 @@
 // rewritten in place.
 
 #include "app/workspace.h"
+#include "base/fields.h"
 
 #include "line_client.h"
 #include "pixels.h"
@@ -37,10 +38,6 @@ std::vector<std::string> ReadLines(const std::string& file) {
         lines.push_back(line);
     }
     return lines;
-}
-
-std::string ReadAll(const std::string& file) {
-    return {std::istreambuf_iterator<char>(std::ifstream(file, std::ios::binary).rdbuf()), {}};
 }
 
 class ExportTest : public ::testing::Test {
@@ -104,7 +101,7 @@ protected:
 };
 
 TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSettingsStayAsTheyWere) {
-    const std::string settingsBefore = ReadAll(File(kSettingsFile));
+    const std::string settingsBefore = ReadFile(File(kSettingsFile));
     const RunResult ticks = Run(Args("--export aurx.csv -symbol AURX -type Tick"));
     ASSERT_EQ(ticks.exitCode, 0) << ticks.err;
     const std::vector<std::string> tickRows = ReadLines(File("aurx.csv"));
@@ -127,7 +124,7 @@ TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSetting
         previous = match[1].str();
     }
 
-    EXPECT_EQ(ReadAll(File(kSettingsFile)), settingsBefore);
+    EXPECT_EQ(ReadFile(File(kSettingsFile)), settingsBefore);
 
     // Two averages, the bands, and RSI and momentum panes (RSI twice, exported once).
     const std::string studies = settingsBefore +
@@ -156,7 +153,7 @@ TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSetting
     // RSI over 21, momentum over 20.
     std::vector<study_formulas::Line> columns(14);
     for (std::size_t i = 1; i < rows.size(); ++i) {
-        const std::vector<std::string> cells = SplitAtCommas(rows[i] + ","); // every cell
+        const std::vector<std::string> cells = SplitFieldsCopy(rows[i] + ","); // every cell
         ASSERT_EQ(cells.size(), columns.size()) << rows[i];
         for (std::size_t c = 1; c < cells.size(); ++c) {
             columns[c].push_back(cells[c].empty() ? std::nan("") : std::stod(cells[c]));
@@ -176,7 +173,7 @@ TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSetting
         EXPECT_EQ(study_formulas::Mismatch(line, columns[column]), "") << "column " << column;
     }
 
-    EXPECT_EQ(ReadAll(File(kSettingsFile)), studies);
+    EXPECT_EQ(ReadFile(File(kSettingsFile)), studies);
 
     // A settings file that cannot be read is used as defaults and left exactly where it is.
     const std::string unreadable = "[ApplicationSettings]\nCurrentSymbol=KRNO\n\x01\x02\xff";
@@ -185,7 +182,7 @@ TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSetting
         Run(Args("--export bars.csv -symbol LUMA -type Minute -interval 5-Minute"));
     ASSERT_EQ(minutes.exitCode, 0) << minutes.err;
     EXPECT_NE(minutes.err.find("could not be read"), std::string::npos) << minutes.err;
-    EXPECT_EQ(ReadAll(File(kSettingsFile)), unreadable);
+    EXPECT_EQ(ReadFile(File(kSettingsFile)), unreadable);
     for (const auto& entry : fs::directory_iterator(fs::path(File(kSettingsFile)).parent_path())) {
         EXPECT_EQ(entry.path().filename(), "Skychart.conf") << "set aside or added";
     }
@@ -198,7 +195,7 @@ TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSetting
 
 TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItselfAndWritesNothing) {
     m_home.writeFile("plain", "not a folder");
-    const std::string settings = ReadAll(File(kSettingsFile));
+    const std::string settings = ReadFile(File(kSettingsFile));
     // A list cut short inside its quotes, as a hand edit may leave it.
     const std::string cutShort = "[ApplicationSettings]\nRequestDatapoints=\"500\n";
     const struct {
@@ -231,7 +228,7 @@ TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItselfAndWritesNothing) {
         const RunResult run = Run(c.arguments);
         EXPECT_EQ(run.exitCode, c.exitCode) << run.err;
         EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
-        EXPECT_EQ(ReadAll(File(kSettingsFile)), c.settings);
+        EXPECT_EQ(ReadFile(File(kSettingsFile)), c.settings);
     }
 
     // No service: the ports are closed and no portico can be launched (none beside the copied
@@ -316,7 +313,7 @@ TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
     // background the default green and white), and the file that holds them stays byte for byte
     // as it was.
     const std::string blueDown =
-        ReadAll(File(kSettingsFile)) + "Price Down Candle Color=16711680\n";
+        ReadFile(File(kSettingsFile)) + "Price Down Candle Color=16711680\n";
     m_home.writeFile(kSettingsFile, blueDown);
     const RunResult png =
         Run(Args("--render luma.png -symbol LUMA -type Daily -width 800 -height 600"));
@@ -332,10 +329,10 @@ TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
     const RunResult pdf =
         Run(Args("--render luma.PDF -symbol LUMA -type Minute -interval 5-Minute"));
     ASSERT_EQ(pdf.exitCode, 0) << pdf.err;
-    const std::string document = ReadAll(File("luma.PDF"));
+    const std::string document = ReadFile(File("luma.PDF"));
     EXPECT_TRUE(document.starts_with("%PDF")) << document.substr(0, 16);
     EXPECT_GT(document.size(), 10000u);
-    EXPECT_EQ(ReadAll(File(kSettingsFile)), blueDown);
+    EXPECT_EQ(ReadFile(File(kSettingsFile)), blueDown);
 }
 
 } // namespace

@@ -1,13 +1,10 @@
 // The real settings sheet over a real Skychart.conf in a temporary XDG_CONFIG_HOME: fields are
 // edited as a user would, the sheet's own buttons are pressed, and the file is read back.
 
-#include "core/settings.h"
 #include "core/ui/setting_sheet.h"
 #include "history/ui/data_settings_page.h"
-#include "platform/config_writer.h"
 
-#include "recording_prompt.h"
-#include "temp_dir.h"
+#include "settings_file.h"
 
 #include <gtest/gtest.h>
 
@@ -22,35 +19,23 @@
 #include <QSpinBox>
 #include <QTimeEdit>
 
-#include <cstdlib>
 #include <memory>
 
 namespace {
 
-using skychart::test::RecordingPrompt;
-using skychart::test::TempDir;
-
 const std::string kDatapointsBox =
     "Invalid Setting|Datapoints outside of range (1 - 5,000,000).  Defaulting to 10000.";
 
-class SettingSheetTest : public ::testing::Test {
+class SettingSheetTest : public skychart::test::SettingsFileTest {
 protected:
-    void SetUp() override { ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1); }
     void TearDown() override {
         sheet.reset();
-        ::unsetenv("XDG_CONFIG_HOME");
+        SettingsFileTest::TearDown();
     }
 
-    // Writes `values` into Skychart.conf, starts the settings as the application does and opens
-    // the sheet.
-    CDataSettingsPage& Open(const std::vector<std::pair<std::string, std::string>>& values) {
-        CConfigWriter file;
-        for (const auto& [key, value] : values) {
-            EXPECT_TRUE(file.Write(key, value)) << key;
-        }
-        settings.Reset();
-        const SSettingsLoad load = LoadApplicationSettings(settings, prompt);
-        settings.PublishWriter(load.writer);
+    // Starts the settings from `values` as the application does and opens the sheet.
+    CDataSettingsPage& Open(const Values& values) {
+        Start(values);
         sheet = std::make_unique<CSettingSheet>();
         auto* page = new CDataSettingsPage(prompt, settings);
         sheet->AddPage(page);
@@ -59,23 +44,16 @@ protected:
         sheet->show();
         return *page;
     }
-    static std::string Stored(const std::string& key) {
-        return CConfigWriter().Read(key, "<missing>");
-    }
     void Press(QDialogButtonBox::StandardButton button) {
         sheet->Buttons()->button(button)->click();
     }
 
-    TempDir home;
-    RecordingPrompt prompt;
-    CSettings settings;
     std::unique_ptr<CSettingSheet> sheet;
     int dataApplied = 0;
 };
 
 TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapointsTheDefault) {
-    CDataSettingsPage& page =
-        Open({{"RequestDataType", "1"}, {"RequestDatapoints", "100,200,300,400,500"}});
+    CDataSettingsPage& page = Open({"RequestDataType=1", "RequestDatapoints=100,200,300,400,500"});
     ASSERT_EQ(sheet->Page(0), &page);
     // The page opens on the data type the ribbon has selected.
     EXPECT_EQ(page.DataTypeSelector()->currentText(), "Intervals");
@@ -134,7 +112,7 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
 }
 
 TEST_F(SettingSheetTest, AStoredDataTypeThatIsNoneStaysStoredAndCancelStoresNothing) {
-    CDataSettingsPage& page = Open({{"RequestDataType", "9"}, {"RequestDays", "3,3,3,0,0"}});
+    CDataSettingsPage& page = Open({"RequestDataType=9", "RequestDays=3,3,3,0,0"});
     EXPECT_EQ(prompt.Texts(),
               std::vector<std::string>{"Invalid Setting|Invalid Data Type Selection!"});
     EXPECT_EQ(page.Group()->title(), "Ticks");

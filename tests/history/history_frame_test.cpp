@@ -338,8 +338,7 @@ TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftA
     QTest::qWait(600);
     EXPECT_EQ(frame().StatusText(), expected);
     CloseFrame();
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}),
-              cutShort);
+    EXPECT_EQ(ReadFile(file), cutShort);
 
     // The Data page mends it: the page fills the list for every data type and the chart loads.
     OpenFrame(commandLine);

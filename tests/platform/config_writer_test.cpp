@@ -14,17 +14,12 @@
 #include <sstream>
 
 namespace fs = std::filesystem;
+using skychart::test::ReadFile;
 using skychart::test::RecordingPrompt;
 using skychart::test::TempDir;
 using namespace std::string_literals;
 
 namespace {
-
-std::string Contents(const fs::path& file) {
-    std::ostringstream out;
-    out << std::ifstream(file, std::ios::binary).rdbuf();
-    return out.str();
-}
 
 // The real settings file in a fresh XDG_CONFIG_HOME per test.
 class SettingsFile : public ::testing::Test {
@@ -52,7 +47,7 @@ protected:
                             name, std::regex(R"(Skychart\.conf\.unreadable-\d{8}-\d{6}(-\d+)?)")))
                 << name;
             if (name != "Skychart.conf") {
-                kept.push_back(Contents(entry.path()));
+                kept.push_back(ReadFile(entry.path()));
             }
         }
         std::sort(kept.begin(), kept.end());
@@ -76,7 +71,7 @@ TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "MSFT"));
     ASSERT_TRUE(settings.SetInt("RequestDataType", 2));
     ASSERT_TRUE(settings.SetText("Scratch", "not kept"));
-    EXPECT_EQ(Contents(file), "[ApplicationSettings]\nCurrentSymbol=MSFT\nRequestDataType=2\n");
+    EXPECT_EQ(ReadFile(file), "[ApplicationSettings]\nCurrentSymbol=MSFT\nRequestDataType=2\n");
 
     Start();
     EXPECT_EQ(settings.GetText("CurrentSymbol"), "MSFT");
@@ -88,7 +83,7 @@ TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
 TEST_F(SettingsFile, ListsAndOtherTextsRoundTripExactly) {
     Start();
     ASSERT_TRUE(settings.SaveList("RequestRecentType", {"2", "3", "6", "8", "9"}, &prompt));
-    EXPECT_NE(Contents(file).find("\nRequestRecentType=\"2,3,6,8,9\"\n"), std::string::npos);
+    EXPECT_NE(ReadFile(file).find("\nRequestRecentType=\"2,3,6,8,9\"\n"), std::string::npos);
     for (const std::string text :
          {"", "a,,b", "a,b,", ",", " lead", "trail ", "@Variant(1)", "back\\slash", "q\"uote",
           "x;y", "#x", "=", "\xC3\xA9t\xC3\xA9", "two\nlines"}) {
@@ -126,7 +121,7 @@ TEST_F(SettingsFile, AHandEditedFileIsReadKeepsWhatItDoesNotKnowAndStaysByteForB
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "LUMA"));
     ASSERT_TRUE(settings.SaveList("Symbols", {"LUMA", "AURX"}, &prompt));
     ASSERT_TRUE(settings.SetText("RequestDatapoints", "500\n"));
-    EXPECT_EQ(Contents(file), byHand);
+    EXPECT_EQ(ReadFile(file), byHand);
     // A change is written.
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "AURX"));
     Start();
@@ -203,7 +198,7 @@ TEST_F(SettingsFile, FileDamagedWhileRunningIsNotOverwritten) {
     ASSERT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(prompt.boxes[0].text, "Unable to write Symbols to the registry.  Error Code: 84\n");
     EXPECT_EQ(settings.GetText("Symbols"), "IBM,MSFT");
-    EXPECT_EQ(Contents(file), garbage);
+    EXPECT_EQ(ReadFile(file), garbage);
 
     // Damage only QSettings sees (the ';' starts a comment, so the group line has no ']') is
     // found by every later write too, although QSettings reports it only when it first parses
@@ -213,7 +208,7 @@ TEST_F(SettingsFile, FileDamagedWhileRunningIsNotOverwritten) {
     for (int attempt = 0; attempt < 3; ++attempt) {
         EXPECT_FALSE(SettingsFileProblem(QString::fromStdString(file.string())).empty());
         EXPECT_FALSE(settings.SaveList("Symbols", {"MSFT"}, &prompt)) << "attempt " << attempt;
-        EXPECT_EQ(Contents(file), cutGroup) << "attempt " << attempt;
+        EXPECT_EQ(ReadFile(file), cutGroup) << "attempt " << attempt;
     }
 }
 

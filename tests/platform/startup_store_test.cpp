@@ -20,15 +20,10 @@
 #include <thread>
 
 namespace fs = std::filesystem;
+using skychart::test::ReadFile;
 using skychart::test::TempDir;
 
 namespace {
-
-std::string Contents(const fs::path& file) {
-    std::ostringstream out;
-    out << std::ifstream(file, std::ios::binary).rdbuf();
-    return out.str();
-}
 
 class StartupPorts : public ::testing::Test {
 protected:
@@ -70,7 +65,7 @@ TEST_F(StartupPorts, ATextIsReadLikeAtoiAndCutTo16BitsAndAnotherValueIsReplaced)
     for (const auto& [text, port] : cases) {
         Write("[General]\nLookupPort=" + text + "\n");
         EXPECT_EQ(Lookup(), port) << text;
-        EXPECT_EQ(Contents(File()), "[General]\nLookupPort=" + text + "\n") << "rewritten";
+        EXPECT_EQ(ReadFile(File()), "[General]\nLookupPort=" + text + "\n") << "rewritten";
     }
     // A value of another type, or too long for the buffer, is replaced by the default text.
     for (const std::string& value : {std::string("9101, 9102"), std::string("@ByteArray(9101)"),
@@ -112,7 +107,7 @@ TEST(ProcessLauncher, TheChildsStandardStreamsAreTheNullDevice) {
     while (!fs::exists(report) && skychart::test::RemainingMs(deadline) > 0) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    EXPECT_EQ(Contents(report), "/dev/null\n/dev/null\n/dev/null\n");
+    EXPECT_EQ(ReadFile(report), "/dev/null\n/dev/null\n/dev/null\n");
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "deadline.h"
 
+#include "base/fields.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <netinet/in.h>
@@ -203,20 +205,6 @@ bool LineClient::waitForClose(std::chrono::milliseconds timeout) {
     return true;
 }
 
-std::vector<std::string> SplitAtCommas(std::string_view line) {
-    std::vector<std::string> fields;
-    std::size_t start = 0;
-    for (std::size_t comma = line.find(','); comma != std::string_view::npos;
-         comma = line.find(',', start)) {
-        fields.emplace_back(line.substr(start, comma - start));
-        start = comma + 1;
-    }
-    if (start < line.size()) {
-        fields.emplace_back(line.substr(start));
-    }
-    return fields;
-}
-
 std::vector<std::string> LookupAnswer(int port, const std::string& command, const std::string& id) {
     LineClient client;
     if (!client.connect(port) || !client.send(command + "\r\n")) {
@@ -230,7 +218,7 @@ std::vector<std::vector<std::string>> QueryLookup(int port, const std::string& c
     std::vector<std::vector<std::string>> rows;
     for (const std::string& line : LookupAnswer(port, command, id)) {
         if (line != id + ",!ENDMSG!,") {
-            rows.push_back(SplitAtCommas(line));
+            rows.push_back(SplitFieldsCopy(line));
         }
     }
     return rows;

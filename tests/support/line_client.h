@@ -55,9 +55,6 @@ private:
     bool m_peerClosed = false;
 };
 
-// The fields of a line: every comma ends one, an empty last field is dropped.
-std::vector<std::string> SplitAtCommas(std::string_view line);
-
 // Sends `command` (without its line end) on a fresh connection to the lookup `port` and returns
 // the lines of the answer with id `id` up to and including its end marker; empty when no
 // complete answer came.

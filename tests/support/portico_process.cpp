@@ -74,13 +74,6 @@ pid_t Spawn(const std::string& executable, std::vector<std::string> arguments,
     return rc == 0 ? pid : -1;
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 } // namespace
 
 std::vector<std::string> EnvironmentWith(const std::vector<std::string>& entries) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <vector>
 
@@ -28,6 +29,10 @@ void TempDir::writeFile(const std::string& relative, const std::string& text) co
     const std::filesystem::path file = std::filesystem::path(m_path) / relative;
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << text;
+}
+
+std::string ReadFile(const std::string& file) {
+    return {std::istreambuf_iterator<char>(std::ifstream(file, std::ios::binary).rdbuf()), {}};
 }
 
 } // namespace skychart::test

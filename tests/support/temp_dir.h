@@ -21,4 +21,7 @@ private:
     std::string m_path;
 };
 
+// The bytes of `file`; empty when it cannot be read.
+std::string ReadFile(const std::string& file);
+
 } // namespace skychart::test

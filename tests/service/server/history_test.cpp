@@ -88,7 +88,7 @@ TEST_F(HistoryTest, EveryKindHasItsLinesRangeLimitAndDirection) {
         std::string previous;
         for (const std::string& line : all) {
             ASSERT_TRUE(std::regex_match(line, pattern)) << line;
-            const auto f = Fields(line);
+            const auto f = SplitFieldsCopy(line);
             ASSERT_LE(previous, f[2]) << "out of order: " << line;
             ASSERT_TRUE(f.size() < 15 || std::stod(f[6]) <= std::stod(f[7])) << "bid over ask";
             previous = f[2];

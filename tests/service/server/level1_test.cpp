@@ -54,7 +54,7 @@ TEST_F(Level1Test, GreetingTimeLinesAndAWatchInTheSelectedFields) {
                                         "Message Contents,Total Volume,Most Recent Trade Time");
     ASSERT_TRUE(client.send("wAURX\n"));
     // Two decimals: width 12.
-    EXPECT_EQ(Pick(Fields(expectLine(client, "F,")), {1, 4, 30, 31}),
+    EXPECT_EQ(Pick(SplitFieldsCopy(expectLine(client, "F,")), {1, 4, 30, 31}),
               (std::vector<std::string>{"AURX", "Aurix Network Token", "12", "2"}));
     EXPECT_TRUE(
         Matches(expectLine(client, "P,"), R"(P,AURX,\d+\.\d\d,C,\d+,\d\d:\d\d:\d\d\.\d{6})"));
@@ -74,7 +74,7 @@ TEST_F(Level1Test, UpdatesHoldTheSelectedFieldsUntilUnwatched) {
     // The default fields: the letter and the 24 common fields.
     ASSERT_TRUE(client.send("wVTRC\n"));
     expectLine(client, "F,VTRC,");
-    const auto summary = Fields(expectLine(client, "P,VTRC,"));
+    const auto summary = SplitFieldsCopy(expectLine(client, "P,VTRC,"));
     ASSERT_EQ(summary.size(), 25u);
     EXPECT_TRUE(Matches(summary[10], R"(\d\d:\d\d:\d\d\.\d{6})"));
     EXPECT_EQ(Pick(summary, {14, 24}), (std::vector<std::string>{"11/20/2026", "20"}));
@@ -117,7 +117,7 @@ TEST_F(Level1Test, MalformedWatchesUnknownSymbolsTheSymbolLimitAndTheAdminCounts
     // The admin port counts the distinct symbols watched and the clients, itself among them.
     LineClient admin;
     ASSERT_TRUE(Open(admin, portico().adminPort()));
-    EXPECT_EQ(Pick(Fields(admin.readLine().value_or("")), {4, 5, 6, 12}),
+    EXPECT_EQ(Pick(SplitFieldsCopy(admin.readLine().value_or("")), {4, 5, 6, 12}),
               (std::vector<std::string>{"1", "1", "3", "Connected"}));
     // Once nobody watches AURX, another symbol fits.
     ASSERT_TRUE(first.send("rAURX\nS,SET PROTOCOL,6.1\n"));
@@ -128,7 +128,7 @@ TEST_F(Level1Test, MalformedWatchesUnknownSymbolsTheSymbolLimitAndTheAdminCounts
     second.close();
     std::vector<std::string> stats;
     for (int i = 0; i < 10 && Pick(stats, {6}).front() != "2"; ++i) {
-        stats = Fields(admin.readLine().value_or(""));
+        stats = SplitFieldsCopy(admin.readLine().value_or(""));
     }
     EXPECT_EQ(Pick(stats, {5, 6}), (std::vector<std::string>{"0", "2"}));
 }
@@ -146,7 +146,7 @@ TEST_F(Level1Test, TradesAndQuotesFollowTheFastClockAndBuildTheHistoryBars) {
                      "Most Recent Trade Time,Message Contents,TickID\r\n"));
     ASSERT_TRUE(client.readLineStartingWith("S,CURRENT UPDATE FIELDS,"));
     ASSERT_TRUE(client.send("wLUMA\n"));
-    const auto summary = Fields(client.readLineStartingWith("P,LUMA,").value_or(""));
+    const auto summary = SplitFieldsCopy(client.readLineStartingWith("P,LUMA,").value_or(""));
     ASSERT_EQ(summary.size(), 9u);
     long long volume = std::stoll(summary[4]);
     unsigned long tickId = std::stoul(summary[8]);
@@ -162,7 +162,7 @@ TEST_F(Level1Test, TradesAndQuotesFollowTheFastClockAndBuildTheHistoryBars) {
             (firstTime.empty() ? firstTime : lastTime) = line->substr(2);
             continue;
         }
-        const auto q = Fields(*line);
+        const auto q = SplitFieldsCopy(*line);
         ASSERT_EQ(q.size(), 9u) << *line;
         EXPECT_EQ(Pick(q, {0, 1, 5}), (std::vector<std::string>{"Q", "LUMA", "11/20/2026"}));
         if (q[7] != "C") {

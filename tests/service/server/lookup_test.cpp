@@ -55,7 +55,7 @@ TEST_F(LookupTest, ListedMarketsAndSecurityTypes) {
     ASSERT_EQ(tables[1].size(), 4u);
     EXPECT_EQ(tables[1][1], "2,FUTURE,Future,,");
     for (const auto& type : tables[1]) {
-        EXPECT_EQ(Fields(type).size(), 4u) << "id, two names and an empty field";
+        EXPECT_EQ(SplitFieldsCopy(type).size(), 4u) << "id, two names and an empty field";
     }
 }
 

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/fields.h"
 #include "line_client.h"
 #include "portico_process.h"
 
@@ -30,11 +31,6 @@ inline const std::vector<std::string> kFrozenNoon = {"--start-time", "2026-11-20
 inline std::vector<std::string> FrozenNoonWith(std::vector<std::string> extra) {
     extra.insert(extra.begin(), kFrozenNoon.begin(), kFrozenNoon.end());
     return extra;
-}
-
-// Splits at every comma, dropping the empty field after a trailing comma.
-inline std::vector<std::string> Fields(std::string_view line) {
-    return skychart::test::SplitAtCommas(line);
 }
 
 // Connects `client` to `port` and sends `text`; whether both went well.
@@ -131,7 +127,7 @@ protected:
         std::vector<std::vector<std::string>> rows;
         for (const std::string& line : lookup(command, id)) {
             if (line != id + ",!ENDMSG!,") {
-                rows.push_back(Fields(line));
+                rows.push_back(SplitFieldsCopy(line));
             }
         }
         return rows;

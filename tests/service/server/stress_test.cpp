@@ -28,7 +28,8 @@ TEST_F(StressTest, SyntheticTradesAreConsistentAndCountedAsReceived) {
                      "Most Recent Trade Time,Bid,Ask\r\nwLUMA\nwAURX\n"));
     std::map<std::string, Day> days;
     for (const std::string symbol : {"LUMA", "AURX"}) {
-        const auto p = Fields(client.readLineStartingWith("P," + symbol + ",").value_or(""));
+        const auto p =
+            SplitFieldsCopy(client.readLineStartingWith("P," + symbol + ",").value_or(""));
         ASSERT_EQ(p.size(), 13u);
         days[symbol] = {std::stoll(p[5]), std::stoll(p[6]), std::stod(p[7]), std::stod(p[8]), p[9]};
     }
@@ -36,7 +37,7 @@ TEST_F(StressTest, SyntheticTradesAreConsistentAndCountedAsReceived) {
     unsigned long long updates = 0;
     unsigned long long trades = 0;
     const auto check = [&](const std::string& line) {
-        const auto q = Fields(line);
+        const auto q = SplitFieldsCopy(line);
         ASSERT_EQ(q.size(), 13u) << line;
         Day& day = days.at(q[1]);
         const double price = std::stod(q[3]);
@@ -89,10 +90,11 @@ TEST_F(StressTest, SyntheticTradesAreConsistentAndCountedAsReceived) {
     // The admin port's totals include this client's lines, and a second client's.
     LineClient other;
     ASSERT_TRUE(Open(other, portico().level1Port(), "wVTRC\nS,LEVEL1 COUNTS\n"));
-    const auto otherCounts = Fields(other.readLineStartingWith("S,LEVEL1 COUNTS,").value_or(""));
+    const auto otherCounts =
+        SplitFieldsCopy(other.readLineStartingWith("S,LEVEL1 COUNTS,").value_or(""));
     LineClient admin;
     ASSERT_TRUE(Open(admin, portico().adminPort(), "S,LEVEL1 COUNTS\n"));
-    const auto total = Fields(admin.readLineStartingWith("S,LEVEL1 COUNTS,").value_or(""));
+    const auto total = SplitFieldsCopy(admin.readLineStartingWith("S,LEVEL1 COUNTS,").value_or(""));
     ASSERT_EQ(otherCounts.size(), 4u);
     ASSERT_EQ(total.size(), 4u);
     EXPECT_GE(std::stoull(total[2]), updates + std::stoull(otherCounts[2]));
