@@ -102,10 +102,6 @@ std::int64_t CHistChartDrawManager::Volume(int index) const {
     return value;
 }
 
-SPriceRange CHistChartDrawManager::DisplayedRange() const {
-    return DisplayedPriceRange(m_bars.high, m_bars.low, m_bars.volume);
-}
-
 int CHistChartDrawManager::ReadOutBar(int cursorBar) const {
     if (m_bars.Count() == 0) {
         return kNoCursorBar;

@@ -60,9 +60,6 @@ public:
     double Close(int index) const override;
     std::int64_t Volume(int index) const override;
 
-    // The highest high, lowest low and largest volume of the displayed bars.
-    SPriceRange DisplayedRange() const;
-
     // The bar that the read-outs describe: `cursorBar` when it is a displayed bar, else the
     // newest displayed bar; kNoCursorBar when nothing is displayed.
     int ReadOutBar(int cursorBar) const;

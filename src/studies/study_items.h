@@ -26,10 +26,9 @@ public:
     // The finite values over the view; a histogram always takes in its base, 0.
     std::optional<CChart2D::SRange> Extent(const SPaneView& view) const override;
 
+private:
     // Bar width of a histogram for the pixels one bar takes.
     static int HistogramWidth(double pixelsPerBar);
-
-private:
     // The values at the displayed bars (a flat line is spread into a scratch column).
     std::span<const double> Shown(const SPaneView& view) const;
     bool IsHistogram() const;

@@ -91,7 +91,7 @@ TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
     ASSERT_NE(lower, nullptr);
     const double lowest = *std::min_element(lower->values.begin(), lower->values.end());
     // The bands reach below the lowest low: the range widens to them.
-    ASSERT_LT(lowest, draw.DisplayedRange().low);
+    ASSERT_LT(lowest, *std::min_element(draw.Displayed().low.begin(), draw.Displayed().low.end()));
     EXPECT_DOUBLE_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, lowest);
 
     // The read-outs of a bar: the averages and the bands after the price fields, the study
