@@ -2,6 +2,7 @@
 
 #include "app/command_line.h"
 #include "history/chart_hist_request.h"
+#include "history/point_time.h"
 #include "history/tick.h"
 #include "studies/study_set.h"
 
@@ -20,16 +21,7 @@ constexpr int kTickData = 0;
 constexpr int kIntervalData = 1;
 
 std::string FormatTime(const sTICK& point, bool withMicroseconds) {
-    SDateTimeFields fields;
-    if (!point.time.IsValid() || !point.time.GetFields(fields)) {
-        return {};
-    }
-    std::string text = fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", fields.year, fields.month,
-                                   fields.day, fields.hour, fields.minute, fields.second);
-    if (withMicroseconds) {
-        text += fmt::format(".{:06}", point.microseconds);
-    }
-    return text;
+    return FormatPointTime({point.time, point.microseconds}, withMicroseconds);
 }
 
 // A -width or -height: a whole number of pixels within the limits; -1 when it is not.

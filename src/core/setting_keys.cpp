@@ -1,5 +1,7 @@
 #include "core/setting_keys.h"
 
+#include "core/trend_kinds.h"
+
 std::string keys::Numbered(const char* pattern, int number) {
     std::string key = pattern;
     const std::size_t at = key.find("%d");
@@ -34,6 +36,11 @@ std::vector<SSettingKey> NumberedKeys() {
         made.emplace_back(Numbered(kMovingAverageSelect, average), "1");
         made.emplace_back(Numbered(kMovingAveragePoints, average), averagePoints[average - 1]);
         made.emplace_back(Numbered(kMovingAverageColor, average), averageColors[average - 1]);
+    }
+    for (const STrendKindInfo& kind : TrendKindTable()) {
+        made.emplace_back(TrendColorKey(kind.kind), std::to_string(kind.defaultColor));
+        made.emplace_back(TrendWidthKey(kind.kind), std::to_string(kind.defaultWidth));
+        made.emplace_back(TrendExtendableKey(kind.kind), kind.defaultExtendable ? "1" : "0");
     }
     texts.reserve(made.size());
     defaults.reserve(made.size());

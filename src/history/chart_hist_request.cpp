@@ -38,12 +38,22 @@ void CHistoryRequestBase::ClearSeries() {
     for (std::size_t i = 0; i < m_count; ++i) {
         m_ticks[i]->~sTICK();
     }
+    for (sTICK* erased : m_erased) {
+        erased->~sTICK();
+    }
+    m_erased.clear();
     m_ticks.reset();
     m_blocks.clear();
     m_blocks.shrink_to_fit();
     m_count = 0;
     m_capacity = 0;
     m_growthStep = kDefaultGrowthStep;
+}
+
+void CHistoryRequestBase::Erase(std::size_t index) {
+    m_erased.push_back(m_ticks[index]);
+    std::copy(m_ticks.get() + index + 1, m_ticks.get() + m_count, m_ticks.get() + index);
+    --m_count;
 }
 
 sTICK* CHistoryRequestBase::AllocateRecord() {
@@ -127,6 +137,34 @@ void CChartHistRequest::ReplaceTick(int index, const sTICK& tick) {
                                    std::to_string(SeriesCount()) + " records of the series");
     }
     At(static_cast<std::size_t>(index)) = tick;
+}
+
+bool CChartHistRequest::RemoveTick(int index) {
+    std::lock_guard lock(m_lock);
+    if (index < 0 || static_cast<std::size_t>(index) >= SeriesCount()) {
+        return false;
+    }
+    Erase(static_cast<std::size_t>(index));
+    return true;
+}
+
+int CChartHistRequest::LowerBound(const SPointTime& time) const {
+    std::lock_guard lock(m_lock);
+    const auto before = [&time](const sTICK& point) {
+        return point.time < time.time ||
+               (point.time == time.time && point.microseconds < time.microseconds);
+    };
+    std::size_t low = 0;
+    std::size_t high = SeriesCount();
+    while (low < high) {
+        const std::size_t middle = low + (high - low) / 2;
+        if (before(At(middle))) {
+            low = middle + 1;
+        } else {
+            high = middle;
+        }
+    }
+    return static_cast<int>(low);
 }
 
 bool CChartHistRequest::AppendTick(const sTICK& tick) {

@@ -32,6 +32,10 @@ protected:
     void ClearSeries();
     // Copies `tick` into a new record and adds its pointer at the end.
     void PushBack(const sTICK& tick);
+    // Takes the record at `index` out of the series (later records move down one place). The
+    // record itself stays allocated, and readable through any pointer copy, until the series is
+    // cleared.
+    void Erase(std::size_t index);
     std::size_t SeriesCount() const { return m_count; }
     sTICK& At(std::size_t index) { return *m_ticks[index]; }
     const sTICK& At(std::size_t index) const { return *m_ticks[index]; }
@@ -54,6 +58,8 @@ private:
         std::size_t capacity = 0;
     };
     std::vector<SBlock> m_blocks;
+    // Records taken out of the series, destroyed with the blocks.
+    std::vector<sTICK*> m_erased;
 };
 
 // The price fields a column read can copy.
@@ -114,6 +120,12 @@ public:
     double GetClose(int index) const;
     // Overwrites the record at `index`; CInvalidArgException outside [0, count - 1].
     void ReplaceTick(int index, const sTICK& tick);
+    // Removes the record at `index` and closes the gap; false (nothing changed) when the index is
+    // outside the series.
+    bool RemoveTick(int index);
+    // The index of the first record at or after `time` (the series' count when none is), found
+    // by bisection: the records are in time order.
+    int LowerBound(const SPointTime& time) const;
     // Applies the acceptance filter; an accepted record is copied to the end. False when dropped.
     bool AppendTick(const sTICK& tick);
     // Appends a batch under one lock; returns the number accepted.

@@ -9,6 +9,7 @@
 #include "chart/display_range.h"
 #include "chart/draw_manager.h"
 #include "chart/pane_layout.h"
+#include "chart/ui/chart_click_tool.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -16,6 +17,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 class CChartHistRequest;
 class CChartInfoTip;
@@ -107,10 +109,16 @@ public:
     const SPaneLayout& Layout() const { return m_layout; }
     const SPaneLayoutResult& LayoutResult() const { return m_layoutResult; }
     CHistChartDrawManager& DrawManager() { return m_draw; }
-    // Adds the view's commands to the pane menu.
-    void SetMenuExtender(std::function<void(QMenu&)> extender) {
-        m_menuExtender = std::move(extender);
+    // Adds commands to the pane menu, after those added before; `pane` is the pane clicked.
+    void AddMenuExtender(std::function<void(QMenu&, int pane)> extender) {
+        m_menuExtenders.push_back(std::move(extender));
     }
+    // The tool that takes the mouse from now on (null: the gestures again). The tool outlives
+    // its time on the canvas.
+    void SetClickTool(IChartClickTool* tool);
+    IChartClickTool* ClickTool() const { return m_clickTool; }
+    // The pane point of `pos` (stack pixels) in pane `pane`.
+    CChart2D::SPixelPoint PanePoint(int pane, const QPoint& pos) const;
     // The price bar text of the last redraw.
     const std::string& PriceBarText() const { return m_priceBarText; }
 
@@ -161,7 +169,10 @@ private:
     int m_intervalIndex = 0;
     std::string m_priceBarText;
     bool m_syncing = false;
-    std::function<void(QMenu&)> m_menuExtender;
+    std::vector<std::function<void(QMenu&, int)>> m_menuExtenders;
+    IChartClickTool* m_clickTool = nullptr;
+    // Hands a mouse event to the click tool; false when no tool is active.
+    bool ToolMouse(QEvent* event);
     std::unique_ptr<IPaneStudies> m_studies;
     QTimer m_studyPoll;
     CChartInfoTip* m_tip = nullptr;
@@ -171,8 +182,6 @@ private:
     // Cursor read-outs are coalesced: the labels are drawn at most once per period.
     QTimer m_readOutTimer;
 
-    // The pane point of `pos` (stack pixels) in pane `pane`.
-    CChart2D::SPixelPoint PanePoint(int pane, const QPoint& pos) const;
     // Moves the item under a press by the mouse's move; false when no item follows the drag.
     bool DragItem(const QPoint& pos);
 

@@ -51,8 +51,8 @@ void CChartCanvas::ShowPaneMenu(int pane, const QPoint& globalPos) {
     menu.addSeparator();
     menu.addAction("Zoom In", this, [this] { ZoomIn(); })->setEnabled(!m_symbol.empty());
     menu.addAction("Zoom Out", this, [this] { ZoomOut(); })->setEnabled(!m_symbol.empty());
-    if (m_menuExtender) {
-        m_menuExtender(menu);
+    for (const auto& extender : m_menuExtenders) {
+        extender(menu, pane);
     }
     menu.exec(globalPos);
 }
@@ -89,6 +89,11 @@ double CChartCanvas::PixelsPerBar() const {
 }
 
 void CChartCanvas::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape && m_clickTool != nullptr) {
+        m_clickTool->Cancel();
+        event->accept();
+        return;
+    }
     const std::optional<CDisplayRange::EKey> key = KeyOf(event->key());
     if (!key || m_symbol.empty()) {
         QWidget::keyPressEvent(event);
@@ -101,8 +106,51 @@ void CChartCanvas::keyPressEvent(QKeyEvent* event) {
     event->accept();
 }
 
+void CChartCanvas::SetClickTool(IChartClickTool* tool) {
+    m_clickTool = tool;
+    m_draggingChart = false;
+    m_dragItem.reset();
+    m_dragBorder = -1;
+    m_stack->setCursor(tool != nullptr ? Qt::CrossCursor : Qt::ArrowCursor);
+}
+
+bool CChartCanvas::ToolMouse(QEvent* event) {
+    if (m_clickTool == nullptr) {
+        return false;
+    }
+    switch (event->type()) {
+    case QEvent::ContextMenu:
+        m_clickTool->Cancel();
+        return true;
+    case QEvent::MouseButtonPress: {
+        auto* mouse = static_cast<QMouseEvent*>(event);
+        const QPoint pos = mouse->position().toPoint();
+        const int pane = m_stack->PaneAt(pos);
+        if (mouse->button() == Qt::LeftButton && pane >= 0) {
+            setFocus(Qt::MouseFocusReason);
+            m_clickTool->Click(pane, PanePoint(pane, pos));
+        }
+        return true;
+    }
+    case QEvent::MouseMove: {
+        auto* mouse = static_cast<QMouseEvent*>(event);
+        m_mouse = mouse->position().toPoint();
+        const int pane = m_stack->PaneAt(m_mouse);
+        MoveCrosshair(m_mouse);
+        SetCursorBar(BarAt(m_mouse));
+        m_clickTool->Move(pane, pane >= 0 ? PanePoint(pane, m_mouse) : CChart2D::SPixelPoint{});
+        return true;
+    }
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool CChartCanvas::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_stack && HandleMouse(event)) {
+    if (watched == m_stack && (ToolMouse(event) || HandleMouse(event))) {
         return true;
     }
     return QWidget::eventFilter(watched, event);

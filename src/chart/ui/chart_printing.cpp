@@ -31,8 +31,8 @@ std::string CChartFormView::ExportImage(const std::string& path) {
 
 void CChartFormView::SetChartMenuCommands(std::function<void()> print,
                                           std::function<void()> exportImage) {
-    m_canvas->SetMenuExtender(
-        [print = std::move(print), exportImage = std::move(exportImage)](QMenu& menu) {
+    m_canvas->AddMenuExtender(
+        [print = std::move(print), exportImage = std::move(exportImage)](QMenu& menu, int) {
             menu.addSeparator();
             menu.addAction("Print...", print);
             menu.addAction("Export Image...", exportImage);
