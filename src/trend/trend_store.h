@@ -1,0 +1,61 @@
+#pragma once
+
+// The trendlines a trader drew, kept per symbol and data type in a file of their own beside the
+// settings (JSON), so that a chart shows them again whenever it is loaded. This is the text of
+// that file, read and written; the platform layer owns the file itself.
+//
+//   {"version": 1,
+//    "charts": [{"symbol": "LUMA", "type": "Daily",
+//                "trendlines": [{"kind": "Sloping",
+//                                "points": [{"time": "2024-03-01 00:00:00", "price": 12.5},
+//                                           {"time": "2024-05-17 00:00:00", "price": 14.25}]}]}]}
+//
+// "type" is the request type's name (DataTypeTable), "kind" a trendline kind's name
+// (TrendKindTable), "time" a point time as the export writes it (FormatPointTime).
+
+#include "core/trend_kinds.h"
+#include "history/chart_hist_request.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// One stored trendline: its kind and its points (bar time, price), as many as the kind's clicks.
+struct STrendRecord {
+    ETrendKind kind = ETrendKind::Horizontal;
+    std::vector<std::pair<SPointTime, double>> points;
+
+    bool operator==(const STrendRecord& other) const;
+};
+
+// The chart a list of trendlines belongs to.
+struct STrendChartKey {
+    std::string symbol;
+    int dataType = 0; // "RequestDataType"
+    auto operator<=>(const STrendChartKey&) const = default;
+};
+
+class CTrendStore {
+public:
+    using Records = std::vector<STrendRecord>;
+
+    const Records& Find(const STrendChartKey& chart) const;
+    // Replaces the chart's trendlines (none: the chart is dropped from the store).
+    void Set(const STrendChartKey& chart, Records records);
+    const std::map<STrendChartKey, Records>& Charts() const { return m_charts; }
+    bool operator==(const CTrendStore&) const = default;
+
+    // The file's text: stable order (by symbol, then data type), two-space indentation.
+    std::string Write() const;
+    // Reads a file's text. Damage anywhere (not JSON, a wrong or missing field, an unknown kind
+    // or type, a time that does not parse, a price that is not a finite number, a trendline
+    // with the wrong number of points, a chart named twice) refuses the whole text: none, and
+    // `error` says what and where. An empty text is an empty store.
+    static std::optional<CTrendStore> Read(std::string_view text, std::string& error);
+
+private:
+    std::map<STrendChartKey, Records> m_charts;
+};
