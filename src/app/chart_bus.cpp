@@ -6,11 +6,15 @@
 #include "chart/chart_print.h"
 #include "core/data_types.h"
 #include "core/settings.h"
+#include "history/point_time.h"
 #include "studies/study_set.h"
+#include "trend/trend_lists.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 namespace {
@@ -157,4 +161,58 @@ int ExportTextRows(const std::string& text) {
     const auto lines = std::count(text.begin(), text.end(), '\n');
     const bool unterminated = !text.empty() && text.back() != '\n';
     return std::max(0, static_cast<int>(lines + (unterminated ? 1 : 0)) - 1);
+}
+
+SChartBusReply CheckChartBusTrendline(const std::string& kind,
+                                      const std::vector<std::string>& times,
+                                      const std::vector<double>& prices,
+                                      SChartBusTrendline& trendline) {
+    const int found = FindTrendKind(kind);
+    if (found < 0) {
+        std::string names;
+        for (const STrendKindInfo& info : TrendKindTable()) {
+            names += names.empty() ? "" : ", ";
+            names += info.name;
+        }
+        return Invalid(fmt::format("\"{}\" is no trendline kind; the kinds are {}", kind, names));
+    }
+    trendline.kind = static_cast<ETrendKind>(found);
+    const STrendKindInfo& info = TrendKindInfo(trendline.kind);
+    const auto clicks = static_cast<std::size_t>(info.clicks);
+    if (times.size() != clicks || prices.size() != clicks) {
+        return Invalid(fmt::format("a {} trendline takes {} times and {} prices, not {} and {}",
+                                   info.name, clicks, clicks, times.size(), prices.size()));
+    }
+    trendline.points.clear();
+    for (std::size_t i = 0; i < clicks; ++i) {
+        const std::optional<SPointTime> time = ParsePointTime(times[i]);
+        if (!time) {
+            return Invalid(
+                fmt::format("time {} \"{}\" is not written YYYY-MM-DD HH:MM:SS", i + 1, times[i]));
+        }
+        if (!std::isfinite(prices[i])) {
+            return Invalid(fmt::format("price {} is not a finite number", i + 1));
+        }
+        trendline.points.emplace_back(*time, prices[i]);
+    }
+    return {};
+}
+
+std::string TrendlinesJson(const CTrendLists& lists, bool tickTimes) {
+    nlohmann::json all = nlohmann::json::array();
+    for (const auto& trend : lists.All()) {
+        nlohmann::json points = nlohmann::json::array();
+        for (const STrendPoint& point : trend->Points()) {
+            points.push_back(
+                {{"time", FormatPointTime(point.time, tickTimes)}, {"price", point.price}});
+        }
+        const STrendStyle& style = trend->Style();
+        all.push_back({{"kind", TrendKindInfo(trend->Kind()).name},
+                       {"points", points},
+                       {"color", fmt::format("#{:02x}{:02x}{:02x}", RedOf(style.color),
+                                             GreenOf(style.color), BlueOf(style.color))},
+                       {"width", style.width},
+                       {"extendable", style.extendable}});
+    }
+    return all.dump();
 }

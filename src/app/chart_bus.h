@@ -5,13 +5,22 @@
 //   Load(s symbol, s type, s interval)           load a symbol as the ribbon and Enter would
 //   ExportSeries(s path) -> i rows               the series as it stands, as --export writes it
 //   Render(s path, i width, i height)            the chart as --render draws it, PNG or PDF
+//   AddTrendline(s kind, as times, ad prices) -> i count
+//                                                a trendline through bars (by time) at prices
+//   Trendlines() -> s                            the chart's trendlines as JSON
+//   DeleteAllTrendlines() -> i removed           every trendline of the chart removed
 // This is the plain part: the error names, the checks of the arguments and the export text. The
 // platform adaptor carries the calls, the main frame carries them out.
 
-#include <string>
+#include "core/trend_kinds.h"
+#include "history/chart_hist_request.h"
 
-class CChartHistRequest;
+#include <string>
+#include <utility>
+#include <vector>
+
 class CSettings;
+class CTrendLists;
 
 // Why a call failed: each kind answers with its own D-Bus error name.
 enum class EChartBusFault {
@@ -71,3 +80,22 @@ std::string SeriesExportText(const CChartHistRequest& history, int dataType, int
 
 // The data rows of an export text: its lines after the header.
 int ExportTextRows(const std::string& text);
+
+// AddTrendline's arguments, checked: the kind and its points (bar time, price).
+struct SChartBusTrendline {
+    ETrendKind kind = ETrendKind::Sloping;
+    std::vector<std::pair<SPointTime, double>> points;
+};
+
+// Checks AddTrendline's arguments: a kind named as the settings keys name it (any case), as
+// many times and prices as the kind takes clicks, each time written as the export's DateTime
+// column, each price a finite number. Whether the bars exist is the chart's to check.
+SChartBusReply CheckChartBusTrendline(const std::string& kind,
+                                      const std::vector<std::string>& times,
+                                      const std::vector<double>& prices,
+                                      SChartBusTrendline& trendline);
+
+// The trendlines of `lists` as Trendlines() answers them: a JSON array of objects with "kind",
+// "points" ([{"time", "price"}]), "color" ("#rrggbb"), "width" and "extendable", kind by kind.
+// Tick times carry their microseconds.
+std::string TrendlinesJson(const CTrendLists& lists, bool tickTimes);

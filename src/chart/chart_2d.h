@@ -176,6 +176,10 @@ public:
     // A line through explicit points (fractional slots allowed, in the order given).
     virtual void SetLinePoints(SeriesId id, std::span<const SPoint> points) = 0;
     virtual void SetLineStyle(SeriesId id, const SLineStyle& style) = 0;
+    // A text beside the first point of a line through explicit points, in the line's colour,
+    // just above and right of it (a trendline's level and price); empty for none. The label
+    // belongs to the series and goes with it.
+    virtual void SetLineLabel(SeriesId id, std::string_view text) = 0;
     // Candles or bars, bar i at slot xOffset + i. Spans of different lengths throw
     // CInvalidArgException and leave the series as it was.
     virtual void SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) = 0;

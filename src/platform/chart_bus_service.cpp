@@ -23,6 +23,27 @@ void CChartBusObject::Render(const QString& path, int width, int height) {
     Answer("Render", m_target.BusRender(path.toStdString(), width, height));
 }
 
+int CChartBusObject::AddTrendline(const QString& kind, const QStringList& times,
+                                  const QList<double>& prices) {
+    std::vector<std::string> timeTexts;
+    for (const QString& time : times) {
+        timeTexts.push_back(time.toStdString());
+    }
+    return Answer("AddTrendline",
+                  m_target.BusAddTrendline(kind.toStdString(), timeTexts,
+                                           std::vector<double>(prices.begin(), prices.end())));
+}
+
+QString CChartBusObject::Trendlines() {
+    const SBusMethodResult result = m_target.BusTrendlines();
+    Answer("Trendlines", result);
+    return QString::fromStdString(result.text);
+}
+
+int CChartBusObject::DeleteAllTrendlines() {
+    return Answer("DeleteAllTrendlines", m_target.BusDeleteAllTrendlines());
+}
+
 int CChartBusObject::Answer(const char* method, const SBusMethodResult& result) {
     if (result.errorName.empty()) {
         spdlog::info("Bus call {} done", method);

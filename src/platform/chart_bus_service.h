@@ -1,16 +1,20 @@
 #pragma once
 
 #include <QDBusContext>
+#include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <string>
+#include <vector>
 
 // What a bus call answers: an error name and message when it failed, else the value it returns.
 struct SBusMethodResult {
     std::string errorName; // empty: the call succeeded
     std::string errorMessage;
-    int value = 0; // ExportSeries: the rows written
+    int value = 0;    // ExportSeries: the rows written; the trendline calls: a count
+    std::string text; // Trendlines: the JSON text
 };
 
 // The chart that the bus drives. Called on the thread of the event loop.
@@ -21,6 +25,11 @@ public:
                                      const std::string& interval) = 0;
     virtual SBusMethodResult BusExportSeries(const std::string& path) = 0;
     virtual SBusMethodResult BusRender(const std::string& path, int width, int height) = 0;
+    virtual SBusMethodResult BusAddTrendline(const std::string& kind,
+                                             const std::vector<std::string>& times,
+                                             const std::vector<double>& prices) = 0;
+    virtual SBusMethodResult BusTrendlines() = 0;
+    virtual SBusMethodResult BusDeleteAllTrendlines() = 0;
 };
 
 // The object /Skychart with the interface org.skychart.Chart: each method hands its arguments to
@@ -36,6 +45,9 @@ public slots:
     void Load(const QString& symbol, const QString& type, const QString& interval);
     int ExportSeries(const QString& path);
     void Render(const QString& path, int width, int height);
+    int AddTrendline(const QString& kind, const QStringList& times, const QList<double>& prices);
+    QString Trendlines();
+    int DeleteAllTrendlines();
 
 private:
     // Sends the error of `result` as the reply, when it has one; returns its value.

@@ -57,6 +57,11 @@ void CRecordingChart2D::SetLine(SeriesId id, std::span<const double> values, dou
            " x0=" + Number(xOffset));
 }
 
+void CRecordingChart2D::SetLineLabel(SeriesId id, std::string_view text) {
+    Take(id, EKind::Points).label.assign(text);
+    Record("SetLineLabel " + std::to_string(id) + " " + std::string(text));
+}
+
 void CRecordingChart2D::SetLinePoints(SeriesId id, std::span<const SPoint> points) {
     SSeries& series = Take(id, EKind::Points);
     series.points.assign(points.begin(), points.end());

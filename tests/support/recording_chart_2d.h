@@ -23,6 +23,7 @@ public:
         double xOffset = 0.0;
         std::vector<double> values; // Line and Histogram
         std::vector<SPoint> points; // Points
+        std::string label;
         std::vector<double> open, high, low, close;
         SLineStyle line;
         SPriceBarStyle bars;
@@ -65,6 +66,7 @@ public:
     // ---- CChart2D ----
     void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
     void SetLinePoints(SeriesId id, std::span<const SPoint> points) override;
+    void SetLineLabel(SeriesId id, std::string_view text) override;
     void SetLineStyle(SeriesId id, const SLineStyle& style) override;
     void SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) override;
     void SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style) override;

@@ -2,14 +2,18 @@
 
 #include "app/export.h"
 #include "app/ui/chart_render.h"
+#include "core/data_types.h"
 #include "history/chart_hist_request.h"
+#include "trend/ui/chart_trendlines.h"
 
 #include <QSaveFile>
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 SBusMethodResult ToBusResult(const SChartBusReply& reply) {
-    return {ChartBusErrorName(reply.fault), reply.message, reply.rows};
+    return {ChartBusErrorName(reply.fault), reply.message, reply.rows, {}};
 }
 
 SBusMethodResult CChartBusTarget::BusLoad(const std::string& symbol, const std::string& type,
@@ -65,7 +69,7 @@ SBusMethodResult CChartBusTarget::BusExportSeries(const std::string& path) {
             EChartBusFault::Failed,
             fmt::format("cannot write {}: {}", path, file.errorString().toStdString())));
     }
-    return {{}, {}, ExportTextRows(text)};
+    return {{}, {}, ExportTextRows(text), {}};
 }
 
 SBusMethodResult CChartBusTarget::BusRender(const std::string& path, int width, int height) {
@@ -86,4 +90,52 @@ SBusMethodResult CChartBusTarget::BusRender(const std::string& path, int width, 
         return ToBusResult(SChartBusReply::Error(EChartBusFault::Failed, error));
     }
     return {};
+}
+
+SBusMethodResult CChartBusTarget::BusAddTrendline(const std::string& kind,
+                                                  const std::vector<std::string>& times,
+                                                  const std::vector<double>& prices) {
+    SChartBusTrendline trendline;
+    SChartBusReply reply = CheckChartBusTrendline(kind, times, prices, trendline);
+    if (reply.Ok()) {
+        reply = CheckLoaded();
+    }
+    if (!reply.Ok()) {
+        return ToBusResult(reply);
+    }
+    const CChartHistRequest& history = m_frame.ChartLoader().History();
+    std::vector<STrendPoint> points;
+    for (std::size_t i = 0; i < trendline.points.size(); ++i) {
+        const auto& [time, price] = trendline.points[i];
+        const double bar = BarOfTime(history, time);
+        if (bar != std::round(bar) || bar < 0 || bar >= history.GetCount()) {
+            return ToBusResult(SChartBusReply::Error(
+                EChartBusFault::InvalidArgument,
+                fmt::format("the chart has no bar at time {} \"{}\"", i + 1, times[i])));
+        }
+        points.push_back({bar, price, time});
+    }
+    CChartTrendlines& trendlines = m_frame.ChartTrendlines();
+    if (!trendlines.Add(trendline.kind, std::move(points))) {
+        return ToBusResult(
+            SChartBusReply::Error(EChartBusFault::NoChart, "the chart is not shown yet"));
+    }
+    return {{}, {}, trendlines.Lists().Count(), {}};
+}
+
+SBusMethodResult CChartBusTarget::BusTrendlines() {
+    const SChartBusReply reply = CheckLoaded();
+    if (!reply.Ok()) {
+        return ToBusResult(reply);
+    }
+    const bool ticks = m_frame.ChartLoader().DataType() == kTicks;
+    return {{}, {}, 0, TrendlinesJson(m_frame.ChartTrendlines().Lists(), ticks)};
+}
+
+SBusMethodResult CChartBusTarget::BusDeleteAllTrendlines() {
+    const SChartBusReply reply = CheckLoaded();
+    if (!reply.Ok()) {
+        return ToBusResult(reply);
+    }
+    return {{}, {}, m_frame.ChartTrendlines().DeleteAll(false), {}};
 }

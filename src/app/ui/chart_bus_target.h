@@ -4,6 +4,7 @@
 #include "chart/chart_loader.h"
 #include "platform/chart_bus_service.h"
 
+class CChartTrendlines;
 class CSettings;
 
 // What the bus drives in the chart window.
@@ -18,6 +19,8 @@ public:
                                            int intervalIndex) = 0;
     // The loader of the chart shown.
     virtual const CChartLoader& ChartLoader() const = 0;
+    // The trendlines of the chart shown.
+    virtual CChartTrendlines& ChartTrendlines() const = 0;
 };
 
 // The chart window as the bus drives it: Load goes through the ribbon's path, ExportSeries writes
@@ -32,6 +35,10 @@ public:
                              const std::string& interval) override;
     SBusMethodResult BusExportSeries(const std::string& path) override;
     SBusMethodResult BusRender(const std::string& path, int width, int height) override;
+    SBusMethodResult BusAddTrendline(const std::string& kind, const std::vector<std::string>& times,
+                                     const std::vector<double>& prices) override;
+    SBusMethodResult BusTrendlines() override;
+    SBusMethodResult BusDeleteAllTrendlines() override;
 
 private:
     // The checks that Export and Render share: a loaded chart with points.

@@ -1,5 +1,8 @@
 #include "app/ui/main_frame.h"
 
+#include "trend/trend_style.h"
+#include "trend/ui/chart_trendlines.h"
+
 #include "app/feed_status.h"
 #include "app/recent_symbols.h"
 #include "app/ui/chart_bus_target.h"
@@ -90,7 +93,12 @@ bool CMainFrame::Create() {
         settings.Has(keys::kCurrentSymbol) ? settings.GetText(keys::kCurrentSymbol) : "";
 
     m_view = new CChartFormView(m_history, settings, this);
-    m_view->SetStatusSink([this](const std::string& text) { SetStatusText(text); });
+    m_view->SetStatusSink([this](const std::string& text) {
+        // A prompt of a drawing or delete mode stays until the mode ends.
+        if (!m_prompting) {
+            SetStatusText(text);
+        }
+    });
     m_view->SetSettingsFile(CRegistryPaths::ApplicationFile("Skychart").toStdString());
     auto studies = std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
                                                  SStudySettings::Read(settings));
@@ -114,6 +122,7 @@ bool CMainFrame::Create() {
     m_feed->Start();
 
     MakeRibbon();
+    MakeTrendlines();
     UpdateStatusPanes();
 
     m_workspaceBus = new CWorkspaceBus(this);
@@ -238,6 +247,9 @@ void CMainFrame::ApplyStoredSettings() {
     m_studies->SettingsChanged(SUpperStudySettings::Read(Settings()),
                                SStudySettings::Read(Settings()));
     m_view->Canvas().StudySettingsChanged();
+    if (m_trendlines != nullptr) {
+        m_trendlines->ApplyStyles(ReadTrendStyles(Settings()));
+    }
 }
 
 void CMainFrame::SyncStyleCombo() {

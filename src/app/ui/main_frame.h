@@ -8,10 +8,13 @@
 #include "chart/chart_loader.h"
 #include "feed/feed_frame.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
 class CChartBusService;
+class CChartTrendlines;
+class CTrendStore;
 class CChartFormView;
 class CChartHistRequest;
 class CSettingSheet;
@@ -81,6 +84,11 @@ public:
     // "Print..." through the print dialog, and "Export Image..." to a PNG or PDF file.
     void PrintChart();
     void ExportChartImage();
+    // The trendlines are kept in `store` and saved through `save` after each change (without
+    // this call, in a store of the frame's own that is never saved). Before Create.
+    void UseTrendStore(CTrendStore& store, std::function<void()> save);
+    // The chart's trendlines (null before Create).
+    CChartTrendlines* Trendlines() const { return m_trendlines; }
     // The settings sheet while it is open.
     CSettingSheet* ActiveSettingSheet() const { return m_sheet; }
 
@@ -115,6 +123,7 @@ public:
     CSymbolSearchDlg* ActiveSearch() const { return m_search; }
     bool ServiceReady() const override { return m_serviceReady; }
     const CChartLoader& ChartLoader() const override;
+    CChartTrendlines& ChartTrendlines() const override { return *m_trendlines; }
     // The session bus service that drives this chart (null before Create).
     CChartBusService* ChartBus() const { return m_chartBus; }
 
@@ -129,6 +138,7 @@ protected:
 
 private:
     void MakeRibbon();
+    void MakeTrendlines();
     void MakeApplicationLinks(QToolButton* button);
     void LaunchApplication(const QString& executable, const QStringList& arguments);
     void UpdateStatusPanes();
@@ -143,6 +153,13 @@ private:
     CWorkspaceBus* m_workspaceBus = nullptr;
     std::unique_ptr<CChartBusTarget> m_busTarget;
     CChartBusService* m_chartBus = nullptr;
+    CChartTrendlines* m_trendlines = nullptr;
+    std::unique_ptr<CTrendStore> m_ownTrendStore;
+    CTrendStore* m_trendStore = nullptr;
+    std::function<void()> m_saveTrendlines;
+    // A mode's prompt is in the status line: the view's texts wait.
+    bool m_prompting = false;
+    void ShowPrompt(const std::string& text);
     CSymbolSearchDlg* m_search = nullptr;
     CSettingSheet* m_sheet = nullptr;
     COrvaneCommandLineInfo m_commandLine;

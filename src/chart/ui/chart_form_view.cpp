@@ -107,6 +107,7 @@ int CChartFormView::ShowCompleteHistory(int count) {
     if (m_loader.History().GetTick(count - 1, newest)) {
         m_newest = {count, newest.high, newest.low, newest.close, newest.volume};
     }
+    emit historyShown();
     return m_canvas->Range().DisplayedPoints();
 }
 

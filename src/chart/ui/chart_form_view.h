@@ -92,6 +92,10 @@ public:
     // `exportImage`.
     void SetChartMenuCommands(std::function<void()> print, std::function<void()> exportImage);
 
+signals:
+    // A complete history is drawn (a load, a reload or a restore finished).
+    void historyShown();
+
 private:
     // IHistoryProgressSink: the status bar, and the canvas's scroll bar and panes.
     void SetStatusText(const std::string& text) override;

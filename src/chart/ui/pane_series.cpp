@@ -1,10 +1,13 @@
 #include "chart/ui/pane_series.h"
 
+#include "chart/segment_clip.h"
 #include "chart/ui/series_painting.h"
 
+#include <QFontMetricsF>
 #include <QLine>
 #include <QPen>
 #include <QPointF>
+#include <QString>
 
 using namespace series_painting;
 
@@ -40,37 +43,15 @@ private:
     std::vector<QPointF> m_points;
 };
 
-// Liang-Barsky: cuts the segment a-b to `r`; false when nothing of it lies inside.
+// Cuts the segment a-b to `r`; false when nothing of it lies inside.
 bool ClipSegment(QPointF& a, QPointF& b, const QRectF& r) {
-    const double dx = b.x() - a.x();
-    const double dy = b.y() - a.y();
-    double t0 = 0.0;
-    double t1 = 1.0;
-    const auto edge = [&](double p, double q) {
-        if (p == 0.0) {
-            return q >= 0.0;
-        }
-        const double t = q / p;
-        if (p < 0.0) {
-            if (t > t1) {
-                return false;
-            }
-            t0 = std::max(t0, t);
-        } else {
-            if (t < t0) {
-                return false;
-            }
-            t1 = std::min(t1, t);
-        }
-        return true;
-    };
-    if (!edge(-dx, a.x() - r.left()) || !edge(dx, r.right() - a.x()) ||
-        !edge(-dy, a.y() - r.top()) || !edge(dy, r.bottom() - a.y())) {
+    CChart2D::SPixelPoint from{a.x(), a.y()};
+    CChart2D::SPixelPoint to{b.x(), b.y()};
+    if (!::ClipSegment(from, to, r.left(), r.top(), r.right(), r.bottom())) {
         return false;
     }
-    const QPointF start = a;
-    a = QPointF(start.x() + t0 * dx, start.y() + t0 * dy);
-    b = QPointF(start.x() + t1 * dx, start.y() + t1 * dy);
+    a = QPointF(from.x, from.y);
+    b = QPointF(to.x, to.y);
     return true;
 }
 
@@ -111,6 +92,16 @@ void PaintPointLine(QPainter& painter, const SPaneSeries& series, const QRect& p
     }
     if (!dots.empty()) {
         painter.drawPoints(dots.data(), static_cast<int>(dots.size()));
+    }
+    if (!series.label.empty() && !series.points.empty()) {
+        const QPointF at(x.ToPixel(series.points.front().x), y.ToPixel(series.points.front().y));
+        if (area.contains(at)) {
+            // Above the line, or below it where the plot's top edge would cut the text.
+            const QFontMetricsF metrics(painter.font());
+            const bool below = at.y() - metrics.height() < plot.top();
+            painter.drawText(at + QPointF(3.0, below ? metrics.ascent() + 2.0 : -3.0),
+                             QString::fromStdString(series.label));
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "chart/chart_2d.h"
 
+#include <string>
 #include <vector>
 
 struct SPaneSeries {
@@ -15,6 +16,7 @@ struct SPaneSeries {
     double xOffset = 0.0;
     std::vector<double> values; // line or histogram
     std::vector<CChart2D::SPoint> points;
+    std::string label; // beside the first of `points`
     std::vector<double> open, high, low, close;
     CChart2D::SLineStyle line;
     CChart2D::SPriceBarStyle bars;

@@ -149,6 +149,12 @@ void CStackPaneChart::SetLinePoints(SeriesId id, std::span<const SPoint> points)
     Changed(false);
 }
 
+void CStackPaneChart::SetLineLabel(SeriesId id, std::string_view text) {
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
+    series.label.assign(text);
+    Changed(false);
+}
+
 void CStackPaneChart::SetLineStyle(SeriesId id, const SLineStyle& style) {
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
     series.line = style;

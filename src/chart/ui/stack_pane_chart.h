@@ -62,6 +62,7 @@ public:
 
     void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
     void SetLinePoints(SeriesId id, std::span<const SPoint> points) override;
+    void SetLineLabel(SeriesId id, std::string_view text) override;
     void SetLineStyle(SeriesId id, const SLineStyle& style) override;
     void SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) override;
     void SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style) override;

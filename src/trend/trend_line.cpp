@@ -1,0 +1,150 @@
+#include "trend/trend_line.h"
+
+#include "chart/segment_clip.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+std::vector<SBarPrice> BarPrices(const std::vector<STrendPoint>& points) {
+    std::vector<SBarPrice> out;
+    out.reserve(points.size());
+    for (const STrendPoint& point : points) {
+        out.push_back({point.bar, point.price});
+    }
+    return out;
+}
+
+std::string LabelText(const std::string& label, double price, int precision) {
+    const std::size_t at = label.find("%p");
+    if (at == std::string::npos) {
+        return label;
+    }
+    std::string text = label;
+    text.replace(at, 2, CChart2D::FormatAxisLabel(price, precision));
+    return text;
+}
+
+} // namespace
+
+CBaseTrend::CBaseTrend(ETrendKind kind, std::vector<STrendPoint> points, const STrendStyle& style,
+                       std::vector<int> numbers)
+    : m_kind(kind), m_points(std::move(points)), m_style(style), m_numbers(std::move(numbers)) {}
+
+void CBaseTrend::Reanchor(const CChartHistRequest& history) {
+    for (STrendPoint& point : m_points) {
+        if (point.time.time.IsValid()) {
+            point.bar = BarOfTime(history, point.time);
+        }
+    }
+}
+
+std::vector<STrendPart> CBaseTrend::Parts() const {
+    const std::vector<SBarPrice> points = BarPrices(m_points);
+    return TrendParts(m_kind, points, m_style.extendable);
+}
+
+std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>>
+CBaseTrend::SlotSegments(const SPaneView& view) const {
+    const double left = -0.5;
+    const double right = view.slotCount - 0.5;
+    std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>> segments;
+    for (const STrendPart& part : Parts()) {
+        CChart2D::SPoint from{view.SlotOf(part.from.bar), part.from.price};
+        CChart2D::SPoint to{view.SlotOf(part.to.bar), part.to.price};
+        switch (part.extend) {
+        case STrendPart::EExtend::None:
+            break;
+        case STrendPart::EExtend::Right:
+            to = {std::max(right, from.x), from.y};
+            break;
+        case STrendPart::EExtend::Onward: {
+            const double dx = to.x - from.x;
+            const double edge = dx > 0.0 ? right : left;
+            if (dx != 0.0 && (dx > 0.0 ? edge > to.x : edge < to.x)) {
+                to = {edge, from.y + (to.y - from.y) / dx * (edge - from.x)};
+            }
+            break;
+        }
+        }
+        segments.emplace_back(from, to);
+    }
+    return segments;
+}
+
+void CBaseTrend::Paint(CChart2D& chart, const SPaneView& view) {
+    const std::vector<STrendPart> parts = Parts();
+    const auto segments = SlotSegments(view);
+    const int precision = chart.LabelPrecision(CChart2D::EAxis::Y);
+    CChart2D::SLineStyle style;
+    style.color = m_highlighted ? (~m_style.color & kColorRefMask) : m_style.color;
+    style.width = m_style.width + (m_highlighted ? 2 : 0);
+    for (std::size_t i = 0; i < m_numbers.size(); ++i) {
+        const CChart2D::SeriesId id = kTrendSeriesBase + m_numbers[i];
+        if (i >= segments.size()) {
+            chart.ClearSeries(id);
+            continue;
+        }
+        const CChart2D::SPoint line[] = {segments[i].first, segments[i].second};
+        chart.SetLinePoints(id, line);
+        style.style = parts[i].dotted ? CChart2D::kDot : CChart2D::kSolid;
+        chart.SetLineStyle(id, style);
+        chart.SetLineLabel(id, LabelText(parts[i].label, parts[i].from.price, precision));
+    }
+}
+
+void CBaseTrend::Erase(CChart2D& chart) const {
+    for (const int number : m_numbers) {
+        chart.ClearSeries(kTrendSeriesBase + number);
+    }
+}
+
+double CBaseTrend::Distance(const CChart2D& chart, const SPaneView& view,
+                            CChart2D::SPixelPoint point) const {
+    const CChart2D::SGeometry g = chart.Geometry();
+    const double left = g.left;
+    const double right = g.width - g.right;
+    const double top = g.top;
+    const double bottom = g.height - g.bottom;
+    double nearest = -1.0;
+    for (const auto& [from, to] : SlotSegments(view)) {
+        CChart2D::SPixelPoint a{chart.SlotToPixelX(from.x),
+                                chart.ValueToPixelY(from.y, CChart2D::EAxis::Y)};
+        CChart2D::SPixelPoint b{chart.SlotToPixelX(to.x),
+                                chart.ValueToPixelY(to.y, CChart2D::EAxis::Y)};
+        if (!std::isfinite(a.x) || !std::isfinite(a.y) || !std::isfinite(b.x) ||
+            !std::isfinite(b.y) || !ClipSegment(a, b, left, top, right, bottom)) {
+            continue;
+        }
+        const double distance = SegmentDistance(point, a, b);
+        if (nearest < 0.0 || distance < nearest) {
+            nearest = distance;
+        }
+    }
+    return nearest;
+}
+
+std::optional<double> CBaseTrend::HitTest(const CChart2D& chart, const SPaneView& view,
+                                          CChart2D::SPixelPoint point, double tolerance) const {
+    const CChart2D::SGeometry g = chart.Geometry();
+    if (point.x < g.left || point.x > g.width - g.right || point.y < g.top ||
+        point.y > g.height - g.bottom) {
+        return std::nullopt;
+    }
+    const double distance = Distance(chart, view, point);
+    if (distance < 0.0 || distance > tolerance) {
+        return std::nullopt;
+    }
+    return distance;
+}
+
+int TrendPartCount(ETrendKind kind) {
+    const int clicks = TrendKindInfo(kind).clicks;
+    // Points far apart, so that no part collapses.
+    const SBarPrice points[] = {{0.0, 0.0}, {10.0, 10.0}, {20.0, 30.0}};
+    return static_cast<int>(
+        TrendParts(kind, std::span<const SBarPrice>(points, static_cast<std::size_t>(clicks)),
+                   false)
+            .size());
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+// One trendline on the price pane: its kind, its points and its look. It draws one chart series
+// per part of its kind (trend_geometry.h) with the series numbers its list gave it.
+
+#include "chart/drawn_item.h"
+#include "trend/trend_geometry.h"
+#include "trend/trend_point.h"
+#include "trend/trend_style.h"
+
+#include <vector>
+
+// Trendline series number n is the price pane's series kTrendSeriesBase + n: above the price
+// data, the averages and the bands.
+inline constexpr CChart2D::SeriesId kTrendSeriesBase = 1000;
+
+class CBaseTrend final : public CDrawnItem {
+public:
+    // `numbers` holds one series number per part of the kind.
+    CBaseTrend(ETrendKind kind, std::vector<STrendPoint> points, const STrendStyle& style,
+               std::vector<int> numbers);
+
+    ETrendKind Kind() const { return m_kind; }
+    const std::vector<STrendPoint>& Points() const { return m_points; }
+    // Moves the points (a line being placed follows the mouse).
+    void SetPoints(std::vector<STrendPoint> points) { m_points = std::move(points); }
+    const std::vector<int>& SeriesNumbers() const { return m_numbers; }
+    const STrendStyle& Style() const { return m_style; }
+    void SetStyle(const STrendStyle& style) { m_style = style; }
+    // Drawn highlighted (its colour inverted, two pixels wider): the line that flashes before
+    // it is deleted.
+    bool Highlighted() const { return m_highlighted; }
+    void SetHighlighted(bool highlighted) { m_highlighted = highlighted; }
+    // Finds the points' bars again from their times (the series was replaced or shortened).
+    void Reanchor(const CChartHistRequest& history);
+
+    // The parts as drawn over `view`, with extensions reaching the pane's edges, in slots.
+    std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>>
+    SlotSegments(const SPaneView& view) const;
+    // The distance in pixels from `point` to the nearest part as far as it lies in the plot
+    // area; -1 when nothing of the trendline is in it.
+    double Distance(const CChart2D& chart, const SPaneView& view,
+                    CChart2D::SPixelPoint point) const;
+
+    void Paint(CChart2D& chart, const SPaneView& view) override;
+    void Erase(CChart2D& chart) const override;
+    std::optional<double> HitTest(const CChart2D& chart, const SPaneView& view,
+                                  CChart2D::SPixelPoint point, double tolerance) const override;
+
+private:
+    std::vector<STrendPart> Parts() const;
+
+    ETrendKind m_kind;
+    std::vector<STrendPoint> m_points;
+    STrendStyle m_style;
+    std::vector<int> m_numbers;
+    bool m_highlighted = false;
+};
+
+// How many series a trendline of `kind` draws.
+int TrendPartCount(ETrendKind kind);
