@@ -31,6 +31,7 @@ declare -A max_len=(
     [level1_updates]=8192
     [command_line]=512
     [settings_file]=4096
+    [trend_store]=16384
 )
 # QSettings keeps the files it parsed last in a cache, so an input of settings_file often
 # allocates more than it frees and libFuzzer would scan the whole heap for leaks after each one;
@@ -48,11 +49,11 @@ declare -A asan_extra=(
     [settings_file]="quarantine_size_mb=16:malloc_context_size=0"
 )
 all=(portico_commands portico_history line_splitter service_stats symbol_search lookup_tables
-     history_lines level1_updates command_line settings_file)
+     history_lines level1_updates command_line settings_file trend_store)
 # Slowest first (executions a second on one core, roughly: settings_file 500, history_lines 1,000,
 # level1_updates and portico_history 1,500, service_stats 3,500, the rest 5,000 and more).
 slowest_first=(settings_file history_lines level1_updates portico_history service_stats
-               portico_commands lookup_tables line_splitter symbol_search command_line)
+               trend_store portico_commands lookup_tables line_splitter symbol_search command_line)
 
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then

@@ -115,9 +115,9 @@ std::string ContentProblem(const QByteArray& content) {
     return {};
 }
 
-// Moves `file` to "<file>.unreadable-YYYYMMDD-HHMMSS" (with "-2", "-3", ... when that name is
-// taken); an existing file is never replaced. The new path, or empty with `error` set.
-QString SetAside(const QString& file, int& error) {
+} // namespace
+
+QString SetAsideUnreadableFile(const QString& file, int& error) {
     const QByteArray from = QFile::encodeName(file);
     const QString base =
         file + ".unreadable-" + QDateTime::currentDateTime().toString("yyyyMMdd-HHmmss");
@@ -149,6 +149,8 @@ QString SetAside(const QString& file, int& error) {
     error = EEXIST;
     return {};
 }
+
+namespace {
 
 // QSettings reads a file that starts with a UTF-8 byte order mark but reports a format error when
 // it writes to it (dropping the mark). The mark is taken off first, the rest left byte for byte.
@@ -332,7 +334,7 @@ SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt, cons
         return load;
     }
     int error = 0;
-    load.setAside = SetAside(file, error);
+    load.setAside = SetAsideUnreadableFile(file, error);
     if (!load.setAside.isEmpty()) {
         spdlog::error("Settings file {} cannot be read ({}); moved to {}, defaults used",
                       ToStd(file), problem, ToStd(load.setAside));

@@ -65,3 +65,8 @@ SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt, cons
 // line, a key ending in '/' or '\\' (which QSettings would write back as a value without a key),
 // or when QSettings reports a format error.
 std::string SettingsFileProblem(const QString& file);
+
+// Moves a file that cannot be read to "<file>.unreadable-YYYYMMDD-HHMMSS" beside itself (with
+// "-2", "-3", ... when that name is taken); an existing file is never replaced. The new path, or
+// empty with `error` set to an errno-style code.
+QString SetAsideUnreadableFile(const QString& file, int& error);

@@ -30,6 +30,7 @@
 #include "studies/study_panes.h"
 #include "studies/ui/lower_studies_page.h"
 #include "studies/ui/upper_studies_page.h"
+#include "trend/ui/trend_settings_page.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -205,6 +206,10 @@ void CMainFrame::OpenDataSettings() {
     OpenSettings(EFirstPage::DataPage);
 }
 
+void CMainFrame::OpenTrendlineSettings() {
+    OpenSettings(EFirstPage::TrendlinesPage);
+}
+
 void CMainFrame::OpenSettings(EFirstPage first) {
     CSettingSheet sheet(this);
     CSettings& settings = Settings();
@@ -213,13 +218,15 @@ void CMainFrame::OpenSettings(EFirstPage first) {
     auto* upperPage = new CUpperStudiesSettingPage(Prompt(), settings);
     auto* lowerPage = new CLowerStudiesSettingPage(Prompt(), settings);
     auto* dataPage = new CDataSettingsPage(Prompt(), settings);
+    auto* trendPage = new CTrendSettingsPage(settings);
     sheet.AddPage(displayPage);
     sheet.AddPage(colorPage);
     sheet.AddPage(upperPage);
     sheet.AddPage(lowerPage);
     sheet.AddPage(dataPage);
-    sheet.findChild<QTabWidget*>()->setCurrentWidget(
-        first == EFirstPage::DataPage ? static_cast<QWidget*>(dataPage) : displayPage);
+    sheet.AddPage(trendPage);
+    QWidget* const firstPages[] = {displayPage, dataPage, trendPage};
+    sheet.findChild<QTabWidget*>()->setCurrentWidget(firstPages[static_cast<std::size_t>(first)]);
     bool reload = false;
     connect(&sheet, &CSettingSheet::pageApplied, this,
             [&reload, dataPage](CSettingPage* page) { reload = reload || page == dataPage; });

@@ -75,7 +75,9 @@ public:
     // Runs the settings sheet modally (display, colour and data pages), opened on the data page;
     // stored settings redraw the chart, stored data settings reload it.
     void OpenDataSettings();
-    enum class EFirstPage { DisplayPage, DataPage };
+    // "Trendlines...": the settings sheet opened on the trendline page.
+    void OpenTrendlineSettings();
+    enum class EFirstPage { DisplayPage, DataPage, TrendlinesPage };
     void OpenSettings(EFirstPage first);
     // The settings pages stored their values: the studies are handed the study settings (only
     // those whose lines changed compute again), the panes are laid out and drawn with the

@@ -1,0 +1,220 @@
+// The stored trendline text, written and read back, refused when damaged; the trendline styles
+// over the settings table.
+
+#include "core/data_types.h"
+#include "history/point_time.h"
+#include "trend/trend_store.h"
+#include "trend/trend_style.h"
+
+#include "settings_table.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+SPointTime Time(const char* text) {
+    return ParsePointTime(text).value();
+}
+
+STrendRecord Record(ETrendKind kind, int points, const char* time, double price) {
+    STrendRecord record{kind, {}};
+    for (int i = 0; i < points; ++i) {
+        record.points.emplace_back(Time(time), price + i);
+    }
+    return record;
+}
+
+TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenInAStableText) {
+    CTrendStore store;
+    for (const SDataTypeChoice& type : DataTypeTable()) {
+        CTrendStore::Records records;
+        for (const STrendKindInfo& info : TrendKindTable()) {
+            records.push_back(Record(info.kind, info.clicks, "2024-03-01 09:30:00.000250", 0.1));
+        }
+        records.push_back(Record(ETrendKind::Sloping, 2, "1900-01-01", -1e300));
+        records.push_back(Record(ETrendKind::Horizontal, 2, "9999-12-31 23:59:59", 0.1 + 0.2));
+        store.Set({"LUMA", type.dataType}, records);
+    }
+    store.Set({"AURX", kTicks}, {Record(ETrendKind::Sloping, 2, "2024-03-01 09:30:00", 7)});
+    std::string error;
+    const std::string text = store.Write();
+    const std::optional<CTrendStore> read = CTrendStore::Read(text, error);
+    ASSERT_TRUE(read) << error;
+    EXPECT_EQ(*read, store);
+    EXPECT_EQ(read->Write(), text);
+    EXPECT_EQ(read->Find({"LUMA", kMonths}).size(), kTrendKindCount + 2u);
+
+    // Ticks carry their microseconds even when zero; bars only when they have any.
+    CTrendStore small;
+    small.Set({"ZETA", kDays}, {Record(ETrendKind::Horizontal, 2, "2024-03-01", 12.5)});
+    small.Set({"AURX", kTicks}, {Record(ETrendKind::Sloping, 2, "2024-03-01 09:30:00.5", 1)});
+    small.Set({"ZETA", kDays}, {}); // dropped
+    small.Set({"AURX", kIntervals}, {Record(ETrendKind::Sloping, 2, "2024-03-01 09:30:01", 2)});
+    small.Set({"AURX", kTicks}, {Record(ETrendKind::Sloping, 2, "2024-03-01 09:30:00", 1)});
+    EXPECT_TRUE(small.Find({"ZETA", kDays}).empty());
+    const char* expected = R"({
+  "version": 1,
+  "charts": [
+    {
+      "symbol": "AURX",
+      "type": "Tick",
+      "trendlines": [
+        {
+          "kind": "Sloping",
+          "points": [
+            {
+              "time": "2024-03-01 09:30:00.000000",
+              "price": 1.0
+            },
+            {
+              "time": "2024-03-01 09:30:00.000000",
+              "price": 2.0
+            }
+          ]
+        }
+      ]
+    },
+    {
+      "symbol": "AURX",
+      "type": "Minute",
+      "trendlines": [
+        {
+          "kind": "Sloping",
+          "points": [
+            {
+              "time": "2024-03-01 09:30:01",
+              "price": 2.0
+            },
+            {
+              "time": "2024-03-01 09:30:01",
+              "price": 3.0
+            }
+          ]
+        }
+      ]
+    }
+  ]
+}
+)";
+    EXPECT_EQ(small.Write(), expected);
+
+    // What no file could hold is left out of it rather than written unreadable.
+    STrendRecord offCalendar = Record(ETrendKind::Sloping, 2, "2024-03-01", 1);
+    offCalendar.points[1].first.time.SetStatus(CDateTime::Status::Invalid);
+    STrendRecord notANumber = Record(ETrendKind::Sloping, 2, "2024-03-01", 1);
+    notANumber.points[0].second = std::numeric_limits<double>::quiet_NaN();
+    small.Set({"AURX", kIntervals},
+              {Record(ETrendKind::Parallel, 2, "2024-03-01", 1), offCalendar, notANumber});
+    small.Set({"", kDays}, {Record(ETrendKind::Sloping, 2, "2024-03-01", 1)});
+    small.Set({"BAD", 7}, {Record(ETrendKind::Sloping, 2, "2024-03-01", 1)});
+    const std::optional<CTrendStore> kept = CTrendStore::Read(small.Write(), error);
+    ASSERT_TRUE(kept) << error;
+    EXPECT_EQ(kept->Charts().size(), 1u);
+    EXPECT_EQ(kept->Find({"AURX", kTicks}), small.Find({"AURX", kTicks}));
+}
+
+TEST(TrendStore, ReadsWhatAPersonMayWriteAndRefusesDamageSayingWhere) {
+    std::string error;
+    EXPECT_TRUE(CTrendStore::Read("", error).value().Charts().empty());
+    const auto readable = CTrendStore::Read(
+        R"({"charts": [{"trendlines": [{"points": [{"price": 3, "time": "2024-03-01"},
+           {"time": "2024-03-04 10:00:00.5", "price": -2.5, "note": "x"}], "kind": "SLOPING"}],
+           "symbol": "LUMA", "type": "daily"}, {"symbol": "AURX", "type": "Tick",
+           "trendlines": []}], "version": 1, "comment": "kept by hand"})",
+        error);
+    ASSERT_TRUE(readable) << error;
+    const CTrendStore::Records expected{
+        {ETrendKind::Sloping,
+         {{Time("2024-03-01 00:00:00"), 3.0}, {Time("2024-03-04 10:00:00.500000"), -2.5}}}};
+    EXPECT_EQ(readable->Charts().size(), 1u);
+    EXPECT_EQ(readable->Find({"LUMA", kDays}), expected);
+
+    const std::string point = R"({"time": "2024-03-01", "price": 1})";
+    const auto file = [&](const std::string& chart) {
+        return R"({"version": 1, "charts": [)" + chart + "]}";
+    };
+    const auto chart = [&](const std::string& trendline, const char* type = "Daily") {
+        return file(R"({"symbol": "LUMA", "type": ")" + std::string(type) +
+                    R"(", "trendlines": [)" + trendline + "]}");
+    };
+    const auto line = [&](const std::string& points, const char* kind = "Sloping") {
+        return chart(R"({"kind": ")" + std::string(kind) + R"(", "points": [)" + points + "]}");
+    };
+    const std::string good = line(point + "," + point);
+    ASSERT_TRUE(CTrendStore::Read(good, error)) << error;
+    const std::pair<std::string, std::string> damaged[] = {
+        {good.substr(0, good.size() - 2), "not JSON (parse error at line 1, column"},
+        {good + "x", "not JSON"},
+        {"\xff", "not JSON"},
+        {std::string(9, '[') + std::string(9, ']'), "nested deeper than 8 levels at byte 9"},
+        {"[]", "the file: [] is not an object"},
+        {R"({"charts": []})", "\"version\" is missing"},
+        {R"({"version": 2, "charts": []})", "version: 2 is not 1"},
+        {R"({"version": "1", "charts": []})", "version: \"1\" is not 1"},
+        {R"({"version": 1, "charts": {}})", "charts: {} is not a list"},
+        {file("7"), "charts[0]: 7 is not an object"},
+        {file(R"({"type": "Daily", "trendlines": []})"), "charts[0]: \"symbol\" is missing"},
+        {file(R"({"symbol": "", "type": "Daily", "trendlines": []})"),
+         "charts[0].symbol: the symbol is empty"},
+        {chart("", "Hourly"), "charts[0].type: \"Hourly\" is no data type"},
+        {file(R"({"symbol": "LUMA", "type": "Daily", "trendlines": []},
+                 {"symbol": "LUMA", "type": "daily", "trendlines": []})"),
+         "charts[1]: LUMA Daily is named twice"},
+        {line(point + "," + point, "Zigzag"), "charts[0].trendlines[0].kind: \"Zigzag\" is no"},
+        {line(point), "trendlines[0].points: 1 points where a Sloping trendline has 2"},
+        {line(point + R"(, {"time": "2024-02-30", "price": 1})"),
+         "points[1].time: \"2024-02-30\" is not a time"},
+        {line(point + R"(, {"time": "2024-03-01 10:00:00.1234567", "price": 1})"), "not a time"},
+        {line(point + R"(, {"time": 20240301, "price": 1})"), "points[1].time: 20240301 is not a"},
+        {line(point + R"(, {"time": "2024-03-01", "price": "1"})"), "\"1\" is not a price"},
+        {line(point + R"(, {"time": "2024-03-01", "price": null})"), "null is not a price"},
+        {line(point + R"(, {"time": "2024-03-01", "price": 1e999})"), "not JSON"},
+        {line(point + R"(, {"time": "2024-03-01"})"), "points[1]: \"price\" is missing"},
+    };
+    for (const auto& [text, reason] : damaged) {
+        EXPECT_FALSE(CTrendStore::Read(text, error)) << text;
+        EXPECT_NE(error.find(reason), std::string::npos) << text << "\n  " << error;
+    }
+}
+
+TEST(TrendStyles, DamagedStoredValuesReadAsDefaultsAndWritingRepairsAndCounts) {
+    skychart::test::SettingsTable settings;
+    const STrendStyles defaults = ReadTrendStyles(settings);
+    for (const STrendKindInfo& info : TrendKindTable()) {
+        const STrendStyle& style = defaults[static_cast<std::size_t>(info.kind)];
+        EXPECT_EQ(style,
+                  (STrendStyle{info.defaultColor, info.defaultWidth, info.defaultExtendable}));
+    }
+    const std::pair<const char*, const char*> bad[] = {
+        {"Sloping Trendline Color", "16777216"}, {"Sloping Trendline Color", "-1"},
+        {"Sloping Trendline Color", "red"},      {"Sloping Trendline Width", "0"},
+        {"Sloping Trendline Width", "11"},       {"Sloping Trendline Width", "2px"},
+        {"Sloping Trendline Width", "+3"},       {"Sloping Trendline Extendable", "2"},
+        {"Sloping Trendline Extendable", ""},
+    };
+    for (const auto& [key, value] : bad) {
+        ASSERT_TRUE(settings.SetText(key, value));
+        EXPECT_EQ(ReadTrendStyles(settings), defaults) << key << "=" << value;
+    }
+    // The damaged value is replaced though the style read the same.
+    EXPECT_EQ(WriteTrendStyles(settings, defaults), 1);
+    EXPECT_EQ(settings.GetText("Sloping Trendline Extendable"), "0");
+    EXPECT_EQ(WriteTrendStyles(settings, defaults), 0);
+
+    STrendStyles changed = defaults;
+    changed[1] = {0x123456, kMaxTrendWidth, true};
+    changed[6] = {0xFF123456, 0, false}; // a colour's high byte dropped, the width kept in range
+    EXPECT_EQ(WriteTrendStyles(settings, changed), 2);
+    EXPECT_EQ(settings.GetText("Speed Resistance Trendline Color"), "1193046");
+    EXPECT_EQ(settings.GetText("Speed Resistance Trendline Width"), "1");
+    EXPECT_EQ(settings.GetText("Sloping Trendline Extendable"), "1");
+    changed[6] = {0x123456, 1, false};
+    EXPECT_EQ(ReadTrendStyles(settings), changed);
+    ASSERT_TRUE(settings.SetText("Sloping Trendline Extendable", "false"));
+    EXPECT_FALSE(ReadTrendStyles(settings)[1].extendable);
+}
+
+} // namespace
