@@ -85,7 +85,8 @@ SBusMethodResult CChartBusTarget::BusRender(const std::string& path, int width, 
     request.file = path;
     request.width = width;
     request.height = height;
-    const std::string error = RenderChart(m_frame.ChartLoader(), request, m_settings);
+    const std::string error =
+        RenderChart(m_frame.ChartLoader(), request, m_settings, m_frame.TrendStore());
     if (!error.empty()) {
         return ToBusResult(SChartBusReply::Error(EChartBusFault::Failed, error));
     }

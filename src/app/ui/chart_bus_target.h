@@ -5,6 +5,7 @@
 #include "platform/chart_bus_service.h"
 
 class CChartTrendlines;
+class CTrendStore;
 class CSettings;
 
 // What the bus drives in the chart window.
@@ -19,8 +20,9 @@ public:
                                            int intervalIndex) = 0;
     // The loader of the chart shown.
     virtual const CChartLoader& ChartLoader() const = 0;
-    // The trendlines of the chart shown.
+    // The trendlines of the chart shown, and those kept for every chart.
     virtual CChartTrendlines& ChartTrendlines() const = 0;
+    virtual const CTrendStore& TrendStore() const = 0;
 };
 
 // The chart window as the bus drives it: Load goes through the ribbon's path, ExportSeries writes

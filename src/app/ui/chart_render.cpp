@@ -7,11 +7,14 @@
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "studies/study_panes.h"
+#include "trend/trend_store.h"
+#include "trend/trend_style.h"
+#include "trend/ui/chart_trendlines.h"
 
 #include <QSize>
 
 std::string RenderChart(const CChartLoader& loader, const SExportRequest& request,
-                        CSettings& settings) {
+                        CSettings& settings, const CTrendStore& trendlines) {
     CChartCanvas canvas(loader.History(), settings);
     canvas.resize(request.width, request.height);
     canvas.SetSeries(loader.Symbol(), loader.DataType(), loader.IntervalIndex());
@@ -22,6 +25,10 @@ std::string RenderChart(const CChartLoader& loader, const SExportRequest& reques
                                                     SStudySettings::Read(settings)));
     canvas.ComputeStudies();
     canvas.FinishStudies();
+    CCanvasTrendPane pane(canvas);
+    CTrendLists lists(pane);
+    AddTrendRecords(lists, trendlines.Find({loader.Symbol(), loader.DataType()}), loader.History(),
+                    ReadTrendStyles(settings));
     canvas.Relayout();
     // The image holds the title line above the panes: the canvas gives up the height of its
     // scroll bar to it, so that the panes fill the image without being scaled.

@@ -6,12 +6,14 @@
 
 class CChartLoader;
 class CSettings;
+class CTrendStore;
 struct SExportRequest;
 
 // Draws the series that `loader` holds as the chart window shows it after loading (the display
 // and colour settings, every displayed pane, the newest points) on a canvas of the request's
 // width and height that is never shown, and writes it to the request's file (PNG or PDF) through
 // the same writer as "Export Image...". Reads `settings`, never stores them. Needs a
-// QApplication. Returns "" when written, else why not.
+// QApplication. The trendlines `trendlines` keep for the chart are drawn with it. Returns "" when
+// written, else why not.
 std::string RenderChart(const CChartLoader& loader, const SExportRequest& request,
-                        CSettings& settings);
+                        CSettings& settings, const CTrendStore& trendlines);

@@ -1,5 +1,7 @@
 #include "app/ui/charts_app.h"
 
+#include "trend/ui/trend_file.h"
+
 #include "app/command_line.h"
 #include "app/ui/main_frame.h"
 #include "app/workspace.h"
@@ -53,7 +55,10 @@ bool CChartsApp::InitInstance(const COrvaneCommandLineInfo& commandLine,
 
     SSettingsLoad settings = LoadApplicationSettings(m_settings, m_prompt);
 
+    m_trendFile = std::make_unique<CTrendFile>();
+    m_trendStore = m_trendFile->Load(m_prompt, false);
     m_frame = std::make_unique<CMainFrame>(m_prompt, m_settings, m_history, settings.writer);
+    m_frame->UseTrendStore(m_trendStore, [this] { m_trendFile->Save(m_trendStore); });
     if (!m_frame->Create()) {
         spdlog::error("The main frame could not be created");
         return false;

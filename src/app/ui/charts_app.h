@@ -4,11 +4,13 @@
 #include "app/ui/orvane_win_app.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
+#include "trend/trend_store.h"
 
 #include <memory>
 #include <optional>
 
 class CMainFrame;
+class CTrendFile;
 
 // The chart application: sets up the log, loads the settings, creates and shows the main frame
 // and hands it the command line, which applies once the service is ready. It holds the settings
@@ -33,5 +35,8 @@ private:
     CMessageBoxPrompt m_prompt;
     CSettings m_settings;
     CChartHistRequest m_history;
+    // The trendlines of every chart, and their file.
+    CTrendStore m_trendStore;
+    std::unique_ptr<CTrendFile> m_trendFile;
     std::unique_ptr<CMainFrame> m_frame;
 };

@@ -1,5 +1,7 @@
 #include "app/ui/export_runner.h"
 
+#include "trend/ui/trend_file.h"
+
 #include "app/chart_bus.h"
 #include "app/command_line.h"
 #include "app/ui/chart_render.h"
@@ -154,7 +156,7 @@ void CExportRunner::OnTick() {
             m_progress->Finish();
         }
         const std::string error = m_request.output == EExportOutput::Chart
-                                      ? RenderChart(m_loader, m_request, m_settings)
+                                      ? RenderChart(m_loader, m_request, m_settings, m_trendlines)
                                       : WriteCsv();
         if (!error.empty()) {
             Finish(kExportFileError, error);
@@ -354,5 +356,7 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
     CExportRunner runner(request, history, settings, 30s, 60s,
                          CRegistryPaths::ApplicationFile("Skychart").toStdString(),
                          ::isatty(STDERR_FILENO) == 1);
+    // The stored trendlines are drawn in a render, and their file is only read.
+    runner.SetTrendlines(CTrendFile().Load(prompt, true));
     return runner.Run();
 }

@@ -5,6 +5,7 @@
 #include "chart/chart_loader.h"
 #include "core/prompt.h"
 #include "feed/feed_frame.h"
+#include "trend/trend_store.h"
 
 #include <QObject>
 #include <QTimer>
@@ -57,6 +58,8 @@ public:
                   std::chrono::milliseconds connectTimeout, std::chrono::milliseconds idleTimeout,
                   std::string settingsFile, bool progress);
     ~CExportRunner() override;
+    // The trendlines a render draws (none until set).
+    void SetTrendlines(CTrendStore trendlines) { m_trendlines = std::move(trendlines); }
 
     int Run();
 
@@ -91,6 +94,7 @@ private:
 
     SExportRequest m_request;
     CSettings& m_settings;
+    CTrendStore m_trendlines;
     std::chrono::milliseconds m_connectTimeout;
     std::chrono::milliseconds m_idleTimeout;
     std::string m_settingsFile;

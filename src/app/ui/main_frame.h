@@ -126,6 +126,7 @@ public:
     bool ServiceReady() const override { return m_serviceReady; }
     const CChartLoader& ChartLoader() const override;
     CChartTrendlines& ChartTrendlines() const override { return *m_trendlines; }
+    const CTrendStore& TrendStore() const override { return *m_trendStore; }
     // The session bus service that drives this chart (null before Create).
     CChartBusService* ChartBus() const { return m_chartBus; }
 
