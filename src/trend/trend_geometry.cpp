@@ -55,6 +55,7 @@ void Rays(std::vector<STrendPart>& parts, SBarPrice a, SBarPrice b, bool extenda
         const double price = retrace ? b.price - level.ratio * span : a.price + level.ratio * span;
         STrendPart ray = Segment(a, {b.bar, price}, extendable);
         ray.label = level.text;
+        ray.labelAtEnd = true;
         parts.push_back(ray);
     }
 }

@@ -49,8 +49,10 @@ struct STrendPart {
     SBarPrice to;
     EExtend extend = EExtend::None;
     bool dotted = false;
-    // Drawn beside `from`; a "%p" in it stands for the price, written at the pane's precision.
+    // Drawn beside `from` (beside `to` when `labelAtEnd`: the rays of a fan, which share their
+    // start); a "%p" in it stands for the price, written at the pane's precision.
     std::string label;
+    bool labelAtEnd = false;
 };
 
 // The most parts one trendline draws (Fibonacci retracements: eight levels and the move).

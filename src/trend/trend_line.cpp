@@ -86,11 +86,23 @@ void CBaseTrend::Paint(CChart2D& chart, const SPaneView& view) {
             chart.ClearSeries(id);
             continue;
         }
-        const CChart2D::SPoint line[] = {segments[i].first, segments[i].second};
-        chart.SetLinePoints(id, line);
+        if (parts[i].labelAtEnd && !parts[i].label.empty()) {
+            // The label goes with the first point: the line starts at its end, runs back to its
+            // start and on over the whole part again.
+            const CChart2D::SPoint line[] = {{view.SlotOf(parts[i].to.bar), parts[i].to.price},
+                                             segments[i].first,
+                                             segments[i].second};
+            chart.SetLinePoints(id, line);
+        } else {
+            const CChart2D::SPoint line[] = {segments[i].first, segments[i].second};
+            chart.SetLinePoints(id, line);
+        }
         style.style = parts[i].dotted ? CChart2D::kDot : CChart2D::kSolid;
         chart.SetLineStyle(id, style);
-        chart.SetLineLabel(id, LabelText(parts[i].label, parts[i].from.price, precision));
+        chart.SetLineLabel(id,
+                           LabelText(parts[i].label,
+                                     parts[i].labelAtEnd ? parts[i].to.price : parts[i].from.price,
+                                     precision));
     }
 }
 
