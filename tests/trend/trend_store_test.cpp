@@ -27,7 +27,7 @@ STrendRecord Record(ETrendKind kind, int points, const char* time, double price)
     return record;
 }
 
-TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenInAStableText) {
+TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenAndWhatNoFileHoldsIsLeftOut) {
     CTrendStore store;
     for (const SDataTypeChoice& type : DataTypeTable()) {
         CTrendStore::Records records;
@@ -38,6 +38,8 @@ TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenInAStableText) {
         records.push_back(Record(ETrendKind::Horizontal, 2, "9999-12-31 23:59:59", 0.1 + 0.2));
         store.Set({"LUMA", type.dataType}, records);
     }
+    store.Set({"ZETA", kDays}, {Record(ETrendKind::Sloping, 2, "2024-03-01", 7)});
+    store.Set({"ZETA", kDays}, {}); // dropped
     store.Set({"AURX", kTicks}, {Record(ETrendKind::Sloping, 2, "2024-03-01 09:30:00", 7)});
     std::string error;
     const std::string text = store.Write();
@@ -45,75 +47,29 @@ TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenInAStableText) {
     ASSERT_TRUE(read) << error;
     EXPECT_EQ(*read, store);
     EXPECT_EQ(read->Write(), text);
-    EXPECT_EQ(read->Find({"LUMA", kMonths}).size(), kTrendKindCount + 2u);
-
-    // Ticks carry their microseconds even when zero; bars only when they have any.
-    CTrendStore small;
-    small.Set({"ZETA", kDays}, {Record(ETrendKind::Horizontal, 2, "2024-03-01", 12.5)});
-    small.Set({"AURX", kTicks}, {Record(ETrendKind::Sloping, 2, "2024-03-01 09:30:00.5", 1)});
-    small.Set({"ZETA", kDays}, {}); // dropped
-    small.Set({"AURX", kIntervals}, {Record(ETrendKind::Sloping, 2, "2024-03-01 09:30:01", 2)});
-    small.Set({"AURX", kTicks}, {Record(ETrendKind::Sloping, 2, "2024-03-01 09:30:00", 1)});
-    EXPECT_TRUE(small.Find({"ZETA", kDays}).empty());
-    const char* expected = R"({
-  "version": 1,
-  "charts": [
-    {
-      "symbol": "AURX",
-      "type": "Tick",
-      "trendlines": [
-        {
-          "kind": "Sloping",
-          "points": [
-            {
-              "time": "2024-03-01 09:30:00.000000",
-              "price": 1.0
-            },
-            {
-              "time": "2024-03-01 09:30:00.000000",
-              "price": 2.0
-            }
-          ]
-        }
-      ]
-    },
-    {
-      "symbol": "AURX",
-      "type": "Minute",
-      "trendlines": [
-        {
-          "kind": "Sloping",
-          "points": [
-            {
-              "time": "2024-03-01 09:30:01",
-              "price": 2.0
-            },
-            {
-              "time": "2024-03-01 09:30:01",
-              "price": 3.0
-            }
-          ]
-        }
-      ]
+    EXPECT_EQ(read->Charts().size(), kDataTypeCount + 1u);
+    EXPECT_TRUE(read->Find({"ZETA", kDays}).empty());
+    // Sorted by symbol, then type; ticks carry their microseconds even when zero, bars only when
+    // they have any.
+    EXPECT_TRUE(text.starts_with("{\n  \"version\": 1,\n  \"charts\": [\n    {\n      \"symbol\": "
+                                 "\"AURX\",\n      \"type\": \"Tick\",\n      \"trendlines\": ["))
+        << text;
+    for (const char* time : {"\"2024-03-01 09:30:00.000000\"", "\"1900-01-01 00:00:00\"",
+                             "\"2024-03-01 09:30:00.000250\""}) {
+        EXPECT_NE(text.find(std::string("\"time\": ") + time + ",\n"), std::string::npos) << time;
     }
-  ]
-}
-)";
-    EXPECT_EQ(small.Write(), expected);
 
     // What no file could hold is left out of it rather than written unreadable.
     STrendRecord offCalendar = Record(ETrendKind::Sloping, 2, "2024-03-01", 1);
     offCalendar.points[1].first.time.SetStatus(CDateTime::Status::Invalid);
     STrendRecord notANumber = Record(ETrendKind::Sloping, 2, "2024-03-01", 1);
     notANumber.points[0].second = std::numeric_limits<double>::quiet_NaN();
-    small.Set({"AURX", kIntervals},
-              {Record(ETrendKind::Parallel, 2, "2024-03-01", 1), offCalendar, notANumber});
-    small.Set({"", kDays}, {Record(ETrendKind::Sloping, 2, "2024-03-01", 1)});
-    small.Set({"BAD", 7}, {Record(ETrendKind::Sloping, 2, "2024-03-01", 1)});
-    const std::optional<CTrendStore> kept = CTrendStore::Read(small.Write(), error);
-    ASSERT_TRUE(kept) << error;
-    EXPECT_EQ(kept->Charts().size(), 1u);
-    EXPECT_EQ(kept->Find({"AURX", kTicks}), small.Find({"AURX", kTicks}));
+    CTrendStore odd;
+    odd.Set({"AURX", kIntervals},
+            {Record(ETrendKind::Parallel, 2, "2024-03-01", 1), offCalendar, notANumber});
+    odd.Set({"", kDays}, {Record(ETrendKind::Sloping, 2, "2024-03-01", 1)});
+    odd.Set({"BAD", 7}, {Record(ETrendKind::Sloping, 2, "2024-03-01", 1)});
+    EXPECT_TRUE(CTrendStore::Read(odd.Write(), error).value().Charts().empty());
 }
 
 TEST(TrendStore, ReadsWhatAPersonMayWriteAndRefusesDamageSayingWhere) {
@@ -147,15 +103,11 @@ TEST(TrendStore, ReadsWhatAPersonMayWriteAndRefusesDamageSayingWhere) {
     ASSERT_TRUE(CTrendStore::Read(good, error)) << error;
     const std::pair<std::string, std::string> damaged[] = {
         {good.substr(0, good.size() - 2), "not JSON (parse error at line 1, column"},
-        {good + "x", "not JSON"},
-        {"\xff", "not JSON"},
         {std::string(9, '[') + std::string(9, ']'), "nested deeper than 8 levels at byte 9"},
         {"[]", "the file: [] is not an object"},
         {R"({"charts": []})", "\"version\" is missing"},
         {R"({"version": 2, "charts": []})", "version: 2 is not 1"},
-        {R"({"version": "1", "charts": []})", "version: \"1\" is not 1"},
         {R"({"version": 1, "charts": {}})", "charts: {} is not a list"},
-        {file("7"), "charts[0]: 7 is not an object"},
         {file(R"({"type": "Daily", "trendlines": []})"), "charts[0]: \"symbol\" is missing"},
         {file(R"({"symbol": "", "type": "Daily", "trendlines": []})"),
          "charts[0].symbol: the symbol is empty"},
@@ -167,12 +119,9 @@ TEST(TrendStore, ReadsWhatAPersonMayWriteAndRefusesDamageSayingWhere) {
         {line(point), "trendlines[0].points: 1 points where a Sloping trendline has 2"},
         {line(point + R"(, {"time": "2024-02-30", "price": 1})"),
          "points[1].time: \"2024-02-30\" is not a time"},
-        {line(point + R"(, {"time": "2024-03-01 10:00:00.1234567", "price": 1})"), "not a time"},
         {line(point + R"(, {"time": 20240301, "price": 1})"), "points[1].time: 20240301 is not a"},
         {line(point + R"(, {"time": "2024-03-01", "price": "1"})"), "\"1\" is not a price"},
-        {line(point + R"(, {"time": "2024-03-01", "price": null})"), "null is not a price"},
         {line(point + R"(, {"time": "2024-03-01", "price": 1e999})"), "not JSON"},
-        {line(point + R"(, {"time": "2024-03-01"})"), "points[1]: \"price\" is missing"},
     };
     for (const auto& [text, reason] : damaged) {
         EXPECT_FALSE(CTrendStore::Read(text, error)) << text;

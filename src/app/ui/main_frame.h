@@ -72,8 +72,8 @@ public:
     // The data type chosen on the ribbon: stores "RequestDataType", copies that data type's
     // request kind into "RequestType" and reloads a shown symbol.
     void ChangeDataType(int dataType);
-    // Runs the settings sheet modally (display, colour and data pages), opened on the data page;
-    // stored settings redraw the chart, stored data settings reload it.
+    // Runs the settings sheet modally (display, colour, study, data and trendline pages), opened
+    // on the data page; stored settings redraw the chart, stored data settings reload it.
     void OpenDataSettings();
     // "Trendlines...": the settings sheet opened on the trendline page.
     void OpenTrendlineSettings();
