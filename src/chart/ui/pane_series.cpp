@@ -3,7 +3,6 @@
 #include "chart/segment_clip.h"
 #include "chart/ui/series_painting.h"
 
-#include <QFontMetricsF>
 #include <QLine>
 #include <QPen>
 #include <QPointF>
@@ -97,10 +96,10 @@ void PaintPointLine(QPainter& painter, const SPaneSeries& series, const QRect& p
         const QPointF at(x.ToPixel(series.points.front().x), y.ToPixel(series.points.front().y));
         if (area.contains(at)) {
             // Above the line, or below it where the plot's top edge would cut the text.
-            const QFontMetricsF metrics(painter.font());
-            const bool below = at.y() - metrics.height() < plot.top();
-            painter.drawText(at + QPointF(3.0, below ? metrics.ascent() + 2.0 : -3.0),
-                             QString::fromStdString(series.label));
+            const double height = series.labelText.size().height();
+            const bool below = at.y() - 3.0 - height < plot.top();
+            painter.drawStaticText(at + QPointF(3.0, below ? 2.0 : -3.0 - height),
+                                   series.labelText);
         }
     }
 }

@@ -5,6 +5,8 @@
 
 #include "chart/chart_2d.h"
 
+#include <QStaticText>
+
 #include <string>
 #include <vector>
 
@@ -16,7 +18,8 @@ struct SPaneSeries {
     double xOffset = 0.0;
     std::vector<double> values; // line or histogram
     std::vector<CChart2D::SPoint> points;
-    std::string label; // beside the first of `points`
+    std::string label;     // beside the first of `points`
+    QStaticText labelText; // its layout, kept between paints
     std::vector<double> open, high, low, close;
     CChart2D::SLineStyle line;
     CChart2D::SPriceBarStyle bars;

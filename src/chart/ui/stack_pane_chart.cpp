@@ -151,7 +151,13 @@ void CStackPaneChart::SetLinePoints(SeriesId id, std::span<const SPoint> points)
 
 void CStackPaneChart::SetLineLabel(SeriesId id, std::string_view text) {
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
+    if (series.label == text) {
+        return;
+    }
     series.label.assign(text);
+    series.labelText.setText(QString::fromStdString(series.label));
+    series.labelText.setTextFormat(Qt::PlainText);
+    series.labelText.setPerformanceHint(QStaticText::AggressiveCaching);
     Changed(false);
 }
 
