@@ -53,7 +53,10 @@ void FrameTest::TearDown() {
 
 CMainFrame& FrameTest::OpenFrame(const COrvaneCommandLineInfo& commandLine) {
     SSettingsLoad load = LoadApplicationSettings(settings(), m_prompt);
+    m_trendFile = std::make_unique<CTrendFile>();
+    m_trendStore = m_trendFile->Load(m_prompt, false);
     m_frame = std::make_unique<CMainFrame>(m_prompt, settings(), m_history, load.writer);
+    m_frame->UseTrendStore(m_trendStore, [this] { m_trendFile->Save(m_trendStore); });
     EXPECT_TRUE(m_frame->Create());
     m_frame->SetCommandLine(commandLine);
     m_frame->ShowWithCommandLine();

@@ -6,6 +6,8 @@
 #include "app/ui/main_frame.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
+#include "trend/trend_store.h"
+#include "trend/ui/trend_file.h"
 
 #include "line_client.h"
 #include "portico_process.h"
@@ -64,6 +66,9 @@ private:
     CSettings m_settings;
     CChartHistRequest m_history;
     std::unique_ptr<PorticoProcess> m_portico;
+    // The trendlines of the frames, in their file in the temporary folder.
+    CTrendStore m_trendStore;
+    std::unique_ptr<CTrendFile> m_trendFile;
     std::unique_ptr<CMainFrame> m_frame;
 };
 

@@ -6,6 +6,7 @@
 #include "core/prompt.h"
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,9 @@ public:
     }
     bool Question(const std::string& caption, const std::string& text) override {
         boxes.push_back({"Question", caption, text});
+        if (whileAsked) {
+            whileAsked();
+        }
         if (answers.empty()) {
             return answer;
         }
@@ -47,6 +51,8 @@ public:
     std::vector<Box> boxes;
     std::deque<bool> answers; // the answers to the next questions, in order
     bool answer = false;      // the answer once `answers` is used up
+    // Runs while a question is open, before it is answered (what the window does meanwhile).
+    std::function<void()> whileAsked;
 };
 
 } // namespace skychart::test
