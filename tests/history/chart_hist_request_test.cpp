@@ -1,5 +1,6 @@
 #include "base/error.h"
 #include "history/chart_hist_request.h"
+#include "history/point_time.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +8,7 @@
 #include <cstdio>
 #include <random>
 #include <tuple>
+#include <vector>
 
 namespace {
 
@@ -54,7 +56,18 @@ protected:
             ASSERT_TRUE(history.AppendTick(TickAt(2026, 1, 5, 10, 0, i % 60, 100.0 + i)));
         }
     }
-    CChartHistRequest history;
+    // The closes of the series, oldest first.
+    std::vector<double> Closes() const {
+        std::vector<double> closes;
+        for (int i = 0; i < history.GetCount(); ++i) {
+            closes.push_back(history.GetClose(i));
+        }
+        return closes;
+    }
+    // The series with its records' addresses in reach, as drawing code holds them.
+    struct SHeldSeries : CChartHistRequest {
+        const sTICK* Record(std::size_t index) const { return &At(index); }
+    } history;
 };
 
 TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAlone) {
@@ -189,6 +202,113 @@ TEST_F(Series, ColumnReadsCopyOneFieldOfARangeAndStopAtTheEnds) {
     EXPECT_EQ(extremes(1, 3), std::tuple(3, 14.0, 5.0, std::int64_t{400}));
     EXPECT_EQ(extremes(-3, 100), std::tuple(5, 16.0, 4.0, std::int64_t{500}));
     EXPECT_EQ(extremes(5, 10), std::tuple(0, 0.0, 0.0, std::int64_t{0}));
+}
+
+TEST_F(Series, RemovingAPointClosesTheGapOnlyInsideTheSeriesAndTheRecordStaysReadable) {
+    EXPECT_FALSE(history.RemoveTick(0));
+    Fill(6);
+    for (const int outside : {6, 7, -1, -6}) {
+        EXPECT_FALSE(history.RemoveTick(outside)) << outside;
+    }
+    EXPECT_EQ(history.GetCount(), 6);
+
+    sTICK marked;
+    history.GetTick(2, marked);
+    marked.text1.Assign("bad print");
+    history.ReplaceTick(2, marked);
+    const sTICK* removed = history.Record(2);
+    ASSERT_TRUE(history.RemoveTick(2)); // the middle
+    EXPECT_EQ(Closes(), (std::vector<double>{100, 101, 103, 104, 105}));
+    // A pointer taken before still reads the record, its text included.
+    EXPECT_EQ(removed->close, 102.0);
+    EXPECT_EQ(removed->text1.View(), "bad print");
+    ASSERT_TRUE(history.RemoveTick(0)); // the first
+    ASSERT_TRUE(history.RemoveTick(history.GetLastIndex()));
+    EXPECT_EQ(Closes(), (std::vector<double>{101, 103, 104}));
+    EXPECT_FALSE(history.RemoveTick(3));
+    // The series grows on at its end; Clear takes the removed records with it.
+    ASSERT_TRUE(history.AppendTick(TickAt(2026, 1, 5, 11, 0, 0, 7.0)));
+    EXPECT_EQ(Closes(), (std::vector<double>{101, 103, 104, 7}));
+    history.Clear();
+    EXPECT_EQ(history.GetCount(), 0);
+    Fill(2);
+    EXPECT_EQ(Closes(), (std::vector<double>{100, 101}));
+}
+
+TEST_F(Series, LowerBoundFindsTheFirstPointAtOrAfterATimeWrittenAsText) {
+    const auto at = [](int second, std::int32_t microseconds) {
+        return SPointTime{CDateTime(2026, 1, 5, 10, 0, second), microseconds};
+    };
+    EXPECT_EQ(history.LowerBound(at(0, 0)), 0);
+    // Two ticks in one microsecond and three in one second.
+    const SPointTime stamps[] = {at(0, 0), at(0, 250), at(0, 250), at(1, 0), at(3, 999999)};
+    for (const SPointTime& stamp : stamps) {
+        sTICK tick;
+        tick.time = stamp.time;
+        tick.microseconds = stamp.microseconds;
+        ASSERT_TRUE(history.AppendTick(tick));
+    }
+    const struct {
+        SPointTime time;
+        int index;
+    } cases[] = {{{CDateTime(2026, 1, 4, 23, 59, 59), 0}, 0},
+                 {at(0, 0), 0},
+                 {at(0, 1), 1},
+                 {at(0, 250), 1},
+                 {at(0, 251), 3},
+                 {at(2, 0), 4},
+                 {at(3, 999999), 4},
+                 {at(4, 0), 5}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(history.LowerBound(c.time), c.index)
+            << FormatPointTime(c.time, true) << " " << c.time.microseconds;
+    }
+    // Each point is found again from its text.
+    for (int i = 0; i < history.GetCount(); ++i) {
+        std::array<SPointTime, 1> time{};
+        history.FillTimes(i, time);
+        const auto parsed = ParsePointTime(FormatPointTime(time[0], true));
+        ASSERT_TRUE(parsed);
+        EXPECT_EQ(history.LowerBound(*parsed), i == 2 ? 1 : i);
+    }
+}
+
+TEST(PointTime, TextsReadBackTheTimeAndAnythingElseIsRefused) {
+    std::mt19937 random(11);
+    std::uniform_int_distribution<int> day(0, 80000), second(0, 86399), micro(0, 999999);
+    for (int i = 0; i < 5000; ++i) {
+        const SPointTime time{CDateTime(day(random) + second(random) / 86400.0), micro(random)};
+        const std::string text = FormatPointTime(time, true);
+        const auto parsed = ParsePointTime(text);
+        ASSERT_TRUE(parsed) << text;
+        ASSERT_EQ(FormatPointTime(*parsed, true), text);
+        ASSERT_EQ(parsed->microseconds, time.microseconds) << text;
+        const auto whole = ParsePointTime(FormatPointTime(time, false));
+        ASSERT_TRUE(whole && whole->time == parsed->time && whole->microseconds == 0) << text;
+    }
+    const struct {
+        const char* text;
+        const char* written; // as read back; "" for refused
+    } cases[] = {
+        {"2024-02-29", "2024-02-29 00:00:00.000000"},
+        {"1900-03-01 23:59:59.5", "1900-03-01 23:59:59.500000"},
+        {"9999-12-31 00:00:00.000001", "9999-12-31 00:00:00.000001"},
+        {"2023-02-29", ""},
+        {"2024-3-05", ""},
+        {"2024-03-05 10:00", ""},
+        {"2024-03-05 24:00:00", ""},
+        {"2024-03-05 10:00:00.", ""},
+        {"2024-03-05 10:00:00.1234567", ""},
+        {"2024-03-05T10:00:00", ""},
+        {"2024-03-05 10:00:00 ", ""},
+        {"2024/03/05", ""},
+        {"", ""},
+    };
+    for (const auto& c : cases) {
+        const auto parsed = ParsePointTime(c.text);
+        EXPECT_EQ(parsed ? FormatPointTime(*parsed, true) : "", c.written) << c.text;
+    }
+    EXPECT_EQ(FormatPointTime({CDateTime(1.0, CDateTime::Status::Invalid), 0}, true), "");
 }
 
 } // namespace
