@@ -142,6 +142,29 @@ SChartBusReply CheckChartBusLoaded(const std::string& symbol, bool loading, int 
     return {};
 }
 
+SChartBusReply CheckChartBusPointTime(const std::string& text, SPointTime& time) {
+    const std::optional<SPointTime> parsed = ParsePointTime(text);
+    if (!parsed) {
+        return Invalid(fmt::format("\"{}\" is no point time: write it as the DateTime column of "
+                                   "ExportSeries does, YYYY-MM-DD HH:MM:SS[.ffffff]",
+                                   text));
+    }
+    time = *parsed;
+    return {};
+}
+
+SChartBusReply FindChartBusPoint(const CChartHistRequest& history, const SPointTime& time,
+                                 const std::string& text, int& index) {
+    const int found = history.LowerBound(time);
+    sTICK point;
+    if (found >= history.GetCount() || !history.GetTick(found, point) ||
+        !(point.time == time.time) || point.microseconds != time.microseconds) {
+        return Invalid(fmt::format("no point of the series is at {}", text));
+    }
+    index = found;
+    return {};
+}
+
 std::string SeriesExportText(const CChartHistRequest& history, int dataType, int intervalIndex,
                              const CSettings& settings) {
     auto inputs = std::make_shared<CStudyInputs>();

@@ -9,6 +9,9 @@
 //                                                a trendline through bars (by time) at prices
 //   Trendlines() -> s                            the chart's trendlines as JSON
 //   DeleteAllTrendlines() -> i removed           every trendline of the chart removed
+//   DeletePoint(s time) -> i count               delete the point at a time, as Yes would
+//   RestorePoints() -> i count                   restore the deleted points, answered once the
+//                                                history is in again
 // This is the plain part: the error names, the checks of the arguments and the export text. The
 // platform adaptor carries the calls, the main frame carries them out.
 
@@ -71,6 +74,15 @@ SChartBusReply CheckChartBusRender(const std::string& path, int width, int heigh
 // The state of the chart that Export and Render need: NoChart when no symbol is loaded, its
 // answer is still arriving, or its series holds no point (the service had none).
 SChartBusReply CheckChartBusLoaded(const std::string& symbol, bool loading, int pointCount);
+
+// Checks DeletePoint's time: "YYYY-MM-DD HH:MM:SS" with ".ffffff" for ticks, as the export's
+// DateTime column writes it (ParsePointTime).
+SChartBusReply CheckChartBusPointTime(const std::string& text, SPointTime& time);
+
+// The index of the first point of `history` at exactly `time` (`text` names it in the message);
+// InvalidArgument when no point is.
+SChartBusReply FindChartBusPoint(const CChartHistRequest& history, const SPointTime& time,
+                                 const std::string& text, int& index);
 
 // The series as --export writes it: the header, one row per point, and the study columns of the
 // studies that `settings` show, computed over the whole series of `dataType` (the interval

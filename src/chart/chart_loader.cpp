@@ -182,6 +182,14 @@ void CChartLoader::OnProgressTick(IHistoryProgressSink& sink) {
     m_progress.OnTimer(m_history, m_settings.GetInt(keys::kRequestDataType), sink);
 }
 
+bool CChartLoader::RemovePoint(int index) {
+    if (!HistoryShown() || !m_history.RemoveTick(index)) {
+        return false;
+    }
+    m_progress.SetShownCount(m_history.GetCount());
+    return true;
+}
+
 bool CChartLoader::Loading() const {
     return !m_symbol.empty() && !m_history.IsHistoryComplete();
 }

@@ -85,6 +85,12 @@ public:
     const CChartHistRequest& History() const { return m_history; }
     // True from a Load until the end marker of a complete answer.
     bool Loading() const;
+    // True once the progress timer has shown the complete history of the last Load.
+    bool HistoryShown() const { return !m_symbol.empty() && !Loading() && !m_progress.IsNewLoad(); }
+    // Removes the point at `index` of the shown history (false, nothing changed, when the index
+    // is outside the series or the history is not shown yet). Live points are followed on from
+    // the shorter series.
+    bool RemovePoint(int index);
     // The error reply's text since the last Load ("!NO_DATA!", "!UNKNOWN_SYMBOL!"); "" when none.
     // It explains an empty series; a series with points is shown whatever this says.
     const std::string& AnswerError() const { return m_parser.AnswerError(); }

@@ -49,6 +49,10 @@ public:
     int DataType() const { return m_dataType; }
     // A new series: a fixed y range is fitted once more.
     void ResetYRange() { m_haveYRange = false; }
+    // Set by the first deletion of a point, cleared when the history of a new load completes:
+    // while it is set the deleted points can be restored.
+    void SetPointsDeleted(bool deleted) { m_pointsDeleted = deleted; }
+    bool PointsDeleted() const { return m_pointsDeleted; }
 
     // Bar accessors by series index, 0 being the oldest loaded bar; for ticks all four prices
     // give the trade price. The volume is the one the studies weigh by: for ticks and minute
@@ -114,6 +118,7 @@ private:
     SPriceLook m_look;
     std::shared_ptr<CHistPriceChart> m_price = std::make_shared<CHistPriceChart>(m_bars, m_look);
     bool m_haveYRange = false;
+    bool m_pointsDeleted = false;
     CChart2D::SRange m_yRange;
     SPaneView m_view;
     std::array<CPaneItems, kPaneCount> m_items;

@@ -4,6 +4,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusError>
+#include <QDBusMessage>
 
 #include <spdlog/spdlog.h>
 
@@ -44,12 +45,41 @@ int CChartBusObject::DeleteAllTrendlines() {
     return Answer("DeleteAllTrendlines", m_target.BusDeleteAllTrendlines());
 }
 
-int CChartBusObject::Answer(const char* method, const SBusMethodResult& result) {
+int CChartBusObject::DeletePoint(const QString& time) {
+    return Answer("DeletePoint", m_target.BusDeletePoint(time.toStdString()));
+}
+
+int CChartBusObject::RestorePoints() {
+    std::function<void(const SBusMethodResult&)> answer = [](const SBusMethodResult& result) {
+        Log("RestorePoints", result);
+    };
+    if (calledFromDBus()) {
+        setDelayedReply(true);
+        answer = [bus = connection(), call = message()](const SBusMethodResult& result) {
+            Log("RestorePoints", result);
+            bus.send(result.errorName.empty()
+                         ? call.createReply(result.value)
+                         : call.createErrorReply(QString::fromStdString(result.errorName),
+                                                 QString::fromStdString(result.errorMessage)));
+        };
+    }
+    m_target.BusRestorePoints(std::move(answer));
+    return 0;
+}
+
+void CChartBusObject::Log(const char* method, const SBusMethodResult& result) {
     if (result.errorName.empty()) {
         spdlog::info("Bus call {} done", method);
+    } else {
+        spdlog::warn("Bus call {} refused: {}: {}", method, result.errorName, result.errorMessage);
+    }
+}
+
+int CChartBusObject::Answer(const char* method, const SBusMethodResult& result) {
+    Log(method, result);
+    if (result.errorName.empty()) {
         return result.value;
     }
-    spdlog::warn("Bus call {} refused: {}: {}", method, result.errorName, result.errorMessage);
     // Outside a bus call (a direct call, in tests) there is nobody to answer.
     if (calledFromDBus()) {
         sendErrorReply(QString::fromStdString(result.errorName),

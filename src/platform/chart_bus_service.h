@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,8 @@
 struct SBusMethodResult {
     std::string errorName; // empty: the call succeeded
     std::string errorMessage;
-    int value = 0;    // ExportSeries: the rows written; the trendline calls: a count
+    int value = 0;    // ExportSeries: the rows written; the trendline calls, DeletePoint and
+                      // RestorePoints: a count
     std::string text; // Trendlines: the JSON text
 };
 
@@ -30,6 +32,9 @@ public:
                                              const std::vector<double>& prices) = 0;
     virtual SBusMethodResult BusTrendlines() = 0;
     virtual SBusMethodResult BusDeleteAllTrendlines() = 0;
+    virtual SBusMethodResult BusDeletePoint(const std::string& time) = 0;
+    // Calls `answer` once, at once or later (when the restored history is in).
+    virtual void BusRestorePoints(std::function<void(const SBusMethodResult&)> answer) = 0;
 };
 
 // The object /Skychart with the interface org.skychart.Chart: each method hands its arguments to
@@ -48,10 +53,15 @@ public slots:
     int AddTrendline(const QString& kind, const QStringList& times, const QList<double>& prices);
     QString Trendlines();
     int DeleteAllTrendlines();
+    int DeletePoint(const QString& time);
+    // Answered later, once the target has restored the points (a delayed reply).
+    int RestorePoints();
 
 private:
     // Sends the error of `result` as the reply, when it has one; returns its value.
     int Answer(const char* method, const SBusMethodResult& result);
+    // Logs the outcome of `method`.
+    static void Log(const char* method, const SBusMethodResult& result);
 
     IChartBusTarget& m_target;
 };

@@ -2,6 +2,7 @@
 
 #include "app/export.h"
 #include "app/ui/chart_render.h"
+#include "chart/ui/chart_form_view.h"
 #include "core/data_types.h"
 #include "history/chart_hist_request.h"
 #include "trend/ui/chart_trendlines.h"
@@ -139,4 +140,44 @@ SBusMethodResult CChartBusTarget::BusDeleteAllTrendlines() {
         return ToBusResult(reply);
     }
     return {{}, {}, m_frame.ChartTrendlines().DeleteAll(false), {}};
+}
+
+SBusMethodResult CChartBusTarget::BusDeletePoint(const std::string& time) {
+    SPointTime at;
+    SChartBusReply reply = CheckChartBusPointTime(time, at);
+    const CChartFormView& view = *m_frame.ChartView();
+    const CChartHistRequest& history = view.Loader().History();
+    if (reply.Ok()) {
+        reply = CheckChartBusLoaded(view.Symbol(), !view.HistoryShown(), history.GetCount());
+    }
+    int index = -1;
+    if (reply.Ok()) {
+        reply = FindChartBusPoint(history, at, time, index);
+    }
+    if (reply.Ok() && !m_frame.ChartView()->DeletePointAt(index)) {
+        reply = SChartBusReply::Error(EChartBusFault::Failed, "the point could not be deleted");
+    }
+    return reply.Ok() ? SBusMethodResult{{}, {}, history.GetCount(), {}} : ToBusResult(reply);
+}
+
+void CChartBusTarget::BusRestorePoints(std::function<void(const SBusMethodResult&)> answer) {
+    CChartFormView& view = *m_frame.ChartView();
+    const CChartHistRequest& history = view.Loader().History();
+    // A series whose every point was deleted can still be restored.
+    const SChartBusReply reply = CheckChartBusLoaded(view.Symbol(), !view.HistoryShown(),
+                                                     view.PointsDeleted() ? 1 : history.GetCount());
+    if (!reply.Ok()) {
+        answer(ToBusResult(reply));
+        return;
+    }
+    const bool restoring =
+        view.RestorePoints(false, [answer, &history](bool restored, const std::string& why) {
+            answer(restored ? SBusMethodResult{{}, {}, history.GetCount(), {}}
+                            : ToBusResult(SChartBusReply::Error(EChartBusFault::Failed,
+                                                                "the restore failed: " + why)));
+        });
+    if (!restoring) {
+        // Nothing was deleted: the series is whole already.
+        answer({{}, {}, history.GetCount(), {}});
+    }
 }

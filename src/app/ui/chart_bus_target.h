@@ -6,6 +6,7 @@
 
 class CChartTrendlines;
 class CTrendStore;
+class CChartFormView;
 class CSettings;
 
 // What the bus drives in the chart window.
@@ -23,6 +24,8 @@ public:
     // The trendlines of the chart shown, and those kept for every chart.
     virtual CChartTrendlines& ChartTrendlines() const = 0;
     virtual const CTrendStore& TrendStore() const = 0;
+    // The chart view, whose points DeletePoint and RestorePoints delete and restore.
+    virtual CChartFormView* ChartView() const = 0;
 };
 
 // The chart window as the bus drives it: Load goes through the ribbon's path, ExportSeries writes
@@ -41,6 +44,12 @@ public:
                                      const std::vector<double>& prices) override;
     SBusMethodResult BusTrendlines() override;
     SBusMethodResult BusDeleteAllTrendlines() override;
+    // Deletes the point at a time as Yes to the question would, without asking; answers the
+    // series' new count.
+    SBusMethodResult BusDeletePoint(const std::string& time) override;
+    // Restores as Yes to the restore question would; answers the count once the history is in
+    // again, at once when nothing was deleted.
+    void BusRestorePoints(std::function<void(const SBusMethodResult&)> answer) override;
 
 private:
     // The checks that Export and Render share: a loaded chart with points.

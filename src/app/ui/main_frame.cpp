@@ -153,6 +153,7 @@ void CMainFrame::MakeRibbon() {
     connect(m_home.zoomOutButton, &QToolButton::clicked, this, [this] { m_view->ZoomOut(); });
     connect(m_home.printButton, &QToolButton::clicked, this, [this] { PrintChart(); });
     connect(m_home.exportImageButton, &QToolButton::clicked, this, [this] { ExportChartImage(); });
+    m_view->SetPointCommands(Prompt(), [this](const std::string& text) { ShowPrompt(text); });
     m_view->SetChartMenuCommands([this] { PrintChart(); }, [this] { ExportChartImage(); });
     m_home.symbolCombo->installEventFilter(this);
     m_home.symbolCombo->lineEdit()->installEventFilter(this);

@@ -117,7 +117,7 @@ public:
     QComboBox* ChartStyleCombo() const { return m_home.styleCombo; }
     QLineEdit* SearchBox() const { return m_home.searchBox; }
     QComboBox* SearchModeCombo() const { return m_home.searchModeCombo; }
-    CChartFormView* ChartView() const { return m_view; }
+    CChartFormView* ChartView() const override { return m_view; }
     CFeedConnections* Feed() const { return m_feed.get(); }
     // Listed-market name for an id ("" when unknown); the table is fetched once, on first use.
     std::string MarketName(const std::string& id);

@@ -4,6 +4,7 @@
 #include "history/chart_hist_request.h"
 
 #include <QLabel>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <fmt/format.h>
@@ -43,12 +44,16 @@ CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, 
     ShowNotice();
 }
 
-CChartFormView::~CChartFormView() = default;
+CChartFormView::~CChartFormView() {
+    FinishRestore(false, "the chart window closed");
+}
 
 CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     if (!Symbol().empty() && Symbol() != symbol) {
         m_progressTimer.stop();
     }
+    m_restorePosition.reset();
+    FinishRestore(false, "another load replaced the restore");
     m_lastStatus.clear();
     const CChartLoader::EStart started = m_loader.Load(symbol, [this] { m_progressTimer.start(); });
     m_lastUpdate.reset();
@@ -69,14 +74,14 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     return started;
 }
 
-void CChartFormView::Reload() {
+CChartLoader::EStart CChartFormView::Reload() {
     if (Symbol().empty()) {
-        return;
+        return CChartLoader::EStart::Failed;
     }
     const std::string symbol = Symbol();
     m_progressTimer.stop();
     m_loader.Leave();
-    Load(symbol);
+    return Load(symbol);
 }
 
 void CChartFormView::OnHistoryLine(const std::string& line) {
@@ -100,15 +105,31 @@ void CChartFormView::OnProgressTimer() {
 int CChartFormView::ShowCompleteHistory(int count) {
     m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
     m_canvas->ResetYRange();
-    m_canvas->SetPointCount(count, true);
+    m_canvas->DrawManager().SetPointsDeleted(false);
+    m_canvas->SetPointCount(count, !m_restorePosition);
+    if (m_restorePosition) {
+        // A restore shows the chart where the scroll bar stood; the bar redraws as it moves.
+        m_canvas->ScrollBar()->setValue(*m_restorePosition);
+        m_restorePosition.reset();
+    }
     m_canvas->RedrawAll();
     m_canvas->ComputeStudies();
-    sTICK newest;
-    if (m_loader.History().GetTick(count - 1, newest)) {
-        m_newest = {count, newest.high, newest.low, newest.close, newest.volume};
-    }
+    TakeNewestPoint();
     emit historyShown();
+    if (count == 0 && !m_loader.AnswerError().empty()) {
+        FinishRestore(false, "the service answered " + m_loader.AnswerError());
+    } else {
+        FinishRestore(true, {});
+    }
     return m_canvas->Range().DisplayedPoints();
+}
+
+void CChartFormView::TakeNewestPoint() {
+    const CChartHistRequest& history = m_loader.History();
+    sTICK newest;
+    if (history.GetTick(history.GetLastIndex(), newest)) {
+        m_newest = {history.GetCount(), newest.high, newest.low, newest.close, newest.volume};
+    }
 }
 
 std::optional<int> CChartFormView::ShowNewPoints(int count, int added) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "chart/chart_loader.h"
+#include "chart/ui/chart_click_tool.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -8,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -52,9 +54,9 @@ public:
     // request settings cannot make a request, the status bar names the setting and where to
     // mend it, and the chart says that it has nothing to show.
     CChartLoader::EStart Load(const std::string& symbol);
-    // Loads the shown symbol again (data type, interval or data settings changed); nothing when
-    // no symbol is shown.
-    void Reload();
+    // Loads the shown symbol again (data type, interval or data settings changed); nothing
+    // (Failed) when no symbol is shown.
+    CChartLoader::EStart Reload();
     // Reads the request settings again (after the data settings page stored them).
     void ReloadRequestSettings() { m_loader.LoadSettings(); }
 
@@ -92,8 +94,40 @@ public:
     // `exportImage`.
     void SetChartMenuCommands(std::function<void()> print, std::function<void()> exportImage);
 
+    // Deleting and restoring points (chart_point_deletion.cpp). Adds "Delete Tick/Bar" and
+    // "Restore Ticks" or "Restore Bars" to the pane menu; `prompt` (the frame's) asks before
+    // each deletion and restore, `showPrompt` puts the mode's prompt in the status line ("" when
+    // the mode ends).
+    void SetPointCommands(IPrompt& prompt, std::function<void(const std::string&)> showPrompt);
+    // "Delete Tick/Bar": the next left click on a displayed point asks whether to delete it and
+    // leaves the mode; a right click or Escape leaves it at once, and so does another click
+    // tool taking the chart. A click tool active before is cancelled. Nothing until the history
+    // is shown.
+    bool StartPointDeletion();
+    void EndPointDeletion();
+    bool PointDeletionActive() const;
+    // Asks about the point at `place` (from 1) among the displayed points and deletes it on Yes.
+    bool ConfirmAndDeletePoint(int place);
+    // Deletes the point at series index `index` as Yes to the question does: the flag of
+    // deleted points is set and the chart is drawn again from the scroll bar's position, the
+    // studies computed again over the shorter series. False when the index is outside the
+    // series or its history is not shown yet.
+    bool DeletePointAt(int index);
+    bool PointsDeleted() const;
+    // Whether the history of the shown symbol is complete and drawn.
+    bool HistoryShown() const { return m_loader.HistoryShown(); }
+    // What a restore reports once its history is complete (true) or when it failed or another
+    // load replaced it (false, and why).
+    using RestoreDone = std::function<void(bool restored, const std::string& why)>;
+    // "Restore Ticks" / "Restore Bars": nothing (false) when no point was deleted. With `ask`
+    // the restore question comes first, and No leaves everything as it is. On Yes the series is
+    // emptied, the flag cleared and the history requested again as a reload does; once it is
+    // complete the chart shows again from the scroll bar's position and `done` is called.
+    bool RestorePoints(bool ask, RestoreDone done = {});
+
 signals:
-    // A complete history is drawn (a load, a reload or a restore finished).
+    // A complete history is drawn (a load, a reload or a restore finished, or a point was
+    // deleted): what is anchored to the points' times anchors again.
     void historyShown();
 
 private:
@@ -105,6 +139,8 @@ private:
 
     void OnProgressTimer();
     void ShowNotice();
+    // Calls the pending restore's `done` with the outcome.
+    void FinishRestore(bool restored, const std::string& why);
 
     CChartLoader m_loader;
     QTimer m_progressTimer;
@@ -124,4 +160,13 @@ private:
         bool operator==(const SNewestPoint&) const = default;
     };
     SNewestPoint m_newest;
+    void TakeNewestPoint();
+
+    IPrompt* m_prompt = nullptr;
+    std::function<void(const std::string&)> m_showPrompt;
+    std::unique_ptr<IChartClickTool> m_deletionTool;
+    // A restore waiting for its history: where the scroll bar stood (none: at the newest
+    // points), and whom to tell.
+    std::optional<int> m_restorePosition;
+    RestoreDone m_restoreDone;
 };
