@@ -5,6 +5,7 @@
 #include "app/command_line.h"
 #include "app/export.h"
 #include "core/data_types.h"
+#include "history/chart_hist_request.h"
 
 #include <gtest/gtest.h>
 
@@ -112,9 +113,10 @@ TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
     EXPECT_STREQ(ChartBusErrorName(EChartBusFault::Failed), "org.skychart.Chart.Error.Failed");
     // --help shows how to reach the methods and what their errors are called.
     const std::string usage = COrvaneCommandLineInfo::Usage("s", "t", "l");
-    for (const char* text : {"org.skychart.Skychart.pid", "gdbus call --session", "/Skychart",
-                             "org.skychart.Chart.Load", "ExportSeries(path) -> rows",
-                             "Render(path, width, height)", kInvalid}) {
+    for (const char* text :
+         {"org.skychart.Skychart.pid", "gdbus call --session", "/Skychart",
+          "org.skychart.Chart.Load", "ExportSeries(path) -> rows", "Render(path, width, height)",
+          "DeletePoint(time) -> count", "RestorePoints() -> count", kInvalid}) {
         EXPECT_NE(usage.find(text), std::string::npos) << text;
     }
     // The rows of an export are the lines after the header, the last one ended or not.
@@ -122,6 +124,46 @@ TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
              {"", 0}, {"DateTime,Close\n", 0}, {"DateTime,Close\na\nb\n", 2}, {"h\na\nb", 2}}) {
         EXPECT_EQ(ExportTextRows(text), rows) << text;
     }
+}
+
+// DeletePoint names a point by its DateTime as the export writes it: a day's bar by its date,
+// a tick to the microsecond; a text of no time, or of no point, is refused.
+TEST(ChartBusPoints, ATimeTextNamesExactlyOnePointOfTheSeries) {
+    CChartHistRequest series;
+    for (const auto& [second, micro] : {std::pair{0, 0}, {0, 500}, {0, 500}, {7, 0}}) {
+        sTICK tick;
+        tick.time = CDateTime(2024, 3, 5, 10, 0, second);
+        tick.microseconds = micro;
+        series.AppendTick(tick);
+    }
+    const struct {
+        const char* text;
+        int index; // -1: refused
+    } cases[] = {{"2024-03-05 10:00:00.000500", 1},  {"2024-03-05 10:00:00.0005", 1},
+                 {"2024-03-05 10:00:00", 0},         {"2024-03-05 10:00:07.000000", 3},
+                 {"2024-03-05 10:00:00.000499", -1}, {"2024-03-05", -1},
+                 {"2024-03-05 10:00:08", -1},        {"10:00:07", -1},
+                 {"2024-03-05 10:0:07", -1}};
+    for (const auto& c : cases) {
+        SPointTime time;
+        int index = -1;
+        SChartBusReply reply = CheckChartBusPointTime(c.text, time);
+        if (reply.Ok()) {
+            reply = FindChartBusPoint(series, time, c.text, index);
+        }
+        if (c.index < 0) {
+            EXPECT_EQ(Fault(reply), kInvalid) << c.text;
+        } else {
+            EXPECT_TRUE(reply.Ok()) << c.text << ": " << reply.message;
+            EXPECT_EQ(index, c.index) << c.text;
+        }
+    }
+    SPointTime time;
+    ASSERT_TRUE(CheckChartBusPointTime("2024-03-05 10:00:00.000499", time).Ok());
+    int index = -1;
+    const SChartBusReply missing = FindChartBusPoint(series, time, "that time", index);
+    EXPECT_NE(missing.message.find("that time"), std::string::npos) << missing.message;
+    EXPECT_NE(CheckChartBusPointTime("junk", time).message.find("\"junk\""), std::string::npos);
 }
 
 } // namespace

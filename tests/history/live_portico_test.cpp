@@ -201,21 +201,29 @@ TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeats) {
     }
 }
 
-TEST(LiveFromPortico, IntervalBarsBuiltLiveEqualAFreshHistory) {
+TEST(LiveFromPortico, IntervalBarsBuiltLiveEqualAFreshHistoryAlsoAfterABarIsDeleted) {
     // A token trades every minute of the day; the clock runs a minute a second or faster. One
-    // minute bars of the newest datapoints, five minute bars of the day's date range.
+    // minute bars of the newest datapoints, five minute bars of the day's date range. A bar
+    // deleted before, from the middle or the newest, changes nothing of what is built after it.
     const struct {
         SCase chart;
         int newBars;
         const char* command;
+        bool deleteNewest;
     } cases[] = {
-        {{"AURX", "2024-03-05 12:00:00", "60", 1, 3}, 4, "HIX,AURX,60,500,1,Lookup3,,s,0"},
+        {{"AURX", "2024-03-05 12:00:00", "60", 1, 3}, 4, "HIX,AURX,60,500,1,Lookup3,,s,0", false},
         {{"AURX", "2024-03-05 12:03:00", "120", 1, 5},
          2,
-         "HIT,AURX,300,20240305 000000,20240305 235959,5000000,,,1,Lookup5,,s,0"},
+         "HIT,AURX,300,20240305 000000,20240305 235959,5000000,,,1,Lookup5,,s,0",
+         true},
     };
     for (const auto& c : cases) {
         LiveChart chart(c.chart);
+        const int gone = c.deleteNewest ? chart.loaded - 1 : chart.loaded / 2;
+        sTICK deleted;
+        chart.history.GetTick(gone, deleted);
+        ASSERT_TRUE(chart.history.RemoveTick(gone));
+        --chart.loaded;
         chart.feed->Follow(chart.loader,
                            [&] { return chart.history.GetCount() >= chart.loaded + c.newBars; });
         EXPECT_GT(chart.loader.AppliedTradeLines(), 0U);
@@ -224,12 +232,20 @@ TEST(LiveFromPortico, IntervalBarsBuiltLiveEqualAFreshHistory) {
         for (const sTICK& bar : chart.Fresh(c.command)) {
             fresh[bar.time.Days()] = bar;
         }
-        // Every completed bar from the one that was newest when the history came.
+        // Every completed bar from the one that was newest when the history came (a newest bar
+        // deleted starts again with the trades after the deletion).
         for (std::size_t i = static_cast<std::size_t>(chart.loaded) - 1; i + 1 < series.size();
              ++i) {
+            if (series[i].time == deleted.time) {
+                continue;
+            }
             const auto found = fresh.find(series[i].time.Days());
             ASSERT_NE(found, fresh.end()) << "no fresh bar at " << TimeText(series[i]);
             EXPECT_EQ(Fields(series[i]), Fields(found->second)) << TimeText(series[i]);
+        }
+        for (std::size_t i = 1; i < series.size(); ++i) {
+            EXPECT_LT(series[i - 1].time, series[i].time) << TimeText(series[i]);
+            EXPECT_TRUE(c.deleteNewest || !(series[i].time == deleted.time)) << TimeText(series[i]);
         }
     }
 }
