@@ -2,7 +2,8 @@
 # End to end: on a private D-Bus session bus a running Skychart (offscreen, with the real portico
 # it starts) is driven through org.skychart.Chart: Load, ExportSeries polled until the history is
 # in (its rows and header checked against the file and against "Skychart --export" of the same
-# chart), Render of a 640x480 PNG, and the error replies of bad calls.
+# chart), Render of a 640x480 PNG, DeletePoint and RestorePoints checked against the exports,
+# and the error replies of bad calls.
 # Usage: chart_bus_e2e.sh SKYCHART_EXECUTABLE
 # Exits 77 (skipped) when dbus-run-session or gdbus is missing.
 set -uo pipefail
@@ -41,8 +42,10 @@ grep -qF "as $name on the session bus" "$log" || fail "the bus name is not owned
 gdbus introspect --session --dest "$name" --object-path /Skychart |
     grep -q "ExportSeries(in  s path," || fail "ExportSeries is not served"
 
-# Before a chart is loaded there is nothing to export or render.
+# Before a chart is loaded there is nothing to export, render, delete or restore.
 expect_error org.skychart.Chart.Error.NoChart "call Load first" ExportSeries "$home/early.csv"
+expect_error org.skychart.Chart.Error.NoChart "call Load first" DeletePoint "2024-03-05"
+expect_error org.skychart.Chart.Error.NoChart "call Load first" RestorePoints
 [[ -e "$home/early.csv" ]] && fail "a file was written without a chart"
 
 expect_error org.skychart.Chart.Error.InvalidArgument '"Hourly"' Load LUMA Hourly ""
@@ -93,6 +96,30 @@ expect_error org.skychart.Chart.Error.Failed "cannot write" ExportSeries "$home/
 expect_error org.skychart.Chart.Error.Failed "$home/no/such" Render "$home/no/such/c.png" 640 480
 [[ -e "$home/small.png" ]] && fail "a refused render wrote its file"
 
+# DeletePoint takes the point of a DateTime out of the series; RestorePoints answers once the
+# history is in again, every point back once.
+count_of() { sed -E 's/^\(([0-9]+),\)$/\1/' <<<"$1"; }
+chart ExportSeries "$csv" >/dev/null || fail "no export before the deletion"
+before=$(($(wc -l <"$csv") - 1))
+deleted=$(sed -n 6p "$csv" | cut -d, -f1)
+reply=$(chart DeletePoint "$deleted") || fail "DeletePoint $deleted failed: $reply"
+left=$(count_of "$reply")
+((left == before - 1)) || fail "DeletePoint answered \"$reply\" for $before points"
+chart ExportSeries "$home/deleted.csv" >/dev/null || fail "no export after the deletion"
+(($(wc -l <"$home/deleted.csv") - 1 == left)) || fail "the export does not hold $left rows"
+grep -q "^$deleted," "$home/deleted.csv" && fail "the deleted $deleted is still exported"
+expect_error org.skychart.Chart.Error.InvalidArgument "no point" DeletePoint "$deleted"
+expect_error org.skychart.Chart.Error.InvalidArgument '"yesterday" is no point time' \
+    DeletePoint yesterday
+reply=$(chart RestorePoints) || fail "RestorePoints failed: $reply"
+restored=$(count_of "$reply")
+((restored >= before && restored <= before + 1)) || fail "RestorePoints answered \"$reply\""
+chart ExportSeries "$home/restored.csv" >/dev/null || fail "no export after the restore"
+(($(grep -c "^$deleted," "$home/restored.csv") == 1)) || fail "$deleted is not back once"
+[[ -z "$(cut -d, -f1 "$home/restored.csv" | sort | uniq -d)" ]] || fail "doubled rows"
+reply=$(chart RestorePoints) || fail "RestorePoints with nothing deleted failed: $reply"
+(($(count_of "$reply") >= restored)) || fail "RestorePoints again answered \"$reply\""
+
 # Another type and interval go through the combos' texts.
 reply=$(chart Load LUMA Minute 5-Minute) || fail "Load of minute bars failed: $reply"
 minute_header() {
@@ -114,6 +141,7 @@ wait_for 60 grep -qsE "StatusBar: [0-9]+ datapoints available\." "$log" ||
     fail "no chart without a session bus"
 (($(grep -c "Bus control is off" "$log") == 1)) || fail "bus control off not logged once"
 
-echo "PASS: Load, ExportSeries ($rows rows), Render and the error replies over the session bus"
+echo "PASS: Load, ExportSeries ($rows rows), Render, DeletePoint, RestorePoints and the error" \
+    "replies over the session bus"
 cleanup
 exit 0
