@@ -13,6 +13,9 @@
 #include "core/data_types.h"
 #include "history/point_time.h"
 #include "studies/study_panes.h"
+#include "trend/trend_line.h"
+#include "trend/trend_lists.h"
+#include "trend/ui/chart_trendlines.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -154,9 +157,21 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     EXPECT_TRUE(View().PointDeletionActive());
     EXPECT_EQ(m_prompt.boxes.size(), 1u);
 
-    // Yes: the bar is gone from the series, the panes and the studies, which compute again.
+    // Trendline drawing takes the chart from the mode, and the mode from trendline drawing.
+    CChartTrendlines& trendlines = *frame().Trendlines();
+    ASSERT_TRUE(trendlines.Add(ETrendKind::Sloping, {TrendPointAt(history(), 450, 150.0),
+                                                     TrendPointAt(history(), 470, 160.0)}));
+    trendlines.StartDrawing(ETrendKind::Horizontal);
+    EXPECT_FALSE(View().PointDeletionActive());
+    ASSERT_TRUE(View().StartPointDeletion());
+    EXPECT_EQ(trendlines.Placement(), nullptr);
+    EXPECT_EQ(frame().StatusText(), prompt);
+
+    // Yes: the bar is gone from the series, the panes and the studies, which compute again;
+    // the trendline after it finds its bars again.
     m_prompt.answers = {true};
     ClickSlot(60.0);
+    EXPECT_EQ(trendlines.Lists().All().at(0)->Points().at(0).bar, 449.0);
     EXPECT_EQ(history().GetCount(), 499);
     auto expected = original;
     expected.erase(expected.begin() + 440);
