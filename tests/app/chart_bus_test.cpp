@@ -126,8 +126,9 @@ TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
     }
 }
 
-// DeletePoint names a point by its DateTime as the export writes it: a day's bar by its date,
-// a tick to the microsecond; a text of no time, or of no point, is refused.
+// DeletePoint names a point by its DateTime as the export writes it: exactly, the first of
+// equal ones; a text of no time (the reading itself is the point time tests'), or of no point,
+// is refused and named.
 TEST(ChartBusPoints, ATimeTextNamesExactlyOnePointOfTheSeries) {
     CChartHistRequest series;
     for (const auto& [second, micro] : {std::pair{0, 0}, {0, 500}, {0, 500}, {7, 0}}) {
@@ -136,34 +137,24 @@ TEST(ChartBusPoints, ATimeTextNamesExactlyOnePointOfTheSeries) {
         tick.microseconds = micro;
         series.AppendTick(tick);
     }
-    const struct {
-        const char* text;
-        int index; // -1: refused
-    } cases[] = {{"2024-03-05 10:00:00.000500", 1},  {"2024-03-05 10:00:00.0005", 1},
-                 {"2024-03-05 10:00:00", 0},         {"2024-03-05 10:00:07.000000", 3},
-                 {"2024-03-05 10:00:00.000499", -1}, {"2024-03-05", -1},
-                 {"2024-03-05 10:00:08", -1},        {"10:00:07", -1},
-                 {"2024-03-05 10:0:07", -1}};
-    for (const auto& c : cases) {
+    const std::pair<const char*, int> cases[] = {{"2024-03-05 10:00:00.000500", 1},
+                                                 {"2024-03-05 10:00:00", 0},
+                                                 {"2024-03-05 10:00:07.000000", 3},
+                                                 {"2024-03-05 10:00:00.000499", -1},
+                                                 {"2024-03-05", -1},
+                                                 {"2024-03-05 10:00:08", -1},
+                                                 {"junk", -1}};
+    for (const auto& [text, expected] : cases) {
         SPointTime time;
         int index = -1;
-        SChartBusReply reply = CheckChartBusPointTime(c.text, time);
+        SChartBusReply reply = CheckChartBusPointTime(text, time);
         if (reply.Ok()) {
-            reply = FindChartBusPoint(series, time, c.text, index);
+            reply = FindChartBusPoint(series, time, text, index);
         }
-        if (c.index < 0) {
-            EXPECT_EQ(Fault(reply), kInvalid) << c.text;
-        } else {
-            EXPECT_TRUE(reply.Ok()) << c.text << ": " << reply.message;
-            EXPECT_EQ(index, c.index) << c.text;
-        }
+        EXPECT_EQ(reply.Ok() ? "" : Fault(reply), expected < 0 ? kInvalid : "") << text;
+        EXPECT_EQ(index, expected) << text;
+        EXPECT_TRUE(reply.Ok() || reply.message.find(text) != std::string::npos) << reply.message;
     }
-    SPointTime time;
-    ASSERT_TRUE(CheckChartBusPointTime("2024-03-05 10:00:00.000499", time).Ok());
-    int index = -1;
-    const SChartBusReply missing = FindChartBusPoint(series, time, "that time", index);
-    EXPECT_NE(missing.message.find("that time"), std::string::npos) << missing.message;
-    EXPECT_NE(CheckChartBusPointTime("junk", time).message.find("\"junk\""), std::string::npos);
 }
 
 } // namespace

@@ -49,6 +49,22 @@ protected:
     bool WaitForShown() {
         return WaitFor([this] { return View().HistoryShown(); }, std::chrono::seconds(120));
     }
+    // Opens the frame on a portico of its own whose market is closed for the weekend, so that
+    // nothing but `arguments` (extra trades, say) changes the series.
+    void OpenOnClosedMarket(std::vector<std::string> arguments = {}) {
+        arguments.insert(arguments.end(), {"--linger", "0", "--connect-delay", "100",
+                                           "--start-time", "2024-03-09 12:00:00"});
+        m_market = std::make_unique<PorticoProcess>(PORTICO_EXECUTABLE);
+        ASSERT_TRUE(m_market->start(arguments)) << m_market->errorOutput();
+        std::ofstream(home() + "/config/Orvane/Kestrel/Startup.conf")
+            << fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n",
+                           m_market->adminPort(), m_market->lookupPort(), m_market->level1Port());
+        OpenFrame();
+    }
+    void TearDown() override {
+        FrameTest::TearDown();
+        m_market.reset();
+    }
     CChartFormView& View() { return *frame().ChartView(); }
     CChartCanvas& Canvas() { return View().Canvas(); }
 
@@ -98,10 +114,12 @@ protected:
                           Qt::NoModifier);
         QCoreApplication::sendEvent(&Canvas().Stack(), &press);
     }
+
+    std::unique_ptr<PorticoProcess> m_market;
 };
 
 TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBringsAllBack) {
-    OpenFrame();
+    OpenOnClosedMarket();
     LoadLuma({{"RequestDataType", "2"}, {"RequestDatapoints", "300,40,500,10,6"}});
     const auto original = Points();
     ASSERT_EQ(original.size(), 500u);
@@ -212,16 +230,8 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
 }
 
 TEST_F(PointDeletionFrameTest, TheBusDeletesByTimeLiveTicksFollowAndARestoreAnswersWhenItIsIn) {
-    // A Saturday: the market is closed, only the service's extra trades come, four in five
-    // seconds; the history answer stays the same.
-    PorticoProcess market(PORTICO_EXECUTABLE);
-    ASSERT_TRUE(market.start({"--linger", "0", "--connect-delay", "100", "--start-time",
-                              "2024-03-09 12:00:00", "--stress-rate", "5"}))
-        << market.errorOutput();
-    std::ofstream(home() + "/config/Orvane/Kestrel/Startup.conf")
-        << fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n",
-                       market.adminPort(), market.lookupPort(), market.level1Port());
-    OpenFrame();
+    // Only the service's extra trades come, four in five seconds; the history answer stays.
+    OpenOnClosedMarket({"--stress-rate", "5"});
     CChartBusTarget bus(frame(), settings());
     const auto error = [](const SBusMethodResult& result) {
         EXPECT_FALSE(result.errorMessage.empty()) << result.errorName;
@@ -288,7 +298,6 @@ TEST_F(PointDeletionFrameTest, TheBusDeletesByTimeLiveTicksFollowAndARestoreAnsw
     ASSERT_EQ(answers.size(), 4u);
     EXPECT_EQ(answers[3].errorName, "org.skychart.Chart.Error.Failed");
     EXPECT_NE(answers[3].errorMessage.find("replaced"), std::string::npos);
-    market.stop();
 }
 
 } // namespace
