@@ -6,6 +6,8 @@
 #include "app/export.h"
 #include "core/data_types.h"
 #include "history/chart_hist_request.h"
+#include "trend/trend_lists.h"
+#include "trend/trend_lists.h"
 
 #include <gtest/gtest.h>
 
@@ -116,7 +118,8 @@ TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
     for (const char* text :
          {"org.skychart.Skychart.pid", "gdbus call --session", "/Skychart",
           "org.skychart.Chart.Load", "ExportSeries(path) -> rows", "Render(path, width, height)",
-          "DeletePoint(time) -> count", "RestorePoints() -> count", kInvalid}) {
+          "DeletePoint(time) -> count", "RestorePoints() -> count",
+          "AddTrendline(kind, times, prices) -> count", "Trendlines() -> JSON", kInvalid}) {
         EXPECT_NE(usage.find(text), std::string::npos) << text;
     }
     // The rows of an export are the lines after the header, the last one ended or not.
@@ -158,3 +161,40 @@ TEST(ChartBusPoints, ATimeTextNamesExactlyOnePointOfTheSeries) {
 }
 
 } // namespace
+
+// AddTrendline takes a kind by its name in any case and exactly its clicks' worth of points;
+// Trendlines() writes them back with their look.
+TEST(ChartBusTrendlines, ArgumentsCheckedAndTrendlinesWrittenAsJson) {
+    SChartBusTrendline line;
+    const std::vector<std::string> two = {"2026-03-02 00:00:00", "2026-03-09"};
+    ASSERT_TRUE(CheckChartBusTrendline("fibonacci fan", two, {1.5, 2.5}, line).Ok());
+    EXPECT_EQ(line.kind, ETrendKind::FibonacciFan);
+    ASSERT_EQ(line.points.size(), 2u);
+    EXPECT_TRUE(line.points[1].first.time == CDateTime(2026, 3, 9, 0, 0, 0));
+    const std::string nan = "nan";
+    for (const auto& [kind, times, prices, says] : std::vector<
+             std::tuple<std::string, std::vector<std::string>, std::vector<double>, std::string>>{
+             {"Fibonacci", two, {1, 2}, "Andrew's Pitchfork"},
+             {"Parallel", two, {1, 2}, "takes 3 times"},
+             {"Sloping", two, {1}, "not 2 and 1"},
+             {"Sloping", {"2026-03-02", "03/09/2026"}, {1, 2}, "time 2"},
+             {"Sloping", two, {1, std::stod(nan)}, "price 2"}}) {
+        const SChartBusReply reply = CheckChartBusTrendline(kind, times, prices, line);
+        EXPECT_EQ(Fault(reply), kInvalid) << kind;
+        EXPECT_NE(reply.message.find(says), std::string::npos) << reply.message;
+    }
+
+    struct SPane : ITrendPane {
+        void AddTrendItem(std::shared_ptr<CDrawnItem>) override {}
+        void RemoveTrendItem(const CDrawnItem*) override {}
+    } pane;
+    CTrendLists lists(pane);
+    EXPECT_EQ(TrendlinesJson(lists, false), "[]");
+    const SPointTime time{CDateTime(2026, 3, 2, 9, 30, 0), 250};
+    lists.Add(ETrendKind::Sloping, {{0, 1.5, time}, {3, 2.25, time}},
+              {MakeColorRef(0x12, 0x34, 0xAB), 3, true});
+    EXPECT_EQ(TrendlinesJson(lists, true),
+              R"([{"color":"#1234ab","extendable":true,"kind":"Sloping","points":[)"
+              R"({"price":1.5,"time":"2026-03-02 09:30:00.000250"},)"
+              R"({"price":2.25,"time":"2026-03-02 09:30:00.000250"}],"width":3}])");
+}

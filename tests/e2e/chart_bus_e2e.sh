@@ -3,7 +3,8 @@
 # it starts) is driven through org.skychart.Chart: Load, ExportSeries polled until the history is
 # in (its rows and header checked against the file and against "Skychart --export" of the same
 # chart), Render of a 640x480 PNG, DeletePoint and RestorePoints checked against the exports,
-# and the error replies of bad calls.
+# AddTrendline, Trendlines and DeleteAllTrendlines against the trendline file, and the error
+# replies of bad calls.
 # Usage: chart_bus_e2e.sh SKYCHART_EXECUTABLE
 # Exits 77 (skipped) when dbus-run-session or gdbus is missing.
 set -uo pipefail
@@ -120,6 +121,25 @@ chart ExportSeries "$home/restored.csv" >/dev/null || fail "no export after the 
 reply=$(chart RestorePoints) || fail "RestorePoints with nothing deleted failed: $reply"
 (($(count_of "$reply") >= restored)) || fail "RestorePoints again answered \"$reply\""
 
+# AddTrendline draws a line through two bars, keeps it in the trendline file beside the settings
+# and Trendlines() gives it back; DeleteAllTrendlines removes it from both.
+trendfile=$home/config/Orvane/Kestrel/DisplayApps/Skychart.trendlines.json
+first=$(sed -n 10p "$csv" | cut -d, -f1)
+last=$(tail -n 1 "$csv" | cut -d, -f1)
+reply=$(chart AddTrendline Sloping "['$first', '$last']" "[10.5, 20.25]") ||
+    fail "AddTrendline failed: $reply"
+[[ "$reply" == "(1,)" ]] || fail "AddTrendline answered \"$reply\""
+reply=$(chart Trendlines) || fail "Trendlines failed: $reply"
+grep -qF '"kind":"Sloping"' <<<"$reply" || fail "Trendlines answered \"$reply\""
+grep -qF "\"$first\"" "$trendfile" || fail "the trendline is not in $trendfile"
+expect_error org.skychart.Chart.Error.InvalidArgument "no trendline kind" AddTrendline Ray \
+    "['$first', '$last']" "[1.0, 2.0]"
+expect_error org.skychart.Chart.Error.InvalidArgument "no bar" AddTrendline Sloping \
+    "['$first', '1900-01-01']" "[1.0, 2.0]"
+reply=$(chart DeleteAllTrendlines) || fail "DeleteAllTrendlines failed: $reply"
+[[ "$reply" == "(1,)" ]] || fail "DeleteAllTrendlines answered \"$reply\""
+grep -qF "$first" "$trendfile" && fail "the deleted trendline is still in $trendfile"
+
 # Another type and interval go through the combos' texts.
 reply=$(chart Load LUMA Minute 5-Minute) || fail "Load of minute bars failed: $reply"
 minute_header() {
@@ -141,7 +161,7 @@ wait_for 60 grep -qsE "StatusBar: [0-9]+ datapoints available\." "$log" ||
     fail "no chart without a session bus"
 (($(grep -c "Bus control is off" "$log") == 1)) || fail "bus control off not logged once"
 
-echo "PASS: Load, ExportSeries ($rows rows), Render, DeletePoint, RestorePoints and the error" \
-    "replies over the session bus"
+echo "PASS: Load, ExportSeries ($rows rows), Render, DeletePoint, RestorePoints, the trendline" \
+    "calls and the error replies over the session bus"
 cleanup
 exit 0
