@@ -331,16 +331,14 @@ SGridChange ChangeGridColor(CMainFrame& frame, ColorRef color) {
 }
 
 // A full redraw of the eleven panes: the items of every pane handed to its chart, then the stack
-// painted. Milliseconds, median of `times`.
-double FullRedrawMs(CChartCanvas& canvas, int times) {
-    std::vector<double> ms;
+// painted. Milliseconds of each of `times` redraws, added to `ms`.
+void FullRedraws(CChartCanvas& canvas, int times, std::vector<double>& ms) {
     for (int i = 0; i < times; ++i) {
         const TimePoint start = Clock::now();
         canvas.RedrawAll();
         canvas.Stack().repaint();
         ms.push_back(Seconds(start, Clock::now()) * 1000.0);
     }
-    return Median(ms);
 }
 
 // Fifty trendlines of every kind over the displayed bars, at prices within the price pane.
@@ -498,12 +496,16 @@ int main(int argc, char** argv) {
         QApplication::processEvents();
     }
 
-    // A full redraw with fifty trendlines on the chart against the same chart without them.
+    // A full redraw with fifty trendlines on the chart against the same chart without them, in
+    // alternating blocks so that the machine's drift falls on both alike.
     CChartCanvas& canvas = frame.ChartView()->Canvas();
-    const double redrawBare = FullRedrawMs(canvas, 15);
-    AddFiftyTrendlines(frame, history);
-    const double redrawTrend = FullRedrawMs(canvas, 15);
-    frame.Trendlines()->DeleteAll(false);
+    std::vector<double> redrawBare, redrawTrend;
+    for (int block = 0; block < 5; ++block) {
+        FullRedraws(canvas, 11, redrawBare);
+        AddFiftyTrendlines(frame, history);
+        FullRedraws(canvas, 11, redrawTrend);
+        frame.Trendlines()->DeleteAll(false);
+    }
 
     const CChartHistRequest& series = history;
     const double seriesMb = (static_cast<double>(series.GetCount()) * sizeof(sTICK) +
@@ -568,7 +570,7 @@ int main(int argc, char** argv) {
                 gridComputations);
     std::printf("  full redraw of the eleven panes: %.1f ms without trendlines, %.1f ms with 50; "
                 "ratio %.2fx (target at most 1.1x)\n",
-                redrawBare, redrawTrend, redrawTrend / redrawBare);
+                Median(redrawBare), Median(redrawTrend), Median(redrawTrend) / Median(redrawBare));
     std::printf("  note: the machine is shared; the other load on it shows in every number\n");
     std::fflush(stdout);
 
