@@ -54,10 +54,36 @@ bool ClipSegment(QPointF& a, QPointF& b, const QRectF& r) {
     return true;
 }
 
-void PaintPointLine(QPainter& painter, const SPaneSeries& series, const QRect& plot,
-                    const SAxisMap& x, const SAxisMap& y) {
-    const QRectF area = QRectF(plot).adjusted(-2.0, -2.0, 2.0, 2.0);
+// The segments of consecutive point lines that share a pen (the parts of a trendline, say),
+// drawn in one call when the pen changes or another kind of series comes.
+struct SLineBatch {
+    QPen pen;
+    bool active = false;
     std::vector<QLineF> segments;
+
+    void Flush(QPainter& painter) {
+        if (!segments.empty()) {
+            painter.drawLines(segments.data(), static_cast<int>(segments.size()));
+            segments.clear();
+        }
+    }
+    void End(QPainter& painter) {
+        Flush(painter);
+        active = false;
+    }
+};
+
+void PaintPointLine(QPainter& painter, const SPaneSeries& series, const QRect& plot,
+                    const SAxisMap& x, const SAxisMap& y, SLineBatch& batch) {
+    const QRectF area = QRectF(plot).adjusted(-2.0, -2.0, 2.0, 2.0);
+    const QPen pen = LinePen(series.line);
+    if (!batch.active || batch.pen != pen) {
+        batch.Flush(painter);
+        painter.setPen(pen);
+        batch.pen = pen;
+        batch.active = true;
+    }
+    std::vector<QLineF>& segments = batch.segments;
     std::vector<QPointF> dots;
     bool havePrevious = false;
     bool previousJoined = false; // the previous point starts or continues a segment
@@ -84,10 +110,6 @@ void PaintPointLine(QPainter& painter, const SPaneSeries& series, const QRect& p
     }
     if (havePrevious && !previousJoined && area.contains(previous)) {
         dots.push_back(previous);
-    }
-    painter.setPen(LinePen(series.line));
-    if (!segments.empty()) {
-        painter.drawLines(segments.data(), static_cast<int>(segments.size()));
     }
     if (!dots.empty()) {
         painter.drawPoints(dots.data(), static_cast<int>(dots.size()));
@@ -221,11 +243,15 @@ void PaintPaneSeries(QPainter& painter, const CPaneSeriesSet& set, const QRect& 
     const auto axis = [&](CChart2D::EAxis which) -> const SAxisMap& {
         return y[which == CChart2D::EAxis::Y ? 0 : 1];
     };
+    SLineBatch batch;
     for (const auto& [id, series] : set.Items()) {
+        if (series.kind != SPaneSeries::EKind::Line || !series.explicitPoints) {
+            batch.End(surface.Painter());
+        }
         switch (series.kind) {
         case SPaneSeries::EKind::Line:
             if (series.explicitPoints) {
-                PaintPointLine(surface.Painter(), series, plot, x, axis(series.line.axis));
+                PaintPointLine(surface.Painter(), series, plot, x, axis(series.line.axis), batch);
             } else {
                 PaintValueLine(surface, series, plot, x, axis(series.line.axis));
             }
@@ -238,4 +264,5 @@ void PaintPaneSeries(QPainter& painter, const CPaneSeriesSet& set, const QRect& 
             break;
         }
     }
+    batch.End(surface.Painter());
 }
