@@ -251,13 +251,8 @@ private:
 };
 
 TEST_F(HistoryFrameTest, ASlowAnswerReportsProgressAndHoldsLevel1LinesUntilItsEnd) {
-    // A second portico that writes slowly; the frame talks to it instead.
-    PorticoProcess slow(PORTICO_EXECUTABLE);
-    ASSERT_TRUE(slow.start({"--linger", "0", "--connect-delay", "100", "--fault-drip", "3000"}))
-        << slow.errorOutput();
-    std::ofstream(home() + "/config/Orvane/Kestrel/Startup.conf")
-        << fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n", slow.adminPort(),
-                       slow.lookupPort(), slow.level1Port());
+    // A portico that writes slowly.
+    UsePortico({"--fault-drip", "3000"});
     OpenConnectedFrame({{"RequestRecentType", "0,3,6,8,9"},
                         {"RequestDatapoints", "4000,10000,10000,10000,10000"},
                         {"RequestEnableExtendedTrades", "1,0,0,0,0"},
@@ -302,7 +297,6 @@ TEST_F(HistoryFrameTest, ASlowAnswerReportsProgressAndHoldsLevel1LinesUntilItsEn
     // The watch's fundamental line and the quotes came while loading and waited for the end.
     EXPECT_GT(mostHeld, 0u);
     EXPECT_TRUE(view->Loader().HeldLevel1Lines().empty());
-    slow.stop();
 }
 
 TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftAsItIs) {
