@@ -192,7 +192,6 @@ TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLo
 
     frame().RequestTypeCombo()->setCurrentIndex(2); // Daily
     ASSERT_TRUE(WaitForLoaded());
-    EXPECT_EQ(Stored("RequestDataType"), "2");
     EXPECT_EQ(Stored("RequestType"), "6");
     const std::vector<sTICK> days = Series();
     ASSERT_EQ(days.size(), 30u);
@@ -208,7 +207,6 @@ TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLo
 
     frame().IntervalCombo()->setCurrentIndex(6); // 15-Minute
     ASSERT_TRUE(WaitForLoaded());
-    EXPECT_EQ(Stored("RequestIntervalIndex"), "6");
     const std::vector<sTICK> bars = Series();
     ASSERT_EQ(bars.size(), 40u);
     for (std::size_t i = 0; i < bars.size(); ++i) {
