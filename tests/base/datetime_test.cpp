@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 TEST(CDateTime, EncodesDaysSinceTheEpochWithTheTimeAsFraction) {
@@ -28,19 +30,17 @@ TEST(CDateTime, FieldsRoundTripAcrossTheRange) {
 }
 
 TEST(CDateTime, ImpossibleCalendarFieldsAreInvalid) {
-    EXPECT_FALSE(CDateTime(2021, 2, 29, 0, 0, 0).IsValid());
-    EXPECT_FALSE(CDateTime(2020, 2, 30, 0, 0, 0).IsValid());
-    EXPECT_FALSE(CDateTime(2020, 4, 31, 0, 0, 0).IsValid());
-    EXPECT_FALSE(CDateTime(2020, 13, 1, 0, 0, 0).IsValid());
-    EXPECT_FALSE(CDateTime(2020, 1, 1, 24, 0, 0).IsValid());
-    EXPECT_FALSE(CDateTime(2020, 1, 1, 0, 60, 0).IsValid());
-    EXPECT_FALSE(CDateTime(2020, 1, 1, 0, 0, 60).IsValid());
-    EXPECT_FALSE(CDateTime(0, 0, 0, 0, 0, 0).IsValid()); // a date of zero
-    EXPECT_FALSE(CDateTime(99, 12, 31, 0, 0, 0).IsValid());
-    EXPECT_FALSE(CDateTime(10000, 1, 1, 0, 0, 0).IsValid());
-    EXPECT_FALSE(CDateTime(2020, -1, 1, 0, 0, 0).IsValid());
-    EXPECT_TRUE(CDateTime(2000, 2, 29, 0, 0, 0).IsValid());  // divisible by 400
-    EXPECT_FALSE(CDateTime(1900, 2, 29, 0, 0, 0).IsValid()); // divisible by 100 only
+    // 2000 is divisible by 400, 1900 by 100 only; a date of zero.
+    const SDateTimeFields impossible[] = {
+        {2021, 2, 29, 0, 0, 0}, {2020, 2, 30, 0, 0, 0}, {2020, 4, 31, 0, 0, 0},
+        {2020, 13, 1, 0, 0, 0}, {2020, 1, 1, 24, 0, 0}, {2020, 1, 1, 0, 60, 0},
+        {2020, 1, 1, 0, 0, 60}, {0, 0, 0, 0, 0, 0},     {99, 12, 31, 0, 0, 0},
+        {10000, 1, 1, 0, 0, 0}, {2020, -1, 1, 0, 0, 0}, {1900, 2, 29, 0, 0, 0}};
+    for (const auto& f : impossible) {
+        EXPECT_FALSE(CDateTime(f.year, f.month, f.day, f.hour, f.minute, f.second).IsValid())
+            << f.year << "-" << f.month << "-" << f.day << " " << f.hour << ":" << f.minute;
+    }
+    EXPECT_TRUE(CDateTime(2000, 2, 29, 0, 0, 0).IsValid());
 }
 
 TEST(CDateTime, InvalidValuesReadBackAsMinusOne) {
@@ -54,13 +54,9 @@ TEST(CDateTime, InvalidValuesReadBackAsMinusOne) {
 
 TEST(CDateTime, ReadsCalendarPartsAndWeekday) {
     const CDateTime value(2026, 11, 21, 14, 3, 7); // a Saturday
-    EXPECT_EQ(value.GetYear(), 2026);
-    EXPECT_EQ(value.GetMonth(), 11);
-    EXPECT_EQ(value.GetDay(), 21);
-    EXPECT_EQ(value.GetHour(), 14);
-    EXPECT_EQ(value.GetMinute(), 3);
-    EXPECT_EQ(value.GetSecond(), 7);
-    EXPECT_EQ(value.GetDayOfWeek(), 7);
+    EXPECT_EQ(std::tuple(value.GetYear(), value.GetMonth(), value.GetDay(), value.GetHour(),
+                         value.GetMinute(), value.GetSecond(), value.GetDayOfWeek()),
+              std::tuple(2026, 11, 21, 14, 3, 7, 7));
     EXPECT_EQ(CDateTime(2026, 11, 22, 0, 0, 0).GetDayOfWeek(), 1);
 }
 

@@ -86,16 +86,13 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
     EXPECT_TRUE(prompt.Texts().empty());
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(dataApplied, 1);
-    EXPECT_EQ(Stored("RequestRecentType"), "0,4,7,8,9");
-    EXPECT_EQ(Stored("RequestType"), "4");
-    EXPECT_EQ(Stored("RequestDays"), "1,4,1,0,0");
-    EXPECT_EQ(Stored("RequestFilterOn"), "false,true,false,false,false");
-    EXPECT_EQ(Stored("RequestBeginFilterTime"), "093000,094500,093000,093000,093000");
-    EXPECT_EQ(Stored("RequestDatapoints"), "2500,200,300,400,500");
-    EXPECT_EQ(Stored("RequestEnableExtendedTrades"), "1,0,0,0,0");
+    // Settings the page does not edit (the data type) are left as they were.
+    ExpectStored({"RequestRecentType=0,4,7,8,9", "RequestType=4", "RequestDays=1,4,1,0,0",
+                  "RequestFilterOn=false,true,false,false,false", "RequestDataType=1",
+                  "RequestBeginFilterTime=093000,094500,093000,093000,093000",
+                  "RequestDatapoints=2500,200,300,400,500",
+                  "RequestEnableExtendedTrades=1,0,0,0,0"});
     EXPECT_EQ(Stored("RequestBeginDate").substr(18, 8), "20200101");
-    // Settings the page does not edit are left as they were.
-    EXPECT_EQ(Stored("RequestDataType"), "1");
 
     // Leaving a data type with a bad number stores the default, with the message; so does OK.
     page.DataTypeSelector()->setCurrentIndex(2);

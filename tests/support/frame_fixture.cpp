@@ -21,21 +21,27 @@ namespace skychart::test {
 using namespace std::chrono_literals;
 
 void FrameTest::SetUp() {
-    m_portico = std::make_unique<PorticoProcess>(PORTICO_EXECUTABLE);
-    // A frozen exchange clock keeps answers stable; no linger, the test stops portico.
-    ASSERT_TRUE(m_portico->start({"--linger", "0", "--connect-delay", "100"}))
-        << m_portico->errorOutput();
-
     const std::string config = home() + "/config";
     const std::string state = home() + "/state";
     ::setenv("XDG_CONFIG_HOME", config.c_str(), 1);
     ::setenv("XDG_STATE_HOME", state.c_str(), 1);
+    // A frozen exchange clock keeps answers stable; no linger, the test stops portico.
+    UsePortico();
+    settings().Reset();
+}
+
+void FrameTest::UsePortico(std::vector<std::string> arguments) {
+    if (m_portico) {
+        m_portico->stop();
+    }
+    arguments.insert(arguments.begin(), {"--linger", "0", "--connect-delay", "100"});
+    m_portico = std::make_unique<PorticoProcess>(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(m_portico->start(arguments)) << m_portico->errorOutput();
     m_home.writeFile("config/Orvane/Kestrel/Startup.conf",
                      fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n"
-                                 "LogPath={}/logs\n",
+                                 "LogPath={}/state/logs\n",
                                  m_portico->adminPort(), m_portico->lookupPort(),
-                                 m_portico->level1Port(), state));
-    settings().Reset();
+                                 m_portico->level1Port(), home()));
 }
 
 void FrameTest::TearDown() {

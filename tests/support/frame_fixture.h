@@ -55,6 +55,9 @@ protected:
     void EnterInSymbolBox(const QString& text);
 
     PorticoProcess& portico() { return *m_portico; }
+    // Stops the test's portico and starts another with `arguments` (after no linger and a short
+    // connect delay), which the frames opened from now on talk to.
+    void UsePortico(std::vector<std::string> arguments = {});
     // The portico processes the frames launched for this test that are still running.
     std::vector<int> LaunchedPorticos() const;
     const std::string& home() const { return m_home.path(); }

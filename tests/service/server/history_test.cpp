@@ -1,7 +1,5 @@
 // History answers of every kind, their line formats, limits, directions, filters and errors.
 
-#include <algorithm>
-#include <map>
 #include <regex>
 
 #include "portico_fixture.h"
@@ -173,57 +171,6 @@ TEST_F(HistoryTest, PipelinedCommandsAreAnsweredInOrder) {
     EXPECT_EQ(second->size(), 3u);
     EXPECT_EQ(third->size(), 2u);
     EXPECT_EQ(fourth->front(), "Fourth,LS,LUMA,1,1,Lumarel Photonics Corp,");
-}
-
-// Bars as portico sends them equal the aggregate of the ticks it sends for their period: field
-// order and price texts over the wire. (Weeks and months grouped from days are the market's own
-// tests.)
-TEST_F(HistoryTest, BarsAggregateTheTicksOfTheirPeriod) {
-    // Interval bars of a busy morning, and the day bars of a thin equity, so that extended-hours
-    // trades and quiet minutes both occur.
-    const struct {
-        std::string symbol, from, to;
-        int seconds;
-    } cases[] = {
-        {"LUMA", "20261119 093000", "20261119 105959", 60},
-        {"LUMA", "20261119 093000", "20261119 105959", 300},
-        {"LUMA", "20261119 093000", "20261119 105959", 900},
-        {"YRRO", "20261117 000000", "20261118 235959", 86400},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.symbol + " every " + std::to_string(c.seconds) + " s");
-        const bool days = c.seconds == 86400;
-        const auto bars = lookupData(days ? "HDT," + c.symbol + "," + c.from.substr(0, 8) + "," +
-                                                c.to.substr(0, 8) + ",,1,B"
-                                          : "HIT," + c.symbol + "," + std::to_string(c.seconds) +
-                                                "," + c.from + "," + c.to + ",,,,1,B,,s,1",
-                                     "B");
-        const auto ticks =
-            lookupData("HTT," + c.symbol + "," + c.from + "," + c.to + ",,,,1,T", "T");
-        std::map<long long, PrintedBar> expected; // by the start of the bar
-        bool extended = false;
-        for (const auto& t : ticks) {
-            extended = extended || t[9] == "E";
-            if (t[9] != "O") { // odd lots count in no bar
-                expected[SecondsOf(t[2]) / c.seconds * c.seconds].add(t[3], std::stoll(t[4]),
-                                                                      std::stoll(t[5]));
-            }
-        }
-        EXPECT_EQ(extended, days);
-        ASSERT_EQ(bars.size(), expected.size());
-        auto e = expected.begin();
-        for (const auto& bar : bars) {
-            ASSERT_EQ(SecondsOf(bar[2]), e->first) << bar[2];
-            auto want = e->second.intervalFields();
-            want.resize(days ? 5 : 7);
-            ASSERT_GE(bar.size(), 3 + want.size());
-            EXPECT_EQ(
-                std::vector(bar.begin() + 3, bar.begin() + 3 + static_cast<long>(want.size())),
-                want)
-                << bar[2];
-            ++e;
-        }
-    }
 }
 
 } // namespace
