@@ -151,6 +151,33 @@ std::optional<double> CBaseTrend::HitTest(const CChart2D& chart, const SPaneView
     return distance;
 }
 
+bool CBaseTrend::MoveBy(const CChart2D& chart, const SPaneView& view, CChart2D::SPixelPoint from,
+                        CChart2D::SPixelPoint to) {
+    (void)view;
+    const double bars = chart.PixelXToSlot(to.x) - chart.PixelXToSlot(from.x);
+    const double price = chart.PixelYToValue(to.y, CChart2D::EAxis::Y) -
+                         chart.PixelYToValue(from.y, CChart2D::EAxis::Y);
+    if (!std::isfinite(bars) || !std::isfinite(price)) {
+        return false;
+    }
+    // Whole bars only; the rest of the move waits for the next step of the drag.
+    m_dragBars += bars;
+    const double whole = std::trunc(m_dragBars);
+    m_dragBars -= whole;
+    for (STrendPoint& point : m_points) {
+        point.bar += whole;
+        point.price += price;
+    }
+    return true;
+}
+
+void CBaseTrend::ReTime(const CChartHistRequest& history) {
+    m_dragBars = 0.0;
+    for (STrendPoint& point : m_points) {
+        point = TrendPointAt(history, point.bar, point.price);
+    }
+}
+
 int TrendPartCount(ETrendKind kind) {
     const int clicks = TrendKindInfo(kind).clicks;
     // Points far apart, so that no part collapses.

@@ -46,6 +46,13 @@ public:
     void Erase(CChart2D& chart) const override;
     std::optional<double> HitTest(const CChart2D& chart, const SPaneView& view,
                                   CChart2D::SPixelPoint point, double tolerance) const override;
+    // Follows a drag: every point moves by the whole bars and the price the mouse moved; the
+    // points' times are found again from their bars when the drag ends (Reanchor's reverse,
+    // ReTime).
+    bool MoveBy(const CChart2D& chart, const SPaneView& view, CChart2D::SPixelPoint from,
+                CChart2D::SPixelPoint to) override;
+    // The points take the times (and, clamped into the series, the bars) of their bars.
+    void ReTime(const CChartHistRequest& history);
 
 private:
     std::vector<STrendPart> Parts() const;
@@ -55,6 +62,7 @@ private:
     STrendStyle m_style;
     std::vector<int> m_numbers;
     bool m_highlighted = false;
+    double m_dragBars = 0.0; // the part of a drag short of a whole bar
 };
 
 // How many series a trendline of `kind` draws.

@@ -108,8 +108,23 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
     }
     const auto horizontal = Trend().Lists().List(ETrendKind::Horizontal).Trendlines()[0];
 
-    // Both lines start at the same point: the earlier kind is picked. While the question is
-    // asked the line flashes by its timer; No keeps it drawn normally.
+    // A press on a line drags it, whole bars at a time, instead of scrolling the chart; the drag's
+    // end stores its new bars' times.
+    const std::vector<STrendPoint> before = horizontal->Points();
+    const int position = Canvas().Range().Position();
+    Send(QEvent::MouseButtonPress, At(40, price));
+    Send(QEvent::MouseMove, At(41.4, price * 1.02));
+    Send(QEvent::MouseMove, At(43.2, price * 1.02));
+    Send(QEvent::MouseButtonRelease, At(43.2, price * 1.02));
+    EXPECT_EQ(Canvas().Range().Position(), position);
+    const std::vector<STrendPoint> after = horizontal->Points();
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        EXPECT_EQ(after[i].bar, before[i].bar + 3);
+        EXPECT_NEAR(after[i].price, price * 1.02, price * 0.002);
+        EXPECT_TRUE(after[i].time.time == TimeOfBar(history(), after[i].bar).time);
+    }
+
+    // While the question is asked the line flashes by its timer; No keeps it drawn normally.
     int toggles = 0;
     m_prompt.whileAsked = [&] {
         EXPECT_TRUE(Trend().FlashTimer().isActive());
@@ -127,7 +142,7 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
     m_prompt.answers = {false};
     Trend().StartDeleting();
     EXPECT_EQ(frame().StatusText(), "Click on a trendline to delete (Right click to cancel)");
-    Send(QEvent::MouseButtonPress, At(30, price));
+    Send(QEvent::MouseButtonPress, At(30, price * 1.02));
     ASSERT_EQ(m_prompt.Texts(),
               std::vector<std::string>{"Delete Trendline|Delete flashing trendline?"});
     m_prompt.whileAsked = nullptr;
@@ -144,7 +159,7 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
     Trend().StartDeleting();
     Send(QEvent::MouseButtonPress, At(100, price * 0.5));
     EXPECT_EQ(m_prompt.boxes.size(), 1u);
-    Send(QEvent::MouseButtonPress, At(30, price));
+    Send(QEvent::MouseButtonPress, At(30, price * 1.02));
     EXPECT_EQ(Trend().Lists().Count(), 1);
     EXPECT_EQ(Trend().Lists().List(ETrendKind::Horizontal).Trendlines().size(), 0u);
 
@@ -155,6 +170,7 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
     LoadLuma();
     ASSERT_EQ(Trend().Lists().Count(), 1);
     EXPECT_EQ(Trend().Lists().All()[0]->Points(), kept);
+    EXPECT_EQ(Trend().Lists().All()[0]->Kind(), ETrendKind::Sloping);
 
     // "Delete all trendlines?": No keeps them, Yes removes them, from the file too.
     m_prompt.answers = {false, true};

@@ -129,6 +129,8 @@ signals:
     void statusText(const QString& text);
     // The cursor moved to another bar (or off the bars): the info text changed.
     void cursorReadOutChanged();
+    // A drag of `item` ended, having moved it.
+    void itemMoved(const CDrawnItem* item);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

@@ -239,8 +239,13 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         }
         m_dragBorder = -1;
         m_draggingChart = false;
+        const std::shared_ptr<CDrawnItem> moved = m_itemMoved ? m_dragItem : nullptr;
         m_dragItem.reset();
+        m_itemMoved = false;
         m_stack->setCursor(Qt::ArrowCursor);
+        if (moved != nullptr) {
+            emit itemMoved(moved.get());
+        }
         return true;
     }
     case QEvent::Wheel: {

@@ -40,6 +40,15 @@ CChartTrendlines::CChartTrendlines(CChartCanvas& canvas, const CChartHistRequest
       m_save(std::move(save)), m_pane(canvas), m_lists(m_pane) {
     m_flash.setObjectName(QString::number(timers::kFlashId));
     m_flash.setInterval(timers::kFlashPeriodMs);
+    connect(&m_canvas, &CChartCanvas::itemMoved, this, [this](const CDrawnItem* item) {
+        for (const auto& trend : m_lists.All()) {
+            if (trend.get() == item) {
+                trend->ReTime(m_history);
+                Changed();
+                return;
+            }
+        }
+    });
     connect(&m_flash, &QTimer::timeout, this, [this] {
         if (m_flashing != nullptr) {
             m_flashing->SetHighlighted(!m_flashing->Highlighted());
