@@ -80,6 +80,9 @@ CMainFrame::~CMainFrame() {
     delete m_chartBus;
     m_chartBus = nullptr;
     m_feed.reset();
+    // The trendlines are items of the chart's panes: they go while the chart is still there.
+    delete m_trendlines;
+    m_trendlines = nullptr;
 }
 
 bool CMainFrame::Create() {
