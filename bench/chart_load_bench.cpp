@@ -194,8 +194,11 @@ protected:
 
 private:
     bool Shows() const {
-        // An expected count of 0 takes any complete series (the warm-up).
-        return m_frame.complete && (m_expected <= 0 || m_frame.history.GetCount() == m_expected);
+        // An expected count of 0 takes any complete series (the warm-up). While the market
+        // trades, a later answer may hold a few points more or fewer than the warm-up's.
+        return m_frame.complete &&
+               (m_expected <= 0 ||
+                std::abs(m_frame.history.GetCount() - m_expected) <= 1 + m_expected / 1000);
     }
 
     CTimedFrame& m_frame;
