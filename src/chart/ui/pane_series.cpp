@@ -73,8 +73,32 @@ struct SLineBatch {
     }
 };
 
+// The label of `series` at `topLeft`: on the screen an image of it drawn once and blitted after,
+// elsewhere (printing, export) the text itself.
+void PaintLabel(QPainter& painter, const SPaneSeries& series, QPointF topLeft, bool screen) {
+    if (!screen) {
+        painter.drawStaticText(topLeft, series.labelText);
+        return;
+    }
+    if (series.labelImage.isNull() || series.labelStyle.color != series.line.color) {
+        const QSizeF size = series.labelText.size();
+        QImage image(static_cast<int>(std::ceil(size.width())) + 1,
+                     static_cast<int>(std::ceil(size.height())) + 1,
+                     QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QPainter text(&image);
+        text.setFont(painter.font());
+        text.setPen(painter.pen().color());
+        text.drawStaticText(QPointF(0.0, 0.0), series.labelText);
+        text.end();
+        series.labelImage = std::move(image);
+        series.labelStyle = series.line;
+    }
+    painter.drawImage(topLeft, series.labelImage);
+}
+
 void PaintPointLine(QPainter& painter, const SPaneSeries& series, const QRect& plot,
-                    const SAxisMap& x, const SAxisMap& y, SLineBatch& batch) {
+                    const SAxisMap& x, const SAxisMap& y, SLineBatch& batch, bool screen) {
     const QRectF area = QRectF(plot).adjusted(-2.0, -2.0, 2.0, 2.0);
     const QPen pen = LinePen(series.line);
     if (!batch.active || batch.pen != pen) {
@@ -120,8 +144,7 @@ void PaintPointLine(QPainter& painter, const SPaneSeries& series, const QRect& p
             // Above the line, or below it where the plot's top edge would cut the text.
             const double height = series.labelText.size().height();
             const bool below = at.y() - 3.0 - height < plot.top();
-            painter.drawStaticText(at + QPointF(3.0, below ? 2.0 : -3.0 - height),
-                                   series.labelText);
+            PaintLabel(painter, series, at + QPointF(3.0, below ? 2.0 : -3.0 - height), screen);
         }
     }
 }
@@ -251,7 +274,8 @@ void PaintPaneSeries(QPainter& painter, const CPaneSeriesSet& set, const QRect& 
         switch (series.kind) {
         case SPaneSeries::EKind::Line:
             if (series.explicitPoints) {
-                PaintPointLine(surface.Painter(), series, plot, x, axis(series.line.axis), batch);
+                PaintPointLine(surface.Painter(), series, plot, x, axis(series.line.axis), batch,
+                               raster != nullptr);
             } else {
                 PaintValueLine(surface, series, plot, x, axis(series.line.axis));
             }

@@ -5,6 +5,7 @@
 
 #include "chart/chart_2d.h"
 
+#include <QImage>
 #include <QStaticText>
 
 #include <string>
@@ -20,6 +21,9 @@ struct SPaneSeries {
     std::vector<CChart2D::SPoint> points;
     std::string label;     // beside the first of `points`
     QStaticText labelText; // its layout, kept between paints
+    // The label drawn once for the screen, in `labelColor`, and blitted on later paints.
+    mutable QImage labelImage;
+    mutable CChart2D::SLineStyle labelStyle;
     std::vector<double> open, high, low, close;
     CChart2D::SLineStyle line;
     CChart2D::SPriceBarStyle bars;

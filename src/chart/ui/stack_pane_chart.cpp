@@ -158,6 +158,7 @@ void CStackPaneChart::SetLineLabel(SeriesId id, std::string_view text) {
     series.labelText.setText(QString::fromStdString(series.label));
     series.labelText.setTextFormat(Qt::PlainText);
     series.labelText.setPerformanceHint(QStaticText::AggressiveCaching);
+    series.labelImage = QImage();
     Changed(false);
 }
 
