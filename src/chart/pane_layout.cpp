@@ -32,6 +32,10 @@ void SPaneLayout::FinishLoading() {
     if (maximized != kNoMaximized && !IsDisplayed(maximized)) {
         maximized = kNoMaximized;
     }
+    // The price pane alone is never a strip: there would be nothing else to show.
+    if (displayedCount == 0) {
+        minimized[0] = 0;
+    }
     RepairTops();
 }
 
@@ -68,7 +72,7 @@ void SPaneLayout::RepairTops() {
 }
 
 bool SPaneLayout::Minimize(int pane) {
-    if (!IsDisplayed(pane)) {
+    if (!IsDisplayed(pane) || LastPane() == 0) {
         return false;
     }
     const SPaneLayout before = *this;

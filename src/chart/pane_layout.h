@@ -94,7 +94,7 @@ struct SPaneLayout {
     // Minimise: marks `pane` minimised. If it was the maximised pane, nothing is maximised any
     // more, and when at least n of the panes 0-n are then minimised every other pane is shown
     // again. Otherwise, when exactly one pane is left not minimised, it becomes the maximised
-    // pane.
+    // pane. The price pane cannot be minimised while it is the only pane (false).
     bool Minimize(int pane);
     // Maximise: `pane` becomes the maximised pane.
     bool Maximize(int pane);

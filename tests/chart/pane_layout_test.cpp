@@ -99,6 +99,13 @@ TEST(PaneLayout, DividesTheViewByTopsAndStrips) {
 }
 
 TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
+    // The price pane alone cannot be made a strip, nor come back as one from the settings.
+    SPaneLayout alone = Loaded(0, {0});
+    EXPECT_FALSE(alone.Minimize(0));
+    alone.minimized[0] = 1;
+    alone.FinishLoading();
+    EXPECT_FALSE(alone.IsMinimized(0));
+
     SPaneLayout layout = Loaded(2, {0, 0.5, 0.75});
     EXPECT_TRUE(layout.Minimize(0));
     EXPECT_EQ(layout.maximized, SPaneLayout::kNoMaximized);
