@@ -96,6 +96,15 @@ TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStore
     EXPECT_EQ(settings.GetInt(keys::kPtsIndex), 4);
     canvas->ScrollBar()->setValue(17);
     EXPECT_EQ(canvas->Range().FirstIndex(), 17);
+    // A dragged thumb is tracked until it is let go.
+    EXPECT_FALSE(canvas->Range().IsTracking());
+    canvas->ScrollBar()->setSliderDown(true);
+    canvas->ScrollBar()->setValue(23);
+    EXPECT_TRUE(canvas->Range().IsTracking());
+    EXPECT_EQ(canvas->Range().FirstIndex(), 23);
+    canvas->ScrollBar()->setSliderDown(false);
+    EXPECT_FALSE(canvas->Range().IsTracking());
+    EXPECT_EQ(canvas->Range().FirstIndex(), 23);
 }
 
 // The layout is stored in the settings as the panes are minimised, maximised, restored and their

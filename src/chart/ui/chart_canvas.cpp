@@ -27,7 +27,19 @@ CChartCanvas::CChartCanvas(const CChartHistRequest& history, CSettings& settings
     m_scrollBar->setObjectName("ChartScrollBar");
     m_scrollBar->setFocusPolicy(Qt::NoFocus);
     connect(m_scrollBar, &QScrollBar::valueChanged, this, [this](int value) {
-        if (!m_syncing && m_range.SetPosition(value)) {
+        if (m_syncing) {
+            return;
+        }
+        // A dragged thumb is tracked until it is released.
+        const bool moved = m_scrollBar->isSliderDown()
+                               ? m_range.Scroll(CDisplayRange::EScrollRequest::ThumbTrack, value)
+                               : m_range.SetPosition(value);
+        if (moved) {
+            RedrawAll();
+        }
+    });
+    connect(m_scrollBar, &QScrollBar::sliderReleased, this, [this] {
+        if (m_range.Scroll(CDisplayRange::EScrollRequest::ThumbPosition, m_scrollBar->value())) {
             RedrawAll();
         }
     });

@@ -133,7 +133,9 @@ void CChartFormView::TakeNewestPoint() {
 }
 
 std::optional<int> CChartFormView::ShowNewPoints(int count, int added) {
-    if (!m_canvas->Range().AtRightEdge()) {
+    // A thumb held by the mouse is not moved under it; the view follows again once it is let go
+    // at the right edge.
+    if (!m_canvas->Range().AtRightEdge() || m_canvas->Range().IsTracking()) {
         return std::nullopt;
     }
     m_canvas->SetPointCount(count, true);
