@@ -46,11 +46,11 @@ std::vector<STrendPart> CBaseTrend::Parts() const {
 }
 
 std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>>
-CBaseTrend::SlotSegments(const SPaneView& view) const {
+CBaseTrend::SlotSegments(const std::vector<STrendPart>& parts, const SPaneView& view) {
     const double left = -0.5;
     const double right = view.slotCount - 0.5;
     std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>> segments;
-    for (const STrendPart& part : Parts()) {
+    for (const STrendPart& part : parts) {
         CChart2D::SPoint from{view.SlotOf(part.from.bar), part.from.price};
         CChart2D::SPoint to{view.SlotOf(part.to.bar), part.to.price};
         switch (part.extend) {
@@ -75,7 +75,7 @@ CBaseTrend::SlotSegments(const SPaneView& view) const {
 
 void CBaseTrend::Paint(CChart2D& chart, const SPaneView& view) {
     const std::vector<STrendPart> parts = Parts();
-    const auto segments = SlotSegments(view);
+    const auto segments = SlotSegments(parts, view);
     const int precision = chart.LabelPrecision(CChart2D::EAxis::Y);
     CChart2D::SLineStyle style;
     style.color = m_highlighted ? (~m_style.color & kColorRefMask) : m_style.color;
@@ -120,7 +120,7 @@ double CBaseTrend::Distance(const CChart2D& chart, const SPaneView& view,
     const double top = g.top;
     const double bottom = g.height - g.bottom;
     double nearest = -1.0;
-    for (const auto& [from, to] : SlotSegments(view)) {
+    for (const auto& [from, to] : SlotSegments(Parts(), view)) {
         CChart2D::SPixelPoint a{chart.SlotToPixelX(from.x),
                                 chart.ValueToPixelY(from.y, CChart2D::EAxis::Y)};
         CChart2D::SPixelPoint b{chart.SlotToPixelX(to.x),

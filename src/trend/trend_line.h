@@ -34,9 +34,6 @@ public:
     // Finds the points' bars again from their times (the series was replaced or shortened).
     void Reanchor(const CChartHistRequest& history);
 
-    // The parts as drawn over `view`, with extensions reaching the pane's edges, in slots.
-    std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>>
-    SlotSegments(const SPaneView& view) const;
     // The distance in pixels from `point` to the nearest part as far as it lies in the plot
     // area; -1 when nothing of the trendline is in it.
     double Distance(const CChart2D& chart, const SPaneView& view,
@@ -56,6 +53,9 @@ public:
 
 private:
     std::vector<STrendPart> Parts() const;
+    // `parts` as drawn over `view`, with extensions reaching the pane's edges, in slots.
+    static std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>>
+    SlotSegments(const std::vector<STrendPart>& parts, const SPaneView& view);
 
     ETrendKind m_kind;
     std::vector<STrendPoint> m_points;
