@@ -23,6 +23,10 @@ std::string CHistStudyChart::label(int cursorBar, bool minimized) const {
     return text;
 }
 
+int CHistStudyChart::HistogramWidth(int /*barsInView*/, double pixelsPerBar) const {
+    return std::max(1, static_cast<int>(pixelsPerBar * 0.6));
+}
+
 double CHistStudyChart::LineAt(std::size_t line, int bar) const {
     if (bar < 0 || static_cast<std::size_t>(bar) >= LineSize(line)) {
         return CChart2D::HoleValue();

@@ -73,6 +73,9 @@ public:
     // The fixed value range of a study on a fixed scale (the oscillators); none: the pane fits
     // its range to what it draws.
     virtual std::optional<CChart2D::SRange> FixedRange() const { return std::nullopt; }
+    // Pixel width of the bars of a histogram line, with `barsInView` bars on an axis of
+    // `pixelsPerBar` pixels a bar: most of a bar, at least one pixel.
+    virtual int HistogramWidth(int barsInView, double pixelsPerBar) const;
 
     const std::vector<SLine>& Lines() const { return m_lines; }
     const std::vector<SLevel>& Levels() const { return m_levels; }

@@ -220,6 +220,10 @@ std::string CHistMACDChart::CursorValues(int bar) const {
     return text;
 }
 
+int CHistMACDChart::HistogramWidth(int barsInView, double /*pixelsPerBar*/) const {
+    return std::max(1, static_cast<int>(100.0 / std::max(barsInView, 1) + 0.75));
+}
+
 std::string CHistMACDChart::InfoLine(int bar) const {
     const double macd = LineAt(0, bar);
     const double signal = LineAt(1, bar);

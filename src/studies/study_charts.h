@@ -63,6 +63,8 @@ public:
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
     std::string InfoLine(int bar) const override;
+    // Thin bars: 100 / barsInView + 0.75 pixels, truncated, at least one.
+    int HistogramWidth(int barsInView, double pixelsPerBar) const override;
 
 private:
     std::string Description() const override;

@@ -36,10 +36,6 @@ std::span<const double> CStudyLineItem::Shown(const SPaneView& view) const {
     return {values.data() + begin, count};
 }
 
-int CStudyLineItem::HistogramWidth(double pixelsPerBar) {
-    return std::max(1, static_cast<int>(pixelsPerBar * 0.6));
-}
-
 void CStudyLineItem::Paint(CChart2D& chart, const SPaneView& view) {
     const std::span<const double> shown = Shown(view);
     const ColorRef color = m_study != nullptr && m_line < m_study->Lines().size()
@@ -50,7 +46,8 @@ void CStudyLineItem::Paint(CChart2D& chart, const SPaneView& view) {
         const double pixelsPerBar =
             static_cast<double>(geometry.width - geometry.left - geometry.right) /
             std::max(view.slotCount, 1);
-        chart.SetHistogramStyle(m_id, {color, 0.0, HistogramWidth(pixelsPerBar)});
+        chart.SetHistogramStyle(
+            m_id, {color, 0.0, m_study->HistogramWidth(view.slotCount, pixelsPerBar)});
         chart.SetHistogram(m_id, shown, 0.0);
         return;
     }

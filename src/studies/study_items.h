@@ -27,8 +27,6 @@ public:
     std::optional<CChart2D::SRange> Extent(const SPaneView& view) const override;
 
 private:
-    // Bar width of a histogram for the pixels one bar takes.
-    static int HistogramWidth(double pixelsPerBar);
     // The values at the displayed bars (a flat line is spread into a scratch column).
     std::span<const double> Shown(const SPaneView& view) const;
     bool IsHistogram() const;

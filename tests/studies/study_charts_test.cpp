@@ -185,6 +185,17 @@ TEST(StudyCharts, PanesDrawTheReferenceLines) {
     }
 }
 
+TEST(StudyCharts, HistogramBarsAreThinForMacdAndMostOfABarForVolume) {
+    const auto macd = MakeStudyChart(kStudyMACD);
+    const auto volume = MakeStudyChart(kStudyVolume);
+    // MACD: the whole part of 100 / bars + 0.75, at least one pixel, whatever a bar's width.
+    for (const auto& [bars, width] : {std::pair{30, 4}, {60, 2}, {120, 1}, {400, 1}, {15360, 1}}) {
+        EXPECT_EQ(macd->HistogramWidth(bars, 7.0), width) << bars;
+    }
+    EXPECT_EQ(volume->HistogramWidth(120, 10.0), 6);
+    EXPECT_EQ(volume->HistogramWidth(3840, 0.2), 1);
+}
+
 TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
     SStudySettings settings;
     const auto daily = ZigZag(4);
