@@ -51,11 +51,22 @@ public:
     enum class EPriceBarKind { Candles, OhlcBars };
     // Wide candles draw their body at the full width; narrow candles at most 2 pixels wide.
     enum class ECandleStyle { Narrow, Wide };
+    // How the value labels of an axis read: "%.*f" at the label precision, or large magnitudes
+    // (1000 and more) in the K, M, B and T form (volumes, money flow).
+    enum class ELabelFormat { Fixed, Scaled };
 
     // Line styles of the grid and of lines, as the display settings page lists them. Any other
     // index draws solid lines.
     enum ELineStyle : int { kSolid = 0, kDash = 1, kDot = 2, kDashDot = 3, kDashDotDot = 4 };
     static constexpr int kLineStyleCount = ::kLineStyleCount;
+
+    // The value range of a vertical axis spans the plot area less this many pixels at its top and
+    // bottom, so that the highest and lowest values are not drawn on the frame; a plot area of
+    // four insets or less uses its whole height.
+    static constexpr int kValueInset = 5;
+    static double ValueInset(double plotHeight) {
+        return plotHeight > 4 * kValueInset ? kValueInset : 0.0;
+    }
 
     // Label precision is kept within these bounds.
     static constexpr int kMaxLabelPrecision = 15;
@@ -200,9 +211,14 @@ public:
     // The vertical axis that carries the value labels (and the horizontal grid lines).
     virtual void SetLabelAxis(EAxis axis) = 0;
     virtual EAxis LabelAxis() const = 0;
-    // Decimals of the value labels of `axis` (default 2, kept within 0 .. 15).
+    // Decimals of the value labels of `axis` (default 2, kept within 0 .. 15). Ticks fall on
+    // steps these decimals write exactly; a range too narrow for two such ticks gets a finer step
+    // and labels with the decimals it needs (see value_ticks.h).
     virtual void SetLabelPrecision(EAxis axis, int precision) = 0;
     virtual int LabelPrecision(EAxis axis) const = 0;
+    // The form of the value labels of `axis` and of its crosshair tag (default Fixed).
+    virtual void SetLabelFormat(EAxis axis, ELabelFormat format) = 0;
+    virtual ELabelFormat LabelFormat(EAxis axis) const = 0;
     // The x axis labels, chosen by the caller; vertical grid lines run at their slots. An empty
     // list shows no x labels; labels whose texts are all empty draw the grid lines and leave no
     // room for texts below the plot.

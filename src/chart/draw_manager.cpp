@@ -309,6 +309,9 @@ void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartSty
     CPaneItems& items = m_items[static_cast<std::size_t>(pane)];
 
     CChart2D::SRange range{0.0, 1.0};
+    // The price pane's labels carry the decimals of the symbol's prices.
+    int precision = m_decimals;
+    CChart2D::ELabelFormat format = CChart2D::ELabelFormat::Fixed;
     if (pane == 0) {
         range = PriceRange(style);
         const CChart2D::SGeometry geometry = chart.Geometry();
@@ -326,8 +329,12 @@ void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartSty
             const double margin = (extent->max - extent->min) * scale.margin;
             range = CChart2D::NormalizeRange(extent->min - margin, extent->max + margin);
         }
-        chart.SetLabelPrecision(CChart2D::EAxis::Y, scale.precision);
-        chart.SetLabelPrecision(CChart2D::EAxis::Y2, scale.precision);
+        precision = scale.precision;
+        format = scale.format;
+    }
+    for (const CChart2D::EAxis axis : {CChart2D::EAxis::Y, CChart2D::EAxis::Y2}) {
+        chart.SetLabelPrecision(axis, precision);
+        chart.SetLabelFormat(axis, format);
     }
     chart.SetAxisRange(CChart2D::EAxis::Y, range.min, range.max);
     chart.SetAxisRange(CChart2D::EAxis::Y2, range.min, range.max);

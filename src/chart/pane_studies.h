@@ -25,6 +25,8 @@ struct SPaneScale {
     std::optional<CChart2D::SRange> fixed;
     double margin = 0.05;
     int precision = 0; // decimals of the value labels
+    // Studies of volumes and money (large magnitudes) read in the K, M, B and T form.
+    CChart2D::ELabelFormat format = CChart2D::ELabelFormat::Fixed;
 };
 
 class IPaneStudies {

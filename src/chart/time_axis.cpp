@@ -35,10 +35,11 @@ constexpr std::array kIntradayLevels{
 constexpr std::size_t kFirstMinuteLevel = 5;
 
 constexpr std::array kDateLevels{
-    SLevel{EPeriod::Day, 1},    SLevel{EPeriod::Week, 1},   SLevel{EPeriod::Months, 1},
-    SLevel{EPeriod::Months, 3}, SLevel{EPeriod::Months, 6}, SLevel{EPeriod::Years, 1},
-    SLevel{EPeriod::Years, 2},  SLevel{EPeriod::Years, 5},  SLevel{EPeriod::Years, 10},
-    SLevel{EPeriod::Years, 20}, SLevel{EPeriod::Years, 50}, SLevel{EPeriod::Years, 100}};
+    SLevel{EPeriod::Day, 1},    SLevel{EPeriod::Week, 1},   SLevel{EPeriod::Week, 2},
+    SLevel{EPeriod::Months, 1}, SLevel{EPeriod::Months, 3}, SLevel{EPeriod::Months, 6},
+    SLevel{EPeriod::Years, 1},  SLevel{EPeriod::Years, 2},  SLevel{EPeriod::Years, 5},
+    SLevel{EPeriod::Years, 10}, SLevel{EPeriod::Years, 20}, SLevel{EPeriod::Years, 50},
+    SLevel{EPeriod::Years, 100}};
 
 // The levels of a data type, finest first; every bar is a level of its own below them all.
 std::vector<SLevel> LevelsFor(int dataType) {
@@ -79,7 +80,7 @@ std::int64_t Key(const SLevel& level, const SStamp& s, std::size_t slot) {
     case EPeriod::Day:
         return s.day;
     case EPeriod::Week:
-        return FloorDiv(s.day - kFirstMonday, 7);
+        return FloorDiv(s.day - kFirstMonday, 7 * static_cast<std::int64_t>(level.step));
     case EPeriod::Months:
         return (static_cast<std::int64_t>(s.fields.year) * 12 + s.fields.month - 1) / level.step;
     case EPeriod::Years:
@@ -188,6 +189,87 @@ private:
     std::vector<std::size_t> m_before;
 };
 
+// Labels closer than this share of the spacing overlap; the spacing leaves room to spare.
+constexpr double kOverlapShare = 0.75;
+
+// Trading days a period spans by the calendar; bar-by-bar and second periods span none.
+double TradingDays(const SLevel& level) {
+    switch (level.period) {
+    case EPeriod::Day:
+        return 1.0;
+    case EPeriod::Week:
+        return 5.0 * level.step;
+    case EPeriod::Months:
+        return 21.0 * level.step;
+    case EPeriod::Years:
+        return 252.0 * level.step;
+    default:
+        return 0.0;
+    }
+}
+
+// Bars per trading day: fixed for daily bars and above; for intraday data the displayed bars
+// over the days they touch (a single day counts as the bars themselves).
+double BarsPerTradingDay(const CAxisBars& bars, int dataType) {
+    switch (dataType) {
+    case kDays:
+        return 1.0;
+    case kWeeks:
+        return 1.0 / 5.0;
+    case kMonths:
+        return 1.0 / 21.0;
+    default:
+        break;
+    }
+    std::int64_t lastDay = 0;
+    int days = 0;
+    int valid = 0;
+    for (std::size_t i = 0; i < bars.Count(); ++i) {
+        const SStamp& s = bars.Stamp(i);
+        if (s.valid) {
+            days += (valid == 0 || s.day != lastDay) ? 1 : 0;
+            lastDay = s.day;
+            ++valid;
+        }
+    }
+    return days > 1 ? static_cast<double>(valid) / (days - 1) : std::max(valid, 1) * 2.0;
+}
+
+// The mean time from one intraday bar to the next within a session (gaps of an hour or more
+// are left out); a minute when nothing tells.
+double MeanBarSeconds(const CAxisBars& bars) {
+    double total = 0.0;
+    int steps = 0;
+    std::size_t before = bars.Count();
+    for (std::size_t i = 0; i < bars.Count(); ++i) {
+        const SStamp& s = bars.Stamp(i);
+        if (!s.valid) {
+            continue;
+        }
+        if (before != bars.Count()) {
+            const SStamp& b = bars.Stamp(before);
+            const std::int64_t delta = (s.day - b.day) * kSecondsPerDay + (s.second - b.second);
+            if (delta >= 0 && delta < 3600) {
+                total += static_cast<double>(delta);
+                ++steps;
+            }
+        }
+        before = i;
+    }
+    return steps > 0 && total > 0.0 ? total / steps : (steps > 0 ? 0.01 : 60.0);
+}
+
+// How many bars a period of `level` spans by the calendar.
+double NominalBars(const SLevel& level, double barsPerDay, double barSeconds) {
+    if (level.period == EPeriod::EveryBar) {
+        return 1.0;
+    }
+    if (level.period == EPeriod::Seconds) {
+        return barSeconds > 0.0 ? level.step / barSeconds : 0.0;
+    }
+    return TradingDays(level) * barsPerDay;
+}
+
 } // namespace
 
 std::vector<STimeAxisLabel> PickTimeAxisLabels(std::span<const CDateTime> times, int dataType,
@@ -202,41 +284,37 @@ std::vector<STimeAxisLabel> PickTimeAxisLabels(std::span<const CDateTime> times,
     const std::size_t count = bars.Count();
 
     const double spacing = std::isfinite(minSpacing) ? std::max(1.0, minSpacing) : 80.0;
-    const double gapBars = std::ceil(spacing * static_cast<double>(count) / plotWidth);
-    const std::size_t minGap =
-        gapBars >= static_cast<double>(count) ? count : static_cast<std::size_t>(gapBars);
+    const double minGap = spacing * static_cast<double>(count) / plotWidth;
 
-    // The finest level whose periods are on average at least minGap bars long; else the
-    // coarsest that starts any period.
-    std::vector<int> starts(bars.LevelCount());
+    // One level for the whole axis: the finest whose periods are, by the calendar, at least
+    // minGap bars long. It depends on the zoom and the plot width, not on which bars are in
+    // view, so that scrolling keeps it and every label stays on its bar.
+    const double barsPerDay = BarsPerTradingDay(bars, dataType);
+    const double barSeconds = intraday ? MeanBarSeconds(bars) : 0.0;
+    std::size_t chosen = bars.LevelCount() - 1;
     for (std::size_t l = 0; l < bars.LevelCount(); ++l) {
-        starts[l] = bars.Starts(l);
-    }
-    std::size_t chosen = bars.LevelCount();
-    for (std::size_t l = 0; l < bars.LevelCount() && chosen == bars.LevelCount(); ++l) {
-        if (starts[l] >= 1 && static_cast<std::size_t>(starts[l]) * minGap <= count) {
+        if (NominalBars(bars.Level(l), barsPerDay, barSeconds) >= minGap) {
             chosen = l;
+            break;
         }
     }
-    for (std::size_t l = bars.LevelCount(); chosen == bars.LevelCount() && l-- > 0;) {
-        if (starts[l] >= 1) {
-            chosen = l;
-        }
+    // Every period start of that level is labelled; only labels that would overlap give way to
+    // the one that starts the longer period (a new day beside a round hour). Bar-by-bar labels
+    // keep the whole spacing.
+    const double overlap = chosen == 0 ? minGap : minGap * kOverlapShare;
+    const auto gap =
+        static_cast<std::size_t>(std::min(std::max(std::ceil(overlap - 1e-9), 1.0),
+                                          static_cast<double>(std::max(count, std::size_t{1}))));
+    std::vector<std::size_t> kept = bars.Thin(chosen, gap);
+    // A window with no period start of that level (a short span) takes the next finer level
+    // that has one.
+    while (kept.empty() && chosen > 0) {
+        --chosen;
+        kept = bars.Thin(chosen, chosen == 0 ? std::max<std::size_t>(
+                                                   static_cast<std::size_t>(std::ceil(minGap)), 1)
+                                             : gap);
     }
-
-    std::vector<std::size_t> kept;
-    if (chosen < bars.LevelCount()) {
-        kept = bars.Thin(chosen, minGap);
-        // Long periods can leave a wide axis with a label or two; the next finer level, thinned,
-        // serves better when it gives at least twice as many.
-        if (chosen > 0 && starts[chosen - 1] >= 1) {
-            std::vector<std::size_t> finer = bars.Thin(chosen - 1, minGap);
-            if (finer.size() >= 2 * kept.size()) {
-                kept = std::move(finer);
-                --chosen;
-            }
-        }
-    } else {
+    if (kept.empty()) {
         // No bar starts a period: the first valid bar is labelled.
         for (std::size_t i = 0; i < count && kept.empty(); ++i) {
             if (bars.Stamp(i).valid) {
@@ -245,7 +323,7 @@ std::vector<STimeAxisLabel> PickTimeAxisLabels(std::span<const CDateTime> times,
         }
     }
 
-    const SLevel level = chosen < bars.LevelCount() ? bars.Level(chosen) : bars.Level(0);
+    const SLevel level = bars.Level(chosen);
     const bool withSeconds =
         dataType == kTicks && (level.period == EPeriod::EveryBar ||
                                (level.period == EPeriod::Seconds && level.step < 60));

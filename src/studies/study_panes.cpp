@@ -261,7 +261,12 @@ void CStudyPanes::AddItems(int pane, std::vector<std::shared_ptr<CDrawnItem>>& i
 SPaneScale CStudyPanes::PaneScale(int pane) const {
     SPaneScale scale;
     if (pane >= 1 && pane <= PaneCount()) {
-        scale.fixed = m_current->Pane(pane - 1).FixedRange();
+        const CHistStudyChart& study = m_current->Pane(pane - 1);
+        scale.fixed = study.FixedRange();
+        const int type = study.StudyType();
+        if (type == kStudyVolume || type == kStudyMoneyFlow || type == kStudyOBV) {
+            scale.format = CChart2D::ELabelFormat::Scaled;
+        }
     }
     return scale;
 }

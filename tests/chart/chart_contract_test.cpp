@@ -72,6 +72,10 @@ TYPED_TEST(ChartContract, RangesAndLabelPrecisionAreKeptInBoundsAndBadValuesRefu
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y2), CChart2D::kMaxLabelPrecision);
     chart.SetLabelPrecision(EAxis::Y, -3);
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y), 0);
+    EXPECT_EQ(chart.LabelFormat(EAxis::Y), CChart2D::ELabelFormat::Fixed);
+    chart.SetLabelFormat(EAxis::Y2, CChart2D::ELabelFormat::Scaled);
+    EXPECT_EQ(chart.LabelFormat(EAxis::Y2), CChart2D::ELabelFormat::Scaled);
+    EXPECT_EQ(chart.LabelFormat(EAxis::Y), CChart2D::ELabelFormat::Fixed);
     EXPECT_EQ(chart.LabelAxis(), EAxis::Y);
     chart.SetLabelAxis(EAxis::Y2);
     EXPECT_EQ(chart.LabelAxis(), EAxis::Y2);
@@ -100,8 +104,11 @@ TYPED_TEST(ChartContract, MappingSpansThePlotAreaBothWays) {
 
     EXPECT_NEAR(chart.SlotToPixelX(-0.5), g.left, 1.0);
     EXPECT_NEAR(chart.SlotToPixelX(99.5), g.width - g.right, 1.0);
-    EXPECT_NEAR(chart.ValueToPixelY(200.0, EAxis::Y), g.top, 1.0);
-    EXPECT_NEAR(chart.ValueToPixelY(0.0, EAxis::Y), g.height - g.bottom, 1.0);
+    // The values keep clear of the frame by the inset.
+    const int inset = CChart2D::kValueInset;
+    EXPECT_NEAR(chart.ValueToPixelY(200.0, EAxis::Y), g.top + inset, 1.0);
+    EXPECT_NEAR(chart.ValueToPixelY(0.0, EAxis::Y), g.height - g.bottom - inset, 1.0);
+    ExpectRange(chart.AxisRange(EAxis::Y), 0.0, 200.0);
     EXPECT_NEAR(chart.ValueToPixelY(0.0, EAxis::Y2), g.top + plotHeight / 2.0, 1.0);
     EXPECT_NEAR(chart.PixelXToSlot(chart.SlotToPixelX(37.25)), 37.25, 1e-9);
     EXPECT_NEAR(chart.PixelYToValue(chart.ValueToPixelY(123.5, EAxis::Y), EAxis::Y), 123.5, 1e-9);

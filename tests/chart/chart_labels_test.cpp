@@ -1,4 +1,5 @@
 #include "chart/chart_labels.h"
+#include "chart/value_ticks.h"
 
 #include <gtest/gtest.h>
 
@@ -55,4 +56,77 @@ TEST(ChartLabels, DateLabelClampsTheIndex) {
     EXPECT_EQ(DateMinutesLabel(times, 1), "09:31:00 min");
     EXPECT_EQ(DateLabel({}, 0), "");
     EXPECT_EQ(DateLabel(std::span(times).first(1), 5), "2024/03/14");
+}
+
+TEST(ChartLabels, ValueTicksFallOnStepsTheDecimalsWriteExactly) {
+    // {min, max, target labels, precision}: prices near 0.1, 2.0 and 1e4 at 0 to 6 decimals, short
+    // panes asking for one label, and study ranges far narrower than their precision.
+    const std::tuple<double, double, int, int> cases[] = {
+        {0.0745, 0.1305, 5, 2},  {0.0745, 0.1305, 5, 3},  {0.0745, 0.1305, 5, 4},
+        {1.9860, 1.9890, 5, 4},  {1.9860, 1.9890, 1, 4},  {1.9871, 1.9874, 5, 4},
+        {1.95, 2.05, 5, 0},      {1.9, 2.1, 4, 6},        {9950.0, 10020.0, 5, 0},
+        {9999.5, 10000.5, 5, 1}, {1e4, 1e4 + 3e-6, 5, 6}, {10.0, 45.0, 1, 0},
+        {-0.05, 0.05, 2, 0},     {0.0, 3e7, 3, 0},        {12.0, 11.0, 5, 2}};
+    for (const auto& [min, max, target, precision] : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << min << " .. " << max << " x" << target << " p" << precision);
+        const SValueTicks t = ChooseValueTicks(min, max, target, precision);
+        ASSERT_GE(t.ticks.size(), 2U);
+        EXPECT_LE(t.ticks.size(), static_cast<std::size_t>(std::max(target, 2)) * 3 + 1);
+        // A 1, 2 or 5 step, no finer than the precision unless two ticks need it.
+        const double mantissa = t.step / std::pow(10.0, std::floor(std::log10(t.step) + 1e-9));
+        EXPECT_TRUE(std::fabs(mantissa - 1) < 1e-6 || std::fabs(mantissa - 2) < 1e-6 ||
+                    std::fabs(mantissa - 5) < 1e-6)
+            << t.step;
+        const double unit = std::pow(10.0, -precision);
+        const double lo = std::min(min, max) / unit, hi = std::max(min, max) / unit;
+        EXPECT_TRUE(t.step >= unit * (1 - 1e-9) || std::floor(hi) - std::ceil(lo) < 1) << t.step;
+        EXPECT_EQ(t.decimals,
+                  std::max(precision, static_cast<int>(std::ceil(-std::log10(t.step) - 1e-9))));
+        // Every label reads back as its tick, and neighbours read differently.
+        std::string before;
+        for (const double tick : t.ticks) {
+            EXPECT_GE(tick, std::min(min, max) - 1e-9 * t.step);
+            EXPECT_LE(tick, std::max(min, max) + 1e-9 * t.step);
+            const std::string text =
+                ValueLabelText(tick, t.step, t.decimals, CChart2D::ELabelFormat::Fixed);
+            EXPECT_NEAR(std::stod(text), tick, t.step * 1e-3) << text;
+            EXPECT_NE(text, before);
+            EXPECT_NE(text, "-0");
+            before = text;
+        }
+    }
+    // The steps a trader expects: whole tenths of a cent near 0.10, never 0.125 at two decimals.
+    EXPECT_EQ(ChooseValueTicks(0.0745, 0.1305, 5, 3).ticks,
+              (std::vector<double>{0.08, 0.10, 0.12}));
+    EXPECT_DOUBLE_EQ(ChooseValueTicks(1.9860, 1.9890, 5, 4).step, 0.001);
+    EXPECT_DOUBLE_EQ(ChooseValueTicks(1.9871, 1.9874, 5, 4).step, 0.0001);
+    EXPECT_EQ(ChooseValueTicks(-0.05, 0.05, 2, 0).decimals, 2);
+    EXPECT_TRUE(ChooseValueTicks(1.0, 1.0, 5, 2).ticks.empty());
+    EXPECT_TRUE(ChooseValueTicks(std::nan(""), 1.0, 5, 2).ticks.empty());
+}
+
+TEST(ChartLabels, ScaledAxisLabelsAndCrosshairTags) {
+    using F = CChart2D::ELabelFormat;
+    // {value, step, decimals, format, text}
+    const std::tuple<double, double, int, F, const char*> labels[] = {
+        {3e7, 5e6, 0, F::Scaled, "30.0M"},    {2.5e9, 5e8, 0, F::Scaled, "2.50B"},
+        {5e6, 5e6, 0, F::Scaled, "5.00M"},    {1.234e9, 1e6, 0, F::Scaled, "1.234B"},
+        {-1500, 500, 0, F::Scaled, "-1.50K"}, {500, 500, 0, F::Scaled, "500"},
+        {0.0, 500, 0, F::Scaled, "0"},        {3e7, 5e6, 0, F::Fixed, "30000000"},
+        {1.9875, 1e-4, 4, F::Fixed, "1.9875"}};
+    for (const auto& [value, step, decimals, format, text] : labels) {
+        EXPECT_EQ(ValueLabelText(value, step, decimals, format), text) << value;
+    }
+    // {value, decimals, value per pixel, finer, format, text}
+    const std::tuple<double, int, double, bool, F, const char*> tags[] = {
+        {20121056.6, 0, 1e5, true, F::Scaled, "20.1M"},
+        {612.4, 0, 10.0, true, F::Scaled, "612"},
+        {1.98754, 4, 1e-5, false, F::Fixed, "1.9875"},
+        {0.03421, 0, 0.00125, true, F::Fixed, "0.0342"},
+        {55.31, 0, 1.0, true, F::Fixed, "55.3"},
+        {55.31, 2, 0.0, true, F::Fixed, "55.31"}};
+    for (const auto& [value, decimals, perPixel, finer, format, text] : tags) {
+        EXPECT_EQ(ValueTagText(value, decimals, perPixel, finer, format), text) << value;
+    }
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <ostream>
+#include <set>
 #include <vector>
 
 namespace {
@@ -75,6 +76,43 @@ TEST(TimeAxis, DailyBarsAreLabelledAtNewMonthsAndYears) {
         std::find_if(labels.begin(), labels.end(), [](const STimeAxisLabel& l) { return l.major; });
     ASSERT_NE(newYear, labels.end());
     EXPECT_EQ(newYear->text, "2024/01/01");
+
+    // Scrolling 120 bars over a longer series, one bar at a time, at two widths: one step for
+    // every window (no month or fortnight skipped), and a label stays on its bar.
+    const std::vector<CDateTime> series = DailyBars(2023, 1, 2, 400);
+    for (const double width : {840.0, 1100.0, 300.0}) {
+        SCOPED_TRACE(width);
+        std::vector<std::set<int>> windows;
+        for (int first = 0; first + 120 <= 400; ++first) {
+            const auto view = std::span(series).subspan(static_cast<std::size_t>(first), 120);
+            std::set<int> bars;
+            for (const STimeAxisLabel& label : PickTimeAxisLabels(view, 2, width)) {
+                bars.insert(first + label.slot);
+            }
+            windows.push_back(bars);
+        }
+        std::set<int> all;
+        for (const std::set<int>& bars : windows) {
+            all.insert(bars.begin(), bars.end());
+        }
+        for (std::size_t first = 0; first < windows.size(); ++first) {
+            std::set<int> expected;
+            for (const int bar : all) {
+                if (bar > static_cast<int>(first) && bar < static_cast<int>(first) + 120) {
+                    expected.insert(bar);
+                }
+            }
+            ASSERT_EQ(windows[first], expected) << "window at " << first;
+        }
+        // Neighbouring labels are one step apart: their gaps differ by a holiday week at most.
+        int low = 400, high = 0;
+        for (auto it = std::next(all.begin()); it != all.end(); ++it) {
+            low = std::min(low, *it - *std::prev(it));
+            high = std::max(high, *it - *std::prev(it));
+        }
+        EXPECT_LE(high - low, 3) << low << " .. " << high;
+        EXPECT_GE(low * width / 120, 80.0 * 0.75);
+    }
 }
 
 TEST(TimeAxis, IntradayBarsShowRoundTimesAndTheDateAtADayChange) {
@@ -98,12 +136,14 @@ TEST(TimeAxis, IntradayBarsShowRoundTimesAndTheDateAtADayChange) {
 }
 
 TEST(TimeAxis, LongerPeriodsWinWhereLabelsCollide) {
-    // A short first session: its 10:00 bar is three bars before the next day's first bar.
+    // A short first session: its 10:00 bar is three bars before the next day's first bar, which
+    // takes its place; every other hour keeps its label.
     std::vector<CDateTime> times = MinuteBars(1, 33);
     const std::vector<CDateTime> second = MinuteBars(2, 150);
     times.insert(times.end(), second.begin() + 150, second.end());
     const std::vector<STimeAxisLabel> labels = PickTimeAxisLabels(times, 1, 400.0);
-    const std::vector<STimeAxisLabel> expected{{33, "2024/03/12", true}, {123, "11:00", false}};
+    const std::vector<STimeAxisLabel> expected{
+        {33, "2024/03/12", true}, {63, "10:00", false}, {123, "11:00", false}};
     EXPECT_EQ(labels, expected);
 
     // 40 sessions, the widest zoom: weekly or daily labels, still apart.

@@ -157,6 +157,12 @@ void CRecordingChart2D::SetLabelPrecision(EAxis axis, int precision) {
            std::to_string(m_axes[Index(axis)].precision));
 }
 
+void CRecordingChart2D::SetLabelFormat(EAxis axis, ELabelFormat format) {
+    m_axes[Index(axis)].format = format;
+    Record(std::string("SetLabelFormat ") + Name(axis) +
+           (format == ELabelFormat::Scaled ? " scaled" : " fixed"));
+}
+
 void CRecordingChart2D::SetXLabels(std::span<const SXLabel> labels) {
     m_xLabels.assign(labels.begin(), labels.end());
     Record("SetXLabels n=" + std::to_string(labels.size()));
@@ -205,14 +211,17 @@ double CRecordingChart2D::PixelXToSlot(double x) const {
 
 double CRecordingChart2D::ValueToPixelY(double value, EAxis axis) const {
     const SRange& range = m_axes[Index(axis)].range;
-    const double height = m_geometry.height - m_geometry.top - m_geometry.bottom;
-    return m_geometry.top + (range.max - value) / (range.max - range.min) * height;
+    const double plot = m_geometry.height - m_geometry.top - m_geometry.bottom;
+    const double inset = ValueInset(plot);
+    return m_geometry.top + inset +
+           (range.max - value) / (range.max - range.min) * (plot - 2 * inset);
 }
 
 double CRecordingChart2D::PixelYToValue(double y, EAxis axis) const {
     const SRange& range = m_axes[Index(axis)].range;
-    const double height = m_geometry.height - m_geometry.top - m_geometry.bottom;
-    return range.max - (y - m_geometry.top) / height * (range.max - range.min);
+    const double plot = m_geometry.height - m_geometry.top - m_geometry.bottom;
+    const double inset = ValueInset(plot);
+    return range.max - (y - m_geometry.top - inset) / (plot - 2 * inset) * (range.max - range.min);
 }
 
 void CRecordingChart2D::HoldDrawing() {

@@ -33,6 +33,7 @@ public:
     struct SAxisState {
         SRange range;
         int precision = kDefaultLabelPrecision;
+        ELabelFormat format = ELabelFormat::Fixed;
     };
 
     // A pane of 800 x 400 pixels with a 60-pixel label margin on the right, 20 at the bottom
@@ -83,6 +84,8 @@ public:
     EAxis LabelAxis() const override { return m_labelAxis; }
     void SetLabelPrecision(EAxis axis, int precision) override;
     int LabelPrecision(EAxis axis) const override { return m_axes[Index(axis)].precision; }
+    void SetLabelFormat(EAxis axis, ELabelFormat format) override;
+    ELabelFormat LabelFormat(EAxis axis) const override { return m_axes[Index(axis)].format; }
     void SetXLabels(std::span<const SXLabel> labels) override;
 
     void SetGridVisible(bool visible) override;

@@ -5,12 +5,15 @@
 #include "chart/chart_view_settings.h"
 #include "chart/ui/chart_info_tip.h"
 #include "chart/ui/chart_stack_widget.h"
+#include "chart/value_ticks.h"
 #include "core/data_types.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
 
 #include <QScrollBar>
+
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -308,8 +311,11 @@ void CChartCanvas::MoveCrosshair(const QPoint& pos) {
             crosshair.horizontal = true;
             crosshair.axis = axis;
             crosshair.value = chart.PixelYToValue(pos.y() - rect.top, axis);
-            crosshair.valueText = CChart2D::FormatAxisLabel(
-                crosshair.value, std::max(chart.LabelPrecision(axis), pane == 0 ? 2 : 1));
+            // Prices at the symbol's decimals; studies as finely as a pixel tells apart.
+            const double perPixel =
+                std::fabs(chart.PixelYToValue(0.0, axis) - chart.PixelYToValue(1.0, axis));
+            crosshair.valueText = ValueTagText(crosshair.value, chart.LabelPrecision(axis),
+                                               perPixel, pane != 0, chart.LabelFormat(axis));
         }
         chart.SetCrosshair(crosshair);
     }

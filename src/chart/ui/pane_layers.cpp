@@ -1,14 +1,28 @@
 #include "chart/ui/pane_layers.h"
 
+#include "chart/value_ticks.h"
+
 #include <QFontMetrics>
 #include <QPaintEngine>
 
 #include <algorithm>
 #include <cmath>
 
-QString CValueAxisTicker::getTickLabel(double tick, const QLocale& /*locale*/, QChar /*formatChar*/,
-                                       int /*precision*/) {
-    return QString::fromStdString(CChart2D::FormatAxisLabel(tick, m_precision));
+void CValueAxisTicker::generate(const QCPRange& range, const QLocale& /*locale*/,
+                                QChar /*formatChar*/, int /*precision*/, QVector<double>& ticks,
+                                QVector<double>* subTicks, QVector<QString>* tickLabels) {
+    const SValueTicks chosen = ChooseValueTicks(range.lower, range.upper, tickCount(), m_precision);
+    ticks = QVector<double>(chosen.ticks.begin(), chosen.ticks.end());
+    if (subTicks != nullptr) {
+        subTicks->clear();
+    }
+    if (tickLabels != nullptr) {
+        tickLabels->clear();
+        for (const double tick : chosen.ticks) {
+            tickLabels->push_back(QString::fromStdString(
+                ValueLabelText(tick, chosen.step, chosen.decimals, m_format)));
+        }
+    }
 }
 
 SAxisMap AxisMapOf(const QCPAxis& axis) {

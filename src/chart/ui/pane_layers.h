@@ -1,8 +1,8 @@
 #pragma once
 
 // The pieces that one pane adds to the stack's plot, besides its axis rectangle and axes: the
-// value ticker that prints "%.*f" labels, the layer object that draws the pane's series, and the
-// frame that paints the pane's background and its label line.
+// value ticker that places and writes the value labels, the layer object that draws the pane's
+// series, and the frame that paints the pane's background and its label line.
 
 #include "chart/ui/pane_series.h"
 
@@ -16,18 +16,22 @@
 
 #include <memory>
 
-// Value labels with "%.*f" at a chosen precision; the ticks themselves are QCustomPlot's.
+// Value labels at steps that the axis precision writes exactly (ChooseValueTicks), about
+// tickCount() of them and never fewer than two, in the axis' label format.
 class CValueAxisTicker : public QCPAxisTicker {
 public:
     int Precision() const { return m_precision; }
     void SetPrecision(int precision) { m_precision = precision; }
+    CChart2D::ELabelFormat Format() const { return m_format; }
+    void SetFormat(CChart2D::ELabelFormat format) { m_format = format; }
 
-protected:
-    QString getTickLabel(double tick, const QLocale& locale, QChar formatChar,
-                         int precision) override;
+    void generate(const QCPRange& range, const QLocale& locale, QChar formatChar, int precision,
+                  QVector<double>& ticks, QVector<double>* subTicks,
+                  QVector<QString>* tickLabels) override;
 
 private:
     int m_precision = CChart2D::kDefaultLabelPrecision;
+    CChart2D::ELabelFormat m_format = CChart2D::ELabelFormat::Fixed;
 };
 
 // Draws the series of one pane inside its plot area, on the plot's "main" layer.

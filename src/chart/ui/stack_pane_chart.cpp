@@ -48,7 +48,6 @@ CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QI
         m_valueTickers[i].reset(new CValueAxisTicker);
         m_y[i]->setTicker(m_valueTickers[i]);
         m_y[i]->setVisible(true);
-        m_y[i]->setRange(0.0, 1.0);
     }
     const QFont tickFont = PixelFont(stack.Plot().font(), IPaneHost::kTickFontPixels);
     for (QCPAxis* axis : {m_x, m_y[0], m_y[1], top}) {
@@ -77,6 +76,34 @@ CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QI
     m_labelLine->SetColor(Qt::black);
     m_crosshair.SetFont(tickFont);
     ApplyAxes();
+    ApplyValueRanges();
+    // The insets follow the plot height, known once the plot is laid out; the ticks are placed
+    // again over the widened range.
+    m_afterLayout = QObject::connect(&stack.Plot(), &QCustomPlot::afterLayout, [this] {
+        if (ApplyValueRanges()) {
+            m_rect->update(QCPLayoutElement::upPreparation);
+        }
+    });
+}
+
+CStackPaneChart::~CStackPaneChart() {
+    QObject::disconnect(m_afterLayout);
+}
+
+bool CStackPaneChart::ApplyValueRanges() {
+    const double plot = m_rect->rect().height();
+    const double inset = ValueInset(plot);
+    bool changed = false;
+    for (int i = 0; i < 2; ++i) {
+        const SRange& range = m_valueRanges[i];
+        const double pad = inset > 0.0 ? (range.max - range.min) * inset / (plot - 2 * inset) : 0.0;
+        const QCPRange wanted(range.min - pad, range.max + pad);
+        if (m_y[i]->range() != wanted) {
+            m_y[i]->setRange(wanted);
+            changed = true;
+        }
+    }
+    return changed;
 }
 
 QCPAxisRect* CStackPaneChart::AxisRect() const {
@@ -229,14 +256,13 @@ CChart2D::SRange CStackPaneChart::XRange() const {
 }
 
 void CStackPaneChart::SetAxisRange(EAxis axis, double min, double max) {
-    const SRange range = NormalizeRange(min, max);
-    ValueAxis(axis)->setRange(range.min, range.max);
+    m_valueRanges[Slot(axis)] = NormalizeRange(min, max);
+    ApplyValueRanges();
     Changed(true);
 }
 
 CChart2D::SRange CStackPaneChart::AxisRange(EAxis axis) const {
-    const QCPRange range = ValueAxis(axis)->range();
-    return {range.lower, range.upper};
+    return m_valueRanges[Slot(axis)];
 }
 
 void CStackPaneChart::SetLabelAxis(EAxis axis) {
@@ -252,6 +278,15 @@ void CStackPaneChart::SetLabelPrecision(EAxis axis, int precision) {
 
 int CStackPaneChart::LabelPrecision(EAxis axis) const {
     return m_valueTickers[Slot(axis)]->Precision();
+}
+
+void CStackPaneChart::SetLabelFormat(EAxis axis, ELabelFormat format) {
+    m_valueTickers[Slot(axis)]->SetFormat(format);
+    Changed(true);
+}
+
+CChart2D::ELabelFormat CStackPaneChart::LabelFormat(EAxis axis) const {
+    return m_valueTickers[Slot(axis)]->Format();
 }
 
 void CStackPaneChart::SetXLabels(std::span<const SXLabel> labels) {

@@ -48,6 +48,9 @@ class CStackPaneChart final : public CChart2D {
 public:
     // `raster`: the stack's scratch image for drawing series (see CPaneSeriesLayerable).
     CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QImage> raster);
+    ~CStackPaneChart() override;
+    CStackPaneChart(const CStackPaneChart&) = delete;
+    CStackPaneChart& operator=(const CStackPaneChart&) = delete;
 
     QCPAxisRect* AxisRect() const;
     int Index() const { return m_index; }
@@ -79,6 +82,8 @@ public:
     EAxis LabelAxis() const override { return m_labelAxis; }
     void SetLabelPrecision(EAxis axis, int precision) override;
     int LabelPrecision(EAxis axis) const override;
+    void SetLabelFormat(EAxis axis, ELabelFormat format) override;
+    ELabelFormat LabelFormat(EAxis axis) const override;
     void SetXLabels(std::span<const SXLabel> labels) override;
 
     void SetGridVisible(bool visible) override;
@@ -107,6 +112,9 @@ private:
     static int Slot(EAxis axis) { return axis == EAxis::Y ? 0 : 1; }
     QCPAxis* ValueAxis(EAxis axis) const { return m_y[Slot(axis)]; }
     void ApplyAxes();
+    // Sets the QCustomPlot value axes to the ranges as set, widened by kValueInset pixels of the
+    // current plot height on either side; returns whether an axis changed.
+    bool ApplyValueRanges();
 
 public:
     // A collapsed pane (a minimised one) shows only its label line: no axes, grid or series.
@@ -122,6 +130,8 @@ private:
     QCPAxis* m_x;
     QCPAxis* m_y[2];
     QSharedPointer<CValueAxisTicker> m_valueTickers[2];
+    SRange m_valueRanges[2] = {{0.0, 1.0}, {0.0, 1.0}};
+    QMetaObject::Connection m_afterLayout;
     QSharedPointer<QCPAxisTickerText> m_xTicker;
     CPaneSeriesLayerable* m_series;
     CPaneFrameLayerable* m_background;
