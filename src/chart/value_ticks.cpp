@@ -24,6 +24,9 @@ struct SStep {
         return exponent >= 0 ? i * mantissa * std::pow(10.0, exponent)
                              : i * mantissa / std::pow(10.0, -exponent);
     }
+    SStep Coarser() const {
+        return mantissa == 5 ? SStep{1, exponent + 1} : SStep{mantissa == 1 ? 2 : 5, exponent};
+    }
     SStep Finer() const {
         return mantissa == 1 ? SStep{5, exponent - 1} : SStep{mantissa == 5 ? 2 : 1, exponent};
     }
@@ -66,9 +69,18 @@ SValueTicks ChooseValueTicks(double min, double max, int target, int precision) 
     if (!(span > 0.0) || !std::isfinite(span)) {
         return result;
     }
-    SStep step = StepAtLeast(span / std::max(target, 2));
+    const int most = std::max(target, 2);
+    SStep step = StepAtLeast(span / most);
     if (step.exponent < -precision) {
         step = {1, -precision};
+    }
+    // Coarser steps while more than `most` ticks fall in the range.
+    for (int guard = 0; guard < 64; ++guard) {
+        const auto [first, last] = MultiplesWithin(min, max, step);
+        if (last - first + 1.0 <= most) {
+            break;
+        }
+        step = step.Coarser();
     }
     // Finer steps until two ticks fall in the range; a step of the span's size or less always
     // gives two within a few refinements.

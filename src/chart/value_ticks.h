@@ -17,8 +17,8 @@ struct SValueTicks {
     std::vector<double> ticks; // ascending, within the range
 };
 
-// Ticks for the range min .. max (either order) at about `target` labels (at least two are
-// always given for a range of some extent). Steps finer than 10^-precision are used only when a
+// Ticks for the range min .. max (either order): at most `target` of them, but at least two for
+// a range of some extent. Steps finer than 10^-precision are used only when a
 // coarser one leaves fewer than two ticks in the range. A range without extent or with an end
 // that is not finite gives no ticks.
 SValueTicks ChooseValueTicks(double min, double max, int target, int precision);

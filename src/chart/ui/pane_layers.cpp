@@ -11,7 +11,10 @@
 void CValueAxisTicker::generate(const QCPRange& range, const QLocale& /*locale*/,
                                 QChar /*formatChar*/, int /*precision*/, QVector<double>& ticks,
                                 QVector<double>* subTicks, QVector<QString>* tickLabels) {
-    const SValueTicks chosen = ChooseValueTicks(range.lower, range.upper, tickCount(), m_precision);
+    const int height = m_rect != nullptr ? m_rect->rect().height() : 0;
+    const int room = height > 0 ? height / kLabelPitch : tickCount();
+    const SValueTicks chosen =
+        ChooseValueTicks(range.lower, range.upper, std::min(tickCount(), room), m_precision);
     ticks = QVector<double>(chosen.ticks.begin(), chosen.ticks.end());
     if (subTicks != nullptr) {
         subTicks->clear();

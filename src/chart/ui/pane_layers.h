@@ -16,10 +16,17 @@
 
 #include <memory>
 
-// Value labels at steps that the axis precision writes exactly (ChooseValueTicks), about
-// tickCount() of them and never fewer than two, in the axis' label format.
+// Value labels at steps that the axis precision writes exactly (ChooseValueTicks): at most
+// tickCount() of them and as many as the plot's height leaves room for, never fewer than two,
+// in the axis' label format.
 class CValueAxisTicker : public QCPAxisTicker {
 public:
+    // Pixels from one value label to the next, at the least, where the plot is tall enough.
+    static constexpr int kLabelPitch = 18;
+
+    // The ticker of `rect`'s value axes: its plot height bounds the number of labels.
+    explicit CValueAxisTicker(const QCPAxisRect* rect) : m_rect(rect) {}
+
     int Precision() const { return m_precision; }
     void SetPrecision(int precision) { m_precision = precision; }
     CChart2D::ELabelFormat Format() const { return m_format; }
@@ -30,6 +37,7 @@ public:
                   QVector<QString>* tickLabels) override;
 
 private:
+    const QCPAxisRect* m_rect;
     int m_precision = CChart2D::kDefaultLabelPrecision;
     CChart2D::ELabelFormat m_format = CChart2D::ELabelFormat::Fixed;
 };

@@ -45,7 +45,7 @@ CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QI
     m_xTicker->setSubTickCount(0);
     m_x->setTicker(m_xTicker);
     for (int i = 0; i < 2; ++i) {
-        m_valueTickers[i].reset(new CValueAxisTicker);
+        m_valueTickers[i].reset(new CValueAxisTicker(m_rect));
         m_y[i]->setTicker(m_valueTickers[i]);
         m_y[i]->setVisible(true);
     }
