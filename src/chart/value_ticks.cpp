@@ -94,7 +94,11 @@ SValueTicks ChooseValueTicks(double min, double max, int target, int precision) 
     const auto [first, last] = MultiplesWithin(min, max, step);
     result.step = step.Value();
     result.decimals = std::max(precision, step.Decimals());
-    for (double i = first; i <= last; i += 1.0) {
+    // Where two ticks needed a step that gives more than `most`, every k-th is kept, the first
+    // and the last among them.
+    const double n = last - first + 1.0;
+    const double every = n > most ? std::ceil((n - 1.0) / (most - 1.0)) : 1.0;
+    for (double i = first; i <= last; i += every) {
         result.ticks.push_back(step.Multiple(i) + 0.0); // no "-0"
     }
     return result;

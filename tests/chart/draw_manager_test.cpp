@@ -75,10 +75,10 @@ TEST_F(LevelLine, IsHitWithinTheToleranceInsideThePlotArea) {
     EXPECT_FALSE(level.HitTest(chart, kView, {770.0, y}, 3.0).has_value());
     EXPECT_FALSE(level.HitTest(chart, kView, {30.0, y}, 3.0).has_value());
 
-    // On y2 the same value sits elsewhere: 50 is the top of y2's range.
+    // On y2 the same value sits elsewhere: 50 is the top of y2's range, inset from the frame.
     const CLevelLineItem onY2 = Level(50.0, CChart2D::EAxis::Y2);
     EXPECT_FALSE(onY2.HitTest(chart, kView, {400.0, y}, 3.0).has_value());
-    EXPECT_TRUE(onY2.HitTest(chart, kView, {400.0, 16.5}, 3.0).has_value());
+    EXPECT_TRUE(onY2.HitTest(chart, kView, {400.0, 16.5 + CChart2D::kValueInset}, 3.0).has_value());
     const CLevelLineItem hole = Level(CChart2D::HoleValue());
     EXPECT_FALSE(hole.HitTest(chart, kView, {400.0, y}, 1000.0).has_value());
 }
@@ -95,11 +95,12 @@ TEST_F(LevelLine, FollowsAVerticalDragOnlyWhenMovable) {
     level.Paint(chart, kView);
     EXPECT_NEAR(chart.Series(kId)->points[0].y, 45.0, 1e-9);
 
-    // A drag on y2 moves by y2's values: 100 over the 364-pixel plot height, so a quarter of
-    // the height is 25.
+    // A drag on y2 moves by y2's values: 100 over the 364-pixel plot height less the insets, so
+    // a quarter of that is 25.
     CLevelLineItem onY2 = Level(0.0, CChart2D::EAxis::Y2);
     onY2.SetMovable(true);
-    ASSERT_TRUE(onY2.MoveBy(chart, kView, {0.0, 200.0}, {0.0, 200.0 - 364.0 / 4.0}));
+    ASSERT_TRUE(onY2.MoveBy(chart, kView, {0.0, 200.0},
+                            {0.0, 200.0 - (364.0 - 2 * CChart2D::kValueInset) / 4.0}));
     EXPECT_NEAR(onY2.Value(), 25.0, 1e-9);
 }
 
