@@ -3,6 +3,9 @@
 #include "core/setting_keys.h"
 #include "core/settings.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace {
 
 ColorRef StudyColor(const std::array<ColorRef, SChartStyle::kStudyTypeCount>& colors, int type) {
@@ -10,7 +13,52 @@ ColorRef StudyColor(const std::array<ColorRef, SChartStyle::kStudyTypeCount>& co
                                                             : ColorRef{0};
 }
 
+double Linear(int channel) {
+    const double c = channel / 255.0;
+    return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+}
+
+double Luminance(ColorRef color) {
+    return 0.2126 * Linear(RedOf(color)) + 0.7152 * Linear(GreenOf(color)) +
+           0.0722 * Linear(BlueOf(color));
+}
+
+// Black or white, whichever stands out more from `background`.
+ColorRef FarthestExtreme(ColorRef background) {
+    constexpr ColorRef kWhite = 0xFFFFFF;
+    return ContrastRatio(0, background) >= ContrastRatio(kWhite, background) ? 0 : kWhite;
+}
+
+ColorRef Blend(ColorRef from, ColorRef to, double share) {
+    const auto mix = [share](int a, int b) {
+        return static_cast<int>(std::lround(a + (b - a) * share));
+    };
+    return MakeColorRef(mix(RedOf(from), RedOf(to)), mix(GreenOf(from), GreenOf(to)),
+                        mix(BlueOf(from), BlueOf(to)));
+}
+
 } // namespace
+
+double ContrastRatio(ColorRef a, ColorRef b) {
+    const double la = Luminance(a);
+    const double lb = Luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+ColorRef ReadableTextColor(ColorRef text, ColorRef background) {
+    constexpr int kSteps = 32;
+    const ColorRef extreme = FarthestExtreme(background);
+    ColorRef color = text & kColorRefMask;
+    for (int step = 1; step <= kSteps && ContrastRatio(color, background) < kMinTextContrast;
+         ++step) {
+        color = Blend(text, extreme, static_cast<double>(step) / kSteps);
+    }
+    return color;
+}
+
+ColorRef SplitterColor(ColorRef background) {
+    return Blend(background, FarthestExtreme(background), 1.0 / 3.0);
+}
 
 ColorRef SChartStyle::StudyDataColor(int studyType) const {
     return StudyColor(studyData, studyType);

@@ -38,5 +38,18 @@ struct SChartStyle {
 
 SChartStyle ReadChartStyle(const CSettings& settings);
 
+// Legibility of text on a pane. The contrast ratio of two colours is (L1 + 0.05) / (L2 + 0.05)
+// over their relative luminances, the lighter first: 1 for equal colours, 21 for black on white.
+double ContrastRatio(ColorRef a, ColorRef b);
+// Below this ratio a header line does not read at a glance.
+inline constexpr double kMinTextContrast = 4.5;
+// `text` when it reads on `background`; otherwise `text` moved step by step toward black (on a
+// light background) or white (on a dark one) until it does. The stored colour is left alone:
+// this is only what is drawn.
+ColorRef ReadableTextColor(ColorRef text, ColorRef background);
+// The line drawn between two panes: the background moved a third of the way toward black (or
+// white on a dark background), so that it shows on any background without standing out.
+ColorRef SplitterColor(ColorRef background);
+
 // Background, grid, label axis and axis label colour of a pane: what every pane shares.
 void ApplyPaneFrame(CChart2D& chart, const SChartStyle& style, ColorRef labelColor);

@@ -102,14 +102,6 @@ std::int64_t CHistChartDrawManager::Volume(int index) const {
     return value;
 }
 
-int CHistChartDrawManager::ReadOutBar(int cursorBar) const {
-    if (m_bars.Count() == 0) {
-        return kNoCursorBar;
-    }
-    const int at = cursorBar - m_bars.first;
-    return at >= 0 && at < m_bars.Count() ? cursorBar : m_bars.first + m_bars.Count() - 1;
-}
-
 int CHistChartDrawManager::DecimalsOf(std::span<const double> prices) {
     int decimals = 2;
     for (const double price : prices) {

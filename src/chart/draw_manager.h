@@ -64,13 +64,10 @@ public:
     double Close(int index) const override;
     std::int64_t Volume(int index) const override;
 
-    // The bar that the read-outs describe: `cursorBar` when it is a displayed bar, else the
-    // newest displayed bar; kNoCursorBar when nothing is displayed.
-    int ReadOutBar(int cursorBar) const;
     // The decimals that the displayed prices need (2 to 6).
     int PriceDecimals() const { return m_decimals; }
     // The price bar fields of a displayed bar: the prices, its time, and the studies' averages
-    // and bands fields.
+    // and bands fields; none for a bar that is not displayed (the mouse off the bars).
     std::vector<std::string> PriceBarFields(int bar) const;
     // The header label beside the price bar: "Daily Price: LUMA" and its kin.
     std::string HeaderLabel(const std::string& symbol) const;

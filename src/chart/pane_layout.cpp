@@ -138,6 +138,26 @@ SPaneLayoutResult SPaneLayout::Layout(const SPaneGeometry& geometry) const {
     result.paneAreaHeight = h;
     result.scrollBarTop = h;
     result.panes.resize(static_cast<std::size_t>(n + 1));
+
+    // Too low for even the minimums: the panes are stacked at them, and the view scrolls.
+    int height = h;
+    if (geometry.minPaneHeight > 0 || geometry.minPriceHeight > 0) {
+        int needed = 0;
+        for (int p = 0; p <= n; ++p) {
+            needed += MinimumOf(result, geometry, p);
+        }
+        height = std::max(h, needed);
+    }
+    Divide(result, height, m);
+    if (!result.proportionalOnly) {
+        RaiseToMinimums(result, geometry);
+    }
+    result.contentHeight = result.panes.back().Bottom();
+    return result;
+}
+
+void SPaneLayout::Divide(SPaneLayoutResult& result, int h, int m) const {
+    const int n = LastPane();
     auto top = [this](int p) { return tops[static_cast<std::size_t>(p)]; };
     auto rect = [&result](int p) -> SPaneRect& {
         return result.panes[static_cast<std::size_t>(p)];
@@ -152,10 +172,10 @@ SPaneLayoutResult SPaneLayout::Layout(const SPaneGeometry& geometry) const {
             const int end = RoundHalfUp(h * top(p + 1));
             rect(p) = {begin, std::max(0, end - begin)};
         }
-        return result;
+        return;
     }
 
-    if (!HasMaximized() || !IsDisplayed(maximized)) {
+    if (!HasShownMaximized()) {
         double shown = 0.0;
         int strips = 0;
         for (int p = 0; p <= n; ++p) {
@@ -174,7 +194,7 @@ SPaneLayoutResult SPaneLayout::Layout(const SPaneGeometry& geometry) const {
             bottom -= height;
         }
         rect(0) = {0, std::max(0, bottom)};
-        return result;
+        return;
     }
 
     int y = 0;
@@ -183,7 +203,88 @@ SPaneLayoutResult SPaneLayout::Layout(const SPaneGeometry& geometry) const {
         rect(p) = {y, height};
         y += height;
     }
-    return result;
+}
+
+bool SPaneLayout::IsStrip(const SPaneLayoutResult& layout, int pane) const {
+    if (layout.proportionalOnly) {
+        return false;
+    }
+    return HasShownMaximized() ? maximized != pane : IsMinimized(pane);
+}
+
+int SPaneLayout::MinimumOf(const SPaneLayoutResult& result, const SPaneGeometry& geometry,
+                           int pane) const {
+    if (IsStrip(result, pane)) {
+        return std::max(0, geometry.minimizedHeight);
+    }
+    int minimum = pane == 0 ? geometry.minPriceHeight : geometry.minPaneHeight;
+    // The lowest pane that is not a strip carries the time labels.
+    bool lowest = true;
+    for (int p = pane + 1; p <= LastPane(); ++p) {
+        lowest = lowest && IsStrip(result, p);
+    }
+    if (lowest) {
+        minimum += geometry.timeAxisHeight;
+    }
+    return std::max(0, minimum);
+}
+
+void SPaneLayout::RaiseToMinimums(SPaneLayoutResult& result, const SPaneGeometry& geometry) const {
+    const int n = LastPane();
+    std::vector<int> heights(static_cast<std::size_t>(n + 1));
+    std::vector<int> room(heights.size());
+    int deficit = 0;
+    for (int p = 0; p <= n; ++p) {
+        const auto at = static_cast<std::size_t>(p);
+        const int minimum = MinimumOf(result, geometry, p);
+        heights[at] = result.panes[at].height;
+        if (!IsStrip(result, p) && heights[at] < minimum) {
+            deficit += minimum - heights[at];
+            heights[at] = minimum;
+        }
+        room[at] = IsStrip(result, p) ? 0 : std::max(0, heights[at] - minimum);
+    }
+    if (deficit == 0) {
+        return;
+    }
+    result.raised = true;
+    // The price pane gives first.
+    const int fromPrice = std::min(deficit, room[0]);
+    heights[0] -= fromPrice;
+    deficit -= fromPrice;
+    // Then the study panes, each in proportion to what it has over its minimum; the pixels the
+    // rounding leaves go one by one from the top down.
+    long long spare = 0;
+    for (int p = 1; p <= n; ++p) {
+        spare += room[static_cast<std::size_t>(p)];
+    }
+    if (deficit > 0 && spare > 0) {
+        int left = deficit;
+        for (int p = 1; p <= n; ++p) {
+            const auto at = static_cast<std::size_t>(p);
+            const auto take = static_cast<int>(room[at] * static_cast<long long>(deficit) / spare);
+            heights[at] -= take;
+            room[at] -= take;
+            left -= take;
+        }
+        for (bool gave = true; left > 0 && gave;) {
+            gave = false;
+            for (int p = 1; p <= n && left > 0; ++p) {
+                const auto at = static_cast<std::size_t>(p);
+                if (room[at] > 0) {
+                    --heights[at];
+                    --room[at];
+                    --left;
+                    gave = true;
+                }
+            }
+        }
+    }
+    int y = 0;
+    for (int p = 0; p <= n; ++p) {
+        result.panes[static_cast<std::size_t>(p)] = {y, heights[static_cast<std::size_t>(p)]};
+        y += heights[static_cast<std::size_t>(p)];
+    }
 }
 
 int SPaneLayout::HitTestPane(const SPaneLayoutResult& layout, int y) {
@@ -204,8 +305,7 @@ bool SPaneLayout::BorderDraggable(const SPaneLayoutResult& layout, int lowerPane
     if (layout.proportionalOnly) {
         return true;
     }
-    return !(HasMaximized() && IsDisplayed(maximized)) && !IsMinimized(lowerPane - 1) &&
-           !IsMinimized(lowerPane);
+    return !HasShownMaximized() && !IsMinimized(lowerPane - 1) && !IsMinimized(lowerPane);
 }
 
 int SPaneLayout::HitTestBorder(const SPaneLayoutResult& layout, int y, int tolerance) const {
@@ -241,8 +341,8 @@ bool SPaneLayout::DragBorder(const SPaneLayoutResult& layout, int lowerPane, int
     const double above = tops[static_cast<std::size_t>(lowerPane - 1)];
     const double below = tops[static_cast<std::size_t>(lowerPane + 1)];
     double newTop = 0.0;
-    if (layout.proportionalOnly || MinimizedCount() == 0) {
-        newTop = TopFromBorder(border, 0, layout.paneAreaHeight);
+    if (layout.proportionalOnly || (MinimizedCount() == 0 && !layout.raised)) {
+        newTop = TopFromBorder(border, 0, layout.contentHeight);
     } else {
         const int pixels = upper.height + lower.height;
         newTop = above + (below - above) * (border - upper.top) / pixels;

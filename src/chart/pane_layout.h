@@ -29,6 +29,12 @@ struct SPaneGeometry {
     int scrollBarHeight = 0;
     // Frame width that the panes leave free at the side of the client area.
     int frameWidth = 0;
+    // The least height of a pane that is not a strip (its label band and a plot that can be
+    // read), and the price pane's own larger one; with both 0 the tops alone decide.
+    int minPaneHeight = 0;
+    int minPriceHeight = 0;
+    // What the lowest full pane needs on top of its minimum for the time labels under it.
+    int timeAxisHeight = 0;
 };
 
 // The pixel rectangles of the displayed panes 0 to n, top to bottom, and the strip left for
@@ -38,6 +44,11 @@ struct SPaneLayoutResult {
     int paneWidth = 0;
     // Height shared by the panes: the client height less the scroll bar.
     int paneAreaHeight = 0;
+    // Height of the panes stacked one below the other. Larger than paneAreaHeight when the
+    // panes' minimums do not fit: the stack then scrolls vertically.
+    int contentHeight = 0;
+    // True when some pane was given its minimum rather than its share of the tops.
+    bool raised = false;
     // Top of the scroll bar (equal to paneAreaHeight); meaningful when its height is not 0.
     int scrollBarTop = 0;
     // True when the view was too low for the minimised strips and the panes follow their tops
@@ -103,8 +114,15 @@ struct SPaneLayout {
     // panes follow their tops again; with nothing maximised, `pane` is no longer minimised.
     bool Restore(int pane);
 
-    // Divides the view among the displayed panes.
+    // Divides the view among the displayed panes by their tops, the strips and the maximised
+    // pane. Then every pane that is not a strip is given at least its minimum height: the price
+    // pane gives up its height first, down to its own minimum, then the study panes that have
+    // more than theirs, in proportion to what they have over. When even the minimums do not fit
+    // the panes are stacked at their minimums, taller than the view. The tops are not changed.
     SPaneLayoutResult Layout(const SPaneGeometry& geometry) const;
+    // Whether pane `pane` is laid out as a title strip: minimised, or beside a maximised pane
+    // (never when the view is too low for the strips).
+    bool IsStrip(const SPaneLayoutResult& layout, int pane) const;
 
     // The pane whose rectangle holds pixel row `y`; -1 when none does.
     static int HitTestPane(const SPaneLayoutResult& layout, int y);
@@ -115,9 +133,9 @@ struct SPaneLayout {
     int HitTestBorder(const SPaneLayoutResult& layout, int y, int tolerance) const;
     // Moves the border above pane `lowerPane` to pixel row `y` of the view, keeping both panes
     // beside it at least `minPaneHeight` pixels high, and sets the new top of `lowerPane`. With
-    // no pane minimised the top is (y - view top) / view height over the pane area; otherwise
-    // the two panes share their joint fraction in the ratio of the pixel split. Returns false
-    // and changes nothing when the border cannot be dragged or the panes are too low to move.
+    // no pane minimised or raised the top is (y - view top) / view height over the pane area;
+    // otherwise the two panes share their joint fraction in the ratio of the pixel split. Returns
+    // false and changes nothing when the border cannot be dragged or the panes are too low to move.
     bool DragBorder(const SPaneLayoutResult& layout, int lowerPane, int y, int minPaneHeight);
 
     // The top, as a fraction of the view's height, for a border at pixel row `borderY`.
@@ -126,6 +144,11 @@ struct SPaneLayout {
     friend bool operator==(const SPaneLayout&, const SPaneLayout&) = default;
 
 private:
+    bool HasShownMaximized() const { return HasMaximized() && IsDisplayed(maximized); }
+    // The division by the tops alone, on `height` pixels.
+    void Divide(SPaneLayoutResult& result, int height, int stripHeight) const;
+    void RaiseToMinimums(SPaneLayoutResult& result, const SPaneGeometry& geometry) const;
+    int MinimumOf(const SPaneLayoutResult& result, const SPaneGeometry& geometry, int pane) const;
     bool BorderDraggable(const SPaneLayoutResult& layout, int lowerPane) const;
     void RepairTops();
 };

@@ -98,6 +98,86 @@ TEST(PaneLayout, DividesTheViewByTopsAndStrips) {
     EXPECT_EQ(Rects(Loaded(0, {0}), View(10)), (std::vector<SPaneRect>{{0, 10}}));
 }
 
+// Every shown pane keeps a readable height: the design's heights where they already give it,
+// the price pane giving first where they do not, and a stack taller than the view (to scroll)
+// when even the minimums do not fit.
+TEST(PaneLayout, MinimumHeightsOverTheTops) {
+    constexpr int kStrip = 20, kMin = 52, kPriceMin = 112, kTime = 16;
+    for (int n = 0; n <= 10; ++n) {
+        for (const int state : {0, 1, 2}) { // plain, pane 1 minimised, the last pane maximised
+            SPaneLayout layout;
+            layout.displayedCount = n;
+            layout.tops = {0, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+            layout.FinishLoading();
+            if (state == 1 && n >= 1) {
+                layout.minimized[1] = 1;
+            } else if (state == 2 && n >= 1) {
+                layout.maximized = n;
+            }
+            const auto strip = [&](int p) {
+                return layout.HasMaximized() ? p != layout.maximized : layout.IsMinimized(p) != 0;
+            };
+            int lowest = n;
+            while (strip(lowest)) {
+                --lowest;
+            }
+            std::vector<int> need;
+            int needed = 0;
+            for (int p = 0; p <= n; ++p) {
+                need.push_back(strip(p) ? kStrip
+                                        : (p == 0 ? kPriceMin : kMin) + (p == lowest ? kTime : 0));
+                needed += need.back();
+            }
+            for (int h = 300; h <= 1000; h += 50) {
+                SCOPED_TRACE(testing::Message() << "n " << n << " state " << state << " h " << h);
+                SPaneGeometry geometry = View(h, kStrip);
+                const SPaneLayoutResult design = layout.Layout(geometry);
+                geometry.minPaneHeight = kMin;
+                geometry.minPriceHeight = kPriceMin;
+                geometry.timeAxisHeight = kTime;
+                const SPaneLayoutResult got = layout.Layout(geometry);
+                ASSERT_EQ(got.panes.size(), static_cast<std::size_t>(n + 1));
+                EXPECT_EQ(got.paneAreaHeight, h);
+                EXPECT_EQ(got.contentHeight, std::max(h, needed));
+                bool designFits = !design.proportionalOnly;
+                for (int p = 0; p <= n; ++p) {
+                    const auto at = static_cast<std::size_t>(p);
+                    EXPECT_EQ(got.panes[at].top, p == 0 ? 0 : got.panes[at - 1].Bottom());
+                    EXPECT_GE(got.panes[at].height, need[at]) << "pane " << p;
+                    EXPECT_EQ(layout.IsStrip(got, p), strip(p));
+                    if (strip(p)) {
+                        EXPECT_EQ(got.panes[at].height, kStrip);
+                    }
+                    designFits = designFits && design.panes[at].height >= need[at];
+                }
+                EXPECT_EQ(got.panes.back().Bottom(), got.contentHeight);
+                if (designFits) {
+                    EXPECT_EQ(got.panes, design.panes);
+                    EXPECT_FALSE(got.raised);
+                } else if (!design.proportionalOnly && !strip(0) && got.panes[0].height > need[0]) {
+                    // The price pane kept more than its minimum: no study pane lost height.
+                    for (int p = 1; p <= n; ++p) {
+                        const auto at = static_cast<std::size_t>(p);
+                        EXPECT_GE(got.panes[at].height, design.panes[at].height) << "pane " << p;
+                    }
+                }
+            }
+        }
+    }
+
+    // A raised layout keeps the border where it is dropped, sharing the two panes' fractions.
+    SPaneLayout ten = Loaded(10, {0});
+    SPaneGeometry geometry = View(600);
+    geometry.minPaneHeight = kMin;
+    geometry.minPriceHeight = kPriceMin;
+    const SPaneLayoutResult raised = ten.Layout(geometry);
+    ASSERT_TRUE(raised.raised);
+    const int border = raised.panes[5].top + 10;
+    ASSERT_TRUE(ten.DragBorder(raised, 5, border, 10));
+    const int pixels = raised.panes[4].height + raised.panes[5].height;
+    EXPECT_NEAR(ten.tops[5], 0.58 + 0.12 * (raised.panes[4].height + 10) / pixels, 1e-12);
+}
+
 TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
     // The price pane alone cannot be made a strip, nor come back as one from the settings.
     SPaneLayout alone = Loaded(0, {0});

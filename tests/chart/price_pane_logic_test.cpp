@@ -1,3 +1,4 @@
+#include "chart/chart_style.h"
 #include "chart/price_pane_logic.h"
 
 #include <gtest/gtest.h>
@@ -54,4 +55,49 @@ TEST(PricePaneLogic, PriceBarText) {
     EXPECT_EQ(PriceBarText(fields, true, true, 0), "Hi: 12.25 Low: 8.75 Time: 09:30:00 ");
     EXPECT_EQ(PriceBarText(fields, false, true, 999), "");
     EXPECT_EQ(PriceBarText({}, true, true, 999), "");
+}
+
+// A header line reads on its background: a stored colour that does not is drawn darker on a
+// light background and lighter on a dark one, as little as it takes; one that reads is kept.
+TEST(PricePaneLogic, HeaderTextReadsOnAnyBackground) {
+    EXPECT_NEAR(ContrastRatio(0x000000, 0xFFFFFF), 21.0, 1e-9);
+    EXPECT_NEAR(ContrastRatio(0xFFFFFF, 0x000000), 21.0, 1e-9);
+    EXPECT_NEAR(ContrastRatio(0xC0C0C0, 0xFFFFFF), 1.82, 0.01);
+
+    struct SCase {
+        ColorRef text;
+        ColorRef background;
+        bool kept;
+        bool darker; // the way it moves when not kept
+    };
+    const SCase cases[] = {
+        {0xC0C0C0, 0xFFFFFF, false, true},  // the default price bar on the default background
+        {0x000000, 0xFFFFFF, true, false},  // the default study labels
+        {0x800000, 0xFFFFFF, true, false},  // navy reads on white
+        {0x0000FF, 0xFFFFFF, false, true},  // red is a little too light (4:1)
+        {0x00FF00, 0xFFFFFF, false, true},  // green does not
+        {0xFFFFFF, 0xFFFFFF, false, true},  // invisible
+        {0x000000, 0x000000, false, false}, // black labels on a black background
+        {0x000000, 0x402010, false, false}, // on a dark blue one
+        {0xC0C0C0, 0x000000, true, false},  // silver reads on black
+        {0x808080, 0x808080, false, true},  // mid grey on mid grey goes to black
+        {0x00FFFF, 0x00C0FF, false, true},  // yellow on orange
+    };
+    for (const SCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.text << " on " << c.background);
+        const ColorRef drawn = ReadableTextColor(c.text, c.background);
+        EXPECT_GE(ContrastRatio(drawn, c.background), kMinTextContrast);
+        EXPECT_EQ(drawn == c.text, c.kept);
+        if (!c.kept) {
+            const int before = RedOf(c.text) + GreenOf(c.text) + BlueOf(c.text);
+            const int after = RedOf(drawn) + GreenOf(drawn) + BlueOf(drawn);
+            EXPECT_EQ(after < before, c.darker);
+            // No further than it takes, not all the way to black or white.
+            EXPECT_LT(ContrastRatio(drawn, c.background), kMinTextContrast + 0.6);
+        }
+    }
+    // The line between panes shows on light, dark and mid backgrounds alike.
+    for (const ColorRef background : {0xFFFFFFu, 0x000000u, 0x808080u, 0x402010u}) {
+        EXPECT_GT(ContrastRatio(SplitterColor(background), background), 1.4) << background;
+    }
 }

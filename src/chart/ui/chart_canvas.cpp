@@ -21,7 +21,9 @@ CChartCanvas::CChartCanvas(const CChartHistRequest& history, CSettings& settings
     : QWidget(parent), m_history(history), m_settings(settings), m_draw(history) {
     setObjectName("ChartCanvas");
     setFocusPolicy(Qt::StrongFocus);
-    m_stack = new CChartStackWidget(this);
+    m_viewport = new QWidget(this);
+    m_viewport->setObjectName("ChartViewport");
+    m_stack = new CChartStackWidget(m_viewport);
     m_stack->setObjectName("ChartStack");
     m_stack->setFocusPolicy(Qt::NoFocus);
     m_stack->setMouseTracking(true);
@@ -46,6 +48,12 @@ CChartCanvas::CChartCanvas(const CChartHistRequest& history, CSettings& settings
             RedrawAll();
         }
     });
+    m_paneScrollBar = new QScrollBar(Qt::Vertical, this);
+    m_paneScrollBar->setObjectName("PaneScrollBar");
+    m_paneScrollBar->setFocusPolicy(Qt::NoFocus);
+    m_paneScrollBar->hide();
+    connect(m_paneScrollBar, &QScrollBar::valueChanged, this,
+            [this](int value) { m_stack->move(0, -value); });
     m_tip = new CChartInfoTip(this);
     m_tip->hide();
     m_studyPoll.setInterval(kStudyPollMs);
@@ -156,13 +164,70 @@ void CChartCanvas::SyncScrollBar() {
 }
 
 void CChartCanvas::Relayout() {
+    if (m_furniture.around == 0) {
+        // Until the panes are drawn: a label band and an axis of about the label's height.
+        m_furniture = {2 * m_stack->LabelStripHeight(), m_stack->LabelStripHeight()};
+    }
+    LayOutPanes();
+    // The panes' axes take what their labels need: when the drawing shows that the minimums
+    // were reckoned on other margins (a pane took over the time labels, the fonts differ), the
+    // panes are laid out once more on what was measured.
+    const SPaneFurniture measured = MeasureFurniture();
+    if (!(measured == m_furniture)) {
+        m_furniture = measured;
+        LayOutPanes();
+    }
+}
+
+CChartCanvas::SPaneFurniture CChartCanvas::MeasureFurniture() const {
+    SPaneFurniture furniture = m_furniture;
+    int timePane = m_layout.LastPane();
+    while (timePane > 0 && IsStrip(timePane)) {
+        --timePane;
+    }
+    int timed = -1;
+    int plain = -1;
+    for (int pane = 0; pane <= timePane; ++pane) {
+        if (IsStrip(pane)) {
+            continue;
+        }
+        const CChart2D::SGeometry geometry = m_stack->Pane(pane).Geometry();
+        (pane == timePane ? timed : plain) = geometry.top + geometry.bottom;
+    }
+    if (plain > 0) {
+        furniture.around = plain;
+    }
+    if (timed > 0) {
+        furniture.timeLabels = std::max(0, timed - furniture.around);
+    }
+    return furniture;
+}
+
+void CChartCanvas::LayOutPanes() {
     SPaneGeometry geometry;
     geometry.clientWidth = width();
     geometry.clientHeight = height();
     geometry.minimizedHeight = kMinimizedHeight;
     geometry.scrollBarHeight = m_scrollBar->sizeHint().height();
+    geometry.minPaneHeight = MinPaneHeight();
+    geometry.minPriceHeight = m_furniture.around + kMinPricePlotHeight;
+    geometry.timeAxisHeight = m_furniture.timeLabels;
     m_layoutResult = m_layout.Layout(geometry);
-    m_stack->setGeometry(0, 0, m_layoutResult.paneWidth, m_layoutResult.paneAreaHeight);
+    const int area = m_layoutResult.paneAreaHeight;
+    const int content = m_layoutResult.contentHeight;
+    const bool scrolls = content > area;
+    if (scrolls) {
+        m_layoutResult.paneWidth =
+            std::max(0, m_layoutResult.paneWidth - m_paneScrollBar->sizeHint().width());
+    }
+    m_paneScrollBar->setRange(0, scrolls ? content - area : 0);
+    m_paneScrollBar->setPageStep(std::max(area, 1));
+    m_paneScrollBar->setSingleStep(std::max(MinPaneHeight() / 2, 1));
+    m_paneScrollBar->setGeometry(m_layoutResult.paneWidth, 0, width() - m_layoutResult.paneWidth,
+                                 area);
+    m_paneScrollBar->setVisible(scrolls);
+    m_viewport->setGeometry(0, 0, m_layoutResult.paneWidth, area);
+    m_stack->setGeometry(0, -m_paneScrollBar->value(), m_layoutResult.paneWidth, content);
     m_scrollBar->setGeometry(0, m_layoutResult.scrollBarTop, width(), geometry.scrollBarHeight);
 
     m_stack->HoldDrawing();
@@ -179,14 +244,6 @@ void CChartCanvas::Relayout() {
     m_stack->ReleaseDrawing();
 }
 
-bool CChartCanvas::IsStrip(int pane) const {
-    if (m_layoutResult.proportionalOnly) {
-        return false;
-    }
-    // With a pane maximised every other pane is a strip, minimised or not.
-    return m_layout.HasMaximized() ? m_layout.maximized != pane : m_layout.IsMinimized(pane);
-}
-
 std::string CChartCanvas::ChartText() const {
     try {
         return m_dataType == kIntervals ? fmt::format("{}-Minute", IntervalMinutes(m_intervalIndex))
@@ -200,7 +257,7 @@ std::string CChartCanvas::PriceLabelText(const SChartStyle& style) const {
     if (m_symbol.empty() || m_draw.Displayed().Count() == 0) {
         return {};
     }
-    const std::vector<std::string> fields = m_draw.PriceBarFields(m_draw.ReadOutBar(m_cursorBar));
+    const std::vector<std::string> fields = m_draw.PriceBarFields(m_cursorBar);
     const std::string bar =
         ::PriceBarText(fields, style.showPriceBar, m_layout.IsMinimized(0), m_layout.maximized);
     return m_draw.HeaderLabel(m_symbol) + (bar.empty() ? "" : "   " + bar);

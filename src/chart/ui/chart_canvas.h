@@ -33,8 +33,12 @@ class CChartCanvas : public QWidget {
 public:
     // Height of a minimised pane: its label strip.
     static constexpr int kMinimizedHeight = 20;
-    static constexpr int kMinPaneHeight = 24;
-    static constexpr int kBorderTolerance = 3;
+    // The least plot height of a study pane and the price pane's larger one. When the panes'
+    // least heights do not fit, the price pane gives first, then the stack scrolls vertically.
+    static constexpr int kMinPlotHeight = 20;
+    static constexpr int kMinPricePlotHeight = 40;
+    // A border between two panes is grabbed this many pixels above or below it.
+    static constexpr int kBorderTolerance = 6;
     // How near (pixels) a press must be to a drawn item to pick it.
     static constexpr double kItemTolerance = 5.0;
     // How often a running study computation is asked whether it is done.
@@ -105,6 +109,8 @@ public:
     CChartStackWidget& Stack() const { return *m_stack; }
     const CChartInfoTip& InfoTip() const { return *m_tip; }
     QScrollBar* ScrollBar() const { return m_scrollBar; }
+    // The vertical scroll bar of the stack; shown only when the panes are taller than the view.
+    QScrollBar* PaneScrollBar() const { return m_paneScrollBar; }
     const CDisplayRange& Range() const { return m_range; }
     const SPaneLayout& Layout() const { return m_layout; }
     const SPaneLayoutResult& LayoutResult() const { return m_layoutResult; }
@@ -145,7 +151,19 @@ private:
     bool HandleMouse(QEvent* event);
     double PixelsPerBar() const;
     // Whether `pane` is laid out as a title strip (minimised, or beside a maximised pane).
-    bool IsStrip(int pane) const;
+    bool IsStrip(int pane) const { return m_layout.IsStrip(m_layoutResult, pane); }
+    // The least height of a study pane's plot, label band and axis together.
+    int MinPaneHeight() const { return m_furniture.around + kMinPlotHeight; }
+    // Lays the panes out with the furniture as it stands and draws them.
+    void LayOutPanes();
+    // What the label band and the axis take above and below a plot, as the panes were last
+    // drawn: `around` for a pane without the time labels, and what those labels add.
+    struct SPaneFurniture {
+        int around = 0;
+        int timeLabels = 0;
+        friend bool operator==(const SPaneFurniture&, const SPaneFurniture&) = default;
+    };
+    SPaneFurniture MeasureFurniture() const;
     std::string ChartText() const;
     std::string PriceLabelText(const SChartStyle& style) const;
     // The bar under the pixel position `pos` of the stack, or kNoCursorBar.
@@ -160,12 +178,16 @@ private:
     const CChartHistRequest& m_history;
     CSettings& m_settings;
     SChartStyle m_style;
+    // The stack scrolls vertically inside the viewport when it is taller.
+    QWidget* m_viewport = nullptr;
     CChartStackWidget* m_stack = nullptr;
     QScrollBar* m_scrollBar = nullptr;
+    QScrollBar* m_paneScrollBar = nullptr;
     CHistChartDrawManager m_draw;
     CDisplayRange m_range;
     SPaneLayout m_layout;
     SPaneLayoutResult m_layoutResult;
+    SPaneFurniture m_furniture;
     std::string m_symbol;
     int m_dataType = 0;
     int m_intervalIndex = 0;

@@ -197,7 +197,7 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         const int y = static_cast<int>(mouse->position().y());
         if (m_dragBorder >= 0) {
             SPaneLayout moved = m_layout;
-            if (moved.DragBorder(m_layoutResult, m_dragBorder, y, kMinPaneHeight) &&
+            if (moved.DragBorder(m_layoutResult, m_dragBorder, y, MinPaneHeight()) &&
                 !(moved == m_layout)) {
                 m_layout = moved;
                 Relayout();

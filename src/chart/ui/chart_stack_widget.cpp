@@ -1,5 +1,6 @@
 #include "chart/ui/chart_stack_widget.h"
 
+#include "chart/chart_style.h"
 #include "chart/ui/pane_stack_layout.h"
 
 #include <QFontMetrics>
@@ -25,7 +26,8 @@ CChartStackWidget::CChartStackWidget(QWidget* parent) : QCustomPlot(parent) {
 
     QFont labelFont(font());
     labelFont.setPixelSize(kLabelFontPixels);
-    m_labelStrip = QFontMetrics(labelFont).height() + 2;
+    // The label band is one line of the label font high and no more.
+    m_labelStrip = QFontMetrics(labelFont).height();
 
     // The default axis rectangle and its legend go; the panes take the whole plot.
     plotLayout()->clear();
@@ -213,9 +215,30 @@ void CChartStackWidget::resizeEvent(QResizeEvent* /*event*/) {
     Invalidate(true);
 }
 
+std::vector<int> CChartStackWidget::SplitterRows() const {
+    std::vector<int> rows;
+    for (const SPaneSlot& slot : m_slots) {
+        if (slot.visible && slot.height > 0 && slot.top > 0) {
+            rows.push_back(slot.top);
+        }
+    }
+    return rows;
+}
+
+void CChartStackWidget::PaintSplitters(QPainter& painter, const std::vector<int>& rows,
+                                       int width) const {
+    const QColor& back = m_panes[0]->BackgroundQColor();
+    const ColorRef line = SplitterColor(MakeColorRef(back.red(), back.green(), back.blue()));
+    painter.setPen(QPen(QColor(RedOf(line), GreenOf(line), BlueOf(line)), 0));
+    for (const int row : rows) {
+        painter.drawLine(QPointF(0, row + 0.5), QPointF(width, row + 0.5));
+    }
+}
+
 void CChartStackWidget::paintEvent(QPaintEvent* event) {
     QCustomPlot::paintEvent(event);
     QPainter painter(this);
+    PaintSplitters(painter, SplitterRows(), width());
     for (const auto& pane : m_panes) {
         pane->PaintCrosshair(painter);
     }
@@ -259,6 +282,7 @@ void CChartStackWidget::RenderPanes(QPainter& painter, const QRectF& target,
         top += saved[index].height;
     }
     total = static_cast<int>(std::lround(total * heightScale));
+    const std::vector<int> splitters = SplitterRows();
     ApplyPaneSlots();
     ShareBackground();
     QPicture picture;
@@ -277,12 +301,15 @@ void CChartStackWidget::RenderPanes(QPainter& painter, const QRectF& target,
     painter.scale(target.width() / plotWidth, target.height() / total);
     // A picture plays back enlarged by the device's resolution over its own (half as large
     // again on a PDF of 150 dpi): undone, so that the panes fill the target on any device.
+    painter.save();
     const QPaintDevice* device = painter.device();
     if (device != nullptr && device->logicalDpiX() > 0 && device->logicalDpiY() > 0) {
         painter.scale(static_cast<double>(picture.logicalDpiX()) / device->logicalDpiX(),
                       static_cast<double>(picture.logicalDpiY()) / device->logicalDpiY());
     }
     painter.drawPicture(0, 0, picture);
+    painter.restore();
+    PaintSplitters(painter, splitters, plotWidth);
     painter.restore();
 }
 

@@ -12,6 +12,9 @@
 // event loop. Use Redraw() or the holds rather than QCustomPlot's replot(), which knows nothing
 // of them.
 //
+// A thin line in a colour drawn from the background marks the border between two panes, on the
+// screen and in print.
+//
 // The panes' crosshairs are painted over the drawn stack whenever the widget is painted: a
 // crosshair change repaints only the pixels that the crosshair leaves and enters, from the
 // buffers as they are (the panes are not drawn again), unless the whole stack is about to be
@@ -33,6 +36,7 @@
 #include <array>
 #include <memory>
 #include <span>
+#include <vector>
 
 class CPaneStackLayout;
 
@@ -106,6 +110,9 @@ private:
     };
 
     void CheckIndex(int index) const;
+    // The rows of the lines between the shown panes, each the first row of the lower pane.
+    std::vector<int> SplitterRows() const;
+    void PaintSplitters(QPainter& painter, const std::vector<int>& rows, int width) const;
     void ApplyPaneSlots();
     void ShareBackground();
     void SyncViewport();

@@ -1,5 +1,7 @@
 #include "chart/ui/stack_pane_chart.h"
 
+#include "chart/chart_style.h"
+
 #include "chart/ui/pane_stack_layout.h"
 
 #include <QRectF>
@@ -349,7 +351,10 @@ void CStackPaneChart::SetAxisLabelColor(ColorRef color) {
 
 void CStackPaneChart::SetLabelLine(std::string_view text, ColorRef color) {
     m_labelLine->SetText(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
-    m_labelLine->SetColor(ToQColor(color));
+    // Drawn in a colour that reads on the background, whatever the setting holds.
+    const QColor& back = m_backgroundColor;
+    m_labelLine->SetColor(
+        ToQColor(ReadableTextColor(color, MakeColorRef(back.red(), back.green(), back.blue()))));
     Changed(false);
 }
 
