@@ -131,13 +131,46 @@ TEST_F(ChartCanvasTest, PaneCommandsAndBorderDragsSurviveARestart) {
                           Qt::NoModifier);
         QCoreApplication::sendEvent(&reopened->Stack(), &event);
     };
-    mouse(QEvent::MouseButtonPress, border, Qt::LeftButton);
+    // The border is grabbed a few pixels off it, where the cursor says so.
+    mouse(QEvent::MouseMove, border + 5, Qt::NoButton);
+    EXPECT_EQ(reopened->Stack().cursor().shape(), Qt::SplitVCursor);
+    mouse(QEvent::MouseButtonPress, border + 5, Qt::LeftButton);
     mouse(QEvent::MouseMove, 300, Qt::LeftButton);
     mouse(QEvent::MouseButtonRelease, 300, Qt::NoButton);
     EXPECT_EQ(reopened->LayoutResult().panes[1].top, 300);
     const double stored = settings.GetNumber(keys::Numbered(keys::kTopOfChart, 1));
     EXPECT_NEAR(stored, 300.0 / reopened->LayoutResult().paneAreaHeight, 1e-9);
     EXPECT_EQ(Open()->LayoutResult().panes[1].top, 300);
+}
+
+// Ten study panes on a low view keep readable panes and scroll; on a tall one they follow the
+// tops and the scroll bar goes. The stored tops are not touched by either.
+TEST_F(ChartCanvasTest, TenStudyPanesScrollRatherThanSqueeze) {
+    settings.SetInt(keys::kNumberOfStudyCharts, 10);
+    auto canvas = Open();
+    const std::string top5 = settings.GetText(keys::Numbered(keys::kTopOfChart, 5));
+    QScrollBar* bar = canvas->PaneScrollBar();
+    for (const int height : {400, 1100}) {
+        canvas->resize(900, height); // not shown: no resize event
+        canvas->Relayout();
+        const SPaneLayoutResult& layout = canvas->LayoutResult();
+        const int content = layout.contentHeight;
+        EXPECT_EQ(canvas->Stack().height(), content);
+        EXPECT_EQ(layout.panes.back().Bottom(), content);
+        for (int pane = 1; pane <= 10; ++pane) {
+            EXPECT_GE(layout.panes[static_cast<std::size_t>(pane)].height, canvas->MinPaneHeight())
+                << pane;
+        }
+        EXPECT_EQ(bar->isHidden(), content <= layout.paneAreaHeight) << height;
+        EXPECT_EQ(bar->maximum(), std::max(0, content - layout.paneAreaHeight));
+    }
+    EXPECT_TRUE(bar->isHidden()); // 1100 pixels are enough
+    canvas->resize(900, 400);
+    canvas->Relayout();
+    ASSERT_FALSE(bar->isHidden());
+    bar->setValue(bar->maximum());
+    EXPECT_EQ(canvas->Stack().y(), -bar->maximum());
+    EXPECT_EQ(settings.GetText(keys::Numbered(keys::kTopOfChart, 5)), top5);
 }
 
 // Runs the event loop until a timer started now after the read-out's own has fired: the read-out
@@ -193,6 +226,11 @@ TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
     move({price.SlotToPixelX(61.0), 100.0});
     EXPECT_EQ(canvas->CursorBar(), bar + 1);
     EXPECT_EQ(statuses.size(), 2U);
+
+    // Right of the newest bar there is no bar to read out: the price bar names the chart only.
+    move({canvas->Stack().width() - 2.0, 100.0});
+    EXPECT_EQ(canvas->CursorBar(), kNoCursorBar);
+    EXPECT_EQ(canvas->PriceBarText(), "Daily Price: LUMA");
 
     QEvent leave(QEvent::Leave);
     QCoreApplication::sendEvent(&canvas->Stack(), &leave);

@@ -114,6 +114,8 @@ public:
     const CDisplayRange& Range() const { return m_range; }
     const SPaneLayout& Layout() const { return m_layout; }
     const SPaneLayoutResult& LayoutResult() const { return m_layoutResult; }
+    // The least height of a study pane's plot, label band and axis together.
+    int MinPaneHeight() const { return m_furniture.around + kMinPlotHeight; }
     CHistChartDrawManager& DrawManager() { return m_draw; }
     // Adds commands to the pane menu, after those added before; `pane` is the pane clicked.
     void AddMenuExtender(std::function<void(QMenu&, int pane)> extender) {
@@ -152,8 +154,6 @@ private:
     double PixelsPerBar() const;
     // Whether `pane` is laid out as a title strip (minimised, or beside a maximised pane).
     bool IsStrip(int pane) const { return m_layout.IsStrip(m_layoutResult, pane); }
-    // The least height of a study pane's plot, label band and axis together.
-    int MinPaneHeight() const { return m_furniture.around + kMinPlotHeight; }
     // Lays the panes out with the furniture as it stands and draws them.
     void LayOutPanes();
     // What the label band and the axis take above and below a plot, as the panes were last
