@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 namespace {
 
 using Flags = decltype(SPaneLayout::minimized);
@@ -122,12 +124,11 @@ TEST(PaneLayout, MinimumHeightsOverTheTops) {
                 --lowest;
             }
             std::vector<int> need;
-            int needed = 0;
             for (int p = 0; p <= n; ++p) {
                 need.push_back(strip(p) ? kStrip
                                         : (p == 0 ? kPriceMin : kMin) + (p == lowest ? kTime : 0));
-                needed += need.back();
             }
+            const int needed = std::accumulate(need.begin(), need.end(), 0);
             for (int h = 300; h <= 1000; h += 50) {
                 SCOPED_TRACE(testing::Message() << "n " << n << " state " << state << " h " << h);
                 SPaneGeometry geometry = View(h, kStrip);

@@ -60,7 +60,6 @@ TEST(PricePaneLogic, PriceBarText) {
 // A header line reads on its background: a stored colour that does not is drawn darker on a
 // light background and lighter on a dark one, as little as it takes; one that reads is kept.
 TEST(PricePaneLogic, HeaderTextReadsOnAnyBackground) {
-    EXPECT_NEAR(ContrastRatio(0x000000, 0xFFFFFF), 21.0, 1e-9);
     EXPECT_NEAR(ContrastRatio(0xFFFFFF, 0x000000), 21.0, 1e-9);
     EXPECT_NEAR(ContrastRatio(0xC0C0C0, 0xFFFFFF), 1.82, 0.01);
 
