@@ -35,7 +35,7 @@ public:
     static constexpr int kMinimizedHeight = 20;
     // The least plot height of a study pane and the price pane's larger one. When the panes'
     // least heights do not fit, the price pane gives first, then the stack scrolls vertically.
-    static constexpr int kMinPlotHeight = 20;
+    static constexpr int kMinPlotHeight = 28;
     static constexpr int kMinPricePlotHeight = 40;
     // A border between two panes is grabbed this many pixels above or below it.
     static constexpr int kBorderTolerance = 6;

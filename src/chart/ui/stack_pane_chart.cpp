@@ -12,6 +12,10 @@
 
 namespace {
 
+// The x axis's tick marks below the plot and the gap between them and their texts.
+constexpr int kXTickLength = 4;
+constexpr int kXAxisPadding = 5;
+
 QColor ToQColor(ColorRef color) {
     return QColor(RedOf(color), GreenOf(color), BlueOf(color));
 }
@@ -40,6 +44,8 @@ CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QI
     m_rect->setRangeZoom({});
     m_rect->setAutoMargins(QCP::msLeft | QCP::msRight | QCP::msBottom);
     m_rect->setMargins(QMargins(0, stack.LabelStripHeight(), 0, 0));
+    // The plot reaches down to the next pane when the x axis writes nothing below it.
+    m_rect->setMinimumMargins(QMargins(15, 0, 15, 0));
     QCPAxis* top = m_rect->axis(QCPAxis::atTop);
     top->setVisible(false);
 
@@ -58,7 +64,7 @@ CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QI
         axis->setTickLabelFont(tickFont);
         axis->setSubTicks(false);
         axis->setTickLengthIn(0);
-        axis->setTickLengthOut(4);
+        axis->setTickLengthOut(kXTickLength);
         axis->setSelectableParts(QCPAxis::spNone);
         axis->grid()->setSubGridVisible(false);
         axis->grid()->setZeroLinePen(Qt::NoPen);
@@ -301,8 +307,10 @@ void CStackPaneChart::SetXLabels(std::span<const SXLabel> labels) {
         }
     }
     m_xTicker->setTicks(ticks);
-    // Grid lines without texts take no room below the plot.
+    // Grid lines without texts take no room below the plot: no labels, tick marks or padding.
     m_x->setTickLabels(anyText);
+    m_x->setTickLengthOut(anyText ? kXTickLength : 0);
+    m_x->setPadding(anyText ? kXAxisPadding : 0);
     Changed(true);
 }
 
