@@ -324,7 +324,7 @@ struct SGridChange {
 SGridChange ChangeGridColor(CMainFrame& frame, ColorRef color) {
     CColorPage page(frame.Settings());
     page.Button(EColorSlot::Grid)->SetColor(color);
-    page.Apply();
+    page.Store();
     CChartCanvas& canvas = frame.ChartView()->Canvas();
     const TimePoint start = Clock::now();
     frame.ApplyStoredSettings();

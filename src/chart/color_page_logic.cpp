@@ -56,6 +56,7 @@ CColorPageLogic::CColorPageLogic(const CSettings& settings) {
         m_studyLabel[Index(type)] =
             LoadColor(settings, keys::Numbered(keys::kStudyLabelColor, type));
     }
+    m_shown = {m_colors, m_studyData, m_studyLabel};
 }
 
 ColorRef CColorPageLogic::Color(EColorSlot slot) const {
@@ -90,16 +91,22 @@ ColorRef CColorPageLogic::StudyLabelColorOf(int type) const {
     return IsStudyType(type) ? m_studyLabel[Index(type)] : 0;
 }
 
-void CColorPageLogic::Store(CSettings& settings) const {
+void CColorPageLogic::Store(CSettings& settings) {
+    const auto store = [&settings](const std::string& key, ColorRef now, ColorRef shown) {
+        if (now != shown) {
+            settings.SetText(key, std::to_string(now));
+        }
+    };
     for (std::size_t i = 0; i < kSlots.size(); ++i) {
-        settings.SetText(kSlots[i].key, std::to_string(m_colors[i]));
+        store(kSlots[i].key, m_colors[i], m_shown.colors[i]);
     }
     for (int type = 0; type < kStudyTypeCount; ++type) {
-        settings.SetText(keys::Numbered(keys::kStudyDataColor, type),
-                         std::to_string(m_studyData[Index(type)]));
-        settings.SetText(keys::Numbered(keys::kStudyLabelColor, type),
-                         std::to_string(m_studyLabel[Index(type)]));
+        store(keys::Numbered(keys::kStudyDataColor, type), m_studyData[Index(type)],
+              m_shown.studyData[Index(type)]);
+        store(keys::Numbered(keys::kStudyLabelColor, type), m_studyLabel[Index(type)],
+              m_shown.studyLabel[Index(type)]);
     }
+    m_shown = {m_colors, m_studyData, m_studyLabel};
 }
 
 const char* CColorPageLogic::Key(EColorSlot slot) {

@@ -1,7 +1,7 @@
 #pragma once
 
 // The colour page's model: the seven chart colours and the data and label colours of the ten
-// study types, loaded from the settings table, edited on the page and stored together.
+// study types, loaded from the settings table, edited on the page, and those changed stored.
 
 #include "chart/color_ref.h"
 
@@ -49,8 +49,9 @@ public:
     ColorRef StudyDataColorOf(int type) const;
     ColorRef StudyLabelColorOf(int type) const;
 
-    // Stores every colour under its key, in decimal.
-    void Store(CSettings& settings) const;
+    // Stores, in decimal under its key, every colour that differs from the one loaded or last
+    // stored.
+    void Store(CSettings& settings);
 
     // The settings key of a slot and the caption of its button.
     static const char* Key(EColorSlot slot);
@@ -66,5 +67,11 @@ private:
     std::array<ColorRef, kSlotCount> m_colors{};
     std::array<ColorRef, kStudyTypeCount> m_studyData{};
     std::array<ColorRef, kStudyTypeCount> m_studyLabel{};
+    // The colours as loaded or last stored.
+    struct SShown {
+        std::array<ColorRef, kSlotCount> colors{};
+        std::array<ColorRef, kStudyTypeCount> studyData{};
+        std::array<ColorRef, kStudyTypeCount> studyLabel{};
+    } m_shown;
     int m_studyType = 0;
 };

@@ -49,38 +49,52 @@ const char* CDisplayPageLogic::Refusal(const SDisplayPageValues& values) {
     return nullptr;
 }
 
-bool CDisplayPageLogic::Confirm(CSettings& settings, IPrompt& prompt,
-                                const SDisplayPageValues& values) {
+bool CDisplayPageLogic::Check(IPrompt& prompt, const SDisplayPageValues& values) {
     if (const char* refusal = Refusal(values)) {
         prompt.Error(kErrorCaption, refusal);
         return false;
     }
-    Store(settings, values);
     return true;
 }
 
-void CDisplayPageLogic::Store(CSettings& settings, const SDisplayPageValues& values) {
-    if (values.pointsIndex >= 0 &&
+void CDisplayPageLogic::Store(CSettings& settings, const SDisplayPageValues& values,
+                              const SDisplayPageValues& shown) {
+    const auto changed = [](auto now, auto before) { return now != before; };
+    if (changed(values.pointsIndex, shown.pointsIndex) && values.pointsIndex >= 0 &&
         values.pointsIndex < static_cast<int>(DisplayPointsTable.size())) {
         settings.SetInt(keys::kPtsIndex, values.pointsIndex);
     }
-    settings.SetInt(keys::kShowGrid, values.showGrid ? 1 : 0);
-    if (IsLineStyle(values.gridStyle)) {
+    if (changed(values.showGrid, shown.showGrid)) {
+        settings.SetInt(keys::kShowGrid, values.showGrid ? 1 : 0);
+    }
+    if (changed(values.gridStyle, shown.gridStyle) && IsLineStyle(values.gridStyle)) {
         settings.SetInt(keys::kGridStyle, values.gridStyle);
     }
-    if (values.chartStyle >= 0 && values.chartStyle < kChartStyleCount) {
+    if (changed(values.chartStyle, shown.chartStyle) && values.chartStyle >= 0 &&
+        values.chartStyle < kChartStyleCount) {
         settings.SetInt(keys::kCandlePriceChartStyle, values.chartStyle);
     }
-    if (values.valueLabelSide >= 0 && values.valueLabelSide < kValueLabelSideCount) {
+    if (changed(values.valueLabelSide, shown.valueLabelSide) && values.valueLabelSide >= 0 &&
+        values.valueLabelSide < kValueLabelSideCount) {
         settings.SetBool(keys::kYAxisOrientation, values.valueLabelSide == 1);
     }
-    settings.SetInt(keys::kShowPriceBar, values.showPriceBar ? 1 : 0);
-    settings.SetBool(keys::kFixedYAxisScaling, values.fixedYAxisScaling);
-    settings.SetBool(keys::kScrollingByItems, values.scrollByItems);
-    settings.SetInt(keys::kScrollingItems,
-                    std::clamp(values.scrollItems, kMinScrollItems, kMaxScrollItems));
-    settings.SetInt(keys::kScrollingPercent,
-                    std::clamp(values.scrollPercent, kMinScrollPercent, kMaxScrollPercent));
+    if (changed(values.showPriceBar, shown.showPriceBar)) {
+        settings.SetInt(keys::kShowPriceBar, values.showPriceBar ? 1 : 0);
+    }
+    if (changed(values.fixedYAxisScaling, shown.fixedYAxisScaling)) {
+        settings.SetBool(keys::kFixedYAxisScaling, values.fixedYAxisScaling);
+    }
+    if (changed(values.scrollByItems, shown.scrollByItems)) {
+        settings.SetBool(keys::kScrollingByItems, values.scrollByItems);
+    }
+    if (changed(values.scrollItems, shown.scrollItems)) {
+        settings.SetInt(keys::kScrollingItems,
+                        std::clamp(values.scrollItems, kMinScrollItems, kMaxScrollItems));
+    }
+    if (changed(values.scrollPercent, shown.scrollPercent)) {
+        settings.SetInt(keys::kScrollingPercent,
+                        std::clamp(values.scrollPercent, kMinScrollPercent, kMaxScrollPercent));
+    }
 }
 
 const char* CDisplayPageLogic::ChartStyleName(int chartStyle) {

@@ -52,14 +52,15 @@ public:
     // comes first; then a shown grid without a grid style. A hidden grid needs no style.
     static const char* Refusal(const SDisplayPageValues& values);
 
-    // The confirmation: a refusal is shown as an error box captioned "Error" and nothing is
-    // stored (false); otherwise every value is stored (true).
-    static bool Confirm(CSettings& settings, IPrompt& prompt, const SDisplayPageValues& values);
+    // A refusal is shown as an error box captioned "Error" (false); otherwise true.
+    static bool Check(IPrompt& prompt, const SDisplayPageValues& values);
 
-    // Stores every value under its key: integers in decimal ("Show Grid" and "Show Price Bar" as
-    // 1 or 0), booleans as "true"/"false", the scrolling counts held to their ranges. A list
-    // without a selection leaves its key as it was.
-    static void Store(CSettings& settings, const SDisplayPageValues& values);
+    // Stores each value that differs from `shown` (what the page showed) under its key:
+    // integers in decimal ("Show Grid" and "Show Price Bar" as 1 or 0), booleans as
+    // "true"/"false", the scrolling counts held to their ranges. A list without a selection
+    // leaves its key as it was.
+    static void Store(CSettings& settings, const SDisplayPageValues& values,
+                      const SDisplayPageValues& shown);
 
     // The texts of the lists: "OHLC"/"Candlestick" and "Left"/"Right"; empty outside them.
     static const char* ChartStyleName(int chartStyle);

@@ -5,6 +5,7 @@
 
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <climits>
@@ -54,6 +55,14 @@ std::uint32_t DecimalUnsigned(const std::string& text) {
 }
 
 } // namespace
+
+bool CConfigWriterMux::WriteAll(const std::vector<std::pair<std::string, std::string>>& values) {
+    bool stored = true;
+    for (const auto& [key, value] : values) {
+        stored &= Write(key, value);
+    }
+    return stored;
+}
 
 void CSettings::Register(const std::string& key, const std::string& defaultValue, bool persist) {
     m_entries[key] = Entry{defaultValue, defaultValue, persist};
@@ -127,6 +136,16 @@ CSettings::WriteStatus CSettings::Store(const std::string& key, const std::strin
     if (!found->second.persist || !m_writer) {
         return WriteStatus::Stored;
     }
+    if (m_holding) {
+        const auto held = std::find_if(m_held.begin(), m_held.end(),
+                                       [&key](const auto& entry) { return entry.first == key; });
+        if (held == m_held.end()) {
+            m_held.emplace_back(key, value);
+        } else {
+            held->second = value;
+        }
+        return WriteStatus::Stored;
+    }
     if (!m_writer->Write(key, value)) {
         spdlog::error("Setting \"{}\" could not be saved (error {})", key, m_writer->LastError());
         return WriteStatus::MirrorFailed;
@@ -161,7 +180,28 @@ bool CSettings::SaveList(const std::string& key, const std::vector<std::string>&
     return false;
 }
 
+void CSettings::HoldWrites() {
+    m_holding = true;
+}
+
+bool CSettings::SaveHeld() {
+    m_holding = false;
+    std::vector<std::pair<std::string, std::string>> held;
+    held.swap(m_held);
+    if (held.empty() || !m_writer) {
+        return true;
+    }
+    if (!m_writer->WriteAll(held)) {
+        spdlog::error("{} settings could not be saved (error {})", held.size(),
+                      m_writer->LastError());
+        return false;
+    }
+    return true;
+}
+
 void CSettings::Reset() {
     m_entries.clear();
     m_writer.reset();
+    m_holding = false;
+    m_held.clear();
 }

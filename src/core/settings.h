@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 class IPrompt;
@@ -18,6 +19,9 @@ public:
     // The stored text, or `defaultText` when nothing is stored under the key.
     virtual std::string Read(const std::string& key, const std::string& defaultText) = 0;
     virtual bool Write(const std::string& key, const std::string& value) = 0;
+    // Stores several values in one go; false when any was refused. The default writes them one
+    // by one.
+    virtual bool WriteAll(const std::vector<std::pair<std::string, std::string>>& values);
     // An errno-style code of the last failed Write (0 when none is known).
     virtual int LastError() const { return 0; }
 };
@@ -56,6 +60,13 @@ public:
     // write, tells the user through `prompt` (caption kSaveListCaption) and returns false.
     bool SaveList(const std::string& key, const std::vector<std::string>& items, IPrompt* prompt);
 
+    // From now on the table takes writes at once and the mirror's writes wait for SaveHeld, which
+    // stores them together (one save of the file for a whole settings sheet).
+    void HoldWrites();
+    // Stores the writes held since HoldWrites in one go and ends the hold. False when the mirror
+    // refused them (logged; the table keeps the new values for this session).
+    bool SaveHeld();
+
     // Empties the table and drops the writer (tests, and a fresh start).
     void Reset();
 
@@ -73,4 +84,6 @@ private:
     };
     std::map<std::string, Entry> m_entries;
     std::shared_ptr<CConfigWriterMux> m_writer;
+    bool m_holding = false;
+    std::vector<std::pair<std::string, std::string>> m_held; // one entry per key, last value
 };

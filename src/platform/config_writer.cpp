@@ -209,6 +209,16 @@ std::string CConfigWriter::Read(const std::string& key, const std::string& defau
 }
 
 bool CConfigWriter::Write(const std::string& key, const std::string& value) {
+    return WriteAll({{key, value}});
+}
+
+bool CConfigWriter::WriteAll(const std::vector<std::pair<std::string, std::string>>& values) {
+    if (values.empty()) {
+        m_lastError = 0;
+        return true;
+    }
+    const std::string what = values.size() == 1 ? "Setting \"" + values.front().first + "\""
+                                                : std::to_string(values.size()) + " settings";
     if (m_refuseError != 0) {
         m_lastError = m_refuseError;
         return false;
@@ -217,21 +227,26 @@ bool CConfigWriter::Write(const std::string& key, const std::string& value) {
     // from what QSettings could make of it.
     const std::string problem = SettingsFileProblem(m_file);
     if (!problem.empty()) {
-        spdlog::error("Setting \"{}\" not written: {} cannot be read ({})", key, ToStd(m_file),
-                      problem);
+        spdlog::error("{} not written: {} cannot be read ({})", what, ToStd(m_file), problem);
         m_lastError = EILSEQ;
         return false;
     }
+    // Values the file already holds are not written again: the file is rewritten only for a
+    // change, never reformatted behind the user's back.
+    std::vector<std::pair<QString, QString>> changed;
     {
-        // A value the file already holds is not written again: the file is rewritten only for
-        // a change, never reformatted behind the user's back.
         QSettings current(m_file, QSettings::IniFormat);
         current.beginGroup(m_section);
-        const QVariant stored = current.value(QString::fromStdString(key));
-        if (stored.isValid() && TextOf(stored) == value) {
-            m_lastError = 0;
-            return true;
+        for (const auto& [key, value] : values) {
+            const QVariant stored = current.value(QString::fromStdString(key));
+            if (!stored.isValid() || TextOf(stored) != value) {
+                changed.emplace_back(QString::fromStdString(key), QString::fromStdString(value));
+            }
         }
+    }
+    if (changed.empty()) {
+        m_lastError = 0;
+        return true;
     }
     if (!DropByteOrderMark(m_file)) {
         m_lastError = EACCES;
@@ -243,12 +258,14 @@ bool CConfigWriter::Write(const std::string& key, const std::string& value) {
         return false;
     }
     if (settings.status() == QSettings::FormatError) {
-        spdlog::error("Setting \"{}\" not written: QSettings cannot parse {}", key, ToStd(m_file));
+        spdlog::error("{} not written: QSettings cannot parse {}", what, ToStd(m_file));
         m_lastError = EILSEQ;
         return false;
     }
     settings.beginGroup(m_section);
-    settings.setValue(QString::fromStdString(key), QString::fromStdString(value));
+    for (const auto& [key, value] : changed) {
+        settings.setValue(key, value);
+    }
     settings.endGroup();
     settings.sync();
     m_lastError = ErrnoOf(settings.status());

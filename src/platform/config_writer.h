@@ -6,6 +6,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 class IPrompt;
 
@@ -20,6 +22,8 @@ public:
 
     std::string Read(const std::string& key, const std::string& defaultText) override;
     bool Write(const std::string& key, const std::string& value) override;
+    // Opens, checks and saves the file once for all of `values`.
+    bool WriteAll(const std::vector<std::pair<std::string, std::string>>& values) override;
     int LastError() const override { return m_lastError; }
 
     // A mirror that reads defaults and refuses every write (errno-style code `error`): used when a

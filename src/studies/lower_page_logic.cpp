@@ -138,55 +138,59 @@ std::string PeriodMessage(const std::string& what) {
                        CLowerStudiesPageModel::kMaxCustomPeriod);
 }
 
-// The choice that draws what the panes of `type` compute with, and the custom edit's period.
-struct SShownChoice {
-    int choice;
-    int customPeriod;
-};
-
-SShownChoice ShownChoice(const SStudySettings& s, int type) {
-    const auto at = static_cast<std::size_t>(type);
-    const int inUse = s.Period(type);
+// The choice a study opens on: the stored one, or when that is not one of its choices, the fixed
+// choice of the period its panes compute with (the custom choice when there is none).
+int ShownChoice(const SStudySettings& s, int type) {
+    const int stored = s.radio[static_cast<std::size_t>(type)];
     if (type == kStudyVolume) {
-        return {s.VolumeAverageAllData() ? kVolumeAllDataChoice : kVolumeCustomChoice,
-                s.customPeriods[at]};
+        return s.VolumeAverageAllData() ? kVolumeAllDataChoice : kVolumeCustomChoice;
+    }
+    if (type == kStudyMACD) {
+        if (stored >= 0 && stored <= kMacdCustomChoice) {
+            return stored;
+        }
+        for (int preset = 0; preset < kMacdCustomChoice; ++preset) {
+            const SMacdPreset& p = kMacdPresets[static_cast<std::size_t>(preset)];
+            if (p.shortPeriod == s.macdShort && p.longPeriod == s.macdLong &&
+                p.signal == s.Period(kStudyMACD)) {
+                return preset;
+            }
+        }
+        return kMacdCustomChoice;
     }
     const std::vector<int>& fixed = StudyCatalog(type).fixedChoices;
     const int custom = static_cast<int>(fixed.size());
-    // A custom period that equals a fixed choice shows as that choice.
-    const int stored = s.radio[at];
-    if (stored >= 0 && stored < custom && fixed[static_cast<std::size_t>(stored)] == inUse) {
-        return {stored, s.customPeriods[at]};
-    }
-    const auto match = std::find(fixed.begin(), fixed.end(), inUse);
-    if (match != fixed.end()) {
-        return {static_cast<int>(match - fixed.begin()), s.customPeriods[at]};
-    }
-    return {custom, inUse};
-}
-
-// MACD's shown choice: a preset whose three periods are those in use, else the custom choice
-// with the periods in use in its edits.
-int ShownMacdChoice(const SStudySettings& s) {
-    if (s.IsCustom(kStudyMACD)) {
-        return kMacdCustomChoice;
-    }
-    const SMacdPreset inUse{s.macdShort, s.macdLong, s.Period(kStudyMACD)};
-    auto matches = [&inUse](const SMacdPreset& preset) {
-        return preset.shortPeriod == inUse.shortPeriod && preset.longPeriod == inUse.longPeriod &&
-               preset.signal == inUse.signal;
-    };
-    const int stored = s.radio[kStudyMACD];
-    if (stored >= 0 && stored < kMacdCustomChoice &&
-        matches(kMacdPresets[static_cast<std::size_t>(stored)])) {
+    if (stored >= 0 && stored <= custom) {
         return stored;
     }
-    for (int preset = 0; preset < kMacdCustomChoice; ++preset) {
-        if (matches(kMacdPresets[static_cast<std::size_t>(preset)])) {
-            return preset;
-        }
+    const auto match = std::find(fixed.begin(), fixed.end(), s.Period(type));
+    return match != fixed.end() ? static_cast<int>(match - fixed.begin()) : custom;
+}
+
+// Whether `a` and `b` choose the same periods for `type`: its choice, its period in use and its
+// custom period (MACD: its short and long periods and custom pair too).
+bool SamePeriods(const SStudySettings& a, const SStudySettings& b, int type) {
+    const auto at = static_cast<std::size_t>(type);
+    const bool same = a.radio[at] == b.radio[at] && a.periods[at] == b.periods[at] &&
+                      a.customPeriods[at] == b.customPeriods[at];
+    if (type != kStudyMACD) {
+        return same;
     }
-    return kMacdCustomChoice;
+    return same && a.macdShort == b.macdShort && a.macdLong == b.macdLong &&
+           a.macdCustomShort == b.macdCustomShort && a.macdCustomLong == b.macdCustomLong;
+}
+
+void CopyPeriods(const SStudySettings& from, SStudySettings& to, int type) {
+    const auto at = static_cast<std::size_t>(type);
+    to.radio[at] = from.radio[at];
+    to.periods[at] = from.periods[at];
+    to.customPeriods[at] = from.customPeriods[at];
+    if (type == kStudyMACD) {
+        to.macdShort = from.macdShort;
+        to.macdLong = from.macdLong;
+        to.macdCustomShort = from.macdCustomShort;
+        to.macdCustomLong = from.macdCustomLong;
+    }
 }
 
 } // namespace
@@ -204,7 +208,7 @@ std::size_t CLowerStudiesPageModel::At(int studyType) {
 }
 
 CLowerStudiesPageModel::CLowerStudiesPageModel(const SStudySettings& settings)
-    : m_settings(settings) {
+    : m_settings(settings), m_loaded(settings) {
     for (int type : settings.paneTypes) {
         if (IsStudyType(type) && static_cast<int>(m_displayed.size()) < kMaxStudyPanes) {
             m_displayed.push_back(type);
@@ -212,26 +216,19 @@ CLowerStudiesPageModel::CLowerStudiesPageModel(const SStudySettings& settings)
     }
     m_shown = m_displayed.empty() ? kStudyRSI : m_displayed.front();
     for (int type = 0; type < kStudyTypeCount; ++type) {
-        const SShownChoice shown = ShownChoice(settings, type);
-        m_choice[At(type)] = shown.choice;
-        m_customText[At(type)] = std::to_string(shown.customPeriod);
+        m_choice[At(type)] = ShownChoice(settings, type);
+        m_customText[At(type)] = std::to_string(settings.customPeriods[At(type)]);
     }
-    const int macdChoice = ShownMacdChoice(settings);
-    m_choice[kStudyMACD] = macdChoice;
-    if (macdChoice == kMacdCustomChoice) {
-        m_macdText = {std::to_string(settings.macdShort), std::to_string(settings.macdLong),
-                      std::to_string(settings.Period(kStudyMACD))};
-    } else {
-        m_macdText = {std::to_string(settings.macdCustomShort),
-                      std::to_string(settings.macdCustomLong),
-                      std::to_string(settings.customPeriods[kStudyMACD])};
-    }
+    // The custom edits show the stored custom pair and signal whichever choice is selected.
+    m_macdText = {std::to_string(settings.macdCustomShort), std::to_string(settings.macdCustomLong),
+                  std::to_string(settings.customPeriods[kStudyMACD])};
     for (int field = 0; field < kStudyFieldCount; ++field) {
         const SFieldInfo& info = Fields()[static_cast<std::size_t>(field)];
         if (info.level != nullptr) {
             m_levelText[static_cast<std::size_t>(field)] = std::to_string(settings.*info.level);
         }
     }
+    Compose(m_shownSettings);
 }
 
 const char* CLowerStudiesPageModel::Add(int studyType) {
@@ -331,8 +328,14 @@ void CLowerStudiesPageModel::SetColor(EStudyField field, ColorRef color) {
 }
 
 std::optional<CLowerStudiesPageModel::SRefusal>
-CLowerStudiesPageModel::Build(SStudySettings& out) const {
+CLowerStudiesPageModel::Compose(SStudySettings& out) const {
     SStudySettings s = m_settings;
+    std::optional<SRefusal> refusal;
+    const auto refuse = [&refusal](std::string text, int type) {
+        if (!refusal) {
+            refusal = SRefusal{std::move(text), type};
+        }
+    };
     for (int type = 0; type < kStudyTypeCount; ++type) {
         const auto at = At(type);
         const int choice = m_choice[at];
@@ -344,18 +347,17 @@ CLowerStudiesPageModel::Build(SStudySettings& out) const {
                 const auto longPeriod = WholeNumber(m_macdText[1], 1, kMaxCustomPeriod);
                 const auto signal = WholeNumber(m_macdText[2], 1, kMaxCustomPeriod);
                 if (!shortPeriod) {
-                    return SRefusal{PeriodMessage("MACD short period"), type};
+                    refuse(PeriodMessage("MACD short period"), type);
+                } else if (!longPeriod) {
+                    refuse(PeriodMessage("MACD long period"), type);
+                } else if (!signal) {
+                    refuse(PeriodMessage("MACD signal smoothing period"), type);
+                } else {
+                    s.macdShort = s.macdCustomShort = *shortPeriod;
+                    s.macdLong = s.macdCustomLong = *longPeriod;
+                    s.customPeriods[at] = *signal;
+                    s.periods[at] = *signal;
                 }
-                if (!longPeriod) {
-                    return SRefusal{PeriodMessage("MACD long period"), type};
-                }
-                if (!signal) {
-                    return SRefusal{PeriodMessage("MACD signal smoothing period"), type};
-                }
-                s.macdShort = s.macdCustomShort = *shortPeriod;
-                s.macdLong = s.macdCustomLong = *longPeriod;
-                s.customPeriods[at] = *signal;
-                s.periods[at] = *signal;
             } else {
                 const SMacdPreset& preset = kMacdPresets[static_cast<std::size_t>(choice)];
                 s.macdShort = preset.shortPeriod;
@@ -363,19 +365,19 @@ CLowerStudiesPageModel::Build(SStudySettings& out) const {
                 s.periods[at] = preset.signal;
             }
             if (s.macdShort >= s.macdLong) {
-                return SRefusal{kMacdOrderText, type};
+                refuse(kMacdOrderText, type);
             }
             s.radio[at] = choice;
             continue;
         }
         if (custom) {
-            const auto period = WholeNumber(m_customText[at], 1, kMaxCustomPeriod);
-            if (!period) {
-                return SRefusal{PeriodMessage("Custom period of " + name), type};
+            if (const auto period = WholeNumber(m_customText[at], 1, kMaxCustomPeriod)) {
+                // The panes compute with the standard list; the custom list remembers the edit.
+                s.customPeriods[at] = *period;
+                s.periods[at] = *period;
+            } else {
+                refuse(PeriodMessage("Custom period of " + name), type);
             }
-            // The panes compute with the standard list; the custom list remembers the edit.
-            s.customPeriods[at] = *period;
-            s.periods[at] = *period;
         }
         if (type == kStudyVolume) {
             s.radio[at] = custom ? 0 : 1;
@@ -390,40 +392,69 @@ CLowerStudiesPageModel::Build(SStudySettings& out) const {
             if (info.level == nullptr) {
                 continue;
             }
-            const auto level = WholeNumber(LevelText(row.field), kMinLevel, kMaxLevel);
-            if (!level) {
-                return SRefusal{fmt::format("{} must be a whole number from {} to {}",
-                                            info.levelName, kMinLevel, kMaxLevel),
-                                type};
+            if (const auto level = WholeNumber(LevelText(row.field), kMinLevel, kMaxLevel)) {
+                s.*info.level = *level;
+            } else {
+                refuse(fmt::format("{} must be a whole number from {} to {}", info.levelName,
+                                   kMinLevel, kMaxLevel),
+                       type);
             }
-            s.*info.level = *level;
         }
     }
     s.paneTypes = m_displayed;
     out = std::move(s);
-    return std::nullopt;
+    return refusal;
 }
 
-bool CLowerStudiesPageModel::Confirm(CSettings& settings, IPrompt& prompt) {
+std::optional<CLowerStudiesPageModel::SRefusal>
+CLowerStudiesPageModel::Build(SStudySettings& out) const {
     SStudySettings built;
-    if (const auto refusal = Build(built)) {
+    auto refusal = Compose(built);
+    if (!refusal) {
+        out = std::move(built);
+    }
+    return refusal;
+}
+
+bool CLowerStudiesPageModel::Check(IPrompt& prompt) {
+    SStudySettings built;
+    if (const auto refusal = Compose(built)) {
         ShowStudy(refusal->studyType);
         prompt.Error(kErrorCaption, refusal->text);
         return false;
     }
-    // What the page does not edit keeps what the table holds now: the colour page of the same
-    // sheet may have stored the study data and label colours since this page was made.
-    const SStudySettings current = SStudySettings::Read(settings);
-    built.dataColor = current.dataColor;
-    built.labelColor = current.labelColor;
-    built.rsiUpColor = current.rsiUpColor;
-    built.rsiLowColor = current.rsiLowColor;
-    built.stoUpColor = current.stoUpColor;
-    built.stoLowColor = current.stoLowColor;
-    built.mfiUpColor = current.mfiUpColor;
-    built.mfiLowColor = current.mfiLowColor;
-    built.showVolumeAverage = current.showVolumeAverage;
-    built.volumeLabelColor = current.volumeLabelColor;
-    built.Write(settings);
     return true;
+}
+
+void CLowerStudiesPageModel::Store(CSettings& settings) {
+    SStudySettings now;
+    if (Compose(now)) {
+        return;
+    }
+    // Start from what the table held and take over what the user changed: a study's period
+    // choice with every period it decides, each level, colour and the slow/fast pair on its own,
+    // and the displayed list.
+    SStudySettings target = m_loaded;
+    for (int type = 0; type < kStudyTypeCount; ++type) {
+        if (!SamePeriods(now, m_shownSettings, type)) {
+            CopyPeriods(now, target, type);
+        }
+    }
+    for (const SFieldInfo& info : Fields()) {
+        if (info.level != nullptr && now.*info.level != m_shownSettings.*info.level) {
+            target.*info.level = now.*info.level;
+        }
+        if (info.color != nullptr && now.*info.color != m_shownSettings.*info.color) {
+            target.*info.color = now.*info.color;
+        }
+    }
+    if (now.stoFast != m_shownSettings.stoFast) {
+        target.stoFast = now.stoFast;
+    }
+    if (now.paneTypes != m_shownSettings.paneTypes) {
+        target.paneTypes = now.paneTypes;
+    }
+    target.Write(settings, m_loaded);
+    m_loaded = std::move(target);
+    m_shownSettings = std::move(now);
 }

@@ -71,10 +71,11 @@ public:
     static constexpr int kMinLevel = 0;
     static constexpr int kMaxLevel = 100;
 
-    // The page as it opens over `settings`. Each study shows the choice that gives the period its
-    // panes compute with: the stored choice when its number is that period, else a fixed choice
-    // with that number, else the custom choice with that period in its edit. The property area
-    // shows the first displayed study (RSI when none is displayed).
+    // The page as it opens over `settings`. Each study shows its stored choice (when that is not
+    // one of its choices, the fixed choice of the period its panes compute with, else the custom
+    // choice); the custom edits show the stored custom periods, MACD's the custom pair and the
+    // custom signal. The property area shows the first displayed study (RSI when none is
+    // displayed).
     explicit CLowerStudiesPageModel(const SStudySettings& settings);
 
     // The displayed studies, top pane first.
@@ -124,14 +125,19 @@ public:
     // the pane types.
     std::optional<SRefusal> Build(SStudySettings& out) const;
 
-    // OK: a refusal is shown as an error box captioned "Error", the property area turns to the
-    // study concerned and nothing is stored (false); otherwise every study key is stored (true),
-    // those the page does not edit (the study data and label colours, the level colours, "Show
-    // Volume Average", "VolumeLabel Color") with the values the table holds at that moment.
-    bool Confirm(CSettings& settings, IPrompt& prompt);
+    // A refusal is shown as an error box captioned "Error" and the property area turns to the
+    // study concerned (false); otherwise true.
+    bool Check(IPrompt& prompt);
+    // Stores what the user changed since the page opened or last stored, and nothing else: a
+    // changed period choice with the periods it decides, each changed level, colour and the
+    // slow/fast pair, and a changed displayed list. Only after Check() passed.
+    void Store(CSettings& settings);
 
 private:
     static std::size_t At(int studyType);
+    // The settings the controls give, with the first refusal; an entry refused keeps the value
+    // the page opened with.
+    std::optional<SRefusal> Compose(SStudySettings& out) const;
 
     SStudySettings m_settings;
     std::vector<int> m_displayed;
@@ -140,4 +146,6 @@ private:
     std::array<std::string, kStudyTypeCount> m_customText;
     std::array<std::string, 3> m_macdText;
     std::array<std::string, kStudyFieldCount> m_levelText;
+    SStudySettings m_loaded;        // what the table held when the page opened or last stored
+    SStudySettings m_shownSettings; // what the controls gave then
 };

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
+#include <fmt/format.h>
 #include <string_view>
 
 namespace {
@@ -105,21 +105,38 @@ SUpperStudySettings SUpperStudySettings::Read(const CSettings& settings) {
     return upper;
 }
 
-void SUpperStudySettings::Write(CSettings& settings) const {
-    settings.SetInt(keys::kMAsShow, masShow ? 1 : 0);
+void SUpperStudySettings::Write(CSettings& settings, const SUpperStudySettings& before) const {
+    const auto storeFlag = [&settings](const std::string& key, bool now, bool was) {
+        if (now != was) {
+            settings.SetInt(key, now ? 1 : 0);
+        }
+    };
+    const auto storeInt = [&settings](const std::string& key, int now, int was) {
+        if (now != was) {
+            settings.SetInt(key, now);
+        }
+    };
+    const auto storeColor = [&settings](const std::string& key, ColorRef now, ColorRef was) {
+        if (now != was) {
+            SetColor(settings, key, now);
+        }
+    };
+    storeFlag(keys::kMAsShow, masShow, before.masShow);
     for (int number = 1; number <= 3; ++number) {
         const auto at = static_cast<std::size_t>(number - 1);
-        settings.SetInt(keys::Numbered(keys::kMovingAverageSelect, number), select[at] ? 1 : 0);
-        settings.SetInt(keys::Numbered(keys::kMovingAveragePoints, number), points[at]);
-        SetColor(settings, keys::Numbered(keys::kMovingAverageColor, number), colors[at]);
+        storeFlag(keys::Numbered(keys::kMovingAverageSelect, number), select[at],
+                  before.select[at]);
+        storeInt(keys::Numbered(keys::kMovingAveragePoints, number), points[at], before.points[at]);
+        storeColor(keys::Numbered(keys::kMovingAverageColor, number), colors[at],
+                   before.colors[at]);
     }
-    settings.SetInt(keys::kMovingAverageExponential, exponential ? 1 : 0);
-    settings.SetInt(keys::kBBStudyShow, bandsShow ? 1 : 0);
-    SetColor(settings, keys::kBBColor, bandsColor);
-    settings.SetInt(keys::kBBAvgPeriod, bandsPeriod);
-    char deviations[32];
-    std::snprintf(deviations, sizeof deviations, "%.2f", bandsDeviations);
-    settings.SetText(keys::kBBDeviations, deviations);
+    storeFlag(keys::kMovingAverageExponential, exponential, before.exponential);
+    storeFlag(keys::kBBStudyShow, bandsShow, before.bandsShow);
+    storeColor(keys::kBBColor, bandsColor, before.bandsColor);
+    storeInt(keys::kBBAvgPeriod, bandsPeriod, before.bandsPeriod);
+    if (bandsDeviations != before.bandsDeviations) {
+        settings.SetText(keys::kBBDeviations, fmt::format("{}", bandsDeviations));
+    }
 }
 
 bool SStudySettings::IsCustom(int studyType) const {
@@ -235,28 +252,50 @@ SStudySettings SStudySettings::Read(const CSettings& settings) {
     return s;
 }
 
-void SStudySettings::Write(CSettings& settings) const {
+void SStudySettings::Write(CSettings& settings, const SStudySettings& before) const {
     const int panes = std::min(static_cast<int>(paneTypes.size()), kMaxStudyPanes);
-    settings.SetInt(keys::kNumberOfStudyCharts, panes);
-    for (int pane = 0; pane < panes; ++pane) {
-        settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, pane),
-                        paneTypes[static_cast<std::size_t>(pane)]);
+    const int panesBefore = std::min(static_cast<int>(before.paneTypes.size()), kMaxStudyPanes);
+    if (panes != panesBefore) {
+        settings.SetInt(keys::kNumberOfStudyCharts, panes);
     }
-    settings.SetText(keys::kStudyAvgPeriod, JoinPeriods(periods));
-    settings.SetText(keys::kStudyCustomAvgPeriod, JoinPeriods(customPeriods));
+    for (int pane = 0; pane < panes; ++pane) {
+        const int type = paneTypes[static_cast<std::size_t>(pane)];
+        if (pane >= panesBefore || type != before.paneTypes[static_cast<std::size_t>(pane)]) {
+            settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, pane), type);
+        }
+    }
+    if (periods != before.periods) {
+        settings.SetText(keys::kStudyAvgPeriod, JoinPeriods(periods));
+    }
+    if (customPeriods != before.customPeriods) {
+        settings.SetText(keys::kStudyCustomAvgPeriod, JoinPeriods(customPeriods));
+    }
+    const auto storeColor = [&settings](const std::string& key, ColorRef now, ColorRef was) {
+        if (now != was) {
+            SetColor(settings, key, now);
+        }
+    };
     for (int type = 0; type < kStudyTypeCount; ++type) {
         const auto at = static_cast<std::size_t>(type);
-        settings.SetInt(StudyCatalog(type).radioKey, radio[at]);
-        SetColor(settings, keys::Numbered(keys::kStudyDataColor, type), dataColor[at]);
-        SetColor(settings, keys::Numbered(keys::kStudyLabelColor, type), labelColor[at]);
+        if (radio[at] != before.radio[at]) {
+            settings.SetInt(StudyCatalog(type).radioKey, radio[at]);
+        }
+        storeColor(keys::Numbered(keys::kStudyDataColor, type), dataColor[at],
+                   before.dataColor[at]);
+        storeColor(keys::Numbered(keys::kStudyLabelColor, type), labelColor[at],
+                   before.labelColor[at]);
     }
     for (const SIntKey& entry : kIntKeys) {
-        settings.SetInt(entry.key, this->*entry.member);
+        if (this->*entry.member != before.*entry.member) {
+            settings.SetInt(entry.key, this->*entry.member);
+        }
     }
     for (const SColorKey& entry : kColorKeys) {
-        SetColor(settings, entry.key, this->*entry.member);
+        storeColor(entry.key, this->*entry.member, before.*entry.member);
     }
     for (const SFlagKey& entry : kFlagKeys) {
-        settings.SetInt(entry.key, this->*entry.member ? 1 : 0);
+        if (this->*entry.member != before.*entry.member) {
+            settings.SetInt(entry.key, this->*entry.member ? 1 : 0);
+        }
     }
 }

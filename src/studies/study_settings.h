@@ -57,7 +57,9 @@ struct SUpperStudySettings {
     int Period(int number) const;
 
     static SUpperStudySettings Read(const CSettings& settings);
-    void Write(CSettings& settings) const;
+    // Writes the keys whose values differ from `before`; the deviations as the shortest text
+    // that reads back as the same number.
+    void Write(CSettings& settings, const SUpperStudySettings& before) const;
 };
 
 // Every setting of the lower studies.
@@ -125,6 +127,7 @@ struct SStudySettings {
 
     // Reads every key; a missing or unreadable list entry keeps its default.
     static SStudySettings Read(const CSettings& settings);
-    // Writes every key, the pane count and the pane types included.
-    void Write(CSettings& settings) const;
+    // Writes the keys whose values differ from `before`: a changed period list whole, of the
+    // panes the count when it changed and the types that changed.
+    void Write(CSettings& settings, const SStudySettings& before) const;
 };

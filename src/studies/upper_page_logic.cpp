@@ -61,12 +61,15 @@ SUpperStudySettings CUpperPageLogic::Settings(const SUpperPageValues& values) {
     return settings;
 }
 
-bool CUpperPageLogic::Confirm(CSettings& settings, IPrompt& prompt,
-                              const SUpperPageValues& values) {
+bool CUpperPageLogic::Check(IPrompt& prompt, const SUpperPageValues& values) {
     if (const char* refusal = Refusal(values)) {
         prompt.Error(kErrorCaption, refusal);
         return false;
     }
-    Settings(values).Write(settings);
     return true;
+}
+
+void CUpperPageLogic::Store(CSettings& settings, const SUpperPageValues& values,
+                            const SUpperPageValues& shown) {
+    Settings(values).Write(settings, Settings(shown));
 }

@@ -27,7 +27,7 @@ public:
     static constexpr const char* kDeviationsRangeText =
         "No. of Deviations must be from 0.01 to 100";
 
-    // The range of the four period spin controls.
+    // The range of the four period spin controls (the bands' field takes any number typed).
     static constexpr int kMinPeriod = 2;
     static constexpr int kMaxPeriod = 999;
     static constexpr double kMinDeviations = 0.01;
@@ -52,7 +52,11 @@ public:
     // from their texts. Only meaningful when Refusal() gives null.
     static SUpperStudySettings Settings(const SUpperPageValues& values);
 
-    // The confirmation: a refusal is shown as an error box captioned "Error" and nothing is
-    // stored (false); otherwise every upper study key is stored (true).
-    static bool Confirm(CSettings& settings, IPrompt& prompt, const SUpperPageValues& values);
+    // A refusal is shown as an error box captioned "Error" (false); otherwise true.
+    static bool Check(IPrompt& prompt, const SUpperPageValues& values);
+
+    // Stores the upper study keys whose values differ from those `shown` (what the page showed
+    // when it opened or last stored). Only meaningful when Refusal() gives null.
+    static void Store(CSettings& settings, const SUpperPageValues& values,
+                      const SUpperPageValues& shown);
 };

@@ -31,33 +31,41 @@ TEST_F(PageLogic, DisplayLoadShowsStoredValuesAndLeavesBadListValuesUnselected) 
     EXPECT_EQ(bad.scrollPercent, 100);
 }
 
-TEST_F(PageLogic, DisplayConfirmRefusesMissingPointsThenGridStyleAndStoresEveryKey) {
-    Start({"Grid Style=3"});
+TEST_F(PageLogic, DisplayCheckRefusesMissingPointsThenGridStyleAndStoreWritesWhatChanged) {
+    Start({"Grid Style=3", "Y Axis Orientation=1", "Candle Price Chart Style=7"});
+    const SDisplayPageValues shown = CDisplayPageLogic::Load(settings);
     SDisplayPageValues values{kNone, true, kNone, 0, 1, false, true, false, 5000, 0};
-    EXPECT_FALSE(CDisplayPageLogic::Confirm(settings, prompt, values));
+    EXPECT_FALSE(CDisplayPageLogic::Check(prompt, values));
     values.pointsIndex = 10;
-    EXPECT_FALSE(CDisplayPageLogic::Confirm(settings, prompt, values));
+    EXPECT_FALSE(CDisplayPageLogic::Check(prompt, values));
     EXPECT_EQ(prompt.Texts(),
               (std::vector<std::string>{"Error|You must select a valid No. of Display Pts.",
                                         "Error|You must select a valid No. of Grid Style."}));
-    ExpectStored({"Show Price Bar=<missing>", "PTS INDEX=<missing>"});
-
-    // With the grid off the missing style is accepted and the stored style kept; every key is
-    // stored in its encoding, the scrolling counts held to their ranges.
+    // With the grid off the missing style is accepted.
     values.showGrid = false;
-    EXPECT_TRUE(CDisplayPageLogic::Confirm(settings, prompt, values));
-    EXPECT_EQ(prompt.boxes.size(), 2u);
-    ExpectStored({"PTS INDEX=10", "Show Grid=0", "Grid Style=3", "Candle Price Chart Style=0",
-                  "Y Axis Orientation=true", "Show Price Bar=0", "Fixed Y Axis Scaling=true",
+    EXPECT_TRUE(CDisplayPageLogic::Check(prompt, values));
+
+    // Untouched values keep their stored texts, even those the page shows another way.
+    CDisplayPageLogic::Store(settings, shown, shown);
+    ExpectStored({"Y Axis Orientation=1", "Candle Price Chart Style=7", "PTS INDEX=<missing>"});
+    // What changed is stored in its encoding, the scrolling counts held to their ranges; a list
+    // without a selection keeps its key.
+    CDisplayPageLogic::Store(settings, values, shown);
+    ExpectStored({"PTS INDEX=10", "Show Grid=0", "Grid Style=3", "Candle Price Chart Style=7",
+                  "Y Axis Orientation=1", "Show Price Bar=0", "Fixed Y Axis Scaling=true",
                   "Scrolling by Items=false", "Scrolling By Items Not Percent=1000",
                   "Scrolling by Percent=1"});
+    values.valueLabelSide = 0;
+    values.chartStyle = 1;
+    CDisplayPageLogic::Store(settings, values, shown);
+    ExpectStored({"Y Axis Orientation=false", "Candle Price Chart Style=1"});
 
     // "Show Grid" is stored the moment it changes, and enables the style list with it.
     EXPECT_TRUE(CDisplayPageLogic::SetShowGrid(settings, true));
     EXPECT_EQ(Stored("Show Grid"), "1");
 }
 
-TEST_F(PageLogic, ColoursLoadWithDefaultsForBadTextsAndStoreEveryOneOnApply) {
+TEST_F(PageLogic, ColoursLoadWithDefaultsForBadTextsAndStoreTheChangedOnes) {
     Start({"Grid Color=255", "Background Color=junk", "Price Bar Color=16777216",
            "Price Down Candle Color=+1", "Study Data Color 3=65535", "Study Data Color 5=4660",
            "Study Label Color 9=-5"});
@@ -88,11 +96,16 @@ TEST_F(PageLogic, ColoursLoadWithDefaultsForBadTextsAndStoreEveryOneOnApply) {
     EXPECT_EQ(logic.Color(EColorSlot::Background), 0x80u);
     EXPECT_EQ(Stored("Study Data Color 0"), "<missing>"); // nothing before the page is applied
 
-    // Every colour is stored, the untouched ones included.
+    // The changed colours are stored; the untouched keep their texts, even unreadable ones.
     logic.Store(settings);
     ExpectStored({"Study Data Color 0=255", "Study Label Color 5=1193046",
-                  "Study Data Color 5=4660", "Background Color=128", "Price Up Candle Color=65280",
-                  "Study Label Color 9=0", "Price Bar Color=12632256"});
+                  "Study Data Color 5=4660", "Background Color=128",
+                  "Price Up Candle Color=<missing>", "Study Label Color 9=-5",
+                  "Price Bar Color=16777216"});
+    // Changed back after a store, a colour is stored again.
+    logic.SetColor(EColorSlot::Background, 0xFFFFFF);
+    logic.Store(settings);
+    EXPECT_EQ(Stored("Background Color"), "16777215");
 }
 
 } // namespace

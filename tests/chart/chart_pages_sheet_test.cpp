@@ -30,13 +30,13 @@ protected:
     }
     void Open(const Values& values, int screenDepth = 0) {
         Start(values);
-        sheet = std::make_unique<CSettingSheet>();
+        sheet = std::make_unique<CSettingSheet>(settings);
         display = new CDisplaySettingsPage(prompt, settings);
         colors = new CColorPage(settings, nullptr, screenDepth);
         sheet->AddPage(display);
         sheet->AddPage(colors);
-        QObject::connect(display, &CDisplaySettingsPage::applied, [this] { ++applied; });
-        QObject::connect(colors, &CColorPage::applied, [this] { applied += 10; });
+        QObject::connect(sheet.get(), &CSettingSheet::pageApplied,
+                         [this](CSettingPage* page) { applied += page == display ? 1 : 10; });
         sheet->show();
     }
     void Press(QDialogButtonBox::StandardButton button) {

@@ -36,7 +36,7 @@ protected:
     // Starts the settings from `values` as the application does and opens the sheet.
     CDataSettingsPage& Open(const Values& values) {
         Start(values);
-        sheet = std::make_unique<CSettingSheet>();
+        sheet = std::make_unique<CSettingSheet>(settings);
         auto* page = new CDataSettingsPage(prompt, settings);
         sheet->AddPage(page);
         QObject::connect(sheet.get(), &CSettingSheet::pageApplied,

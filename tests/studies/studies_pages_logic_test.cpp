@@ -16,6 +16,14 @@ using L = CUpperPageLogic;
 class PageLogic : public skychart::test::SettingsFileTest {
 protected:
     SStudySettings ReadBack() const { return SStudySettings::Read(settings); }
+    // OK on the page alone: checked, then stored.
+    bool Confirm(Model& model) {
+        if (!model.Check(prompt)) {
+            return false;
+        }
+        model.Store(settings);
+        return true;
+    }
 };
 
 SUpperPageValues Typed(const std::string& period, const std::string& deviations) {
@@ -110,52 +118,52 @@ TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
     EXPECT_FALSE(model.Remove(10));
     EXPECT_TRUE(model.Remove(9));
     EXPECT_EQ(model.Displayed(), (std::vector<int>{0, 6, 2, 1, 3, 4, 5, 6, 7}));
-    EXPECT_TRUE(model.Confirm(settings, prompt));
+    EXPECT_TRUE(Confirm(model));
     ExpectStored({"Number of displayed study charts=9", "Type of study chart 0=0",
                   "Type of study chart 3=1"});
     EXPECT_EQ(ReadBack().paneTypes, model.Displayed());
 
     while (model.Remove(0)) {
     }
-    EXPECT_TRUE(model.Confirm(settings, prompt));
+    EXPECT_TRUE(Confirm(model));
     EXPECT_EQ(Stored("Number of displayed study charts"), "0");
     EXPECT_TRUE(ReadBack().paneTypes.empty());
     EXPECT_EQ(Model(ReadBack()).ShownStudy(), kStudyRSI); // with nothing displayed
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
-TEST_F(PageLogic, LowerPageOpensOnTheChoiceThatDrawsThePeriodInUse) {
+TEST_F(PageLogic, LowerPageOpensOnTheStoredChoicesAndCustomPeriods) {
     Start();
     const Model defaults(ReadBack());
-    // {study, choice, custom edit}: RSI's stored choice "9" is not its period 21, so the custom
-    // choice shows 21; OBV's and ADX's stored choice is "Custom", but their periods in use are
-    // fixed choices; volume's first choice is "for all data".
+    // {study, choice, custom edit}: the stored choice whatever period is in use; the custom edit
+    // shows the custom list; volume's first choice is "for all data".
     const std::tuple<int, int, const char*> shown[] = {
-        {kStudyRSI, 3, "21"},        {kStudyMomentum, 2, "20"}, {kStudyOBV, 0, "9"},
-        {kStudyStochastics, 0, "5"}, {kStudyVolume, 0, "500"},  {kStudyADX, 0, "10"}};
+        {kStudyRSI, 1, "21"},        {kStudyMomentum, 1, "20"}, {kStudyOBV, 1, "9"},
+        {kStudyStochastics, 0, "5"}, {kStudyVolume, 0, "500"},  {kStudyADX, 1, "10"}};
     for (const auto& [type, choice, custom] : shown) {
         EXPECT_EQ(defaults.Choice(type), choice) << type;
         EXPECT_EQ(defaults.CustomText(type), custom) << type;
     }
-    // MACD draws 8, 17 and a signal of 18: no preset, so the custom edits show them.
-    EXPECT_EQ(defaults.Choice(kStudyMACD), 2);
-    EXPECT_EQ(defaults.MacdText(EMacdEdit::Short), "8");
-    EXPECT_EQ(defaults.MacdText(EMacdEdit::Long), "17");
+    // MACD: "sell" stored; the custom edits show the custom pair and the custom signal.
+    EXPECT_EQ(defaults.Choice(kStudyMACD), 1);
+    EXPECT_EQ(defaults.MacdText(EMacdEdit::Short), "38");
+    EXPECT_EQ(defaults.MacdText(EMacdEdit::Long), "78");
     EXPECT_EQ(defaults.MacdText(EMacdEdit::Signal), "18");
     EXPECT_EQ(defaults.LevelText(EStudyField::RsiUpper), "70");
     EXPECT_EQ(defaults.Color(EStudyField::NegativeDIColor), 255u);
 
     Start({"STUDY AVG PERIOD=14,30,20,9,9,25,10,14,14,14",
            "STUDY CUSTOM AVG PERIOD=33,20,20,9,7,5,500,9,9,10", "RSI Radio Select=0",
-           "MOM Radio Select=7", "STO Radio Select=0", "Volume Average All Data=0",
-           "MACD Radio Select=0", "MACD Short Period=12", "MACD Long Period=25"});
+           "MOM Radio Select=7", "ROC Radio Select=-1", "Volume Average All Data=0",
+           "MACD Radio Select=5", "MACD Short Period=12", "MACD Long Period=25"});
     const Model stored(ReadBack());
     EXPECT_EQ(stored.Choice(kStudyRSI), 0);
     EXPECT_EQ(stored.CustomText(kStudyRSI), "33");
-    EXPECT_EQ(stored.Choice(kStudyMomentum), 1); // an unknown choice: the one showing 30
-    EXPECT_EQ(stored.Choice(kStudyStochastics), 2);
+    // An unknown choice: the one showing the period in use, else the custom one.
+    EXPECT_EQ(stored.Choice(kStudyMomentum), 1);
+    EXPECT_EQ(stored.Choice(kStudyRateOfChange), 2);
     EXPECT_EQ(stored.Choice(kStudyVolume), 1);
-    EXPECT_EQ(stored.Choice(kStudyMACD), 1); // stored "buy", drawing the sell periods
+    EXPECT_EQ(stored.Choice(kStudyMACD), 1); // drawing the sell periods
     EXPECT_EQ(stored.MacdText(EMacdEdit::Short), "38");
     EXPECT_EQ(stored.MacdText(EMacdEdit::Signal), "7");
 }
@@ -163,10 +171,11 @@ TEST_F(PageLogic, LowerPageOpensOnTheChoiceThatDrawsThePeriodInUse) {
 TEST_F(PageLogic, LowerChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
     Start();
     Model model(ReadBack());
-    ASSERT_TRUE(model.SetChoice(kStudyRSI, 1));
+    ASSERT_TRUE(model.SetChoice(kStudyRSI, 2));
     EXPECT_FALSE(model.SetChoice(kStudyRSI, 4));
     EXPECT_FALSE(model.SetChoice(kStudyOBV, 2));
     model.SetCustomText(kStudyRSI, "junk"); // not the selected choice: not looked at
+    ASSERT_TRUE(model.SetChoice(kStudyMomentum, 2));
     model.SetCustomText(kStudyMomentum, " 33 ");
     ASSERT_TRUE(model.SetChoice(kStudyVolume, 1));
     model.SetCustomText(kStudyVolume, "250");
@@ -178,12 +187,16 @@ TEST_F(PageLogic, LowerChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
     model.SetColor(EStudyField::StoKColor, 0xFF123456);
     // The colour page of the same sheet stores a study colour after this page was made.
     settings.SetText("Study Data Color 3", "4660");
-    ASSERT_TRUE(model.Confirm(settings, prompt));
-    ExpectStored({"Study Data Color 3=4660", "RSI Radio Select=1", "MOM Radio Select=2",
+    ASSERT_TRUE(Confirm(model));
+    // Only what changed: untouched studies keep their entries of the lists (rate of change its
+    // 20, although its stored choice shows 30) and MACD's unchanged short and long periods.
+    ExpectStored({"Study Data Color 3=4660", "RSI Radio Select=2", "MOM Radio Select=2",
                   "Volume Average All Data=0", "STO Radio Select=2", "STO Fast=1",
-                  "MACD Radio Select=0", "STUDY AVG PERIOD=9,33,20,9,9,25,250,14,14,14",
+                  "MACD Radio Select=0", "STUDY AVG PERIOD=25,33,20,9,9,25,250,14,14,14",
                   "STUDY CUSTOM AVG PERIOD=21,33,20,9,18,5,250,9,9,10", "MFI Upper Level=75",
-                  "STO %K Line Color=1193046"});
+                  "STO %K Line Color=1193046", "ROC Radio Select=<missing>",
+                  "MACD Short Period=<missing>", "MFI Lower Level=<missing>",
+                  "Number of displayed study charts=<missing>"});
     const SStudySettings back = ReadBack();
     EXPECT_FALSE(back.VolumeAverageAllData());
     EXPECT_EQ(back.MacdPresetWord(), "buy");
@@ -202,8 +215,8 @@ TEST_F(PageLogic, LowerChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
     reopened.SetMacdText(EMacdEdit::Short, "16");
     reopened.SetMacdText(EMacdEdit::Long, "17");
     reopened.SetMacdText(EMacdEdit::Signal, "5");
-    ASSERT_TRUE(reopened.Confirm(settings, prompt));
-    ExpectStored({"MACD Short Period=16", "MACD Custom Short Period=16", "MACD Long Period=17",
+    ASSERT_TRUE(Confirm(reopened));
+    ExpectStored({"MACD Short Period=16", "MACD Custom Short Period=16",
                   "MACD Custom Long Period=17", "MACD Radio Select=2"});
     EXPECT_EQ(ReadBack().Period(kStudyMACD), 5);
     EXPECT_EQ(ReadBack().MacdPresetWord(), "custom");
@@ -231,6 +244,7 @@ TEST_F(PageLogic, LowerRefusalsNameTheStudyAndStoreNothing) {
 
     // Studies are checked in index order: RSI's custom period before MACD.
     model.SetMacdText(EMacdEdit::Short, "18");
+    ASSERT_TRUE(model.SetChoice(kStudyRSI, 3));
     for (const char* text : {"abc", "0", "-3", "100001", "", "1.5"}) {
         model.SetCustomText(kStudyRSI, text);
         EXPECT_EQ(Refused(model, kStudyRSI),
@@ -242,7 +256,7 @@ TEST_F(PageLogic, LowerRefusalsNameTheStudyAndStoreNothing) {
     EXPECT_EQ(Refused(model, kStudyMACD), Model::kMacdOrderText);
 
     model.ShowStudy(kStudyRSI);
-    EXPECT_FALSE(model.Confirm(settings, prompt));
+    EXPECT_FALSE(Confirm(model));
     EXPECT_EQ(prompt.Texts(),
               std::vector<std::string>{std::string("Error|") + Model::kMacdOrderText});
     EXPECT_EQ(model.ShownStudy(), kStudyMACD);

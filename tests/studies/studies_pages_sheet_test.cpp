@@ -11,6 +11,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QGroupBox>
 #include <QLabel>
@@ -19,6 +20,9 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
+#include <QTabWidget>
+
+#include <algorithm>
 
 #include <memory>
 
@@ -32,16 +36,30 @@ protected:
     }
     void Open(const Values& values) {
         Start(values);
-        sheet = std::make_unique<CSettingSheet>();
+        sheet = std::make_unique<CSettingSheet>(settings);
         upper = new CUpperStudiesSettingPage(prompt, settings);
         lower = new CLowerStudiesSettingPage(prompt, settings);
         sheet->AddPage(upper);
         sheet->AddPage(lower);
-        QObject::connect(upper, &CUpperStudiesSettingPage::applied, [this] { ++upperApplied; });
-        QObject::connect(lower, &CLowerStudiesSettingPage::applied, [this] { ++lowerApplied; });
+        QObject::connect(sheet.get(), &CSettingSheet::pageApplied, [this](CSettingPage* page) {
+            (page == upper ? upperApplied : lowerApplied) += 1;
+            // The file is saved once, after every page stored.
+            if (page == lower) {
+                fileWhenLowerStored = FileText();
+            }
+        });
         sheet->show();
     }
-    void PressOk() { sheet->Buttons()->button(QDialogButtonBox::Ok)->click(); }
+    void Press(QDialogButtonBox::StandardButton button) {
+        sheet->Buttons()->button(button)->click();
+    }
+    void PressOk() { Press(QDialogButtonBox::Ok); }
+    // Types `text` into the bands' period field; leaving it (for the OK button) makes the spin
+    // box read what was typed.
+    void TypePeriod(const QString& text) {
+        Type(upper->BandsPeriodSpin()->findChild<QLineEdit*>(), text);
+        upper->BandsPeriodSpin()->interpretText();
+    }
     // Types `text` over the whole field, as a paste does.
     static void Type(QLineEdit* edit, const QString& text) {
         edit->selectAll();
@@ -60,35 +78,41 @@ protected:
     CLowerStudiesSettingPage* lower = nullptr;
     int upperApplied = 0;
     int lowerApplied = 0;
+    std::string fileWhenLowerStored;
 };
 
-TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPages) {
-    Open({"Moving Average 2 Points=1000", "BB DIVIATIONS NUMBER=2.5"});
+TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPagesAndOnlyThose) {
+    Open({"Moving Average 2 Points=1000", "BB DIVIATIONS NUMBER=2.555"});
     EXPECT_EQ(upper->AverageSpin(2)->value(), 999);
-    EXPECT_EQ(upper->DeviationsEdit()->text(), "2.50");
+    EXPECT_EQ(upper->DeviationsEdit()->text(), "2.56");
     EXPECT_EQ(upper->AverageColorButton(2)->Color(), 0xFF0000u);
 
     upper->ShowAveragesCheck()->click();
     upper->AverageCheck(3)->click();
     upper->AverageSpin(1)->setValue(7);
     upper->ShowBandsCheck()->click();
+    TypePeriod("30");
+    // The arrows step within 2 to 999.
+    upper->BandsPeriodSpin()->setValue(999);
+    upper->BandsPeriodSpin()->stepBy(1);
+    EXPECT_EQ(upper->BandsPeriodSpin()->value(), 999);
     upper->BandsPeriodSpin()->setValue(30);
-    Type(upper->DeviationsEdit(), "1.2x.3");
-    EXPECT_EQ(upper->DeviationsEdit()->text(), "1.2");
-    EXPECT_EQ(upper->DeviationsEdit()->cursorPosition(), 3);
+    Type(upper->DeviationsEdit(), "1.2345x.3");
+    EXPECT_EQ(upper->DeviationsEdit()->text(), "1.2345");
+    EXPECT_EQ(upper->DeviationsEdit()->cursorPosition(), 6);
 
     // The lower page opens on the one default pane, volume.
     EXPECT_EQ(ListTexts(), QStringList{"Volume"});
     EXPECT_TRUE(lower->ChoiceButton(0)->isChecked());
     EXPECT_FALSE(lower->CustomEdit()->isEnabled());
 
-    // RSI from the selector: relabelled, showing the period in use as its custom choice and its
-    // levels.
+    // RSI from the selector: relabelled, showing its stored choice "9", its custom period and
+    // its levels.
     lower->StudySelector()->setCurrentIndex(kStudyRSI);
     EXPECT_EQ(lower->PropertiesGroup()->title(), "RSI Properties...");
     EXPECT_EQ(lower->DisplayedList()->currentRow(), -1); // the volume row no longer
     EXPECT_FALSE(lower->RemoveButton()->isEnabled());
-    EXPECT_TRUE(lower->ChoiceButton(3)->isChecked());
+    EXPECT_TRUE(lower->ChoiceButton(1)->isChecked());
     EXPECT_EQ(lower->CustomEdit()->text(), "21");
     EXPECT_EQ(lower->RowEdit(1)->text(), "30");
     EXPECT_FALSE(lower->RowLabel(2)->isVisibleTo(lower));
@@ -117,60 +141,82 @@ TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPages) {
     ASSERT_TRUE(lower->RowColorButton(1)->isVisibleTo(lower));
     lower->RowColorButton(1)->SetColor(0x808080);
 
+    const std::string before = FileText();
     PressOk();
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_EQ(sheet->result(), QDialog::Accepted);
     EXPECT_EQ(upperApplied + 10 * lowerApplied, 11);
-    // A custom period is the one the panes compute with, and the custom list keeps it too.
-    ExpectStored({"MAs SHOW=1", "Moving Average 1 Points=7", "Moving Average 2 Points=999",
+    EXPECT_EQ(fileWhenLowerStored, before);
+    // A custom period is the one the panes compute with, and the custom list keeps it too; the
+    // deviations are kept as typed; the untouched average period keeps what the file held.
+    ExpectStored({"MAs SHOW=1", "Moving Average 1 Points=7", "Moving Average 2 Points=1000",
                   "Moving Average 3 Select=0", "BB STUDY SHOW=1", "BB AVG PERIOD=30",
-                  "BB DIVIATIONS NUMBER=1.20", "Number of displayed study charts=2",
+                  "BB DIVIATIONS NUMBER=1.2345", "Number of displayed study charts=2",
                   "Type of study chart 0=0", "Type of study chart 1=6", "RSI Radio Select=0",
                   "RSI Upper Level=75", "STO Radio Select=3", "STO Fast=1",
                   "STUDY AVG PERIOD=14,20,20,9,18,12,10,14,14,14",
                   "STUDY CUSTOM AVG PERIOD=21,20,20,9,18,12,500,9,9,10",
-                  "Negative Directional Indicator Color=8421504"});
+                  "Negative Directional Indicator Color=8421504", "RSI Lower Level=<missing>",
+                  "MACD Radio Select=<missing>"});
 }
 
-TEST_F(StudiesPagesSheetTest, RefusalsKeepTheSheetOpenOnTheEntryConcerned) {
+TEST_F(StudiesPagesSheetTest, ARefusalOnAnyPageStoresNothingAndShowsThatPage) {
     Open({});
+    const std::string before = FileText();
+    upper->AverageSpin(2)->setValue(33);
+    // A bands period typed out of range is told on OK, with the field as typed.
+    for (const char* period : {"1", "1000"}) {
+        TypePeriod(period);
+        sheet->findChild<QTabWidget*>()->setCurrentWidget(lower);
+        PressOk();
+        EXPECT_EQ(upper->BandsPeriodSpin()->cleanText(), period);
+        EXPECT_EQ(sheet->CurrentPage(), upper);
+    }
+    TypePeriod("20");
     Type(upper->DeviationsEdit(), ".");
     PressOk();
-    EXPECT_EQ(prompt.Texts(),
-              std::vector<std::string>{"Error|You must select a valid No. of Deviations."});
-    Type(upper->DeviationsEdit(), "100");
 
-    // MACD opens on its custom choice (8, 17 and the signal 18 in use); 17 / 17 is refused.
+    // The lower page's MACD 17 / 17 is refused after the upper page passed: nothing is stored.
+    Type(upper->DeviationsEdit(), "2");
     lower->StudySelector()->setCurrentIndex(kStudyMACD);
-    EXPECT_TRUE(lower->ChoiceButton(2)->isChecked());
+    EXPECT_TRUE(lower->ChoiceButton(1)->isChecked()); // "sell", as stored
     EXPECT_FALSE(lower->CustomEdit()->isVisibleTo(lower));
-    EXPECT_EQ(lower->MacdEdit(EMacdEdit::Signal)->text(), "18");
+    EXPECT_EQ(lower->MacdEdit(EMacdEdit::Short)->text(), "38");
+    lower->ChoiceButton(2)->click();
     Type(lower->MacdEdit(EMacdEdit::Short), "17");
+    Type(lower->MacdEdit(EMacdEdit::Long), "17");
     lower->StudySelector()->setCurrentIndex(kStudyOBV);
+    sheet->findChild<QTabWidget*>()->setCurrentWidget(upper);
     PressOk();
-    ASSERT_EQ(prompt.boxes.size(), 2u);
-    EXPECT_EQ(prompt.Texts()[1], "Error|MACD short period must be shorter then MACD long period");
-    // The page turned back to the study refused.
+    const std::string period = "Error|Study average period must be from 2 to 999";
+    EXPECT_EQ(prompt.Texts(),
+              (std::vector<std::string>{
+                  period, period, "Error|You must select a valid No. of Deviations.",
+                  "Error|MACD short period must be shorter then MACD long period"}));
+    EXPECT_TRUE(std::all_of(prompt.boxes.begin(), prompt.boxes.end(),
+                            [](const auto& box) { return box.kind == "Error"; }));
+    EXPECT_EQ(sheet->CurrentPage(), lower);
     EXPECT_EQ(lower->PropertiesGroup()->title(), "MACD Properties...");
-    // The upper page passed, then the lower one refused (the sheet stays open at each refusal).
-    EXPECT_EQ(upperApplied, 1);
-    EXPECT_EQ(lowerApplied, 0);
+    EXPECT_EQ(upperApplied + lowerApplied, 0);
+    EXPECT_TRUE(sheet->isVisible());
 
-    // The list takes ten studies; the eleventh is refused with the reason shown.
+    // The list takes ten studies; the eleventh is refused with a note that moves nothing.
+    QCoreApplication::processEvents();
+    const QRect addAt = lower->AddButton()->geometry();
+    EXPECT_FALSE(lower->ListNote()->isVisible());
     for (int type = 0; type < 10; ++type) {
         lower->StudySelector()->setCurrentIndex(type);
         lower->AddButton()->click();
     }
     EXPECT_EQ(lower->DisplayedList()->count(), 10);
+    EXPECT_TRUE(lower->ListNote()->isVisible());
     EXPECT_EQ(lower->ListNote()->text(), CLowerStudiesPageModel::kListFullText);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(lower->AddButton()->geometry(), addAt);
 
-    lower->StudySelector()->setCurrentIndex(kStudyMACD);
-    Type(lower->MacdEdit(EMacdEdit::Short), "16");
-    PressOk();
-    EXPECT_EQ(prompt.boxes.size(), 2u);
-    EXPECT_EQ(sheet->result(), QDialog::Accepted);
-    ExpectStored({"MACD Short Period=16", "MACD Custom Short Period=16", "MACD Radio Select=2",
-                  "Number of displayed study charts=10", "BB DIVIATIONS NUMBER=100.00"});
+    Press(QDialogButtonBox::Cancel);
+    EXPECT_EQ(sheet->result(), QDialog::Rejected);
+    EXPECT_EQ(FileText(), before);
 }
 
 } // namespace

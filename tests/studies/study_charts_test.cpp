@@ -275,8 +275,8 @@ TEST(StudySettings, ListsAndChoicesReadFromTheTable) {
     EXPECT_EQ(read.Period(kStudyADX), 14);
     EXPECT_EQ(read.paneTypes, (std::vector<int>{kStudyVolume, kStudyMACD, kStudyVolume}));
 
-    // Written back, a custom period is in both lists.
-    read.Write(settings);
+    // Written back over the defaults, a custom period is in both lists.
+    read.Write(settings, SStudySettings{});
     EXPECT_EQ(settings.GetText(keys::kStudyCustomAvgPeriod), "30,20,20,9,18,5,500,9,9,10");
     EXPECT_EQ(settings.GetText(keys::kStudyAvgPeriod), "30,20,7,9,18,5,10,14,14,14");
 }

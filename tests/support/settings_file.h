@@ -41,6 +41,8 @@ protected:
     static std::string Stored(const std::string& key) {
         return CConfigWriter().Read(key, "<missing>");
     }
+    // The whole file, byte for byte.
+    static std::string FileText() { return ReadFile(CConfigWriter().File().toStdString()); }
     // Expects the file to hold every one of `values`.
     static void ExpectStored(const Values& values) {
         for (const std::string& line : values) {

@@ -126,7 +126,7 @@ TEST_F(TrendFile, ADamagedFileIsSetAsideAndToldOnceOrLeftAndNeverOverwritten) {
 TEST_F(TrendFile, ThePageShowsEachKindInOrderAndStoresWhatChanged) {
     Start({"Sloping Trendline Width=abc", "Parallel Trendline Color=255",
            "Horizontal Trendline Extendable=0"});
-    CSettingSheet sheet;
+    CSettingSheet sheet(settings);
     auto* page = new CTrendSettingsPage(settings);
     sheet.AddPage(page);
     int applied = 0;

@@ -6,12 +6,12 @@
 #include "app/feed_status.h"
 #include "app/recent_symbols.h"
 #include "app/ui/chart_bus_target.h"
+#include "app/ui/chart_settings_sheet.h"
 #include "app/ui/home_ribbon.h"
 #include "app/ui/ribbon_bar.h"
 #include "base/error.h"
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
-#include "chart/ui/color_page.h"
 #include "chart/ui/display_settings_page.h"
 #include "core/prompt.h"
 #include "core/settings.h"
@@ -28,8 +28,6 @@
 #include "platform/registry_paths.h"
 #include "platform/workspace_bus.h"
 #include "studies/study_panes.h"
-#include "studies/ui/lower_studies_page.h"
-#include "studies/ui/upper_studies_page.h"
 #include "trend/ui/trend_settings_page.h"
 
 #include <QAction>
@@ -215,21 +213,12 @@ void CMainFrame::OpenTrendlineSettings() {
 }
 
 void CMainFrame::OpenSettings(EFirstPage first) {
-    CSettingSheet sheet(this);
     CSettings& settings = Settings();
-    auto* displayPage = new CDisplaySettingsPage(Prompt(), settings);
-    auto* colorPage = new CColorPage(settings);
-    auto* upperPage = new CUpperStudiesSettingPage(Prompt(), settings);
-    auto* lowerPage = new CLowerStudiesSettingPage(Prompt(), settings);
-    auto* dataPage = new CDataSettingsPage(Prompt(), settings);
-    auto* trendPage = new CTrendSettingsPage(settings);
-    sheet.AddPage(displayPage);
-    sheet.AddPage(colorPage);
-    sheet.AddPage(upperPage);
-    sheet.AddPage(lowerPage);
-    sheet.AddPage(dataPage);
-    sheet.AddPage(trendPage);
-    QWidget* const firstPages[] = {displayPage, dataPage, trendPage};
+    CSettingSheet sheet(settings, this);
+    const SChartSettingsPages pages = AddChartSettingsPages(sheet, Prompt(), settings);
+    CDisplaySettingsPage* displayPage = pages.display;
+    CDataSettingsPage* dataPage = pages.data;
+    QWidget* const firstPages[] = {displayPage, dataPage, pages.trend};
     sheet.findChild<QTabWidget*>()->setCurrentWidget(firstPages[static_cast<std::size_t>(first)]);
     bool reload = false;
     connect(&sheet, &CSettingSheet::pageApplied, this,

@@ -120,10 +120,12 @@ const CColorPageLogic& CColorPage::Colors() {
     return m_logic;
 }
 
-bool CColorPage::Apply() {
+bool CColorPage::Check() {
+    return true;
+}
+
+void CColorPage::Store() {
     ReadButtons();
     m_logic.Store(m_settings);
     spdlog::info("Colour settings applied");
-    emit applied();
-    return true;
 }

@@ -11,7 +11,7 @@ class QComboBox;
 
 // The colour page of the settings sheet: one colour button for each of the seven chart colours,
 // and a study type selector (starting on type 0) whose data and label colours two more buttons
-// show. Edits of every study type are kept while the page is open; applying stores every colour.
+// show. Edits of every study type are kept while the page is open; applying stores those changed.
 class CColorPage : public CSettingPage {
     Q_OBJECT
 
@@ -22,8 +22,10 @@ public:
     explicit CColorPage(CSettings& settings, QWidget* parent = nullptr, int screenDepth = 0);
 
     QString Title() const override; // "Colors"
-    // Stores every colour under its key and emits applied(); never refuses.
-    bool Apply() override;
+    // Never refuses.
+    bool Check() override;
+    // Stores the colours changed since the page opened or last stored.
+    void Store() override;
 
     // The colours as the page holds them (the buttons read in).
     const CColorPageLogic& Colors();
@@ -36,10 +38,6 @@ public:
     // Chooses the study type the two study buttons show (the selector follows); a type outside
     // 0-9 changes nothing.
     void SelectStudyType(int type);
-
-signals:
-    // The page stored its colours (the panes should be coloured and drawn again).
-    void applied();
 
 private:
     // Takes the colours of every button into the model.

@@ -43,6 +43,7 @@ CDisplaySettingsPage::CDisplaySettingsPage(IPrompt& prompt, CSettings& settings,
     setObjectName("DisplaySettingsPage");
     MakeControls();
     Show(CDisplayPageLogic::Load(m_settings));
+    m_shown = Values();
 }
 
 QString CDisplaySettingsPage::Title() const {
@@ -170,11 +171,13 @@ SDisplayPageValues CDisplaySettingsPage::Values() const {
     return values;
 }
 
-bool CDisplaySettingsPage::Apply() {
-    if (!CDisplayPageLogic::Confirm(m_settings, m_prompt, Values())) {
-        return false;
-    }
+bool CDisplaySettingsPage::Check() {
+    return CDisplayPageLogic::Check(m_prompt, Values());
+}
+
+void CDisplaySettingsPage::Store() {
+    const SDisplayPageValues values = Values();
+    CDisplayPageLogic::Store(m_settings, values, m_shown);
+    m_shown = values;
     spdlog::info("Display settings applied");
-    emit applied();
-    return true;
 }

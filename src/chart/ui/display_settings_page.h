@@ -14,7 +14,7 @@ class QSpinBox;
 // The display page of the settings sheet: how many points the panes show, the grid and its line
 // style, the price pane's chart type, the side of the value labels, the price bar, fixed y
 // scaling and the scroll step. It shows the stored values when it is made. "Show Grid" is stored
-// the moment it is ticked or cleared; everything else when the sheet is applied.
+// the moment it is ticked or cleared; what else the user changed when the sheet is applied.
 class CDisplaySettingsPage : public CSettingPage {
     Q_OBJECT
 
@@ -23,9 +23,11 @@ public:
     CDisplaySettingsPage(IPrompt& prompt, CSettings& settings, QWidget* parent = nullptr);
 
     QString Title() const override; // "Display"
-    // Refuses, with an error box and nothing stored, when no display point count is selected or
-    // the grid is shown without a grid style; otherwise stores the page and emits applied().
-    bool Apply() override;
+    // Refuses, with an error box, no display point count selected or a grid shown without a
+    // grid style.
+    bool Check() override;
+    // Stores the values changed since the page opened or last stored.
+    void Store() override;
 
     // The values the controls hold (a list without a selection gives SDisplayPageValues::kNone).
     SDisplayPageValues Values() const;
@@ -44,8 +46,6 @@ public:
     QSpinBox* ScrollPercentSpin() const { return m_percent; }
 
 signals:
-    // The page stored its values (the panes should be laid out and drawn again).
-    void applied();
     // "Show Grid" was stored at once, before any Apply.
     void showGridChanged(bool shown);
 
@@ -68,4 +68,5 @@ private:
     QRadioButton* m_byPercent = nullptr;
     QSpinBox* m_items = nullptr;
     QSpinBox* m_percent = nullptr;
+    SDisplayPageValues m_shown; // what the controls held when the page opened or last stored
 };

@@ -1,11 +1,14 @@
 #include "core/ui/setting_sheet.h"
 
+#include "core/settings.h"
+
 #include <QDialogButtonBox>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
-CSettingSheet::CSettingSheet(QWidget* parent) : QDialog(parent) {
+CSettingSheet::CSettingSheet(CSettings& settings, QWidget* parent)
+    : QDialog(parent), m_settings(settings) {
     setObjectName("SettingSheet");
     setWindowTitle("Settings");
 
@@ -39,14 +42,32 @@ CSettingPage* CSettingSheet::Page(int index) const {
     return index >= 0 && index < PageCount() ? m_pages[static_cast<std::size_t>(index)] : nullptr;
 }
 
+CSettingPage* CSettingSheet::CurrentPage() const {
+    return qobject_cast<CSettingPage*>(m_tabs->currentWidget());
+}
+
 bool CSettingSheet::ApplyPages() {
-    for (std::size_t i = 0; i < m_pages.size(); ++i) {
-        if (!m_pages[i]->Apply()) {
-            // Show the page that refused, with its corrected entry.
-            m_tabs->setCurrentWidget(m_pages[i]);
+    for (CSettingPage* page : m_pages) {
+        if (!page->Check()) {
+            // Show the page that refused, with the entry its message is about.
+            m_tabs->setCurrentWidget(page);
             return false;
         }
-        emit pageApplied(m_pages[i]);
+    }
+    // The file is saved once, after every page stored, even if a page's store throws.
+    struct SHeld {
+        CSettings& settings;
+        explicit SHeld(CSettings& s) : settings(s) { settings.HoldWrites(); }
+        ~SHeld() { settings.SaveHeld(); }
+        SHeld(const SHeld&) = delete;
+        SHeld& operator=(const SHeld&) = delete;
+    };
+    {
+        const SHeld held(m_settings);
+        for (CSettingPage* page : m_pages) {
+            page->Store();
+            emit pageApplied(page);
+        }
     }
     emit settingsApplied();
     return true;

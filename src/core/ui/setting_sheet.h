@@ -6,11 +6,12 @@
 
 #include <vector>
 
+class CSettings;
 class QDialogButtonBox;
 class QTabWidget;
 
-// One tab of the settings sheet. A page shows its settings when it is made and stores them when
-// the sheet is applied.
+// One tab of the settings sheet. A page shows its settings when it is made; when the sheet is
+// applied every page is checked first, and only when all pass does each store what it holds.
 class CSettingPage : public QWidget {
     Q_OBJECT
 
@@ -19,28 +20,33 @@ public:
 
     // The tab caption.
     virtual QString Title() const = 0;
-    // Checks the page and stores its settings into the settings table. False when an entry was
-    // invalid: the page has then replaced it by its default and told the user, nothing is
-    // stored, and the sheet stays open so that the user sees the corrected page.
-    virtual bool Apply() = 0;
+    // Checks the page's entries without storing anything. False when one is refused: the page
+    // has told the user why and shows the entry concerned.
+    virtual bool Check() = 0;
+    // Stores into the settings table what the user changed on the page since it was made or
+    // last stored. Called only after every page of the sheet passed Check().
+    virtual void Store() = 0;
 };
 
 // The settings sheet: a tab per page, with OK, Cancel and Apply. The caller makes the pages and
-// hands them over; the sheet knows them only as pages. Apply and OK apply every page
-// in tab order and stop at the first that refuses (OK then keeps the sheet open); Cancel closes
-// it without storing what the pages hold.
+// hands them over; the sheet knows them only as pages. Apply and OK check every page in tab order
+// and store nothing when one refuses (that page is brought to the front and OK keeps the sheet
+// open); otherwise every page stores and the settings file is saved once. Cancel closes the sheet
+// without storing what the pages hold.
 class CSettingSheet : public QDialog {
     Q_OBJECT
 
 public:
-    explicit CSettingSheet(QWidget* parent = nullptr);
+    // The pages store into `settings`.
+    explicit CSettingSheet(CSettings& settings, QWidget* parent = nullptr);
 
     // Adds a tab for `page`; the sheet takes ownership. Returns the tab index.
     int AddPage(CSettingPage* page);
     int PageCount() const;
     CSettingPage* Page(int index) const;
+    CSettingPage* CurrentPage() const;
 
-    // What Apply does: applies every page; false when a page refused.
+    // What Apply does: checks every page, then stores them all; false when a page refused.
     bool ApplyPages();
 
     QDialogButtonBox* Buttons() const { return m_buttons; }
@@ -54,6 +60,7 @@ signals:
 private:
     void OnOk();
 
+    CSettings& m_settings;
     QTabWidget* m_tabs = nullptr;
     QDialogButtonBox* m_buttons = nullptr;
     std::vector<CSettingPage*> m_pages;

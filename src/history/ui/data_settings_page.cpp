@@ -272,10 +272,16 @@ void CDataSettingsPage::StoreShown() {
     }
 }
 
-bool CDataSettingsPage::Apply() {
+bool CDataSettingsPage::Check() {
+    // An out-of-range entry is replaced by its default with a message; nothing is refused.
+    StoreShown();
+    return true;
+}
+
+void CDataSettingsPage::Store() {
     StoreShown();
     if (!m_settings->Save(m_table, &m_prompt)) {
-        return false;
+        return;
     }
     // "RequestType" mirrors the kind of the data type the ribbon has selected.
     const int dataType = m_table.GetInt(keys::kRequestDataType);
@@ -284,5 +290,4 @@ bool CDataSettingsPage::Apply() {
                        m_settings->recentType[static_cast<std::size_t>(dataType)]);
     }
     spdlog::info("Data settings applied");
-    return true;
 }

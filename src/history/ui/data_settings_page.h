@@ -30,9 +30,11 @@ public:
     ~CDataSettingsPage() override;
 
     QString Title() const override;
-    // Stores the shown data type's fields (an out-of-range datapoints entry becomes 10000, with
-    // a message) and saves the request settings into the settings table.
-    bool Apply() override;
+    // Takes the shown data type's fields into the page (an out-of-range datapoints entry becomes
+    // 10000, with a message); never refuses.
+    bool Check() override;
+    // Saves the request settings into the settings table.
+    void Store() override;
 
     // Stores the fields of the data type shown and shows `dataType` (the selector follows).
     void SelectDataType(int dataType);

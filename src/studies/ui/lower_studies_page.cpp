@@ -107,9 +107,15 @@ void CLowerStudiesSettingPage::MakeListControls(QWidget* box) {
     m_remove = MakeButton(box, "&Remove", "RemoveStudyButton");
     m_up = MakeButton(box, "&Up", "MoveStudyUpButton");
     m_down = MakeButton(box, "Do&wn", "MoveStudyDownButton");
-    m_note = new QLabel(box);
+    // The note keeps its place while hidden, so that showing it moves nothing under the mouse;
+    // it is laid out with the longest text it shows.
+    m_note = new QLabel(CLowerStudiesPageModel::kListFullText, box);
     m_note->setObjectName("DisplayedStudiesNote");
     m_note->setWordWrap(true);
+    QSizePolicy notePolicy = m_note->sizePolicy();
+    notePolicy.setRetainSizeWhenHidden(true);
+    m_note->setSizePolicy(notePolicy);
+    m_note->hide();
 
     auto* moves = new QHBoxLayout;
     moves->addWidget(m_up);
@@ -142,7 +148,7 @@ void CLowerStudiesSettingPage::MakeListControls(QWidget* box) {
     connect(m_remove, &QPushButton::clicked, this, [this] {
         const int row = m_list->currentRow();
         if (m_model.Remove(row)) {
-            m_note->clear();
+            m_note->hide();
             FillList(std::min(row, static_cast<int>(m_model.Displayed().size()) - 1));
         }
     });
@@ -377,19 +383,23 @@ void CLowerStudiesSettingPage::UpdateButtons() {
 void CLowerStudiesSettingPage::OnAdd() {
     if (const char* refusal = m_model.Add(m_selector->currentIndex())) {
         m_note->setText(refusal);
+        m_note->show();
         return;
     }
-    m_note->clear();
+    m_note->hide();
     FillList(static_cast<int>(m_model.Displayed().size()) - 1);
 }
 
-bool CLowerStudiesSettingPage::Apply() {
-    if (!m_model.Confirm(m_settings, m_prompt)) {
+bool CLowerStudiesSettingPage::Check() {
+    if (!m_model.Check(m_prompt)) {
         // The model turned to the study whose entry was refused.
         ShowStudy(m_model.ShownStudy());
         return false;
     }
-    spdlog::info("Lower study settings applied: {} study panes", m_model.Displayed().size());
-    emit applied();
     return true;
+}
+
+void CLowerStudiesSettingPage::Store() {
+    m_model.Store(m_settings);
+    spdlog::info("Lower study settings applied: {} study panes", m_model.Displayed().size());
 }

@@ -38,11 +38,12 @@ public:
                              int screenDepth = 0);
 
     QString Title() const override; // "Lower Studies"
-    // Refuses, with an error box captioned "Error", nothing stored and the property area turned
-    // to the study concerned, a MACD short period not below the long one and custom periods or
-    // levels that are not whole numbers in range; otherwise stores every study key (the
-    // displayed list becoming the panes) and emits applied().
-    bool Apply() override;
+    // Refuses, with an error box captioned "Error" and the property area turned to the study
+    // concerned, a MACD short period not below the long one and custom periods or levels that
+    // are not whole numbers in range.
+    bool Check() override;
+    // Stores what the user changed (the displayed list becoming the panes).
+    void Store() override;
 
     const CLowerStudiesPageModel& Model() const { return m_model; }
     // Relabels the property area for `studyType` (the selector follows); 0-9 only.
@@ -54,7 +55,7 @@ public:
     QPushButton* RemoveButton() const { return m_remove; }
     QPushButton* UpButton() const { return m_up; }
     QPushButton* DownButton() const { return m_down; }
-    // Why the last Add was refused; empty after one that was not.
+    // Why the last Add was refused; hidden after one that was not (its space stays reserved).
     QLabel* ListNote() const { return m_note; }
 
     QGroupBox* PropertiesGroup() const { return m_group; }
@@ -71,10 +72,6 @@ public:
     QLabel* RowLabel(int row) const;
     QLineEdit* RowEdit(int row) const;
     CButtonForColor* RowColorButton(int row) const;
-
-signals:
-    // The page stored its values (the panes should be built again).
-    void applied();
 
 private:
     void MakeListControls(QWidget* box);

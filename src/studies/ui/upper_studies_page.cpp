@@ -15,6 +15,8 @@
 
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
+
 namespace {
 
 int PrimaryScreenDepth() {
@@ -28,6 +30,34 @@ QSpinBox* MakePeriodSpin(QWidget* parent, const QString& name) {
     spin->setRange(CUpperPageLogic::kMinPeriod, CUpperPageLogic::kMaxPeriod);
     return spin;
 }
+
+// The bands' period field: its arrows step within 2 to 999 like the averages' spin controls, but
+// any number may be typed, so that OK can tell the user that it is out of range.
+class CTypedPeriodSpin : public QSpinBox {
+public:
+    explicit CTypedPeriodSpin(QWidget* parent) : QSpinBox(parent) { setRange(0, kTypedMax); }
+
+    void stepBy(int steps) override {
+        setValue(
+            std::clamp(value() + steps, CUpperPageLogic::kMinPeriod, CUpperPageLogic::kMaxPeriod));
+        selectAll();
+    }
+
+protected:
+    StepEnabled stepEnabled() const override {
+        StepEnabled enabled = StepNone;
+        if (value() < CUpperPageLogic::kMaxPeriod) {
+            enabled |= StepUpEnabled;
+        }
+        if (value() > CUpperPageLogic::kMinPeriod) {
+            enabled |= StepDownEnabled;
+        }
+        return enabled;
+    }
+
+private:
+    static constexpr int kTypedMax = 99999;
+};
 
 std::size_t Slot(int number) {
     return static_cast<std::size_t>(number - 1);
@@ -77,7 +107,8 @@ CUpperStudiesSettingPage::CUpperStudiesSettingPage(IPrompt& prompt, CSettings& s
     m_bandsShow = new QCheckBox("Show &Bollinger bands", bands);
     m_bandsShow->setObjectName("ShowBandsCheck");
     m_bandsColor = makeButton(bands, "BandsColorButton");
-    m_bandsPeriod = MakePeriodSpin(bands, "BandsPeriodSpin");
+    m_bandsPeriod = new CTypedPeriodSpin(bands);
+    m_bandsPeriod->setObjectName("BandsPeriodSpin");
     m_deviations = new QLineEdit(bands);
     m_deviations->setObjectName("DeviationsEdit");
     auto* bandsGrid = new QGridLayout(bands);
@@ -100,6 +131,7 @@ CUpperStudiesSettingPage::CUpperStudiesSettingPage(IPrompt& prompt, CSettings& s
     layout->addStretch(1);
 
     Show(SUpperStudySettings::Read(m_settings));
+    m_shown = Values();
     connect(m_deviations, &QLineEdit::textChanged, this, [this] { FilterDeviations(); });
 }
 
@@ -164,7 +196,7 @@ SUpperPageValues CUpperStudiesSettingPage::Values() const {
     return values;
 }
 
-bool CUpperStudiesSettingPage::Apply() {
+bool CUpperStudiesSettingPage::Check() {
     const SUpperPageValues values = Values();
     if (const char* refusal = CUpperPageLogic::Refusal(values)) {
         // The field the message is about takes the focus.
@@ -172,10 +204,12 @@ bool CUpperStudiesSettingPage::Apply() {
                                                       : m_deviations)
             ->setFocus();
     }
-    if (!CUpperPageLogic::Confirm(m_settings, m_prompt, values)) {
-        return false;
-    }
+    return CUpperPageLogic::Check(m_prompt, values);
+}
+
+void CUpperStudiesSettingPage::Store() {
+    const SUpperPageValues values = Values();
+    CUpperPageLogic::Store(m_settings, values, m_shown);
+    m_shown = values;
     spdlog::info("Upper study settings applied");
-    emit applied();
-    return true;
 }

@@ -15,7 +15,7 @@ class QSpinBox;
 // The upper studies page of the settings sheet: the three moving averages over the price pane
 // (each with its check box, period and colour), their exponential switch and master switch, and
 // the Bollinger bands (show, colour, period, number of deviations). It shows the stored values
-// when it is made and stores them when the sheet is applied.
+// when it is made and stores those the user changed when the sheet is applied.
 class CUpperStudiesSettingPage : public CSettingPage {
     Q_OBJECT
 
@@ -27,10 +27,11 @@ public:
                              int screenDepth = 0);
 
     QString Title() const override; // "Upper Studies"
-    // Refuses, with an error box and nothing stored, a bands period outside 2-999 or a number of
-    // deviations that is a lone point or outside 0.01-100; otherwise stores every upper study
-    // key and emits applied().
-    bool Apply() override;
+    // Refuses, with an error box, a bands period outside 2-999 or a number of deviations that is
+    // a lone point or outside 0.01-100; the field concerned takes the focus.
+    bool Check() override;
+    // Stores the values changed since the page opened or last stored (the deviations as typed).
+    void Store() override;
 
     // What the controls hold, the two checked fields as typed.
     SUpperPageValues Values() const;
@@ -45,10 +46,6 @@ public:
     CButtonForColor* BandsColorButton() const { return m_bandsColor; }
     QSpinBox* BandsPeriodSpin() const { return m_bandsPeriod; }
     QLineEdit* DeviationsEdit() const { return m_deviations; }
-
-signals:
-    // The page stored its values (the price pane should be drawn again).
-    void applied();
 
 private:
     void Show(const SUpperStudySettings& settings);
@@ -65,4 +62,5 @@ private:
     CButtonForColor* m_bandsColor = nullptr;
     QSpinBox* m_bandsPeriod = nullptr;
     QLineEdit* m_deviations = nullptr;
+    SUpperPageValues m_shown; // what the controls held when the page opened or last stored
 };

@@ -95,9 +95,12 @@ STrendStyles CTrendSettingsPage::Styles() const {
     return styles;
 }
 
-bool CTrendSettingsPage::Apply() {
+bool CTrendSettingsPage::Check() {
+    return true;
+}
+
+void CTrendSettingsPage::Store() {
     const int changed = WriteTrendStyles(m_settings, Styles());
     spdlog::info("Trendline settings applied ({} kinds changed)", changed);
     emit applied();
-    return true;
 }

@@ -23,8 +23,10 @@ public:
                                 int screenDepth = 0);
 
     QString Title() const override; // "Trendlines"
-    // Stores the styles the page shows and emits applied(); never refuses.
-    bool Apply() override;
+    // Never refuses.
+    bool Check() override;
+    // Stores the styles the page shows and emits applied().
+    void Store() override;
 
     // The styles as the controls hold them.
     STrendStyles Styles() const;
