@@ -27,11 +27,12 @@ protected:
 
     // Writes `values` into the file and starts the settings from it, the mirror published.
     void Start(const Values& values = {}) {
-        CConfigWriter file;
+        std::vector<std::pair<std::string, std::string>> lines;
         for (const std::string& line : values) {
             const std::size_t equals = line.find('=');
-            EXPECT_TRUE(file.Write(line.substr(0, equals), line.substr(equals + 1))) << line;
+            lines.emplace_back(line.substr(0, equals), line.substr(equals + 1));
         }
+        EXPECT_TRUE(CConfigWriter().WriteAll(lines));
         settings.Reset();
         const SSettingsLoad load = LoadApplicationSettings(settings, prompt);
         ASSERT_FALSE(load.usedDefaults);
