@@ -55,10 +55,6 @@ TEST_F(PageLogic, DisplayCheckRefusesMissingPointsThenGridStyleAndStoreWritesWha
                   "Y Axis Orientation=1", "Show Price Bar=0", "Fixed Y Axis Scaling=true",
                   "Scrolling by Items=false", "Scrolling By Items Not Percent=1000",
                   "Scrolling by Percent=1"});
-    values.valueLabelSide = 0;
-    values.chartStyle = 1;
-    CDisplayPageLogic::Store(settings, values, shown);
-    ExpectStored({"Y Axis Orientation=false", "Candle Price Chart Style=1"});
 
     // "Show Grid" is stored the moment it changes, and enables the style list with it.
     EXPECT_TRUE(CDisplayPageLogic::SetShowGrid(settings, true));

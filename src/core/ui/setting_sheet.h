@@ -23,8 +23,9 @@ public:
     // Checks the page's entries without storing anything. False when one is refused: the page
     // has told the user why and shows the entry concerned.
     virtual bool Check() = 0;
-    // Stores into the settings table what the user changed on the page since it was made or
-    // last stored. Called only after every page of the sheet passed Check().
+    // Stores the page into the settings table: what the user changed since the page was made or
+    // last stored, and what the page's own rules store besides. Called only after every page of
+    // the sheet passed Check().
     virtual void Store() = 0;
 };
 
