@@ -22,6 +22,7 @@
 #include <QTimeEdit>
 
 #include <memory>
+#include <sstream>
 
 namespace {
 
@@ -57,69 +58,36 @@ protected:
 // A value unlike its default for every key a page of the chart settings reads; the stored
 // choices and periods of the studies disagree as a hand-edited or older file may have them.
 std::vector<std::string> UnusualSettings() {
-    std::vector<std::string> values = {
-        "PTS INDEX=6",
-        "Show Grid=0",
-        "Grid Style=2",
-        "Candle Price Chart Style=0",
-        "Y Axis Orientation=true",
-        "Show Price Bar=0",
-        "Fixed Y Axis Scaling=true",
-        "Scrolling by Items=false",
-        "Scrolling By Items Not Percent=7",
-        "Scrolling by Percent=35",
-        "MAs SHOW=1",
-        "Moving Average 1 Select=0",
-        "Moving Average 2 Points=33",
-        "Moving Average 3 Points=1000",
-        "Moving Average Exponential=1",
-        "BB STUDY SHOW=1",
-        "BB AVG PERIOD=25",
-        "BB DIVIATIONS NUMBER=2.555",
-        "Number of displayed study charts=3",
-        "Type of study chart 0=4",
-        "Type of study chart 1=0",
-        "Type of study chart 2=5",
-        "STUDY AVG PERIOD=25,30,12,11,9,10,20,16,17,18",
-        "STUDY CUSTOM AVG PERIOD=22,23,24,12,19,7,300,8,10,11",
-        "RSI Radio Select=2",
-        "MOM Radio Select=0",
-        "ROC Radio Select=2",
-        "OBV Radio Select=0",
-        "MACD Radio Select=0",
-        "MF Radio Select=0",
-        "MFI Radio Select=7",
-        "ADX Radio Select=0",
-        "STO Radio Select=3",
-        "Volume Average All Data=0",
-        "STO Fast=1",
-        "Show Volume Average=0",
-        "MACD Short Period=12",
-        "MACD Long Period=25",
-        "MACD Custom Short Period=30",
-        "MACD Custom Long Period=60",
-        "RSI Upper Level=75",
-        "RSI Lower Level=25",
-        "STO Upper Level=85",
-        "STO Lower Level=15",
-        "MFI Upper Level=90",
-        "MFI Lower Level=10",
-        "RequestDataType=2",
-        "RequestType=7",
-        "RequestUseExchangeFormat=false",
-        "RequestEnableExtendedTrades=1,0,0,0,0",
-        "RequestRecentType=1,4,7,8,9",
-        "RequestDatapoints=500,600,700,800,900",
-        "RequestDays=2,3,1,0,0",
-        "RequestFilterOn=true,false,true,false,false",
-        "RequestBeginDate=20240102,20240103,20240104,20240105,20240108",
-        "RequestEndDate=20240202,20240203,20240204,20240205,20240208",
-        "RequestBeginTime=091500,091600,091700,091800,091900",
-        "RequestEndTime=151500,151600,151700,151800,151900",
-        "RequestBeginFilterTime=100000,100100,100200,100300,100400",
-        "RequestEndFilterTime=140000,140100,140200,140300,140400",
-        "Sloping Trendline Width=3",
-        "Horizontal Trendline Extendable=1"};
+    std::vector<std::string> values;
+    std::stringstream lines(
+        "PTS INDEX=6;Show Grid=0;Grid Style=2;Candle Price Chart Style=0;Y Axis Orientation=true;"
+        "Show Price Bar=0;Fixed Y Axis Scaling=true;Scrolling by Items=false;"
+        "Scrolling By Items Not Percent=7;Scrolling by Percent=35;MAs SHOW=1;"
+        "Moving Average 1 Select=0;Moving Average 2 Points=33;Moving Average 3 Points=1000;"
+        "Moving Average Exponential=1;BB STUDY SHOW=1;BB AVG PERIOD=25;"
+        "BB DIVIATIONS NUMBER=2.555;Number of displayed study charts=3;Type of study chart 0=4;"
+        "Type of study chart 1=0;Type of study chart 2=5;"
+        "STUDY AVG PERIOD=25,30,12,11,9,10,20,16,17,18;"
+        "STUDY CUSTOM AVG PERIOD=22,23,24,12,19,7,300,8,10,11;RSI Radio Select=2;"
+        "MOM Radio Select=0;ROC Radio Select=2;OBV Radio Select=0;MACD Radio Select=0;"
+        "MF Radio Select=0;MFI Radio Select=7;ADX Radio Select=0;STO Radio Select=3;"
+        "Volume Average All Data=0;STO Fast=1;Show Volume Average=0;MACD Short Period=12;"
+        "MACD Long Period=25;MACD Custom Short Period=30;MACD Custom Long Period=60;"
+        "RSI Upper Level=75;RSI Lower Level=25;STO Upper Level=85;STO Lower Level=15;"
+        "MFI Upper Level=90;MFI Lower Level=10;RequestDataType=2;RequestType=7;"
+        "RequestUseExchangeFormat=false;RequestEnableExtendedTrades=1,0,0,0,0;"
+        "RequestRecentType=1,4,7,8,9;RequestDatapoints=500,600,700,800,900;RequestDays=2,3,1,0,0;"
+        "RequestFilterOn=true,false,true,false,false;"
+        "RequestBeginDate=20240102,20240103,20240104,20240105,20240108;"
+        "RequestEndDate=20240202,20240203,20240204,20240205,20240208;"
+        "RequestBeginTime=091500,091600,091700,091800,091900;"
+        "RequestEndTime=151500,151600,151700,151800,151900;"
+        "RequestBeginFilterTime=100000,100100,100200,100300,100400;"
+        "RequestEndFilterTime=140000,140100,140200,140300,140400;Sloping Trendline Width=3;"
+        "Horizontal Trendline Extendable=1;");
+    for (std::string line; std::getline(lines, line, ';');) {
+        values.push_back(line);
+    }
     std::uint32_t color = 0x010203;
     for (const SSettingKey& key : AllSettingKeys()) {
         if (std::string(key.key).ends_with("Color")) {
