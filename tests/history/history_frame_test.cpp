@@ -173,6 +173,8 @@ TEST_F(HistoryFrameTest, EveryDataTypeHoldsWhatTheServiceSends) {
 }
 
 TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLoad) {
+    // A market closed for the weekend: no live trade or new bar changes the counts.
+    UsePortico({"--start-time", "2024-03-09 12:00:00"});
     OpenConnectedFrame({{"RequestRecentType", "0,3,6,8,9"},
                         {"RequestDatapoints", "300,40,30,10,6"},
                         {"RequestEnableExtendedTrades", "1,0,0,0,0"}});
