@@ -101,6 +101,8 @@ protected:
 };
 
 TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSettingsStayAsTheyWere) {
+    // A market closed for the weekend: the service's own answer below is the one exported.
+    StartService({"--start-time", "2024-03-09 12:00:00"});
     const std::string settingsBefore = ReadFile(File(kSettingsFile));
     const RunResult ticks = Run(Args("--export aurx.csv -symbol AURX -type Tick"));
     ASSERT_EQ(ticks.exitCode, 0) << ticks.err;
