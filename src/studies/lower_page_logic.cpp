@@ -138,21 +138,25 @@ std::string PeriodMessage(const std::string& what) {
                        CLowerStudiesPageModel::kMaxCustomPeriod);
 }
 
-// The choice a study opens on: the stored one, or when that is not one of its choices, the fixed
-// choice of the period its panes compute with (the custom choice when there is none).
+// The choice a study opens on: the stored one when it names the period its panes compute with,
+// else the fixed choice of that period (the custom choice when there is none), so that the page
+// never shows a period the chart does not draw.
 int ShownChoice(const SStudySettings& s, int type) {
     const int stored = s.radio[static_cast<std::size_t>(type)];
     if (type == kStudyVolume) {
         return s.VolumeAverageAllData() ? kVolumeAllDataChoice : kVolumeCustomChoice;
     }
     if (type == kStudyMACD) {
-        if (stored >= 0 && stored <= kMacdCustomChoice) {
+        const auto inUse = [&s](int preset) {
+            const SMacdPreset& p = kMacdPresets[static_cast<std::size_t>(preset)];
+            return p.shortPeriod == s.macdShort && p.longPeriod == s.macdLong &&
+                   p.signal == s.Period(kStudyMACD);
+        };
+        if (stored >= 0 && stored < kMacdCustomChoice && inUse(stored)) {
             return stored;
         }
         for (int preset = 0; preset < kMacdCustomChoice; ++preset) {
-            const SMacdPreset& p = kMacdPresets[static_cast<std::size_t>(preset)];
-            if (p.shortPeriod == s.macdShort && p.longPeriod == s.macdLong &&
-                p.signal == s.Period(kStudyMACD)) {
+            if (inUse(preset)) {
                 return preset;
             }
         }
@@ -160,10 +164,11 @@ int ShownChoice(const SStudySettings& s, int type) {
     }
     const std::vector<int>& fixed = StudyCatalog(type).fixedChoices;
     const int custom = static_cast<int>(fixed.size());
-    if (stored >= 0 && stored <= custom) {
+    const int period = s.Period(type);
+    if (stored >= 0 && stored < custom && fixed[static_cast<std::size_t>(stored)] == period) {
         return stored;
     }
-    const auto match = std::find(fixed.begin(), fixed.end(), s.Period(type));
+    const auto match = std::find(fixed.begin(), fixed.end(), period);
     return match != fixed.end() ? static_cast<int>(match - fixed.begin()) : custom;
 }
 

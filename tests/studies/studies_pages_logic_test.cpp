@@ -135,17 +135,19 @@ TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
 TEST_F(PageLogic, LowerPageOpensOnTheStoredChoicesAndCustomPeriods) {
     Start();
     const Model defaults(ReadBack());
-    // {study, choice, custom edit}: the stored choice whatever period is in use; the custom edit
-    // shows the custom list; volume's first choice is "for all data".
+    // {study, choice, custom edit}: the choice of the period in use (the stored "9" of RSI is
+    // not the 21 its panes compute with: custom); the custom edit shows the custom list;
+    // volume's first choice is "for all data".
     const std::tuple<int, int, const char*> shown[] = {
-        {kStudyRSI, 1, "21"},        {kStudyMomentum, 1, "20"}, {kStudyOBV, 1, "9"},
-        {kStudyStochastics, 0, "5"}, {kStudyVolume, 0, "500"},  {kStudyADX, 1, "10"}};
+        {kStudyRSI, 3, "21"},        {kStudyMomentum, 2, "20"}, {kStudyOBV, 0, "9"},
+        {kStudyStochastics, 0, "5"}, {kStudyVolume, 0, "500"},  {kStudyADX, 0, "10"}};
     for (const auto& [type, choice, custom] : shown) {
         EXPECT_EQ(defaults.Choice(type), choice) << type;
         EXPECT_EQ(defaults.CustomText(type), custom) << type;
     }
-    // MACD: "sell" stored; the custom edits show the custom pair and the custom signal.
-    EXPECT_EQ(defaults.Choice(kStudyMACD), 1);
+    // MACD: "sell" stored but 8 / 17 / 18 in use, no preset: custom; the custom edits show the
+    // custom pair and the custom signal.
+    EXPECT_EQ(defaults.Choice(kStudyMACD), 2);
     EXPECT_EQ(defaults.MacdText(EMacdEdit::Long), "78");
     EXPECT_EQ(defaults.Color(EStudyField::NegativeDIColor), 255u);
 

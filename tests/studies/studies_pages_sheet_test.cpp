@@ -106,13 +106,13 @@ TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPagesAndOnlyThose) {
     EXPECT_TRUE(lower->ChoiceButton(0)->isChecked());
     EXPECT_FALSE(lower->CustomEdit()->isEnabled());
 
-    // RSI from the selector: relabelled, showing its stored choice "9", its custom period and
-    // its levels.
+    // RSI from the selector: relabelled, showing the choice of the period in use (custom, 21),
+    // its custom period and its levels.
     lower->StudySelector()->setCurrentIndex(kStudyRSI);
     EXPECT_EQ(lower->PropertiesGroup()->title(), "RSI Properties...");
     EXPECT_EQ(lower->DisplayedList()->currentRow(), -1); // the volume row no longer
     EXPECT_FALSE(lower->RemoveButton()->isEnabled());
-    EXPECT_TRUE(lower->ChoiceButton(1)->isChecked());
+    EXPECT_TRUE(lower->ChoiceButton(3)->isChecked());
     EXPECT_EQ(lower->CustomEdit()->text(), "21");
     EXPECT_EQ(lower->RowEdit(1)->text(), "30");
     EXPECT_FALSE(lower->RowLabel(2)->isVisibleTo(lower));
@@ -179,7 +179,7 @@ TEST_F(StudiesPagesSheetTest, ARefusalOnAnyPageStoresNothingAndShowsThatPage) {
     // The lower page's MACD 17 / 17 is refused after the upper page passed: nothing is stored.
     Type(upper->DeviationsEdit(), "2");
     lower->StudySelector()->setCurrentIndex(kStudyMACD);
-    EXPECT_TRUE(lower->ChoiceButton(1)->isChecked()); // "sell", as stored
+    EXPECT_TRUE(lower->ChoiceButton(2)->isChecked()); // custom: 8 / 17 / 18 is no preset
     EXPECT_FALSE(lower->CustomEdit()->isVisibleTo(lower));
     EXPECT_EQ(lower->MacdEdit(EMacdEdit::Short)->text(), "38");
     lower->ChoiceButton(2)->click();
