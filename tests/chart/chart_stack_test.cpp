@@ -342,7 +342,7 @@ TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
 }
 
 TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {
-    constexpr ColorRef kCross = MakeColorRef(200, 0, 200); // the axis colour, as the crosshair's
+    constexpr ColorRef kCross = MakeColorRef(150, 0, 150); // the axis colour, as the crosshair's
     stack.SetPaneGeometry(0, 0, 250);
     stack.SetPaneGeometry(1, 250, 150);
     stack.SetPaneVisible(1, true);

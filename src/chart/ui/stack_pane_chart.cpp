@@ -123,7 +123,10 @@ void CStackPaneChart::SetAligned(bool aligned) {
 }
 
 void CStackPaneChart::ApplyAxes() {
-    const QColor axisColor = ToQColor(m_axisColor);
+    // The axes and their numbers in a colour that reads on the background, like the label line.
+    const QColor& back = m_backgroundColor;
+    const QColor axisColor = ToQColor(
+        ReadableTextColor(m_axisColor, MakeColorRef(back.red(), back.green(), back.blue())));
     const QPen axisPen(axisColor, 0);
     const QPen gridPen(ToQColor(m_gridColor), 0, QtPenStyleOf(m_gridStyle));
     for (QCPAxis* axis : {m_x, m_y[0], m_y[1]}) {
@@ -341,7 +344,7 @@ void CStackPaneChart::SetFillsBackground(bool fills) {
 void CStackPaneChart::SetBackgroundColor(ColorRef color) {
     m_backgroundColor = ToQColor(color);
     m_background->SetColor(m_backgroundColor);
-    m_crosshair.SetColors(ToQColor(m_axisColor), m_backgroundColor);
+    ApplyAxes();
     Changed(false);
 }
 
