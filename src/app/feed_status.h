@@ -10,7 +10,7 @@ struct SFeedState {
     bool everConnected = false; // the Level 1 connection was up once
     bool connected = false;     // ... and is up now
     bool symbolShown = false;
-    // Seconds since the last update line of the shown symbol; none when none arrived yet.
+    // Seconds since a trade of the shown symbol last changed the chart; none before the first.
     std::optional<double> secondsSinceUpdate;
 };
 

@@ -156,18 +156,37 @@ void CChartLoader::OnHistoryLine(const std::string& line) {
         spdlog::warn("History of {}: {}", m_symbol, line);
     } else if (answer.kind == SHistoryLine::EKind::End) {
         spdlog::info("History of {} complete: {} points", m_symbol, m_history.GetCount());
+        if (m_parser.HeldLinesDropped() > 0) {
+            spdlog::warn("{} of the trades of {} that came while its history loaded were "
+                         "dropped, the oldest first, to keep the held lines bounded",
+                         m_parser.HeldLinesDropped(), m_symbol);
+        }
     }
 }
 
 void CChartLoader::OnLevel1Line(const std::string& line) {
-    if (m_parser.HoldLevel1LineWhileLoading(line)) {
-        if (!line.empty() && line[0] == 'F') {
-            // The symbol's fundamentals size the price labels at once.
-            ApplyLevel1(line);
+    if (!Loading()) {
+        ApplyLevel1(line);
+        return;
+    }
+    if (!line.empty() && line[0] == 'F') {
+        // The symbol's fundamentals size the price labels at once.
+        ApplyLevel1(line);
+        return;
+    }
+    const std::uint64_t dropped = m_updater.DroppedLines();
+    if (!m_updater.WorthHolding(line)) {
+        if (m_updater.DroppedLines() != dropped) {
+            spdlog::debug("Level 1 line dropped ({}): {}", m_updater.LastDropReason(), line);
         }
         return;
     }
-    ApplyLevel1(line);
+    m_parser.HoldLevel1LineWhileLoading(line);
+    if (m_parser.HeldLinesDropped() == 1) {
+        spdlog::warn("More than {} trades of {} came while its history loaded; the oldest are "
+                     "dropped from now on",
+                     m_parser.HeldLevel1Lines().size(), m_symbol);
+    }
 }
 
 void CChartLoader::ApplyLevel1(const std::string& line) {

@@ -69,10 +69,11 @@ public:
     // A lookup line beginning with "Loo" (the answer to a history command). Malformed lines
     // throw CInvalidArgException (records appended before stay).
     void OnHistoryLine(const std::string& line);
-    // A Level 1 line: held back while the history is loading and replayed at its end through
-    // the live updater; once the history is complete it goes to the updater at once. A
-    // fundamental ('F') line sets the price text width even while loading. Short or malformed
-    // lines are dropped and logged.
+    // A Level 1 line: while the history is loading only the trades of the symbol are held back
+    // (at most CHistoryResponseParser::kHeldLineLimit, the oldest make room) and replayed at its
+    // end through the live updater; once the history is complete every line goes to the updater
+    // at once. A fundamental ('F') line sets the price text width even while loading. Short or
+    // malformed lines are dropped and logged.
     void OnLevel1Line(const std::string& line);
 
     // One tick of the progress timer: the status text, and the complete history or the new live
@@ -105,7 +106,7 @@ public:
 
     // Trade lines that changed the series since the loader was made.
     std::uint64_t AppliedTradeLines() const { return m_updater.AppliedTradeLines(); }
-    // When a live trade last changed the series (steady clock); none before the first.
+    // When a trade of the symbol last changed the series (steady clock); none since the Load.
     std::optional<std::chrono::steady_clock::time_point> LastLiveUpdate() const {
         return m_updater.LastUpdate();
     }

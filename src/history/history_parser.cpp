@@ -1,7 +1,6 @@
 #include "history/history_parser.h"
 
 #include "base/error.h"
-#include "base/fields.h"
 #include "base/numbers.h"
 #include "history/chart_hist_request.h"
 #include "history/tick.h"
@@ -11,7 +10,6 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -218,22 +216,10 @@ bool CHistoryResponseParser::ParseRecord(std::string_view line, std::uint32_t ki
 
 void CHistoryResponseParser::EndOfAnswer() {
     m_history.SetHistoryComplete(true);
-    sTICK last;
-    m_history.GetTick(m_history.GetLastIndex(), last);
-
-    std::vector<std::string_view> fields;
     while (!m_held.empty()) {
-        const std::string line = m_held.front();
-        SplitFields(line, fields);
-        if (fields.size() < 3) {
-            // Dropped first, so that one broken line does not hold up every later replay.
-            m_held.pop_front();
-            throw CInvalidArgException("a held Level 1 line has fewer than 3 fields: " + line);
-        }
-        const auto volume = ToInteger<std::uint64_t>(fields[2]);
-        const bool newer = last.volume < 0 || volume > static_cast<std::uint64_t>(last.volume);
+        const std::string line = std::move(m_held.front());
         m_held.pop_front();
-        if (newer && m_liveTrade) {
+        if (m_liveTrade) {
             m_liveTrade(line);
         }
     }
@@ -241,6 +227,7 @@ void CHistoryResponseParser::EndOfAnswer() {
 
 void CHistoryResponseParser::StartAnswer() {
     m_held.clear();
+    m_heldDropped = 0;
     m_answerError.clear();
     m_answerEnded = false;
 }
@@ -250,5 +237,9 @@ bool CHistoryResponseParser::HoldLevel1LineWhileLoading(const std::string& line)
         return false;
     }
     m_held.push_back(line);
+    if (m_held.size() > m_heldLimit) {
+        m_held.pop_front();
+        ++m_heldDropped;
+    }
     return true;
 }

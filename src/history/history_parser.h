@@ -43,9 +43,9 @@ public:
     // end marker anywhere empties the series. Short or malformed lines throw
     // CInvalidArgException; records appended before stay.
     SHistoryLine OnHistoryLine(std::string_view line);
-    // The end marker arrived: sets the history complete flag and replays the held Level 1 lines
-    // whose total volume (field 2) is beyond the last record's volume to the live-trade
-    // handler. A held line with fewer than 3 fields throws and stops the replay.
+    // The end marker arrived: sets the history complete flag and hands every held Level 1 line,
+    // oldest first, to the live-trade handler, which tells the trades the answer holds already
+    // from the later ones and drops what it cannot read. The handler must not throw.
     void EndOfAnswer();
 
     // A new request: the held lines are dropped, the error reply and the end marker forgotten.
@@ -56,9 +56,15 @@ public:
     // the chart was gone).
     bool AnswerEnded() const { return m_answerEnded; }
 
+    // The most Level 1 lines held while one answer loads.
+    static constexpr std::size_t kHeldLineLimit = 100'000;
+
     // Holds a Level 1 update line while the history is loading; false (nothing held) once the
-    // history is complete.
+    // history is complete. Past the limit the oldest held line makes room.
     bool HoldLevel1LineWhileLoading(const std::string& line);
+    // Held lines that made room for later ones since StartAnswer.
+    std::uint64_t HeldLinesDropped() const { return m_heldDropped; }
+    void SetHeldLineLimit(std::size_t limit) { m_heldLimit = limit; }
     std::deque<std::string>& HeldLevel1Lines() { return m_held; }
     const std::deque<std::string>& HeldLevel1Lines() const { return m_held; }
     void SetLiveTradeHandler(LiveTradeHandler handler) { m_liveTrade = std::move(handler); }
@@ -71,6 +77,8 @@ public:
 private:
     CChartHistRequest& m_history;
     std::deque<std::string> m_held;
+    std::size_t m_heldLimit = kHeldLineLimit;
+    std::uint64_t m_heldDropped = 0;
     LiveTradeHandler m_liveTrade;
     std::string m_answerError;
     bool m_answerEnded = false;

@@ -46,6 +46,13 @@ bool IsLiveKind(const SHistoryParameters& params) {
     }
 }
 
+// Contents holding "C" are a regular trade (`counted`); "E" or "O" an extended or other trade,
+// followed only when `extended`.
+bool IsTrade(std::string_view contents, bool extended, bool& counted) {
+    counted = contents.find('C') != std::string_view::npos;
+    return counted || (extended && contents.find_first_of("EO") != std::string_view::npos);
+}
+
 bool IsTickKind(std::uint32_t kind) {
     return kind <= kTicksDateRange;
 }
@@ -69,6 +76,39 @@ CLevel1Updater::CLevel1Updater(CChartHistRequest& history) : m_history(history) 
 
 void CLevel1Updater::Reset() {
     m_caughtUp = false;
+    m_lastUpdate.reset();
+}
+
+std::string_view CLevel1Updater::Optional(int position) const {
+    return m_fields.size() > static_cast<std::size_t>(position) ? m_fields[position]
+                                                                : std::string_view();
+}
+
+bool CLevel1Updater::WorthHolding(const std::string& line) {
+    if (line.empty()) {
+        return Drop("an empty Level 1 line");
+    }
+    if (line.front() != 'Q' && line.front() != 'P') {
+        return false;
+    }
+    const SHistoryParameters params = m_history.GetParameters();
+    if (!IsLiveKind(params)) {
+        return false;
+    }
+    SplitFields(line, m_fields);
+    if (m_fields.size() <= static_cast<std::size_t>(level1::kSymbol)) {
+        return Drop(fmt::format("an update line of {} fields has no symbol", m_fields.size()));
+    }
+    if (m_fields[level1::kSymbol] != params.symbol) {
+        return false;
+    }
+    if (m_fields.size() <= static_cast<std::size_t>(level1::kMessageContents)) {
+        return Drop(
+            fmt::format("an update line of {} fields has no message contents", m_fields.size()));
+    }
+    bool counted = false;
+    return IsTrade(m_fields[level1::kMessageContents], m_history.AreExtendedTradesAccepted(),
+                   counted);
 }
 
 bool CLevel1Updater::Drop(std::string reason) {
@@ -165,10 +205,7 @@ bool CLevel1Updater::ReadTrade(bool extended, STrade& trade) {
         return Drop(
             fmt::format("an update line of {} fields has no message contents", m_fields.size()));
     }
-    const std::string_view contents = m_fields[level1::kMessageContents];
-    trade.counted = contents.find('C') != std::string_view::npos;
-    const bool other = contents.find_first_of("EO") != std::string_view::npos;
-    if (!trade.counted && !(extended && other)) {
+    if (!IsTrade(m_fields[level1::kMessageContents], extended, trade.counted)) {
         return false; // bid and ask, or a trade of a kind not followed
     }
 
@@ -212,23 +249,21 @@ bool CLevel1Updater::ReadTrade(bool extended, STrade& trade) {
     trade.low = ToDouble(m_fields[level1::kLow]);
     trade.open = ToDouble(m_fields[level1::kOpen]);
     trade.openInterest = ToUnsigned32(m_fields[level1::kOpenInterest]);
+    trade.tickId = ToUnsigned32(Optional(level1::kTickId));
+    trade.dayCode = static_cast<std::uint8_t>(ToInteger<std::int64_t>(Optional(level1::kDayCode)));
     return true;
 }
 
 bool CLevel1Updater::PassesTimeFilter(const STrade& trade, std::uint32_t kind) const {
-    // Requests by datapoints are not filtered on either side; requests by days are filtered
-    // by the feed, and date ranges by the feed and the series.
-    if (kind != kTicksDays && kind != kTicksDateRange && kind != kIntervalsDays &&
-        kind != kIntervalsDateRange) {
-        return true;
-    }
+    // Requests by datapoints are not filtered on either side. Requests by days keep the trades
+    // between the filter times of day; date ranges keep those between the range's two
+    // date-times, whatever their time of day.
     const SHistoryParameters params = m_history.GetParameters();
     const std::int64_t hhmmss = trade.hour * 10000 + trade.minute * 100 + trade.second;
-    if (params.endFilterTime >= 0) {
-        if (hhmmss > params.endFilterTime ||
-            (params.beginFilterTime >= 0 && hhmmss < params.beginFilterTime)) {
-            return false;
-        }
+    if (kind == kTicksDays || kind == kIntervalsDays) {
+        return params.endFilterTime < 0 ||
+               (hhmmss <= params.endFilterTime &&
+                (params.beginFilterTime < 0 || hhmmss >= params.beginFilterTime));
     }
     if ((kind == kTicksDateRange || kind == kIntervalsDateRange) && params.beginDate > 0 &&
         params.endDate > 0) {
@@ -237,22 +272,29 @@ bool CLevel1Updater::PassesTimeFilter(const STrade& trade, std::uint32_t kind) c
                                    std::int64_t{trade.day} * 1'000'000 + hhmmss;
         const std::int64_t begin = std::int64_t{params.beginDate} * 1'000'000 + params.beginTime;
         const std::int64_t end = std::int64_t{params.endDate} * 1'000'000 + params.endTime;
-        if (value < begin || value > end) {
-            return false;
-        }
+        return value >= begin && value <= end;
     }
     return true;
 }
 
 bool CLevel1Updater::AlreadyInHistory(const STrade& trade, const sTICK& newest,
                                       std::uint32_t kind) const {
-    // Until the first trade beyond it, a trade of the newest record's day whose total volume
-    // is not beyond the record's was counted in the history answer already: the feed answered
-    // the request a little later than it released its last live trades.
+    // The feed answers a request a little after it released the first live trades held while
+    // the answer loaded: those up to the newest record are in the answer already. A trade of an
+    // earlier trading day than the newest record's is, one of a later day is not; within the
+    // day a tick goes by its TickID (odd lots leave the day's total volume as it was) and a bar
+    // by the day's total volume.
     SDateTimeFields day;
-    if (!trade.dateValid || !TradingDayOf(newest, kind, day) || day.year != trade.year ||
-        day.month != trade.month || day.day != trade.day) {
+    if (!trade.dateValid || !TradingDayOf(newest, kind, day)) {
         return false;
+    }
+    const std::int64_t tradeDay = CDateTime::DayNumber(trade.year, trade.month, trade.day);
+    const std::int64_t newestDay = CDateTime::DayNumber(day.year, day.month, day.day);
+    if (tradeDay != newestDay) {
+        return tradeDay < newestDay;
+    }
+    if (IsTickKind(kind)) {
+        return trade.tickId <= newest.tickId;
     }
     return trade.totalVolume <= newest.volume;
 }
@@ -267,16 +309,12 @@ bool CLevel1Updater::ApplyTick(const STrade& trade) {
     tick.close = trade.price;
     tick.size = trade.size;
     tick.volume = trade.totalVolume;
-    const auto optional = [&](int position) {
-        return m_fields.size() > static_cast<std::size_t>(position) ? m_fields[position]
-                                                                    : std::string_view();
-    };
-    tick.bid = ToDouble(optional(level1::kBid));
-    tick.ask = ToDouble(optional(level1::kAsk));
-    tick.tickId = ToUnsigned32(optional(level1::kTickId));
+    tick.bid = ToDouble(Optional(level1::kBid));
+    tick.ask = ToDouble(Optional(level1::kAsk));
+    tick.tickId = trade.tickId;
     tick.aggressor =
-        static_cast<std::uint8_t>(ToInteger<std::int64_t>(optional(level1::kAggressor)));
-    tick.dayCode = static_cast<std::uint8_t>(ToInteger<std::int64_t>(optional(level1::kDayCode)));
+        static_cast<std::uint8_t>(ToInteger<std::int64_t>(Optional(level1::kAggressor)));
+    tick.dayCode = trade.dayCode;
     if (!tick.time.IsValid()) {
         return Drop(fmt::format("a trade date \"{}\" is no calendar date", trade.dateText));
     }
@@ -353,7 +391,7 @@ bool CLevel1Updater::ApplyDaySummary(const STrade& trade, const sTICK& newest) {
         if (!bar.time.IsValid()) {
             return Drop(fmt::format("a trade date \"{}\" is no calendar date", trade.dateText));
         }
-        bar.dayCode = static_cast<std::uint8_t>(trade.day);
+        bar.dayCode = trade.dayCode;
         bar.open = bar.high = bar.low = bar.close = trade.price;
     }
     if (trade.counted) {

@@ -50,8 +50,15 @@ public:
     // with extended trades accepted. A 'P' line must also be later than the newest point.
     bool Apply(const std::string& line);
 
+    // Whether a line that arrives while the history loads is worth holding for the replay at
+    // its end: an update or summary line of the request's symbol that is a trade, for a request
+    // kind that follows live. Quotes and other symbols' lines are not; a line of the symbol too
+    // short to tell is dropped (counted and given a reason). Fundamental lines are applied at
+    // once by the caller and never held.
+    bool WorthHolding(const std::string& line);
+
     // Called when a new request starts: the first trades after the history are checked against
-    // the newest record's total volume again (see Apply's catch-up).
+    // the newest record again (see Apply's catch-up), and no trade has been applied yet.
     void Reset();
 
     void SetExchangeFormat(bool on) { m_exchangeFormat = on; }
@@ -60,7 +67,7 @@ public:
     std::uint64_t AppliedTradeLines() const { return m_appliedTrades; }
     // Lines dropped as short or malformed since construction.
     std::uint64_t DroppedLines() const { return m_dropped; }
-    // When a trade line last changed the series; none before the first.
+    // When a trade of the request's symbol last changed the series; none since Reset.
     std::optional<std::chrono::steady_clock::time_point> LastUpdate() const { return m_lastUpdate; }
     // Why the last dropped line was dropped ("" before the first).
     const std::string& LastDropReason() const { return m_dropReason; }
@@ -78,6 +85,8 @@ private:
         double open = 0.0;
         std::uint32_t openInterest = 0;
         std::string_view dateText; // "MM/DD/YYYY"
+        std::uint32_t tickId = 0;
+        std::uint8_t dayCode = 0;
         int year = 0;
         int month = 0;
         int day = 0;
@@ -89,6 +98,8 @@ private:
     };
 
     bool Drop(std::string reason);
+    // The field at `position`, "" when the line is shorter.
+    std::string_view Optional(int position) const;
     bool ApplyFundamental();
     bool ReadTrade(bool extended, STrade& trade);
     bool PassesTimeFilter(const STrade& trade, std::uint32_t kind) const;

@@ -193,33 +193,23 @@ TEST_F(Parser, UnsignedFieldsReadAsStrtoulWithoutOverflow) {
     EXPECT_EQ(history.GetCount(), 2);
 }
 
-TEST_F(Parser, HeldLevel1LinesReplayOnlyWhenNewerThanTheLastRecordAndAShortOneStopsTheReplay) {
+TEST_F(Parser, HeldLevel1LinesAreBoundedAndAllReplayedInOrderAtTheEnd) {
+    // The replay hands on every held line, a short one too (the live updater drops it and tells
+    // the answer's trades from later ones); past the bound the oldest make room and are counted.
     std::vector<std::string> replayed;
     parser.SetLiveTradeHandler([&](const std::string& line) { replayed.push_back(line); });
-    parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "1.0")); // volume 150000
-    for (const char* line : {"Q,ABC,149999,", "Q,ABC,150000,", "Q,ABC,150001,", "P,ABC,900000,"}) {
+    parser.SetHeldLineLimit(3);
+    for (const char* line : {"Q,ABC,4,", "Q,ABC,5,", "Q,ABC", "Q,ABC,6,"}) {
         ASSERT_TRUE(parser.HoldLevel1LineWhileLoading(line));
     }
-    parser.OnHistoryLine("Lookup0,!ENDMSG!,");
-    EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,150001,", "P,ABC,900000,"}));
+    EXPECT_EQ(parser.HeldLinesDropped(), 1U);
+    EXPECT_NO_THROW(parser.OnHistoryLine("Lookup0,!ENDMSG!,"));
+    EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,5,", "Q,ABC", "Q,ABC,6,"}));
     EXPECT_TRUE(parser.HeldLevel1Lines().empty());
-    // Once complete nothing more is held.
-    EXPECT_FALSE(parser.HoldLevel1LineWhileLoading("Q,ABC,150002,"));
-
-    // An empty series compares against volume 0; a line too short to compare throws and the
-    // lines after it wait for the end of the answer.
-    replayed.clear();
-    history.Clear();
-    history.SetHistoryComplete(false);
+    // Once complete nothing more is held; a new answer starts the count again.
+    EXPECT_FALSE(parser.HoldLevel1LineWhileLoading("Q,ABC,7,"));
     parser.StartAnswer();
-    parser.HeldLevel1Lines() = {"Q,ABC,5,", "Q,ABC", "Q,ABC,6,"};
-    EXPECT_THROW(parser.OnHistoryLine("Lookup3,!ENDMSG!,"), CInvalidArgException);
-    EXPECT_TRUE(history.IsHistoryComplete());
-    EXPECT_TRUE(parser.AnswerEnded());
-    EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,5,"}));
-    ASSERT_EQ(parser.HeldLevel1Lines().size(), 1U);
-    parser.EndOfAnswer();
-    EXPECT_EQ(replayed, (std::vector<std::string>{"Q,ABC,5,", "Q,ABC,6,"}));
+    EXPECT_EQ(parser.HeldLinesDropped(), 0U);
 }
 
 // Both ends of the range are kept, to the second; a time of day outside it only counts at its

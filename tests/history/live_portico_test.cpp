@@ -2,6 +2,7 @@
 // that arrive meanwhile and afterwards, and what it built live must equal what a fresh history
 // request returns for the same points.
 
+#include "base/error.h"
 #include "base/fields.h"
 #include "chart/chart_loader.h"
 #include "core/setting_keys.h"
@@ -42,19 +43,32 @@ public:
     void UnwatchSymbol(const std::string& symbol) override { m_level1.send("r" + symbol + "\n"); }
     bool SendHistoryCommand(const std::string& line) override { return m_lookup.send(line); }
 
-    // The answer up to its end marker; the Level 1 lines that came meanwhile are handed over
-    // before the end marker, so the loader holds them and replays them at the end.
-    void Load(CChartLoader& loader) {
+    // The answer up to its end marker; the Level 1 lines that came meanwhile, and during `hold`
+    // after it, are handed over before the end marker, so the loader holds them and replays them
+    // at the end. It holds only trades of the symbol.
+    void Load(CChartLoader& loader, std::chrono::milliseconds hold) {
         while (std::optional<std::string> line = m_lookup.readLine(60s)) {
             if (line->find("!ENDMSG!") != std::string::npos) {
-                const auto until = std::chrono::steady_clock::now() + 300ms;
-                while (std::optional<std::string> update = m_level1.readLine(50ms)) {
-                    Hand(loader, *update);
-                    if (std::chrono::steady_clock::now() > until) {
-                        break;
+                const auto until = std::chrono::steady_clock::now() + hold;
+                while (std::chrono::steady_clock::now() < until) {
+                    if (std::optional<std::string> update = m_level1.readLine(50ms)) {
+                        Hand(loader, *update);
                     }
                 }
-                loader.OnHistoryLine(*line);
+                for (const std::string& held : loader.HeldLevel1Lines()) {
+                    const std::vector<std::string_view> fields = SplitFields(held);
+                    EXPECT_TRUE(fields.size() > 21 && fields[1] == loader.Symbol() &&
+                                fields[21].find('C') != std::string_view::npos)
+                        << held;
+                }
+                heldAtEnd = loader.HeldLevel1Lines().size();
+                answered = loader.History().GetCount();
+                // As the frame's event loop does, a failure abandons only the line in hand.
+                try {
+                    loader.OnHistoryLine(*line);
+                } catch (const CInvalidArgException& error) {
+                    ADD_FAILURE() << "the end of the answer failed: " << error.what();
+                }
                 return;
             }
             loader.OnHistoryLine(*line);
@@ -79,7 +93,9 @@ public:
         }
     }
 
-    int clock = 0; // hhmmss of the newest time line
+    int clock = 0;             // hhmmss of the newest time line
+    std::size_t heldAtEnd = 0; // lines the loader held when the answer ended
+    std::size_t answered = 0;  // points of the answer, before the held lines were replayed
 
 private:
     void Hand(CChartLoader& loader, const std::string& line) {
@@ -99,13 +115,17 @@ struct SCase {
     const char* rate;
     int dataType;
     int kind;
+    std::vector<std::string> faults = {};
+    std::chrono::milliseconds hold = 300ms;
 };
 
 // Portico, the settings of one request kind, a loaded chart following live.
 class LiveChart {
 public:
     explicit LiveChart(const SCase& c) : portico(PORTICO_EXECUTABLE), loader(history, settings) {
-        EXPECT_TRUE(portico.start({"--start-time", c.start, "--clock-rate", c.rate}));
+        std::vector<std::string> arguments = {"--start-time", c.start, "--clock-rate", c.rate};
+        arguments.insert(arguments.end(), c.faults.begin(), c.faults.end());
+        EXPECT_TRUE(portico.start(arguments));
         id = "Lookup" + std::to_string(c.kind);
         settings.RegisterAll(AllSettingKeys());
         std::vector<std::string> kinds = {"0", "3", "6", "8", "9"};
@@ -130,7 +150,7 @@ public:
         loader.SetFeed(feed.get());
         loader.LoadSettings();
         EXPECT_EQ(loader.Load(c.symbol), CChartLoader::EStart::Sent);
-        feed->Load(loader);
+        feed->Load(loader, c.hold);
         EXPECT_FALSE(loader.Loading());
         loaded = history.GetCount();
     }
@@ -174,30 +194,52 @@ std::string TimeText(const sTICK& p) {
                        p.time.GetHour(), p.time.GetMinute());
 }
 
-TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeats) {
-    LiveChart chart({"AURX", "2024-03-05 12:00:00", "60", 0, 0});
-    chart.feed->Follow(chart.loader, [&] { return chart.loader.AppliedTradeLines() >= 60; });
-    const std::vector<sTICK> series = chart.Points();
-    ASSERT_GT(static_cast<int>(series.size()), chart.loaded);
+TEST(LiveFromPortico, TicksFollowTheFeedWithoutGapsOrRepeatsAlsoAcrossMidnightAndBrokenLines) {
+    // The trades that came while the history loaded are replayed from the newest tick of the
+    // answer on: also when the load crosses midnight (the new day's TickIDs and total volumes
+    // start again), and when malformed lines come between them.
+    const SCase cases[] = {
+        {"AURX", "2024-03-05 12:00:00", "60", 0, 0},
+        {"AURX", "2024-03-05 23:59:50", "60", 0, 0, {}, 1500ms},
+        {"AURX", "2024-03-05 12:00:00", "60", 0, 0, {"--fault-malformed", "20"}, 1000ms},
+    };
+    for (const SCase& c : cases) {
+        SCOPED_TRACE(std::string(c.start) + (c.faults.empty() ? "" : " " + c.faults[0]));
+        LiveChart chart(c);
+        EXPECT_GT(chart.feed->heldAtEnd, 0U);
+        chart.feed->Follow(chart.loader, [&] { return chart.loader.AppliedTradeLines() >= 60; });
+        const std::vector<sTICK> series = chart.Points();
+        ASSERT_GT(static_cast<int>(series.size()), chart.loaded);
 
-    std::map<std::uint32_t, sTICK> fresh;
-    for (const sTICK& tick : chart.Fresh("HTX,AURX,5000,1,Lookup0")) {
-        fresh[tick.tickId] = tick;
-    }
-    std::set<std::uint32_t> ids;
-    for (const sTICK& tick : series) {
-        EXPECT_TRUE(ids.insert(tick.tickId).second) << "tick " << tick.tickId << " twice";
-        const auto found = fresh.find(tick.tickId);
-        if (found == fresh.end()) {
-            continue; // older than the fresh answer reaches
+        // A tick is known by its day and TickID.
+        const auto key = [](const sTICK& t) {
+            return std::pair(static_cast<int>(t.time.Days()), t.tickId);
+        };
+        std::map<std::pair<int, std::uint32_t>, sTICK> fresh;
+        for (const sTICK& tick : chart.Fresh("HTX,AURX,5000,1,Lookup0")) {
+            fresh[key(tick)] = tick;
         }
-        EXPECT_EQ(Fields(tick), Fields(found->second)) << "tick " << tick.tickId;
-    }
-    // No gap: every tick the feed had up to the newest one followed is in the series.
-    const std::uint32_t newest = series.back().tickId;
-    for (auto it = fresh.lower_bound(series[static_cast<std::size_t>(chart.loaded) - 1].tickId);
-         it != fresh.end() && it->first <= newest; ++it) {
-        EXPECT_TRUE(ids.contains(it->first)) << "tick " << it->first << " is missing";
+        std::set<std::pair<int, std::uint32_t>> keys;
+        for (const sTICK& tick : series) {
+            EXPECT_TRUE(keys.insert(key(tick)).second) << "tick " << tick.tickId << " twice";
+            const auto found = fresh.find(key(tick));
+            if (found != fresh.end()) { // else older than the fresh answer reaches
+                EXPECT_EQ(Fields(tick), Fields(found->second)) << "tick " << tick.tickId;
+            }
+        }
+        // No gap: every trade the feed had from the answer's newest tick up to the newest one
+        // followed is in the series.
+        int lost = 0;
+        const sTICK& answerNewest = series[chart.feed->answered - 1];
+        for (auto it = fresh.lower_bound(key(answerNewest));
+             it != fresh.end() && it->first <= key(series.back()); ++it) {
+            lost += keys.contains(it->first) ? 0 : 1;
+        }
+        EXPECT_EQ(lost, 0) << "trades lost";
+        if (std::string_view(c.start).ends_with("23:59:50")) {
+            EXPECT_EQ(answerNewest.time.GetDay(), 5);
+            EXPECT_EQ(series.back().time.GetDay(), 6) << "the load did not cross midnight";
+        }
     }
 }
 

@@ -141,6 +141,8 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
     }
     EXPECT_EQ(ticks.history.GetCount(), 2);
     EXPECT_EQ(ticks.updater.AppliedTradeLines(), 2U);
+    ticks.updater.Reset();
+    EXPECT_FALSE(ticks.updater.LastUpdate().has_value()) << "a new request has no trade yet";
 
     // The day bar: a regular trade takes the day's figures, an extended one only widens the
     // high and low.
@@ -175,11 +177,11 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
     ASSERT_TRUE(days.Apply(regular));
     EXPECT_EQ(days.Prices(), "o11.1 h11.1 l11.1 c11.1 size0 vol5400 oi4242");
 
-    // The first trade of the next day starts its bar.
+    // The first trade of the next day starts its bar, with the line's day code (field 24).
     ASSERT_TRUE(days.Apply(Trade("03/06/2024", "09:30:01", "11.40", "200")));
     ASSERT_EQ(days.history.GetCount(), 2);
     EXPECT_EQ(days.Record().time, CDateTime(2024, 3, 6, 0, 0, 0));
-    EXPECT_EQ(days.Record().dayCode, 6);
+    EXPECT_EQ(days.Record().dayCode, 5);
     EXPECT_EQ(days.Record().volume, 200);
 }
 
@@ -198,7 +200,8 @@ TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
     ticks.Change([](SHistoryParameters& p) { p.requestKind = kTicksDatapoints; });
     EXPECT_TRUE(ticks.Apply(Trade("03/05/2024", "16:00:01", "10", "500")));
 
-    // A date range compares date and time together; extending a bar is held to it as well.
+    // A date range compares date and time together, whatever the filter times of day say;
+    // extending a bar is held to it as well.
     SChart bars(kIntervalsDateRange);
     // The newest bar came in before the range was set: its label lies past the range's end.
     bars.history.AppendTick(Bar(CDateTime(2024, 3, 6, 12, 1, 0), 10, 10, 10, 10, 100, 1000));
@@ -207,6 +210,8 @@ TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
         p.beginTime = 100000;
         p.endDate = 20240306;
         p.endTime = 120000;
+        p.beginFilterTime = 93000;
+        p.endFilterTime = 110000;
     });
     EXPECT_FALSE(bars.Apply(Trade("03/06/2024", "12:00:01", "11", "1100")));
     EXPECT_EQ(bars.Record().high, 10.0);
@@ -320,20 +325,83 @@ TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
     EXPECT_EQ(bars.history.GetPriceTextWidth(), INT_MAX);
 }
 
-TEST(Level1Updater, LeavesOutTradesTheHistoryCountedUntilTheFirstOneBeyondIt) {
-    // The feed answers a request a little after it released its last live trades: right after
-    // the history, trades of the newest record's day up to its total volume are left out; from
-    // the first one beyond it every trade goes through, and a new day is never left out.
+TEST(Level1Updater, HoldsOnlyTheSymbolsTradesWhileLoading) {
     SChart ticks(kTicksDatapoints);
-    ticks.history.AppendTick(Bar(CDateTime(2024, 3, 5, 9, 30, 0), 0, 10, 10, 10, 100, 1000));
-    EXPECT_FALSE(ticks.Apply(Trade("03/05/2024", "09:30:01", "11", "1000")));
-    EXPECT_TRUE(ticks.Apply(Trade("03/05/2024", "09:30:03", "12", "1300")));
-    EXPECT_TRUE(ticks.Apply(Trade("03/05/2024", "09:30:04", "13", "1250")));
-    ticks.updater.Reset();
-    EXPECT_FALSE(ticks.Apply(Trade("03/05/2024", "09:30:05", "13", "1250")));
-    EXPECT_TRUE(ticks.Apply(Trade("03/06/2024", "00:00:01", "14", "10")));
-    EXPECT_EQ(ticks.history.GetCount(), 4);
-    EXPECT_EQ(ticks.updater.AppliedTradeLines(), 3U);
+    ticks.history.SetHistoryComplete(false);
+    SLine quote;
+    quote.contents = "ba";
+    SLine other;
+    other.symbol = "XYZ";
+    SLine extended;
+    extended.contents = "E";
+    const std::vector<std::tuple<std::string, bool, std::uint64_t>> cases = {
+        {SLine{}.Text(), true, 0},       {quote.Text(), false, 0}, {other.Text(), false, 0},
+        {extended.Text(), false, 0},     {"Q,ABC", false, 1},      {"Q,#MALFORMED#", false, 1},
+        {"F,ABC,1,2,3,4,5,6", false, 1}, {"T,20240305", false, 1}, {"", false, 2},
+    };
+    for (const auto& [line, held, dropped] : cases) {
+        EXPECT_EQ(ticks.updater.WorthHolding(line), held) << line;
+        EXPECT_EQ(ticks.updater.DroppedLines(), dropped) << line;
+    }
+    ticks.history.SetExtendedTradesAccepted(true);
+    EXPECT_TRUE(ticks.updater.WorthHolding(extended.Text()));
+    SChart weeks(kWeeksDatapoints);
+    EXPECT_FALSE(weeks.updater.WorthHolding(SLine{}.Text())) << "weeks do not follow live";
+}
+
+TEST(Level1Updater, LeavesOutTheTradesTheAnswerHoldsByTradingDayAndAppliesEveryLaterOne) {
+    // Right after the history, a trade of an earlier trading day than the newest record's is in
+    // the answer and one of a later day is not; within the day a tick goes by its TickID (an odd
+    // lot leaves the total volume as it was) and a bar by the day's total volume. From the first
+    // trade applied on, every trade goes through.
+    const auto tick = [](const std::string& date, const std::string& time, const char* id,
+                         const char* total) {
+        SLine line = Trade(date, time, "11", total);
+        line.tickId = id;
+        return line;
+    };
+    sTICK newestTick = Bar(CDateTime(2024, 3, 5, 23, 59, 58), 0, 10, 10, 10, 100, 1000);
+    newestTick.tickId = 500;
+    const struct {
+        std::uint32_t kind;
+        sTICK newest;
+        std::vector<std::pair<SLine, bool>> lines;
+    } cases[] = {
+        {kTicksDatapoints,
+         newestTick,
+         {{tick("03/04/2024", "23:59:59", "900", "9000"), false},
+          {tick("03/05/2024", "23:59:58", "500", "1000"), false},
+          {tick("03/05/2024", "23:59:59", "501", "1000"), true},
+          {tick("03/05/2024", "23:59:59", "499", "900"), true}}},
+        {kTicksDatapoints, newestTick, {{tick("03/06/2024", "00:00:01", "1", "10"), true}}},
+        // A bar labelled midnight holds the trades of the day before.
+        {kIntervalsDatapoints,
+         Bar(CDateTime(2024, 3, 6, 0, 0, 0), 10, 10, 10, 10, 100, 1000),
+         {{Trade("03/05/2024", "23:59:30", "11", "1000"), false},
+          {Trade("03/06/2024", "00:00:05", "12", "10"), true}}},
+        {kIntervalsDatapoints,
+         Bar(CDateTime(2024, 3, 6, 9, 31, 0), 10, 10, 10, 10, 100, 500),
+         {{Trade("03/05/2024", "23:59:59", "11", "90000"), false},
+          {Trade("03/06/2024", "09:30:30", "12", "500"), false},
+          {Trade("03/06/2024", "09:30:31", "13", "600"), true}}},
+        {kDaysDatapoints,
+         Bar(CDateTime(2024, 3, 6, 0, 0, 0), 10, 10, 10, 10, 0, 500),
+         {{Trade("03/05/2024", "15:59:59", "11", "90000"), false},
+          {Trade("03/06/2024", "09:30:30", "12", "500"), false},
+          {Trade("03/06/2024", "09:30:31", "13", "600"), true}}},
+    };
+    for (const auto& c : cases) {
+        SChart chart(c.kind);
+        chart.history.AppendTick(c.newest);
+        int applied = 0;
+        for (const auto& [line, expected] : c.lines) {
+            EXPECT_EQ(chart.Apply(line), expected) << c.kind << " " << line.Text();
+            applied += expected ? 1 : 0;
+        }
+        EXPECT_EQ(chart.updater.AppliedTradeLines(), static_cast<std::uint64_t>(applied));
+        EXPECT_EQ(chart.Record().close, applied > 0 ? std::stod(c.lines.back().first.price) : 10.0)
+            << c.kind;
+    }
 }
 
 } // namespace

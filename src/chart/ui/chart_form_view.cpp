@@ -56,7 +56,6 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     FinishRestore(false, "another load replaced the restore");
     m_lastStatus.clear();
     const CChartLoader::EStart started = m_loader.Load(symbol, [this] { m_progressTimer.start(); });
-    m_lastUpdate.reset();
     m_canvas->ClearStudies();
     m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
     m_canvas->SetPointCount(0, true);
@@ -89,11 +88,6 @@ void CChartFormView::OnHistoryLine(const std::string& line) {
 }
 
 void CChartFormView::OnLevel1Line(const std::string& line) {
-    // "Q,<symbol>,..." or "P,<symbol>,...": an update of the shown symbol.
-    if (line.size() > Symbol().size() + 2 && (line[0] == 'Q' || line[0] == 'P') && line[1] == ',' &&
-        line.compare(2, Symbol().size(), Symbol()) == 0 && line[2 + Symbol().size()] == ',') {
-        m_lastUpdate = std::chrono::steady_clock::now();
-    }
     m_loader.OnLevel1Line(line);
 }
 

@@ -64,8 +64,10 @@ public:
     void OnHistoryLine(const std::string& line);
     // A Level 1 line ('Q', 'P', 'F'): held back while loading.
     void OnLevel1Line(const std::string& line);
-    // When the last update or summary line of the shown symbol arrived; none since the load.
-    std::optional<std::chrono::steady_clock::time_point> LastUpdate() const { return m_lastUpdate; }
+    // When a trade of the shown symbol last changed the chart; none since the load.
+    std::optional<std::chrono::steady_clock::time_point> LastUpdate() const {
+        return m_loader.LastLiveUpdate();
+    }
 
     const std::string& Symbol() const { return m_loader.Symbol(); }
     const CChartLoader& Loader() const { return m_loader; }
@@ -149,7 +151,6 @@ private:
     std::string m_settingsFile;
     CChartCanvas* m_canvas = nullptr;
     QLabel* m_notice = nullptr;
-    std::optional<std::chrono::steady_clock::time_point> m_lastUpdate;
     // The newest point as last drawn: a live trade changes it or adds one after it.
     struct SNewestPoint {
         int count = 0;
