@@ -277,6 +277,10 @@ void CFeedConnections::OnLookupLine(CFeedConnections& frame, const std::string& 
 }
 
 void CFeedConnections::OnSymbolNotFoundLine(CFeedConnections& frame, const std::string& line) {
+    // "n,<symbol>": the service will never send the fundamentals that end the watch's flight, so
+    // the watch gives its place under the symbol limit back here.
+    const std::size_t start = std::min<std::size_t>(2, line.size());
+    RemoveAll(frame.m_watchesInFlight, line.substr(start, line.find(',', start) - start));
     frame.m_frame.OnSymbolNotFound(line);
 }
 

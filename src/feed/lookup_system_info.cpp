@@ -59,34 +59,38 @@ bool CLookupSystemInfo::Fetch() {
         ok = sent == static_cast<long>(m_request.size());
     }
     if (ok) {
-        ReadReply(*m_socket, m_response);
+        ok = ReadReply(*m_socket, m_response);
     }
     m_socket->ShutdownAndClose();
     m_socket.reset();
     return ok;
 }
 
-void CLookupSystemInfo::ReadReply(IBlockingSocket& socket, std::string& response) {
-    std::vector<char> chunk(kReplyChunk + 1);
+bool CLookupSystemInfo::ReadReply(IBlockingSocket& socket, std::string& response) {
+    std::vector<char> chunk(kReplyChunk);
+    std::string text;
     for (;;) {
         const long received = socket.Receive(chunk.data(), kReplyChunk);
         if (received <= 0) {
-            return;
+            response.append(text);
+            return false;
         }
-        const std::string_view text(chunk.data(), static_cast<std::size_t>(received));
-        if (const auto end = text.find(kEndMarker); end != std::string_view::npos) {
-            std::string_view before = text.substr(0, end);
+        // A marker may have begun at the end of the text before.
+        const std::size_t from =
+            text.size() >= kSyntaxError.size() ? text.size() - kSyntaxError.size() + 1 : 0;
+        text.append(chunk.data(), static_cast<std::size_t>(received));
+        if (const auto end = text.find(kEndMarker, from); end != std::string::npos) {
+            std::string_view before = std::string_view(text).substr(0, end);
             while (!before.empty() && (before.front() == '\r' || before.front() == '\n')) {
                 before.remove_prefix(1);
             }
             response.append(before);
-            return;
+            return true;
         }
-        if (text.find(kSyntaxError) != std::string_view::npos) {
+        if (text.find(kSyntaxError, from) != std::string::npos) {
             response.clear();
-            return;
+            return true;
         }
-        response.append(text);
     }
 }
 

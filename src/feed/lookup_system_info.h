@@ -19,8 +19,9 @@ public:
     CLookupSystemInfo(IFeedPlatform& platform, std::string request);
     virtual ~CLookupSystemInfo();
 
-    // Fetches and fills the table unless it is loaded; a failed connect or a short send leaves it
-    // empty and not loaded, so the next call tries again. True when loaded afterwards.
+    // Fetches and fills the table unless it is loaded; a failed connect, a short send or a
+    // connection that ends before the reply does leaves it empty and not loaded, so the next call
+    // tries again. True when loaded afterwards.
     bool Load();
     bool IsLoaded() const { return m_loaded; }
     // The entry of `id`; an empty entry for ids outside 0 to 255.
@@ -29,8 +30,9 @@ public:
 
     // Reading the reply from `socket` into `response`: until "!ENDMSG!" (the text before it,
     // without leading CR/LF, is kept), a syntax error (which empties the response), a shutdown
-    // or an error.
-    static void ReadReply(IBlockingSocket& socket, std::string& response);
+    // or an error. Either marker may be split across receives. True when the reply ended with
+    // one of the markers, false when the connection ended first.
+    static bool ReadReply(IBlockingSocket& socket, std::string& response);
     // Cuts `response` at each "\n" and fills `table`; a last line without "\n" is not read, and
     // lines whose id is empty or outside 0 to 255 are skipped.
     static void FillTable(const std::string& response, std::array<Entry, kEntries>& table);

@@ -238,6 +238,12 @@ TEST_F(FeedPorticoTest, ConnectedStatisticsOpenTheOtherConnectionsAndEveryHandsh
     EXPECT_EQ(std::tuple(start.GetMonth(), start.GetDay(), start.GetHour(), start.GetMinute()),
               std::tuple(11, 20, 0, 7));
     EXPECT_GT(stats.numbers[5], 0.0);
+
+    // A reference table whose end marker comes split over several reads.
+    CListedMarkets& markets = feed.ListedMarkets();
+    ASSERT_TRUE(markets.Load());
+    EXPECT_EQ(markets.Response().find("!END"), std::string::npos) << markets.Response();
+    EXPECT_EQ(markets.Name(5), "Driftwood Digital Venue");
 }
 
 TEST_F(FeedPorticoTest, WatchesWaitForRoomUnderTheSymbolLimitAndAMalformedLineCostsOnlyItself) {
@@ -352,10 +358,13 @@ TEST_F(FeedPorticoTest, LookupsSearchesAndLinesUpTo65534BytesUntilTheServiceCuts
     EXPECT_EQ(frame.historyLines[0], id + ",E,!UNKNOWN_SYMBOL!,");
     EXPECT_EQ(frame.historyLines[1], id + ",!ENDMSG!,");
 
-    // An unknown symbol is the frame's to report.
+    // An unknown symbol is the frame's to report, and its watch no longer holds a place under
+    // the symbol limit.
     feed.WatchSymbol("NOSUCH");
+    EXPECT_EQ(feed.WatchesInFlight(), Symbols{"NOSUCH"});
     ASSERT_TRUE(RunUntil([this] { return !frame.notFound.empty(); }));
     EXPECT_EQ(frame.notFound, Lines{"n,NOSUCH"});
+    EXPECT_TRUE(feed.WatchesInFlight().empty());
 
     // The service cuts the lookup connection after three lines of an answer: all three reach the
     // frame, and the close is reported once, for that connection only.
@@ -401,13 +410,16 @@ TEST_F(FeedPorticoTest, APortThatRefusesFailsTheAdminAfterTenRetriesAndTheTables
     EXPECT_FALSE(Stats(kAdmin).IsConnected());
     EXPECT_EQ(feed.Connection(kLookup), nullptr);
 
-    // The tables cannot be fetched and stay unloaded until a service answers on the port; then
-    // they are fetched once.
+    // The tables cannot be fetched and stay unloaded until a service answers on the port (one
+    // that closes the connection before its reply does not); then they are fetched once.
     CListedMarkets& markets = feed.ListedMarkets();
     EXPECT_FALSE(markets.Load());
     EXPECT_FALSE(markets.IsLoaded());
-    ASSERT_TRUE(portico.start({"--lookup-port", std::to_string(refusing), "--linger", "0"}))
+    ASSERT_TRUE(portico.start(
+        {"--lookup-port", std::to_string(refusing), "--linger", "0", "--fault-refuse", "1"}))
         << portico.errorOutput();
+    EXPECT_FALSE(markets.Load());
+    EXPECT_FALSE(markets.IsLoaded());
     EXPECT_TRUE(markets.Load());
     ASSERT_TRUE(portico.stop().has_value());
     EXPECT_TRUE(markets.Load());
