@@ -10,6 +10,7 @@
 #include "chart/ui/chart_form_view.h"
 #include "core/settings.h"
 #include "core/ui/setting_sheet.h"
+#include "feed/feed_connections.h"
 #include "history/chart_hist_request.h"
 #include "history/ui/data_settings_page.h"
 
@@ -187,9 +188,10 @@ TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLo
     }));
     EXPECT_EQ(view->Loader().AnswerError(), "!UNKNOWN_SYMBOL!");
     EXPECT_EQ(history().GetCount(), 0);
-    // The next symbol loads as if the error had never been.
+    // The next symbol loads as if the error had never been (a trade that came while it loaded
+    // adds its tick).
     ASSERT_TRUE(EnterAndWait("luma"));
-    EXPECT_EQ(history().GetCount(), 300);
+    EXPECT_EQ(history().GetCount() - static_cast<int>(view->Loader().AppliedTradeLines()), 300);
     EXPECT_TRUE(view->Loader().AnswerError().empty());
 
     frame().RequestTypeCombo()->setCurrentIndex(2); // Daily
@@ -293,6 +295,23 @@ TEST_F(HistoryFrameTest, ASlowAnswerReportsProgressAndHoldsLevel1LinesUntilItsEn
     // The watch's fundamental line and the quotes came while loading and waited for the end.
     EXPECT_GT(mostHeld, 0u);
     EXPECT_TRUE(view->Loader().HeldLevel1Lines().empty());
+}
+
+TEST_F(HistoryFrameTest, TheFeedPaneCountsTradesOfTheShownSymbolNotItsQuotes) {
+    // On a Saturday an equity's bid and ask still move, but nothing trades.
+    UsePortico({"--start-time", "2024-03-09 12:00:00", "--quote-rate", "40"});
+    OpenConnectedFrame({{"RequestDataType", "2"}});
+    ASSERT_TRUE(EnterAndWait("LUMA"));
+    const SKestrelSocketStats& level1 =
+        *frame().Feed()->ConnectionStatistics(CFeedConnections::kLevel1);
+    const std::uint32_t seen = level1.messagesReceived.value;
+    ASSERT_TRUE(WaitFor([&] { return level1.messagesReceived.value >= seen + 30; }));
+    auto* pane = frame().findChild<QLabel*>("FeedState");
+    ASSERT_NE(pane, nullptr);
+    pane->clear();
+    ASSERT_TRUE(WaitFor([&] { return !pane->text().isEmpty(); }));
+    EXPECT_EQ(pane->text().toStdString(), "No update yet");
+    EXPECT_EQ(frame().ChartView()->Loader().AppliedTradeLines(), 0U);
 }
 
 TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftAsItIs) {
