@@ -104,9 +104,9 @@ TEST_F(ExportTest, TicksAndDailyBarsWithTheirStudiesAreWrittenAsCsvAndTheSetting
     // A market closed for the weekend: the service's own answer below is the one exported.
     StartService({"--start-time", "2024-03-09 12:00:00"});
     const std::string settingsBefore = ReadFile(File(kSettingsFile));
-    const RunResult ticks = Run(Args("--export aurx.csv -symbol AURX -type Tick"));
+    const RunResult ticks = Run(Args("--export ticks.csv -symbol KRNO -type Tick"));
     ASSERT_EQ(ticks.exitCode, 0) << ticks.err;
-    const std::vector<std::string> tickRows = ReadLines(File("aurx.csv"));
+    const std::vector<std::string> tickRows = ReadLines(File("ticks.csv"));
     ASSERT_GT(tickRows.size(), 100u);
     EXPECT_LE(tickRows.size(), 10001u);
     // The default layout shows one volume pane: its average follows the series columns, the
