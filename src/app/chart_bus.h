@@ -12,6 +12,8 @@
 //   DeletePoint(s time) -> i count               delete the point at a time, as Yes would
 //   RestorePoints() -> i count                   restore the deleted points, answered once the
 //                                                history is in again
+//   Reconnect()                                  run the connection start-up again and reload
+//                                                the chart once the service is ready
 // This is the plain part: the error names, the checks of the arguments and the export text. The
 // platform adaptor carries the calls, the main frame carries them out.
 

@@ -50,6 +50,27 @@ std::string DataTypeText(int dataType, int intervalIndex) {
 
 } // namespace
 
+std::chrono::milliseconds CChartLoader::StallLimitFrom(const char* seconds) {
+    if (seconds == nullptr) {
+        return kStallLimit;
+    }
+    const std::string text(seconds);
+    if (text.empty() || text.size() > 5 ||
+        text.find_first_not_of("0123456789") != std::string::npos) {
+        return kStallLimit;
+    }
+    const int value = std::stoi(text);
+    if (value < 1 || value > 86400) {
+        return kStallLimit;
+    }
+    return std::chrono::seconds(value);
+}
+
+std::string CChartLoader::StallText(std::chrono::milliseconds limit, const std::string& symbol) {
+    return fmt::format("the service sent nothing for {} s while {} was loading",
+                       std::chrono::duration_cast<std::chrono::seconds>(limit).count(), symbol);
+}
+
 CChartLoader::CChartLoader(CChartHistRequest& history, const CSettings& settings)
     : m_history(history), m_settings(settings), m_parser(history), m_updater(history) {
     m_history.SetChartAlive(true);
@@ -91,6 +112,8 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     m_symbol = symbol;
     m_progress.StartNewLoad();
     m_progress.SetShownCount(0);
+    m_stalled = false;
+    m_requestSent = false;
 
     m_settingsProblem = FindRequestSettingProblem(m_settings);
     if (m_settingsProblem) {
@@ -112,6 +135,15 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     m_dataType = prepared.dataType;
     m_intervalIndex = m_settings.GetInt(keys::kRequestIntervalIndex);
 
+    if (!m_lookupStopped.empty()) {
+        // Nothing can answer: the load ends at once, saying why.
+        if (startTimer) {
+            startTimer();
+        }
+        spdlog::warn("History request for {} not sent: {}", symbol, m_lookupStopped);
+        EndIncomplete(m_lookupStopped);
+        return EStart::NoConnection;
+    }
     if (!prepared.symbol.empty() && m_feed != nullptr) {
         m_feed->WatchSymbol(prepared.symbol);
     }
@@ -144,10 +176,13 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
         return EStart::NoConnection;
     }
     spdlog::info("History request sent: {}", command.substr(0, command.size() - 1));
+    m_lastLineAt = std::chrono::steady_clock::now();
+    m_requestSent = true;
     return EStart::Sent;
 }
 
 void CChartLoader::OnHistoryLine(const std::string& line) {
+    m_lastLineAt = std::chrono::steady_clock::now();
     const SHistoryLine answer = m_parser.OnHistoryLine(line);
     if (answer.kind == SHistoryLine::EKind::Error) {
         // An error reply adds nothing to the series; the parser keeps its text only so that the
@@ -197,8 +232,49 @@ void CChartLoader::ApplyLevel1(const std::string& line) {
     }
 }
 
-void CChartLoader::OnProgressTick(IHistoryProgressSink& sink) {
+void CChartLoader::OnProgressTick(IHistoryProgressSink& sink,
+                                  std::chrono::steady_clock::time_point now) {
+    // Only a request that went out can stall; without a lookup connection the retrieval text
+    // stays as it is.
+    const bool stalled = Loading() && m_requestSent && now - m_lastLineAt >= m_stallLimit;
+    if (stalled != m_stalled) {
+        m_stalled = stalled;
+        spdlog::warn("History of {}: {}", m_symbol,
+                     stalled ? StallText(m_stallLimit, m_symbol) : "lines arrive again");
+    }
+    if (stalled) {
+        std::string text = StallText(m_stallLimit, m_symbol);
+        text[0] = 'T';
+        sink.SetStatusText(
+            fmt::format("{} ({} received) - still waiting", text,
+                        CHistoryProgress::CountText(m_dataType, m_history.GetCount())));
+        return;
+    }
     m_progress.OnTimer(m_history, m_settings.GetInt(keys::kRequestDataType), sink);
+}
+
+std::string CChartLoader::ShownText(int displayed) const {
+    return m_progress.ShownText(m_dataType, m_history.GetCount(), displayed);
+}
+
+void CChartLoader::LookupStopped(const std::string& why) {
+    m_lookupStopped = why;
+    if (Loading()) {
+        EndIncomplete(why);
+    }
+}
+
+void CChartLoader::EndIncomplete(const std::string& why) {
+    spdlog::warn("History of {} incomplete: {} after {} points", m_symbol, why,
+                 m_history.GetCount());
+    m_stalled = false;
+    m_progress.SetIncomplete(why);
+    // The trades held back would follow a gap: they and later ones are not applied.
+    m_parser.HeldLevel1Lines().clear();
+    if (m_feed != nullptr && !m_symbol.empty()) {
+        m_feed->UnwatchSymbol(m_symbol);
+    }
+    m_history.SetHistoryComplete(true);
 }
 
 bool CChartLoader::RemovePoint(int index) {

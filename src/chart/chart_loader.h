@@ -11,6 +11,7 @@
 #include "history/request_settings.h"
 #include "history/request_settings_check.h"
 
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -42,6 +43,17 @@ public:
     // otherwise.
     static constexpr int kDefaultDisplayedPoints = 120;
 
+    // How long an answer may send nothing before it counts as stalled: the window says so (and
+    // goes on waiting), the export gives up. The environment variable, a whole number of seconds
+    // from 1 to 86400, takes its place (for tests).
+    static constexpr std::chrono::seconds kStallLimit{60};
+    static constexpr const char* kStallLimitVariable = "SKYCHART_STALL_SECONDS";
+    // The stall limit that `seconds` (the variable's value, or null) gives: kStallLimit unless it
+    // holds a whole number from 1 to 86400.
+    static std::chrono::milliseconds StallLimitFrom(const char* seconds);
+    // "the service sent nothing for 60 s while LUMA was loading"
+    static std::string StallText(std::chrono::milliseconds limit, const std::string& symbol);
+
     // Marks the chart alive in `history` for the loader's lifetime: answer lines that arrive
     // after it is gone are dropped. The request is made from `settings`, read when it starts;
     // both outlive the loader.
@@ -50,8 +62,11 @@ public:
     CChartLoader(const CChartLoader&) = delete;
     CChartLoader& operator=(const CChartLoader&) = delete;
 
-    // The frame's feed (null until the connections exist).
-    void SetFeed(IHistoryFeed* feed) { m_feed = feed; }
+    // The frame's feed (null until the connections exist). New connections are taken to work.
+    void SetFeed(IHistoryFeed* feed) {
+        m_feed = feed;
+        m_lookupStopped.clear();
+    }
     IHistoryFeed* Feed() const { return m_feed; }
 
     // Reads the request settings from the settings table (at start, and after the data settings
@@ -77,8 +92,27 @@ public:
     void OnLevel1Line(const std::string& line);
 
     // One tick of the progress timer: the status text, and the complete history or the new live
-    // points handed to `sink`.
-    void OnProgressTick(IHistoryProgressSink& sink);
+    // points handed to `sink`. An answer that has sent nothing for the stall limit up to `now`
+    // is stalled: the text says so (and waits on) until its next line.
+    void
+    OnProgressTick(IHistoryProgressSink& sink,
+                   std::chrono::steady_clock::time_point now = std::chrono::steady_clock::now());
+
+    void SetStallLimit(std::chrono::milliseconds limit) { m_stallLimit = limit; }
+    std::chrono::milliseconds StallLimit() const { return m_stallLimit; }
+    // True while the answer loading has sent nothing for the stall limit (as of the last tick).
+    bool Stalled() const { return m_stalled; }
+
+    // The connection that brings the answers stopped for `why` ("the market-data service closed
+    // the lookup connection (127.0.0.1:9100)"), for good until the next SetFeed. An answer still
+    // arriving ends with the points received: they are shown as the history, marked incomplete,
+    // and the symbol is no longer followed live (its newest points never came). A later load
+    // ends the same way at once.
+    void LookupStopped(const std::string& why);
+    // Why the shown history is incomplete; "" when it is not.
+    const std::string& IncompleteReason() const { return m_progress.Incomplete(); }
+    // The status text of the history shown with `displayed` points at once.
+    std::string ShownText(int displayed) const;
 
     const std::string& Symbol() const { return m_symbol; }
     int DataType() const { return m_dataType; }
@@ -113,6 +147,8 @@ public:
 
 private:
     void ApplyLevel1(const std::string& line);
+    // Takes the series as it stands for the answer that stopped short.
+    void EndIncomplete(const std::string& why);
 
     CChartHistRequest& m_history;
     IHistoryFeed* m_feed = nullptr;
@@ -125,4 +161,9 @@ private:
     int m_dataType = 0;
     int m_intervalIndex = 0;
     std::optional<SRequestSettingProblem> m_settingsProblem;
+    std::chrono::milliseconds m_stallLimit = kStallLimit;
+    std::chrono::steady_clock::time_point m_lastLineAt;
+    bool m_requestSent = false;
+    bool m_stalled = false;
+    std::string m_lookupStopped;
 };

@@ -25,6 +25,30 @@ std::string CHistoryProgress::DatapointsText(int count, int displayed) {
     return fmt::format("{} datapoints available.  Displaying {}.", count, displayed);
 }
 
+std::string CHistoryProgress::CountText(int dataType, int count) {
+    std::string digits = std::to_string(count < 0 ? -count : count);
+    for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) {
+        digits.insert(static_cast<std::size_t>(at), ",");
+    }
+    const char* unit =
+        dataType == 0 ? (count == 1 ? "tick" : "ticks") : (count == 1 ? "bar" : "bars");
+    return fmt::format("{}{} {}", count < 0 ? "-" : "", digits, unit);
+}
+
+std::string CHistoryProgress::IncompleteText(const std::string& why, int dataType, int count,
+                                             int displayed) {
+    if (count == 0) {
+        return fmt::format("No history: {}.", why);
+    }
+    return fmt::format("History incomplete: {} after {}.  Displaying {}.", why,
+                       CountText(dataType, count), displayed);
+}
+
+std::string CHistoryProgress::ShownText(int dataType, int count, int displayed) const {
+    return m_incomplete.empty() ? DatapointsText(count, displayed)
+                                : IncompleteText(m_incomplete, dataType, count, displayed);
+}
+
 void CHistoryProgress::OnTimer(const CChartHistRequest& history, int dataType,
                                IHistoryProgressSink& sink) {
     const int count = history.GetCount();
@@ -36,7 +60,7 @@ void CHistoryProgress::OnTimer(const CChartHistRequest& history, int dataType,
     if (m_newLoad) {
         m_newLoad = false;
         m_shownCount = count;
-        sink.SetStatusText(DatapointsText(count, sink.ShowCompleteHistory(count)));
+        sink.SetStatusText(ShownText(dataType, count, sink.ShowCompleteHistory(count)));
         return;
     }
     // Live points are followed once something is shown, and never when the series shrank.
@@ -48,5 +72,5 @@ void CHistoryProgress::OnTimer(const CChartHistRequest& history, int dataType,
         return;
     }
     m_shownCount = count;
-    sink.SetStatusText(DatapointsText(count, *displayed));
+    sink.SetStatusText(ShownText(dataType, count, *displayed));
 }

@@ -32,20 +32,38 @@ public:
     static constexpr int kStatusPaneId = 45030;
 
     // A symbol was loaded: the next completed tick recomputes everything.
-    void StartNewLoad() { m_newLoad = true; }
+    void StartNewLoad() {
+        m_newLoad = true;
+        m_incomplete.clear();
+    }
     bool IsNewLoad() const { return m_newLoad; }
     int ShownCount() const { return m_shownCount; }
     void SetShownCount(int count) { m_shownCount = count; }
+    // The answer of this load stopped short for `why` (the series is taken as it stands): the
+    // datapoints texts say so from now on.
+    void SetIncomplete(std::string why) { m_incomplete = std::move(why); }
+    const std::string& Incomplete() const { return m_incomplete; }
 
     // One timer tick. `dataType` is "RequestDataType".
     void OnTimer(const CChartHistRequest& history, int dataType, IHistoryProgressSink& sink);
+
+    // The text of a shown history: DatapointsText, or IncompleteText when the answer stopped
+    // short.
+    std::string ShownText(int dataType, int count, int displayed) const;
 
     // "Retrieving Tick Data (%d Ticks Received)" and its kin; empty outside 0-4.
     static std::string RetrievalText(int dataType, int count);
     // "%d datapoints available.  Displaying %d."
     static std::string DatapointsText(int count, int displayed);
+    // "History incomplete: <why> after 1,073,083 ticks.  Displaying 120." ("No history: <why>."
+    // when nothing came).
+    static std::string IncompleteText(const std::string& why, int dataType, int count,
+                                      int displayed);
+    // "1,073,083 ticks", "1 bar": a count of points of `dataType` with its thousands marked.
+    static std::string CountText(int dataType, int count);
 
 private:
     bool m_newLoad = false;
     int m_shownCount = 0;
+    std::string m_incomplete;
 };

@@ -49,6 +49,10 @@ int CChartBusObject::DeletePoint(const QString& time) {
     return Answer("DeletePoint", m_target.BusDeletePoint(time.toStdString()));
 }
 
+void CChartBusObject::Reconnect() {
+    Answer("Reconnect", m_target.BusReconnect());
+}
+
 int CChartBusObject::RestorePoints() {
     std::function<void(const SBusMethodResult&)> answer = [](const SBusMethodResult& result) {
         Log("RestorePoints", result);

@@ -35,6 +35,8 @@ public:
     virtual SBusMethodResult BusDeletePoint(const std::string& time) = 0;
     // Calls `answer` once, at once or later (when the restored history is in).
     virtual void BusRestorePoints(std::function<void(const SBusMethodResult&)> answer) = 0;
+    // Starts the connection sequence again (the chart reloads once the service is ready).
+    virtual SBusMethodResult BusReconnect() = 0;
 };
 
 // The object /Skychart with the interface org.skychart.Chart: each method hands its arguments to
@@ -56,6 +58,7 @@ public slots:
     int DeletePoint(const QString& time);
     // Answered later, once the target has restored the points (a delayed reply).
     int RestorePoints();
+    void Reconnect();
 
 private:
     // Sends the error of `result` as the reply, when it has one; returns its value.

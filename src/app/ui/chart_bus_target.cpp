@@ -181,3 +181,11 @@ void CChartBusTarget::BusRestorePoints(std::function<void(const SBusMethodResult
         answer({{}, {}, history.GetCount(), {}});
     }
 }
+
+SBusMethodResult CChartBusTarget::BusReconnect() {
+    if (!m_frame.Reconnect()) {
+        return ToBusResult(SChartBusReply::Error(
+            EChartBusFault::Failed, "cannot reconnect now: close the symbol search first"));
+    }
+    return {};
+}

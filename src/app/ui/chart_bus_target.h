@@ -26,6 +26,9 @@ public:
     virtual const CTrendStore& TrendStore() const = 0;
     // The chart view, whose points DeletePoint and RestorePoints delete and restore.
     virtual CChartFormView* ChartView() const = 0;
+    // Runs the connection start-up again and reloads the shown symbol once the service is
+    // ready; false when it cannot start now.
+    virtual bool Reconnect() = 0;
 };
 
 // The chart window as the bus drives it: Load goes through the ribbon's path, ExportSeries writes
@@ -50,6 +53,8 @@ public:
     // Restores as Yes to the restore question would; answers the count once the history is in
     // again, at once when nothing was deleted.
     void BusRestorePoints(std::function<void(const SBusMethodResult&)> answer) override;
+    // Starts the connection sequence again; answers at once (Failed when it cannot start now).
+    SBusMethodResult BusReconnect() override;
 
 private:
     // The checks that Export and Render share: a loaded chart with points.

@@ -26,6 +26,7 @@
 #include <spdlog/spdlog.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <unistd.h>
 
 namespace {
@@ -70,6 +71,7 @@ CExportRunner::CExportRunner(SExportRequest request, CChartHistRequest& history,
     : m_request(std::move(request)), m_settings(settings), m_connectTimeout(connectTimeout),
       m_idleTimeout(idleTimeout), m_settingsFile(std::move(settingsFile)),
       m_loader(history, settings) {
+    m_loader.SetStallLimit(idleTimeout);
     if (progress) {
         m_progress = std::make_unique<CProgressLine>(
             [](const std::string& text) {
@@ -168,10 +170,8 @@ void CExportRunner::OnTick() {
     } else if (!LookupReady()) {
         Finish(kExportNoService,
                "the lookup connection closed before the answer was complete" + WhileText());
-    } else if (now - m_lastLineAt > m_idleTimeout) {
-        Finish(kExportNoService,
-               fmt::format("the service sent nothing for {} s while {} was loading",
-                           m_idleTimeout.count() / 1000, m_request.symbol));
+    } else if (m_loader.Stalled()) {
+        Finish(kExportNoService, CChartLoader::StallText(m_idleTimeout, m_request.symbol));
     } else if (m_progress) {
         m_progress->Show("Skychart: " + StageText(), now);
     }
@@ -203,7 +203,6 @@ std::string CExportRunner::StageText() const {
 
 void CExportRunner::StartLoad() {
     m_loading = true;
-    m_lastLineAt = std::chrono::steady_clock::now();
     const CChartLoader::EStart started = m_loader.Load(m_request.symbol);
     if (started == CChartLoader::EStart::Failed) {
         const std::optional<SRequestSettingProblem>& problem = m_loader.SettingsProblem();
@@ -279,7 +278,6 @@ void CExportRunner::OnServiceIp() {
 void CExportRunner::OnSearchLine(const std::string& /*line*/) {}
 
 void CExportRunner::OnHistoryLine(const std::string& line) {
-    m_lastLineAt = std::chrono::steady_clock::now();
     try {
         m_loader.OnHistoryLine(line);
     } catch (const CInvalidArgException& error) {
@@ -353,9 +351,10 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
         settings.SetInt(keys::kRequestIntervalIndex, request.intervalIndex);
     }
 
-    CExportRunner runner(request, history, settings, 30s, 60s,
-                         CRegistryPaths::ApplicationFile("Skychart").toStdString(),
-                         ::isatty(STDERR_FILENO) == 1);
+    CExportRunner runner(
+        request, history, settings, 30s,
+        CChartLoader::StallLimitFrom(std::getenv(CChartLoader::kStallLimitVariable)),
+        CRegistryPaths::ApplicationFile("Skychart").toStdString(), ::isatty(STDERR_FILENO) == 1);
     // The stored trendlines are drawn in a render, and their file is only read.
     runner.SetTrendlines(CTrendFile().Load(prompt, true));
     return runner.Run();

@@ -51,9 +51,9 @@ class CExportRunner : public QObject, public IFeedFrame, private IHistoryProgres
 public:
     // The series loads into `history`, the request and the written file follow `settings`; both
     // outlive the runner. `connectTimeout`: how long the service may take to be ready;
-    // `idleTimeout`: how long an answer may go without a line before the export gives up; the
-    // request's timeout bounds the whole run. `settingsFile` is named when the request settings
-    // make no request.
+    // `idleTimeout`: how long an answer may go without a line before the export gives up (the
+    // window's stall limit); the request's timeout bounds the whole run. `settingsFile` is named
+    // when the request settings make no request.
     CExportRunner(SExportRequest request, CChartHistRequest& history, CSettings& settings,
                   std::chrono::milliseconds connectTimeout, std::chrono::milliseconds idleTimeout,
                   std::string settingsFile, bool progress);
@@ -108,7 +108,6 @@ private:
     bool m_finished = false;
     int m_exitCode = kExportNoService;
     std::chrono::steady_clock::time_point m_startedAt;
-    std::chrono::steady_clock::time_point m_lastLineAt;
     std::string m_lastStatus;
 };
 

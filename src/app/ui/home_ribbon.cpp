@@ -83,6 +83,13 @@ SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon) {
     appsLayout->addWidget(home.applicationsButton);
     appsLayout->addStretch(1);
 
+    QGroupBox* connectionPanel = ribbon.AddPanel(category, "Connection");
+    home.reconnectButton =
+        ribbon.AddButton(connectionPanel, SHomeRibbon::kReconnectCaption, "ReconnectButton");
+    home.reconnectButton->setToolTip(
+        "Connect to the market-data service again (starting it when it is gone) and reload the "
+        "chart");
+
     QGroupBox* settingsPanel = ribbon.AddPanel(category, "Settings");
     home.dataSettingsButton =
         ribbon.AddButton(settingsPanel, SHomeRibbon::kDataSettingsCaption, "DataSettingsButton");

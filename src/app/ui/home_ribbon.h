@@ -16,6 +16,7 @@ struct SHomeRibbon {
     static constexpr const char* kEnterPanelCaption = "Press Enter To Load Symbol";
     static constexpr const char* kDataSettingsCaption = "Data Settings...";
     static constexpr int kMaxSymbolLength = 127;
+    static constexpr const char* kReconnectCaption = "Reconnect";
 
     QComboBox* symbolCombo = nullptr;
     QComboBox* typeCombo = nullptr;
@@ -30,11 +31,12 @@ struct SHomeRibbon {
     QToolButton* zoomOutButton = nullptr;
     QToolButton* printButton = nullptr;
     QToolButton* exportImageButton = nullptr;
+    QToolButton* reconnectButton = nullptr;
 };
 
 // Builds the "Home" category with its panels: symbol entry, data request, chart style, symbol
-// search, view (zoom, print, image export), applications and settings. The combos are empty until
-// FillHomeRibbon.
+// search, view (zoom, print, image export), applications, connection (reconnect) and settings.
+// The combos are empty until FillHomeRibbon.
 SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon);
 
 // Fills the type, interval and style combos and selects what `settings` hold (a stored value

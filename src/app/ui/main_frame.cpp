@@ -124,6 +124,7 @@ bool CMainFrame::Create() {
     m_feed->Start();
 
     MakeRibbon();
+    MakeFeedCommands();
     MakeTrendlines();
     UpdateStatusPanes();
 

@@ -94,6 +94,13 @@ public:
     // The settings sheet while it is open.
     CSettingSheet* ActiveSettingSheet() const { return m_sheet; }
 
+    // "Reconnect": the feed connections are dropped and the start-up sequence runs again (the
+    // service launched, the admin connection, then lookup and Level 1 once it is connected);
+    // when the service is ready the shown symbol loads again. The chart, its trendlines and
+    // every setting stay. False (nothing done) while the symbol search, which uses the
+    // connections, is open.
+    bool Reconnect() override;
+
     // "-symbol %s -type %s -interval %s" of the current chart.
     std::string ChartArguments() const;
     // The chart arguments followed by the frame's state or normal rectangle.
@@ -168,6 +175,8 @@ private:
     COrvaneCommandLineInfo m_commandLine;
     std::string m_currentSymbol;
     bool m_serviceReady = false;
+    // Reconnect ran: the service's next "S,IP," reloads the chart instead of the command line.
+    bool m_reconnecting = false;
     bool m_filling = false; // combo changes that the settings already hold
 
     SHomeRibbon m_home;
@@ -178,4 +187,7 @@ private:
     QLabel* m_feedPane = nullptr;
     QTimer* m_feedTimer = nullptr;
     void ShowFeedState();
+    QToolButton* m_reconnectButton = nullptr;
+    // The status bar's and the ribbon's Reconnect, and the stall limit of the environment.
+    void MakeFeedCommands();
 };

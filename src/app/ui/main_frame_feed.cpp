@@ -1,5 +1,6 @@
 // The frame's side of the feed connections: the service becoming ready, the lines the
-// connections dispatch to it, the feed's state in the status bar, and the listed markets.
+// connections dispatch to it, the feed's state in the status bar, the listed markets, and
+// Reconnect.
 
 #include "app/feed_status.h"
 #include "app/ui/main_frame.h"
@@ -10,13 +11,18 @@
 #include "feed/kestrel_stream_socket.h"
 #include "feed/lookup_system_info.h"
 #include "feed/ui/symbol_search_dlg.h"
+#include "platform/qt_feed.h"
 
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QStatusBar>
+#include <QToolButton>
 
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
+
+#include <cstdlib>
 
 std::string CMainFrame::MarketName(const std::string& id) {
     if (id.empty() || !std::all_of(id.begin(), id.end(), [](char c) {
@@ -35,8 +41,49 @@ std::string CMainFrame::MarketName(const std::string& id) {
     return markets.Name(std::atoi(id.c_str()));
 }
 
+void CMainFrame::MakeFeedCommands() {
+    m_view->SetStallLimit(
+        CChartLoader::StallLimitFrom(std::getenv(CChartLoader::kStallLimitVariable)));
+    m_reconnectButton = new QToolButton(this);
+    m_reconnectButton->setObjectName("StatusReconnectButton");
+    m_reconnectButton->setText(SHomeRibbon::kReconnectCaption);
+    m_reconnectButton->setToolTip(m_home.reconnectButton->toolTip());
+    m_reconnectButton->setAutoRaise(true);
+    statusBar()->addPermanentWidget(m_reconnectButton);
+    connect(m_reconnectButton, &QToolButton::clicked, this, [this] { Reconnect(); });
+    connect(m_home.reconnectButton, &QToolButton::clicked, this, [this] { Reconnect(); });
+}
+
+bool CMainFrame::Reconnect() {
+    if (m_search != nullptr) {
+        return false;
+    }
+    spdlog::info("Reconnecting to the market-data service");
+    // The old connections go before the new ones are made: nothing of theirs reaches the chart.
+    m_view->SetFeed(nullptr);
+    m_feed.reset();
+    m_serviceReady = false;
+    m_reconnecting = true;
+    m_connectionPane->setText(QStringLiteral("Not Connected"));
+    SetStatusText("Reconnecting to Kestrel...");
+    m_feed = MakeQtFeedConnections(*this, Prompt());
+    m_view->SetFeed(m_feed.get());
+    m_feed->Start();
+    ShowFeedState();
+    return true;
+}
+
 void CMainFrame::OnServiceIp() {
     if (m_view == nullptr || m_home.typeCombo == nullptr) {
+        return;
+    }
+    if (m_reconnecting) {
+        // The chart as it was, loaded again; the command line was applied at the first start.
+        m_reconnecting = false;
+        SetStatusText("Connected to Kestrel...");
+        m_view->Reload();
+        m_serviceReady = true;
+        emit ServiceReadyReached();
         return;
     }
     const SAppliedCommandLine applied = m_commandLine.ApplyTo(Settings());
@@ -73,7 +120,8 @@ void CMainFrame::OnHistoryLine(const std::string& line) {
 }
 
 void CMainFrame::OnLevel1Line(const std::string& line) {
-    if (m_view != nullptr) {
+    // A history that stopped short is not followed live: its newest points never came.
+    if (m_view != nullptr && m_view->Loader().IncompleteReason().empty()) {
         m_view->OnLevel1Line(line);
     }
     emit Level1LineReceived(QString::fromStdString(line));
@@ -88,11 +136,22 @@ void CMainFrame::OnSymbolNotFound(const std::string& line) {
 void CMainFrame::ShowFeedState() {
     SFeedState state;
     if (m_feed != nullptr) {
-        if (const SKestrelSocketStats* level1 =
-                m_feed->ConnectionStatistics(CFeedConnections::kLevel1)) {
-            state.everConnected = level1->connectedAt != std::chrono::system_clock::time_point{};
-            state.connected = level1->IsConnected();
+        // The feed is lost once any connection that was up is down: without the lookup
+        // connection nothing loads, without the admin one the service's state is unknown.
+        bool lost = false;
+        for (const int kind :
+             {CFeedConnections::kLevel1, CFeedConnections::kLookup, CFeedConnections::kAdmin}) {
+            if (const SKestrelSocketStats* stats = m_feed->ConnectionStatistics(kind)) {
+                const bool ever = stats->connectedAt != std::chrono::system_clock::time_point{};
+                lost = lost || (ever && !stats->IsConnected());
+                if (kind == CFeedConnections::kLevel1) {
+                    state.everConnected = ever;
+                    state.connected = stats->IsConnected();
+                }
+            }
         }
+        state.everConnected = state.everConnected || lost;
+        state.connected = state.connected && !lost;
     }
     state.symbolShown = m_view != nullptr && !m_view->Symbol().empty();
     if (state.symbolShown && m_view->LastUpdate()) {
@@ -120,5 +179,9 @@ void CMainFrame::OnServiceStatus(const std::string& status) {
 void CMainFrame::OnFeedFault(const SFeedFault& fault) {
     std::string text = DescribeFeedFault(fault);
     text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-    SetStatusText(text + " - restart Skychart to reconnect");
+    SetStatusText(text + " - use Reconnect");
+    if (fault.connection == CFeedConnections::kLookup && m_view != nullptr) {
+        // The answer arriving ends with what came; the progress shows it as incomplete.
+        m_view->LookupStopped(DescribeFeedFault(fault));
+    }
 }

@@ -30,9 +30,8 @@ CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, 
     m_progressTimer.setInterval(kProgressPeriodMs);
     connect(&m_progressTimer, &QTimer::timeout, this, &CChartFormView::OnProgressTimer);
     connect(m_canvas, &CChartCanvas::displayedPointsChanged, this, [this](int displayed) {
-        const int count = m_loader.History().GetCount();
         if (!Symbol().empty() && m_loader.History().IsHistoryComplete()) {
-            SetStatusText(CHistoryProgress::DatapointsText(count, displayed));
+            SetStatusText(m_loader.ShownText(displayed));
         }
     });
 
@@ -187,9 +186,21 @@ void CChartFormView::ShowNotice() {
     } else if (!m_loader.AnswerError().empty() && summary.points == 0) {
         text = fmt::format("The service has no history for {}: {}", summary.symbol,
                            m_loader.AnswerError());
+    } else if (!m_loader.IncompleteReason().empty()) {
+        text = summary.points == 0
+                   ? fmt::format("Nothing to show for {}: {}.", summary.symbol,
+                                 m_loader.IncompleteReason())
+                   : fmt::format("{} ({}): the history is incomplete, {} after {}.", summary.symbol,
+                                 summary.dataType, m_loader.IncompleteReason(),
+                                 CHistoryProgress::CountText(m_loader.DataType(), summary.points));
+        text += " Use Reconnect to load it again.";
     } else if (!summary.complete) {
         text = fmt::format("Loading {} ({})... {} points received", summary.symbol,
                            summary.dataType, summary.points);
+        if (m_loader.Stalled()) {
+            text += fmt::format("; {}, still waiting",
+                                CChartLoader::StallText(m_loader.StallLimit(), summary.symbol));
+        }
     } else if (summary.points == 0) {
         text = fmt::format("No data points for {} ({}).", summary.symbol, summary.dataType);
     }

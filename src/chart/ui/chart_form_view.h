@@ -60,6 +60,12 @@ public:
     // Reads the request settings again (after the data settings page stored them).
     void ReloadRequestSettings() { m_loader.LoadSettings(); }
 
+    // The lookup connection stopped for `why`: the answer arriving ends with the points
+    // received, shown as an incomplete history, and so does every load until SetFeed.
+    void LookupStopped(const std::string& why) { m_loader.LookupStopped(why); }
+    // How long an answer may send nothing before the view says it stalled.
+    void SetStallLimit(std::chrono::milliseconds limit) { m_loader.SetStallLimit(limit); }
+
     // A lookup line of a history answer.
     void OnHistoryLine(const std::string& line);
     // A Level 1 line ('Q', 'P', 'F'): held back while loading.
