@@ -6,7 +6,7 @@
 
 std::string FeedStatusText(const SFeedState& state) {
     if (state.everConnected && !state.connected) {
-        return "Feed lost - restart Skychart to reconnect";
+        return "Feed lost - use Reconnect";
     }
     if (!state.symbolShown || !state.connected) {
         return {};

@@ -14,7 +14,7 @@ struct SFeedState {
     std::optional<double> secondsSinceUpdate;
 };
 
-// "Feed lost - restart Skychart to reconnect" once the connection went away (a dropped
-// connection stays closed until the application restarts); "Last update 12 s ago",
-// "Last update 3 min ago" or "No update yet" while a symbol is shown; empty otherwise.
+// "Feed lost - use Reconnect" once the connection went away (a dropped connection stays closed
+// until the user reconnects); "Last update 12 s ago", "Last update 3 min ago" or "No update yet"
+// while a symbol is shown; empty otherwise.
 std::string FeedStatusText(const SFeedState& state);

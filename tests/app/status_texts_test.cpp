@@ -12,7 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 
 TEST(FeedStatus, TellsAQuietMarketFromADeadFeed) {
-    const std::string lost = "Feed lost - restart Skychart to reconnect";
+    const std::string lost = "Feed lost - use Reconnect";
     // {ever connected, connected, symbol shown, seconds since the last update}
     const std::pair<SFeedState, std::string> cases[] = {
         {{}, ""}, // never connected, nothing shown
@@ -21,7 +21,7 @@ TEST(FeedStatus, TellsAQuietMarketFromADeadFeed) {
         {{true, true, true, 12.9}, "Last update 12 s ago"},
         {{true, true, true, 185.0}, "Last update 3 min ago"},
         {{true, true, true, 7300.0}, "Last update 2 h ago"},
-        // A dropped connection stays closed until a restart, whatever was shown.
+        // A dropped connection stays closed until Reconnect, whatever was shown.
         {{true, false, true, 7300.0}, lost},
         {{true, false, false, 7300.0}, lost}};
     for (const auto& [state, text] : cases) {

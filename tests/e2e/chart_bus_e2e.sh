@@ -4,7 +4,7 @@
 # in (its rows and header checked against the file and against "Skychart --export" of the same
 # chart), Render of a 640x480 PNG, DeletePoint and RestorePoints checked against the exports,
 # AddTrendline, Trendlines and DeleteAllTrendlines against the trendline file, and the error
-# replies of bad calls.
+# replies of bad calls, and Reconnect after the service was killed.
 # Usage: chart_bus_e2e.sh SKYCHART_EXECUTABLE
 # Exits 77 (skipped) when dbus-run-session or gdbus is missing.
 set -uo pipefail
@@ -42,6 +42,8 @@ wait_for 60 grep -qs "StatusBar: Connected to Kestrel\.\.\." "$log" || fail "nev
 grep -qF "as $name on the session bus" "$log" || fail "the bus name is not owned"
 gdbus introspect --session --dest "$name" --object-path /Skychart |
     grep -q "ExportSeries(in  s path," || fail "ExportSeries is not served"
+gdbus introspect --session --dest "$name" --object-path /Skychart |
+    grep -q "Reconnect()" || fail "Reconnect is not served"
 
 # Before a chart is loaded there is nothing to export, render, delete or restore.
 expect_error org.skychart.Chart.Error.NoChart "call Load first" ExportSeries "$home/early.csv"
@@ -149,6 +151,27 @@ minute_header() {
 wait_for 90 minute_header || fail "the minute bars were never exported: $(head -n 1 "$csv")"
 grep -qx "RequestIntervalIndex=4" "$conf" || fail "the interval was not stored"
 
+# The service killed: the window says so; Reconnect starts a new one, loads the chart again and
+# keeps its trendline.
+first=$(sed -n 2p "$csv" | cut -d, -f1)
+last=$(tail -n 1 "$csv" | cut -d, -f1)
+reply=$(chart AddTrendline Sloping "['$first', '$last']" "[10.5, 20.25]") ||
+    fail "AddTrendline on minute bars failed: $reply"
+old_portico=$(portico_pids)
+[[ -n "$old_portico" ]] || fail "no portico of Skychart's own"
+kill -9 $old_portico
+wait_for 30 grep -qs "StatusBar: The market-data service closed the .* - use Reconnect" "$log" ||
+    fail "the killed service is not named"
+at=$(wc -l <"$log")
+reply=$(chart Reconnect) || fail "Reconnect failed: $reply"
+reloaded() { tail -n "+$((at + 1))" "$log" | grep -q "StatusBar: [0-9]* datapoints available"; }
+wait_for 90 reloaded || fail "the chart was not loaded again after Reconnect"
+new_portico=$(portico_pids)
+[[ -n "$new_portico" && "$new_portico" != "$old_portico" ]] || fail "no new portico was started"
+reply=$(chart Trendlines) || fail "Trendlines after Reconnect failed: $reply"
+grep -qF "\"$first\"" <<<"$reply" || fail "the trendline is gone after Reconnect: $reply"
+minute_header || fail "no minute bars exported after Reconnect"
+
 # Without a session bus the window loads as before and the log says once that bus control is
 # off.
 kill "$skychart_pid"
@@ -162,6 +185,6 @@ wait_for 60 grep -qsE "StatusBar: [0-9]+ datapoints available\." "$log" ||
 (($(grep -c "Bus control is off" "$log") == 1)) || fail "bus control off not logged once"
 
 echo "PASS: Load, ExportSeries ($rows rows), Render, DeletePoint, RestorePoints, the trendline" \
-    "calls and the error replies over the session bus"
+    "calls, Reconnect and the error replies over the session bus"
 cleanup
 exit 0

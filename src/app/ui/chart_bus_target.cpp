@@ -46,7 +46,9 @@ SBusMethodResult CChartBusTarget::BusLoad(const std::string& symbol, const std::
 
 SChartBusReply CChartBusTarget::CheckLoaded() const {
     const CChartLoader& loader = m_frame.ChartLoader();
-    return CheckChartBusLoaded(loader.Symbol(), loader.Loading() && !loader.AnswerEnded(),
+    // Until the progress timer has shown the history, the chart's trendlines are not anchored
+    // to it: the chart counts as loading.
+    return CheckChartBusLoaded(loader.Symbol(), !loader.HistoryShown(),
                                loader.History().GetCount());
 }
 
