@@ -102,6 +102,27 @@ TEST_F(Progress, ANewLoadIsShownWholeOnceThenLivePointsOnlyWhenTaken) {
     EXPECT_EQ(sink.texts.size(), 3U);
 }
 
+TEST_F(Progress, AnAnswerCutShortIsShownWithItsCauseUntilTheNextLoad) {
+    EXPECT_EQ(CHistoryProgress::CountText(0, 1073083), "1,073,083 ticks");
+    EXPECT_EQ(CHistoryProgress::CountText(2, 1), "1 bar");
+    EXPECT_EQ(CHistoryProgress::CountText(3, 999), "999 bars");
+    EXPECT_EQ(CHistoryProgress::IncompleteText("it closed", 0, 0, 120), "No history: it closed.");
+    progress.StartNewLoad();
+    Add(1000);
+    history.SetHistoryComplete(true);
+    progress.SetIncomplete("it closed");
+    progress.OnTimer(history, 1, sink);
+    Add(1);
+    progress.OnTimer(history, 1, sink);
+    EXPECT_EQ(sink.texts,
+              (std::vector<std::string>{"History incomplete: it closed after 1,000 bars.  "
+                                        "Displaying 120.",
+                                        "History incomplete: it closed after 1,001 bars.  "
+                                        "Displaying 120."}));
+    progress.StartNewLoad();
+    EXPECT_EQ(progress.ShownText(1, 5, 120), "5 datapoints available.  Displaying 120.");
+}
+
 // The feed as the session sees it: the lookup connection is a plain client of the real portico;
 // the watches are noted.
 class LookupFeed : public IHistoryFeed {
