@@ -115,7 +115,8 @@ TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
          {"org.skychart.Skychart.pid", "gdbus call --session", "/Skychart",
           "org.skychart.Chart.Load", "ExportSeries(path) -> rows", "Render(path, width, height)",
           "DeletePoint(time) -> count", "RestorePoints() -> count",
-          "AddTrendline(kind, times, prices) -> count", "Trendlines() -> JSON", kInvalid}) {
+          "AddTrendline(kind, times, prices) -> count", "Trendlines() -> JSON", "Reconnect()",
+          "SKYCHART_STALL_SECONDS", kInvalid}) {
         EXPECT_NE(usage.find(text), std::string::npos) << text;
     }
 }
