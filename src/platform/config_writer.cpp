@@ -1,16 +1,15 @@
 #include "platform/config_writer.h"
 
 #include "core/prompt.h"
+#include "platform/file_replace.h"
 #include "platform/registry_paths.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QSettings>
 #include <QStringConverter>
-#include <QTemporaryFile>
 #include <QVariant>
 
 #include <spdlog/spdlog.h>
@@ -115,6 +114,48 @@ std::string ContentProblem(const QByteArray& content) {
     return {};
 }
 
+// What keeps `file` from being read, or empty with its bytes in `content` (none when there is
+// no file). The checks of SettingsFileProblem that need no parse.
+std::string ReadProblem(const QString& file, QByteArray& content) {
+    content.clear();
+    const QFileInfo info(file);
+    if (!info.exists() && !info.isSymLink()) {
+        return {};
+    }
+    if (!info.isFile()) {
+        return "it is not a regular file";
+    }
+    QFile reading(file);
+    if (!reading.open(QIODevice::ReadOnly)) {
+        return "it cannot be opened: " + ToStd(reading.errorString());
+    }
+    content = reading.readAll();
+    if (reading.error() != QFileDevice::NoError) {
+        return "it cannot be read: " + ToStd(reading.errorString());
+    }
+    return ContentProblem(content);
+}
+
+// What QSettings' own reading of a file finds wrong with it, or empty.
+std::string ParsedProblem(const QSettings& settings) {
+    if (settings.status() == QSettings::FormatError) {
+        return "QSettings reports a format error";
+    }
+    // A key with an empty part is written back as a line without a key (or ending in a slash),
+    // which the next parse rejects. A backslash at the end of a ';' comment continues no line for
+    // QSettings, and a backslash escapes the line end or the next character anywhere else: such
+    // keys come from lines that look well formed one by one, so QSettings' own reading decides.
+    for (const QString& key : settings.allKeys()) {
+        if (key.isEmpty() || key.startsWith('/') || key.endsWith('/') || key.contains("//")) {
+            QString shown = key;
+            shown.replace('\n', "\\n").replace('\r', "\\r");
+            return "it holds a key with an empty name (\"" + ToStd(shown) +
+                   "\" as QSettings reads it), which would be written back unreadable";
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 QString SetAsideUnreadableFile(const QString& file, int& error) {
@@ -152,23 +193,6 @@ QString SetAsideUnreadableFile(const QString& file, int& error) {
 
 namespace {
 
-// QSettings reads a file that starts with a UTF-8 byte order mark but reports a format error when
-// it writes to it (dropping the mark). The mark is taken off first, the rest left byte for byte.
-bool DropByteOrderMark(const QString& file) {
-    QFile reading(file);
-    if (!reading.open(QIODevice::ReadOnly)) {
-        return true; // a missing file is made by QSettings
-    }
-    if (reading.peek(3) != "\xEF\xBB\xBF") {
-        return true;
-    }
-    const QByteArray content = reading.readAll().mid(3);
-    reading.close();
-    QSaveFile writing(file);
-    return writing.open(QIODevice::WriteOnly) && writing.write(content) == content.size() &&
-           writing.commit();
-}
-
 // A stored value as the text the settings table holds; none when it is not a text.
 std::optional<std::string> TextOf(const QVariant& value) {
     switch (value.typeId()) {
@@ -192,15 +216,47 @@ CConfigWriter::CConfigWriter()
 CConfigWriter::CConfigWriter(QString file, QString section)
     : m_file(std::move(file)), m_section(std::move(section)) {}
 
-std::string CConfigWriter::Read(const std::string& key, const std::string& defaultText) {
-    QSettings settings(m_file, QSettings::IniFormat);
+const std::map<QString, QVariant>& CConfigWriter::Snapshot() {
+    QByteArray content;
+    QFile reading(m_file);
+    if (reading.open(QIODevice::ReadOnly)) {
+        content = reading.readAll();
+    }
+    if (m_snapshotTaken && content == m_snapshotContent) {
+        return m_snapshot;
+    }
+    m_snapshot.clear();
+    m_snapshotContent = content;
+    m_snapshotTaken = true;
+    if (content.isEmpty()) {
+        return m_snapshot;
+    }
+    CScratchFolder scratch;
+    const QString copy = scratch.NewFile(".conf");
+    QFile writing(copy);
+    if (!scratch.Made() || !writing.open(QIODevice::WriteOnly) ||
+        writing.write(content) != content.size() || !writing.flush()) {
+        spdlog::error("Settings in {} not read: no scratch copy could be made ({})", ToStd(m_file),
+                      ToStd(writing.errorString()));
+        m_snapshotTaken = false;
+        return m_snapshot;
+    }
+    writing.close();
+    QSettings settings(copy, QSettings::IniFormat);
     settings.beginGroup(m_section);
-    const QVariant value = settings.value(QString::fromStdString(key));
-    settings.endGroup();
-    if (!value.isValid()) {
+    for (const QString& key : settings.allKeys()) {
+        m_snapshot.emplace(key, settings.value(key));
+    }
+    return m_snapshot;
+}
+
+std::string CConfigWriter::Read(const std::string& key, const std::string& defaultText) {
+    const std::map<QString, QVariant>& stored = Snapshot();
+    const auto found = stored.find(QString::fromStdString(key));
+    if (found == stored.end()) {
         return defaultText;
     }
-    if (const std::optional<std::string> text = TextOf(value)) {
+    if (const std::optional<std::string> text = TextOf(found->second)) {
         return *text;
     }
     spdlog::warn("Setting \"{}\" in {} is not a text; the default \"{}\" is used", key,
@@ -213,8 +269,8 @@ bool CConfigWriter::Write(const std::string& key, const std::string& value) {
 }
 
 bool CConfigWriter::WriteAll(const std::vector<std::pair<std::string, std::string>>& values) {
+    m_lastError = 0;
     if (values.empty()) {
-        m_lastError = 0;
         return true;
     }
     const std::string what = values.size() == 1 ? "Setting \"" + values.front().first + "\""
@@ -223,98 +279,101 @@ bool CConfigWriter::WriteAll(const std::vector<std::pair<std::string, std::strin
         m_lastError = m_refuseError;
         return false;
     }
+    const auto fail = [this, &what](int error, const std::string& why) {
+        spdlog::error("{} not written to {}: {}", what, ToStd(m_file), why);
+        m_lastError = error;
+        return false;
+    };
+    const QString folder = QFileInfo(ReplacedPath(m_file)).absolutePath();
+    if (!QDir().mkpath(folder)) {
+        return fail(EACCES, "its folder cannot be made");
+    }
+    // One writer at a time reads, changes and replaces the file. The lock goes with the
+    // process, so a killed writer leaves nothing that holds up the next.
+    const CFolderLock lock(folder);
+    if (!lock.Locked()) {
+        return fail(lock.Error(),
+                    std::string("its folder cannot be locked: ") + std::strerror(lock.Error()));
+    }
     // A file that has become unreadable since start-up is left as it is rather than rewritten
     // from what QSettings could make of it.
-    const std::string problem = SettingsFileProblem(m_file);
+    QByteArray content;
+    std::string problem = ReadProblem(m_file, content);
     if (!problem.empty()) {
-        spdlog::error("{} not written: {} cannot be read ({})", what, ToStd(m_file), problem);
-        m_lastError = EILSEQ;
-        return false;
+        return fail(EILSEQ, "it cannot be read (" + problem + ")");
     }
-    // Values the file already holds are not written again: the file is rewritten only for a
-    // change, never reformatted behind the user's back.
-    std::vector<std::pair<QString, QString>> changed;
+    // QSettings reads the file and writes the change into a copy of its own, with its lock
+    // beside the copy; the file itself is then replaced by the copy in one step. A kill leaves
+    // it as it was or with every one of `values`, never a part of them.
+    CScratchFolder scratch;
+    if (!scratch.Made()) {
+        return fail(errno, std::string("no scratch folder: ") + std::strerror(errno));
+    }
+    const QString copy = scratch.NewFile(".conf");
     {
-        QSettings current(m_file, QSettings::IniFormat);
-        current.beginGroup(m_section);
-        for (const auto& [key, value] : values) {
-            const QVariant stored = current.value(QString::fromStdString(key));
-            if (!stored.isValid() || TextOf(stored) != value) {
-                changed.emplace_back(QString::fromStdString(key), QString::fromStdString(value));
-            }
+        // QSettings reads a leading byte order mark but reports a format error when it writes
+        // over one; the rest is kept byte for byte.
+        const QByteArray body = content.startsWith("\xEF\xBB\xBF") ? content.mid(3) : content;
+        QFile writing(copy);
+        if (!writing.open(QIODevice::WriteOnly) || writing.write(body) != body.size() ||
+            !writing.flush()) {
+            return fail(EIO, "no scratch copy: " + ToStd(writing.errorString()));
         }
     }
-    if (changed.empty()) {
-        m_lastError = 0;
-        return true;
+    {
+        QSettings settings(copy, QSettings::IniFormat);
+        problem = ParsedProblem(settings);
+        if (!problem.empty()) {
+            return fail(EILSEQ, "it cannot be read (" + problem + ")");
+        }
+        // Values the file already holds are not written again: the file is rewritten only for a
+        // change, never reformatted behind the user's back.
+        settings.beginGroup(m_section);
+        bool changed = false;
+        for (const auto& [key, value] : values) {
+            const QString name = QString::fromStdString(key);
+            const QVariant stored = settings.value(name);
+            if (!stored.isValid() || TextOf(stored) != value) {
+                settings.setValue(name, QString::fromStdString(value));
+                changed = true;
+            }
+        }
+        settings.endGroup();
+        if (!changed) {
+            return true;
+        }
+        settings.sync();
+        if (settings.status() != QSettings::NoError) {
+            return fail(ErrnoOf(settings.status()), "QSettings could not write its copy");
+        }
     }
-    if (!DropByteOrderMark(m_file)) {
-        m_lastError = EACCES;
-        return false;
+    QFile reading(copy);
+    if (!reading.open(QIODevice::ReadOnly)) {
+        return fail(EIO, "its copy cannot be read back: " + ToStd(reading.errorString()));
     }
-    QSettings settings(m_file, QSettings::IniFormat);
-    if (!settings.isWritable()) {
-        m_lastError = EACCES;
-        return false;
+    int error = 0;
+    if (!ReplaceFile(m_file, reading.readAll(), error)) {
+        return fail(error, std::strerror(error));
     }
-    if (settings.status() == QSettings::FormatError) {
-        spdlog::error("{} not written: QSettings cannot parse {}", what, ToStd(m_file));
-        m_lastError = EILSEQ;
-        return false;
-    }
-    settings.beginGroup(m_section);
-    for (const auto& [key, value] : changed) {
-        settings.setValue(key, value);
-    }
-    settings.endGroup();
-    settings.sync();
-    m_lastError = ErrnoOf(settings.status());
-    return m_lastError == 0;
+    return true;
 }
 
 std::string SettingsFileProblem(const QString& file) {
-    const QFileInfo info(file);
-    if (!info.exists() && !info.isSymLink()) {
-        return {};
-    }
-    if (!info.isFile()) {
-        return "it is not a regular file";
-    }
-    QFile reading(file);
-    if (!reading.open(QIODevice::ReadOnly)) {
-        return "it cannot be opened: " + ToStd(reading.errorString());
-    }
-    const QByteArray content = reading.readAll();
-    if (reading.error() != QFileDevice::NoError) {
-        return "it cannot be read: " + ToStd(reading.errorString());
-    }
-    reading.close();
-    std::string problem = ContentProblem(content);
-    if (!problem.empty()) {
+    QByteArray content;
+    std::string problem = ReadProblem(file, content);
+    if (!problem.empty() || content.isEmpty()) {
         return problem;
     }
     // QSettings reports a format error only while it parses a file anew: it keeps parsed files
     // by name, and a second look at an unchanged file finds no error. The content is parsed
     // under a name of its own, so that every check sees what the first one saw.
-    QTemporaryFile copy(QDir::tempPath() + "/skychart-settings-check-XXXXXX.conf");
-    const bool copied = copy.open() && copy.write(content) == content.size() && copy.flush();
+    CScratchFolder scratch;
+    QFile copy(scratch.NewFile(".conf"));
+    const bool copied = scratch.Made() && copy.open(QIODevice::WriteOnly) &&
+                        copy.write(content) == content.size() && copy.flush();
+    copy.close();
     QSettings settings(copied ? copy.fileName() : file, QSettings::IniFormat);
-    if (settings.status() == QSettings::FormatError) {
-        return "QSettings reports a format error";
-    }
-    // A key with an empty part is written back as a line without a key (or ending in a slash),
-    // which the next parse rejects. A backslash at the end of a ';' comment continues no line for
-    // QSettings, and a backslash escapes the line end or the next character anywhere else: such
-    // keys come from lines that look well formed one by one, so QSettings' own reading decides.
-    for (const QString& key : settings.allKeys()) {
-        if (key.isEmpty() || key.startsWith('/') || key.endsWith('/') || key.contains("//")) {
-            QString shown = key;
-            shown.replace('\n', "\\n").replace('\r', "\\r");
-            return "it holds a key with an empty name (\"" + ToStd(shown) +
-                   "\" as QSettings reads it), which would be written back unreadable";
-        }
-    }
-    return {};
+    return ParsedProblem(settings);
 }
 
 SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt,
@@ -331,6 +390,9 @@ SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt, cons
     load.writer = std::make_shared<CConfigWriter>(file);
     if (access == ESettingsAccess::ReadOnly) {
         load.writer->RefuseWrites(EROFS);
+    } else {
+        RemoveStaleScratchFolders();
+        RemoveReplaceLeftovers(file);
     }
     const std::string problem = SettingsFileProblem(file);
     if (problem.empty()) {

@@ -2,8 +2,11 @@
 
 #include "core/settings.h"
 
+#include <QByteArray>
 #include <QString>
+#include <QVariant>
 
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,8 +15,10 @@
 class IPrompt;
 
 // The registry mirror of the settings table: the group "ApplicationSettings" of the INI file
-// CRegistryPaths::ApplicationFile("Skychart"). Every read and write opens the file afresh, and
-// every write is synced at once. Texts go in and come out unchanged, commas included.
+// CRegistryPaths::ApplicationFile("Skychart"). Every read and write looks at the file afresh.
+// A write replaces the file in one step, synced to disk before it returns: a kill at any moment
+// leaves the file with all or none of one write's values, and nothing beside it. Texts go in and
+// come out unchanged, commas included.
 class CConfigWriter : public CConfigWriterMux {
 public:
     CConfigWriter();
@@ -33,10 +38,16 @@ public:
     const QString& File() const { return m_file; }
 
 private:
+    // The section's values as the file holds them now; parsed again only when its bytes changed.
+    const std::map<QString, QVariant>& Snapshot();
+
     QString m_file;
     QString m_section;
     int m_lastError = 0;
     int m_refuseError = 0;
+    bool m_snapshotTaken = false;
+    QByteArray m_snapshotContent;
+    std::map<QString, QVariant> m_snapshot;
 };
 
 // What start-up found in the settings file.
@@ -56,7 +67,8 @@ enum class ESettingsAccess {
 // mirror, with its default. An unreadable settings file (see SettingsFileProblem) is renamed beside
 // itself to "<file>.unreadable-YYYYMMDD-HHMMSS" (never over an existing file), the user is told
 // once through `prompt`, and the defaults are used. The table is never written back here.
-// ReadOnly leaves an unreadable file where it is, and its mirror refuses every write.
+// ReadOnly leaves an unreadable file where it is, and its mirror refuses every write. ReadWrite
+// first clears what killed runs left of their writes.
 SSettingsLoad LoadApplicationSettings(CSettings& settings, IPrompt& prompt,
                                       ESettingsAccess access = ESettingsAccess::ReadWrite);
 // The same for another settings file (tests).
