@@ -5,6 +5,7 @@
 #include "app/ui/export_runner.h"
 #include "app/ui/guarded_application.h"
 #include "app/ui/main_frame.h"
+#include "app/ui/settings_drill.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
 #include "platform/registry_paths.h"
@@ -72,6 +73,9 @@ int main(int argc, char** argv) {
     CChartsApp charts;
     if (!charts.InitInstance(commandLine, argv[0])) {
         return 1;
+    }
+    if (const int rounds = SettingsDrillRounds(); rounds > 0 && charts.MainFrame() != nullptr) {
+        StartSettingsDrill(*charts.MainFrame(), rounds);
     }
     return QApplication::exec();
 }

@@ -55,6 +55,13 @@ void SyncFolder(const QByteArray& folder) {
     }
 }
 
+// Where scratch folders go: the user's runtime folder (memory, as a rule, so the syncs QSettings
+// makes there cost nothing), else the temporary folder.
+QString ScratchBase() {
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return !runtime.isEmpty() && QFileInfo(runtime).isDir() ? runtime : QDir::tempPath();
+}
+
 QString LeftoverPrefix(const QString& target) {
     return QFileInfo(target).fileName() + QStringLiteral(".new-");
 }
@@ -161,7 +168,7 @@ void RemoveReplaceLeftovers(const QString& file) {
 }
 
 CScratchFolder::CScratchFolder() {
-    QByteArray pattern = QFile::encodeName(QDir::tempPath() + "/" + kScratchPrefix) +
+    QByteArray pattern = QFile::encodeName(ScratchBase() + "/" + kScratchPrefix) +
                          QByteArray::number(::getpid()) + "-XXXXXX";
     if (::mkdtemp(pattern.data()) != nullptr) {
         m_path = QFile::decodeName(pattern);
@@ -179,7 +186,7 @@ QString CScratchFolder::NewFile(const QString& suffix) {
 }
 
 void RemoveStaleScratchFolders() {
-    const QDir temp(QDir::tempPath());
+    const QDir temp(ScratchBase());
     const uid_t me = ::getuid();
     for (const QString& name : temp.entryList({kScratchPrefix + "*"}, QDir::Dirs | QDir::Hidden)) {
         const unsigned pid = PidAfter(name, kScratchPrefix);

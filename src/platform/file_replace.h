@@ -38,10 +38,10 @@ bool ReplaceFile(const QString& file, const QByteArray& content, int& error);
 // no longer exists.
 void RemoveReplaceLeftovers(const QString& file);
 
-// A folder of the process's own under the temporary folder, for files that only this process
-// reads or writes (QSettings parses and writes a copy here, with its lock beside the copy).
-// Removed with its content when the object goes away; RemoveStaleScratchFolders removes those of
-// runs that were killed.
+// A folder of the process's own in $XDG_RUNTIME_DIR (or the temporary folder), for files that only
+// this process reads or writes (QSettings parses and writes a copy here, with its lock beside the
+// copy). Removed with its content when the object goes away; RemoveStaleScratchFolders removes
+// those of runs that were killed.
 class CScratchFolder {
 public:
     CScratchFolder();
