@@ -76,7 +76,9 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
     EXPECT_EQ(Count(), 100);
     EXPECT_TRUE(frame().ChartView()->HistoryShown());
     // The panes stop saying that all is well, and the progress never writes over the cause.
-    ASSERT_TRUE(WaitFor([&] { return Pane("Connection") == "Not Connected"; }, 10s));
+    ASSERT_TRUE(
+        WaitFor([&] { return Pane("Connection") == "Lookup lost: closed by the service"; }, 10s))
+        << Pane("Connection");
     EXPECT_TRUE(Pane("FeedState").starts_with("Feed lost")) << Pane("FeedState");
     EXPECT_TRUE(Status().starts_with("History incomplete:")) << Status();
 

@@ -1,31 +1,73 @@
-// The texts the shell shows: the feed status, the export mode's progress line on a terminal
-// (rewritten in place, throttled, ended once) and the recent symbols of the symbol box.
+// The texts the shell shows: the connection and feed panes, the export mode's progress line on a
+// terminal (rewritten in place, throttled, ended once) and the recent symbols of the symbol box.
 
 #include "app/feed_status.h"
 #include "app/progress_line.h"
 #include "app/recent_symbols.h"
+#include "feed/feed_connections.h"
 
 #include <gtest/gtest.h>
+
+#include <cerrno>
 
 namespace {
 
 using namespace std::chrono_literals;
 
-TEST(FeedStatus, TellsAQuietMarketFromADeadFeed) {
+TEST(FeedStatus, EachPaneNamesItsStateAndALostConnectionSaysWhichAndWhy) {
+    constexpr int kLevel1 = CFeedConnections::kLevel1;
+    constexpr int kLookup = CFeedConnections::kLookup;
+    constexpr int kAdmin = CFeedConnections::kAdmin;
+    const SConnectionState up[] = {
+        {kLevel1, true, true, true}, {kLookup, true, true, true}, {kAdmin, true, true, true}};
+    // The three connections up, except `changed`.
+    const auto with = [&](std::vector<SConnectionState> changed, std::string service,
+                          bool symbol = false, std::optional<double> age = {}) {
+        SFeedState state{std::move(service), {std::begin(up), std::end(up)}, symbol, age};
+        for (const SConnectionState& connection : changed) {
+            for (SConnectionState& held : state.connections) {
+                held = held.kind == connection.kind ? connection : held;
+            }
+        }
+        return state;
+    };
     const std::string lost = "Feed lost - use Reconnect";
-    // {ever connected, connected, symbol shown, seconds since the last update}
-    const std::pair<SFeedState, std::string> cases[] = {
-        {{}, ""}, // never connected, nothing shown
-        {{true, true, false, {}}, ""},
-        {{true, true, true, {}}, "No update yet"},
-        {{true, true, true, 12.9}, "Last update 12 s ago"},
-        {{true, true, true, 185.0}, "Last update 3 min ago"},
-        {{true, true, true, 7300.0}, "Last update 2 h ago"},
-        // A dropped connection stays closed until Reconnect, whatever was shown.
-        {{true, false, true, 7300.0}, lost},
-        {{true, false, false, 7300.0}, lost}};
-    for (const auto& [state, text] : cases) {
-        EXPECT_EQ(FeedStatusText(state), text) << state.connected << state.symbolShown;
+    const std::string waiting = "Waiting for the market-data service";
+    const struct {
+        SFeedState state;
+        std::string connection, feed;
+    } cases[] = {
+        {{}, "Not Connected", waiting}, // no feed at all
+        {with({{kLevel1}, {kLookup}}, "Not Connected"), "Not Connected", waiting},
+        // The service is ready before the chart's own connections are.
+        {with({{kLevel1, true}}, "Connected"), "Not Connected", waiting},
+        {with({}, "Connected"), "Connected", "No symbol watched"},
+        {with({}, "Connected", true), "Connected", "No update yet"},
+        {with({}, "Connected", true, 12.9), "Connected", "Last update 12 s ago"},
+        {with({}, "Connected", true, 185.0), "Connected", "Last update 3 min ago"},
+        {with({}, "Connected", true, 7300.0), "Connected", "Last update 2 h ago"},
+        // The service itself loses its feed: its own words.
+        {with({}, "Not Connected", true, 5.0), "Not Connected", waiting},
+        // A line too long leaves the socket connected but deaf.
+        {with({{kLevel1, true, true, true, ESocketFault::LineTooLong}}, "Connected", true, 3.0),
+         "Level 1 lost: a line over 64 KiB", lost},
+        {with({{kLookup, true, false, true, ESocketFault::ClosedByPeer, ECONNRESET}}, "Connected"),
+         "Lookup lost: closed by the service (Connection reset by peer)", lost},
+        {with({{kAdmin, true, false, false, ESocketFault::ConnectFailed, ECONNREFUSED}},
+              "Not Connected"),
+         "Admin lost: cannot connect (Connection refused)", lost},
+        // Closed without a fault after it was up, and two lost at once.
+        {with({{kLookup, true, false, true}}, "Connected"), "Lookup lost: closed", lost},
+        {with({{kLevel1, true, true, true, ESocketFault::LineTooLong},
+               {kLookup, true, false, true, ESocketFault::ClosedByPeer}},
+              "Connected"),
+         "Level 1 lost: a line over 64 KiB; Lookup lost: closed by the service", lost}};
+    for (const auto& [state, connection, feed] : cases) {
+        const SStatusPaneTexts texts = StatusPaneTexts(state);
+        EXPECT_EQ(texts.connection, connection) << feed;
+        EXPECT_EQ(texts.feed, feed) << connection;
+        EXPECT_EQ(texts.lost, feed == lost) << connection;
+        EXPECT_EQ(texts.counting, feed.starts_with("Last update")) << feed;
     }
 }
 

@@ -9,6 +9,7 @@
 #include "app/ui/chart_settings_sheet.h"
 #include "app/ui/home_ribbon.h"
 #include "app/ui/ribbon_bar.h"
+#include "app/ui/status_pane.h"
 #include "base/error.h"
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
@@ -108,11 +109,12 @@ bool CMainFrame::Create() {
     m_view->Canvas().SetStudies(std::move(studies));
     setCentralWidget(m_view);
 
-    m_symbolPane = AddStatusPane("Symbol", 90);
-    m_chartTypePane = AddStatusPane("Chart Type", 150);
-    m_connectionPane = AddStatusPane("Not Connected", 110);
+    // Wide enough for the usual texts; longer ones are elided, whole in the tooltip.
+    m_symbolPane = AddStatusPane("Symbol", "@ESZ26");
+    m_chartTypePane = AddStatusPane("Chart Type", "10-Minute Candlestick");
+    m_connectionPane = AddStatusPane("Not Connected", "Lookup lost: closed by the service");
     m_connectionPane->setObjectName("Connection");
-    m_feedPane = AddStatusPane("", 260);
+    m_feedPane = AddStatusPane("", "Waiting for the market-data service");
     m_feedPane->setObjectName("FeedState");
     m_feedTimer = new QTimer(this);
     m_feedTimer->setInterval(1000);
@@ -127,6 +129,7 @@ bool CMainFrame::Create() {
     MakeFeedCommands();
     MakeTrendlines();
     UpdateStatusPanes();
+    ShowFeedState();
 
     m_workspaceBus = new CWorkspaceBus(this);
     connect(m_workspaceBus, &CWorkspaceBus::SaveRequested, this,
@@ -422,7 +425,7 @@ void CMainFrame::UpdateStatusPanes() {
     if (m_symbolPane == nullptr || m_home.typeCombo == nullptr) {
         return;
     }
-    m_symbolPane->setText(m_currentSymbol.empty() ? QString("Symbol")
+    m_symbolPane->SetText(m_currentSymbol.empty() ? QString("Symbol")
                                                   : QString::fromStdString(m_currentSymbol));
     QString chartType = m_home.typeCombo->currentText();
     if (m_home.typeCombo->currentData().toInt() == 1) {
@@ -431,7 +434,7 @@ void CMainFrame::UpdateStatusPanes() {
     if (m_home.typeCombo->currentData().toInt() != 0) {
         chartType += " " + m_home.styleCombo->currentText();
     }
-    m_chartTypePane->setText(chartType);
+    m_chartTypePane->SetText(chartType);
     // The interval only matters for minute bars.
     m_home.intervalCombo->setEnabled(m_home.typeCombo->currentData().toInt() == 1);
 }

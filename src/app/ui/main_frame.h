@@ -20,6 +20,7 @@ class CChartHistRequest;
 class CSettingSheet;
 class CFeedConnections;
 class CStudyPanes;
+class CStatusPane;
 class CSymbolSearchDlg;
 class CWorkspaceBus;
 class QComboBox;
@@ -180,11 +181,12 @@ private:
     bool m_filling = false; // combo changes that the settings already hold
 
     SHomeRibbon m_home;
-    QLabel* m_symbolPane = nullptr;
-    QLabel* m_chartTypePane = nullptr;
-    QLabel* m_connectionPane = nullptr;
-    // The feed's state and the age of the shown symbol's last update, every second.
-    QLabel* m_feedPane = nullptr;
+    CStatusPane* m_symbolPane = nullptr;
+    CStatusPane* m_chartTypePane = nullptr;
+    // The connections' state and the feed's, with the age of the shown symbol's last update:
+    // every second, and at once when a connection or the service's status changes.
+    CStatusPane* m_connectionPane = nullptr;
+    CStatusPane* m_feedPane = nullptr;
     QTimer* m_feedTimer = nullptr;
     void ShowFeedState();
     QToolButton* m_reconnectButton = nullptr;

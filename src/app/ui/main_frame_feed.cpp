@@ -4,6 +4,7 @@
 
 #include "app/feed_status.h"
 #include "app/ui/main_frame.h"
+#include "app/ui/status_pane.h"
 #include "base/error.h"
 #include "chart/ui/chart_form_view.h"
 #include "core/settings.h"
@@ -14,7 +15,6 @@
 #include "platform/qt_feed.h"
 
 #include <QComboBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QStatusBar>
 #include <QToolButton>
@@ -64,7 +64,6 @@ bool CMainFrame::Reconnect() {
     m_feed.reset();
     m_serviceReady = false;
     m_reconnecting = true;
-    m_connectionPane->setText(QStringLiteral("Not Connected"));
     SetStatusText("Reconnecting to Kestrel...");
     m_feed = MakeQtFeedConnections(*this, Prompt());
     m_view->SetFeed(m_feed.get());
@@ -104,6 +103,7 @@ void CMainFrame::OnServiceIp() {
     m_home.symbolCombo->setFocus(Qt::OtherFocusReason);
     m_home.symbolCombo->lineEdit()->selectAll();
     m_serviceReady = true;
+    ShowFeedState();
     emit ServiceReadyReached();
 }
 
@@ -134,46 +134,29 @@ void CMainFrame::OnSymbolNotFound(const std::string& line) {
 }
 
 void CMainFrame::ShowFeedState() {
-    SFeedState state;
-    if (m_feed != nullptr) {
-        // The feed is lost once any connection that was up is down: without the lookup
-        // connection nothing loads, without the admin one the service's state is unknown.
-        bool lost = false;
-        for (const int kind :
-             {CFeedConnections::kLevel1, CFeedConnections::kLookup, CFeedConnections::kAdmin}) {
-            if (const SKestrelSocketStats* stats = m_feed->ConnectionStatistics(kind)) {
-                const bool ever = stats->connectedAt != std::chrono::system_clock::time_point{};
-                lost = lost || (ever && !stats->IsConnected());
-                if (kind == CFeedConnections::kLevel1) {
-                    state.everConnected = ever;
-                    state.connected = stats->IsConnected();
-                }
-            }
-        }
-        state.everConnected = state.everConnected || lost;
-        state.connected = state.connected && !lost;
+    if (m_connectionPane == nullptr) {
+        return;
     }
+    SFeedState state = ReadFeedState(m_feed.get());
     state.symbolShown = m_view != nullptr && !m_view->Symbol().empty();
     if (state.symbolShown && m_view->LastUpdate()) {
         state.secondsSinceUpdate =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - *m_view->LastUpdate())
                 .count();
     }
-    const QString text = QString::fromStdString(FeedStatusText(state));
-    if (m_feedPane->text() != text) {
-        m_feedPane->setText(text);
-        if (state.everConnected && !state.connected) {
-            // The service's last statistics line no longer holds.
-            m_connectionPane->setText(QStringLiteral("Not Connected"));
-            spdlog::warn("{}", text.toStdString());
-        }
+    const SStatusPaneTexts texts = StatusPaneTexts(state);
+    // Each text is logged once, when it appears; the age of the last update is not news.
+    if (m_connectionPane->SetText(QString::fromStdString(texts.connection))) {
+        spdlog::log(texts.lost ? spdlog::level::warn : spdlog::level::info, "Connection: {}",
+                    texts.connection);
+    }
+    if (m_feedPane->SetText(QString::fromStdString(texts.feed)) && !texts.counting) {
+        spdlog::log(texts.lost ? spdlog::level::warn : spdlog::level::info, "Feed: {}", texts.feed);
     }
 }
 
-void CMainFrame::OnServiceStatus(const std::string& status) {
-    if (m_connectionPane != nullptr) {
-        m_connectionPane->setText(QString::fromStdString(status));
-    }
+void CMainFrame::OnServiceStatus(const std::string& /*status*/) {
+    ShowFeedState();
 }
 
 void CMainFrame::OnFeedFault(const SFeedFault& fault) {
@@ -184,4 +167,5 @@ void CMainFrame::OnFeedFault(const SFeedFault& fault) {
         // The answer arriving ends with what came; the progress shows it as incomplete.
         m_view->LookupStopped(DescribeFeedFault(fault));
     }
+    ShowFeedState();
 }

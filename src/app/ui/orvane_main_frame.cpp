@@ -1,10 +1,10 @@
 #include "app/ui/orvane_main_frame.h"
 
 #include "app/ui/ribbon_bar.h"
+#include "app/ui/status_pane.h"
 #include "core/app_log.h"
 #include "core/settings.h"
 
-#include <QLabel>
 #include <QStatusBar>
 
 COrvaneMainFrame::COrvaneMainFrame(IPrompt& prompt, CSettings& settings,
@@ -17,7 +17,8 @@ bool COrvaneMainFrame::CreateFrameBase() {
     m_ribbon = new CRibbonBar(this);
     setMenuWidget(m_ribbon);
 
-    m_statusText = new QLabel(this);
+    // The message takes whatever room the panes leave.
+    m_statusText = new CStatusPane(QString(), QStringLiteral("Ready..."), this);
     m_statusText->setObjectName("StatusText");
     statusBar()->addWidget(m_statusText, 1);
     SetStatusText("Ready...");
@@ -27,20 +28,17 @@ bool COrvaneMainFrame::CreateFrameBase() {
     return true;
 }
 
-QLabel* COrvaneMainFrame::AddStatusPane(const QString& name, int minimumWidth) {
-    auto* pane = new QLabel(name, this);
+CStatusPane* COrvaneMainFrame::AddStatusPane(const QString& name, const QString& widest) {
+    auto* pane = new CStatusPane(name, widest, this);
     pane->setObjectName(name);
-    pane->setMinimumWidth(minimumWidth);
     pane->setAlignment(Qt::AlignCenter);
-    pane->setToolTip(name);
     statusBar()->addPermanentWidget(pane);
     return pane;
 }
 
 void COrvaneMainFrame::SetStatusText(const std::string& text) {
-    LogStatusBar(text);
-    if (m_statusText != nullptr) {
-        m_statusText->setText(QString::fromStdString(text));
+    if (m_statusText == nullptr || m_statusText->SetText(QString::fromStdString(text))) {
+        LogStatusBar(text);
     }
 }
 

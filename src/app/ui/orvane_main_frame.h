@@ -8,8 +8,8 @@
 class CConfigWriterMux;
 class CRibbonBar;
 class CSettings;
+class CStatusPane;
 class IPrompt;
-class QLabel;
 
 // The suite's frame base: the ribbon above, the status bar below (first text "Ready..."), the
 // settings table of the application and its mirror, which it publishes to the table when the
@@ -22,8 +22,9 @@ public:
                      QWidget* parent = nullptr);
     ~COrvaneMainFrame() override;
 
-    // The message text of the status bar; also written to the log.
+    // The message text of the status bar; written to the log when it changes.
     void SetStatusText(const std::string& text);
+    // The whole message text, however much of it the status bar has room for.
     std::string StatusText() const;
 
     CRibbonBar* Ribbon() const { return m_ribbon; }
@@ -33,13 +34,14 @@ public:
 protected:
     // Makes the ribbon and the status bar and publishes the settings mirror.
     bool CreateFrameBase();
-    // Adds a named pane at the right of the status bar.
-    QLabel* AddStatusPane(const QString& name, int minimumWidth);
+    // Adds a pane named `name` and showing it at the right of the status bar, as wide as
+    // `widest` needs while the window has room for it.
+    CStatusPane* AddStatusPane(const QString& name, const QString& widest);
 
 private:
     IPrompt& m_prompt;
     CSettings& m_settings;
     std::shared_ptr<CConfigWriterMux> m_writer;
     CRibbonBar* m_ribbon = nullptr;
-    QLabel* m_statusText = nullptr;
+    CStatusPane* m_statusText = nullptr;
 };
