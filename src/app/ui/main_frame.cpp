@@ -112,7 +112,7 @@ bool CMainFrame::Create() {
     // Wide enough for the usual texts; longer ones are elided, whole in the tooltip.
     m_symbolPane = AddStatusPane("Symbol", "@ESZ26");
     m_chartTypePane = AddStatusPane("Chart Type", "10-Minute Candlestick");
-    m_connectionPane = AddStatusPane("Not Connected", "Lookup lost: closed by the service");
+    m_connectionPane = AddStatusPane("Not Connected", "Level 1 lost: closed by the service");
     m_connectionPane->setObjectName("Connection");
     m_feedPane = AddStatusPane("", "Waiting for the market-data service");
     m_feedPane->setObjectName("FeedState");
