@@ -10,7 +10,6 @@
 
 #include <fmt/format.h>
 
-#include <climits>
 #include <functional>
 #include <string>
 #include <tuple>
@@ -319,10 +318,6 @@ TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
     bars.updater.SetExchangeFormat(false);
     EXPECT_FALSE(bars.updater.Apply(fundamental));
     EXPECT_EQ(bars.history.GetPriceTextWidth(), 41);
-    // A decimal count at the top of int holds the width there instead of wrapping.
-    EXPECT_FALSE(
-        bars.updater.Apply(fundamental.substr(0, fundamental.rfind(',') + 1) + "2147483647"));
-    EXPECT_EQ(bars.history.GetPriceTextWidth(), INT_MAX);
 }
 
 TEST(Level1Updater, HoldsOnlyTheSymbolsTradesWhileLoading) {

@@ -158,41 +158,6 @@ std::optional<std::vector<std::string>> LineClient::readAnswer(std::string_view 
     }
 }
 
-std::uint64_t LineClient::discardUntil(std::string_view marker, bool& found,
-                                       std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    found = false;
-    const std::string_view buffered = std::string_view(m_buffer).substr(m_offset);
-    std::uint64_t total = buffered.size();
-    if (buffered.find(marker) != std::string_view::npos) {
-        found = true;
-    }
-    // The last marker.size() - 1 bytes seen, to find a marker split across two reads.
-    std::string tail(buffered.substr(buffered.size() - std::min(buffered.size(), marker.size())));
-    m_buffer.clear();
-    m_offset = 0;
-    std::vector<char> chunk(1 << 20);
-    while (!found && m_fd >= 0 && RemainingMs(deadline) > 0) {
-        pollfd p{m_fd, POLLIN, 0};
-        if (::poll(&p, 1, RemainingMs(deadline)) <= 0) {
-            continue;
-        }
-        const ssize_t n = ::recv(m_fd, chunk.data(), chunk.size(), 0);
-        if (n <= 0) {
-            m_peerClosed = true;
-            break;
-        }
-        const std::string_view data(chunk.data(), static_cast<std::size_t>(n));
-        total += data.size();
-        const std::string seam = tail + std::string(data.substr(0, marker.size()));
-        found = seam.find(marker) != std::string::npos || data.find(marker) != std::string::npos;
-        tail = seam.size() >= marker.size() && data.size() < marker.size()
-                   ? seam.substr(seam.size() - marker.size())
-                   : std::string(data.substr(data.size() - std::min(data.size(), marker.size())));
-    }
-    return total;
-}
-
 bool LineClient::waitForClose(std::chrono::milliseconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!m_peerClosed) {

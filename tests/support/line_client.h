@@ -22,7 +22,6 @@ public:
 
     // Connects to 127.0.0.1:port, retrying refused connects until the timeout.
     bool connect(int port, std::chrono::milliseconds timeout = 10s);
-    bool isConnected() const { return m_fd >= 0; }
     void close();
 
     // Sends all bytes; false on failure.
@@ -38,10 +37,6 @@ public:
     // Lines up to and including "<id>,!ENDMSG!," (without line ends); none on timeout/close.
     std::optional<std::vector<std::string>> readAnswer(std::string_view id,
                                                        std::chrono::milliseconds timeout = 60s);
-    // Reads and drops bytes until `marker` has been seen (or the peer closes or the time is
-    // up); returns the number of bytes read. Keeps no more than a small window in memory.
-    std::uint64_t discardUntil(std::string_view marker, bool& found,
-                               std::chrono::milliseconds timeout = 120s);
     // Waits until the peer closes the connection; buffered and further data are dropped.
     bool waitForClose(std::chrono::milliseconds timeout = 10s);
 

@@ -7,18 +7,6 @@ namespace skychart::test {
 
 namespace {
 
-std::string Number(double value) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%g", value);
-    return text;
-}
-
-std::string Color(ColorRef color) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%06X", static_cast<unsigned>(color));
-    return text;
-}
-
 void CheckOffset(double xOffset) {
     if (!std::isfinite(xOffset)) {
         throw CInvalidArgException("a series' x offset must be a finite number");
@@ -53,13 +41,10 @@ void CRecordingChart2D::SetLine(SeriesId id, std::span<const double> values, dou
     series.values.assign(values.begin(), values.end());
     series.points.clear();
     series.xOffset = xOffset;
-    Record("SetLine " + std::to_string(id) + " n=" + std::to_string(values.size()) +
-           " x0=" + Number(xOffset));
 }
 
 void CRecordingChart2D::SetLineLabel(SeriesId id, std::string_view text) {
     Take(id, EKind::Points).label.assign(text);
-    Record("SetLineLabel " + std::to_string(id) + " " + std::string(text));
 }
 
 void CRecordingChart2D::SetLinePoints(SeriesId id, std::span<const SPoint> points) {
@@ -67,7 +52,6 @@ void CRecordingChart2D::SetLinePoints(SeriesId id, std::span<const SPoint> point
     series.points.assign(points.begin(), points.end());
     series.values.clear();
     series.xOffset = 0.0;
-    Record("SetLinePoints " + std::to_string(id) + " n=" + std::to_string(points.size()));
 }
 
 void CRecordingChart2D::SetLineStyle(SeriesId id, const SLineStyle& style) {
@@ -77,8 +61,6 @@ void CRecordingChart2D::SetLineStyle(SeriesId id, const SLineStyle& style) {
     SSeries& series = Take(id, kind);
     series.line = style;
     series.line.width = std::clamp(style.width, 1, 16);
-    Record("SetLineStyle " + std::to_string(id) + " " + Color(style.color) +
-           " w=" + std::to_string(series.line.width) + " " + Name(style.axis));
 }
 
 void CRecordingChart2D::SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) {
@@ -93,18 +75,12 @@ void CRecordingChart2D::SetPriceBars(SeriesId id, const SOhlcSpans& bars, double
     series.low.assign(bars.low.begin(), bars.low.end());
     series.close.assign(bars.close.begin(), bars.close.end());
     series.xOffset = xOffset;
-    Record("SetPriceBars " + std::to_string(id) + " n=" + std::to_string(n) +
-           " x0=" + Number(xOffset));
 }
 
 void CRecordingChart2D::SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style) {
     SSeries& series = Take(id, EKind::PriceBars);
     series.bars = style;
     series.bars.width = std::max(style.width, 0);
-    Record("SetPriceBarStyle " + std::to_string(id) +
-           (style.kind == EPriceBarKind::Candles ? " candles " : " bars ") + Color(style.up) + " " +
-           Color(style.down) + " w=" + std::to_string(series.bars.width) +
-           (style.style == ECandleStyle::Wide ? " wide" : " narrow"));
 }
 
 void CRecordingChart2D::SetHistogram(SeriesId id, std::span<const double> values, double xOffset) {
@@ -112,91 +88,45 @@ void CRecordingChart2D::SetHistogram(SeriesId id, std::span<const double> values
     SSeries& series = Take(id, EKind::Histogram);
     series.values.assign(values.begin(), values.end());
     series.xOffset = xOffset;
-    Record("SetHistogram " + std::to_string(id) + " n=" + std::to_string(values.size()) +
-           " x0=" + Number(xOffset));
 }
 
 void CRecordingChart2D::SetHistogramStyle(SeriesId id, const SHistogramStyle& style) {
     SSeries& series = Take(id, EKind::Histogram);
     series.histogram = style;
     series.histogram.width = std::max(style.width, 1);
-    Record("SetHistogramStyle " + std::to_string(id) + " " + Color(style.color) +
-           " base=" + Number(style.base) + " w=" + std::to_string(series.histogram.width));
 }
 
 void CRecordingChart2D::ClearSeries(SeriesId id) {
     m_series.erase(id);
-    Record("ClearSeries " + std::to_string(id));
 }
 
 void CRecordingChart2D::ClearAllSeries() {
     m_series.clear();
-    Record("ClearAllSeries");
 }
 
 void CRecordingChart2D::SetXRange(double min, double max) {
     m_xRange = NormalizeRange(min, max);
-    Record("SetXRange " + Number(m_xRange.min) + " " + Number(m_xRange.max));
 }
 
 void CRecordingChart2D::SetAxisRange(EAxis axis, double min, double max) {
     const SRange range = NormalizeRange(min, max);
     m_axes[Index(axis)].range = range;
-    Record(std::string("SetAxisRange ") + Name(axis) + " " + Number(range.min) + " " +
-           Number(range.max));
 }
 
 void CRecordingChart2D::SetLabelAxis(EAxis axis) {
     m_labelAxis = axis;
-    Record(std::string("SetLabelAxis ") + Name(axis));
 }
 
 void CRecordingChart2D::SetLabelPrecision(EAxis axis, int precision) {
     m_axes[Index(axis)].precision = ClampPrecision(precision);
-    Record(std::string("SetLabelPrecision ") + Name(axis) + " " +
-           std::to_string(m_axes[Index(axis)].precision));
 }
 
 void CRecordingChart2D::SetLabelFormat(EAxis axis, ELabelFormat format) {
     m_axes[Index(axis)].format = format;
-    Record(std::string("SetLabelFormat ") + Name(axis) +
-           (format == ELabelFormat::Scaled ? " scaled" : " fixed"));
 }
 
 void CRecordingChart2D::SetXLabels(std::span<const SXLabel> labels) {
     m_xLabels.assign(labels.begin(), labels.end());
-    Record("SetXLabels n=" + std::to_string(labels.size()));
-}
-
-void CRecordingChart2D::SetGridVisible(bool visible) {
-    m_gridVisible = visible;
-    Record(std::string("SetGridVisible ") + (visible ? "true" : "false"));
-}
-
-void CRecordingChart2D::SetGridStyle(int style) {
-    m_gridStyle = style >= 0 && style < kLineStyleCount ? style : kSolid;
-    Record("SetGridStyle " + std::to_string(m_gridStyle));
-}
-
-void CRecordingChart2D::SetBackgroundColor(ColorRef color) {
-    m_background = color;
-    Record("SetBackgroundColor " + Color(color));
-}
-
-void CRecordingChart2D::SetGridColor(ColorRef color) {
-    m_gridColor = color;
-    Record("SetGridColor " + Color(color));
-}
-
-void CRecordingChart2D::SetAxisLabelColor(ColorRef color) {
-    m_axisLabelColor = color;
-    Record("SetAxisLabelColor " + Color(color));
-}
-
-void CRecordingChart2D::SetLabelLine(std::string_view text, ColorRef color) {
-    m_labelText = std::string(text);
-    m_labelColor = color;
-    Record("SetLabelLine " + m_labelText + " " + Color(color));
 }
 
 double CRecordingChart2D::SlotToPixelX(double slot) const {
@@ -222,44 +152,6 @@ double CRecordingChart2D::PixelYToValue(double y, EAxis axis) const {
     const double plot = m_geometry.height - m_geometry.top - m_geometry.bottom;
     const double inset = ValueInset(plot);
     return range.max - (y - m_geometry.top - inset) / (plot - 2 * inset) * (range.max - range.min);
-}
-
-void CRecordingChart2D::HoldDrawing() {
-    ++m_holdDepth;
-    Record("HoldDrawing");
-}
-
-void CRecordingChart2D::ReleaseDrawing() {
-    Record("ReleaseDrawing");
-    if (m_holdDepth == 0) {
-        return;
-    }
-    if (--m_holdDepth == 0) {
-        ++m_redraws;
-    }
-}
-
-void CRecordingChart2D::DrawTo(QPainter& /*painter*/, const SPixelRect& target) {
-    m_drawTargets.push_back(target);
-    Record("DrawTo " + std::to_string(target.x) + " " + std::to_string(target.y) + " " +
-           std::to_string(target.width) + " " + std::to_string(target.height));
-}
-
-// Recorded as "SetCrosshair off", or "SetCrosshair x=<slot>" followed, with the horizontal line,
-// by " y=<value> <axis> '<text>'".
-void CRecordingChart2D::SetCrosshair(const SCrosshair& crosshair) {
-    m_crosshair = crosshair;
-    std::string call = "SetCrosshair ";
-    if (!crosshair.visible) {
-        call += "off";
-    } else {
-        call += "x=" + Number(crosshair.slot);
-        if (crosshair.horizontal) {
-            call += " y=" + Number(crosshair.value) + " " + Name(crosshair.axis) + " '" +
-                    crosshair.valueText + "'";
-        }
-    }
-    Record(std::move(call));
 }
 
 } // namespace skychart::test

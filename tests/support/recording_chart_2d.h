@@ -1,12 +1,12 @@
 #pragma once
 
-// A chart that draws nothing: it records every call in order as a short text and keeps the
-// latest state of every series, axis, colour and label, so that panes, studies and trendlines
-// can be tested without a display. Its plot geometry is set by the test; its mapping is linear
-// over the plot area with the value maximum at the top.
+// A chart that draws nothing: it keeps the latest state of every series, axis and label line,
+// so that panes, studies and trendlines can be tested without a display. Its plot geometry is set
+// by the test; its mapping is linear over the plot area with the value maximum at the top.
 
 #include "chart/chart_2d.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <string>
@@ -42,27 +42,13 @@ public:
 
     // ---- test control ----
     void SetGeometry(const SGeometry& geometry) { m_geometry = geometry; }
-    const std::vector<std::string>& Calls() const { return m_calls; }
-    void ClearCalls() { m_calls.clear(); }
     // The series with `id`, or null.
     const SSeries* Series(SeriesId id) const;
     std::size_t SeriesCount() const { return m_series.size(); }
-    const std::map<SeriesId, SSeries>& AllSeries() const { return m_series; }
     const SAxisState& Axis(EAxis axis) const { return m_axes[Index(axis)]; }
     const std::vector<SXLabel>& XLabels() const { return m_xLabels; }
-    bool GridVisible() const { return m_gridVisible; }
-    int GridStyle() const { return m_gridStyle; }
-    ColorRef BackgroundColor() const { return m_background; }
-    ColorRef GridColor() const { return m_gridColor; }
-    ColorRef AxisLabelColor() const { return m_axisLabelColor; }
     const std::string& LabelLineText() const { return m_labelText; }
-    ColorRef LabelLineColor() const { return m_labelColor; }
     int HoldDepth() const { return m_holdDepth; }
-    // How many times the release of the outermost hold drew the pane.
-    int Redraws() const { return m_redraws; }
-    const std::vector<SPixelRect>& DrawTargets() const { return m_drawTargets; }
-    // The latest crosshair, as set.
-    const SCrosshair& Crosshair() const { return m_crosshair; }
 
     // ---- CChart2D ----
     void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
@@ -88,12 +74,12 @@ public:
     ELabelFormat LabelFormat(EAxis axis) const override { return m_axes[Index(axis)].format; }
     void SetXLabels(std::span<const SXLabel> labels) override;
 
-    void SetGridVisible(bool visible) override;
-    void SetGridStyle(int style) override;
-    void SetBackgroundColor(ColorRef color) override;
-    void SetGridColor(ColorRef color) override;
-    void SetAxisLabelColor(ColorRef color) override;
-    void SetLabelLine(std::string_view text, ColorRef color) override;
+    void SetGridVisible(bool /*visible*/) override {}
+    void SetGridStyle(int /*style*/) override {}
+    void SetBackgroundColor(ColorRef /*color*/) override {}
+    void SetGridColor(ColorRef /*color*/) override {}
+    void SetAxisLabelColor(ColorRef /*color*/) override {}
+    void SetLabelLine(std::string_view text, ColorRef /*color*/) override { m_labelText = text; }
 
     SGeometry Geometry() const override { return m_geometry; }
     double SlotToPixelX(double slot) const override;
@@ -101,36 +87,24 @@ public:
     double ValueToPixelY(double value, EAxis axis) const override;
     double PixelYToValue(double y, EAxis axis) const override;
 
-    void HoldDrawing() override;
-    void ReleaseDrawing() override;
-    void DrawTo(QPainter& painter, const SPixelRect& target) override;
-    void SetCrosshair(const SCrosshair& crosshair) override;
+    void HoldDrawing() override { ++m_holdDepth; }
+    void ReleaseDrawing() override { m_holdDepth = std::max(m_holdDepth - 1, 0); }
+    void DrawTo(QPainter& /*painter*/, const SPixelRect& /*target*/) override {}
+    void SetCrosshair(const SCrosshair& /*crosshair*/) override {}
 
 private:
     static std::size_t Index(EAxis axis) { return axis == EAxis::Y ? 0 : 1; }
-    static const char* Name(EAxis axis) { return axis == EAxis::Y ? "y" : "y2"; }
     // The series with `id` as `kind`, replacing one of another kind.
     SSeries& Take(SeriesId id, EKind kind);
-    void Record(std::string call) { m_calls.push_back(std::move(call)); }
 
     SGeometry m_geometry;
-    std::vector<std::string> m_calls;
     std::map<SeriesId, SSeries> m_series;
     SRange m_xRange;
     SAxisState m_axes[2];
     EAxis m_labelAxis = EAxis::Y;
     std::vector<SXLabel> m_xLabels;
-    bool m_gridVisible = true;
-    int m_gridStyle = kSolid;
-    ColorRef m_background = 0xFFFFFF;
-    ColorRef m_gridColor = 0xC0C0C0;
-    ColorRef m_axisLabelColor = 0;
     std::string m_labelText;
-    ColorRef m_labelColor = 0;
     int m_holdDepth = 0;
-    int m_redraws = 0;
-    std::vector<SPixelRect> m_drawTargets;
-    SCrosshair m_crosshair;
 };
 
 } // namespace skychart::test
