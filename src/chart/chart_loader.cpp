@@ -177,12 +177,13 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     }
     spdlog::info("History request sent: {}", command.substr(0, command.size() - 1));
     m_lastLineAt = std::chrono::steady_clock::now();
+    m_linesSeen = m_linesReceived;
     m_requestSent = true;
     return EStart::Sent;
 }
 
 void CChartLoader::OnHistoryLine(const std::string& line) {
-    m_lastLineAt = std::chrono::steady_clock::now();
+    ++m_linesReceived;
     const SHistoryLine answer = m_parser.OnHistoryLine(line);
     if (answer.kind == SHistoryLine::EKind::Error) {
         // An error reply adds nothing to the series; the parser keeps its text only so that the
@@ -234,6 +235,10 @@ void CChartLoader::ApplyLevel1(const std::string& line) {
 
 void CChartLoader::OnProgressTick(IHistoryProgressSink& sink,
                                   std::chrono::steady_clock::time_point now) {
+    if (m_linesReceived != m_linesSeen) {
+        m_linesSeen = m_linesReceived;
+        m_lastLineAt = now;
+    }
     // Only a request that went out can stall; without a lookup connection the retrieval text
     // stays as it is.
     const bool stalled = Loading() && m_requestSent && now - m_lastLineAt >= m_stallLimit;

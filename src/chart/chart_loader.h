@@ -12,6 +12,7 @@
 #include "history/request_settings_check.h"
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -162,6 +163,10 @@ private:
     int m_intervalIndex = 0;
     std::optional<SRequestSettingProblem> m_settingsProblem;
     std::chrono::milliseconds m_stallLimit = kStallLimit;
+    // Lines of the answer so far, and when the progress timer last saw the count move: counting
+    // is all a line costs, the clock is read once a tick.
+    std::uint64_t m_linesReceived = 0;
+    std::uint64_t m_linesSeen = 0;
     std::chrono::steady_clock::time_point m_lastLineAt;
     bool m_requestSent = false;
     bool m_stalled = false;
