@@ -9,7 +9,7 @@ packages=(
   clang-format clang-tidy
   qt6-base-dev qt6-base-dev-tools libqt6svg6
   libqcustomplot-dev libqcustomplot2.1-qt6
-  libspdlog-dev libfmt-dev nlohmann-json3-dev
+  libspdlog-dev libfmt-dev nlohmann-json3-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth xdotool x11-apps imagemagick
   python3 python3-pandas

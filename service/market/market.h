@@ -4,20 +4,37 @@
 // trades are a deterministic function of (seed, symbol, day). Minute bars are the source of
 // truth; ticks expand a minute; interval, daily, weekly and monthly bars aggregate the ticks.
 // Its types and units: market/market_types.h.
+//
+// With a data folder, the instruments of a trader's own files are served beside (or instead of)
+// the simulated ones, through the same queries: each is an Instrument of Origin::File whose
+// queries go to the file store.
 
 #include "market/market_types.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace portico {
 
+namespace files {
+class FileStore;
+}
+
+struct DataFolder {
+    std::string path;                            // empty: none
+    bool only = false;                           // its instruments instead of the simulated ones
+    std::function<void(const std::string&)> log; // lines for the service's log
+};
+
 class Market {
 public:
-    explicit Market(std::uint64_t seed);
+    explicit Market(std::uint64_t seed, const DataFolder& data = {});
     ~Market();
     Market(const Market&) = delete;
     Market& operator=(const Market&) = delete;
@@ -67,8 +84,24 @@ public:
 
     DaySummary daySummary(const Instrument& instrument, Micros now) const;
 
+    // Whether the instrument's data can be read now, waiting up to `wait` for that: false while
+    // its files are being indexed. The other queries wait for the indexing themselves.
+    bool ready(const Instrument& instrument, std::chrono::milliseconds wait) const;
+    // Instruments of a followed file, whose trades arrive as rows are appended to it: the count
+    // of its trades now, and those from the `seen`-th on, after which `seen` counts them.
+    std::uint64_t tradeCount(const Instrument& instrument) const;
+    void newTrades(const Instrument& instrument, std::uint64_t& seen, std::vector<Tick>& out) const;
+
 private:
+    files::FileStore& files(const Instrument& instrument) const; // ready, decimals up to date
+    void sync(const Instrument& instrument) const;
+
     std::unique_ptr<MarketImpl> m_impl;
+    std::unique_ptr<files::FileStore> m_files;
+    mutable std::vector<Instrument> m_instruments;
+    std::size_t m_fileStart = 0; // position of the first file instrument
+    std::vector<ListedMarket> m_markets;
+    std::vector<SecurityType> m_types;
 };
 
 } // namespace portico

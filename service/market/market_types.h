@@ -49,6 +49,12 @@ struct SecurityType {
     std::string longName;  // e.g. "Equity"
 };
 
+// Where an instrument's trades come from.
+enum class Origin {
+    Simulated, // the generator
+    File,      // a trader's data files (`source` is its number in the file store)
+};
+
 struct Instrument {
     std::string symbol;      // upper case, no commas or spaces
     std::string description; // fictional, no commas
@@ -64,6 +70,8 @@ struct Instrument {
     double ticksPerDay = 0.0;     // mean number of counted trades on a full day
     std::uint32_t lotSize = 1;    // counted trade sizes are multiples of this
     std::uint32_t index = 0;      // position in the universe
+    Origin origin = Origin::Simulated;
+    std::uint32_t source = 0;
 };
 
 struct Tick {
@@ -109,6 +117,14 @@ struct DaySummary {
 
 class MarketImpl;
 
+// Ticks read from somewhere other than the generator, in time order.
+class TickStream {
+public:
+    virtual ~TickStream() = default;
+    // Writes up to `max` ticks to `out`; returns how many; 0 once exhausted.
+    virtual std::size_t next(Tick* out, std::size_t max) = 0;
+};
+
 // Pulls ticks in time order in batches, generating them lazily, so that millions of ticks can
 // be streamed without being held in memory at once.
 class TickCursor {
@@ -121,11 +137,15 @@ public:
     // Writes up to `max` ticks to `out`; returns how many; 0 once the range is exhausted.
     std::size_t next(Tick* out, std::size_t max);
 
+    // A cursor over the ticks of `stream`.
+    static TickCursor Of(std::unique_ptr<TickStream> stream);
+
     struct State;
 
 private:
     friend class MarketImpl;
     std::unique_ptr<State> m_state;
+    std::unique_ptr<TickStream> m_stream;
 };
 
 } // namespace portico

@@ -80,7 +80,16 @@ TickCursor::~TickCursor() = default;
 TickCursor::TickCursor(TickCursor&&) noexcept = default;
 TickCursor& TickCursor::operator=(TickCursor&&) noexcept = default;
 
+TickCursor TickCursor::Of(std::unique_ptr<TickStream> stream) {
+    TickCursor cursor;
+    cursor.m_stream = std::move(stream);
+    return cursor;
+}
+
 std::size_t TickCursor::next(Tick* out, std::size_t max) {
+    if (m_stream) {
+        return m_stream->next(out, max);
+    }
     if (!m_state) {
         return 0;
     }

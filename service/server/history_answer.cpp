@@ -1,6 +1,7 @@
 #include "history_answer.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 namespace portico {
@@ -11,6 +12,8 @@ constexpr std::size_t kLongLineBytes = 70 * 1024;
 // Days looked at or warmed in one step before the first line.
 constexpr int kRecentDaysPerStep = 128;
 constexpr int kWarmDaysPerStep = 256;
+// How long one step waits for a file instrument's indexing.
+constexpr std::chrono::milliseconds kIndexWait{5};
 
 // Keeps the newest `count` of bars held oldest first.
 void KeepNewest(std::vector<Bar>& bars, std::uint64_t count) {
@@ -52,6 +55,14 @@ void HistoryAnswer::start(LineWriter& out) {
     if (!m_instrument) {
         return;
     }
+    if (!m_market.ready(*m_instrument, std::chrono::milliseconds(0))) {
+        m_stage = Stage::Indexing;
+        return;
+    }
+    plan();
+}
+
+void HistoryAnswer::plan() {
     const HistoryRequest& r = m_request;
     const std::int32_t today = DayOf(m_now);
     const std::int32_t firstDay = m_instrument->firstDay;
@@ -87,6 +98,12 @@ void HistoryAnswer::start(LineWriter& out) {
 
 bool HistoryAnswer::prepare() {
     switch (m_stage) {
+    case Stage::Indexing:
+        if (m_market.ready(*m_instrument, kIndexWait)) {
+            m_stage = Stage::Ready;
+            plan();
+        }
+        return false;
     case Stage::RecentDays: {
         // The `days`-th most recent day with trades by now, or the first day of history.
         const int wanted = std::max(m_request.days, 1);

@@ -48,12 +48,14 @@ public:
 private:
     // What has to happen before the first data line.
     enum class Stage {
+        Indexing,   // a file instrument whose files are being indexed: waiting, a little per step
         RecentDays, // HTD, HID: finding the first of the recent days, a few days per step
         WarmDays,   // day, week and month bars: the day totals, a few hundred days per step
         Ready,
     };
 
     void start(LineWriter& out);
+    void plan(); // the stage that comes first, once the instrument's data can be read
     // One bounded step of the current stage; true once the data can flow.
     bool prepare();
     void makeSource();

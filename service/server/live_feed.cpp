@@ -44,6 +44,7 @@ LiveFeed::WatchStatus LiveFeed::watch(const std::string& symbol, int subscriber,
         watched.random = m_seed * 0x100000001B3ULL + instrument->index;
         startDay(watched, now);
         watched.released = now;
+        watched.seenTrades = m_market.tradeCount(*instrument);
         found = m_symbols.emplace(symbol, std::move(watched)).first;
     }
     found->second.subscribers.insert(subscriber);
@@ -222,10 +223,22 @@ void LiveFeed::stress(Micros now, double elapsedSeconds,
     m_stressStart = (m_stressStart + remainder) % count;
 }
 
+void LiveFeed::followFile(Watched& watched, const std::function<void(const Update&)>& sink) {
+    m_market.newTrades(*watched.quote.instrument, watched.seenTrades, m_batch);
+    for (const Tick& tick : m_batch) {
+        applyTick(watched, tick);
+        sink(Update{watched.quote, watched.subscribers, "C"});
+    }
+}
+
 void LiveFeed::advance(Micros now, double elapsedSeconds,
                        const std::function<void(const Update&)>& sink, bool holdStress) {
     std::vector<Tick> batch(1024);
     for (auto& [symbol, watched] : m_symbols) {
+        if (watched.quote.instrument->origin == Origin::File) {
+            followFile(watched, sink);
+            continue;
+        }
         if (now > watched.released) {
             TickCursor cursor =
                 m_market.ticks(*watched.quote.instrument, watched.released + 1, now);

@@ -2,8 +2,10 @@
 
 // The watched symbols of the whole service and their live updates: trades are the market's own
 // ticks, released as the exchange clock passes them; between trades the bid and ask move at the
-// quote rate. A stress rate adds synthetic trades and quote changes at the exchange clock's
-// time, spread over the watched symbols, on top of the market's own.
+// quote rate. The trades of an instrument from a data file are the rows appended to its tick
+// file, sent as they are seen (the file is looked at on every advance), with no quote moves. A
+// stress rate adds synthetic trades and quote changes at the exchange clock's time, spread over the
+// watched symbols, on top of the market's own.
 
 #include <cstdint>
 #include <functional>
@@ -11,6 +13,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "market/market.h"
 #include "update_fields.h"
@@ -45,7 +48,8 @@ private:
     struct Watched {
         QuoteState quote;
         std::set<int> subscribers;
-        Micros released = 0; // ticks at or before this time have been sent
+        Micros released = 0;          // ticks at or before this time have been sent
+        std::uint64_t seenTrades = 0; // file instruments: trades of the file sent or older
         double quotesDue = 0;
         std::uint64_t random = 0;
         // Synthetic trades of the day so far: the market's ticks come after them in volume and
@@ -58,6 +62,7 @@ private:
     void applyTick(Watched& watched, const Tick& tick);
     void moveQuote(Watched& watched, Micros now);
     void stressTrade(Watched& watched, Micros now);
+    void followFile(Watched& watched, const std::function<void(const Update&)>& sink);
     void stress(Micros now, double elapsedSeconds, const std::function<void(const Update&)>& sink);
 
     const Market& m_market;
@@ -68,6 +73,7 @@ private:
     double m_stressDue = 0;
     std::size_t m_stressStart = 0; // rotates which symbols get the remainder of a turn's lines
     std::map<std::string, Watched, std::less<>> m_symbols;
+    std::vector<Tick> m_batch;
 };
 
 } // namespace portico

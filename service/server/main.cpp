@@ -64,6 +64,15 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    if (!options.dataDir.empty()) {
+        std::string reason;
+        if (!portico::CheckDataFolder(options.dataDir, reason)) {
+            std::fprintf(stderr, "portico: cannot serve data folder '%s': %s\n",
+                         options.dataDir.c_str(), reason.c_str());
+            return 1;
+        }
+    }
+
     QCoreApplication app(argc, argv);
     // Before anything is printed: a client may signal as soon as it sees the ports.
     InstallSignalHandlers(app);

@@ -1,9 +1,13 @@
 #include "options.h"
 
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstring>
+#include <dirent.h>
 #include <functional>
 #include <map>
+#include <sys/stat.h>
 
 #include "civil_time.h"
 #include "commands.h"
@@ -55,6 +59,25 @@ std::optional<Micros> ParseStartTime(const std::string& text) {
     return StartOfDay(*day) + static_cast<Micros>(*second) * kMicrosPerSecond;
 }
 
+bool CheckDataFolder(const std::string& folder, std::string& reason) {
+    struct stat st = {};
+    if (::stat(folder.c_str(), &st) != 0) {
+        reason = std::strerror(errno);
+        return false;
+    }
+    if (!S_ISDIR(st.st_mode)) {
+        reason = "not a directory";
+        return false;
+    }
+    DIR* dir = ::opendir(folder.c_str());
+    if (dir == nullptr) {
+        reason = std::strerror(errno);
+        return false;
+    }
+    ::closedir(dir);
+    return true;
+}
+
 OptionsResult ParseOptions(const std::vector<std::string>& arguments) {
     OptionsResult result;
     Options& o = result.options;
@@ -95,6 +118,7 @@ OptionsResult ParseOptions(const std::vector<std::string>& arguments) {
              return v == "0" ? (o.quoteRate = 0, true) : ParseRate(v, o.quoteRate);
          }},
         {"--stress-rate", integer(o.stressRate, 0, 10'000'000)},
+        {"--data-dir", [&](const std::string& v) { return o.dataDir = v, !v.empty(); }},
         {"--slow-reader-grace", integer(o.slowReaderGraceSeconds, 1, 3600)},
         {"--fault-close-after",
          [&](const std::string& v) {
@@ -123,6 +147,10 @@ OptionsResult ParseOptions(const std::vector<std::string>& arguments) {
             o.showVersion = true;
             continue;
         }
+        if (name == "--data-only" && !value) {
+            o.dataOnly = true;
+            continue;
+        }
         if (name == "--fault-long-line" && !value) {
             o.faults.longLine = true;
             continue;
@@ -143,6 +171,9 @@ OptionsResult ParseOptions(const std::vector<std::string>& arguments) {
             result.error = "bad value '" + *value + "' for option '" + name + "'";
             return result;
         }
+    }
+    if (o.dataOnly && o.dataDir.empty()) {
+        result.error = "option '--data-only' needs '--data-dir'";
     }
     return result;
 }
@@ -186,6 +217,8 @@ Options:
                              synthetic lines are made.
   --slow-reader-grace S      disconnect a Level 1 client whose output waiting to be written stays
                              above 4 MiB for S seconds (default 5; see Limits)
+  --data-dir DIR             also serve the instruments of the data files in DIR (see Data files)
+  --data-only                serve only the instruments of --data-dir, not the simulated market
 
 Limits:
   A history answer holds at most 5,000,000 data lines: a request without a datapoint limit, or
@@ -204,6 +237,29 @@ Limits:
   commands waiting as well, and an admin client that far behind misses statistics lines. A
   Level 1 client whose waiting output stays above 4 MiB for the grace time, or passes 16 MiB,
   is disconnected with a line in the log.
+
+Data files:
+  DIR holds one file per instrument and resolution: SYMBOL.daily.csv, SYMBOL.minute.csv and
+  SYMBOL.ticks.csv, each optionally gzip-compressed (SYMBOL.daily.csv.gz). Each begins with a
+  header row; columns are found by name in any case and order, quoted or not:
+    daily    Date,Open,High,Low,Close[,Volume][,Adj Close][,OpenInterest]
+    minute   DateTime (or Date,Time),Open,High,Low,Close[,Volume][,OpenInterest]
+    ticks    DateTime (or Date,Time),Price,Size[,Bid,Ask]
+  Dates are YYYY-MM-DD, YYYY/MM/DD or YYYYMMDD; times HH:MM[:SS[.ffffff]] in the exchange time
+  zone. A minute row is labelled with the end of its minute, as interval bars are. Daily, weekly
+  and monthly bars sum the daily rows (or the minute rows, or the ticks, when there are none);
+  interval bars sum the minute rows (or the ticks, for intervals that are not whole minutes).
+  SYMBOL.json ({"description":...,"market":...,"securityType":...}) or one instruments.csv
+  (Symbol,Description,Market,SecurityType) describes the instruments; otherwise each is an
+  equity of the market OWN. Prices keep the most decimals the file uses (at most 6).
+  The files are indexed at start by a worker thread (progress in the log); requests for an
+  instrument wait until its files are indexed, and a file that changed is indexed again when
+  it is next asked for. Rows that cannot be used (a field that is no number, a high below the
+  low, an open or close outside high..low, a time that goes backwards, too few fields) are
+  skipped, each named in the log with its file and line, with a count per file; a file without
+  the columns it needs is refused whole, with the reason. Rows appended to a watched
+  SYMBOL.ticks.csv are sent to its Level 1 clients as trades as soon as their line is complete.
+  A missing or unreadable DIR stops portico at start with exit status 1.
 
 Counters:
   Every Level 1 client counts the 'Q' update lines sent to it since it connected, and among

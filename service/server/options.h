@@ -36,6 +36,8 @@ struct Options {
     double quoteRate = 2.0;
     int stressRate = 0; // extra synthetic update lines per second over all watched symbols
     int slowReaderGraceSeconds = 5; // a Level 1 client this long over its output bound is dropped
+    std::string dataDir;            // a folder of the trader's own data files; empty: none
+    bool dataOnly = false;          // serve only those, not the simulated market
     Faults faults;
     bool showHelp = false;
     bool showVersion = false;
@@ -51,5 +53,8 @@ std::string HelpText();
 
 // "YYYY-MM-DD HH:MM:SS" -> civil microseconds; none when malformed.
 std::optional<Micros> ParseStartTime(const std::string& text);
+
+// Whether `folder` is a directory portico can list; the reason when not.
+bool CheckDataFolder(const std::string& folder, std::string& reason);
 
 } // namespace portico

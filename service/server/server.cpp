@@ -29,6 +29,16 @@ constexpr std::uint64_t kStressBacklogBytes = Connection::kOutputBound;
 // crowd that leaves together).
 constexpr int kTrimDelayMs = 200;
 
+DataFolder DataFolderOf(const Options& options) {
+    DataFolder folder;
+    folder.path = options.dataDir;
+    folder.only = options.dataOnly;
+    folder.log = [](const std::string& line) {
+        std::fprintf(stderr, "portico: %s\n", line.c_str());
+    };
+    return folder;
+}
+
 Clock::OffsetFunction OffsetOf(const QTimeZone& zone) {
     return [zone](std::int64_t utcSeconds) {
         return zone.offsetFromUtc(QDateTime::fromSecsSinceEpoch(utcSeconds, QTimeZone::utc()));
@@ -62,7 +72,8 @@ void PutKilobytes(LineWriter& out, double value) {
 } // namespace
 
 Server::Server(Options options, const QTimeZone& timeZone, QObject* parent)
-    : QObject(parent), m_options(std::move(options)), m_market(m_options.seed),
+    : QObject(parent), m_options(std::move(options)),
+      m_market(m_options.seed, DataFolderOf(m_options)),
       m_clock(OffsetOf(timeZone), m_options.startTime, m_options.clockRate),
       m_live(m_market, m_options.symbolLimit, m_options.quoteRate, m_options.seed,
              m_options.stressRate),
