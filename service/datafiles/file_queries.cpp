@@ -61,13 +61,35 @@ SeriesFile* FileStore::seriesOf(std::size_t i, SeriesKind kind) const {
     return &entry->file;
 }
 
-SeriesFile* FileStore::daySource(std::size_t i) const {
+void FileStore::planDays(std::size_t i) {
+    std::vector<TradingDay>& plan = m_holdings[i].days;
+    plan.clear();
     for (const SeriesKind kind : {SeriesKind::Daily, SeriesKind::Minute, SeriesKind::Ticks}) {
-        if (SeriesFile* file = seriesOf(i, kind)) {
-            return file;
+        const SeriesFile* file = seriesOf(i, kind);
+        if (file == nullptr) {
+            continue;
         }
+        const std::size_t coarser = plan.size();
+        for (const DayTotal& total : file->index->days) {
+            const auto known = std::lower_bound(
+                plan.begin(), plan.begin() + static_cast<std::ptrdiff_t>(coarser), total.day,
+                [](const TradingDay& d, std::int32_t day) { return d.day < day; });
+            if (known == plan.begin() + static_cast<std::ptrdiff_t>(coarser) ||
+                known->day != total.day) {
+                plan.push_back({total.day, kind});
+            }
+        }
+        std::inplace_merge(plan.begin(), plan.begin() + static_cast<std::ptrdiff_t>(coarser),
+                           plan.end(),
+                           [](const TradingDay& a, const TradingDay& b) { return a.day < b.day; });
     }
-    return nullptr;
+}
+
+std::vector<FileStore::TradingDay>::const_iterator FileStore::daysFrom(std::size_t i,
+                                                                       std::int32_t day) const {
+    const auto& days = m_holdings[i].days;
+    return std::partition_point(days.begin(), days.end(),
+                                [day](const TradingDay& d) { return d.day < day; });
 }
 
 SeriesFile* FileStore::barSource(std::size_t i, int seconds) const {
@@ -131,23 +153,13 @@ std::uint64_t FileStore::countTicks(std::size_t i, Micros from, Micros to) {
 }
 
 bool FileStore::tradesOn(std::size_t i, std::int32_t day) const {
-    for (const SeriesKind kind : {SeriesKind::Daily, SeriesKind::Minute, SeriesKind::Ticks}) {
-        const SeriesFile* file = seriesOf(i, kind);
-        if (file != nullptr && file->index->dayTotal(day) != nullptr) {
-            return true;
-        }
-    }
-    return false;
+    const auto found = daysFrom(i, day);
+    return found != m_holdings[i].days.end() && found->day == day;
 }
 
 Micros FileStore::startOfRecentDays(std::size_t i, int days, Micros now) {
-    const SeriesFile* file = daySource(i);
-    if (file == nullptr) {
-        return StartOfDay(m_firstDays[i]);
-    }
-    const auto& all = file->index->days;
-    auto end = std::partition_point(all.begin(), all.end(),
-                                    [&](const DayTotal& d) { return StartOfDay(d.day) <= now; });
+    const auto& all = m_holdings[i].days;
+    const auto end = daysFrom(i, DayOf(now) + 1);
     const auto wanted = static_cast<std::ptrdiff_t>(std::max(days, 1));
     if (end - all.begin() <= wanted) {
         return StartOfDay(m_firstDays[i]);
@@ -238,11 +250,11 @@ std::vector<Bar> FileStore::lastIntervalBars(std::size_t i, int seconds, std::si
     return out;
 }
 
-Bar FileStore::partialDay(std::size_t i, std::int32_t day, Micros now) {
+Bar FileStore::dayBar(std::size_t i, const TradingDay& day, Micros now) {
     Bar bar;
-    SeriesFile* file = daySource(i);
-    const DayTotal* total = file != nullptr ? file->index->dayTotal(day) : nullptr;
-    if (total == nullptr || StartOfDay(day) > now) {
+    SeriesFile* file = seriesOf(i, day.kind);
+    const DayTotal* total = file != nullptr ? file->index->dayTotal(day.day) : nullptr;
+    if (total == nullptr || StartOfDay(day.day) > now) {
         return bar;
     }
     const std::int64_t div = divisor(i);
@@ -257,13 +269,13 @@ Bar FileStore::partialDay(std::size_t i, std::int32_t day, Micros now) {
     } else {
         // The day is still going at `now`: its rows up to then.
         std::vector<Bar> whole;
-        rowBars(i, *file, 86400, StartOfDay(day), now, whole);
+        rowBars(i, *file, 86400, StartOfDay(day.day), now, whole);
         if (whole.empty()) {
             return bar;
         }
         bar = whole.front();
     }
-    bar.time = StartOfDay(day);
+    bar.time = StartOfDay(day.day);
     bar.totalVolume = bar.volume;
     return bar;
 }
@@ -271,15 +283,8 @@ Bar FileStore::partialDay(std::size_t i, std::int32_t day, Micros now) {
 std::vector<Bar> FileStore::dailyBars(std::size_t i, std::int32_t fromDay, std::int32_t toDay,
                                       Micros now) {
     std::vector<Bar> out;
-    const SeriesFile* file = daySource(i);
-    if (file == nullptr) {
-        return out;
-    }
-    const auto& days = file->index->days;
-    auto d = std::partition_point(days.begin(), days.end(),
-                                  [&](const DayTotal& t) { return t.day < fromDay; });
-    for (; d != days.end() && d->day <= toDay && StartOfDay(d->day) <= now; ++d) {
-        const Bar bar = partialDay(i, d->day, now);
+    for (auto d = daysFrom(i, fromDay); d != m_holdings[i].days.end() && d->day <= toDay; ++d) {
+        const Bar bar = dayBar(i, *d, now);
         if (bar.tickCount > 0) {
             out.push_back(bar);
         }
@@ -289,13 +294,9 @@ std::vector<Bar> FileStore::dailyBars(std::size_t i, std::int32_t fromDay, std::
 
 std::vector<Bar> FileStore::lastDailyBars(std::size_t i, std::size_t count, Micros now) {
     std::vector<Bar> out;
-    const SeriesFile* file = daySource(i);
-    if (file == nullptr) {
-        return out;
-    }
-    const auto& days = file->index->days;
+    const auto& days = m_holdings[i].days;
     for (auto d = days.rbegin(); d != days.rend() && out.size() < count; ++d) {
-        const Bar bar = partialDay(i, d->day, now);
+        const Bar bar = dayBar(i, *d, now);
         if (bar.tickCount > 0) {
             out.push_back(bar);
         }
@@ -308,8 +309,7 @@ template <class Key>
 std::vector<Bar> FileStore::groupedBars(std::size_t i, std::size_t count, Micros now, Key key) {
     // Day bars newest first, folded into their group oldest first.
     std::vector<Bar> out;
-    const SeriesFile* file = daySource(i);
-    if (file == nullptr || count == 0) {
+    if (count == 0) {
         return out;
     }
     std::vector<Bar> group;
@@ -324,9 +324,9 @@ std::vector<Bar> FileStore::groupedBars(std::size_t i, std::size_t count, Micros
             group.clear();
         }
     };
-    const auto& days = file->index->days;
+    const auto& days = m_holdings[i].days;
     for (auto d = days.rbegin(); d != days.rend(); ++d) {
-        const Bar bar = partialDay(i, d->day, now);
+        const Bar bar = dayBar(i, *d, now);
         if (bar.tickCount == 0) {
             continue;
         }
@@ -361,24 +361,21 @@ std::vector<Bar> FileStore::lastMonthlyBars(std::size_t i, std::size_t count, Mi
 DaySummary FileStore::daySummary(std::size_t i, Micros now) {
     DaySummary s;
     s.day = DayOf(now);
-    const Bar today = partialDay(i, s.day, now);
-    s.traded = today.tickCount > 0;
-    if (s.traded) {
+    const auto& days = m_holdings[i].days;
+    auto d = daysFrom(i, s.day);
+    if (d != days.end() && d->day == s.day) {
+        const Bar today = dayBar(i, *d, now);
+        s.traded = today.tickCount > 0;
         s.open = today.open;
         s.high = today.high;
         s.low = today.low;
         s.totalVolume = today.volume;
         s.openInterest = today.openInterest;
     }
-    if (const SeriesFile* file = daySource(i)) {
-        const auto& days = file->index->days;
-        auto d = std::partition_point(days.begin(), days.end(),
-                                      [&](const DayTotal& t) { return t.day < s.day; });
-        if (d != days.begin()) {
-            --d;
-            s.previousClose = d->close / divisor(i);
-            s.openInterest = s.traded ? s.openInterest : d->openInterest;
-        }
+    if (d != days.begin()) {
+        const Bar before = dayBar(i, *std::prev(d), now);
+        s.previousClose = before.close;
+        s.openInterest = s.traded ? s.openInterest : before.openInterest;
     }
     TickCursor cursor = lastTicks(i, 1, now);
     s.hasLast = cursor.next(&s.last, 1) == 1;

@@ -311,6 +311,7 @@ void FileStore::append(Entry& entry, std::uint64_t size, std::int64_t modified) 
 
 bool FileStore::settle(std::size_t i) {
     bool current = true;
+    bool& changed = m_holdings[i].replanned;
     int decimals = 0;
     std::int32_t firstDay = INT32_MAX;
     for (Entry* entry : m_holdings[i].series) {
@@ -323,6 +324,7 @@ bool FileStore::settle(std::size_t i) {
                 entry->file.index = std::move(entry->built);
                 entry->file.closeReader();
                 entry->queued = false;
+                changed = true;
             }
             if (entry->queued) {
                 current = false;
@@ -345,6 +347,7 @@ bool FileStore::settle(std::size_t i) {
             }
             if (grew) {
                 append(*entry, state.size, state.modified);
+                changed = true;
             } else {
                 std::lock_guard lock(m_mutex);
                 entry->queued = true;
@@ -359,6 +362,10 @@ bool FileStore::settle(std::size_t i) {
             decimals = std::max(decimals, index.decimals);
             firstDay = std::min(firstDay, index.days.front().day);
         }
+    }
+    if (current && changed) {
+        planDays(i);
+        changed = false;
     }
     if (current) {
         m_decimals[i] = decimals;

@@ -78,8 +78,16 @@ private:
         bool queued = false;                // waiting for or in the worker
         std::shared_ptr<SeriesIndex> built; // made by the worker, not yet taken
     };
+    // A day with rows and the coarsest file holding it: day bars come from the daily rows, and
+    // from the minute rows or ticks of the days the daily file does not reach (yet).
+    struct TradingDay {
+        std::int32_t day = 0;
+        SeriesKind kind = SeriesKind::Daily;
+    };
     struct Holding {
         Entry* series[3] = {}; // by SeriesKind
+        std::vector<TradingDay> days;
+        bool replanned = true; // days is out of date
     };
 
     void scan(const std::string& folder);
@@ -91,13 +99,15 @@ private:
     void append(Entry& entry, std::uint64_t size, std::int64_t modified);
 
     SeriesFile* seriesOf(std::size_t i, SeriesKind kind) const;
-    SeriesFile* daySource(std::size_t i) const;
+    void planDays(std::size_t i);
+    // The trading days of `i` from `day` on.
+    std::vector<TradingDay>::const_iterator daysFrom(std::size_t i, std::int32_t day) const;
     SeriesFile* barSource(std::size_t i, int seconds) const;
     std::int64_t divisor(std::size_t i) const;
     Tick toTick(const FileRow& row, std::int64_t divisor) const;
     void rowBars(std::size_t i, SeriesFile& file, int seconds, Micros from, Micros to,
                  std::vector<Bar>& out);
-    Bar partialDay(std::size_t i, std::int32_t day, Micros now);
+    Bar dayBar(std::size_t i, const TradingDay& day, Micros now);
     std::uint64_t rowsBefore(SeriesFile& file, Micros time);
     template <class Key>
     std::vector<Bar> groupedBars(std::size_t i, std::size_t count, Micros now, Key key);
