@@ -12,6 +12,10 @@ echo "== history: 5,000,000 ticks parsed into the series, against pandas"
 "$build/bin/history_bench" "$build/bin/portico" --ticks 5000000 --runs 3 \
     --script "$(dirname "$0")/pandas_parse.py"
 echo
+echo "== data files: a 5,000,000-row tick file indexed and answered by portico, against pandas"
+"$build/bin/datafiles_bench" "$build/bin/portico" --rows 5000000 --runs 3 \
+    --script "$(dirname "$0")/pandas_parse.py"
+echo
 echo "== chart redraw: eleven panes against one stock QCustomPlot candlestick replot"
 QT_QPA_PLATFORM=offscreen "$build/bin/chart_redraw_bench" --runs 15
 echo

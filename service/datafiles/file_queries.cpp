@@ -19,11 +19,32 @@ std::int64_t Power10(int n) {
     return value;
 }
 
+// A price at kPriceScale in units of 10^-decimals: division by a constant for each count of
+// decimals, which the compiler turns into a multiplication.
+std::int64_t Scaled(std::int64_t price, int decimals) {
+    switch (decimals) {
+    case 0:
+        return price / 1'000'000;
+    case 1:
+        return price / 100'000;
+    case 2:
+        return price / 10'000;
+    case 3:
+        return price / 1'000;
+    case 4:
+        return price / 100;
+    case 5:
+        return price / 10;
+    default:
+        return price;
+    }
+}
+
 // The ticks of a cursor, at most `limit` of them, at the instrument's decimals.
 class FileTickStream : public TickStream {
 public:
-    FileTickStream(RowCursor cursor, std::int64_t divisor, std::uint64_t limit)
-        : m_cursor(std::move(cursor)), m_divisor(divisor), m_left(limit) {}
+    FileTickStream(RowCursor cursor, int decimals, std::uint64_t limit)
+        : m_cursor(std::move(cursor)), m_decimals(decimals), m_left(limit) {}
 
     std::size_t next(Tick* out, std::size_t max) override {
         std::size_t written = 0;
@@ -33,22 +54,29 @@ public:
             Tick& t = out[written++];
             t = Tick{};
             t.time = row.row.time;
-            t.price = row.row.close / m_divisor;
-            t.bid = row.row.bid / m_divisor;
-            t.ask = row.row.ask / m_divisor;
+            t.price = Scaled(row.row.close, m_decimals);
+            t.bid = Scaled(row.row.bid, m_decimals);
+            t.ask = Scaled(row.row.ask, m_decimals);
             t.size = static_cast<std::uint32_t>(row.row.volume);
             t.totalVolume = row.dayVolume;
             t.tickId = row.tickId;
             t.basis = 'C';
-            t.dayCode = static_cast<std::uint8_t>(detail::CivilFromDays(DayOf(t.time)).day);
+            const std::int32_t day = DayOf(t.time);
+            if (day != m_day) {
+                m_day = day;
+                m_dayCode = static_cast<std::uint8_t>(detail::CivilFromDays(day).day);
+            }
+            t.dayCode = m_dayCode;
         }
         return written;
     }
 
 private:
     RowCursor m_cursor;
-    std::int64_t m_divisor;
+    int m_decimals;
     std::uint64_t m_left;
+    std::int32_t m_day = INT32_MIN;
+    std::uint8_t m_dayCode = 0;
 };
 
 } // namespace
@@ -111,7 +139,7 @@ TickCursor FileStore::ticks(std::size_t i, Micros from, Micros to) {
         return TickCursor();
     }
     return TickCursor::Of(
-        std::make_unique<FileTickStream>(RowCursor(*file, from, to), divisor(i), UINT64_MAX));
+        std::make_unique<FileTickStream>(RowCursor(*file, from, to), m_decimals[i], UINT64_MAX));
 }
 
 std::uint64_t FileStore::rowsBefore(SeriesFile& file, Micros time) {
@@ -141,7 +169,7 @@ TickCursor FileStore::lastTicks(std::size_t i, std::size_t count, Micros to) {
     const std::uint64_t end = to == INT64_MAX ? file->index->rows : rowsBefore(*file, to + 1);
     const std::uint64_t start = end - std::min<std::uint64_t>(end, count);
     return TickCursor::Of(
-        std::make_unique<FileTickStream>(RowCursor(*file, start), divisor(i), end - start));
+        std::make_unique<FileTickStream>(RowCursor(*file, start), m_decimals[i], end - start));
 }
 
 std::uint64_t FileStore::countTicks(std::size_t i, Micros from, Micros to) {
@@ -399,7 +427,7 @@ void FileStore::newTrades(std::size_t i, std::uint64_t& seen, std::vector<Tick>&
     }
     // A burst of appended rows goes out over several calls.
     const std::uint64_t count = std::min<std::uint64_t>(file->index->rows - seen, 16384);
-    FileTickStream stream(RowCursor(*file, seen), divisor(i), count);
+    FileTickStream stream(RowCursor(*file, seen), m_decimals[i], count);
     out.resize(static_cast<std::size_t>(count));
     out.resize(stream.next(out.data(), out.size()));
     seen += out.size();

@@ -6,10 +6,6 @@
 
 namespace portico::files {
 
-namespace {
-constexpr std::size_t kMaxFields = 64;
-} // namespace
-
 LineReader* SeriesFile::readerAt(std::uint64_t offset) {
     if (!m_reader) {
         std::string error;
@@ -70,7 +66,8 @@ bool RowCursor::enterBlock() {
 }
 
 bool RowCursor::next(FileRow& out) {
-    std::string_view fields[kMaxFields];
+    constexpr std::size_t kMaxFields = std::size(decltype(m_fields){});
+    std::string_view* const fields = m_fields;
     LineReader::Line line;
     while (!m_done) {
         if (m_left == 0) {

@@ -60,6 +60,7 @@ private:
     FileRow m_row;
     bool m_done = false;
     std::string m_scratch;
+    std::string_view m_fields[64]; // as many as the indexer reads
 };
 
 } // namespace portico::files

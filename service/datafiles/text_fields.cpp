@@ -51,20 +51,23 @@ std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::
         }
         ++count;
     };
-    if (std::memchr(record.data(), '"', record.size()) == nullptr) {
-        std::size_t start = 0;
-        while (true) {
-            const void* comma = std::memchr(record.data() + start, ',', record.size() - start);
-            if (comma == nullptr) {
-                store(record.substr(start));
-                return count;
-            }
-            const auto at =
-                static_cast<std::size_t>(static_cast<const char*>(comma) - record.data());
-            store(record.substr(start, at - start));
-            start = at + 1;
+    // Plain records (no quotes) are split in one pass without copying.
+    const char* const begin = record.data();
+    const char* const end = begin + record.size();
+    const char* start = begin;
+    for (const char* p = begin;; ++p) {
+        if (p == end) {
+            store(std::string_view(start, static_cast<std::size_t>(p - start)));
+            return count;
+        }
+        if (*p == ',') {
+            store(std::string_view(start, static_cast<std::size_t>(p - start)));
+            start = p + 1;
+        } else if (*p == '"') {
+            break;
         }
     }
+    count = 0;
     // Unquoted text never grows, so the scratch is sized once and never moves while filled.
     if (scratch.size() < record.size()) {
         scratch.resize(record.size());
@@ -72,7 +75,7 @@ std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::
     char* out = scratch.data();
     std::size_t i = 0;
     while (true) {
-        char* const begin = out;
+        char* const field = out;
         bool quoted = false;
         // Blanks before an opening quote are dropped; elsewhere they are kept.
         std::size_t j = i;
@@ -102,7 +105,7 @@ std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::
             *out++ = c;
             ++i;
         }
-        store(std::string_view(begin, static_cast<std::size_t>(out - begin)));
+        store(std::string_view(field, static_cast<std::size_t>(out - field)));
         if (i >= record.size()) {
             return count;
         }
@@ -181,6 +184,14 @@ bool ParseCount(std::string_view text, std::int64_t& value) {
 }
 
 bool ParseDay(std::string_view text, std::int32_t& day) {
+    // Rows come in runs of one date: the last one read on this thread is kept.
+    thread_local char lastText[10] = {};
+    thread_local std::size_t lastSize = 0;
+    thread_local std::int32_t lastDay = 0;
+    if (text.size() == lastSize && std::memcmp(text.data(), lastText, lastSize) == 0) {
+        day = lastDay;
+        return true;
+    }
     int year = 0;
     int month = 0;
     int dayOfMonth = 0;
@@ -201,6 +212,9 @@ bool ParseDay(std::string_view text, std::int32_t& day) {
         return false;
     }
     day = detail::DaysFromCivil(year, month, dayOfMonth);
+    std::memcpy(lastText, text.data(), text.size());
+    lastSize = text.size();
+    lastDay = day;
     return true;
 }
 
