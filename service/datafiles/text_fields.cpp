@@ -269,7 +269,13 @@ bool ParseTimeOfDay(std::string_view text, Micros& micros) {
 
 bool ParseDateTime(std::string_view text, Micros& time) {
     text = Trim(text);
-    const std::size_t split = text.find_first_of(" T");
+    std::size_t split = 0;
+    while (split < text.size() && text[split] != ' ' && text[split] != 'T') {
+        ++split;
+    }
+    if (split == text.size()) {
+        split = std::string_view::npos;
+    }
     std::int32_t day = 0;
     if (!ParseDay(text.substr(0, split), day)) {
         return false;
