@@ -23,6 +23,7 @@ build=build/fuzz
 declare -A max_len=(
     [portico_commands]=1024
     [portico_history]=512
+    [data_file]=4096
     [line_splitter]=8192
     [service_stats]=4096
     [symbol_search]=4096
@@ -48,12 +49,13 @@ declare -A extra=(
 declare -A asan_extra=(
     [settings_file]="quarantine_size_mb=16:malloc_context_size=0"
 )
-all=(portico_commands portico_history line_splitter service_stats symbol_search lookup_tables
-     history_lines level1_updates command_line settings_file trend_store)
+all=(portico_commands portico_history data_file line_splitter service_stats symbol_search
+     lookup_tables history_lines level1_updates command_line settings_file trend_store)
 # Slowest first (executions a second on one core, roughly: settings_file 500, history_lines 1,000,
 # level1_updates and portico_history 1,500, service_stats 3,500, the rest 5,000 and more).
 slowest_first=(settings_file history_lines level1_updates portico_history service_stats
-               trend_store portico_commands lookup_tables line_splitter symbol_search command_line)
+               data_file trend_store portico_commands lookup_tables line_splitter symbol_search
+               command_line)
 
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then

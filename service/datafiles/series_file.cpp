@@ -19,6 +19,11 @@ LineReader* SeriesFile::readerAt(std::uint64_t offset) {
     return m_reader.get();
 }
 
+void SeriesFile::readFrom(std::unique_ptr<ByteSource> source) {
+    m_source = std::move(source);
+    m_reader = std::make_unique<LineReader>(*m_source);
+}
+
 void SeriesFile::closeReader() {
     m_reader.reset();
     m_source.reset();

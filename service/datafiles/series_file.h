@@ -24,6 +24,8 @@ struct SeriesFile {
     LineReader* readerAt(std::uint64_t offset);
     // Forgets the open file (it was replaced).
     void closeReader();
+    // Reads from `source` instead of the file at `path` (text held in memory).
+    void readFrom(std::unique_ptr<ByteSource> source);
 
 private:
     std::unique_ptr<ByteSource> m_source;

@@ -1,0 +1,80 @@
+// A trader's data file held in memory: the first byte picks daily, minute or tick rows, the rest
+// is the file. It is indexed (header detection, row parsing and checks, blocks and day totals),
+// then read back through a cursor, which must give exactly the rows the index counted, in time
+// order, with the TickIDs, day volumes and day totals the index holds.
+
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "datafiles/series_file.h"
+#include "datafiles/series_index.h"
+
+using namespace portico;
+using namespace portico::files;
+
+namespace {
+void Check(bool condition) {
+    if (!condition) {
+        std::abort();
+    }
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) {
+        return 0;
+    }
+    const auto kind = static_cast<SeriesKind>(data[0] % 3);
+    const std::string_view text(reinterpret_cast<const char*>(data + 1), size - 1);
+    auto index = std::make_shared<SeriesIndex>();
+    index->kind = kind;
+    std::uint64_t reported = 0;
+    auto source = ByteSource::Memory(text);
+    IndexMore(*index, *source, (data[0] & 4) != 0, [&](std::uint64_t line, RowFault fault) {
+        Check(line >= 2 && line <= index->lines && fault != RowFault::None);
+        ++reported;
+    });
+    Check(reported == index->badRows);
+    Check(index->end <= text.size());
+    if (!index->refusal.empty()) {
+        return 0;
+    }
+    SeriesFile file;
+    file.kind = kind;
+    file.index = index;
+    file.readFrom(ByteSource::Memory(text));
+    RowCursor cursor(file, INT64_MIN, INT64_MAX);
+    FileRow row;
+    std::uint64_t rows = 0;
+    Micros previous = INT64_MIN;
+    std::size_t day = 0;
+    std::int64_t high = 0;
+    std::int64_t low = 0;
+    std::uint32_t inDay = 0;
+    while (cursor.next(row)) {
+        Check(row.ordinal == rows);
+        Check(row.row.time >= previous);
+        Check(row.row.low <= row.row.high && row.row.decimals <= index->decimals);
+        if (previous != INT64_MIN && DayOf(row.row.time) != DayOf(previous)) {
+            const DayTotal& total = index->days[day];
+            Check(total.rows == inDay && total.high == high && total.low == low);
+            ++day;
+            inDay = 0;
+        }
+        Check(day < index->days.size() && index->days[day].day == DayOf(row.row.time));
+        high = inDay == 0 ? row.row.high : std::max(high, row.row.high);
+        low = inDay == 0 ? row.row.low : std::min(low, row.row.low);
+        Check(row.tickId == inDay);
+        ++inDay;
+        if (inDay == index->days[day].rows) {
+            Check(row.dayVolume == index->days[day].volume);
+            Check(row.row.close == index->days[day].close);
+        }
+        previous = row.row.time;
+        ++rows;
+    }
+    Check(rows == index->rows);
+    Check(rows == 0 || day + 1 == index->days.size());
+    return 0;
+}
