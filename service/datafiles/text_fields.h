@@ -9,6 +9,9 @@
 #include <string>
 #include <string_view>
 
+#include <cstring>
+
+#include "market/calendar.h"
 #include "market/market_types.h"
 
 namespace portico::files {
@@ -23,20 +26,241 @@ inline constexpr std::int64_t kPriceScale = 1'000'000;
 std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::size_t max,
                         std::string& scratch);
 
+// The number, date and time readers below are inline: they run for every field of every row.
+
 // "-12.345" -> -12345000 at kPriceScale, with the count of decimals written (trailing zeros
 // included); digits past the sixth decimal must be zeros. Blanks around the number are allowed.
-bool ParsePrice(std::string_view text, std::int64_t& scaled, int& decimals);
+inline bool ParsePrice(std::string_view text, std::int64_t& scaled, int& decimals);
 // A whole non-negative count; a fraction of zeros ("100.0") is allowed.
-bool ParseCount(std::string_view text, std::int64_t& value);
+inline bool ParseCount(std::string_view text, std::int64_t& value);
 
 // YYYY-MM-DD, YYYY/MM/DD or YYYYMMDD -> days since 1970-01-01; false unless a calendar date.
-bool ParseDay(std::string_view text, std::int32_t& day);
+inline bool ParseDay(std::string_view text, std::int32_t& day);
 // H:MM, HH:MM:SS, HH:MM:SS.ffffff (up to nine digits, cut to microseconds) -> micros of the day.
-bool ParseTimeOfDay(std::string_view text, Micros& micros);
+inline bool ParseTimeOfDay(std::string_view text, Micros& micros);
 // A date, then ' ' or 'T' and a time of day; a date alone is its midnight.
-bool ParseDateTime(std::string_view text, Micros& time);
+inline bool ParseDateTime(std::string_view text, Micros& time);
 
 // Lower case with blanks, underscores and dashes left out: the form header names are matched in.
 std::string NormalName(std::string_view name);
+
+namespace detail_text {
+
+inline std::string_view Trim(std::string_view text) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+inline bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// Exactly `count` digits at `p`.
+inline bool Digits(const char* p, int count, int& value) {
+    value = 0;
+    for (int i = 0; i < count; ++i) {
+        if (!IsDigit(p[i])) {
+            return false;
+        }
+        value = value * 10 + (p[i] - '0');
+    }
+    return true;
+}
+
+inline int DaysInMonth(int year, int month) {
+    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return month == 2 && leap ? 29 : kDays[month - 1];
+}
+
+} // namespace detail_text
+
+inline bool ParsePrice(std::string_view text, std::int64_t& scaled, int& decimals) {
+    text = detail_text::Trim(text);
+    bool negative = false;
+    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
+        negative = text.front() == '-';
+        text.remove_prefix(1);
+    }
+    std::size_t i = 0;
+    std::int64_t whole = 0;
+    const std::size_t n = text.size();
+    while (i < n && detail_text::IsDigit(text[i])) {
+        if (whole > 9'000'000'000'000LL) {
+            return false; // beyond what the fixed scale holds
+        }
+        whole = whole * 10 + (text[i++] - '0');
+    }
+    const std::size_t wholeDigits = i;
+    if (whole > 9'000'000'000'000LL) {
+        return false;
+    }
+    std::int64_t fraction = 0;
+    int count = 0;
+    if (i < n && text[i] == '.') {
+        ++i;
+        while (i < n && detail_text::IsDigit(text[i])) {
+            if (count < kMaxDecimals) {
+                fraction = fraction * 10 + (text[i] - '0');
+            } else if (text[i] != '0') {
+                return false;
+            }
+            ++count;
+            ++i;
+        }
+    }
+    if (i != n || (wholeDigits == 0 && count == 0)) {
+        return false;
+    }
+    static constexpr std::int64_t kPowers[] = {1000000, 100000, 10000, 1000, 100, 10, 1};
+    const int used = count < kMaxDecimals ? count : kMaxDecimals;
+    scaled = whole * kPriceScale + fraction * kPowers[used];
+    if (negative) {
+        scaled = -scaled;
+    }
+    // Trailing zeros still count: "12.50" is written with two decimals.
+    decimals = used;
+    return true;
+}
+
+inline bool ParseCount(std::string_view text, std::int64_t& value) {
+    text = detail_text::Trim(text);
+    std::size_t i = 0;
+    value = 0;
+    while (i < text.size() && detail_text::IsDigit(text[i])) {
+        if (value > 900'000'000'000'000'000LL / 10) {
+            return false;
+        }
+        value = value * 10 + (text[i++] - '0');
+    }
+    if (i == 0) {
+        return false;
+    }
+    if (i < text.size() && text[i] == '.') {
+        ++i;
+        while (i < text.size() && text[i] == '0') {
+            ++i;
+        }
+    }
+    return i == text.size();
+}
+
+inline bool ParseDay(std::string_view text, std::int32_t& day) {
+    // Rows come in runs of one date: the last one read on this thread is kept.
+    thread_local char lastText[10] = {};
+    thread_local std::size_t lastSize = 0;
+    thread_local std::int32_t lastDay = 0;
+    if (text.size() == lastSize && std::memcmp(text.data(), lastText, lastSize) == 0) {
+        day = lastDay;
+        return true;
+    }
+    int year = 0;
+    int month = 0;
+    int dayOfMonth = 0;
+    const char* p = text.data();
+    if (text.size() == 10 && (p[4] == '-' || p[4] == '/') && p[7] == p[4]) {
+        if (!detail_text::Digits(p, 4, year) || !detail_text::Digits(p + 5, 2, month) ||
+            !detail_text::Digits(p + 8, 2, dayOfMonth)) {
+            return false;
+        }
+    } else if (text.size() == 8) {
+        if (!detail_text::Digits(p, 4, year) || !detail_text::Digits(p + 4, 2, month) ||
+            !detail_text::Digits(p + 6, 2, dayOfMonth)) {
+            return false;
+        }
+    } else {
+        return false;
+    }
+    if (year < 1900 || month < 1 || month > 12 || dayOfMonth < 1 ||
+        dayOfMonth > detail_text::DaysInMonth(year, month)) {
+        return false;
+    }
+    day = detail::DaysFromCivil(year, month, dayOfMonth);
+    std::memcpy(lastText, text.data(), text.size());
+    lastSize = text.size();
+    lastDay = day;
+    return true;
+}
+
+inline bool ParseTimeOfDay(std::string_view text, Micros& micros) {
+    const char* p = text.data();
+    const std::size_t n = text.size();
+    int hour = 0;
+    std::size_t i = 0;
+    if (n >= 4 && p[1] == ':' && detail_text::Digits(p, 1, hour)) {
+        i = 2;
+    } else if (n >= 5 && p[2] == ':' && detail_text::Digits(p, 2, hour)) {
+        i = 3;
+    } else {
+        return false;
+    }
+    int minute = 0;
+    int second = 0;
+    if (i + 2 > n || !detail_text::Digits(p + i, 2, minute)) {
+        return false;
+    }
+    i += 2;
+    if (i < n) {
+        if (p[i] != ':' || i + 3 > n || !detail_text::Digits(p + i + 1, 2, second)) {
+            return false;
+        }
+        i += 3;
+    }
+    Micros fraction = 0;
+    if (i < n) {
+        if (p[i] != '.' || i + 1 == n || n - i - 1 > 9) {
+            return false;
+        }
+        int place = 0;
+        for (++i; i < n; ++i, ++place) {
+            if (!detail_text::IsDigit(p[i])) {
+                return false;
+            }
+            if (place < 6) {
+                fraction = fraction * 10 + (p[i] - '0');
+            }
+        }
+        for (; place < 6; ++place) {
+            fraction *= 10;
+        }
+    }
+    if (hour > 23 || minute > 59 || second > 59) {
+        return false;
+    }
+    micros = ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond + fraction;
+    return true;
+}
+
+inline bool ParseDateTime(std::string_view text, Micros& time) {
+    text = detail_text::Trim(text);
+    std::size_t split = 0;
+    while (split < text.size() && text[split] != ' ' && text[split] != 'T') {
+        ++split;
+    }
+    if (split == text.size()) {
+        split = std::string_view::npos;
+    }
+    std::int32_t day = 0;
+    if (!ParseDay(text.substr(0, split), day)) {
+        return false;
+    }
+    Micros ofDay = 0;
+    if (split != std::string_view::npos) {
+        std::string_view rest = text.substr(split + 1);
+        while (!rest.empty() && rest.front() == ' ') {
+            rest.remove_prefix(1);
+        }
+        if (!ParseTimeOfDay(rest, ofDay)) {
+            return false;
+        }
+    }
+    time = StartOfDay(day) + ofDay;
+    return true;
+}
 
 } // namespace portico::files
