@@ -67,6 +67,7 @@ private:
 class MemorySource : public ByteSource {
 public:
     explicit MemorySource(std::string_view text) : m_text(text) {}
+    std::string_view held() const override { return m_text; }
     std::int64_t read(std::uint64_t offset, char* out, std::size_t size) override {
         if (offset >= m_text.size()) {
             return 0;
@@ -108,9 +109,11 @@ std::unique_ptr<ByteSource> ByteSource::Memory(std::string_view text) {
 }
 
 LineReader::LineReader(ByteSource& source, std::uint64_t offset)
-    : m_source(source), m_buffer(kBufferBytes), m_bufferOffset(offset) {}
+    : m_source(source), m_held(source.held()), m_position(offset),
+      m_buffer(m_held.empty() ? kBufferBytes : 0), m_bufferOffset(offset) {}
 
 void LineReader::seek(std::uint64_t offset) {
+    m_position = offset;
     if (offset >= m_bufferOffset && offset <= m_bufferOffset + m_end) {
         m_begin = static_cast<std::size_t>(offset - m_bufferOffset);
         return;
@@ -144,7 +147,33 @@ bool LineReader::refill() {
     return true;
 }
 
+bool LineReader::nextHeld(Line& line) {
+    if (m_position >= m_held.size()) {
+        return false;
+    }
+    const char* start = m_held.data() + m_position;
+    const std::size_t left = m_held.size() - m_position;
+    const void* newline = std::memchr(start, '\n', left);
+    const std::size_t length =
+        newline != nullptr ? static_cast<std::size_t>(static_cast<const char*>(newline) - start)
+                           : left;
+    line.offset = m_position;
+    line.terminated = newline != nullptr;
+    line.end = m_position + length + (line.terminated ? 1 : 0);
+    line.tooLong = length > kMaxLine;
+    std::size_t size = length;
+    if (size > 0 && start[size - 1] == '\r') {
+        --size;
+    }
+    line.text = line.tooLong ? std::string_view() : std::string_view(start, size);
+    m_position = line.end;
+    return true;
+}
+
 bool LineReader::next(Line& line) {
+    if (!m_held.empty()) {
+        return nextHeld(line);
+    }
     bool skipping = false; // inside a line too long to hold
     std::uint64_t skipStart = 0;
     while (true) {

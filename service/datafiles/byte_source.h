@@ -17,6 +17,8 @@ public:
     virtual ~ByteSource() = default;
     // Up to `size` bytes from `offset` into `out`: how many (0 at the end), -1 on a read error.
     virtual std::int64_t read(std::uint64_t offset, char* out, std::size_t size) = 0;
+    // All of the bytes when they are held in memory, read in place then; empty otherwise.
+    virtual std::string_view held() const { return {}; }
 
     // A file, read as gzip when `gzip`; null with the reason when it cannot be opened.
     static std::unique_ptr<ByteSource> Open(const std::string& path, bool gzip, std::string& error);
@@ -48,7 +50,11 @@ public:
 private:
     bool refill(); // reads more after the kept bytes; false when nothing more came
 
+    bool nextHeld(Line& line);
+
     ByteSource& m_source;
+    std::string_view m_held; // the whole text, when the source holds it in memory
+    std::uint64_t m_position = 0;
     std::vector<char> m_buffer;
     std::uint64_t m_bufferOffset = 0; // file offset of m_buffer[0]
     std::size_t m_begin = 0;          // first unread byte in the buffer
