@@ -14,7 +14,7 @@
 
 namespace portico::files {
 
-inline constexpr std::uint32_t kBlockRows = 4096;
+inline constexpr std::uint32_t kBlockRows = 1024;
 
 struct Block {
     std::uint64_t offset = 0; // of its first row in the (uncompressed) text
