@@ -1,5 +1,7 @@
 #include "datafiles/text_fields.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace portico::files {
@@ -13,20 +15,44 @@ std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::
         }
         ++count;
     };
-    // Plain records (no quotes) are split in one pass without copying.
+    // Plain records (no quotes) are split in one pass without copying, eight bytes at a time:
+    // a word with no comma and no quote in it is passed over whole.
     const char* const begin = record.data();
     const char* const end = begin + record.size();
     const char* start = begin;
-    for (const char* p = begin;; ++p) {
+    const char* p = begin;
+    constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+    constexpr std::uint64_t kHighs = 0x8080808080808080ULL;
+    const auto has = [](std::uint64_t word, char c) {
+        const std::uint64_t x = word ^ (kOnes * static_cast<unsigned char>(c));
+        return (x - kOnes) & ~x & kHighs;
+    };
+    bool sawQuote = false;
+    while (true) {
+        if (end - p >= 8) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, p, 8);
+            if ((has(word, ',') | has(word, '"')) == 0) {
+                p += 8;
+                continue;
+            }
+        }
+        const char* const stop = std::min(p + 8, end);
+        for (; p < stop; ++p) {
+            if (*p == ',') {
+                store(std::string_view(start, static_cast<std::size_t>(p - start)));
+                start = p + 1;
+            } else if (*p == '"') {
+                sawQuote = true;
+                break;
+            }
+        }
+        if (sawQuote) {
+            break;
+        }
         if (p == end) {
             store(std::string_view(start, static_cast<std::size_t>(p - start)));
             return count;
-        }
-        if (*p == ',') {
-            store(std::string_view(start, static_cast<std::size_t>(p - start)));
-            start = p + 1;
-        } else if (*p == '"') {
-            break;
         }
     }
     count = 0;
