@@ -104,9 +104,9 @@ std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::
 std::string NormalName(std::string_view name) {
     std::string out;
     for (const char c : name) {
-        if (c == ' ' || c == '_' || c == '-' || c == '\t' || c == '\xEF' || c == '\xBB' ||
-            c == '\xBF') {
-            continue; // the byte-order mark some spreadsheets put before the first name too
+        if (c == ' ' || c == '_' || c == '-' || c == '\t' || c == '"' || c == '\xEF' ||
+            c == '\xBB' || c == '\xBF') {
+            continue; // with the byte-order mark (and its quotes) some spreadsheets write first
         }
         out.push_back(c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
     }

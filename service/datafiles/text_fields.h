@@ -41,7 +41,8 @@ inline bool ParseTimeOfDay(std::string_view text, Micros& micros);
 // A date, then ' ' or 'T' and a time of day; a date alone is its midnight.
 inline bool ParseDateTime(std::string_view text, Micros& time);
 
-// Lower case with blanks, underscores and dashes left out: the form header names are matched in.
+// Lower case with blanks, underscores, dashes, quotes and a byte-order mark left out: the form
+// header names are matched in.
 std::string NormalName(std::string_view name);
 
 namespace detail_text {

@@ -135,7 +135,8 @@ TEST(DataFiles, EveryLayoutGivesTheSameRows) {
                                  "2024-03-05,10.75,12.25,10.5,12,11.9,2000,8\n"
                                  "2024-03-06,12,12.5,11.5,11.5,11.4,1500,9\n");
     folder.write("d2.Daily.csv",
-                 "\"volume\",\"OI\",\"close\",\"LOW\",\"High\",\"Open\",\"Date\"\r\n"
+                 // A byte-order mark before the first name, as some spreadsheets write.
+                 "\xEF\xBB\xBF\"volume\",\"OI\",\"close\",\"LOW\",\"High\",\"Open\",\"Date\"\r\n"
                  "1000,7,10.75,10,11,10.5,\"2024/03/04\"\r\n"
                  "2000,8,\"12.00\",10.5,12.25,10.75,2024/03/05\r\n"
                  "1500,9,11.5,11.5,12.5,12,2024/03/06\r\n");
