@@ -247,7 +247,7 @@ Data files:
     ticks    DateTime (or Date,Time),Price,Size[,Bid,Ask]
   Dates are YYYY-MM-DD, YYYY/MM/DD or YYYYMMDD; times HH:MM[:SS[.ffffff]] in the exchange time
   zone. A minute row is labelled with the end of its minute, as interval bars are. Daily, weekly
-  and monthly bars sum the daily rows (or the minute rows, or the ticks, when there are none);
+  and monthly bars sum the daily rows (the minute rows or ticks of days the daily file lacks);
   interval bars sum the minute rows (or the ticks, for intervals that are not whole minutes).
   SYMBOL.json ({"description":...,"market":...,"securityType":...}) or one instruments.csv
   (Symbol,Description,Market,SecurityType) describes the instruments; otherwise each is an
