@@ -133,6 +133,7 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
     }
     request.output = render ? EExportOutput::Chart : EExportOutput::Csv;
     request.timeoutSeconds = timeout;
+    request.service = commandLine.ServiceOptions();
     request.file = file;
     request.symbol = commandLine.symbol;
     request.dataType = RequestTypeItems()[static_cast<std::size_t>(typeIndex)].data;

@@ -6,6 +6,8 @@
 // part: checking the options and turning the series into text. The platform runner does the
 // feed, the drawing and the file.
 
+#include "feed/feed_connections.h"
+
 #include <string>
 
 class CChartHistRequest;
@@ -39,6 +41,7 @@ struct SExportRequest {
     int width = kRenderDefaultWidth; // of a rendered chart, in pixels
     int height = kRenderDefaultHeight;
     int timeoutSeconds = kExportDefaultTimeout; // the whole run may take this long
+    SServiceOptions service;                    // what a service started for the run is given
 };
 
 // Checks the export or render options of `commandLine`. On success fills `request` and returns

@@ -8,8 +8,11 @@
 #include "app/workspace.h"
 #include "core/settings.h"
 
+#include "temp_dir.h"
+
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <tuple>
 
 namespace {
@@ -117,6 +120,51 @@ TEST(CommandLine, RenderAndExportOptionsAreParsedAndChecked) {
         EXPECT_EQ(CheckExportRequest(info, request),
                   "--timeout needs a whole number of seconds from 1 to 86400, not \"" + value +
                       "\"");
+    }
+}
+
+TEST(CommandLine, DataDirIsStoredAbsoluteAndReachesTheServiceArguments) {
+    const skychart::test::TempDir home;
+    const std::string folder = home.path() + "/My Data";
+    home.writeFile("My Data/LUMA.daily.csv", "Date,Close\n");
+    const std::vector<std::string> product{"-product", CFeedConnections::kProductId, "-version",
+                                           CFeedConnections::kProductVersion};
+    EXPECT_EQ(CFeedConnections::ServiceArguments(Parsed("-symbol x").ServiceOptions()), product);
+
+    // An absolute folder with a space and a trailing '/' is one value, not a flag; a relative one
+    // is made absolute against the working folder as it is parsed.
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(home.path());
+    const std::vector<std::vector<std::string>> givens{
+        {"--DATA-DIR", folder + "/", "--data-only", "--export", "a.csv"},
+        {"--export", "a.csv", "/data-only", "-data-dir", "./My Data/../My Data"}};
+    for (const std::vector<std::string>& given : givens) {
+        COrvaneCommandLineInfo info;
+        info.Parse(given);
+        info.Parse({"-symbol", "luma", "-type", "Daily"});
+        EXPECT_EQ(info.ServiceProblem(), "");
+        std::vector<std::string> expected = product;
+        expected.insert(expected.end(), {"--data-dir", folder, "--data-only"});
+        EXPECT_EQ(CFeedConnections::ServiceArguments(info.ServiceOptions()), expected);
+        SExportRequest request;
+        ASSERT_EQ(CheckExportRequest(info, request), "");
+        EXPECT_EQ(std::tie(request.service.dataDir, request.service.dataOnly, request.symbol),
+                  std::tuple(folder, true, "LUMA"));
+    }
+    std::filesystem::current_path(before);
+
+    const std::pair<std::vector<std::string>, std::string> problems[] = {
+        {{"--data-dir", home.path() + "/gone"},
+         "--data-dir " + home.path() + "/gone: no such folder"},
+        {{"--data-dir", folder + "/LUMA.daily.csv"},
+         "--data-dir " + folder + "/LUMA.daily.csv: not a folder"},
+        {{"--data-dir", "-symbol", "X"}, "--data-dir needs the folder of your data files"},
+        {{"--data-only"}, "--data-only needs --data-dir DIR"},
+    };
+    for (const auto& [given, said] : problems) {
+        COrvaneCommandLineInfo info;
+        info.Parse(given);
+        EXPECT_EQ(info.ServiceProblem(), said);
     }
 }
 

@@ -58,6 +58,8 @@ bool CChartsApp::InitInstance(const COrvaneCommandLineInfo& commandLine,
     m_trendFile = std::make_unique<CTrendFile>();
     m_trendStore = m_trendFile->Load(m_prompt, false);
     m_frame = std::make_unique<CMainFrame>(m_prompt, m_settings, m_history, settings.writer);
+    // The service's data comes from the command line given, whatever workspace is opened.
+    m_frame->SetServiceOptions(commandLine.ServiceOptions());
     m_frame->UseTrendStore(m_trendStore, [this] { m_trendFile->Save(m_trendStore); });
     if (!m_frame->Create()) {
         spdlog::error("The main frame could not be created");

@@ -121,7 +121,7 @@ bool CMainFrame::Create() {
     connect(m_feedTimer, &QTimer::timeout, this, &CMainFrame::ShowFeedState);
     m_feedTimer->start();
 
-    m_feed = MakeQtFeedConnections(*this, Prompt());
+    m_feed = MakeQtFeedConnections(*this, Prompt(), m_serviceOptions);
     m_view->SetFeed(m_feed.get());
     m_feed->Start();
 
