@@ -35,10 +35,12 @@ bench:
 asan-test:
 	@$(MAKE) --no-print-directory test PRESET=asan
 
-# The Debian package build/release/skychart_<version>-1_<arch>.deb, from a release build.
+# The Debian package build/release/skychart_<version>-1_<arch>.deb, from a release build of the
+# two programs and the files installed with them.
 package:
-	@$(MAKE) --no-print-directory build PRESET=release
-	cmake --build --preset release --target package
+	@$(MAKE) --no-print-directory configure PRESET=release
+	cmake --build --preset release -j $(JOBS) --target Skychart portico skychart_install_files
+	cd build/release && cpack -G DEB
 
 # libFuzzer: every parser's target for FUZZ_RUNS executions on a copy of its seed corpus (clang,
 # the fuzz preset); one summary line per target, non-zero exit on any finding.
