@@ -149,6 +149,9 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
         } else if (EqualNoCase(text, "height")) {
             heightRequested = true;
             expectHeight = true;
+        } else if (EqualNoCase(text, "scale")) {
+            scaleRequested = true;
+            expectScale = true;
         } else if (EqualNoCase(text, "timeout")) {
             timeoutRequested = true;
             expectTimeout = true;
@@ -208,6 +211,9 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
     } else if (expectTimeout) {
         timeout = text;
         expectTimeout = false;
+    } else if (expectScale) {
+        scale = text;
+        expectScale = false;
     } else if (expectDataDir) {
         std::error_code error;
         std::filesystem::path path = std::filesystem::absolute(text, error).lexically_normal();
@@ -324,6 +330,8 @@ std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
         "                        or a PDF by its extension, and exit\n"
         "  -width W -height H    size of the --render chart in pixels, 100 to 10000 each\n"
         "                        (default 1200 x 800)\n"
+        "  -scale S              draw the --render PNG at S device pixels per pixel, 1 to 4\n"
+        "                        (default 1): W*S x H*S pixels laid out as W x H\n"
         "  --timeout SECONDS     give --export or --render up after SECONDS, a whole\n"
         "                        number from 1 to 86400 (default 300)\n"
         "  --data-dir DIR        start the service with the folder DIR of your own data\n"

@@ -37,7 +37,7 @@ struct SAppliedCommandLine {
 // a flag. A parameter of the form -<digits> is a number, not a flag, so positions may be negative.
 //   -symbol X  -type T  -interval I  -max  -min  -top N  -bottom N  -left N  -right N
 //   --help  --version  --save-workspace NAME  --open-workspace NAME  --export FILE
-//   --render FILE  -width W  -height H  --timeout S  --data-dir DIR  --data-only
+//   --render FILE  -width W  -height H  --timeout S  --data-dir DIR  --data-only  -scale S
 class COrvaneCommandLineInfo {
 public:
     // Parses the parameters that follow the program name.
@@ -98,6 +98,9 @@ public:
     std::string width;
     bool heightRequested = false;
     std::string height;
+    // -scale S: device pixels per pixel of the rendered PNG, as given (checked with the request).
+    bool scaleRequested = false;
+    std::string scale;
     // --timeout SECONDS: how long --export or --render may take, as given (checked with the
     // request).
     bool timeoutRequested = false;
@@ -121,4 +124,5 @@ private:
     bool expectHeight = false;
     bool expectTimeout = false;
     bool expectDataDir = false;
+    bool expectScale = false;
 };
