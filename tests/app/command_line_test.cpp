@@ -221,6 +221,22 @@ TEST(WorkspaceArguments, StoredTextParsesBackToTheSameChartAndFrame) {
     EXPECT_EQ(WorkspaceArguments("KRNO", "Minute", "15-Minute", EFrameState::Normal, rect),
               ChartArguments("KRNO", "Minute", "15-Minute") +
                   FrameArguments(EFrameState::Normal, rect));
+
+    // A new window: the same chart, its frame moved down and right, read back by the parser.
+    const std::vector<std::string> window =
+        NewWindowArguments("LUMA", "Minute", "5-Minute", SFrameRect{-8, 20, 1200, 900});
+    EXPECT_EQ(window, (std::vector<std::string>{"-symbol", "LUMA", "-type", "Minute", "-interval",
+                                                "5-Minute", "-left", "24", "-top", "52", "-right",
+                                                "1232", "-bottom", "932"}));
+    COrvaneCommandLineInfo info;
+    info.Parse(window);
+    EXPECT_TRUE(info.HasFrameRect());
+    EXPECT_EQ(info.symbol, "LUMA");
+    EXPECT_EQ(info.type, "Minute");
+    EXPECT_EQ(info.interval, "5-Minute");
+    EXPECT_EQ(info.left, -8 + kNewWindowOffset);
+    EXPECT_EQ(info.bottom, 900 + kNewWindowOffset);
+    EXPECT_EQ(NewWindowArguments("", "Tick", "1-Minute", {}, 10).front(), "-type");
 }
 
 } // namespace

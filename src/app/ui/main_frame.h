@@ -154,6 +154,9 @@ private:
     void MakeTrendlines();
     void MakeApplicationLinks(QToolButton* button);
     void LaunchApplication(const QString& executable, const QStringList& arguments);
+    // Starts another Skychart on the current chart, its frame a little down and right of this
+    // one; it finds the running service through the startup ports and shares it.
+    void OpenNewWindow();
     void UpdateStatusPanes();
     // The ribbon's style combo shows "Candle Price Chart Style" again (the display page sets it).
     void SyncStyleCombo();
