@@ -315,6 +315,13 @@ void CMainFrame::OpenNewWindow() {
                             m_home.intervalCombo->currentText().toStdString(), rect)) {
         arguments.push_back(QString::fromStdString(parameter));
     }
+    // Should the shared service be gone by then, the new window starts it with the same data.
+    if (!m_serviceOptions.dataDir.empty()) {
+        arguments << "--data-dir" << QString::fromStdString(m_serviceOptions.dataDir);
+        if (m_serviceOptions.dataOnly) {
+            arguments << "--data-only";
+        }
+    }
     spdlog::info("New window: Skychart {}", arguments.join(' ').toStdString());
     LaunchApplication("Skychart", arguments);
 }
