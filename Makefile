@@ -3,7 +3,7 @@ PRESET ?= default
 BUILD_DIR := build/$(PRESET)
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build test run bench asan-test fuzz fuzz-seeds format format-check clean
+.PHONY: all deps configure build test run bench asan-test package fuzz fuzz-seeds format format-check clean
 
 all: build
 
@@ -34,6 +34,13 @@ bench:
 
 asan-test:
 	@$(MAKE) --no-print-directory test PRESET=asan
+
+# The Debian package build/release/skychart_<version>-1_<arch>.deb, from a release build of the
+# two programs and the files installed with them.
+package:
+	@$(MAKE) --no-print-directory configure PRESET=release
+	cmake --build --preset release -j $(JOBS) --target Skychart portico skychart_install_files
+	cd build/release && cpack -G DEB
 
 # libFuzzer: every parser's target for FUZZ_RUNS executions on a copy of its seed corpus (clang,
 # the fuzz preset); one summary line per target, non-zero exit on any finding.

@@ -72,7 +72,7 @@ public:
         return std::make_unique<CBlockingPlatformSocket>();
     }
     std::unique_ptr<IBlockingSocket> MakeBlockingSocket() override { return nullptr; }
-    bool LaunchConnectionManager(const std::string&, int& errorCode) override {
+    bool LaunchConnectionManager(const std::vector<std::string>&, int& errorCode) override {
         errorCode = ENOSYS;
         return false;
     }

@@ -85,7 +85,8 @@ public:
     std::unique_ptr<IBlockingSocket> MakeBlockingSocket() override {
         return std::make_unique<ChunkBlockingSocket>(blockingChunks);
     }
-    bool LaunchConnectionManager(const std::string& /*parameters*/, int& errorCode) override {
+    bool LaunchConnectionManager(const std::vector<std::string>& /*arguments*/,
+                                 int& errorCode) override {
         errorCode = 0;
         return true;
     }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs every package needed to build, test and benchmark Skychart and portico.
+# Installs every package needed to build, test, benchmark and package Skychart and portico.
 # Idempotent: packages already present are skipped, and apt is not touched at all when
 # nothing is missing.
 set -euo pipefail
@@ -14,6 +14,8 @@ packages=(
   xvfb xauth xdotool x11-apps imagemagick
   python3 python3-pandas
   tzdata dbus
+  help2man librsvg2-bin desktop-file-utils appstream man-db
+  dpkg-dev file lintian
 )
 
 missing=()

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
@@ -83,8 +85,10 @@ int FindComboData(const std::vector<SComboItem>& items, int data) {
 
 void COrvaneCommandLineInfo::Parse(const std::vector<std::string>& parameters) {
     for (const std::string& parameter : parameters) {
-        // The file of --export or --render may be an absolute path: '/' starts no flag there.
-        if ((expectExport || expectRender) && !parameter.empty() && parameter[0] == '/') {
+        // The file of --export or --render and the folder of --data-dir may be absolute paths:
+        // '/' starts no flag there.
+        if ((expectExport || expectRender || expectDataDir) && !parameter.empty() &&
+            parameter[0] == '/') {
             ParseParam(parameter, false);
             continue;
         }
@@ -145,9 +149,17 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
         } else if (EqualNoCase(text, "height")) {
             heightRequested = true;
             expectHeight = true;
+        } else if (EqualNoCase(text, "scale")) {
+            scaleRequested = true;
+            expectScale = true;
         } else if (EqualNoCase(text, "timeout")) {
             timeoutRequested = true;
             expectTimeout = true;
+        } else if (EqualNoCase(text, "data-dir")) {
+            dataDirRequested = true;
+            expectDataDir = true;
+        } else if (EqualNoCase(text, "data-only")) {
+            dataOnly = true;
         } else {
             unknownFlags.push_back(text);
         }
@@ -199,7 +211,39 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
     } else if (expectTimeout) {
         timeout = text;
         expectTimeout = false;
+    } else if (expectScale) {
+        scale = text;
+        expectScale = false;
+    } else if (expectDataDir) {
+        std::error_code error;
+        std::filesystem::path path = std::filesystem::absolute(text, error).lexically_normal();
+        // "data/" names the folder "data": no empty last element.
+        if (!path.has_filename() && path.has_relative_path()) {
+            path = path.parent_path();
+        }
+        dataDir = error ? text : path.string();
+        expectDataDir = false;
     }
+}
+
+std::string COrvaneCommandLineInfo::ServiceProblem() const {
+    if (dataDirRequested) {
+        if (dataDir.empty()) {
+            return "--data-dir needs the folder of your data files";
+        }
+        std::error_code error;
+        const std::filesystem::file_status status = std::filesystem::status(dataDir, error);
+        if (!std::filesystem::exists(status)) {
+            return fmt::format("--data-dir {}: no such folder", dataDir);
+        }
+        if (!std::filesystem::is_directory(status)) {
+            return fmt::format("--data-dir {}: not a folder", dataDir);
+        }
+    }
+    if (dataOnly && dataDir.empty()) {
+        return "--data-only needs --data-dir DIR";
+    }
+    return {};
 }
 
 bool COrvaneCommandLineInfo::HasFrameRect() const {
@@ -272,9 +316,11 @@ std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
         "  -max | -min           start maximised or minimised (the first one given wins)\n"
         "  -left X -top Y -right X -bottom Y\n"
         "                        frame position on the screen\n"
-        "  --save-workspace NAME ask every running display application to save its window\n"
+        "  --save-workspace NAME\n"
+        "                        ask every running display application to save its window\n"
         "                        into workspace NAME, then exit\n"
-        "  --open-workspace NAME start with the arguments stored in workspace NAME\n"
+        "  --open-workspace NAME\n"
+        "                        start with the arguments stored in workspace NAME\n"
         "  --export FILE.csv     no window: load the history of -symbol with -type (and\n"
         "                        -interval) from the service, write it to FILE.csv with a\n"
         "                        header row and exit\n"
@@ -284,8 +330,14 @@ std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
         "                        or a PDF by its extension, and exit\n"
         "  -width W -height H    size of the --render chart in pixels, 100 to 10000 each\n"
         "                        (default 1200 x 800)\n"
+        "  -scale S              draw the --render PNG at S device pixels per pixel, 1 to 4\n"
+        "                        (default 1): W*S x H*S pixels laid out as W x H\n"
         "  --timeout SECONDS     give --export or --render up after SECONDS, a whole\n"
         "                        number from 1 to 86400 (default 300)\n"
+        "  --data-dir DIR        start the service with the folder DIR of your own data\n"
+        "                        files, served beside the simulated market (a service\n"
+        "                        already running keeps the data it was started with)\n"
+        "  --data-only           with --data-dir: the service serves your files only\n"
         "  --help                show this text and exit\n"
         "  --version             show the version and exit\n"
         "\n"
@@ -316,19 +368,23 @@ std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
         "                                 add a trendline through bars (DateTime) at prices\n"
         "  Trendlines() -> JSON           the chart's trendlines\n"
         "  DeleteAllTrendlines() -> removed\n"
+        "                                 delete the chart's trendlines; answers how many\n"
         "  Reconnect()                    connect to the service again (starting it when it\n"
         "                                 is gone) and reload the chart\n"
-        "for example:\n"
+        "For example, this loads the daily chart of LUMA in the Skychart of process 1234:\n"
         "  gdbus call --session --dest org.skychart.Skychart.pid1234 --object-path /Skychart \\\n"
-        "      --method org.skychart.Chart.Load LUMA Daily \"\"\n"
+        "  --method org.skychart.Chart.Load LUMA Daily \"\"\n"
         "Bad arguments (or a time of no point) answer org.skychart.Chart.Error.InvalidArgument,\n"
         "a call without a loaded chart ...Error.NoChart, a file that cannot be written\n"
         "...Error.Failed.\n"
         "\n"
-        "Settings: {}\n"
-        "Start-up: {}\n"
-        "          (the service's ports AdminPort, LookupPort, Level1Port and LogPath)\n"
-        "Logs:     {}\n"
-        "          (when LogPath is empty)\n",
+        "Files:\n"
+        "  {}\n"
+        "                        your settings\n"
+        "  {}\n"
+        "                        the service's ports AdminPort, LookupPort, Level1Port and\n"
+        "                        LogPath\n"
+        "  {}\n"
+        "                        the logs, when LogPath is empty\n",
         types, intervals, settingsFile, startupFile, logFolder);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "feed/feed_connections.h"
+
 #include <string>
 #include <vector>
 
@@ -35,7 +37,7 @@ struct SAppliedCommandLine {
 // a flag. A parameter of the form -<digits> is a number, not a flag, so positions may be negative.
 //   -symbol X  -type T  -interval I  -max  -min  -top N  -bottom N  -left N  -right N
 //   --help  --version  --save-workspace NAME  --open-workspace NAME  --export FILE
-//   --render FILE  -width W  -height H
+//   --render FILE  -width W  -height H  --timeout S  --data-dir DIR  --data-only  -scale S
 class COrvaneCommandLineInfo {
 public:
     // Parses the parameters that follow the program name.
@@ -53,6 +55,12 @@ public:
     // stores its position as "RequestIntervalIndex". Clears symbol, type, interval and frame
     // position so that a second call does nothing.
     SAppliedCommandLine ApplyTo(CSettings& settings);
+
+    // What is wrong with --data-dir and --data-only, for the user; empty when nothing is: a
+    // --data-dir without a folder or naming no folder, a --data-only without --data-dir.
+    std::string ServiceProblem() const;
+    // The options of the service Skychart starts: the data folder and --data-only.
+    SServiceOptions ServiceOptions() const { return {dataDir, dataOnly}; }
 
     // Usage text of --help: every option, where settings and logs live.
     static std::string Usage(const std::string& settingsFile, const std::string& startupFile,
@@ -90,10 +98,18 @@ public:
     std::string width;
     bool heightRequested = false;
     std::string height;
+    // -scale S: device pixels per pixel of the rendered PNG, as given (checked with the request).
+    bool scaleRequested = false;
+    std::string scale;
     // --timeout SECONDS: how long --export or --render may take, as given (checked with the
     // request).
     bool timeoutRequested = false;
     std::string timeout;
+    // --data-dir DIR: the folder of the trader's own data files, made absolute against the
+    // working folder as it is parsed; --data-only: the service serves those files only.
+    bool dataDirRequested = false;
+    std::string dataDir;
+    bool dataOnly = false;
     // Flags that name no option, kept for the log.
     std::vector<std::string> unknownFlags;
 
@@ -107,4 +123,6 @@ private:
     bool expectWidth = false;
     bool expectHeight = false;
     bool expectTimeout = false;
+    bool expectDataDir = false;
+    bool expectScale = false;
 };

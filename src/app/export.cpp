@@ -113,11 +113,22 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
     }
     int width = kRenderDefaultWidth;
     int height = kRenderDefaultHeight;
+    int scale = 1;
     if (render) {
         std::string problem =
             CheckSize("-width", commandLine.widthRequested, commandLine.width, width);
         if (problem.empty()) {
             problem = CheckSize("-height", commandLine.heightRequested, commandLine.height, height);
+        }
+        if (problem.empty() && commandLine.scaleRequested) {
+            const std::string& text = commandLine.scale;
+            scale = text.size() == 1 && text[0] >= '1' && text[0] <= '0' + kRenderMaxScale
+                        ? text[0] - '0'
+                        : 0;
+            if (scale == 0) {
+                problem = fmt::format("-scale must be a whole number from 1 to {}, not \"{}\"",
+                                      kRenderMaxScale, text);
+            }
         }
         if (!problem.empty()) {
             return problem;
@@ -133,6 +144,7 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
     }
     request.output = render ? EExportOutput::Chart : EExportOutput::Csv;
     request.timeoutSeconds = timeout;
+    request.service = commandLine.ServiceOptions();
     request.file = file;
     request.symbol = commandLine.symbol;
     request.dataType = RequestTypeItems()[static_cast<std::size_t>(typeIndex)].data;
@@ -140,6 +152,7 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
     request.typeText = RequestTypeItems()[static_cast<std::size_t>(typeIndex)].text;
     request.width = width;
     request.height = height;
+    request.scale = scale;
     return {};
 }
 

@@ -6,6 +6,8 @@
 // part: checking the options and turning the series into text. The platform runner does the
 // feed, the drawing and the file.
 
+#include "feed/feed_connections.h"
+
 #include <string>
 
 class CChartHistRequest;
@@ -24,6 +26,8 @@ inline constexpr int kRenderDefaultWidth = 1200;
 inline constexpr int kRenderDefaultHeight = 800;
 inline constexpr int kRenderMinSize = 100;
 inline constexpr int kRenderMaxSize = 10000;
+// -scale: device pixels per pixel of a rendered PNG.
+inline constexpr int kRenderMaxScale = 4;
 // --timeout: the default and the limits, in seconds.
 inline constexpr int kExportDefaultTimeout = 300;
 inline constexpr int kExportMaxTimeout = 86400;
@@ -38,7 +42,9 @@ struct SExportRequest {
     std::string typeText;            // the request type as given ("Tick", "Daily", ...)
     int width = kRenderDefaultWidth; // of a rendered chart, in pixels
     int height = kRenderDefaultHeight;
+    int scale = 1;                              // a PNG is width*scale x height*scale device pixels
     int timeoutSeconds = kExportDefaultTimeout; // the whole run may take this long
+    SServiceOptions service;                    // what a service started for the run is given
 };
 
 // Checks the export or render options of `commandLine`. On success fills `request` and returns

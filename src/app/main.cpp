@@ -13,6 +13,7 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QIcon>
 
 #include <cstdio>
 #include <string>
@@ -33,6 +34,10 @@ int main(int argc, char** argv) {
                                           CRegistryPaths::DefaultLogFolder().toStdString());
         std::fputs(usage.c_str(), stdout);
         return 0;
+    }
+    if (const std::string problem = commandLine.ServiceProblem(); !problem.empty()) {
+        std::fprintf(stderr, "Skychart: %s\n", problem.c_str());
+        return 2;
     }
     if (!commandLine.saveWorkspace.empty()) {
         QCoreApplication application(argc, argv);
@@ -70,6 +75,10 @@ int main(int argc, char** argv) {
     CGuardedApplication application(argc, argv);
     QApplication::setApplicationName("Skychart");
     QApplication::setApplicationVersion(SKYCHART_VERSION);
+    // The installed desktop entry and icon share this name; the icon is built in as well.
+    QGuiApplication::setDesktopFileName("org.skychart.Skychart");
+    QApplication::setWindowIcon(
+        QIcon::fromTheme("org.skychart.Skychart", QIcon(":/icons/org.skychart.Skychart.svg")));
     CChartsApp charts;
     if (!charts.InitInstance(commandLine, argv[0])) {
         return 1;

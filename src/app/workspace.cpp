@@ -34,6 +34,26 @@ std::string WorkspaceArguments(const std::string& currentSymbol, const std::stri
            FrameArguments(state, normalRect);
 }
 
+std::vector<std::string> NewWindowArguments(const std::string& currentSymbol,
+                                            const std::string& typeText,
+                                            const std::string& intervalText,
+                                            const SFrameRect& normalRect, int offset) {
+    std::vector<std::string> parameters;
+    if (!currentSymbol.empty()) {
+        parameters = {"-symbol", currentSymbol};
+    }
+    const SFrameRect moved{normalRect.left + offset, normalRect.top + offset,
+                           normalRect.right + offset, normalRect.bottom + offset};
+    for (const std::string& parameter :
+         {std::string("-type"), typeText, std::string("-interval"), intervalText,
+          std::string("-left"), std::to_string(moved.left), std::string("-top"),
+          std::to_string(moved.top), std::string("-right"), std::to_string(moved.right),
+          std::string("-bottom"), std::to_string(moved.bottom)}) {
+        parameters.push_back(parameter);
+    }
+    return parameters;
+}
+
 std::vector<std::string> SplitArguments(const std::string& text) {
     std::vector<std::string> parameters;
     std::istringstream stream(text);

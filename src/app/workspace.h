@@ -27,5 +27,16 @@ std::string WorkspaceArguments(const std::string& currentSymbol, const std::stri
                                const std::string& intervalText, EFrameState state,
                                const SFrameRect& normalRect);
 
+// How far right and down a new window opens from the one it was started from.
+inline constexpr int kNewWindowOffset = 32;
+
+// The parameters that start another Skychart on the same chart: those of ChartArguments, then
+// the frame rectangle `normalRect` moved `offset` pixels right and down.
+std::vector<std::string> NewWindowArguments(const std::string& currentSymbol,
+                                            const std::string& typeText,
+                                            const std::string& intervalText,
+                                            const SFrameRect& normalRect,
+                                            int offset = kNewWindowOffset);
+
 // Splits a stored argument text at white space into parameters.
 std::vector<std::string> SplitArguments(const std::string& text);

@@ -45,6 +45,15 @@ double ContrastRatio(ColorRef a, ColorRef b) {
     return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
 }
 
+double ColorDistance(ColorRef a, ColorRef b) {
+    const double redMean = (RedOf(a) + RedOf(b)) / 2.0;
+    const double red = RedOf(a) - RedOf(b);
+    const double green = GreenOf(a) - GreenOf(b);
+    const double blue = BlueOf(a) - BlueOf(b);
+    return std::sqrt((2.0 + redMean / 256.0) * red * red + 4.0 * green * green +
+                     (2.0 + (255.0 - redMean) / 256.0) * blue * blue);
+}
+
 ColorRef ReadableTextColor(ColorRef text, ColorRef background) {
     constexpr int kSteps = 32;
     const ColorRef extreme = FarthestExtreme(background);

@@ -41,6 +41,9 @@ SChartStyle ReadChartStyle(const CSettings& settings);
 // Legibility of text on a pane. The contrast ratio of two colours is (L1 + 0.05) / (L2 + 0.05)
 // over their relative luminances, the lighter first: 1 for equal colours, 21 for black on white.
 double ContrastRatio(ColorRef a, ColorRef b);
+// How far apart two colours look: the RGB distance weighted by the mean red ("red mean"), 0 for
+// equal colours and about 765 for black and white.
+double ColorDistance(ColorRef a, ColorRef b);
 // Below this ratio a header line does not read at a glance.
 inline constexpr double kMinTextContrast = 4.5;
 // `text` when it reads on `background`; otherwise `text` moved step by step toward black (on a

@@ -2,6 +2,8 @@
 
 #include "core/settings.h"
 
+#include <algorithm>
+
 namespace {
 
 struct SSlot {
@@ -43,6 +45,21 @@ ColorRef LoadColor(const CSettings& settings, const std::string& key) {
 std::size_t SlotIndex(EColorSlot slot) {
     const int index = static_cast<int>(slot);
     return index >= 0 && index < CColorPageLogic::kSlotCount ? static_cast<std::size_t>(index) : 0;
+}
+
+// Whether the page shows `key` on a button of its own.
+bool HasButton(const std::string& key) {
+    const auto isSlot = [&key](const SSlot& slot) { return key == slot.key; };
+    if (std::any_of(kSlots.begin(), kSlots.end(), isSlot)) {
+        return true;
+    }
+    for (int type = 0; type < CColorPageLogic::kStudyTypeCount; ++type) {
+        if (key == keys::Numbered(keys::kStudyDataColor, type) ||
+            key == keys::Numbered(keys::kStudyLabelColor, type)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace
@@ -91,6 +108,23 @@ ColorRef CColorPageLogic::StudyLabelColorOf(int type) const {
     return IsStudyType(type) ? m_studyLabel[Index(type)] : 0;
 }
 
+void CColorPageLogic::ApplyPreset(EColorPreset preset) {
+    for (std::size_t i = 0; i < kSlots.size(); ++i) {
+        m_colors[i] = PresetColor(preset, kSlots[i].key);
+    }
+    for (int type = 0; type < kStudyTypeCount; ++type) {
+        m_studyData[Index(type)] = PresetColor(preset, keys::Numbered(keys::kStudyDataColor, type));
+        m_studyLabel[Index(type)] =
+            PresetColor(preset, keys::Numbered(keys::kStudyLabelColor, type));
+    }
+    m_presetOthers.clear();
+    for (const SPresetColor& entry : PresetColors(preset)) {
+        if (!HasButton(entry.key)) {
+            m_presetOthers.push_back(entry);
+        }
+    }
+}
+
 void CColorPageLogic::Store(CSettings& settings) {
     const auto store = [&settings](const std::string& key, ColorRef now, ColorRef shown) {
         if (now != shown) {
@@ -106,6 +140,13 @@ void CColorPageLogic::Store(CSettings& settings) {
         store(keys::Numbered(keys::kStudyLabelColor, type), m_studyLabel[Index(type)],
               m_shown.studyLabel[Index(type)]);
     }
+    for (const SPresetColor& entry : m_presetOthers) {
+        const std::string text = std::to_string(entry.color);
+        if (settings.GetText(entry.key) != text) {
+            settings.SetText(entry.key, text);
+        }
+    }
+    m_presetOthers.clear();
     m_shown = {m_colors, m_studyData, m_studyLabel};
 }
 

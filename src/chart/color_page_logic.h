@@ -3,10 +3,12 @@
 // The colour page's model: the seven chart colours and the data and label colours of the ten
 // study types, loaded from the settings table, edited on the page, and those changed stored.
 
+#include "chart/color_preset.h"
 #include "chart/color_ref.h"
 
 #include <array>
 #include <string>
+#include <vector>
 
 class CSettings;
 
@@ -49,8 +51,13 @@ public:
     ColorRef StudyDataColorOf(int type) const;
     ColorRef StudyLabelColorOf(int type) const;
 
+    // Gives every colour of the page, of every study type, the colour of `preset`; the colour
+    // keys the page has no button for (averages, bands, study lines and levels, trendlines) take
+    // theirs when the page is stored.
+    void ApplyPreset(EColorPreset preset);
+
     // Stores, in decimal under its key, every colour that differs from the one loaded or last
-    // stored.
+    // stored, and after a preset each other colour key that differs from the preset's.
     void Store(CSettings& settings);
 
     // The settings key of a slot and the caption of its button.
@@ -74,4 +81,6 @@ private:
         std::array<ColorRef, kStudyTypeCount> studyLabel{};
     } m_shown;
     int m_studyType = 0;
+    // The colours of the last preset for the keys without a button; empty when none was applied.
+    std::vector<SPresetColor> m_presetOthers;
 };

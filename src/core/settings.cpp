@@ -15,6 +15,8 @@
 namespace {
 
 const char* const kUnknownKeyText = "Config Error";
+// What the mirror is asked to give back for a key it holds no value for; no stored text is this.
+const char* const kNotStored = "\x1f(not stored)";
 
 // atoi as the suite has always seen it: leading white space, an optional sign, decimal digits;
 // values beyond the 32-bit range are clamped.
@@ -77,7 +79,27 @@ void CSettings::RegisterAll(const std::vector<SSettingKey>& keys) {
 void CSettings::LoadFrom(CConfigWriterMux& mirror) {
     for (auto& [key, entry] : m_entries) {
         if (entry.persist) {
-            entry.value = mirror.Read(key, entry.defaultValue);
+            std::string value = mirror.Read(key, kNotStored);
+            entry.stored = value != kNotStored;
+            entry.value = entry.stored ? std::move(value) : entry.defaultValue;
+        }
+    }
+}
+
+bool CSettings::IsStored(const std::string& key) const {
+    const auto found = m_entries.find(key);
+    return found != m_entries.end() && found->second.stored;
+}
+
+void CSettings::OverlayDefaults(const std::vector<std::pair<std::string, std::string>>& values) {
+    for (const auto& [key, value] : values) {
+        const auto found = m_entries.find(key);
+        if (found == m_entries.end() || found->second.stored || !found->second.persist) {
+            continue;
+        }
+        found->second.value = value;
+        if (std::find(m_overlaid.begin(), m_overlaid.end(), key) == m_overlaid.end()) {
+            m_overlaid.push_back(key);
         }
     }
 }
@@ -136,21 +158,42 @@ CSettings::WriteStatus CSettings::Store(const std::string& key, const std::strin
     if (!found->second.persist || !m_writer) {
         return WriteStatus::Stored;
     }
-    if (m_holding) {
-        const auto held = std::find_if(m_held.begin(), m_held.end(),
-                                       [&key](const auto& entry) { return entry.first == key; });
-        if (held == m_held.end()) {
-            m_held.emplace_back(key, value);
-        } else {
-            held->second = value;
+    return WriteThrough(key, value) ? WriteStatus::Stored : WriteStatus::MirrorFailed;
+}
+
+bool CSettings::WriteThrough(const std::string& key, const std::string& value) {
+    std::vector<std::pair<std::string, std::string>> writes;
+    if (std::find(m_overlaid.begin(), m_overlaid.end(), key) != m_overlaid.end()) {
+        for (const std::string& other : m_overlaid) {
+            Entry& entry = m_entries[other];
+            entry.stored = true;
+            if (other != key) {
+                writes.emplace_back(other, entry.value);
+            }
         }
-        return WriteStatus::Stored;
+        m_overlaid.clear();
     }
-    if (!m_writer->Write(key, value)) {
+    m_entries[key].stored = true;
+    writes.emplace_back(key, value);
+    if (m_holding) {
+        for (auto& write : writes) {
+            const auto held =
+                std::find_if(m_held.begin(), m_held.end(),
+                             [&write](const auto& entry) { return entry.first == write.first; });
+            if (held == m_held.end()) {
+                m_held.push_back(std::move(write));
+            } else {
+                held->second = std::move(write.second);
+            }
+        }
+        return true;
+    }
+    const bool written =
+        writes.size() == 1 ? m_writer->Write(key, value) : m_writer->WriteAll(writes);
+    if (!written) {
         spdlog::error("Setting \"{}\" could not be saved (error {})", key, m_writer->LastError());
-        return WriteStatus::MirrorFailed;
     }
-    return WriteStatus::Stored;
+    return written;
 }
 
 bool CSettings::SetText(const std::string& key, const std::string& value) {
@@ -204,4 +247,5 @@ void CSettings::Reset() {
     m_writer.reset();
     m_holding = false;
     m_held.clear();
+    m_overlaid.clear();
 }

@@ -37,6 +37,12 @@ public:
     void RegisterAll(const std::vector<SSettingKey>& keys);
     // Reads every persisted key through `mirror`, with its default.
     void LoadFrom(CConfigWriterMux& mirror);
+    // Whether the mirror held a value for `key` when loaded, or the key was written since.
+    bool IsStored(const std::string& key) const;
+    // Gives each key of `values` that holds no stored value that value for this session, in place
+    // of its default, without storing it. The first write of any of these keys stores all of them
+    // with it, so that a change made on top of them keeps the rest as they were shown.
+    void OverlayDefaults(const std::vector<std::pair<std::string, std::string>>& values);
     // From now on writes of persisted keys are stored through `writer` (null: table only).
     void PublishWriter(std::shared_ptr<CConfigWriterMux> writer);
 
@@ -81,9 +87,13 @@ private:
         std::string value;
         std::string defaultValue;
         bool persist = true;
+        bool stored = false; // the mirror holds a value
     };
+    // Queues or writes `key` with the overlaid keys that are still unstored.
+    bool WriteThrough(const std::string& key, const std::string& value);
     std::map<std::string, Entry> m_entries;
     std::shared_ptr<CConfigWriterMux> m_writer;
     bool m_holding = false;
     std::vector<std::pair<std::string, std::string>> m_held; // one entry per key, last value
+    std::vector<std::string> m_overlaid;                     // keys of OverlayDefaults, unstored
 };

@@ -9,6 +9,7 @@
 #include "feed/symbol_search.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
@@ -73,12 +74,22 @@ const std::string& CFeedConnections::UpdateFieldList() {
     return kList;
 }
 
+std::vector<std::string> CFeedConnections::ServiceArguments(const SServiceOptions& options) {
+    std::vector<std::string> arguments{"-product", kProductId, "-version", kProductVersion};
+    if (!options.dataDir.empty()) {
+        arguments.insert(arguments.end(), {"--data-dir", options.dataDir});
+    }
+    if (options.dataOnly) {
+        arguments.emplace_back("--data-only");
+    }
+    return arguments;
+}
+
 void CFeedConnections::Start() {
-    const std::string parameters =
-        fmt::format("-product {} -version {}", kProductId, kProductVersion);
+    const std::vector<std::string> arguments = ServiceArguments(m_serviceOptions);
     int errorCode = 0;
-    if (m_platform.LaunchConnectionManager(parameters, errorCode)) {
-        spdlog::info("Launched the connection manager ({})", parameters);
+    if (m_platform.LaunchConnectionManager(arguments, errorCode)) {
+        spdlog::info("Launched the connection manager ({})", fmt::join(arguments, " "));
     } else {
         spdlog::error("Unable to launch the connection manager, error {}", errorCode);
         m_prompt.Error(

@@ -26,6 +26,13 @@ class IFeedPlatform;
 class IPrompt;
 struct SKestrelSocketStats;
 
+// What the started service is told besides the product: the folder of the trader's own data
+// files (an absolute path; empty for none) and whether it serves those files only.
+struct SServiceOptions {
+    std::string dataDir;
+    bool dataOnly = false;
+};
+
 class CFeedConnections : public IHistoryFeed {
 public:
     // Connection kinds: the index of each connection.
@@ -42,6 +49,11 @@ public:
     CFeedConnections(const CFeedConnections&) = delete;
     CFeedConnections& operator=(const CFeedConnections&) = delete;
 
+    // Applies to the next Start(): the options the connection manager is launched with.
+    void SetServiceOptions(const SServiceOptions& options) { m_serviceOptions = options; }
+    // The connection manager's arguments: the product and its version, then "--data-dir DIR"
+    // and "--data-only" when `options` ask for them.
+    static std::vector<std::string> ServiceArguments(const SServiceOptions& options);
     // Launches the connection manager, then creates and connects the admin connection.
     void Start();
 
@@ -99,6 +111,7 @@ private:
     IFeedFrame& m_frame;
     IPrompt& m_prompt;
     IFeedPlatform& m_platform;
+    SServiceOptions m_serviceOptions;
     std::array<std::unique_ptr<CKestrelClientAppSocket>, kConnectionKinds> m_connections;
     SServiceStatistics m_serviceStats;
     std::deque<std::string> m_pendingWatches;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 // What the feed logic needs of the operating system: an event-driven TCP socket, a blocking TCP
 // socket for the short reference-table lookups, the start of the connection manager and the
@@ -63,9 +64,10 @@ public:
     virtual ~IFeedPlatform() = default;
     virtual std::unique_ptr<IPlatformSocket> MakeSocket(IPlatformSocketEvents& events) = 0;
     virtual std::unique_ptr<IBlockingSocket> MakeBlockingSocket() = 0;
-    // Starts the connection manager detached with `parameters`. On failure returns false with an
+    // Starts the connection manager detached with `arguments`. On failure returns false with an
     // errno-like code in `errorCode`.
-    virtual bool LaunchConnectionManager(const std::string& parameters, int& errorCode) = 0;
+    virtual bool LaunchConnectionManager(const std::vector<std::string>& arguments,
+                                         int& errorCode) = 0;
     // The stored port `valueName` (see CStartupStore::ReadPort).
     virtual int ReadPort(const std::string& valueName, const std::string& defaultText,
                          int defaultNumber) = 0;

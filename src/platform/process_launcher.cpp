@@ -61,12 +61,14 @@ bool CProcessLauncher::Launch(const QString& program, const QStringList& argumen
     return Launch(program, arguments, errorCode);
 }
 
-bool CProcessLauncher::LaunchConnectionManager(const std::string& parameters, int& errorCode,
-                                               long long* pid) {
+bool CProcessLauncher::LaunchConnectionManager(const std::vector<std::string>& arguments,
+                                               int& errorCode, long long* pid) {
+    QStringList list;
+    for (const std::string& argument : arguments) {
+        list.append(QString::fromStdString(argument));
+    }
     qint64 started = 0;
-    const bool launched = Launch(kConnectionManager,
-                                 QString::fromStdString(parameters).split(' ', Qt::SkipEmptyParts),
-                                 errorCode, &started);
+    const bool launched = Launch(kConnectionManager, list, errorCode, &started);
     if (launched && pid != nullptr) {
         *pid = started;
     }

@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include <string>
+#include <vector>
 
 // Starts the suite's programs (the connection manager and sibling applications) as detached
 // processes. A program is looked up beside the running executable first, then on PATH. The
@@ -24,7 +25,7 @@ public:
     // The same without the details: the failure is in the log.
     static bool Launch(const QString& program, const QStringList& arguments);
 
-    // The connection manager with the parameters (split at spaces).
-    static bool LaunchConnectionManager(const std::string& parameters, int& errorCode,
+    // The connection manager with `arguments`, each passed as it is.
+    static bool LaunchConnectionManager(const std::vector<std::string>& arguments, int& errorCode,
                                         long long* pid = nullptr);
 };

@@ -28,8 +28,9 @@ std::unique_ptr<IBlockingSocket> CQtFeedPlatform::MakeBlockingSocket() {
     return std::make_unique<CBlockingSocket>();
 }
 
-bool CQtFeedPlatform::LaunchConnectionManager(const std::string& parameters, int& errorCode) {
-    return CProcessLauncher::LaunchConnectionManager(parameters, errorCode);
+bool CQtFeedPlatform::LaunchConnectionManager(const std::vector<std::string>& arguments,
+                                              int& errorCode) {
+    return CProcessLauncher::LaunchConnectionManager(arguments, errorCode);
 }
 
 int CQtFeedPlatform::ReadPort(const std::string& valueName, const std::string& defaultText,
@@ -37,6 +38,9 @@ int CQtFeedPlatform::ReadPort(const std::string& valueName, const std::string& d
     return CStartupStore::ReadPort(valueName, defaultText, defaultNumber);
 }
 
-std::unique_ptr<CFeedConnections> MakeQtFeedConnections(IFeedFrame& frame, IPrompt& prompt) {
-    return std::make_unique<CQtFeedConnections>(frame, prompt);
+std::unique_ptr<CFeedConnections> MakeQtFeedConnections(IFeedFrame& frame, IPrompt& prompt,
+                                                        const SServiceOptions& options) {
+    auto connections = std::make_unique<CQtFeedConnections>(frame, prompt);
+    connections->SetServiceOptions(options);
+    return connections;
 }

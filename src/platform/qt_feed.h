@@ -14,11 +14,13 @@ class CQtFeedPlatform : public IFeedPlatform {
 public:
     std::unique_ptr<IPlatformSocket> MakeSocket(IPlatformSocketEvents& events) override;
     std::unique_ptr<IBlockingSocket> MakeBlockingSocket() override;
-    bool LaunchConnectionManager(const std::string& parameters, int& errorCode) override;
+    bool LaunchConnectionManager(const std::vector<std::string>& arguments,
+                                 int& errorCode) override;
     int ReadPort(const std::string& valueName, const std::string& defaultText,
                  int defaultNumber) override;
 };
 
-// The frame's feed connections wired to the Qt platform (which they own). Call Start() once the
-// frame is ready for the connection events.
-std::unique_ptr<CFeedConnections> MakeQtFeedConnections(IFeedFrame& frame, IPrompt& prompt);
+// The frame's feed connections wired to the Qt platform (which they own), launching the service
+// with `options`. Call Start() once the frame is ready for the connection events.
+std::unique_ptr<CFeedConnections> MakeQtFeedConnections(IFeedFrame& frame, IPrompt& prompt,
+                                                        const SServiceOptions& options);

@@ -8,8 +8,11 @@
 #include "app/workspace.h"
 #include "core/settings.h"
 
+#include "temp_dir.h"
+
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <tuple>
 
 namespace {
@@ -120,6 +123,51 @@ TEST(CommandLine, RenderAndExportOptionsAreParsedAndChecked) {
     }
 }
 
+TEST(CommandLine, DataDirIsStoredAbsoluteAndReachesTheServiceArguments) {
+    const skychart::test::TempDir home;
+    const std::string folder = home.path() + "/My Data";
+    home.writeFile("My Data/LUMA.daily.csv", "Date,Close\n");
+    const std::vector<std::string> product{"-product", CFeedConnections::kProductId, "-version",
+                                           CFeedConnections::kProductVersion};
+    EXPECT_EQ(CFeedConnections::ServiceArguments(Parsed("-symbol x").ServiceOptions()), product);
+
+    // An absolute folder with a space and a trailing '/' is one value, not a flag; a relative one
+    // is made absolute against the working folder as it is parsed.
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(home.path());
+    const std::vector<std::vector<std::string>> givens{
+        {"--DATA-DIR", folder + "/", "--data-only", "--export", "a.csv"},
+        {"--export", "a.csv", "/data-only", "-data-dir", "./My Data/../My Data"}};
+    for (const std::vector<std::string>& given : givens) {
+        COrvaneCommandLineInfo info;
+        info.Parse(given);
+        info.Parse({"-symbol", "luma", "-type", "Daily"});
+        EXPECT_EQ(info.ServiceProblem(), "");
+        std::vector<std::string> expected = product;
+        expected.insert(expected.end(), {"--data-dir", folder, "--data-only"});
+        EXPECT_EQ(CFeedConnections::ServiceArguments(info.ServiceOptions()), expected);
+        SExportRequest request;
+        ASSERT_EQ(CheckExportRequest(info, request), "");
+        EXPECT_EQ(std::tie(request.service.dataDir, request.service.dataOnly, request.symbol),
+                  std::tuple(folder, true, "LUMA"));
+    }
+    std::filesystem::current_path(before);
+
+    const std::pair<std::vector<std::string>, std::string> problems[] = {
+        {{"--data-dir", home.path() + "/gone"},
+         "--data-dir " + home.path() + "/gone: no such folder"},
+        {{"--data-dir", folder + "/LUMA.daily.csv"},
+         "--data-dir " + folder + "/LUMA.daily.csv: not a folder"},
+        {{"--data-dir", "-symbol", "X"}, "--data-dir needs the folder of your data files"},
+        {{"--data-only"}, "--data-only needs --data-dir DIR"},
+    };
+    for (const auto& [given, said] : problems) {
+        COrvaneCommandLineInfo info;
+        info.Parse(given);
+        EXPECT_EQ(info.ServiceProblem(), said);
+    }
+}
+
 TEST(CommandLine, SymbolTypeAndIntervalAreStoredOnceAndOnlyWithASymbol) {
     const struct {
         std::string parameters;
@@ -173,6 +221,22 @@ TEST(WorkspaceArguments, StoredTextParsesBackToTheSameChartAndFrame) {
     EXPECT_EQ(WorkspaceArguments("KRNO", "Minute", "15-Minute", EFrameState::Normal, rect),
               ChartArguments("KRNO", "Minute", "15-Minute") +
                   FrameArguments(EFrameState::Normal, rect));
+
+    // A new window: the same chart, its frame moved down and right, read back by the parser.
+    const std::vector<std::string> window =
+        NewWindowArguments("LUMA", "Minute", "5-Minute", SFrameRect{-8, 20, 1200, 900});
+    EXPECT_EQ(window, (std::vector<std::string>{"-symbol", "LUMA", "-type", "Minute", "-interval",
+                                                "5-Minute", "-left", "24", "-top", "52", "-right",
+                                                "1232", "-bottom", "932"}));
+    COrvaneCommandLineInfo info;
+    info.Parse(window);
+    EXPECT_TRUE(info.HasFrameRect());
+    EXPECT_EQ(info.symbol, "LUMA");
+    EXPECT_EQ(info.type, "Minute");
+    EXPECT_EQ(info.interval, "5-Minute");
+    EXPECT_EQ(info.left, -8 + kNewWindowOffset);
+    EXPECT_EQ(info.bottom, 900 + kNewWindowOffset);
+    EXPECT_EQ(NewWindowArguments("", "Tick", "1-Minute", {}, 10).front(), "-type");
 }
 
 } // namespace

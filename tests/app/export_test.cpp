@@ -216,6 +216,7 @@ TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItselfAndWritesNothing) {
          "cannot write " + File("plain/a.png"), settings},
         // The options are checked before anything is started.
         {Args("--render a.png -symbol LUMA -type Daily -width 99"), 2, "-width must be", settings},
+        {Args("--render a.png -symbol LUMA -type Daily -scale 5"), 2, "-scale must be", settings},
         // The cut-short list is named, with where to mend it.
         {Args("--export a.csv -symbol LUMA -type Daily"), 2,
          "Skychart: no history requested for LUMA: RequestDatapoints has no value for Days: it "
@@ -327,6 +328,41 @@ TEST_F(ExportTest, RenderDrawsTheChartWithTheUsersSettingsAndChangesNone) {
     EXPECT_GT(Count(image, MakeColorRef(255, 255, 255)), 800 * 600 / 4);
     // No red candle in the price pane (the volume pane's average line below it is red).
     EXPECT_EQ(Count(image, MakeColorRef(255, 0, 0), QRect(0, 0, 800, 300)), 0);
+
+    // At scale 2 the same chart is twice as wide and high, its one-pixel lines (the splitter
+    // between the panes, the grid, the volume average) one device pixel wide at twice the row.
+    const RunResult scaled =
+        Run(Args("--render luma2.png -symbol LUMA -type Daily -width 800 -height 600 -scale 2"));
+    ASSERT_EQ(scaled.exitCode, 0) << scaled.err;
+    const QImage twice(QString::fromStdString(File("luma2.png")));
+    ASSERT_EQ(twice.size(), QSize(1600, 1200));
+    const auto lineRows = [](const QImage& picture, ColorRef color, int share) {
+        std::vector<int> rows;
+        for (int y = 0; y < picture.height(); ++y) {
+            if (Count(picture, color, QRect(0, y, picture.width(), 1)) > picture.width() / share) {
+                rows.push_back(y);
+            }
+        }
+        return rows;
+    };
+    const struct {
+        ColorRef color;
+        int share; // a line row holds more than 1/share of the width in its colour
+    } lines[] = {{MakeColorRef(170, 170, 170), 2},
+                 {MakeColorRef(192, 192, 192), 2},
+                 {MakeColorRef(255, 0, 0), 2}};
+    for (const auto& line : lines) {
+        const std::vector<int> single = lineRows(image, line.color, line.share);
+        const std::vector<int> doubled = lineRows(twice, line.color, line.share);
+        ASSERT_FALSE(single.empty()) << line.color;
+        ASSERT_EQ(doubled.size(), single.size()) << line.color;
+        for (std::size_t i = 0; i < single.size(); ++i) {
+            EXPECT_NEAR(doubled[i], 2 * single[i], 1) << line.color;
+            if (i > 0) {
+                EXPECT_GT(doubled[i], doubled[i - 1] + 1) << line.color;
+            }
+        }
+    }
 
     const RunResult pdf =
         Run(Args("--render luma.PDF -symbol LUMA -type Minute -interval 5-Minute"));

@@ -151,4 +151,29 @@ TEST_F(ChartPagesSheet, ColourButtonsOpenTheChooserAndKeepItsChoiceOnOkOnly) {
     EXPECT_EQ(Stored("Price Bar Color"), std::to_string(0x563412));
 }
 
+TEST_F(ChartPagesSheet, PresetButtonsSetEveryColourAndOnlyOkOrApplyStoresThem) {
+    Open({"Grid Color=255"});
+    const std::string before = FileText();
+    colors->PresetButton(EColorPreset::Dark)->click();
+    EXPECT_EQ(colors->Button(EColorSlot::Background)->Color(),
+              PresetColor(EColorPreset::Dark, "Background Color"));
+    EXPECT_EQ(colors->StudyLabelButton()->Color(),
+              PresetColor(EColorPreset::Dark, "Study Label Color 0"));
+    colors->StudyTypeSelector()->setCurrentIndex(6);
+    EXPECT_EQ(colors->StudyDataButton()->Color(),
+              PresetColor(EColorPreset::Dark, "Study Data Color 6"));
+    Press(QDialogButtonBox::Cancel);
+    EXPECT_EQ(FileText(), before);
+
+    Open({});
+    colors->PresetButton(EColorPreset::Dark)->click();
+    colors->PresetButton(EColorPreset::Light)->click();
+    EXPECT_EQ(colors->Button(EColorSlot::Grid)->Color(), 0xC0C0C0u);
+    colors->PresetButton(EColorPreset::Dark)->click();
+    Press(QDialogButtonBox::Ok);
+    for (const SPresetColor& entry : PresetColors(EColorPreset::Dark)) {
+        EXPECT_EQ(Stored(entry.key), std::to_string(entry.color)) << entry.key;
+    }
+}
+
 } // namespace

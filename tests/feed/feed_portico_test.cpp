@@ -54,7 +54,8 @@ bool RunUntil(const std::function<bool()>& done, std::chrono::seconds bound = 30
 // tests and the end-to-end tests start it as the application does).
 class ServicePlatform : public CQtFeedPlatform {
 public:
-    bool LaunchConnectionManager(const std::string& /*parameters*/, int& errorCode) override {
+    bool LaunchConnectionManager(const std::vector<std::string>& /*arguments*/,
+                                 int& errorCode) override {
         errorCode = 0;
         return true;
     }

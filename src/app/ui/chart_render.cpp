@@ -39,5 +39,6 @@ std::string RenderChart(const CChartLoader& loader, const SExportRequest& reques
     }
     const std::string title =
         ChartTitleNow(loader.Symbol(), loader.DataType(), loader.IntervalIndex());
-    return WriteChartImage(canvas, title, request.file, QSize(request.width, request.height));
+    return WriteChartImage(canvas, title, request.file, QSize(request.width, request.height),
+                           request.scale);
 }

@@ -5,14 +5,33 @@
 #include "app/command_line.h"
 #include "app/ui/main_frame.h"
 #include "app/workspace.h"
+#include "chart/color_preset.h"
 #include "platform/application_log.h"
 #include "platform/config_writer.h"
 #include "platform/workspace_bus.h"
+
+#include <QApplication>
+#include <QPalette>
 
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
 #include <cerrno>
+
+namespace {
+
+ColorRef ColorRefOf(const QColor& color) {
+    return MakeColorRef(color.red(), color.green(), color.blue());
+}
+
+// The palette the platform theme gave the application: a dark desktop theme shows here.
+bool DesktopIsDark() {
+    const QPalette palette = QApplication::palette();
+    return IsDarkPalette(ColorRefOf(palette.color(QPalette::Window)),
+                         ColorRefOf(palette.color(QPalette::WindowText)));
+}
+
+} // namespace
 
 CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {}
 
@@ -54,10 +73,16 @@ bool CChartsApp::InitInstance(const COrvaneCommandLineInfo& commandLine,
     }
 
     SSettingsLoad settings = LoadApplicationSettings(m_settings, m_prompt);
+    const bool dark = DesktopIsDark();
+    const EColorPreset colors = FollowDesktopColors(m_settings, dark);
+    spdlog::info("Desktop palette {}; chart colours {}", dark ? "dark" : "light",
+                 colors == EColorPreset::Dark ? "follow it (dark set)" : "as stored or light");
 
     m_trendFile = std::make_unique<CTrendFile>();
     m_trendStore = m_trendFile->Load(m_prompt, false);
     m_frame = std::make_unique<CMainFrame>(m_prompt, m_settings, m_history, settings.writer);
+    // The service's data comes from the command line given, whatever workspace is opened.
+    m_frame->SetServiceOptions(commandLine.ServiceOptions());
     m_frame->UseTrendStore(m_trendStore, [this] { m_trendFile->Save(m_trendStore); });
     if (!m_frame->Create()) {
         spdlog::error("The main frame could not be created");

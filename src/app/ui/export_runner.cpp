@@ -98,7 +98,7 @@ CExportRunner::~CExportRunner() {
 int CExportRunner::Run() {
     m_startedAt = std::chrono::steady_clock::now();
     m_loader.LoadSettings();
-    m_feed = MakeQtFeedConnections(*this, m_prompt);
+    m_feed = MakeQtFeedConnections(*this, m_prompt, m_request.service);
     m_loader.SetFeed(m_feed.get());
     m_timer.start();
     m_feed->Start();

@@ -72,6 +72,8 @@ SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon) {
     home.zoomOutButton = ribbon.AddButton(viewPanel, "Zoom Out", "ZoomOutButton");
     home.printButton = ribbon.AddButton(viewPanel, "Print...", "PrintButton");
     home.exportImageButton = ribbon.AddButton(viewPanel, "Export Image...", "ExportImageButton");
+    home.newWindowButton = ribbon.AddButton(viewPanel, "New Window", "NewWindowButton");
+    home.newWindowButton->setToolTip("Open this chart in another window (Ctrl+N)");
 
     QGroupBox* appsPanel = ribbon.AddPanel(category, "Applications");
     home.applicationsButton = new QToolButton(appsPanel);

@@ -25,6 +25,7 @@ struct SHomeRibbon {
     QLineEdit* searchBox = nullptr;
     QComboBox* searchModeCombo = nullptr;
     QToolButton* applicationsButton = nullptr;
+    QToolButton* newWindowButton = nullptr;
     QToolButton* dataSettingsButton = nullptr;
     QToolButton* chartSettingsButton = nullptr;
     QToolButton* zoomInButton = nullptr;

@@ -121,7 +121,7 @@ bool CMainFrame::Create() {
     connect(m_feedTimer, &QTimer::timeout, this, &CMainFrame::ShowFeedState);
     m_feedTimer->start();
 
-    m_feed = MakeQtFeedConnections(*this, Prompt());
+    m_feed = MakeQtFeedConnections(*this, Prompt(), m_serviceOptions);
     m_view->SetFeed(m_feed.get());
     m_feed->Start();
 
@@ -158,6 +158,12 @@ void CMainFrame::MakeRibbon() {
     connect(m_home.zoomOutButton, &QToolButton::clicked, this, [this] { m_view->ZoomOut(); });
     connect(m_home.printButton, &QToolButton::clicked, this, [this] { PrintChart(); });
     connect(m_home.exportImageButton, &QToolButton::clicked, this, [this] { ExportChartImage(); });
+    connect(m_home.newWindowButton, &QToolButton::clicked, this, [this] { OpenNewWindow(); });
+    auto* newWindow = new QAction("New Window", this);
+    newWindow->setObjectName("NewWindowAction");
+    newWindow->setShortcut(QKeySequence::New);
+    connect(newWindow, &QAction::triggered, this, [this] { OpenNewWindow(); });
+    addAction(newWindow);
     m_view->SetPointCommands(Prompt(), [this](const std::string& text) { ShowPrompt(text); });
     m_view->SetChartMenuCommands([this] { PrintChart(); }, [this] { ExportChartImage(); });
     m_home.symbolCombo->installEventFilter(this);
@@ -292,15 +298,32 @@ void CMainFrame::ExportChartImage() {
 
 void CMainFrame::MakeApplicationLinks(QToolButton* button) {
     auto* menu = new QMenu(button);
-    menu->addAction("New Chart Window", this, [this] {
-        LaunchApplication("Skychart",
-                          QString::fromStdString(ChartArguments()).split(' ', Qt::SkipEmptyParts));
-    });
+    menu->addAction("New Chart Window", this, [this] { OpenNewWindow(); });
     menu->addSeparator();
     menu->addAction("Skyquote Watch List", this, [this] { LaunchApplication("Skyquote", {}); });
     menu->addAction("Skytape Time and Sales", this, [this] { LaunchApplication("Skytape", {}); });
     menu->addAction("Skybook Market Depth", this, [this] { LaunchApplication("Skybook", {}); });
     button->setMenu(menu);
+}
+
+void CMainFrame::OpenNewWindow() {
+    const QRect frame = frameGeometry();
+    const SFrameRect rect{frame.x(), frame.y(), frame.x() + width(), frame.y() + height()};
+    QStringList arguments;
+    for (const std::string& parameter :
+         NewWindowArguments(m_currentSymbol, m_home.typeCombo->currentText().toStdString(),
+                            m_home.intervalCombo->currentText().toStdString(), rect)) {
+        arguments.push_back(QString::fromStdString(parameter));
+    }
+    // Should the shared service be gone by then, the new window starts it with the same data.
+    if (!m_serviceOptions.dataDir.empty()) {
+        arguments << "--data-dir" << QString::fromStdString(m_serviceOptions.dataDir);
+        if (m_serviceOptions.dataOnly) {
+            arguments << "--data-only";
+        }
+    }
+    spdlog::info("New window: Skychart {}", arguments.join(' ').toStdString());
+    LaunchApplication("Skychart", arguments);
 }
 
 void CMainFrame::LaunchApplication(const QString& executable, const QStringList& arguments) {

@@ -48,6 +48,8 @@ public:
     // the chart view could not be made.
     bool Create();
 
+    // What the service is started with, by Create() and by a reconnect; set before Create().
+    void SetServiceOptions(const SServiceOptions& options) { m_serviceOptions = options; }
     // Kept until the service is ready (OnServiceIp); the frame position applies at once.
     void SetCommandLine(const COrvaneCommandLineInfo& commandLine);
     // Moves the frame to the command line's rectangle (when not empty) and shows it maximised or
@@ -152,6 +154,9 @@ private:
     void MakeTrendlines();
     void MakeApplicationLinks(QToolButton* button);
     void LaunchApplication(const QString& executable, const QStringList& arguments);
+    // Starts another Skychart on the current chart, its frame a little down and right of this
+    // one; it finds the running service through the startup ports and shares it.
+    void OpenNewWindow();
     void UpdateStatusPanes();
     // The ribbon's style combo shows "Candle Price Chart Style" again (the display page sets it).
     void SyncStyleCombo();
@@ -174,6 +179,7 @@ private:
     CSymbolSearchDlg* m_search = nullptr;
     CSettingSheet* m_sheet = nullptr;
     COrvaneCommandLineInfo m_commandLine;
+    SServiceOptions m_serviceOptions;
     std::string m_currentSymbol;
     bool m_serviceReady = false;
     // Reconnect ran: the service's next "S,IP," reloads the chart instead of the command line.

@@ -65,7 +65,7 @@ bool CMainFrame::Reconnect() {
     m_serviceReady = false;
     m_reconnecting = true;
     SetStatusText("Reconnecting to Kestrel...");
-    m_feed = MakeQtFeedConnections(*this, Prompt());
+    m_feed = MakeQtFeedConnections(*this, Prompt(), m_serviceOptions);
     m_view->SetFeed(m_feed.get());
     m_feed->Start();
     ShowFeedState();

@@ -13,6 +13,7 @@
 #include <QPdfWriter>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 
@@ -84,7 +85,7 @@ int ChartImageTitleHeight() {
 }
 
 std::string WriteChartImage(CChartCanvas& canvas, const std::string& title, const std::string& path,
-                            QSize imageSize) {
+                            QSize imageSize, int scale) {
     const QString fileName = QString::fromStdString(path);
     const QString suffix = QFileInfo(fileName).suffix().toLower();
     if (suffix != "png" && suffix != "pdf") {
@@ -117,11 +118,13 @@ std::string WriteChartImage(CChartCanvas& canvas, const std::string& title, cons
         if (imageSize.isEmpty()) {
             imageSize = QSize(panes.width(), panes.height() + ChartImageTitleHeight());
         }
-        QImage image(imageSize, QImage::Format_RGB32);
+        scale = std::max(scale, 1);
+        QImage image(imageSize * scale, QImage::Format_RGB32);
+        image.setDevicePixelRatio(scale);
         image.fill(Qt::white);
         {
             QPainter painter(&image);
-            PaintChartDocument(painter, image.rect(), canvas, title);
+            PaintChartDocument(painter, QRect(QPoint(0, 0), imageSize), canvas, title);
         }
         if (!image.save(&file, "PNG")) {
             return WriteError(path, file);

@@ -25,8 +25,9 @@ int ChartImageTitleHeight();
 
 // Writes the canvas's document under `title` to `path`, a PNG or a PDF by its extension (in any
 // case). A PNG is `imageSize` pixels, or, when that is empty, the panes' size plus the title
-// line; a PDF is one page at 150 dpi, landscape when the panes are wider than tall. The file is
-// written whole or not at all (an existing one stays as it was). Returns "" when written, else
-// why not: another extension, nothing to draw, or the file's error.
+// line, drawn at `scale` device pixels per pixel (an image `scale` times as wide and high); a PDF
+// is one page at 150 dpi, landscape when the panes are wider than tall. The file is written whole
+// or not at all (an existing one stays as it was). Returns "" when written, else why not: another
+// extension, nothing to draw, or the file's error.
 std::string WriteChartImage(CChartCanvas& canvas, const std::string& title, const std::string& path,
-                            QSize imageSize = {});
+                            QSize imageSize = {}, int scale = 1);

@@ -154,6 +154,11 @@ void CChartStackWidget::Redraw() {
         return;
     }
     m_redrawPending = false;
+    // The buffer is drawn at the device pixel ratio of the screen the widget is on now, so that
+    // lines and text are drawn at device resolution, not scaled up.
+    if (bufferDevicePixelRatio() != devicePixelRatioF()) {
+        setBufferDevicePixelRatio(devicePixelRatioF());
+    }
     SyncViewport();
     ShareBackground();
     replot(QCustomPlot::rpRefreshHint);

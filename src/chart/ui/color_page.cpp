@@ -7,6 +7,8 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QPushButton>
 #include <QScreen>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
@@ -65,7 +67,22 @@ CColorPage::CColorPage(CSettings& settings, QWidget* parent, int screenDepth)
     studyForm->addRow("Data:", m_studyData);
     studyForm->addRow("Label:", m_studyLabel);
 
+    auto* presetGroup = new QGroupBox("Color Set", this);
+    presetGroup->setObjectName("ColorPresetGroup");
+    m_lightPreset = new QPushButton("&Light", presetGroup);
+    m_lightPreset->setObjectName("LightPresetButton");
+    m_darkPreset = new QPushButton("Dar&k", presetGroup);
+    m_darkPreset->setObjectName("DarkPresetButton");
+    auto* presetRow = new QHBoxLayout(presetGroup);
+    presetRow->addWidget(m_lightPreset);
+    presetRow->addWidget(m_darkPreset);
+    presetRow->addStretch(1);
+    connect(m_lightPreset, &QPushButton::clicked, this,
+            [this] { ApplyPreset(EColorPreset::Light); });
+    connect(m_darkPreset, &QPushButton::clicked, this, [this] { ApplyPreset(EColorPreset::Dark); });
+
     auto* layout = new QVBoxLayout(this);
+    layout->addWidget(presetGroup);
     layout->addWidget(chartGroup);
     layout->addWidget(studyGroup);
     layout->addStretch(1);
@@ -112,6 +129,14 @@ void CColorPage::SelectStudyType(int type) {
     // The shown type keeps what its buttons hold before the buttons show the next one.
     ReadButtons();
     m_logic.SelectStudyType(type);
+    ShowStudyType();
+}
+
+void CColorPage::ApplyPreset(EColorPreset preset) {
+    m_logic.ApplyPreset(preset);
+    for (int i = 0; i < CColorPageLogic::kSlotCount; ++i) {
+        m_buttons[static_cast<std::size_t>(i)]->SetColor(m_logic.Color(static_cast<EColorSlot>(i)));
+    }
     ShowStudyType();
 }
 

@@ -8,10 +8,12 @@
 class CButtonForColor;
 class CSettings;
 class QComboBox;
+class QPushButton;
 
 // The colour page of the settings sheet: one colour button for each of the seven chart colours,
 // and a study type selector (starting on type 0) whose data and label colours two more buttons
 // show. Edits of every study type are kept while the page is open; applying stores those changed.
+// The Light and Dark buttons set every colour at once.
 class CColorPage : public CSettingPage {
     Q_OBJECT
 
@@ -35,6 +37,12 @@ public:
     QComboBox* StudyTypeSelector() const { return m_studyType; }
     CButtonForColor* StudyDataButton() const { return m_studyData; }
     CButtonForColor* StudyLabelButton() const { return m_studyLabel; }
+    QPushButton* PresetButton(EColorPreset preset) const {
+        return preset == EColorPreset::Light ? m_lightPreset : m_darkPreset;
+    }
+    // What the preset buttons do: every colour button shows `preset`'s colour, and the colours
+    // without a button here are stored with the page.
+    void ApplyPreset(EColorPreset preset);
     // Chooses the study type the two study buttons show (the selector follows); a type outside
     // 0-9 changes nothing.
     void SelectStudyType(int type);
@@ -51,4 +59,6 @@ private:
     QComboBox* m_studyType = nullptr;
     CButtonForColor* m_studyData = nullptr;
     CButtonForColor* m_studyLabel = nullptr;
+    QPushButton* m_lightPreset = nullptr;
+    QPushButton* m_darkPreset = nullptr;
 };

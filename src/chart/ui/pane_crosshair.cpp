@@ -104,7 +104,7 @@ void CPaneCrosshair::Paint(QPainter& painter) const {
     painter.save();
     painter.setClipRect(m_rect->outerRect());
     painter.setRenderHint(QPainter::Antialiasing, false);
-    painter.setPen(QPen(m_line, 1, Qt::DashLine));
+    painter.setPen(QPen(m_line, 0, Qt::DashLine));
     if (x) {
         painter.drawLine(QLine(*x, plot.top(), *x, plot.bottom()));
     }

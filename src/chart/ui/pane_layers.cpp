@@ -50,11 +50,13 @@ QRect CPaneSeriesLayerable::clipRect() const {
 
 namespace {
 
-// Whether `painter` paints pixels one to one: the screen buffer, not a picture being recorded for
-// printing or export, nor a scaled painter. Such a painter takes prepared images.
+// Whether `painter` paints pixels one to one: the screen buffer at a device pixel ratio of 1, not
+// a picture being recorded for printing or export, nor a scaled painter. Such a painter takes
+// prepared images; on any other an image would be scaled and blur.
 bool PaintsPixels(const QPainter& painter) {
     const QTransform& transform = painter.transform();
     return painter.paintEngine() && painter.paintEngine()->type() == QPaintEngine::Raster &&
+           painter.device() != nullptr && painter.device()->devicePixelRatio() == 1.0 &&
            transform.type() <= QTransform::TxTranslate &&
            transform.dx() == std::floor(transform.dx()) &&
            transform.dy() == std::floor(transform.dy());

@@ -14,7 +14,9 @@ namespace {
 
 QPen LinePen(const CChart2D::SLineStyle& style) {
     QPen pen(ToQColor(style.color));
-    pen.setWidth(std::clamp(style.width, 1, 16));
+    // A one-pixel line is one device pixel at any pixel ratio; wider lines grow with it.
+    const int width = std::clamp(style.width, 1, 16);
+    pen.setWidth(width == 1 ? 0 : width);
     pen.setStyle(QtPenStyleOf(style.style));
     return pen;
 }

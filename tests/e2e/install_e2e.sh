@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# The installed layout: `cmake --install` of the build into a temporary prefix gives both programs
+# in bin/ with nothing pointing back into the build tree, a desktop entry and metainfo that the
+# desktop's own tools accept, the icons at their sizes, readable manual pages and the package
+# documentation; and the installed Skychart exports a series through the portico beside it.
+# Usage: install_e2e.sh BUILD_DIR
+# Exits 77 (skipped) when one of the validators is missing.
+set -uo pipefail
+
+build=$(readlink -f "$1")
+
+source "$(dirname "$(readlink -f "$0")")/e2e_lib.sh"
+require_tools "desktop-file-validate appstreamcli man python3 strip"
+
+home=$(mktemp -d /tmp/skychart-install-XXXXXX)
+prefix=$home/prefix
+id=org.skychart.Skychart
+make_home
+
+cmake --install "$build" --prefix "$prefix" >"$home/install.log" 2>&1 ||
+    fail "cmake --install failed: $(cat "$home/install.log")"
+
+for file in bin/Skychart bin/portico share/applications/$id.desktop \
+    share/metainfo/$id.metainfo.xml share/icons/hicolor/scalable/apps/$id.svg \
+    share/man/man1/Skychart.1.gz share/man/man1/portico.1.gz \
+    share/doc/skychart/copyright share/doc/skychart/changelog.Debian.gz; do
+    [[ -s "$prefix/$file" ]] || fail "$file is not installed"
+done
+for size in 16 32 48 64 128 256; do
+    png=$prefix/share/icons/hicolor/${size}x${size}/apps/$id.png
+    drawn=$(python3 -c 'import struct, sys
+head = open(sys.argv[1], "rb").read(24)
+print(*struct.unpack(">II", head[16:24]) if head.startswith(b"\x89PNG") else "none")' "$png")
+    [[ "$drawn" == "$size $size" ]] || fail "$png is $drawn, not $size x $size"
+done
+
+desktop-file-validate "$prefix/share/applications/$id.desktop" || fail "desktop entry refused"
+appstreamcli validate --no-net "$prefix/share/metainfo/$id.metainfo.xml" ||
+    fail "metainfo refused"
+version=$("$prefix/bin/Skychart" --version) || fail "Skychart --version failed"
+grep -q "<release version=\"${version#Skychart }\"" "$prefix/share/metainfo/$id.metainfo.xml" ||
+    fail "the metainfo's release is not $version"
+
+# The pages read as manual pages: a name line, the options with their texts, no build path.
+for program in Skychart portico; do
+    page=$(MANWIDTH=100 man -l "$prefix/share/man/man1/$program.1.gz" 2>&1) ||
+        fail "man -l $program: $page"
+    grep -q "^NAME" <<<"$page" && grep -q "^ *$program - " <<<"$page" ||
+        fail "$program's page has no name line: $page"
+    grep -q -- "--version" <<<"$page" || fail "$program's page lists no options: $page"
+    ! grep -qF "$build" <<<"$page" || fail "$program's page names the build tree"
+done
+page=$(MANWIDTH=100 man -l "$prefix/share/man/man1/Skychart.1.gz")
+grep -q -- "--data-dir DIR" <<<"$page" || fail "Skychart's page has no --data-dir"
+grep -q "^ *~/.config/Orvane/Kestrel/DisplayApps/Skychart.conf" <<<"$page" ||
+    fail "Skychart's page does not name the settings file in the user's home"
+
+# No run path and no path into the build tree in the programs (their debug information aside).
+for program in Skychart portico; do
+    readelf -d "$prefix/bin/$program" | grep -qE "RPATH|RUNPATH" && fail "$program has a run path"
+    strip --strip-debug -o "$home/$program.nodebug" "$prefix/bin/$program" ||
+        fail "strip $program failed"
+    ! grep -qF "$build" "$home/$program.nodebug" || fail "$program names the build tree"
+done
+
+# The installed Skychart, with nothing of the build on PATH and no display, starts the installed
+# portico on this test's ports.
+env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM PATH=/usr/bin:/bin \
+    "$prefix/bin/Skychart" --export "$home/luma.csv" -symbol LUMA -type Daily \
+    >"$home/export.out" 2>&1 || fail "the export failed: $(cat "$home/export.out")"
+rows=$(wc -l <"$home/luma.csv")
+((rows > 100)) || fail "the export wrote $rows lines"
+head -1 "$home/luma.csv" | grep -q "^DateTime,Open,High,Low,Close" ||
+    fail "the export has no header: $(head -1 "$home/luma.csv")"
+started=$(portico_pids)
+[[ -n "$started" ]] || fail "no portico runs on this test's configuration"
+for pid in $started; do
+    exe=$(readlink "/proc/$pid/exe")
+    [[ "$exe" == "$prefix/bin/portico" ]] || fail "the portico started is $exe"
+done
+
+echo "PASS: installed into $prefix; the installed Skychart exported $rows lines through $exe"
+cleanup
