@@ -238,6 +238,15 @@ inline bool ParseTimeOfDay(std::string_view text, Micros& micros) {
 }
 
 inline bool ParseDateTime(std::string_view text, Micros& time) {
+    // The common form first: "YYYY-MM-DD HH:MM:SS..." with nothing around it.
+    if (text.size() >= 19 && text[10] == ' ' && text[4] == '-' && text.back() != ' ') {
+        std::int32_t day = 0;
+        Micros ofDay = 0;
+        if (ParseDay(text.substr(0, 10), day) && ParseTimeOfDay(text.substr(11), ofDay)) {
+            time = StartOfDay(day) + ofDay;
+            return true;
+        }
+    }
     text = detail_text::Trim(text);
     std::size_t split = 0;
     while (split < text.size() && text[split] != ' ' && text[split] != 'T') {
