@@ -264,6 +264,7 @@ Data files:
 Counters:
   Every Level 1 client counts the 'Q' update lines sent to it since it connected, and among
   them the trade lines (message contents C, E or O); portico logs both when the client leaves.
+
   S,LEVEL1 COUNTS            on a Level 1 connection: answered in line with the stream by
                              S,LEVEL1 COUNTS,<update lines>,<trade lines> of that connection
                              up to this answer;
