@@ -26,6 +26,7 @@ public:
     void Information(const std::string&, const std::string&) override {}
     void Error(const std::string&, const std::string&) override { ++errors; }
     bool Question(const std::string&, const std::string&) override { return false; }
+    std::string AskText(const std::string&, const std::string&) override { return {}; }
     int errors = 0;
 };
 

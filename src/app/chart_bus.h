@@ -14,6 +14,9 @@
 //                                                history is in again
 //   Reconnect()                                  run the connection start-up again and reload
 //                                                the chart once the service is ready
+//   SetPriceScale(s scale)                       "linear", "log" or "percent", as the pane menu
+//   Compare(s symbols)                           compare up to three symbols (a comma list; ""
+//                                                clears them), as "Compare Symbol..." does
 // This is the plain part: the error names, the checks of the arguments and the export text. The
 // platform adaptor carries the calls, the main frame carries them out.
 

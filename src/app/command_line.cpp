@@ -160,6 +160,12 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
             expectDataDir = true;
         } else if (EqualNoCase(text, "data-only")) {
             dataOnly = true;
+        } else if (EqualNoCase(text, "price-scale")) {
+            priceScaleRequested = true;
+            expectPriceScale = true;
+        } else if (EqualNoCase(text, "compare")) {
+            compareRequested = true;
+            expectCompare = true;
         } else {
             unknownFlags.push_back(text);
         }
@@ -223,6 +229,12 @@ void COrvaneCommandLineInfo::ParseParam(const std::string& text, bool flag) {
         }
         dataDir = error ? text : path.string();
         expectDataDir = false;
+    } else if (expectPriceScale) {
+        priceScale = text;
+        expectPriceScale = false;
+    } else if (expectCompare) {
+        compare = text;
+        expectCompare = false;
     }
 }
 
@@ -332,6 +344,8 @@ std::string COrvaneCommandLineInfo::Usage(const std::string& settingsFile,
         "                        (default 1200 x 800)\n"
         "  -scale S              draw the --render PNG at S device pixels per pixel, 1 to 4\n"
         "                        (default 1): W*S x H*S pixels laid out as W x H\n"
+        "  -price-scale S        price scale of the --render chart: linear, log or percent\n"
+        "  -compare SYM[,SYM]    up to three symbols compared on the --render chart\n"
         "  --timeout SECONDS     give --export or --render up after SECONDS, a whole\n"
         "                        number from 1 to 86400 (default 300)\n"
         "  --data-dir DIR        start the service with the folder DIR of your own data\n"

@@ -101,6 +101,12 @@ public:
     // -scale S: device pixels per pixel of the rendered PNG, as given (checked with the request).
     bool scaleRequested = false;
     std::string scale;
+    // -price-scale linear|log|percent: the price scale of the --render image, as given.
+    bool priceScaleRequested = false;
+    std::string priceScale;
+    // -compare SYM[,SYM...]: the symbols compared on the --render image, as given.
+    bool compareRequested = false;
+    std::string compare;
     // --timeout SECONDS: how long --export or --render may take, as given (checked with the
     // request).
     bool timeoutRequested = false;
@@ -125,4 +131,6 @@ private:
     bool expectTimeout = false;
     bool expectDataDir = false;
     bool expectScale = false;
+    bool expectPriceScale = false;
+    bool expectCompare = false;
 };

@@ -1,6 +1,8 @@
 #include "app/export.h"
 
 #include "app/command_line.h"
+#include "chart/compare_series.h"
+#include "chart/value_scale.h"
 #include "history/chart_hist_request.h"
 #include "history/point_time.h"
 #include "history/tick.h"
@@ -142,6 +144,28 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
                                kExportMaxTimeout, commandLine.timeout);
         }
     }
+    int priceScale = -1;
+    std::vector<std::string> compare;
+    if (render && commandLine.priceScaleRequested) {
+        const std::optional<EPriceScale> scale = ParsePriceScale(commandLine.priceScale);
+        if (!scale) {
+            return fmt::format("-price-scale needs linear, log or percent, not \"{}\"",
+                               commandLine.priceScale);
+        }
+        priceScale = static_cast<int>(*scale);
+    }
+    if (render && commandLine.compareRequested) {
+        if (const std::string problem = ParseCompareSymbols(commandLine.compare, compare);
+            !problem.empty()) {
+            return "-compare: " + problem;
+        }
+        if (std::find(compare.begin(), compare.end(), commandLine.symbol) != compare.end()) {
+            return "-compare: " + commandLine.symbol + " is the chart's own symbol";
+        }
+    }
+    request.priceScale = priceScale;
+    request.compareGiven = render && commandLine.compareRequested;
+    request.compare = std::move(compare);
     request.output = render ? EExportOutput::Chart : EExportOutput::Csv;
     request.timeoutSeconds = timeout;
     request.service = commandLine.ServiceOptions();

@@ -9,6 +9,7 @@
 #include "feed/feed_connections.h"
 
 #include <string>
+#include <vector>
 
 class CChartHistRequest;
 class COrvaneCommandLineInfo;
@@ -45,6 +46,9 @@ struct SExportRequest {
     int scale = 1;                              // a PNG is width*scale x height*scale device pixels
     int timeoutSeconds = kExportDefaultTimeout; // the whole run may take this long
     SServiceOptions service;                    // what a service started for the run is given
+    int priceScale = -1; // an EPriceScale for this render only, -1 when the stored one applies
+    bool compareGiven = false;        // -compare: these symbols instead of the stored ones
+    std::vector<std::string> compare; // upper case, at most kMaxCompareSymbols
 };
 
 // Checks the export or render options of `commandLine`. On success fills `request` and returns
@@ -52,7 +56,8 @@ struct SExportRequest {
 // that is neither .png nor .pdf, missing symbol or type, unknown type or interval, a -width or
 // -height that is not a whole number from kRenderMinSize to kRenderMaxSize (they apply to
 // --render only and are ignored with --export), a --timeout that is not a whole number of
-// seconds from 1 to kExportMaxTimeout.
+// seconds from 1 to kExportMaxTimeout, a -price-scale other than linear, log or percent, or a
+// -compare list that ParseCompareSymbols refuses (or that names the chart's own symbol).
 std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExportRequest& request);
 
 // The extension of the file name at the end of `path`, lower case; "" when it has none.

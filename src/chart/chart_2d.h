@@ -31,6 +31,7 @@
 #include "base/error.h"
 #include "chart/color_ref.h"
 #include "chart/line_style.h"
+#include "chart/value_scale.h"
 
 #include <cmath>
 #include <cstdint>
@@ -223,6 +224,12 @@ public:
     // list shows no x labels; labels whose texts are all empty draw the grid lines and leave no
     // room for texts below the plot.
     virtual void SetXLabels(std::span<const SXLabel> labels) = 0;
+    // How `axis` maps its values (default Linear): every value handed to the chart on that axis
+    // (series, range, crosshair) stays a value and is placed through the scale, and the value
+    // labels are the scale's (ChooseScaleTicks). On a logarithmic axis a value of zero or below
+    // is a hole, and the range's ends are taken as CValueScale::AxisSpan says.
+    virtual void SetValueScale(EAxis axis, const CValueScale& scale) = 0;
+    virtual const CValueScale& ValueScale(EAxis axis) const = 0;
 
     // ---- grid, colours, label line ----
     virtual void SetGridVisible(bool visible) = 0;

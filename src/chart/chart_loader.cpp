@@ -122,7 +122,8 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     }
     SPreparedRequest prepared;
     try {
-        prepared = PrepareHistoryRequest(m_history, m_request, m_settings);
+        prepared = PrepareHistoryRequest(m_history, m_request, m_settings,
+                                         m_ownSymbol ? &symbol : nullptr);
     } catch (const CInvalidArgException& error) {
         // The settings were read into the view before they were last changed.
         m_settingsProblem = SRequestSettingProblem{
@@ -153,7 +154,7 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
 
     std::string command;
     try {
-        command = MakeHistoryCommand(m_history, m_settings);
+        command = MakeHistoryCommand(m_history, m_settings, m_idPrefix);
     } catch (const CInvalidArgException& error) {
         m_settingsProblem = SRequestSettingProblem{
             keys::kRequestFilterOn,

@@ -7,6 +7,7 @@
 
 #include "chart/chart_progress.h"
 #include "history/history_parser.h"
+#include "history/history_request.h"
 #include "history/live_updater.h"
 #include "history/request_settings.h"
 #include "history/request_settings_check.h"
@@ -74,6 +75,11 @@ public:
     // page stored them).
     void LoadSettings();
     const SRequestSettings& Settings() const { return m_request; }
+    // The prefix of the request id of the loader's commands (kHistoryIdPrefix unless set): a
+    // second series on the same lookup connection tells its answer lines apart by it.
+    void SetRequestIdPrefix(std::string prefix) { m_idPrefix = std::move(prefix); }
+    // Requests the symbol handed to Load rather than "CurrentSymbol" (a second series).
+    void SetOwnSymbol(bool own) { m_ownSymbol = own; }
 
     // Leaves the symbol shown: unwatches it and empties the series. Nothing when none is shown.
     void Leave();
@@ -171,4 +177,6 @@ private:
     bool m_requestSent = false;
     bool m_stalled = false;
     std::string m_lookupStopped;
+    std::string m_idPrefix{kHistoryIdPrefix};
+    bool m_ownSymbol = false;
 };

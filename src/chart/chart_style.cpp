@@ -85,6 +85,7 @@ SChartStyle ReadChartStyle(const CSettings& settings) {
     style.labelsOnY2 = settings.GetInt(keys::kYAxisOrientation) == 1;
     style.fixedYScaling = settings.GetInt(keys::kFixedYAxisScaling) == 1;
     style.showPriceBar = settings.GetInt(keys::kShowPriceBar) != 0;
+    style.priceScale = PriceScaleOf(settings.GetInt(keys::kPriceScale));
     style.background = settings.GetUnsigned(keys::kBackgroundColor);
     style.grid = settings.GetUnsigned(keys::kGridColor);
     style.priceData = settings.GetUnsigned(keys::kPriceDataColor);

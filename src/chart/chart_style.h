@@ -4,6 +4,7 @@
 // moment of a redraw.
 
 #include "chart/chart_2d.h"
+#include "chart/value_scale.h"
 
 #include <array>
 
@@ -18,6 +19,7 @@ struct SChartStyle {
     bool labelsOnY2 = false; // "Y Axis Orientation": value labels on the second axis
     bool fixedYScaling = false;
     bool showPriceBar = true;
+    EPriceScale priceScale = EPriceScale::Linear; // "Price Scale"
 
     ColorRef background = 0xFFFFFF;
     ColorRef grid = 0xC0C0C0;

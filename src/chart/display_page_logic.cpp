@@ -1,4 +1,5 @@
 #include "chart/display_page_logic.h"
+#include "chart/value_scale.h"
 
 #include "chart/display_range.h"
 #include "chart/line_style.h"
@@ -25,6 +26,7 @@ SDisplayPageValues CDisplayPageLogic::Load(const CSettings& settings) {
     values.valueLabelSide = settings.GetInt(keys::kYAxisOrientation) == 1 ? 1 : 0;
     values.showPriceBar = settings.GetInt(keys::kShowPriceBar) == 1;
     values.fixedYAxisScaling = settings.GetInt(keys::kFixedYAxisScaling) == 1;
+    values.priceScale = static_cast<int>(PriceScaleOf(settings.GetInt(keys::kPriceScale)));
     values.scrollByItems = settings.GetInt(keys::kScrollingByItems) == 1;
     values.scrollItems =
         std::clamp(settings.GetInt(keys::kScrollingItems), kMinScrollItems, kMaxScrollItems);
@@ -83,6 +85,10 @@ void CDisplayPageLogic::Store(CSettings& settings, const SDisplayPageValues& val
     }
     if (changed(values.fixedYAxisScaling, shown.fixedYAxisScaling)) {
         settings.SetBool(keys::kFixedYAxisScaling, values.fixedYAxisScaling);
+    }
+    if (changed(values.priceScale, shown.priceScale) && values.priceScale >= 0 &&
+        values.priceScale < kPriceScaleCount) {
+        settings.SetInt(keys::kPriceScale, values.priceScale);
     }
     if (changed(values.scrollByItems, shown.scrollByItems)) {
         settings.SetBool(keys::kScrollingByItems, values.scrollByItems);

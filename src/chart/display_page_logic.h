@@ -20,6 +20,7 @@ struct SDisplayPageValues {
     bool scrollByItems = true; // "Scrolling by Items": by items (true) or by percent
     int scrollItems = 1;       // "Scrolling By Items Not Percent", 1-1000
     int scrollPercent = 20;    // "Scrolling by Percent", 1-100
+    int priceScale = 0;        // "Price Scale": an EPriceScale, 0-2
 
     friend bool operator==(const SDisplayPageValues&, const SDisplayPageValues&) = default;
 };

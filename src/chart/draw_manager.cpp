@@ -1,4 +1,5 @@
 #include "chart/draw_manager.h"
+#include "chart/value_ticks.h"
 
 #include "chart/chart_labels.h"
 #include "chart/time_axis.h"
@@ -178,6 +179,9 @@ std::string CHistChartDrawManager::InfoText(int bar) const {
                                                   ", Low: " + FormatPrice(m_bars.low[i]) +
                                                   ", Open: " + FormatPrice(m_bars.open[i]) +
                                                   ", Close: " + FormatPrice(m_bars.close[i]);
+    if (m_scale.HasBase()) {
+        text += " (" + PercentText(m_scale.PercentOf(m_bars.close[i]), 2) + ")";
+    }
     text += "\nVolume: " + std::to_string(m_bars.volume[i]);
     text += "\n" + TimeField(i);
     if (m_studies != nullptr) {
@@ -215,10 +219,13 @@ void CHistChartDrawManager::SetStudies(IPaneStudies* studies) {
 
 void CHistChartDrawManager::RefreshItems() {
     const std::uint64_t version = m_studies != nullptr ? m_studies->ItemsVersion() : 0;
+    // The compare lines are on the list only while a symbol is compared.
+    const bool comparing = m_compare != nullptr && m_compare->Active();
     if (m_itemsStudies == m_studies && m_itemsVersion == version &&
-        m_builtOwnVersion == m_ownVersion) {
+        m_builtOwnVersion == m_ownVersion && m_builtComparing == comparing) {
         return;
     }
+    m_builtComparing = comparing;
     m_itemsStudies = m_studies;
     m_itemsVersion = version;
     m_builtOwnVersion = m_ownVersion;
@@ -226,6 +233,9 @@ void CHistChartDrawManager::RefreshItems() {
         std::vector<std::shared_ptr<CDrawnItem>> items;
         if (pane == 0) {
             items.push_back(m_price);
+            if (comparing) {
+                items.push_back(m_compare);
+            }
         }
         if (m_studies != nullptr) {
             m_studies->AddItems(pane, items);
@@ -273,14 +283,36 @@ std::shared_ptr<CDrawnItem> CHistChartDrawManager::ItemAt(int pane, const CChart
 }
 
 CChart2D::SRange CHistChartDrawManager::PriceRange(const SChartStyle& style) {
-    if (!style.fixedYScaling || !m_haveYRange) {
+    // A fixed range is kept in one scale only: another fits again.
+    const bool log = m_scale.IsLog();
+    if (!style.fixedYScaling || !m_haveYRange || (m_yRangeScale == EPriceScale::Log) != log) {
         // The averages and bands widen the range to what they draw.
-        const std::optional<CChart2D::SRange> extent = m_items[0].Extent(m_view);
+        std::optional<CChart2D::SRange> extent = m_items[0].Extent(m_view);
+        if (extent && log && !(extent->min > 0.0) && m_bars.Count() > 0) {
+            // A band below zero has no place on a logarithmic axis: the bars' lows bound it.
+            const SPriceRange bars = DisplayedPriceRange(m_bars.high, m_bars.low, m_bars.volume);
+            extent->min = bars.low > 0.0 ? bars.low : extent->max / 10.0;
+        }
+        if (extent && log && extent->max > 0.0 && extent->min == extent->max) {
+            // A flat series on a logarithmic axis is widened by a ratio, not by a price.
+            extent = CChart2D::SRange{extent->min / 1.01, extent->max * 1.01};
+        }
         m_yRange = extent ? CChart2D::NormalizeRange(extent->min, extent->max)
                           : CChart2D::NormalizeRange(0.0, 0.0);
         m_haveYRange = m_bars.Count() > 0;
+        m_yRangeScale = m_scale.Kind();
     }
     return m_yRange;
+}
+
+CValueScale CHistChartDrawManager::ChoosePriceScale(const SChartStyle& style,
+                                                    const SPaneFrame& frame) {
+    const bool comparing = m_compare != nullptr && m_compare->Active();
+    if (style.priceScale != EPriceScale::Percent && !comparing) {
+        return CValueScale::Of(style.priceScale, 0.0);
+    }
+    const double first = m_bars.Count() > 0 ? m_bars.close.front() : CChart2D::HoleValue();
+    return CValueScale::Percent(m_percentBase.Update(first, frame.scrolling));
 }
 
 void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartStyle& style,
@@ -304,7 +336,12 @@ void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartSty
     // The price pane's labels carry the decimals of the symbol's prices.
     int precision = m_decimals;
     CChart2D::ELabelFormat format = CChart2D::ELabelFormat::Fixed;
+    const CValueScale linear;
     if (pane == 0) {
+        m_scale = ChoosePriceScale(style, frame);
+        if (m_compare != nullptr) {
+            m_compare->SetBase(m_scale.Base(), m_dataType == kTicks);
+        }
         range = PriceRange(style);
         const CChart2D::SGeometry geometry = chart.Geometry();
         m_look.type = PriceChartType(m_dataType, style.candleStyle);
@@ -327,13 +364,17 @@ void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartSty
     for (const CChart2D::EAxis axis : {CChart2D::EAxis::Y, CChart2D::EAxis::Y2}) {
         chart.SetLabelPrecision(axis, precision);
         chart.SetLabelFormat(axis, format);
+        chart.SetValueScale(axis, pane == 0 ? m_scale : linear);
     }
     chart.SetAxisRange(CChart2D::EAxis::Y, range.min, range.max);
     chart.SetAxisRange(CChart2D::EAxis::Y2, range.min, range.max);
     items.Paint(chart, m_view);
 
     if (pane == 0) {
-        chart.SetLabelLine(frame.priceBarText, style.priceBar);
+        const std::string compared = m_compare != nullptr ? m_compare->HeaderText() : "";
+        chart.SetLabelLine(compared.empty() ? frame.priceBarText
+                                            : frame.priceBarText + "   " + compared,
+                           style.priceBar);
     } else if (study) {
         chart.SetLabelLine(m_studies->PaneLabel(pane, frame.cursorBar, strip), labelColor);
     } else {

@@ -7,6 +7,7 @@
 
 #include "chart/bar_series.h"
 #include "chart/chart_style.h"
+#include "chart/compare_lines.h"
 #include "chart/pane_studies.h"
 #include "chart/price_chart.h"
 #include "chart/price_pane_logic.h"
@@ -29,6 +30,8 @@ struct SPaneFrame {
     int timeLabelPane = 0;
     // The bar under the mouse, whose values the study panes' label lines show.
     int cursorBar = kNoCursorBar;
+    // The view is being scrolled (a thumb or the chart dragged): the Percent scale keeps its base.
+    bool scrolling = false;
 };
 
 class CHistChartDrawManager final : public IBarSeries {
@@ -48,7 +51,22 @@ public:
     const SDisplayedBars& Displayed() const { return m_bars; }
     int DataType() const { return m_dataType; }
     // A new series: a fixed y range is fitted once more.
-    void ResetYRange() { m_haveYRange = false; }
+    void ResetYRange() {
+        m_haveYRange = false;
+        m_percentBase.Reset();
+        if (m_compare != nullptr) {
+            m_compare->Reset();
+        }
+    }
+    // The compare symbols' lines over the price pane (null: none). While a symbol is compared
+    // the pane shows the Percent scale, whatever the stored choice, and its header lists them.
+    void SetCompare(std::shared_ptr<CCompareLines> lines) {
+        m_compare = std::move(lines);
+        ++m_ownVersion;
+    }
+    const CCompareLines* Compare() const { return m_compare.get(); }
+    // The price pane's scale as last painted (its Percent base the close of the first bar then).
+    const CValueScale& PriceScale() const { return m_scale; }
     // Set by the first deletion of a point, cleared when the history of a new load completes:
     // while it is set the deleted points can be restored.
     void SetPointsDeleted(bool deleted) { m_pointsDeleted = deleted; }
@@ -104,6 +122,8 @@ private:
     void PaintXAxis(CChart2D& chart, const SPaneFrame& frame, bool withTexts) const;
     // The price pane's value range: fitted to its items unless fixed scaling keeps the last one.
     CChart2D::SRange PriceRange(const SChartStyle& style);
+    // The price pane's scale for a paint with `style` and `frame`.
+    CValueScale ChoosePriceScale(const SChartStyle& style, const SPaneFrame& frame);
     // Builds the panes' lists again when the studies' items or the view's own changed.
     void RefreshItems();
 
@@ -114,9 +134,13 @@ private:
     int m_dataType = 0;
     SPriceLook m_look;
     std::shared_ptr<CHistPriceChart> m_price = std::make_shared<CHistPriceChart>(m_bars, m_look);
+    std::shared_ptr<CCompareLines> m_compare;
     bool m_haveYRange = false;
     bool m_pointsDeleted = false;
     CChart2D::SRange m_yRange;
+    EPriceScale m_yRangeScale = EPriceScale::Linear;
+    CValueScale m_scale;
+    CPercentBase m_percentBase;
     SPaneView m_view;
     std::array<CPaneItems, kPaneCount> m_items;
     std::array<std::vector<std::shared_ptr<CDrawnItem>>, kPaneCount> m_own;
@@ -125,4 +149,5 @@ private:
     std::uint64_t m_itemsVersion = 0;
     std::uint64_t m_ownVersion = 1;
     std::uint64_t m_builtOwnVersion = 0;
+    bool m_builtComparing = false;
 };

@@ -136,3 +136,113 @@ std::string ValueTagText(double value, int decimals, double valuePerPixel, bool 
     }
     return CChart2D::FormatAxisLabel(value, decimals);
 }
+
+std::string PercentText(double percent, int decimals) {
+    std::string text = fmt::format("{:+.{}f}", percent, CChart2D::ClampPrecision(decimals));
+    if (text.find('.') != std::string::npos) {
+        text.erase(text.find_last_not_of('0') + 1);
+        if (text.back() == '.') {
+            text.pop_back();
+        }
+    }
+    if (text == "+0" || text == "-0") {
+        text = "0";
+    }
+    return text + "%";
+}
+
+namespace {
+
+std::vector<SScaleTick> LinearTicks(double min, double max, int target, int precision,
+                                    CChart2D::ELabelFormat format) {
+    const SValueTicks chosen = ChooseValueTicks(min, max, target, precision);
+    std::vector<SScaleTick> ticks;
+    for (const double tick : chosen.ticks) {
+        ticks.push_back({tick, ValueLabelText(tick, chosen.step, chosen.decimals, format)});
+    }
+    return ticks;
+}
+
+// The readable prices of one level within min .. max: `mantissas` times each power of ten,
+// every `every`-th decade.
+std::vector<SStep> LogLevel(double min, double max, std::initializer_list<int> mantissas,
+                            int every) {
+    std::vector<SStep> steps;
+    const int low = static_cast<int>(std::floor(std::log10(min))) - 1;
+    const int high = static_cast<int>(std::ceil(std::log10(max))) + 1;
+    for (int exponent = low; exponent <= high; ++exponent) {
+        if (((exponent % every) + every) % every != 0) {
+            continue;
+        }
+        for (const int mantissa : mantissas) {
+            const SStep step{mantissa, exponent};
+            const double value = step.Value();
+            if (value >= min * (1.0 - 1e-12) && value <= max * (1.0 + 1e-12)) {
+                steps.push_back(step);
+            }
+        }
+    }
+    return steps;
+}
+
+std::vector<SScaleTick> LogTicks(double min, double max, int target, int precision) {
+    const int most = std::max(target, 2);
+    std::vector<SStep> chosen;
+    // From the finest level down; the powers of ten thin out by whole decades.
+    for (const auto& mantissas : {std::initializer_list<int>{1, 2, 3, 4, 5, 6, 7, 8, 9},
+                                  std::initializer_list<int>{1, 2, 5}}) {
+        chosen = LogLevel(min, max, mantissas, 1);
+        if (static_cast<int>(chosen.size()) <= most) {
+            break;
+        }
+    }
+    for (int every = 1; static_cast<int>(chosen.size()) > most && every < 400; ++every) {
+        chosen = LogLevel(min, max, {1}, every);
+    }
+    // A range within a decade with too few readable prices: linear steps are finer and look
+    // alike there.
+    if (chosen.size() < 2 || (static_cast<int>(chosen.size()) < most / 2 && max < 10.0 * min)) {
+        std::vector<SScaleTick> linear =
+            LinearTicks(min, max, most, precision, CChart2D::ELabelFormat::Fixed);
+        if (linear.size() > chosen.size() || chosen.size() < 2) {
+            return linear;
+        }
+    }
+    int decimals = CChart2D::ClampPrecision(precision);
+    for (const SStep& step : chosen) {
+        decimals = std::max(decimals, std::min(step.Decimals(), CChart2D::kMaxLabelPrecision));
+    }
+    std::vector<SScaleTick> ticks;
+    for (const SStep& step : chosen) {
+        ticks.push_back({step.Value(), CChart2D::FormatAxisLabel(step.Value(), decimals)});
+    }
+    return ticks;
+}
+
+} // namespace
+
+std::vector<SScaleTick> ChooseScaleTicks(const CValueScale& scale, double min, double max,
+                                         int target, int precision, CChart2D::ELabelFormat format) {
+    if (!std::isfinite(min) || !std::isfinite(max)) {
+        return {};
+    }
+    if (max < min) {
+        std::swap(min, max);
+    }
+    if (scale.IsLog()) {
+        if (!(min > 0.0) || !(max > min)) {
+            return {};
+        }
+        return LogTicks(min, max, target, precision);
+    }
+    if (!scale.HasBase()) {
+        return LinearTicks(min, max, target, precision, format);
+    }
+    const SValueTicks percent =
+        ChooseValueTicks(scale.PercentOf(min), scale.PercentOf(max), target, 0);
+    std::vector<SScaleTick> ticks;
+    for (const double tick : percent.ticks) {
+        ticks.push_back({scale.ValueOfPercent(tick), PercentText(tick, percent.decimals)});
+    }
+    return ticks;
+}

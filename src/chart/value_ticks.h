@@ -6,6 +6,7 @@
 // narrow for two ticks at that precision.
 
 #include "chart/chart_2d.h"
+#include "chart/value_scale.h"
 
 #include <string>
 #include <vector>
@@ -33,3 +34,25 @@ std::string ValueLabelText(double value, double step, int decimals, CChart2D::EL
 // one pixel of `valuePerPixel` resolves.
 std::string ValueTagText(double value, int decimals, double valuePerPixel, bool finer,
                          CChart2D::ELabelFormat format);
+
+// A labelled tick of an axis mapped by a CValueScale: the value (a price) and its text.
+struct SScaleTick {
+    double value = 0.0;
+    std::string text;
+};
+
+// The labelled ticks of the values min .. max on an axis mapped by `scale`, at most `target`
+// and at least two for a range of some extent, ascending; each text reads back as its value.
+//   Linear: ChooseValueTicks and ValueLabelText.
+//   Logarithmic: readable prices, the powers of ten (every k-th over many decades), or 1, 2 and
+//   5 times them, or 1 to 9 times them, whichever is the finest that fits; a range within a
+//   decade with too few of those (or any range with fewer than two) takes linear steps. All labels
+//   carry the decimals the finest tick needs, and at least `precision`. Percent: steps of 1, 2 or 5
+//   times a power of ten in per cent of the base, labelled "+5%", "0%", "-2.5%" (no trailing
+//   zeros). Without a base, as Linear.
+std::vector<SScaleTick> ChooseScaleTicks(const CValueScale& scale, double min, double max,
+                                         int target, int precision, CChart2D::ELabelFormat format);
+
+// A per cent as the Percent scale writes it: "+3.21%", "0%", "-2.5%", at most `decimals`
+// decimals with trailing zeros dropped.
+std::string PercentText(double percent, int decimals);

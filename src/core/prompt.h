@@ -11,4 +11,6 @@ public:
     virtual void Error(const std::string& caption, const std::string& text) = 0;
     // A Yes/No question; true for Yes.
     virtual bool Question(const std::string& caption, const std::string& text) = 0;
+    // A line of text typed in answer to `text`; "" when cancelled.
+    virtual std::string AskText(const std::string& caption, const std::string& text) = 0;
 };

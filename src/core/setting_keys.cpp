@@ -93,6 +93,8 @@ const std::vector<SSettingKey>& AllSettingKeys() {
             {kYAxisOrientation, "false", true},
             {kShowGrid, "1", true},
             {kGridStyle, "0", true},
+            {kPriceScale, "0", true},
+            {kCompareSymbols, "", true},
 
             {kBackgroundColor, "16777215", true},
             {kGridColor, "12632256", true},

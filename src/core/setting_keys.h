@@ -48,6 +48,9 @@ inline constexpr const char* kFixedYAxisScaling = "Fixed Y Axis Scaling";
 inline constexpr const char* kYAxisOrientation = "Y Axis Orientation";
 inline constexpr const char* kShowGrid = "Show Grid";
 inline constexpr const char* kGridStyle = "Grid Style";
+inline constexpr const char* kPriceScale = "Price Scale"; // 0 linear, 1 logarithmic, 2 percent
+// Up to three symbols compared over the price pane, comma separated.
+inline constexpr const char* kCompareSymbols = "Compare Symbols";
 
 // Colours, as 0x00BBGGRR numbers in decimal.
 inline constexpr const char* kBackgroundColor = "Background Color";

@@ -36,9 +36,9 @@ std::string FilterPart(const SHistoryParameters& params, const std::vector<std::
 
 SPreparedRequest PrepareHistoryRequest(CChartHistRequest& history,
                                        const SRequestSettings& requestSettings,
-                                       const CSettings& settings) {
+                                       const CSettings& settings, const std::string* symbol) {
     SPreparedRequest prepared;
-    prepared.symbol = settings.GetText(keys::kCurrentSymbol);
+    prepared.symbol = symbol != nullptr ? *symbol : settings.GetText(keys::kCurrentSymbol);
     prepared.dataType = settings.GetInt(keys::kRequestDataType);
     const int kind = requestSettings.RecentType(prepared.dataType);
     prepared.kind = static_cast<std::uint32_t>(kind);
@@ -120,46 +120,50 @@ SPreparedRequest PrepareHistoryRequest(CChartHistRequest& history,
 }
 
 std::string FormatHistoryCommand(const SHistoryParameters& p,
-                                 const std::vector<std::string>& filterOn) {
+                                 const std::vector<std::string>& filterOn,
+                                 std::string_view idPrefix) {
     const std::string& s = p.symbol;
     const std::string& dir = p.dataDirection;
     const std::uint32_t kind = p.requestKind;
     switch (kind) {
     case kTicksDatapoints:
-        return fmt::format("HTX,{},{},{},Lookup{}\n", s, p.maxDatapoints, dir, kind);
+        return fmt::format("HTX,{},{},{},{}{}\n", s, p.maxDatapoints, dir, idPrefix, kind);
     case kTicksDays:
-        return fmt::format("HTD,{},{},{},{}{},Lookup{}\n", s, p.days, kAllDatapoints,
-                           FilterPart(p, filterOn, kTicks), dir, kind);
+        return fmt::format("HTD,{},{},{},{}{},{}{}\n", s, p.days, kAllDatapoints,
+                           FilterPart(p, filterOn, kTicks), dir, idPrefix, kind);
     case kTicksDateRange:
-        return fmt::format("HTT,{},{} {},{} {},{},{}{},Lookup{}\n", s, Padded(p.beginDate, 8),
+        return fmt::format("HTT,{},{} {},{} {},{},{}{},{}{}\n", s, Padded(p.beginDate, 8),
                            Padded(p.beginTime, 6), Padded(p.endDate, 8), Padded(p.endTime, 6),
-                           kAllDatapoints, FilterPart(p, filterOn, kTicks), dir, kind);
+                           kAllDatapoints, FilterPart(p, filterOn, kTicks), dir, idPrefix, kind);
     case kIntervalsDatapoints:
-        return fmt::format("HIX,{},{},{},{},Lookup{},,s,0\n", s, p.interval, p.maxDatapoints, dir,
-                           kind);
+        return fmt::format("HIX,{},{},{},{},{}{},,s,0\n", s, p.interval, p.maxDatapoints, dir,
+                           idPrefix, kind);
     case kIntervalsDays:
-        return fmt::format("HID,{},{},{},{},{}{},Lookup{},,s,0\n", s, p.interval, p.days,
-                           kAllDatapoints, FilterPart(p, filterOn, kIntervals), dir, kind);
+        return fmt::format("HID,{},{},{},{},{}{},{}{},,s,0\n", s, p.interval, p.days,
+                           kAllDatapoints, FilterPart(p, filterOn, kIntervals), dir, idPrefix,
+                           kind);
     case kIntervalsDateRange:
-        return fmt::format("HIT,{},{},{} {},{} {},{},{}{},Lookup{},,s,0\n", s, p.interval,
+        return fmt::format("HIT,{},{},{} {},{} {},{},{}{},{}{},,s,0\n", s, p.interval,
                            Padded(p.beginDate, 8), Padded(p.beginTime, 6), Padded(p.endDate, 8),
                            Padded(p.endTime, 6), kAllDatapoints,
-                           FilterPart(p, filterOn, kIntervals), dir, kind);
+                           FilterPart(p, filterOn, kIntervals), dir, idPrefix, kind);
     case kDaysDatapoints:
-        return fmt::format("HDX,{},{},{},Lookup{}\n", s, p.maxDatapoints, dir, kind);
+        return fmt::format("HDX,{},{},{},{}{}\n", s, p.maxDatapoints, dir, idPrefix, kind);
     case kDaysDateRange:
-        return fmt::format("HDT,{},{},{},,{},Lookup{}\n", s, Padded(p.beginDate, 8),
-                           Padded(p.endDate, 8), dir, kind);
+        return fmt::format("HDT,{},{},{},,{},{}{}\n", s, Padded(p.beginDate, 8),
+                           Padded(p.endDate, 8), dir, idPrefix, kind);
     case kWeeksDatapoints:
-        return fmt::format("HWX,{},{},{},Lookup{}\n", s, p.maxDatapoints, dir, kind);
+        return fmt::format("HWX,{},{},{},{}{}\n", s, p.maxDatapoints, dir, idPrefix, kind);
     case kMonthsDatapoints:
-        return fmt::format("HMX,{},{},{},Lookup{}\n", s, p.maxDatapoints, dir, kind);
+        return fmt::format("HMX,{},{},{},{}{}\n", s, p.maxDatapoints, dir, idPrefix, kind);
     default:
         return {};
     }
 }
 
-std::string MakeHistoryCommand(CChartHistRequest& history, const CSettings& settings) {
+std::string MakeHistoryCommand(CChartHistRequest& history, const CSettings& settings,
+                               std::string_view idPrefix) {
     history.SetHistoryComplete(false);
-    return FormatHistoryCommand(history.GetParameters(), settings.GetList(keys::kRequestFilterOn));
+    return FormatHistoryCommand(history.GetParameters(), settings.GetList(keys::kRequestFilterOn),
+                                idPrefix);
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class CChartHistRequest;
@@ -39,18 +40,26 @@ struct SPreparedRequest {
 // "RequestIntervalIndex") and the loaded request settings, and stores them in `history`: symbol,
 // kind, direction "1", filter times (-1 unless this data type's filter is on), dates and times,
 // datapoints, days, interval, and the extended-trades flag. A list element that does not exist
-// throws CInvalidArgException; the caller then sends nothing.
+// throws CInvalidArgException; the caller then sends nothing. A `symbol` given is requested
+// instead of "CurrentSymbol" (a second series on the chart's request settings).
 SPreparedRequest PrepareHistoryRequest(CChartHistRequest& history,
                                        const SRequestSettings& requestSettings,
-                                       const CSettings& settings);
+                                       const CSettings& settings,
+                                       const std::string* symbol = nullptr);
+
+// The request id of a history command is this prefix and the request kind's digit; the answer's
+// lines begin with the id, and the last character of it tells the kind.
+inline constexpr std::string_view kHistoryIdPrefix = "Lookup";
 
 // The command line (ending in "\n") for the parameters' kind; empty for a kind outside 0-9.
 // `filterOn` is "RequestFilterOn" split at commas; an element that the kind needs and that is
-// missing throws CInvalidArgException.
+// missing throws CInvalidArgException. `idPrefix` (a text without commas) starts the request id.
 std::string FormatHistoryCommand(const SHistoryParameters& params,
-                                 const std::vector<std::string>& filterOn);
+                                 const std::vector<std::string>& filterOn,
+                                 std::string_view idPrefix = kHistoryIdPrefix);
 
 // Clears the history complete flag and formats the current request's command with the
 // "RequestFilterOn" list of `settings`. The caller sends a non-empty result on the lookup
 // connection (CFeedConnections::SendHistoryCommand).
-std::string MakeHistoryCommand(CChartHistRequest& history, const CSettings& settings);
+std::string MakeHistoryCommand(CChartHistRequest& history, const CSettings& settings,
+                               std::string_view idPrefix = kHistoryIdPrefix);

@@ -53,6 +53,14 @@ void CChartBusObject::Reconnect() {
     Answer("Reconnect", m_target.BusReconnect());
 }
 
+void CChartBusObject::SetPriceScale(const QString& scale) {
+    Answer("SetPriceScale", m_target.BusSetPriceScale(scale.toStdString()));
+}
+
+void CChartBusObject::Compare(const QString& symbols) {
+    Answer("Compare", m_target.BusCompare(symbols.toStdString()));
+}
+
 int CChartBusObject::RestorePoints() {
     std::function<void(const SBusMethodResult&)> answer = [](const SBusMethodResult& result) {
         Log("RestorePoints", result);

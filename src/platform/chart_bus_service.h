@@ -37,6 +37,10 @@ public:
     virtual void BusRestorePoints(std::function<void(const SBusMethodResult&)> answer) = 0;
     // Starts the connection sequence again (the chart reloads once the service is ready).
     virtual SBusMethodResult BusReconnect() = 0;
+    // "linear", "log" or "percent" (or the full names), stored like the pane menu's choice.
+    virtual SBusMethodResult BusSetPriceScale(const std::string& scale) = 0;
+    // A comma list of up to three symbols to compare ("" clears them).
+    virtual SBusMethodResult BusCompare(const std::string& symbols) = 0;
 };
 
 // The object /Skychart with the interface org.skychart.Chart: each method hands its arguments to
@@ -59,6 +63,8 @@ public slots:
     // Answered later, once the target has restored the points (a delayed reply).
     int RestorePoints();
     void Reconnect();
+    void SetPriceScale(const QString& scale);
+    void Compare(const QString& symbols);
 
 private:
     // Sends the error of `result` as the reply, when it has one; returns its value.

@@ -7,11 +7,11 @@
 
 namespace {
 
-std::vector<SBarPrice> BarPrices(const std::vector<STrendPoint>& points) {
+std::vector<SBarPrice> BarPrices(const std::vector<STrendPoint>& points, const CValueScale& space) {
     std::vector<SBarPrice> out;
     out.reserve(points.size());
     for (const STrendPoint& point : points) {
-        out.push_back({point.bar, point.price});
+        out.push_back({point.bar, space.ToAxis(point.price)});
     }
     return out;
 }
@@ -41,8 +41,25 @@ void CBaseTrend::Reanchor(const CChartHistRequest& history) {
 }
 
 std::vector<STrendPart> CBaseTrend::Parts() const {
-    const std::vector<SBarPrice> points = BarPrices(m_points);
+    const std::vector<SBarPrice> points = BarPrices(m_points, Space());
     return TrendParts(m_kind, points, m_style.extendable);
+}
+
+std::vector<CChart2D::SPoint> CBaseTrend::LinePoints(const CChart2D::SPoint& from,
+                                                     const CChart2D::SPoint& to,
+                                                     const CValueScale& chartScale) const {
+    const CValueScale space = Space();
+    if (chartScale.IsLog() == space.IsLog() || (from.y == to.y)) {
+        return {{from.x, space.FromAxis(from.y)}, {to.x, space.FromAxis(to.y)}};
+    }
+    std::vector<CChart2D::SPoint> points;
+    points.reserve(kCurveSamples + 1);
+    for (int i = 0; i <= kCurveSamples; ++i) {
+        const double t = static_cast<double>(i) / kCurveSamples;
+        points.push_back(
+            {from.x + (to.x - from.x) * t, space.FromAxis(from.y + (to.y - from.y) * t)});
+    }
+    return points;
 }
 
 std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>>
@@ -77,6 +94,8 @@ void CBaseTrend::Paint(CChart2D& chart, const SPaneView& view) {
     const std::vector<STrendPart> parts = Parts();
     const auto segments = SlotSegments(parts, view);
     const int precision = chart.LabelPrecision(CChart2D::EAxis::Y);
+    const CValueScale& chartScale = chart.ValueScale(CChart2D::EAxis::Y);
+    const CValueScale space = Space();
     CChart2D::SLineStyle style;
     style.color = m_highlighted ? (~m_style.color & kColorRefMask) : m_style.color;
     style.width = m_style.width + (m_highlighted ? 2 : 0);
@@ -86,23 +105,28 @@ void CBaseTrend::Paint(CChart2D& chart, const SPaneView& view) {
             chart.ClearSeries(id);
             continue;
         }
+        std::vector<CChart2D::SPoint> line =
+            LinePoints(segments[i].first, segments[i].second, chartScale);
         if (parts[i].labelAtEnd && !parts[i].label.empty()) {
             // The label goes with the first point: the line starts at its end, runs back to its
             // start and on over the whole part again.
-            const CChart2D::SPoint line[] = {{view.SlotOf(parts[i].to.bar), parts[i].to.price},
-                                             segments[i].first,
-                                             segments[i].second};
-            chart.SetLinePoints(id, line);
-        } else {
-            const CChart2D::SPoint line[] = {segments[i].first, segments[i].second};
-            chart.SetLinePoints(id, line);
+            line.insert(
+                line.begin(),
+                {{view.SlotOf(parts[i].to.bar), space.FromAxis(parts[i].to.price)}, line.front()});
         }
+        chart.SetLinePoints(id, line);
         style.style = parts[i].dotted ? CChart2D::kDot : CChart2D::kSolid;
         chart.SetLineStyle(id, style);
-        chart.SetLineLabel(id,
-                           LabelText(parts[i].label,
-                                     parts[i].labelAtEnd ? parts[i].to.price : parts[i].from.price,
-                                     precision));
+        std::string label =
+            LabelText(parts[i].label,
+                      space.FromAxis(parts[i].labelAtEnd ? parts[i].to.price : parts[i].from.price),
+                      precision);
+        if (i == 0 && chartScale.IsLog() != space.IsLog()) {
+            // Drawn in another scale: the line says which.
+            label +=
+                std::string(label.empty() ? "" : " ") + "(" + PriceScaleShortName(m_scale) + ")";
+        }
+        chart.SetLineLabel(id, label);
     }
 }
 
@@ -120,18 +144,25 @@ double CBaseTrend::Distance(const CChart2D& chart, const SPaneView& view,
     const double top = g.top;
     const double bottom = g.height - g.bottom;
     double nearest = -1.0;
-    for (const auto& [from, to] : SlotSegments(Parts(), view)) {
-        CChart2D::SPixelPoint a{chart.SlotToPixelX(from.x),
-                                chart.ValueToPixelY(from.y, CChart2D::EAxis::Y)};
-        CChart2D::SPixelPoint b{chart.SlotToPixelX(to.x),
-                                chart.ValueToPixelY(to.y, CChart2D::EAxis::Y)};
-        if (!std::isfinite(a.x) || !std::isfinite(a.y) || !std::isfinite(b.x) ||
-            !std::isfinite(b.y) || !ClipSegment(a, b, left, top, right, bottom)) {
-            continue;
-        }
-        const double distance = SegmentDistance(point, a, b);
-        if (nearest < 0.0 || distance < nearest) {
-            nearest = distance;
+    const CValueScale& chartScale = chart.ValueScale(CChart2D::EAxis::Y);
+    for (const auto& [start, end] : SlotSegments(Parts(), view)) {
+        // What is drawn: the segment, or the curve it is on this chart.
+        const std::vector<CChart2D::SPoint> line = LinePoints(start, end, chartScale);
+        for (std::size_t k = 1; k < line.size(); ++k) {
+            const CChart2D::SPoint& from = line[k - 1];
+            const CChart2D::SPoint& to = line[k];
+            CChart2D::SPixelPoint a{chart.SlotToPixelX(from.x),
+                                    chart.ValueToPixelY(from.y, CChart2D::EAxis::Y)};
+            CChart2D::SPixelPoint b{chart.SlotToPixelX(to.x),
+                                    chart.ValueToPixelY(to.y, CChart2D::EAxis::Y)};
+            if (!std::isfinite(a.x) || !std::isfinite(a.y) || !std::isfinite(b.x) ||
+                !std::isfinite(b.y) || !ClipSegment(a, b, left, top, right, bottom)) {
+                continue;
+            }
+            const double distance = SegmentDistance(point, a, b);
+            if (nearest < 0.0 || distance < nearest) {
+                nearest = distance;
+            }
         }
     }
     return nearest;
@@ -155,8 +186,11 @@ bool CBaseTrend::MoveBy(const CChart2D& chart, const SPaneView& view, CChart2D::
                         CChart2D::SPixelPoint to) {
     (void)view;
     const double bars = chart.PixelXToSlot(to.x) - chart.PixelXToSlot(from.x);
-    const double price = chart.PixelYToValue(to.y, CChart2D::EAxis::Y) -
-                         chart.PixelYToValue(from.y, CChart2D::EAxis::Y);
+    // The prices move by the mouse's move in the trendline's own scale: by a ratio on a
+    // logarithmic line.
+    const CValueScale space = Space();
+    const double price = space.ToAxis(chart.PixelYToValue(to.y, CChart2D::EAxis::Y)) -
+                         space.ToAxis(chart.PixelYToValue(from.y, CChart2D::EAxis::Y));
     if (!std::isfinite(bars) || !std::isfinite(price)) {
         return false;
     }
@@ -166,7 +200,7 @@ bool CBaseTrend::MoveBy(const CChart2D& chart, const SPaneView& view, CChart2D::
     m_dragBars -= whole;
     for (STrendPoint& point : m_points) {
         point.bar += whole;
-        point.price += price;
+        point.price = space.FromAxis(space.ToAxis(point.price) + price);
     }
     return true;
 }

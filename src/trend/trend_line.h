@@ -31,6 +31,15 @@ public:
     // it is deleted.
     bool Highlighted() const { return m_highlighted; }
     void SetHighlighted(bool highlighted) { m_highlighted = highlighted; }
+    // The price scale the trendline was drawn in. Its parts are straight in that scale (their
+    // derived points, levels and extensions reckoned in its coordinates); on a pane of another
+    // scale it is drawn as the curve it is there, sampled, and its first part's label says which
+    // scale it belongs to. Linear and Percent place prices alike.
+    EPriceScale Scale() const { return m_scale; }
+    void SetScale(EPriceScale scale) { m_scale = scale; }
+    // How many points a part drawn as a curve is sampled at.
+    static constexpr int kCurveSamples = 48;
+
     // Finds the points' bars again from their times (the series was replaced or shortened).
     void Reanchor(const CChartHistRequest& history);
 
@@ -52,16 +61,24 @@ public:
     void ReTime(const CChartHistRequest& history);
 
 private:
+    // The parts in the coordinates of the trendline's scale (prices, or their log10).
     std::vector<STrendPart> Parts() const;
     // `parts` as drawn over `view`, with extensions reaching the pane's edges, in slots.
     static std::vector<std::pair<CChart2D::SPoint, CChart2D::SPoint>>
     SlotSegments(const std::vector<STrendPart>& parts, const SPaneView& view);
+    // A segment of SlotSegments as the points of a line in prices on a chart of `chartScale`:
+    // its two ends, or samples along it when the chart's scale bends it.
+    std::vector<CChart2D::SPoint> LinePoints(const CChart2D::SPoint& from,
+                                             const CChart2D::SPoint& to,
+                                             const CValueScale& chartScale) const;
+    CValueScale Space() const { return CValueScale::Of(m_scale, 0.0); }
 
     ETrendKind m_kind;
     std::vector<STrendPoint> m_points;
     STrendStyle m_style;
     std::vector<int> m_numbers;
     bool m_highlighted = false;
+    EPriceScale m_scale = EPriceScale::Linear;
     double m_dragBars = 0.0; // the part of a drag short of a whole bar
 };
 

@@ -138,7 +138,8 @@ void AddTrendRecords(CTrendLists& lists, const std::vector<STrendRecord>& record
         for (const auto& [time, price] : record.points) {
             points.push_back({BarOfTime(history, time), price, time});
         }
-        lists.Add(record.kind, std::move(points), styles[static_cast<std::size_t>(record.kind)]);
+        lists.Add(record.kind, std::move(points), styles[static_cast<std::size_t>(record.kind)])
+            ->SetScale(record.scale);
     }
 }
 
@@ -147,6 +148,7 @@ std::vector<STrendRecord> TrendRecords(const CTrendLists& lists) {
     for (const auto& trend : lists.All()) {
         STrendRecord record;
         record.kind = trend->Kind();
+        record.scale = trend->Scale();
         for (const STrendPoint& point : trend->Points()) {
             record.points.emplace_back(point.time, point.price);
         }

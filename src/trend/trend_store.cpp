@@ -139,6 +139,14 @@ STrendRecord ReadRecord(const Json& value, const std::string& where) {
     for (std::size_t i = 0; i < points.size(); ++i) {
         record.points.push_back(ReadPoint(points[i], Indexed(where, "points", i)));
     }
+    if (value.contains("scale")) {
+        const std::string scaleName = TextField(value, where, "scale");
+        const std::optional<EPriceScale> scale = ParsePriceScale(scaleName);
+        if (!scale) {
+            Refuse(where + ".scale", Shown(scaleName) + " is no price scale");
+        }
+        record.scale = *scale;
+    }
     return record;
 }
 
@@ -161,7 +169,7 @@ bool Storable(const STrendRecord& record) {
 } // namespace
 
 bool STrendRecord::operator==(const STrendRecord& other) const {
-    if (kind != other.kind || points.size() != other.points.size()) {
+    if (kind != other.kind || scale != other.scale || points.size() != other.points.size()) {
         return false;
     }
     for (std::size_t i = 0; i < points.size(); ++i) {
@@ -209,8 +217,11 @@ std::string CTrendStore::Write() const {
                 const bool micro = key.dataType == kTicks || time.microseconds != 0;
                 points.push_back({{"time", FormatPointTime(time, micro)}, {"price", price}});
             }
-            trendlines.push_back(
-                {{"kind", TrendKindInfo(record.kind).name}, {"points", std::move(points)}});
+            Json line = {{"kind", TrendKindInfo(record.kind).name}, {"points", std::move(points)}};
+            if (record.scale != EPriceScale::Linear) {
+                line["scale"] = PriceScaleShortName(record.scale);
+            }
+            trendlines.push_back(std::move(line));
         }
         if (!trendlines.empty()) {
             charts.push_back(

@@ -8,11 +8,15 @@
 //    "charts": [{"symbol": "LUMA", "type": "Daily",
 //                "trendlines": [{"kind": "Sloping",
 //                                "points": [{"time": "2024-03-01 00:00:00", "price": 12.5},
-//                                           {"time": "2024-05-17 00:00:00", "price": 14.25}]}]}]}
+//                                           {"time": "2024-05-17 00:00:00", "price": 14.25}],
+//                                "scale": "log"}]}]}
 //
 // "type" is the request type's name (DataTypeTable), "kind" a trendline kind's name
-// (TrendKindTable), "time" a point time as the export writes it (FormatPointTime).
+// (TrendKindTable), "time" a point time as the export writes it (FormatPointTime), "scale" the
+// price scale the line was drawn in ("log" or "percent"; written only for those, and a line
+// without it was drawn on the linear scale).
 
+#include "chart/value_scale.h"
 #include "core/trend_kinds.h"
 #include "history/chart_hist_request.h"
 
@@ -27,6 +31,7 @@
 struct STrendRecord {
     ETrendKind kind = ETrendKind::Horizontal;
     std::vector<std::pair<SPointTime, double>> points;
+    EPriceScale scale = EPriceScale::Linear;
 
     bool operator==(const STrendRecord& other) const;
 };

@@ -113,4 +113,19 @@ TYPED_TEST(ChartContract, MappingSpansThePlotAreaBothWays) {
     EXPECT_NEAR(chart.PixelXToSlot(chart.SlotToPixelX(37.25)), 37.25, 1e-9);
     EXPECT_NEAR(chart.PixelYToValue(chart.ValueToPixelY(123.5, EAxis::Y), EAxis::Y), 123.5, 1e-9);
     EXPECT_NEAR(chart.PixelYToValue(chart.ValueToPixelY(0.25, EAxis::Y2), EAxis::Y2), 0.25, 1e-9);
+
+    // A logarithmic axis: equal ratios take equal heights within the same insets, values of zero
+    // and below have no pixel, and the range's low end below zero gives way to a decade.
+    chart.SetAxisRange(EAxis::Y, 2.0, 200.0);
+    chart.SetValueScale(EAxis::Y, CValueScale::Log());
+    EXPECT_EQ(chart.ValueScale(EAxis::Y), CValueScale::Log());
+    EXPECT_NEAR(chart.ValueToPixelY(200.0, EAxis::Y), g.top + inset, 1.0);
+    EXPECT_NEAR(chart.ValueToPixelY(2.0, EAxis::Y), g.height - g.bottom - inset, 1.0);
+    EXPECT_NEAR(chart.ValueToPixelY(20.0, EAxis::Y), g.top + plotHeight / 2.0, 1.0);
+    EXPECT_NEAR(chart.PixelYToValue(chart.ValueToPixelY(37.5, EAxis::Y), EAxis::Y), 37.5, 1e-9);
+    EXPECT_TRUE(std::isnan(chart.ValueToPixelY(0.0, EAxis::Y)));
+    chart.SetAxisRange(EAxis::Y, -50.0, 200.0);
+    EXPECT_NEAR(chart.ValueToPixelY(20.0, EAxis::Y), g.height - g.bottom - inset, 1.0);
+    chart.SetValueScale(EAxis::Y, CValueScale::Linear());
+    EXPECT_NEAR(chart.ValueToPixelY(75.0, EAxis::Y), g.top + plotHeight / 2.0, 1.0);
 }

@@ -140,18 +140,21 @@ double CRecordingChart2D::PixelXToSlot(double x) const {
 }
 
 double CRecordingChart2D::ValueToPixelY(double value, EAxis axis) const {
-    const SRange& range = m_axes[Index(axis)].range;
+    const SAxisState& state = m_axes[Index(axis)];
+    const CValueScale::SAxisSpan span = state.scale.AxisSpan(state.range.min, state.range.max);
     const double plot = m_geometry.height - m_geometry.top - m_geometry.bottom;
     const double inset = ValueInset(plot);
     return m_geometry.top + inset +
-           (range.max - value) / (range.max - range.min) * (plot - 2 * inset);
+           (span.max - state.scale.ToAxis(value)) / (span.max - span.min) * (plot - 2 * inset);
 }
 
 double CRecordingChart2D::PixelYToValue(double y, EAxis axis) const {
-    const SRange& range = m_axes[Index(axis)].range;
+    const SAxisState& state = m_axes[Index(axis)];
+    const CValueScale::SAxisSpan span = state.scale.AxisSpan(state.range.min, state.range.max);
     const double plot = m_geometry.height - m_geometry.top - m_geometry.bottom;
     const double inset = ValueInset(plot);
-    return range.max - (y - m_geometry.top - inset) / (plot - 2 * inset) * (range.max - range.min);
+    return state.scale.FromAxis(span.max - (y - m_geometry.top - inset) / (plot - 2 * inset) *
+                                               (span.max - span.min));
 }
 
 } // namespace skychart::test

@@ -2,7 +2,8 @@
 
 // A chart that draws nothing: it keeps the latest state of every series, axis and label line,
 // so that panes, studies and trendlines can be tested without a display. Its plot geometry is set
-// by the test; its mapping is linear over the plot area with the value maximum at the top.
+// by the test; its mapping runs over the plot area with the value maximum at the top, through the
+// axis' value scale as the real pane's does.
 
 #include "chart/chart_2d.h"
 
@@ -34,6 +35,7 @@ public:
         SRange range;
         int precision = kDefaultLabelPrecision;
         ELabelFormat format = ELabelFormat::Fixed;
+        CValueScale scale;
     };
 
     // A pane of 800 x 400 pixels with a 60-pixel label margin on the right, 20 at the bottom
@@ -73,6 +75,10 @@ public:
     void SetLabelFormat(EAxis axis, ELabelFormat format) override;
     ELabelFormat LabelFormat(EAxis axis) const override { return m_axes[Index(axis)].format; }
     void SetXLabels(std::span<const SXLabel> labels) override;
+    void SetValueScale(EAxis axis, const CValueScale& scale) override {
+        m_axes[Index(axis)].scale = scale;
+    }
+    const CValueScale& ValueScale(EAxis axis) const override { return m_axes[Index(axis)].scale; }
 
     void SetGridVisible(bool /*visible*/) override {}
     void SetGridStyle(int /*style*/) override {}

@@ -15,7 +15,7 @@ namespace skychart::test {
 class RecordingPrompt : public IPrompt {
 public:
     struct Box {
-        std::string kind; // "Information", "Error" or "Question"
+        std::string kind; // "Information", "Error", "Question" or "AskText"
         std::string caption;
         std::string text;
     };
@@ -39,6 +39,16 @@ public:
         return next;
     }
 
+    std::string AskText(const std::string& caption, const std::string& text) override {
+        boxes.push_back({"AskText", caption, text});
+        if (typed.empty()) {
+            return {};
+        }
+        std::string next = typed.front();
+        typed.pop_front();
+        return next;
+    }
+
     // "caption|text" of every box, oldest first.
     std::vector<std::string> Texts() const {
         std::vector<std::string> texts;
@@ -49,8 +59,9 @@ public:
     }
 
     std::vector<Box> boxes;
-    std::deque<bool> answers; // the answers to the next questions, in order
-    bool answer = false;      // the answer once `answers` is used up
+    std::deque<bool> answers;      // the answers to the next questions, in order
+    bool answer = false;           // the answer once `answers` is used up
+    std::deque<std::string> typed; // the texts typed at the next AskText, then cancels
     // Runs while a question is open, before it is answered (what the window does meanwhile).
     std::function<void()> whileAsked;
 };

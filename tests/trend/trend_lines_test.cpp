@@ -181,6 +181,44 @@ TEST_F(TrendPane, PaintsAnchoredToBarsExtendedToTheEdgeAndHighlighted) {
     EXPECT_EQ(chart.SeriesCount(), 0u);
 }
 
+TEST_F(TrendPane, ALogLineIsStraightInLogAndTheCurveItIsElsewhereWhereItIsHit) {
+    chart.SetAxisRange(CChart2D::EAxis::Y, 1.0, 100.0);
+    CTrendLists lists(*this);
+    const auto line =
+        lists.Add(ETrendKind::Sloping, Points({{2, 10}, {12, 90}}), {style.color, 1, false});
+    line->SetScale(EPriceScale::Log);
+    const CChart2D::SeriesId id = kTrendSeriesBase + line->SeriesNumbers()[0];
+    // On its own scale: its two points, and no word about the scale.
+    chart.SetValueScale(CChart2D::EAxis::Y, CValueScale::Log());
+    items.Paint(chart, view);
+    ASSERT_EQ(chart.Series(id)->points.size(), 2u);
+    EXPECT_EQ(chart.Series(id)->label, "");
+    EXPECT_NE(line->HitTest(chart, view, Pixel(7, 30), 2.0), std::nullopt);
+
+    // On the linear scale: sampled along the log line (half way it stands at the geometric
+    // mean 30, not at 50), marked as a log line, and hit where it is drawn.
+    chart.SetValueScale(CChart2D::EAxis::Y, CValueScale::Linear());
+    items.Paint(chart, view);
+    const auto& points = chart.Series(id)->points;
+    ASSERT_EQ(points.size(), CBaseTrend::kCurveSamples + 1u);
+    EXPECT_DOUBLE_EQ(points.front().y, 10.0);
+    EXPECT_NEAR(points[CBaseTrend::kCurveSamples / 2].y, 30.0, 1e-9);
+    EXPECT_NEAR(points.back().y, 90.0, 1e-9);
+    EXPECT_EQ(chart.Series(id)->label, "(log)");
+    EXPECT_NE(line->HitTest(chart, view, Pixel(7, 30), 2.0), std::nullopt);
+    EXPECT_EQ(line->HitTest(chart, view, Pixel(7, 50), 5.0), std::nullopt);
+
+    // A drag moves it by a ratio: both points by the same factor.
+    ASSERT_TRUE(line->MoveBy(chart, view, Pixel(7, 30), Pixel(7, 60)));
+    EXPECT_NEAR(line->Points()[1].price / line->Points()[0].price, 9.0, 1e-9);
+    EXPECT_NEAR(line->Points()[0].price, 20.0, 1e-9);
+
+    // Stored and read back with its scale (TrendRecords and AddTrendRecords).
+    const std::vector<STrendRecord> records = TrendRecords(lists);
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].scale, EPriceScale::Log);
+}
+
 TEST_F(TrendPane, SharedNumberingAndFreeList) {
     CTrendLists lists(*this);
     EXPECT_EQ(lists.MaxParts(), 9);

@@ -36,6 +36,9 @@ TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenAndWhatNoFileHoldsIsLeftOut) 
         }
         records.push_back(Record(ETrendKind::Sloping, 2, "1900-01-01", -1e300));
         records.push_back(Record(ETrendKind::Horizontal, 2, "9999-12-31 23:59:59", 0.1 + 0.2));
+        // The scale a line was drawn in comes back; linear is what a line without one reads as.
+        records[0].scale = EPriceScale::Log;
+        records[1].scale = EPriceScale::Percent;
         store.Set({"LUMA", type.dataType}, records);
     }
     store.Set({"ZETA", kDays}, {Record(ETrendKind::Sloping, 2, "2024-03-01", 7)});
@@ -54,6 +57,8 @@ TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenAndWhatNoFileHoldsIsLeftOut) 
     EXPECT_TRUE(text.starts_with("{\n  \"version\": 1,\n  \"charts\": [\n    {\n      \"symbol\": "
                                  "\"AURX\",\n      \"type\": \"Tick\",\n      \"trendlines\": ["))
         << text;
+    EXPECT_NE(text.find("],\n          \"scale\": \"log\"\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\"scale\": \"percent\""), std::string::npos);
     for (const char* time : {"\"2024-03-01 09:30:00.000000\"", "\"1900-01-01 00:00:00\"",
                              "\"2024-03-01 09:30:00.000250\""}) {
         EXPECT_NE(text.find(std::string("\"time\": ") + time + ",\n"), std::string::npos) << time;
@@ -122,6 +127,9 @@ TEST(TrendStore, ReadsWhatAPersonMayWriteAndRefusesDamageSayingWhere) {
         {line(point + R"(, {"time": 20240301, "price": 1})"), "points[1].time: 20240301 is not a"},
         {line(point + R"(, {"time": "2024-03-01", "price": "1"})"), "\"1\" is not a price"},
         {line(point + R"(, {"time": "2024-03-01", "price": 1e999})"), "not JSON"},
+        {chart(R"({"kind": "Sloping", "scale": "tilted", "points": [)" + point + "," + point +
+               "]}"),
+         "trendlines[0].scale: \"tilted\" is no price scale"},
     };
     for (const auto& [text, reason] : damaged) {
         EXPECT_FALSE(CTrendStore::Read(text, error)) << text;

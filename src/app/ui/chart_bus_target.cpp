@@ -2,6 +2,7 @@
 
 #include "app/export.h"
 #include "app/ui/chart_render.h"
+#include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
 #include "core/data_types.h"
 #include "history/chart_hist_request.h"
@@ -88,8 +89,8 @@ SBusMethodResult CChartBusTarget::BusRender(const std::string& path, int width, 
     request.file = path;
     request.width = width;
     request.height = height;
-    const std::string error =
-        RenderChart(m_frame.ChartLoader(), request, m_settings, m_frame.TrendStore());
+    const std::string error = RenderChart(m_frame.ChartLoader(), request, m_settings,
+                                          m_frame.TrendStore(), &m_frame.ChartView()->CompareSet());
     if (!error.empty()) {
         return ToBusResult(SChartBusReply::Error(EChartBusFault::Failed, error));
     }
@@ -188,6 +189,26 @@ SBusMethodResult CChartBusTarget::BusReconnect() {
     if (!m_frame.Reconnect()) {
         return ToBusResult(SChartBusReply::Error(
             EChartBusFault::Failed, "cannot reconnect now: close the symbol search first"));
+    }
+    return {};
+}
+
+SBusMethodResult CChartBusTarget::BusSetPriceScale(const std::string& scale) {
+    const std::optional<EPriceScale> parsed = ParsePriceScale(scale);
+    if (!parsed) {
+        return ToBusResult(SChartBusReply::Error(EChartBusFault::InvalidArgument,
+                                                 "the price scale \"" + scale +
+                                                     "\" is none of linear, log and percent"));
+    }
+    m_frame.ChartView()->Canvas().SetPriceScale(*parsed);
+    return {};
+}
+
+SBusMethodResult CChartBusTarget::BusCompare(const std::string& symbols) {
+    const std::string refused = m_frame.ChartView()->SetCompareSymbols(symbols);
+    if (!refused.empty()) {
+        return ToBusResult(SChartBusReply::Error(EChartBusFault::InvalidArgument,
+                                                 "cannot compare \"" + symbols + "\": " + refused));
     }
     return {};
 }

@@ -55,6 +55,8 @@ public:
     void BusRestorePoints(std::function<void(const SBusMethodResult&)> answer) override;
     // Starts the connection sequence again; answers at once (Failed when it cannot start now).
     SBusMethodResult BusReconnect() override;
+    SBusMethodResult BusSetPriceScale(const std::string& scale) override;
+    SBusMethodResult BusCompare(const std::string& symbols) override;
 
 private:
     // The checks that Export and Render share: a loaded chart with points.

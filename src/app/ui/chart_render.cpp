@@ -2,6 +2,7 @@
 
 #include "app/export.h"
 #include "chart/chart_loader.h"
+#include "chart/compare_lines.h"
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_image.h"
 #include "core/settings.h"
@@ -14,8 +15,13 @@
 #include <QSize>
 
 std::string RenderChart(const CChartLoader& loader, const SExportRequest& request,
-                        CSettings& settings, const CTrendStore& trendlines) {
+                        CSettings& settings, const CTrendStore& trendlines,
+                        const CCompareSet* compare) {
     CChartCanvas canvas(loader.History(), settings);
+    if (compare != nullptr) {
+        canvas.DrawManager().SetCompare(
+            std::make_shared<CCompareLines>(*compare, canvas.DrawManager().Displayed()));
+    }
     canvas.resize(request.width, request.height);
     canvas.SetSeries(loader.Symbol(), loader.DataType(), loader.IntervalIndex());
     canvas.LoadSettings();

@@ -6,6 +6,7 @@
 #include "app/command_line.h"
 #include "app/ui/chart_render.h"
 #include "base/error.h"
+#include "chart/compare_series.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
 #include "feed/feed_connections.h"
@@ -64,13 +65,18 @@ bool CStderrPrompt::Question(const std::string& caption, const std::string& text
     return false;
 }
 
+std::string CStderrPrompt::AskText(const std::string& caption, const std::string& text) {
+    Write(caption + ": " + text + " (cancelled)");
+    return {};
+}
+
 CExportRunner::CExportRunner(SExportRequest request, CChartHistRequest& history,
                              CSettings& settings, std::chrono::milliseconds connectTimeout,
                              std::chrono::milliseconds idleTimeout, std::string settingsFile,
                              bool progress)
     : m_request(std::move(request)), m_settings(settings), m_connectTimeout(connectTimeout),
       m_idleTimeout(idleTimeout), m_settingsFile(std::move(settingsFile)),
-      m_loader(history, settings) {
+      m_loader(history, settings), m_compare(settings) {
     m_loader.SetStallLimit(idleTimeout);
     if (progress) {
         m_progress = std::make_unique<CProgressLine>(
@@ -100,6 +106,7 @@ int CExportRunner::Run() {
     m_loader.LoadSettings();
     m_feed = MakeQtFeedConnections(*this, m_prompt, m_request.service);
     m_loader.SetFeed(m_feed.get());
+    m_compare.SetFeed(m_feed.get());
     m_timer.start();
     m_feed->Start();
     if (m_finished) {
@@ -147,7 +154,7 @@ void CExportRunner::OnTick() {
         // The export sends one request, so its error reply is the whole answer.
         Finish(kExportNoData, fmt::format("no history for {}: the service answered {}",
                                           m_request.symbol, m_loader.AnswerError()));
-    } else if (m_loader.History().IsHistoryComplete()) {
+    } else if (m_loader.History().IsHistoryComplete() && CompareAnswered()) {
         if (empty) {
             Finish(kExportNoData, fmt::format("no history for {}: the answer held no data points",
                                               m_request.symbol));
@@ -157,9 +164,10 @@ void CExportRunner::OnTick() {
             m_progress->Show("Skychart: " + StageText(), now);
             m_progress->Finish();
         }
-        const std::string error = m_request.output == EExportOutput::Chart
-                                      ? RenderChart(m_loader, m_request, m_settings, m_trendlines)
-                                      : WriteCsv();
+        const std::string error =
+            m_request.output == EExportOutput::Chart
+                ? RenderChart(m_loader, m_request, m_settings, m_trendlines, &m_compare)
+                : WriteCsv();
         if (!error.empty()) {
             Finish(kExportFileError, error);
             return;
@@ -213,7 +221,31 @@ void CExportRunner::StartLoad() {
                                      "(see the log)"));
     } else if (started == CChartLoader::EStart::NoConnection) {
         Finish(kExportNoService, "no lookup connection to send the history request on");
+    } else if (m_request.output == EExportOutput::Chart) {
+        // The compare symbols that the settings (or -compare) name load after the chart.
+        std::vector<std::string> symbols;
+        ParseCompareSymbols(m_settings.GetText(keys::kCompareSymbols), symbols);
+        for (const std::string& symbol : symbols) {
+            if (const std::string refused = m_compare.Add(symbol, m_request.symbol, true);
+                !refused.empty()) {
+                spdlog::warn("Render: {} not compared: {}", symbol, refused);
+            }
+        }
     }
+}
+
+bool CExportRunner::CompareAnswered() {
+    std::vector<std::string> messages;
+    m_compare.OnProgressTick(messages);
+    for (const std::string& message : messages) {
+        spdlog::warn("Render: {}", message);
+    }
+    for (const CCompareSet::SEntry& entry : m_compare.Entries()) {
+        if (!entry.loader->AnswerEnded()) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void CExportRunner::Finish(int exitCode, const std::string& message) {
@@ -279,7 +311,9 @@ void CExportRunner::OnSearchLine(const std::string& /*line*/) {}
 
 void CExportRunner::OnHistoryLine(const std::string& line) {
     try {
-        m_loader.OnHistoryLine(line);
+        if (!m_compare.OnHistoryLine(line)) {
+            m_loader.OnHistoryLine(line);
+        }
     } catch (const CInvalidArgException& error) {
         // Malformed lines are dropped, as in the window.
         spdlog::error("Invalid argument in history line \"{}\": {}; line dropped", line,
@@ -290,6 +324,7 @@ void CExportRunner::OnHistoryLine(const std::string& line) {
 void CExportRunner::OnLevel1Line(const std::string& line) {
     try {
         m_loader.OnLevel1Line(line);
+        m_compare.OnLevel1Line(line);
     } catch (const CInvalidArgException& error) {
         spdlog::error("Invalid argument in Level 1 line \"{}\": {}; line dropped", line,
                       error.what());
@@ -349,6 +384,12 @@ int RunExport(const COrvaneCommandLineInfo& commandLine, const std::string& exec
     settings.SetInt(keys::kRequestDataType, request.dataType);
     if (request.intervalIndex >= 0) {
         settings.SetInt(keys::kRequestIntervalIndex, request.intervalIndex);
+    }
+    if (request.priceScale >= 0) {
+        settings.SetInt(keys::kPriceScale, request.priceScale);
+    }
+    if (request.compareGiven) {
+        settings.SetText(keys::kCompareSymbols, JoinCompareSymbols(request.compare));
     }
 
     CExportRunner runner(

@@ -3,6 +3,7 @@
 #include "app/export.h"
 #include "app/progress_line.h"
 #include "chart/chart_loader.h"
+#include "chart/compare_set.h"
 #include "core/prompt.h"
 #include "feed/feed_frame.h"
 #include "trend/trend_store.h"
@@ -26,6 +27,7 @@ public:
     void Error(const std::string& caption, const std::string& text) override;
     // Always No: nothing can be asked without a window.
     bool Question(const std::string& caption, const std::string& text) override;
+    std::string AskText(const std::string& caption, const std::string& text) override;
 
     // Called before every text is written (the export ends its progress line there).
     void SetBeforeWrite(std::function<void()> hook) { m_beforeWrite = std::move(hook); }
@@ -89,6 +91,8 @@ private:
     const char* ModeName() const;
     // Where the run stands, for the progress line: "LUMA (Daily): 12 points received".
     std::string StageText() const;
+    // Whether every compare symbol's answer has ended (the render waits for them).
+    bool CompareAnswered();
     // The same for the end of a message: " while LUMA (Daily) was loading (12 points received)".
     std::string WhileText() const;
 
@@ -101,6 +105,8 @@ private:
     CStderrPrompt m_prompt;
     std::unique_ptr<CProgressLine> m_progress; // null when standard error is no terminal
     CChartLoader m_loader;
+    // The compare symbols of a render, loaded after the chart and waited for.
+    CCompareSet m_compare;
     std::unique_ptr<CFeedConnections> m_feed;
     QTimer m_timer;
     bool m_serviceReady = false;

@@ -165,6 +165,7 @@ void CMainFrame::MakeRibbon() {
     connect(newWindow, &QAction::triggered, this, [this] { OpenNewWindow(); });
     addAction(newWindow);
     m_view->SetPointCommands(Prompt(), [this](const std::string& text) { ShowPrompt(text); });
+    m_view->SetComparePrompt(Prompt());
     m_view->SetChartMenuCommands([this] { PrintChart(); }, [this] { ExportChartImage(); });
     m_home.symbolCombo->installEventFilter(this);
     m_home.symbolCombo->lineEdit()->installEventFilter(this);

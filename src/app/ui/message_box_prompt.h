@@ -13,6 +13,7 @@ public:
     void Information(const std::string& caption, const std::string& text) override;
     void Error(const std::string& caption, const std::string& text) override;
     bool Question(const std::string& caption, const std::string& text) override;
+    std::string AskText(const std::string& caption, const std::string& text) override;
 
 private:
     QWidget* m_parent;

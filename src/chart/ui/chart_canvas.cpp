@@ -44,7 +44,9 @@ CChartCanvas::CChartCanvas(const CChartHistRequest& history, CSettings& settings
         }
     });
     connect(m_scrollBar, &QScrollBar::sliderReleased, this, [this] {
-        if (m_range.Scroll(CDisplayRange::EScrollRequest::ThumbPosition, m_scrollBar->value())) {
+        // The Percent scale takes its base from the first bar once the scroll ends.
+        if (m_range.Scroll(CDisplayRange::EScrollRequest::ThumbPosition, m_scrollBar->value()) ||
+            m_draw.PriceScale().HasBase()) {
             RedrawAll();
         }
     });
@@ -143,6 +145,12 @@ void CChartCanvas::LoadSettings() {
 
 void CChartCanvas::ApplyStyle(const SChartStyle& style) {
     m_style = style;
+    RedrawAll();
+}
+
+void CChartCanvas::SetPriceScale(EPriceScale scale) {
+    m_settings.SetInt(keys::kPriceScale, static_cast<int>(scale));
+    m_style.priceScale = scale;
     RedrawAll();
 }
 
@@ -280,6 +288,7 @@ void CChartCanvas::RedrawAll() {
     }
 
     frame.cursorBar = m_cursorBar;
+    frame.scrolling = m_range.IsTracking() || m_draggingChart;
 
     m_stack->HoldDrawing();
     for (int pane = 0; pane <= m_layout.LastPane(); ++pane) {
@@ -373,6 +382,9 @@ void CChartCanvas::MoveCrosshair(const QPoint& pos) {
                 std::fabs(chart.PixelYToValue(0.0, axis) - chart.PixelYToValue(1.0, axis));
             crosshair.valueText = ValueTagText(crosshair.value, chart.LabelPrecision(axis),
                                                perPixel, pane != 0, chart.LabelFormat(axis));
+            if (const CValueScale& scale = chart.ValueScale(axis); scale.HasBase()) {
+                crosshair.valueText += " " + PercentText(scale.PercentOf(crosshair.value), 2);
+            }
         }
         chart.SetCrosshair(crosshair);
     }

@@ -60,6 +60,8 @@ public:
     // nothing is computed again.
     void ApplyStyle(const SChartStyle& style);
     const SChartStyle& Style() const { return m_style; }
+    // The price pane's scale: stored under "Price Scale" and drawn at once.
+    void SetPriceScale(EPriceScale scale);
 
     // The series holds `count` points: a view at the right edge follows the newest points, a
     // view scrolled back stays. `showNewest` moves to the newest points whatever the position.

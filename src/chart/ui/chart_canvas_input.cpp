@@ -5,6 +5,7 @@
 #include "chart/ui/chart_info_tip.h"
 #include "chart/ui/chart_stack_widget.h"
 
+#include <QActionGroup>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenu>
@@ -51,6 +52,18 @@ void CChartCanvas::ShowPaneMenu(int pane, const QPoint& globalPos) {
     menu.addSeparator();
     menu.addAction("Zoom In", this, [this] { ZoomIn(); })->setEnabled(!m_symbol.empty());
     menu.addAction("Zoom Out", this, [this] { ZoomOut(); })->setEnabled(!m_symbol.empty());
+    if (pane == 0) {
+        menu.addSeparator();
+        auto* scales = new QActionGroup(&menu);
+        for (int i = 0; i < kPriceScaleCount; ++i) {
+            const auto scale = static_cast<EPriceScale>(i);
+            QAction* action = menu.addAction(PriceScaleName(scale), this,
+                                             [this, scale] { SetPriceScale(scale); });
+            action->setCheckable(true);
+            action->setChecked(m_style.priceScale == scale);
+            scales->addAction(action);
+        }
+    }
     for (const auto& extender : m_menuExtenders) {
         extender(menu, pane);
     }
@@ -238,6 +251,7 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
             StoreLayout();
         }
         m_dragBorder = -1;
+        const bool scrolled = m_draggingChart && !m_itemMoved;
         m_draggingChart = false;
         const std::shared_ptr<CDrawnItem> moved = m_itemMoved ? m_dragItem : nullptr;
         m_dragItem.reset();
@@ -245,6 +259,9 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         m_stack->setCursor(Qt::ArrowCursor);
         if (moved != nullptr) {
             emit itemMoved(moved.get());
+        } else if (scrolled && m_draw.PriceScale().HasBase()) {
+            // The drag ended: the Percent scale takes the new first bar.
+            RedrawAll();
         }
         return true;
     }

@@ -1,9 +1,13 @@
 #include "chart/ui/chart_form_view.h"
 
+#include "chart/compare_series.h"
 #include "chart/ui/chart_canvas.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
 #include "history/chart_hist_request.h"
 
 #include <QLabel>
+#include <QMenu>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
@@ -11,7 +15,7 @@
 #include <spdlog/spdlog.h>
 
 CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, QWidget* parent)
-    : QWidget(parent), m_loader(history, settings) {
+    : QWidget(parent), m_loader(history, settings), m_settings(settings), m_compare(settings) {
     setObjectName("ChartFormView");
 
     m_notice = new QLabel(this);
@@ -40,6 +44,21 @@ CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, 
 
     m_loader.LoadSettings();
     m_canvas->LoadSettings();
+    m_compareLines =
+        std::make_shared<CCompareLines>(m_compare, m_canvas->DrawManager().Displayed());
+    m_canvas->DrawManager().SetCompare(m_compareLines);
+    // The stored compare symbols load with the chart.
+    std::vector<std::string> stored;
+    if (ParseCompareSymbols(settings.GetText(keys::kCompareSymbols), stored).empty()) {
+        for (const std::string& symbol : stored) {
+            m_compare.Add(symbol, {}, false);
+        }
+    }
+    m_canvas->AddMenuExtender([this](QMenu& menu, int pane) {
+        if (pane == 0) {
+            AddCompareCommands(menu);
+        }
+    });
     ShowNotice();
 }
 
@@ -59,6 +78,13 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
     m_canvas->SetPointCount(0, true);
     m_canvas->ResetYRange();
+    // The compare symbols follow the chart's request; its own symbol is not compared with it.
+    if (m_compare.Remove(symbol)) {
+        m_settings.SetText(keys::kCompareSymbols, JoinCompareSymbols(m_compare.Symbols()));
+    }
+    if (started == CChartLoader::EStart::Sent) {
+        m_compare.LoadAll();
+    }
     m_canvas->RedrawAll();
     if (started == CChartLoader::EStart::Failed && m_loader.SettingsProblem()) {
         // Nothing was asked for: no progress will come to overwrite the reason.
@@ -83,15 +109,25 @@ CChartLoader::EStart CChartFormView::Reload() {
 }
 
 void CChartFormView::OnHistoryLine(const std::string& line) {
-    m_loader.OnHistoryLine(line);
+    if (!m_compare.OnHistoryLine(line)) {
+        m_loader.OnHistoryLine(line);
+    }
 }
 
 void CChartFormView::OnLevel1Line(const std::string& line) {
     m_loader.OnLevel1Line(line);
+    m_compare.OnLevel1Line(line);
 }
 
 void CChartFormView::OnProgressTimer() {
     m_loader.OnProgressTick(*this);
+    std::vector<std::string> messages;
+    if (m_compare.OnProgressTick(messages) && m_loader.HistoryShown()) {
+        m_canvas->RedrawAll();
+    }
+    for (const std::string& message : messages) {
+        SetStatusText(message);
+    }
     ShowNotice();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "chart/chart_loader.h"
+#include "chart/compare_lines.h"
 #include "chart/ui/chart_click_tool.h"
 
 #include <QTimer>
@@ -39,7 +40,10 @@ public:
     ~CChartFormView() override;
 
     // The frame's feed (may be null until the connections exist).
-    void SetFeed(IHistoryFeed* feed) { m_loader.SetFeed(feed); }
+    void SetFeed(IHistoryFeed* feed) {
+        m_loader.SetFeed(feed);
+        m_compare.SetFeed(feed);
+    }
     // Where the progress texts go (the frame's status bar).
     void SetStatusSink(std::function<void(const std::string&)> sink) {
         m_statusSink = std::move(sink);
@@ -133,6 +137,19 @@ public:
     // complete the chart shows again from the scroll bar's position and `done` is called.
     bool RestorePoints(bool ask, RestoreDone done = {});
 
+    // Compare symbols (chart_compare.cpp). Each is loaded with the chart's request settings and
+    // drawn over the price pane in per cent from the first shown bar; the list is stored under
+    // "Compare Symbols" and loaded again with the chart. Adds `symbol`, or says why not (a
+    // fourth symbol, one compared already, the chart's own, a malformed one): "" when added.
+    std::string CompareSymbol(const std::string& symbol);
+    // Removes `symbol`; false when it was not compared.
+    bool RemoveCompareSymbol(const std::string& symbol);
+    // Replaces the compare symbols by a comma list ("" clears them); why it is refused, or "".
+    std::string SetCompareSymbols(const std::string& symbols);
+    const CCompareSet& CompareSet() const { return m_compare; }
+    // "Compare Symbol..." asks for the symbol through `prompt`, which shows a refusal.
+    void SetComparePrompt(IPrompt& prompt) { m_comparePrompt = &prompt; }
+
 signals:
     // A complete history is drawn (a load, a reload or a restore finished, or a point was
     // deleted): what is anchored to the points' times anchors again.
@@ -151,6 +168,13 @@ private:
     void FinishRestore(bool restored, const std::string& why);
 
     CChartLoader m_loader;
+    CSettings& m_settings;
+    CCompareSet m_compare;
+    std::shared_ptr<CCompareLines> m_compareLines;
+    IPrompt* m_comparePrompt = nullptr;
+    // Stores the compare symbols and draws them.
+    void CompareChanged();
+    void AddCompareCommands(QMenu& menu);
     QTimer m_progressTimer;
     std::function<void(const std::string&)> m_statusSink;
     std::string m_lastStatus;

@@ -4,6 +4,7 @@
 #include "chart/display_range.h"
 #include "chart/line_style.h"
 #include "chart/ui/line_picture_ctrl.h"
+#include "chart/value_scale.h"
 #include "core/settings.h"
 
 #include <QButtonGroup>
@@ -71,6 +72,10 @@ void CDisplaySettingsPage::MakeControls() {
     for (int side = 0; side < CDisplayPageLogic::kValueLabelSideCount; ++side) {
         m_labelSide->addItem(CDisplayPageLogic::ValueLabelSideName(side));
     }
+    m_priceScale = MakeList(this, "PriceScaleList");
+    for (int scale = 0; scale < kPriceScaleCount; ++scale) {
+        m_priceScale->addItem(PriceScaleName(static_cast<EPriceScale>(scale)));
+    }
     m_showPriceBar = new QCheckBox("Show &Price Bar", this);
     m_showPriceBar->setObjectName("ShowPriceBarCheck");
     m_fixedY = new QCheckBox("&Fixed Y Axis Scaling", this);
@@ -90,6 +95,7 @@ void CDisplaySettingsPage::MakeControls() {
     form->addRow(gridLabel, gridRow);
     form->addRow("&Candle Price Chart Style:", m_chartType);
     form->addRow("&Y Axis Orientation:", m_labelSide);
+    form->addRow("Price sc&ale:", m_priceScale);
     form->addRow(QString(), m_showPriceBar);
     form->addRow(QString(), m_fixedY);
 
@@ -142,6 +148,7 @@ void CDisplaySettingsPage::Show(const SDisplayPageValues& values) {
     m_labelSide->setCurrentIndex(values.valueLabelSide);
     m_showPriceBar->setChecked(values.showPriceBar);
     m_fixedY->setChecked(values.fixedYAxisScaling);
+    m_priceScale->setCurrentIndex(values.priceScale);
     (values.scrollByItems ? m_byItems : m_byPercent)->setChecked(true);
     m_items->setValue(values.scrollItems);
     m_percent->setValue(values.scrollPercent);
@@ -165,6 +172,7 @@ SDisplayPageValues CDisplaySettingsPage::Values() const {
     values.valueLabelSide = m_labelSide->currentIndex();
     values.showPriceBar = m_showPriceBar->isChecked();
     values.fixedYAxisScaling = m_fixedY->isChecked();
+    values.priceScale = m_priceScale->currentIndex();
     values.scrollByItems = m_byItems->isChecked();
     values.scrollItems = m_items->value();
     values.scrollPercent = m_percent->value();

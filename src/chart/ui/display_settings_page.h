@@ -40,6 +40,7 @@ public:
     QComboBox* ValueLabelSideList() const { return m_labelSide; }
     QCheckBox* ShowPriceBarCheck() const { return m_showPriceBar; }
     QCheckBox* FixedYAxisScalingCheck() const { return m_fixedY; }
+    QComboBox* PriceScaleList() const { return m_priceScale; }
     QRadioButton* ScrollByItemsChoice() const { return m_byItems; }
     QRadioButton* ScrollByPercentChoice() const { return m_byPercent; }
     QSpinBox* ScrollItemsSpin() const { return m_items; }
@@ -64,6 +65,7 @@ private:
     QComboBox* m_labelSide = nullptr;
     QCheckBox* m_showPriceBar = nullptr;
     QCheckBox* m_fixedY = nullptr;
+    QComboBox* m_priceScale = nullptr;
     QRadioButton* m_byItems = nullptr;
     QRadioButton* m_byPercent = nullptr;
     QSpinBox* m_items = nullptr;

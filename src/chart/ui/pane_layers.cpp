@@ -13,18 +13,21 @@ void CValueAxisTicker::generate(const QCPRange& range, const QLocale& /*locale*/
                                 QVector<double>* subTicks, QVector<QString>* tickLabels) {
     const int height = m_rect != nullptr ? m_rect->rect().height() : 0;
     const int room = height > 0 ? height / kLabelPitch : tickCount();
-    const SValueTicks chosen =
-        ChooseValueTicks(range.lower, range.upper, std::min(tickCount(), room), m_precision);
-    ticks = QVector<double>(chosen.ticks.begin(), chosen.ticks.end());
-    if (subTicks != nullptr) {
-        subTicks->clear();
-    }
+    const std::vector<SScaleTick> chosen =
+        ChooseScaleTicks(m_scale, m_scale.FromAxis(range.lower), m_scale.FromAxis(range.upper),
+                         std::min(tickCount(), room), m_precision, m_format);
+    ticks.clear();
     if (tickLabels != nullptr) {
         tickLabels->clear();
-        for (const double tick : chosen.ticks) {
-            tickLabels->push_back(QString::fromStdString(
-                ValueLabelText(tick, chosen.step, chosen.decimals, m_format)));
+    }
+    for (const SScaleTick& tick : chosen) {
+        ticks.push_back(m_scale.ToAxis(tick.value));
+        if (tickLabels != nullptr) {
+            tickLabels->push_back(QString::fromStdString(tick.text));
         }
+    }
+    if (subTicks != nullptr) {
+        subTicks->clear();
     }
 }
 

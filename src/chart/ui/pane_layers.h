@@ -16,7 +16,7 @@
 
 #include <memory>
 
-// Value labels at steps that the axis precision writes exactly (ChooseValueTicks): at most
+// Value labels at steps that the axis precision writes exactly (ChooseScaleTicks): at most
 // tickCount() of them and as many as the plot's height leaves room for, never fewer than two,
 // in the axis' label format.
 class CValueAxisTicker : public QCPAxisTicker {
@@ -31,6 +31,8 @@ public:
     void SetPrecision(int precision) { m_precision = precision; }
     CChart2D::ELabelFormat Format() const { return m_format; }
     void SetFormat(CChart2D::ELabelFormat format) { m_format = format; }
+    // The axis' scale: the range handed to generate() is in its axis coordinates.
+    void SetScale(const CValueScale& scale) { m_scale = scale; }
 
     void generate(const QCPRange& range, const QLocale& locale, QChar formatChar, int precision,
                   QVector<double>& ticks, QVector<double>* subTicks,
@@ -40,6 +42,7 @@ private:
     const QCPAxisRect* m_rect;
     int m_precision = CChart2D::kDefaultLabelPrecision;
     CChart2D::ELabelFormat m_format = CChart2D::ELabelFormat::Fixed;
+    CValueScale m_scale;
 };
 
 // Draws the series of one pane inside its plot area, on the plot's "main" layer.

@@ -32,6 +32,7 @@ public:
     void Remove(CChart2D::SeriesId id) { m_items.erase(id); }
     void Clear() { m_items.clear(); }
     const Map& Items() const { return m_items; }
+    Map& Items() { return m_items; }
 
 private:
     Map m_items;

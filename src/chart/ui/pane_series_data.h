@@ -28,6 +28,19 @@ struct SPaneSeries {
     CChart2D::SLineStyle line;
     CChart2D::SPriceBarStyle bars;
     CChart2D::SHistogramStyle histogram;
+    // The data above is in axis coordinates. On a logarithmic axis they are the log10 of the
+    // values handed in, which `raw` keeps to go back to when the axis turns linear.
+    bool logarithmic = false;
+    struct SRaw {
+        std::vector<double> values;
+        std::vector<CChart2D::SPoint> points;
+        std::vector<double> open, high, low, close;
+    } raw;
+
+    CChart2D::EAxis Axis() const {
+        return kind == EKind::Line ? line.axis
+                                   : (kind == EKind::PriceBars ? bars.axis : histogram.axis);
+    }
 };
 
 // The linear map of one axis: pixel = origin + (coordinate - lower) x scale.

@@ -103,7 +103,8 @@ bool CStackPaneChart::ApplyValueRanges() {
     const double inset = ValueInset(plot);
     bool changed = false;
     for (int i = 0; i < 2; ++i) {
-        const SRange& range = m_valueRanges[i];
+        const CValueScale::SAxisSpan range =
+            m_valueScales[i].AxisSpan(m_valueRanges[i].min, m_valueRanges[i].max);
         const double pad = inset > 0.0 ? (range.max - range.min) * inset / (plot - 2 * inset) : 0.0;
         const QCPRange wanted(range.min - pad, range.max + pad);
         if (m_y[i]->range() != wanted) {
@@ -162,6 +163,41 @@ void CStackPaneChart::SetCollapsed(bool collapsed) {
     Changed(true);
 }
 
+void CStackPaneChart::Project(SPaneSeries& series) const {
+    const bool log = m_valueScales[Slot(series.Axis())].IsLog();
+    if (log == series.logarithmic) {
+        return;
+    }
+    SPaneSeries::SRaw& raw = series.raw;
+    if (!log) {
+        series.values = std::move(raw.values);
+        series.points = std::move(raw.points);
+        series.open = std::move(raw.open);
+        series.high = std::move(raw.high);
+        series.low = std::move(raw.low);
+        series.close = std::move(raw.close);
+        raw = {};
+        series.logarithmic = false;
+        return;
+    }
+    const auto logOf = [](std::vector<double>& from, std::vector<double>& keep) {
+        keep = from;
+        for (double& value : from) {
+            value = CValueScale::LogCoordinate(value);
+        }
+    };
+    logOf(series.values, raw.values);
+    logOf(series.open, raw.open);
+    logOf(series.high, raw.high);
+    logOf(series.low, raw.low);
+    logOf(series.close, raw.close);
+    raw.points = series.points;
+    for (SPoint& point : series.points) {
+        point.y = CValueScale::LogCoordinate(point.y);
+    }
+    series.logarithmic = true;
+}
+
 void CStackPaneChart::Changed(bool layout) {
     m_stack.Invalidate(layout);
 }
@@ -171,19 +207,25 @@ void CStackPaneChart::Changed(bool layout) {
 void CStackPaneChart::SetLine(SeriesId id, std::span<const double> values, double xOffset) {
     CheckOffset(xOffset);
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
+    series.logarithmic = false;
+    series.raw = {};
     series.explicitPoints = false;
     series.values.assign(values.begin(), values.end());
     series.points.clear();
     series.xOffset = xOffset;
+    Project(series);
     Changed(false);
 }
 
 void CStackPaneChart::SetLinePoints(SeriesId id, std::span<const SPoint> points) {
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
+    series.logarithmic = false;
+    series.raw = {};
     series.explicitPoints = true;
     series.points.assign(points.begin(), points.end());
     series.values.clear();
     series.xOffset = 0.0;
+    Project(series);
     Changed(false);
 }
 
@@ -204,6 +246,7 @@ void CStackPaneChart::SetLineStyle(SeriesId id, const SLineStyle& style) {
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
     series.line = style;
     series.line.width = std::clamp(style.width, 1, 16);
+    Project(series);
     Changed(false);
 }
 
@@ -214,11 +257,14 @@ void CStackPaneChart::SetPriceBars(SeriesId id, const SOhlcSpans& bars, double x
     }
     CheckOffset(xOffset);
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::PriceBars);
+    series.logarithmic = false;
+    series.raw = {};
     series.open.assign(bars.open.begin(), bars.open.end());
     series.high.assign(bars.high.begin(), bars.high.end());
     series.low.assign(bars.low.begin(), bars.low.end());
     series.close.assign(bars.close.begin(), bars.close.end());
     series.xOffset = xOffset;
+    Project(series);
     Changed(false);
 }
 
@@ -226,14 +272,18 @@ void CStackPaneChart::SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style)
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::PriceBars);
     series.bars = style;
     series.bars.width = std::max(style.width, 0);
+    Project(series);
     Changed(false);
 }
 
 void CStackPaneChart::SetHistogram(SeriesId id, std::span<const double> values, double xOffset) {
     CheckOffset(xOffset);
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Histogram);
+    series.logarithmic = false;
+    series.raw = {};
     series.values.assign(values.begin(), values.end());
     series.xOffset = xOffset;
+    Project(series);
     Changed(false);
 }
 
@@ -241,6 +291,7 @@ void CStackPaneChart::SetHistogramStyle(SeriesId id, const SHistogramStyle& styl
     SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Histogram);
     series.histogram = style;
     series.histogram.width = std::max(style.width, 1);
+    Project(series);
     Changed(false);
 }
 
@@ -314,6 +365,19 @@ void CStackPaneChart::SetXLabels(std::span<const SXLabel> labels) {
     m_x->setTickLabels(anyText);
     m_x->setTickLengthOut(anyText ? kXTickLength : 0);
     m_x->setPadding(anyText ? kXAxisPadding : 0);
+    Changed(true);
+}
+
+void CStackPaneChart::SetValueScale(EAxis axis, const CValueScale& scale) {
+    if (m_valueScales[Slot(axis)] == scale) {
+        return;
+    }
+    m_valueScales[Slot(axis)] = scale;
+    m_valueTickers[Slot(axis)]->SetScale(scale);
+    for (auto& [id, series] : m_series->Series().Items()) {
+        Project(series);
+    }
+    ApplyValueRanges();
     Changed(true);
 }
 
@@ -397,12 +461,13 @@ double CStackPaneChart::PixelXToSlot(double x) const {
 
 double CStackPaneChart::ValueToPixelY(double value, EAxis axis) const {
     m_stack.EnsureLayout();
-    return ValueAxis(axis)->coordToPixel(value) - m_rect->outerRect().top();
+    return ValueAxis(axis)->coordToPixel(ValueScale(axis).ToAxis(value)) -
+           m_rect->outerRect().top();
 }
 
 double CStackPaneChart::PixelYToValue(double y, EAxis axis) const {
     m_stack.EnsureLayout();
-    return ValueAxis(axis)->pixelToCoord(y + m_rect->outerRect().top());
+    return ValueScale(axis).FromAxis(ValueAxis(axis)->pixelToCoord(y + m_rect->outerRect().top()));
 }
 
 // ---- drawing ----
@@ -422,7 +487,10 @@ void CStackPaneChart::DrawTo(QPainter& painter, const SPixelRect& target) {
 
 void CStackPaneChart::SetCrosshair(const SCrosshair& crosshair) {
     const QRegion before = m_crosshair.Region();
-    if (m_crosshair.Set(crosshair)) {
+    // The crosshair is placed in axis coordinates like the series.
+    SCrosshair placed = crosshair;
+    placed.value = ValueScale(crosshair.axis).ToAxis(crosshair.value);
+    if (m_crosshair.Set(placed)) {
         m_stack.CrosshairChanged(before + m_crosshair.Region());
     }
 }

@@ -85,6 +85,8 @@ public:
     void SetLabelFormat(EAxis axis, ELabelFormat format) override;
     ELabelFormat LabelFormat(EAxis axis) const override;
     void SetXLabels(std::span<const SXLabel> labels) override;
+    void SetValueScale(EAxis axis, const CValueScale& scale) override;
+    const CValueScale& ValueScale(EAxis axis) const override { return m_valueScales[Slot(axis)]; }
 
     void SetGridVisible(bool visible) override;
     void SetGridStyle(int style) override;
@@ -115,6 +117,9 @@ private:
     // Sets the QCustomPlot value axes to the ranges as set, widened by kValueInset pixels of the
     // current plot height on either side; returns whether an axis changed.
     bool ApplyValueRanges();
+    // Puts a series' data in the axis coordinates of its axis' scale (after its data or its
+    // axis changed, or the scale).
+    void Project(SPaneSeries& series) const;
 
 public:
     // A collapsed pane (a minimised one) shows only its label line: no axes, grid or series.
@@ -131,6 +136,7 @@ private:
     QCPAxis* m_y[2];
     QSharedPointer<CValueAxisTicker> m_valueTickers[2];
     SRange m_valueRanges[2] = {{0.0, 1.0}, {0.0, 1.0}};
+    CValueScale m_valueScales[2];
     QMetaObject::Connection m_afterLayout;
     QSharedPointer<QCPAxisTickerText> m_xTicker;
     CPaneSeriesLayerable* m_series;

@@ -123,7 +123,9 @@ bool CChartTrendlines::Add(ETrendKind kind, std::vector<STrendPoint> points) {
     if (!m_chart) {
         return false;
     }
-    m_lists.Add(kind, std::move(points), m_styles[static_cast<std::size_t>(kind)]);
+    // Drawn straight in the scale the price pane shows now.
+    m_lists.Add(kind, std::move(points), m_styles[static_cast<std::size_t>(kind)])
+        ->SetScale(m_canvas.DrawManager().PriceScale().Kind());
     Changed();
     return true;
 }
@@ -226,8 +228,10 @@ void CChartTrendlines::ShowPreview(const std::vector<STrendPoint>& points) {
         DropPreview();
         m_preview = std::make_shared<CBaseTrend>(
             kind, points, m_styles[static_cast<std::size_t>(kind)], PreviewNumbers());
+        m_preview->SetScale(m_canvas.DrawManager().PriceScale().Kind());
         m_pane.AddTrendItem(m_preview);
     } else {
+        m_preview->SetScale(m_canvas.DrawManager().PriceScale().Kind());
         m_preview->SetPoints(points);
     }
     m_canvas.RedrawAll();

@@ -1,0 +1,93 @@
+// Price scales and compare symbols in the real frame over LUMA from the real portico: the scale
+// and the compare symbols stored and loaded again in a new frame, every compare line starting at
+// 0% with the price at the first shown bar, a fourth symbol refused and an unknown one named in
+// the status line.
+
+#include "frame_fixture.h"
+
+#include "chart/ui/chart_canvas.h"
+#include "chart/ui/chart_form_view.h"
+#include "chart/ui/chart_stack_widget.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace skychart::test {
+namespace {
+
+using CompareFrameTest = FrameTest;
+
+TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackAndEveryLineStartsAtZero) {
+    OpenFrame();
+    ASSERT_TRUE(settings().SetText("RequestDataType", "2"));
+    ASSERT_TRUE(settings().SetText("RequestDatapoints", "300,40,500,10,6"));
+    frame().ChartView()->ReloadRequestSettings();
+    frame().ChartView()->Canvas().SetPriceScale(EPriceScale::Log);
+    EXPECT_EQ(frame().ChartView()->CompareSymbol("krno"), "");
+    EXPECT_EQ(frame().ChartView()->CompareSymbol("AURX"), "");
+    EXPECT_EQ(Stored("Price Scale"), "1");
+    EXPECT_EQ(Stored("Compare Symbols"), "KRNO,AURX");
+    CloseFrame();
+
+    OpenFrame();
+    CChartFormView& view = *frame().ChartView();
+    CChartCanvas& canvas = view.Canvas();
+    EXPECT_EQ(canvas.Style().priceScale, EPriceScale::Log);
+    ASSERT_EQ(view.CompareSet().Symbols(), (std::vector<std::string>{"KRNO", "AURX"}));
+    ASSERT_TRUE(WaitForService());
+    EnterInSymbolBox("LUMA");
+    const auto answered = [&] {
+        const auto& entries = view.CompareSet().Entries();
+        return view.HistoryShown() &&
+               std::all_of(entries.begin(), entries.end(), [](const CCompareSet::SEntry& entry) {
+                   return entry.history->IsHistoryComplete() && entry.history->GetCount() > 0;
+               });
+    };
+    ASSERT_TRUE(WaitFor(answered, std::chrono::seconds(120)));
+    canvas.RedrawAll();
+
+    // The pane shows per cent while symbols are compared; the stored choice stays.
+    const CChart2D& pane = canvas.Stack().Pane(0);
+    const CValueScale& scale = pane.ValueScale(CChart2D::EAxis::Y);
+    ASSERT_EQ(scale.Kind(), EPriceScale::Percent);
+    EXPECT_EQ(canvas.Style().priceScale, EPriceScale::Log);
+    const SDisplayedBars& bars = canvas.DrawManager().Displayed();
+    ASSERT_GT(bars.Count(), 10);
+    EXPECT_DOUBLE_EQ(scale.Base(), bars.close.front());
+    EXPECT_DOUBLE_EQ(scale.PercentOf(bars.close.front()), 0.0);
+    const CCompareLines& lines = *canvas.DrawManager().Compare();
+    for (const CCompareSet::SEntry& entry : view.CompareSet().Entries()) {
+        SCOPED_TRACE(entry.symbol);
+        EXPECT_EQ(entry.history->GetParameters().symbol, entry.symbol);
+        const std::vector<double> values = lines.Values(entry);
+        ASSERT_EQ(values.size(), static_cast<std::size_t>(bars.Count()));
+        // The same trading days: the first shown bar has its compare bar, at 0%.
+        ASSERT_FALSE(std::isnan(values.front()));
+        EXPECT_NEAR(scale.PercentOf(values.front()), 0.0, 1e-9);
+        EXPECT_NE(lines.HeaderText().find(entry.symbol + " "), std::string::npos);
+        // Later values move with the symbol's own closes, not the chart's.
+        int apart = 0;
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            apart += std::fabs(values[i] - bars.close[i]) > 0.01 * bars.close[i] ? 1 : 0;
+        }
+        EXPECT_GT(apart, 10);
+    }
+    EXPECT_NE(lines.HeaderText().find('%'), std::string::npos);
+
+    // A fourth symbol is refused and says why; an unknown one says so in the status line.
+    EXPECT_EQ(view.CompareSymbol("BRYN"), "");
+    EXPECT_NE(view.CompareSymbol("CDLW").find("at most 3"), std::string::npos);
+    EXPECT_NE(view.CompareSymbol("LUMA").find("own symbol"), std::string::npos);
+    EXPECT_TRUE(view.RemoveCompareSymbol("BRYN"));
+    EXPECT_EQ(view.CompareSymbol("QQQQZ"), "");
+    EXPECT_TRUE(WaitFor([&] {
+        return view.LastStatusText().find("QQQQZ is an unknown symbol") != std::string::npos;
+    }));
+    EXPECT_EQ(view.SetCompareSymbols(""), "");
+    EXPECT_EQ(Stored("Compare Symbols"), "");
+    canvas.RedrawAll();
+    EXPECT_EQ(pane.ValueScale(CChart2D::EAxis::Y).Kind(), EPriceScale::Log);
+}
+
+} // namespace
+} // namespace skychart::test
