@@ -9,19 +9,12 @@
 
 namespace {
 
-// Counts what a compare series' progress tick reports; no status texts.
+// A compare series' progress tick: no status texts, every point taken.
 class CCompareProgress final : public IHistoryProgressSink {
 public:
     void SetStatusText(const std::string& /*text*/) override {}
-    int ShowCompleteHistory(int count) override {
-        changed = true;
-        return count;
-    }
-    std::optional<int> ShowNewPoints(int count, int added) override {
-        changed = changed || added > 0 || count > 0;
-        return count;
-    }
-    bool changed = false;
+    int ShowCompleteHistory(int count) override { return count; }
+    std::optional<int> ShowNewPoints(int count, int /*added*/) override { return count; }
 };
 
 } // namespace
@@ -114,6 +107,8 @@ void CCompareSet::Clear() {
 
 void CCompareSet::Load(SEntry& entry) {
     entry.reported = false;
+    entry.drawnCount = 0;
+    entry.drawnClose = 0.0;
     entry.loader->LoadSettings();
     const CChartLoader::EStart started = entry.loader->Load(entry.symbol);
     if (started != CChartLoader::EStart::Sent) {
@@ -155,7 +150,16 @@ bool CCompareSet::OnProgressTick(std::vector<std::string>& messages) {
     for (SEntry& entry : m_entries) {
         CCompareProgress progress;
         entry.loader->OnProgressTick(progress);
-        changed = changed || progress.changed;
+        const CChartHistRequest& history = *entry.history;
+        if (history.IsHistoryComplete()) {
+            const int count = history.GetCount();
+            const double close = count > 0 ? history.GetClose(count - 1) : 0.0;
+            if (count != entry.drawnCount || close != entry.drawnClose) {
+                entry.drawnCount = count;
+                entry.drawnClose = close;
+                changed = true;
+            }
+        }
         const std::string& error = entry.loader->AnswerError();
         if (!entry.reported && entry.loader->AnswerEnded() && !error.empty()) {
             entry.reported = true;

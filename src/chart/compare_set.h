@@ -30,6 +30,9 @@ public:
         std::unique_ptr<CChartHistRequest> history;
         std::unique_ptr<CChartLoader> loader;
         bool reported = false; // its error reply went to the status line
+        // The series as last drawn: its count and newest close (a trade changes one of them).
+        int drawnCount = 0;
+        double drawnClose = 0.0;
     };
 
     // The line colours of the first, second and third compare symbol: apart from the price data,

@@ -189,8 +189,9 @@ std::vector<SScaleTick> LogTicks(double min, double max, int target, int precisi
     const int most = std::max(target, 2);
     std::vector<SStep> chosen;
     // From the finest level down; the powers of ten thin out by whole decades.
-    for (const auto& mantissas : {std::initializer_list<int>{1, 2, 3, 4, 5, 6, 7, 8, 9},
-                                  std::initializer_list<int>{1, 2, 5}}) {
+    for (const auto& mantissas :
+         {std::initializer_list<int>{1, 2, 3, 4, 5, 6, 7, 8, 9},
+          std::initializer_list<int>{1, 2, 5}, std::initializer_list<int>{1, 3}}) {
         chosen = LogLevel(min, max, mantissas, 1);
         if (static_cast<int>(chosen.size()) <= most) {
             break;

@@ -44,8 +44,8 @@ struct SScaleTick {
 // The labelled ticks of the values min .. max on an axis mapped by `scale`, at most `target`
 // and at least two for a range of some extent, ascending; each text reads back as its value.
 //   Linear: ChooseValueTicks and ValueLabelText.
-//   Logarithmic: readable prices, the powers of ten (every k-th over many decades), or 1, 2 and
-//   5 times them, or 1 to 9 times them, whichever is the finest that fits; a range within a
+//   Logarithmic: readable prices, the powers of ten (every k-th over many decades), or 1 and 3,
+//   1, 2 and 5, or 1 to 9 times them, whichever is the finest that fits; a range within a
 //   decade with too few of those (or any range with fewer than two) takes linear steps. All labels
 //   carry the decimals the finest tick needs, and at least `precision`. Percent: steps of 1, 2 or 5
 //   times a power of ten in per cent of the base, labelled "+5%", "0%", "-2.5%" (no trailing

@@ -96,15 +96,22 @@ TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStore
     EXPECT_EQ(settings.GetInt(keys::kPtsIndex), 4);
     canvas->ScrollBar()->setValue(17);
     EXPECT_EQ(canvas->Range().FirstIndex(), 17);
-    // A dragged thumb is tracked until it is let go.
+    // On the Percent scale the first bar's close is 0% (bar 17 closes at 102, bar 23 at 106).
+    canvas->SetPriceScale(EPriceScale::Percent);
+    EXPECT_EQ(settings.GetInt(keys::kPriceScale), 2);
+    const auto base = [&] { return canvas->Stack().Pane(0).ValueScale(CChart2D::EAxis::Y).Base(); };
+    EXPECT_EQ(base(), 102.0);
+    // A dragged thumb is tracked until it is let go, and the base is held until then.
     EXPECT_FALSE(canvas->Range().IsTracking());
     canvas->ScrollBar()->setSliderDown(true);
     canvas->ScrollBar()->setValue(23);
     EXPECT_TRUE(canvas->Range().IsTracking());
     EXPECT_EQ(canvas->Range().FirstIndex(), 23);
+    EXPECT_EQ(base(), 102.0);
     canvas->ScrollBar()->setSliderDown(false);
     EXPECT_FALSE(canvas->Range().IsTracking());
     EXPECT_EQ(canvas->Range().FirstIndex(), 23);
+    EXPECT_EQ(base(), 106.0);
 }
 
 // The layout is stored in the settings as the panes are minimised, maximised, restored and their

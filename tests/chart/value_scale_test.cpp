@@ -118,6 +118,9 @@ TEST(ValueScale, LogAndPercentLabelsAcrossRanges) {
                                         "200.00", "500.00"}));
     EXPECT_EQ(Texts(ChooseScaleTicks(CValueScale::Log(), 0.8, 600.0, 8, 2,
                                      CChart2D::ELabelFormat::Fixed)),
+              (std::vector<std::string>{"1.00", "3.00", "10.00", "30.00", "100.00", "300.00"}));
+    EXPECT_EQ(Texts(ChooseScaleTicks(CValueScale::Log(), 0.8, 600.0, 5, 2,
+                                     CChart2D::ELabelFormat::Fixed)),
               (std::vector<std::string>{"1.00", "10.00", "100.00"}));
     EXPECT_EQ(
         Texts(ChooseScaleTicks(CValueScale::Log(), 0.04, 0.3, 4, 2, CChart2D::ELabelFormat::Fixed)),

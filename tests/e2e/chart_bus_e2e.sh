@@ -2,7 +2,8 @@
 # End to end: on a private D-Bus session bus a running Skychart (offscreen, with the real portico
 # it starts) is driven through org.skychart.Chart: Load, ExportSeries polled until the history is
 # in (its rows and header checked against the file and against "Skychart --export" of the same
-# chart), Render of a 640x480 PNG, DeletePoint and RestorePoints checked against the exports,
+# chart), Render of a 640x480 PNG, SetPriceScale and Compare stored in the settings file,
+# DeletePoint and RestorePoints checked against the exports,
 # AddTrendline, Trendlines and DeleteAllTrendlines against the trendline file, and the error
 # replies of bad calls, and Reconnect after the service was killed.
 # Usage: chart_bus_e2e.sh SKYCHART_EXECUTABLE
@@ -99,6 +100,17 @@ expect_error org.skychart.Chart.Error.Failed "cannot write" ExportSeries "$home/
 expect_error org.skychart.Chart.Error.Failed "$home/no/such" Render "$home/no/such/c.png" 640 480
 [[ -e "$home/small.png" ]] && fail "a refused render wrote its file"
 
+# The price scale and the compare symbols are set and stored as the pane menu does.
+chart SetPriceScale log >/dev/null || fail "SetPriceScale failed"
+chart Compare "krno, aurx" >/dev/null || fail "Compare failed"
+wait_for 10 grep -qE '^Price( |%20)Scale=1$' "$conf" || fail "the price scale was not stored"
+wait_for 10 grep -qE '^Compare( |%20)Symbols="?KRNO,AURX"?$' "$conf" ||
+    fail "the compare symbols were not stored"
+expect_error org.skychart.Chart.Error.InvalidArgument "at most 3" Compare "A,B,C,D"
+expect_error org.skychart.Chart.Error.InvalidArgument "own symbol" Compare "LUMA"
+expect_error org.skychart.Chart.Error.InvalidArgument "none of linear" SetPriceScale tilted
+chart Compare "" >/dev/null && chart SetPriceScale linear >/dev/null || fail "clearing failed"
+
 # DeletePoint takes the point of a DateTime out of the series; RestorePoints answers once the
 # history is in again, every point back once.
 count_of() { sed -E 's/^\(([0-9]+),\)$/\1/' <<<"$1"; }
@@ -184,7 +196,7 @@ wait_for 60 grep -qsE "StatusBar: [0-9]+ datapoints available\." "$log" ||
     fail "no chart without a session bus"
 (($(grep -c "Bus control is off" "$log") == 1)) || fail "bus control off not logged once"
 
-echo "PASS: Load, ExportSeries ($rows rows), Render, DeletePoint, RestorePoints, the trendline" \
-    "calls, Reconnect and the error replies over the session bus"
+echo "PASS: Load, ExportSeries ($rows rows), Render, SetPriceScale, Compare, DeletePoint," \
+    "RestorePoints, the trendline calls, Reconnect and the error replies over the session bus"
 cleanup
 exit 0
