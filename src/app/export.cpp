@@ -147,12 +147,12 @@ std::string CheckExportRequest(const COrvaneCommandLineInfo& commandLine, SExpor
     int priceScale = -1;
     std::vector<std::string> compare;
     if (render && commandLine.priceScaleRequested) {
-        const std::optional<EPriceScale> scale = ParsePriceScale(commandLine.priceScale);
-        if (!scale) {
+        const std::optional<EPriceScale> parsed = ParsePriceScale(commandLine.priceScale);
+        if (!parsed) {
             return fmt::format("-price-scale needs linear, log or percent, not \"{}\"",
                                commandLine.priceScale);
         }
-        priceScale = static_cast<int>(*scale);
+        priceScale = static_cast<int>(*parsed);
     }
     if (render && commandLine.compareRequested) {
         if (const std::string problem = ParseCompareSymbols(commandLine.compare, compare);

@@ -6,6 +6,7 @@
 #include "app/command_line.h"
 #include "app/export.h"
 #include "app/workspace.h"
+#include "chart/value_scale.h"
 #include "core/settings.h"
 
 #include "temp_dir.h"
@@ -85,6 +86,15 @@ TEST(CommandLine, RenderAndExportOptionsAreParsedAndChecked) {
                   Parsed("--render b.pdf -symbol X -type Daily -width 100 -height 10000"), request),
               "");
     EXPECT_EQ(std::tie(request.width, request.height), std::tuple(100, 10000));
+    EXPECT_EQ(std::tie(request.priceScale, request.compareGiven), std::tuple(-1, false));
+    // The price scale and the compare symbols of one image.
+    ASSERT_EQ(CheckExportRequest(Parsed("--render b.png -symbol X -type Daily -PRICE-SCALE Log "
+                                        "-compare krno,aurx"),
+                                 request),
+              "");
+    EXPECT_EQ(request.priceScale, static_cast<int>(EPriceScale::Log));
+    EXPECT_TRUE(request.compareGiven);
+    EXPECT_EQ(request.compare, (std::vector<std::string>{"KRNO", "AURX"}));
     // -width and -height belong to --render: an export ignores them.
     ASSERT_EQ(CheckExportRequest(Parsed("--export c.csv -symbol X -type Daily -width 5"), request),
               "");
@@ -108,6 +118,9 @@ TEST(CommandLine, RenderAndExportOptionsAreParsedAndChecked) {
         {"--export a.csv -symbol X", "--export needs -type TYPE"},
         {"--export a.csv -symbol X -type Hourly", "unknown request type \"Hourly\""},
         {"--export a.csv -interval 7-Minute" + chart, "unknown interval \"7-Minute\""},
+        {"--render a.png -price-scale lin" + chart, "-price-scale needs linear, log or percent"},
+        {"--render a.png -compare A,B,C,D" + chart, "-compare: at most 3"},
+        {"--render a.png -compare A,x" + chart, "-compare: X is the chart's own symbol"},
     };
     for (const auto& [options, said] : problems) {
         SExportRequest ignored;
