@@ -146,6 +146,18 @@ public:
         std::string valueText;
         bool operator==(const SCrosshair&) const = default;
     };
+    // A tag beside the plot area at a value, over the value labels on their side: a box filled
+    // in `fill` holding `text` (one line or more) in `textColor`. It is kept within the plot
+    // area's height, so a value outside the range puts it at the nearer edge; a value that is
+    // not finite or an empty text draws none. The crosshair's tag is drawn over it.
+    struct SValueTag {
+        double value = 0.0;
+        EAxis axis = EAxis::Y;
+        std::string text;
+        ColorRef fill = 0;
+        ColorRef textColor = 0xFFFFFF;
+        bool operator==(const SValueTag&) const = default;
+    };
 
     static double HoleValue() { return std::numeric_limits<double>::quiet_NaN(); }
     static bool IsHole(double value) { return std::isnan(value); }
@@ -192,6 +204,9 @@ public:
     // just above and right of it (a trendline's level and price); empty for none. The label
     // belongs to the series and goes with it.
     virtual void SetLineLabel(SeriesId id, std::string_view text) = 0;
+    // The value tag of a line (SValueTag); an empty text takes it off. Like the label it belongs
+    // to the series and goes with it.
+    virtual void SetLineTag(SeriesId id, const SValueTag& tag) = 0;
     // Candles or bars, bar i at slot xOffset + i. Spans of different lengths throw
     // CInvalidArgException and leave the series as it was.
     virtual void SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) = 0;

@@ -226,9 +226,20 @@ void CChartLoader::OnLevel1Line(const std::string& line) {
     }
 }
 
+void CChartLoader::OnTimeLine(const std::string& line, std::chrono::steady_clock::time_point at) {
+    m_clock.OnTimeLine(line, at);
+}
+
 void CChartLoader::ApplyLevel1(const std::string& line) {
     const std::uint64_t dropped = m_updater.DroppedLines();
+    const std::uint64_t applied = m_updater.AppliedTradeLines();
     m_updater.Apply(line);
+    if (m_updater.AppliedTradeLines() != applied && m_updater.LastTrade()) {
+        m_clock.OnFeedTime(m_updater.LastTrade()->time, std::chrono::steady_clock::now());
+        if (m_tradeHandler) {
+            m_tradeHandler(*m_updater.LastTrade());
+        }
+    }
     if (m_updater.DroppedLines() != dropped) {
         spdlog::debug("Level 1 line dropped ({}): {}", m_updater.LastDropReason(), line);
     }

@@ -6,6 +6,7 @@
 // and the window, the export mode its own event loop.
 
 #include "chart/chart_progress.h"
+#include "history/exchange_clock.h"
 #include "history/history_parser.h"
 #include "history/history_request.h"
 #include "history/live_updater.h"
@@ -98,6 +99,20 @@ public:
     // malformed lines are dropped and logged.
     void OnLevel1Line(const std::string& line);
 
+    // A time stamp line of the Level 1 connection: the exchange clock follows it.
+    void OnTimeLine(const std::string& line,
+                    std::chrono::steady_clock::time_point at = std::chrono::steady_clock::now());
+    // The exchange time as the feed told it (time stamps and trades), run on to `at`; none
+    // before the feed said any.
+    std::optional<CDateTime>
+    ExchangeNow(std::chrono::steady_clock::time_point at = std::chrono::steady_clock::now()) const {
+        return m_clock.Now(at);
+    }
+    // Called with every trade that changed the series, live or replayed after the load, at once.
+    void SetTradeHandler(std::function<void(const SLiveTrade&)> handler) {
+        m_tradeHandler = std::move(handler);
+    }
+
     // One tick of the progress timer: the status text, and the complete history or the new live
     // points handed to `sink`. An answer that has sent nothing for the stall limit up to `now`
     // is stalled: the text says so (and waits on) until its next line.
@@ -164,6 +179,8 @@ private:
     CHistoryResponseParser m_parser;
     CLevel1Updater m_updater;
     CHistoryProgress m_progress;
+    CExchangeClock m_clock;
+    std::function<void(const SLiveTrade&)> m_tradeHandler;
     std::string m_symbol;
     int m_dataType = 0;
     int m_intervalIndex = 0;

@@ -86,6 +86,7 @@ SChartStyle ReadChartStyle(const CSettings& settings) {
     style.fixedYScaling = settings.GetInt(keys::kFixedYAxisScaling) == 1;
     style.showPriceBar = settings.GetInt(keys::kShowPriceBar) != 0;
     style.priceScale = PriceScaleOf(settings.GetInt(keys::kPriceScale));
+    style.showLastPrice = settings.GetInt(keys::kShowLastPrice) == 1;
     style.background = settings.GetUnsigned(keys::kBackgroundColor);
     style.grid = settings.GetUnsigned(keys::kGridColor);
     style.priceData = settings.GetUnsigned(keys::kPriceDataColor);

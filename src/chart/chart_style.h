@@ -20,6 +20,7 @@ struct SChartStyle {
     bool fixedYScaling = false;
     bool showPriceBar = true;
     EPriceScale priceScale = EPriceScale::Linear; // "Price Scale"
+    bool showLastPrice = false; // "Show Last Price": the newest close tagged on the price axis
 
     ColorRef background = 0xFFFFFF;
     ColorRef grid = 0xC0C0C0;

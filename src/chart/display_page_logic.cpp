@@ -25,6 +25,7 @@ SDisplayPageValues CDisplayPageLogic::Load(const CSettings& settings) {
     values.chartStyle = settings.GetInt(keys::kCandlePriceChartStyle) == 1 ? 1 : 0;
     values.valueLabelSide = settings.GetInt(keys::kYAxisOrientation) == 1 ? 1 : 0;
     values.showPriceBar = settings.GetInt(keys::kShowPriceBar) == 1;
+    values.showLastPrice = settings.GetInt(keys::kShowLastPrice) == 1;
     values.fixedYAxisScaling = settings.GetInt(keys::kFixedYAxisScaling) == 1;
     values.priceScale = static_cast<int>(PriceScaleOf(settings.GetInt(keys::kPriceScale)));
     values.scrollByItems = settings.GetInt(keys::kScrollingByItems) == 1;
@@ -82,6 +83,9 @@ void CDisplayPageLogic::Store(CSettings& settings, const SDisplayPageValues& val
     }
     if (changed(values.showPriceBar, shown.showPriceBar)) {
         settings.SetInt(keys::kShowPriceBar, values.showPriceBar ? 1 : 0);
+    }
+    if (changed(values.showLastPrice, shown.showLastPrice)) {
+        settings.SetInt(keys::kShowLastPrice, values.showLastPrice ? 1 : 0);
     }
     if (changed(values.fixedYAxisScaling, shown.fixedYAxisScaling)) {
         settings.SetBool(keys::kFixedYAxisScaling, values.fixedYAxisScaling);

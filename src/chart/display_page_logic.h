@@ -17,10 +17,11 @@ struct SDisplayPageValues {
     int valueLabelSide = 0;   // "Y Axis Orientation": 0 left (axis "y"), 1 right ("y2")
     bool showPriceBar = true; // "Show Price Bar"
     bool fixedYAxisScaling = false;
-    bool scrollByItems = true; // "Scrolling by Items": by items (true) or by percent
-    int scrollItems = 1;       // "Scrolling By Items Not Percent", 1-1000
-    int scrollPercent = 20;    // "Scrolling by Percent", 1-100
-    int priceScale = 0;        // "Price Scale": an EPriceScale, 0-2
+    bool scrollByItems = true;  // "Scrolling by Items": by items (true) or by percent
+    int scrollItems = 1;        // "Scrolling By Items Not Percent", 1-1000
+    int scrollPercent = 20;     // "Scrolling by Percent", 1-100
+    int priceScale = 0;         // "Price Scale": an EPriceScale, 0-2
+    bool showLastPrice = false; // "Show Last Price"
 
     friend bool operator==(const SDisplayPageValues&, const SDisplayPageValues&) = default;
 };

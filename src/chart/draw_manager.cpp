@@ -222,19 +222,24 @@ void CHistChartDrawManager::RefreshItems() {
     // The compare lines are on the list only while a symbol is compared.
     const bool comparing = m_compare != nullptr && m_compare->Active();
     if (m_itemsStudies == m_studies && m_itemsVersion == version &&
-        m_builtOwnVersion == m_ownVersion && m_builtComparing == comparing) {
+        m_builtOwnVersion == m_ownVersion && m_builtComparing == comparing &&
+        m_builtLastPriceShown == m_lastPriceShown) {
         return;
     }
     m_builtComparing = comparing;
     m_itemsStudies = m_studies;
     m_itemsVersion = version;
     m_builtOwnVersion = m_ownVersion;
+    m_builtLastPriceShown = m_lastPriceShown;
     for (int pane = 0; pane < kPaneCount; ++pane) {
         std::vector<std::shared_ptr<CDrawnItem>> items;
         if (pane == 0) {
             items.push_back(m_price);
             if (comparing) {
                 items.push_back(m_compare);
+            }
+            if (m_lastPriceShown) {
+                items.push_back(m_lastPrice);
             }
         }
         if (m_studies != nullptr) {
@@ -282,6 +287,31 @@ std::shared_ptr<CDrawnItem> CHistChartDrawManager::ItemAt(int pane, const CChart
     return Items(pane).ItemAt(chart, m_view, point, tolerance);
 }
 
+SLastPrice CHistChartDrawManager::LastPriceOf(const SChartStyle& style) const {
+    SLastPrice last;
+    const int newest = Count() - 1;
+    if (!style.showLastPrice || newest < 0) {
+        return last;
+    }
+    const bool ticks = m_dataType == kTicks;
+    last.shown = true;
+    last.price = Close(newest);
+    last.up = NewestIsUp(ticks, Open(newest), last.price,
+                         newest > 0 ? std::optional<double>(Close(newest - 1)) : std::nullopt);
+    last.decimals = m_decimals;
+    last.upColor = style.upCandle;
+    last.downColor = style.downCandle;
+    last.axis = style.LabelAxis();
+    sTICK bar;
+    if (m_dataType == kIntervals && m_exchangeNow && m_history.GetTick(newest, bar)) {
+        if (const std::optional<int> left =
+                SecondsLeftInBar(bar.time, m_intervalSeconds, *m_exchangeNow)) {
+            last.timeLeft = FormatTimeLeft(*left);
+        }
+    }
+    return last;
+}
+
 CChart2D::SRange CHistChartDrawManager::PriceRange(const SChartStyle& style) {
     // A fixed range is kept in one scale only: another fits again.
     const bool log = m_scale.IsLog();
@@ -320,6 +350,10 @@ void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartSty
     if (pane < 0 || pane >= kPaneCount) {
         return;
     }
+    if (pane == 0) {
+        // The marker is on the price pane's list only while it is shown.
+        m_lastPriceShown = style.showLastPrice;
+    }
     RefreshItems();
     CChartDrawingHold hold(chart);
     const bool study = pane > 0 && m_studies != nullptr && pane <= m_studies->PaneCount();
@@ -350,6 +384,7 @@ void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartSty
         m_look.data = style.priceData;
         m_look.up = style.upCandle;
         m_look.down = style.downCandle;
+        m_lastPrice->Set(LastPriceOf(style));
     } else {
         const SPaneScale scale = study ? m_studies->PaneScale(pane) : SPaneScale{};
         if (scale.fixed) {

@@ -8,6 +8,7 @@
 #include "chart/bar_series.h"
 #include "chart/chart_style.h"
 #include "chart/compare_lines.h"
+#include "chart/last_price.h"
 #include "chart/pane_studies.h"
 #include "chart/price_chart.h"
 #include "chart/price_pane_logic.h"
@@ -110,6 +111,14 @@ public:
     // pane was last painted; null when none.
     std::shared_ptr<CDrawnItem> ItemAt(int pane, const CChart2D& chart, CChart2D::SPixelPoint point,
                                        double tolerance);
+    // What the last-price marker's countdown needs: the bar interval in seconds (0 when the bars
+    // are not interval bars) and the exchange clock's now (none: no countdown).
+    void SetBarClock(int intervalSeconds, std::optional<CDateTime> now) {
+        m_intervalSeconds = intervalSeconds;
+        m_exchangeNow = now;
+    }
+    // The marker as the last paint of the price pane drew it.
+    const CLastPriceItem& LastPrice() const { return *m_lastPrice; }
     // The bars the panes showed at the last paint.
     const SPaneView& View() const { return m_view; }
 
@@ -135,6 +144,13 @@ private:
     SPriceLook m_look;
     std::shared_ptr<CHistPriceChart> m_price = std::make_shared<CHistPriceChart>(m_bars, m_look);
     std::shared_ptr<CCompareLines> m_compare;
+    std::shared_ptr<CLastPriceItem> m_lastPrice = std::make_shared<CLastPriceItem>();
+    bool m_lastPriceShown = false;
+    bool m_builtLastPriceShown = false;
+    int m_intervalSeconds = 0;
+    std::optional<CDateTime> m_exchangeNow;
+    // The marker's state from the newest point of the series and `style`.
+    SLastPrice LastPriceOf(const SChartStyle& style) const;
     bool m_haveYRange = false;
     bool m_pointsDeleted = false;
     CChart2D::SRange m_yRange;

@@ -84,6 +84,7 @@ const std::vector<SSettingKey>& AllSettingKeys() {
             {kNumberOfStudyCharts, "1", true},
             {kMaximizedChartIndex, "999", true},
             {kShowPriceBar, "1", true},
+            {kShowLastPrice, "0", true},
             {kPriceBarShowHide, "false", true},
             {kPtsIndex, "3", true},
             {kScrollingByItems, "true", true},

@@ -39,6 +39,7 @@ inline constexpr const char* kTopOfChart = "Top of chart %d";              // 0 
 inline constexpr const char* kChartMinimized = "Chart %d Minimized";       // 0 .. 10
 inline constexpr const char* kMaximizedChartIndex = "Maximized Chart Index";
 inline constexpr const char* kShowPriceBar = "Show Price Bar";
+inline constexpr const char* kShowLastPrice = "Show Last Price";
 inline constexpr const char* kPriceBarShowHide = "Price Bar Show/Hide";
 inline constexpr const char* kPtsIndex = "PTS INDEX";
 inline constexpr const char* kScrollingByItems = "Scrolling by Items";

@@ -265,6 +265,7 @@ void CFeedConnections::OnTimeLine(CFeedConnections& frame, const std::string& li
         frame.m_serviceStats.IsConnected()) {
         frame.DrainPendingWatches();
     }
+    frame.m_frame.OnTimeLine(line);
 }
 
 void CFeedConnections::OnFundamentalLine(CFeedConnections& frame, const std::string& line) {

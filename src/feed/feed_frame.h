@@ -17,6 +17,8 @@ public:
     virtual void OnHistoryLine(const std::string& line) = 0;
     // Level 1 update lines: 'Q', 'P' and 'F' (after the watch bookkeeping of 'F').
     virtual void OnLevel1Line(const std::string& line) = 0;
+    // 'T' lines: the exchange's time stamp, about once a second. Most frames do not need it.
+    virtual void OnTimeLine(const std::string& /*line*/) {}
     // 'n' lines: the service does not know a watched symbol.
     virtual void OnSymbolNotFound(const std::string& line) = 0;
     // The service's connection status changed ("Connected" / "Not Connected").

@@ -77,6 +77,7 @@ CLevel1Updater::CLevel1Updater(CChartHistRequest& history) : m_history(history) 
 void CLevel1Updater::Reset() {
     m_caughtUp = false;
     m_lastUpdate.reset();
+    m_lastTrade.reset();
 }
 
 std::string_view CLevel1Updater::Optional(int position) const {
@@ -185,6 +186,17 @@ bool CLevel1Updater::Apply(const std::string& line) {
     if (changed) {
         ++m_appliedTrades;
         m_lastUpdate = std::chrono::steady_clock::now();
+        SLiveTrade applied;
+        applied.price = trade.price;
+        applied.microseconds = trade.microseconds;
+        if (trade.dateValid) {
+            applied.time = CDateTime::FromFields(trade.year, trade.month, trade.day, trade.hour,
+                                                 trade.minute, trade.second);
+        } else {
+            applied.time.SetStatus(CDateTime::Status::Invalid);
+        }
+        applied.bar = m_history.GetLastIndex();
+        m_lastTrade = applied;
     }
     return changed;
 }

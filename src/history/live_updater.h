@@ -5,6 +5,8 @@
 // Plain C++; the chart loader hands it every Level 1 line once the history is complete, and the
 // parser's replay of the lines held while loading goes through it as well.
 
+#include "base/datetime.h"
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -34,6 +36,15 @@ inline constexpr int kMessageContents = 21;
 inline constexpr int kAggressor = 23;
 inline constexpr int kDayCode = 24;
 } // namespace level1
+
+// A trade that changed the series: its price and exchange time (invalid when its line had no
+// date).
+struct SLiveTrade {
+    double price = 0.0;
+    CDateTime time;
+    std::int32_t microseconds = 0;
+    int bar = 0; // the series index of the point the trade went into
+};
 
 class CLevel1Updater {
 public:
@@ -69,6 +80,8 @@ public:
     std::uint64_t DroppedLines() const { return m_dropped; }
     // When a trade of the request's symbol last changed the series; none since Reset.
     std::optional<std::chrono::steady_clock::time_point> LastUpdate() const { return m_lastUpdate; }
+    // The trade that last changed the series; none since Reset.
+    const std::optional<SLiveTrade>& LastTrade() const { return m_lastTrade; }
     // Why the last dropped line was dropped ("" before the first).
     const std::string& LastDropReason() const { return m_dropReason; }
 
@@ -120,4 +133,5 @@ private:
     std::uint64_t m_dropped = 0;
     std::optional<std::chrono::steady_clock::time_point> m_lastUpdate;
     std::string m_dropReason;
+    std::optional<SLiveTrade> m_lastTrade;
 };

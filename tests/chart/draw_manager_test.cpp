@@ -261,3 +261,67 @@ TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOnly) {
 }
 
 } // namespace
+
+// The last-price marker: off by default; on, the newest close at the symbol's decimals in the up
+// or down colour of the newest bar (ticks: against the trade before), a dotted line across the
+// pane, and on minute bars the time left until the newest bar's end by the exchange clock.
+TEST_F(DrawManager, LastPriceTagsTheNewestCloseInItsBarsColourWithTheTimeLeft) {
+    Fill(300);
+    SPaneFrame frame;
+    draw.SetScrollPosition(0, 120, kDays); // scrolled back: the tag still shows the newest bar
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    EXPECT_EQ(chart.Series(CLastPriceItem::kSeries), nullptr);
+
+    style.showLastPrice = true;
+    style.labelsOnY2 = true;
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    const CRecordingChart2D::SSeries* last = chart.Series(CLastPriceItem::kSeries);
+    ASSERT_NE(last, nullptr);
+    // Bar 299 closed at 308 below its open of 309: down.
+    EXPECT_EQ(last->tag.text, "308.00");
+    EXPECT_EQ(last->tag.fill, style.downCandle);
+    EXPECT_EQ(last->tag.axis, CChart2D::EAxis::Y2);
+    EXPECT_GE(ContrastRatio(last->tag.textColor, last->tag.fill), kMinTextContrast);
+    EXPECT_EQ(last->line.style, CChart2D::kDot);
+    ASSERT_EQ(last->points.size(), 2u);
+    EXPECT_EQ(last->points[0].x, chart.XRange().min);
+    EXPECT_EQ(last->points[1].x, chart.XRange().max);
+    EXPECT_EQ(last->points[1].y, 308.0);
+
+    // A four-decimal close that rose: four decimals in the up colour.
+    sTICK bar;
+    history.GetTick(299, bar);
+    bar.time = CDateTime(2024, 3, 5, 10, 31, 0); // a minute bar ending 10:31:00
+    bar.open = 1.2340;
+    bar.close = 1.2345;
+    history.AppendTick(bar);
+    draw.SetBarClock(60, CDateTime(2024, 3, 5, 10, 29, 37));
+    draw.SetScrollPosition(200, 101, kIntervals);
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    last = chart.Series(CLastPriceItem::kSeries);
+    EXPECT_EQ(last->tag.text, "1.2345\n01:00"); // held to the interval
+    EXPECT_EQ(last->tag.fill, style.upCandle);
+    draw.SetBarClock(60, CDateTime(2024, 3, 5, 10, 30, 37));
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    EXPECT_EQ(chart.Series(CLastPriceItem::kSeries)->tag.text, "1.2345\n00:23");
+    // Past the end it waits at 00:00; days and ticks have no countdown.
+    draw.SetBarClock(60, CDateTime(2024, 3, 5, 10, 32, 0));
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    EXPECT_EQ(chart.Series(CLastPriceItem::kSeries)->tag.text, "1.2345\n00:00");
+    // A tick below the trade before is down, whatever its open says.
+    draw.SetScrollPosition(200, 101, kTicks);
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    last = chart.Series(CLastPriceItem::kSeries);
+    EXPECT_EQ(last->tag.text, "1.2345");
+    EXPECT_EQ(last->tag.fill, style.downCandle);
+
+    EXPECT_EQ(FormatTimeLeft(59), "00:59");
+    EXPECT_EQ(FormatTimeLeft(3599), "59:59");
+    EXPECT_EQ(FormatTimeLeft(3600 * 2 + 61), "2:01:01");
+    EXPECT_EQ(SecondsLeftInBar(CDateTime(2024, 3, 5, 10, 31, 0), 0, CDateTime()), std::nullopt);
+
+    // Off again: the marker leaves the pane.
+    style.showLastPrice = false;
+    draw.PaintPane(0, chart, style, frame, 0, false);
+    EXPECT_EQ(chart.Series(CLastPriceItem::kSeries), nullptr);
+}

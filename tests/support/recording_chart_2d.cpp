@@ -47,6 +47,10 @@ void CRecordingChart2D::SetLineLabel(SeriesId id, std::string_view text) {
     Take(id, EKind::Points).label.assign(text);
 }
 
+void CRecordingChart2D::SetLineTag(SeriesId id, const SValueTag& tag) {
+    Take(id, EKind::Points).tag = tag;
+}
+
 void CRecordingChart2D::SetLinePoints(SeriesId id, std::span<const SPoint> points) {
     SSeries& series = Take(id, EKind::Points);
     series.points.assign(points.begin(), points.end());

@@ -25,6 +25,7 @@ public:
         std::vector<double> values; // Line and Histogram
         std::vector<SPoint> points; // Points
         std::string label;
+        SValueTag tag;
         std::vector<double> open, high, low, close;
         SLineStyle line;
         SPriceBarStyle bars;
@@ -56,6 +57,7 @@ public:
     void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
     void SetLinePoints(SeriesId id, std::span<const SPoint> points) override;
     void SetLineLabel(SeriesId id, std::string_view text) override;
+    void SetLineTag(SeriesId id, const SValueTag& tag) override;
     void SetLineStyle(SeriesId id, const SLineStyle& style) override;
     void SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) override;
     void SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style) override;

@@ -116,6 +116,7 @@ public:
     void OnSearchLine(const std::string& line) override;
     void OnHistoryLine(const std::string& line) override;
     void OnLevel1Line(const std::string& line) override;
+    void OnTimeLine(const std::string& line) override;
     void OnSymbolNotFound(const std::string& line) override;
     void OnServiceStatus(const std::string& status) override;
     // Says in the status bar which connection stopped and why.

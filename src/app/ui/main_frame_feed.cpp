@@ -127,6 +127,12 @@ void CMainFrame::OnLevel1Line(const std::string& line) {
     emit Level1LineReceived(QString::fromStdString(line));
 }
 
+void CMainFrame::OnTimeLine(const std::string& line) {
+    if (m_view != nullptr) {
+        m_view->OnTimeLine(line);
+    }
+}
+
 void CMainFrame::OnSymbolNotFound(const std::string& line) {
     // Only logged: the status bar keeps the chart's retrieval text.
     const std::string symbol = line.size() > 2 ? line.substr(2) : std::string();

@@ -289,6 +289,10 @@ void CChartCanvas::RedrawAll() {
 
     frame.cursorBar = m_cursorBar;
     frame.scrolling = m_range.IsTracking() || m_draggingChart;
+    const bool intervals =
+        m_dataType == kIntervals && m_intervalIndex >= 0 && m_intervalIndex < kIntervalCount;
+    m_draw.SetBarClock(intervals ? IntervalSeconds(m_intervalIndex) : 0,
+                       m_exchangeNow ? m_exchangeNow() : std::nullopt);
 
     m_stack->HoldDrawing();
     for (int pane = 0; pane <= m_layout.LastPane(); ++pane) {

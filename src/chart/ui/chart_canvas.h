@@ -10,12 +10,14 @@
 #include "chart/draw_manager.h"
 #include "chart/pane_layout.h"
 #include "chart/ui/chart_click_tool.h"
+#include "core/data_types.h"
 
 #include <QTimer>
 #include <QWidget>
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -129,6 +131,14 @@ public:
     IChartClickTool* ClickTool() const { return m_clickTool; }
     // The pane point of `pos` (stack pixels) in pane `pane`.
     CChart2D::SPixelPoint PanePoint(int pane, const QPoint& pos) const;
+    // Where the exchange time comes from for the last-price countdown (none: no countdown).
+    void SetExchangeClock(std::function<std::optional<CDateTime>()> now) {
+        m_exchangeNow = std::move(now);
+    }
+    // Whether the last-price marker counts down: it is shown over interval bars.
+    bool CountsDown() const { return m_style.showLastPrice && m_dataType == kIntervals; }
+    // The pane point of the click that opened the pane menu last.
+    CChart2D::SPixelPoint MenuPoint() const { return m_menuPoint; }
     // The price bar text of the last redraw.
     const std::string& PriceBarText() const { return m_priceBarText; }
 
@@ -196,6 +206,8 @@ private:
     std::string m_priceBarText;
     bool m_syncing = false;
     std::vector<std::function<void(QMenu&, int)>> m_menuExtenders;
+    CChart2D::SPixelPoint m_menuPoint;
+    std::function<std::optional<CDateTime>()> m_exchangeNow;
     IChartClickTool* m_clickTool = nullptr;
     // Hands a mouse event to the click tool; false when no tool is active.
     bool ToolMouse(QEvent* event);

@@ -4,6 +4,8 @@
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_info_tip.h"
 #include "chart/ui/chart_stack_widget.h"
+#include "core/setting_keys.h"
+#include "core/settings.h"
 
 #include <QActionGroup>
 #include <QContextMenuEvent>
@@ -63,6 +65,13 @@ void CChartCanvas::ShowPaneMenu(int pane, const QPoint& globalPos) {
             action->setChecked(m_style.priceScale == scale);
             scales->addAction(action);
         }
+        QAction* last = menu.addAction("Show Last Price", this, [this](bool show) {
+            m_settings.SetInt(keys::kShowLastPrice, show ? 1 : 0);
+            m_style.showLastPrice = show;
+            RedrawAll();
+        });
+        last->setCheckable(true);
+        last->setChecked(m_style.showLastPrice);
     }
     for (const auto& extender : m_menuExtenders) {
         extender(menu, pane);
@@ -175,6 +184,7 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         auto* menuEvent = static_cast<QContextMenuEvent*>(event);
         const int pane = m_stack->PaneAt(menuEvent->pos());
         if (pane >= 0) {
+            m_menuPoint = PanePoint(pane, menuEvent->pos());
             ShowPaneMenu(pane, menuEvent->globalPos());
         }
         return true;

@@ -42,6 +42,15 @@ CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, 
     connect(m_canvas, &CChartCanvas::statusText, this,
             [this](const QString& text) { SetStatusText(text.toStdString()); });
 
+    m_canvas->SetExchangeClock([this] { return m_loader.ExchangeNow(); });
+    m_countdownTimer.setInterval(kCountdownPeriodMs);
+    connect(&m_countdownTimer, &QTimer::timeout, this, [this] {
+        if (m_canvas->CountsDown() && HistoryShown()) {
+            m_canvas->RedrawAll();
+        }
+    });
+    m_countdownTimer.start();
+
     m_loader.LoadSettings();
     m_canvas->LoadSettings();
     m_compareLines =

@@ -34,6 +34,7 @@ public:
     // The progress timer: loading progress and, later, live redraw.
     static constexpr int kProgressTimerId = timers::kProgressId;
     static constexpr int kProgressPeriodMs = timers::kProgressPeriodMs;
+    static constexpr int kCountdownPeriodMs = 1000;
 
     // `history` and `settings` are the application's, and outlive the view.
     CChartFormView(CChartHistRequest& history, CSettings& settings, QWidget* parent = nullptr);
@@ -74,6 +75,8 @@ public:
     void OnHistoryLine(const std::string& line);
     // A Level 1 line ('Q', 'P', 'F'): held back while loading.
     void OnLevel1Line(const std::string& line);
+    // A time stamp line of the Level 1 connection (the countdown of the last-price marker).
+    void OnTimeLine(const std::string& line) { m_loader.OnTimeLine(line); }
     // When a trade of the shown symbol last changed the chart; none since the load.
     std::optional<std::chrono::steady_clock::time_point> LastUpdate() const {
         return m_loader.LastLiveUpdate();
@@ -176,6 +179,8 @@ private:
     void CompareChanged();
     void AddCompareCommands(QMenu& menu);
     QTimer m_progressTimer;
+    // Draws the last-price countdown again every second while it is shown.
+    QTimer m_countdownTimer;
     std::function<void(const std::string&)> m_statusSink;
     std::string m_lastStatus;
     std::string m_settingsFile;

@@ -78,6 +78,8 @@ void CDisplaySettingsPage::MakeControls() {
     }
     m_showPriceBar = new QCheckBox("Show &Price Bar", this);
     m_showPriceBar->setObjectName("ShowPriceBarCheck");
+    m_showLastPrice = new QCheckBox("Show &Last Price", this);
+    m_showLastPrice->setObjectName("ShowLastPriceCheck");
     m_fixedY = new QCheckBox("&Fixed Y Axis Scaling", this);
     m_fixedY->setObjectName("FixedYAxisScalingCheck");
 
@@ -97,6 +99,7 @@ void CDisplaySettingsPage::MakeControls() {
     form->addRow("&Y Axis Orientation:", m_labelSide);
     form->addRow("Price sc&ale:", m_priceScale);
     form->addRow(QString(), m_showPriceBar);
+    form->addRow(QString(), m_showLastPrice);
     form->addRow(QString(), m_fixedY);
 
     auto* scrollGroup = new QGroupBox("Scrolling", this);
@@ -147,6 +150,7 @@ void CDisplaySettingsPage::Show(const SDisplayPageValues& values) {
     m_chartType->setCurrentIndex(values.chartStyle);
     m_labelSide->setCurrentIndex(values.valueLabelSide);
     m_showPriceBar->setChecked(values.showPriceBar);
+    m_showLastPrice->setChecked(values.showLastPrice);
     m_fixedY->setChecked(values.fixedYAxisScaling);
     m_priceScale->setCurrentIndex(values.priceScale);
     (values.scrollByItems ? m_byItems : m_byPercent)->setChecked(true);
@@ -171,6 +175,7 @@ SDisplayPageValues CDisplaySettingsPage::Values() const {
     values.chartStyle = m_chartType->currentIndex();
     values.valueLabelSide = m_labelSide->currentIndex();
     values.showPriceBar = m_showPriceBar->isChecked();
+    values.showLastPrice = m_showLastPrice->isChecked();
     values.fixedYAxisScaling = m_fixedY->isChecked();
     values.priceScale = m_priceScale->currentIndex();
     values.scrollByItems = m_byItems->isChecked();

@@ -39,6 +39,7 @@ public:
     QComboBox* ChartTypeList() const { return m_chartType; }
     QComboBox* ValueLabelSideList() const { return m_labelSide; }
     QCheckBox* ShowPriceBarCheck() const { return m_showPriceBar; }
+    QCheckBox* ShowLastPriceCheck() const { return m_showLastPrice; }
     QCheckBox* FixedYAxisScalingCheck() const { return m_fixedY; }
     QComboBox* PriceScaleList() const { return m_priceScale; }
     QRadioButton* ScrollByItemsChoice() const { return m_byItems; }
@@ -64,6 +65,7 @@ private:
     QComboBox* m_chartType = nullptr;
     QComboBox* m_labelSide = nullptr;
     QCheckBox* m_showPriceBar = nullptr;
+    QCheckBox* m_showLastPrice = nullptr;
     QCheckBox* m_fixedY = nullptr;
     QComboBox* m_priceScale = nullptr;
     QRadioButton* m_byItems = nullptr;

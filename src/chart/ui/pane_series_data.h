@@ -19,8 +19,9 @@ struct SPaneSeries {
     double xOffset = 0.0;
     std::vector<double> values; // line or histogram
     std::vector<CChart2D::SPoint> points;
-    std::string label;     // beside the first of `points`
-    QStaticText labelText; // its layout, kept between paints
+    std::string label;       // beside the first of `points`
+    CChart2D::SValueTag tag; // beside the plot area; none while its text is empty
+    QStaticText labelText;   // its layout, kept between paints
     // The label drawn once for the screen, in `labelColor`, and blitted on later paints.
     mutable QImage labelImage;
     mutable CChart2D::SLineStyle labelStyle;

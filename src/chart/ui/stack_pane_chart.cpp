@@ -83,6 +83,8 @@ CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QI
     m_labelLine->SetFont(PixelFont(stack.Plot().font(), IPaneHost::kLabelFontPixels));
     m_labelLine->SetColor(Qt::black);
     m_crosshair.SetFont(tickFont);
+    m_tags = new CPaneTagLayerable(&stack.Plot(), m_rect, m_y[0], m_y[1], m_series->Series());
+    m_tags->SetFont(tickFont);
     ApplyAxes();
     ApplyValueRanges();
     // The insets follow the plot height, known once the plot is laid out; the ticks are placed
@@ -149,6 +151,8 @@ void CStackPaneChart::ApplyAxes() {
     // The crosshair and its tag in the axis colour, the tag's text in the background colour.
     m_crosshair.SetShown(!m_collapsed);
     m_crosshair.SetLabelAxis(m_labelAxis);
+    m_tags->SetLabelAxis(m_labelAxis);
+    m_tags->SetShown(!m_collapsed);
     m_crosshair.SetColors(axisColor, m_backgroundColor);
 }
 
@@ -239,6 +243,15 @@ void CStackPaneChart::SetLineLabel(SeriesId id, std::string_view text) {
     series.labelText.setTextFormat(Qt::PlainText);
     series.labelText.setPerformanceHint(QStaticText::AggressiveCaching);
     series.labelImage = QImage();
+    Changed(false);
+}
+
+void CStackPaneChart::SetLineTag(SeriesId id, const SValueTag& tag) {
+    SPaneSeries& series = m_series->Series().Take(id, SPaneSeries::EKind::Line);
+    if (series.tag == tag) {
+        return;
+    }
+    series.tag = tag;
     Changed(false);
 }
 

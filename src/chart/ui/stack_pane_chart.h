@@ -7,6 +7,7 @@
 #include "chart/chart_2d.h"
 #include "chart/ui/pane_crosshair.h"
 #include "chart/ui/pane_layers.h"
+#include "chart/ui/pane_tags.h"
 
 #include <QSharedPointer>
 
@@ -66,6 +67,7 @@ public:
     void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
     void SetLinePoints(SeriesId id, std::span<const SPoint> points) override;
     void SetLineLabel(SeriesId id, std::string_view text) override;
+    void SetLineTag(SeriesId id, const SValueTag& tag) override;
     void SetLineStyle(SeriesId id, const SLineStyle& style) override;
     void SetPriceBars(SeriesId id, const SOhlcSpans& bars, double xOffset) override;
     void SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style) override;
@@ -143,6 +145,7 @@ private:
     CPaneFrameLayerable* m_background;
     QColor m_backgroundColor = Qt::white;
     CPaneFrameLayerable* m_labelLine;
+    CPaneTagLayerable* m_tags;
     CPaneCrosshair m_crosshair;
     EAxis m_labelAxis = EAxis::Y;
     bool m_gridVisible = true;
