@@ -239,3 +239,23 @@ std::string TrendlinesJson(const CTrendLists& lists, bool tickTimes) {
     }
     return all.dump();
 }
+
+SChartBusReply CheckChartBusAlert(const std::string& symbol, double price,
+                                  const std::string& direction, SChartBusAlert& alert) {
+    // The symbol is checked as Load checks it.
+    SChartBusLoad load;
+    if (const SChartBusReply reply = CheckChartBusLoad(symbol, "Daily", "", load); !reply.Ok()) {
+        return reply;
+    }
+    if (!std::isfinite(price)) {
+        return Invalid("the price is not a finite number");
+    }
+    const std::optional<EAlertDirection> found = FindAlertDirection(direction);
+    if (!found) {
+        return Invalid(fmt::format("unknown direction \"{}\" (use Crosses, Rises above or Falls "
+                                   "below)",
+                                   direction));
+    }
+    alert = {load.symbol, price, *found};
+    return {};
+}

@@ -17,11 +17,17 @@
 //   SetPriceScale(s scale)                       "linear", "log" or "percent", as the pane menu
 //   Compare(s symbols)                           compare up to three symbols (a comma list; ""
 //                                                clears them), as "Compare Symbol..." does
+//   AddAlert(s symbol, d price, s direction) -> i id
+//                                                a level alert ("Crosses", "Rises above",
+//                                                "Falls below")
+//   Alerts() -> s                                every alert as JSON
+//   signal AlertFired(s symbol, d price, s time) an alert fired at a live trade
 // This is the plain part: the error names, the checks of the arguments and the export text. The
 // platform adaptor carries the calls, the main frame carries them out.
 
 #include "core/trend_kinds.h"
 #include "history/chart_hist_request.h"
+#include "trend/trend_alert.h"
 
 #include <string>
 #include <utility>
@@ -116,3 +122,13 @@ SChartBusReply CheckChartBusTrendline(const std::string& kind,
 // "points" ([{"time", "price"}]), "color" ("#rrggbb"), "width" and "extendable", kind by kind.
 // Tick times carry their microseconds.
 std::string TrendlinesJson(const CTrendLists& lists, bool tickTimes);
+
+// AddAlert's arguments, checked: the symbol as Load takes it, a finite price, and a direction
+// named as the alert dialog names it (any case, spaces optional).
+struct SChartBusAlert {
+    std::string symbol;
+    double price = 0.0;
+    EAlertDirection direction = EAlertDirection::Crosses;
+};
+SChartBusReply CheckChartBusAlert(const std::string& symbol, double price,
+                                  const std::string& direction, SChartBusAlert& alert);

@@ -49,6 +49,17 @@ int CChartBusObject::DeletePoint(const QString& time) {
     return Answer("DeletePoint", m_target.BusDeletePoint(time.toStdString()));
 }
 
+int CChartBusObject::AddAlert(const QString& symbol, double price, const QString& direction) {
+    return Answer("AddAlert",
+                  m_target.BusAddAlert(symbol.toStdString(), price, direction.toStdString()));
+}
+
+QString CChartBusObject::Alerts() {
+    const SBusMethodResult result = m_target.BusAlerts();
+    Answer("Alerts", result);
+    return QString::fromStdString(result.text);
+}
+
 void CChartBusObject::Reconnect() {
     Answer("Reconnect", m_target.BusReconnect());
 }
@@ -126,7 +137,8 @@ bool CChartBusService::Register() {
                      bus.lastError().message().toStdString());
         return false;
     }
-    if (!bus.registerObject(kPath, &m_object, QDBusConnection::ExportAllSlots)) {
+    if (!bus.registerObject(kPath, &m_object,
+                            QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals)) {
         spdlog::warn("Bus control is off: cannot serve {} ({})", kPath,
                      bus.lastError().message().toStdString());
         return false;

@@ -41,6 +41,11 @@ public:
     virtual SBusMethodResult BusSetPriceScale(const std::string& scale) = 0;
     // A comma list of up to three symbols to compare ("" clears them).
     virtual SBusMethodResult BusCompare(const std::string& symbols) = 0;
+    // A level alert; answers its id.
+    virtual SBusMethodResult BusAddAlert(const std::string& symbol, double price,
+                                         const std::string& direction) = 0;
+    // Every alert as a JSON array.
+    virtual SBusMethodResult BusAlerts() = 0;
 };
 
 // The object /Skychart with the interface org.skychart.Chart: each method hands its arguments to
@@ -65,6 +70,12 @@ public slots:
     void Reconnect();
     void SetPriceScale(const QString& scale);
     void Compare(const QString& symbols);
+    int AddAlert(const QString& symbol, double price, const QString& direction);
+    QString Alerts();
+
+signals:
+    // An alert fired at a trade: the symbol, the alert's price and the trade's exchange time.
+    void AlertFired(const QString& symbol, double price, const QString& time);
 
 private:
     // Sends the error of `result` as the reply, when it has one; returns its value.
@@ -95,6 +106,10 @@ public:
     // session bus or either step failed.
     bool Register();
     bool Registered() const { return m_registered; }
+    // Sends the AlertFired signal.
+    void EmitAlertFired(const QString& symbol, double price, const QString& time) {
+        emit m_object.AlertFired(symbol, price, time);
+    }
 
 private:
     CChartBusObject m_object;

@@ -126,8 +126,29 @@ void CBaseTrend::Paint(CChart2D& chart, const SPaneView& view) {
             label +=
                 std::string(label.empty() ? "" : " ") + "(" + PriceScaleShortName(m_scale) + ")";
         }
+        if (i == 0 && m_alert) {
+            label += (label.empty() ? "" : " ") + AlertMark(m_alert->Setting());
+        }
         chart.SetLineLabel(id, label);
     }
+}
+
+std::optional<double> CBaseTrend::PriceAt(double bar) const {
+    if (m_points.empty()) {
+        return std::nullopt;
+    }
+    if (m_kind == ETrendKind::Horizontal) {
+        return m_points[0].price;
+    }
+    if (m_kind != ETrendKind::Sloping || m_points.size() < 2) {
+        return std::nullopt;
+    }
+    const STrendPoint& a = m_points[0];
+    const STrendPoint& b = m_points[1];
+    if (a.bar == b.bar) {
+        return b.price; // a vertical line: its later price
+    }
+    return a.price + (b.price - a.price) * (bar - a.bar) / (b.bar - a.bar);
 }
 
 void CBaseTrend::Erase(CChart2D& chart) const {

@@ -4,6 +4,7 @@
 // per part of its kind (trend_geometry.h) with the series numbers its list gave it.
 
 #include "chart/drawn_item.h"
+#include "trend/trend_alert.h"
 #include "trend/trend_geometry.h"
 #include "trend/trend_point.h"
 #include "trend/trend_style.h"
@@ -40,6 +41,21 @@ public:
     // How many points a part drawn as a curve is sampled at.
     static constexpr int kCurveSamples = 48;
 
+    // The line's alert, shown as a mark in its label; only horizontal and sloping lines take
+    // one (SetAlert is ignored for the other kinds).
+    static bool TakesAlert(ETrendKind kind) {
+        return kind == ETrendKind::Horizontal || kind == ETrendKind::Sloping;
+    }
+    const std::optional<CAlertWatch>& Alert() const { return m_alert; }
+    std::optional<CAlertWatch>& Alert() { return m_alert; }
+    void SetAlert(std::optional<CAlertWatch> alert) {
+        if (TakesAlert(m_kind)) {
+            m_alert = std::move(alert);
+        }
+    }
+    // The line's price at series index `bar`: a horizontal line's price, or the price of a
+    // sloping line through its two points, extended both ways; none for other kinds.
+    std::optional<double> PriceAt(double bar) const;
     // Finds the points' bars again from their times (the series was replaced or shortened).
     void Reanchor(const CChartHistRequest& history);
 
@@ -79,6 +95,7 @@ private:
     std::vector<int> m_numbers;
     bool m_highlighted = false;
     EPriceScale m_scale = EPriceScale::Linear;
+    std::optional<CAlertWatch> m_alert;
     double m_dragBars = 0.0; // the part of a drag short of a whole bar
 };
 

@@ -138,8 +138,12 @@ void AddTrendRecords(CTrendLists& lists, const std::vector<STrendRecord>& record
         for (const auto& [time, price] : record.points) {
             points.push_back({BarOfTime(history, time), price, time});
         }
-        lists.Add(record.kind, std::move(points), styles[static_cast<std::size_t>(record.kind)])
-            ->SetScale(record.scale);
+        const auto trend = lists.Add(record.kind, std::move(points),
+                                     styles[static_cast<std::size_t>(record.kind)]);
+        trend->SetScale(record.scale);
+        if (record.alert) {
+            trend->SetAlert(CAlertWatch(*record.alert));
+        }
     }
 }
 
@@ -151,6 +155,9 @@ std::vector<STrendRecord> TrendRecords(const CTrendLists& lists) {
         record.scale = trend->Scale();
         for (const STrendPoint& point : trend->Points()) {
             record.points.emplace_back(point.time, point.price);
+        }
+        if (trend->Alert()) {
+            record.alert = trend->Alert()->Setting();
         }
         records.push_back(std::move(record));
     }

@@ -120,6 +120,46 @@ std::pair<SPointTime, double> ReadPoint(const Json& value, const std::string& wh
     return {*time, price.get<double>()};
 }
 
+bool BoolField(const Json& object, const std::string& where, const char* name) {
+    const Json& value = Field(object, where, name);
+    if (!value.is_boolean()) {
+        Refuse(where + "." + name, Shown(value) + " is not true or false");
+    }
+    return value.get<bool>();
+}
+
+SAlertSetting ReadAlert(const Json& object, const std::string& where) {
+    SAlertSetting setting;
+    const std::string name = TextField(object, where, "direction");
+    const std::optional<EAlertDirection> direction = FindAlertDirection(name);
+    if (!direction) {
+        Refuse(where + ".direction", Shown(name) + " is no alert direction");
+    }
+    setting.direction = *direction;
+    setting.fired = BoolField(object, where, "fired");
+    return setting;
+}
+
+Json AlertJson(const SAlertSetting& setting) {
+    return {{"direction", AlertDirectionName(setting.direction)}, {"fired", setting.fired}};
+}
+
+SLevelAlert ReadLevelAlert(const Json& value, const std::string& where) {
+    ObjectAt(value, where);
+    SLevelAlert alert;
+    alert.symbol = TextField(value, where, "symbol");
+    if (alert.symbol.empty()) {
+        Refuse(where + ".symbol", "the symbol is empty");
+    }
+    const Json& price = Field(value, where, "price");
+    if (!price.is_number() || !std::isfinite(price.get<double>())) {
+        Refuse(where + ".price", Shown(price) + " is not a price");
+    }
+    alert.price = price.get<double>();
+    alert.setting = ReadAlert(value, where);
+    return alert;
+}
+
 STrendRecord ReadRecord(const Json& value, const std::string& where) {
     ObjectAt(value, where);
     const std::string kindName = TextField(value, where, "kind");
@@ -147,6 +187,13 @@ STrendRecord ReadRecord(const Json& value, const std::string& where) {
         }
         record.scale = *scale;
     }
+    if (const auto alert = value.find("alert"); alert != value.end()) {
+        if (record.kind != ETrendKind::Horizontal && record.kind != ETrendKind::Sloping) {
+            Refuse(where + ".alert", std::string("a ") + TrendKindInfo(record.kind).name +
+                                         " trendline takes no alert");
+        }
+        record.alert = ReadAlert(ObjectAt(*alert, where + ".alert"), where + ".alert");
+    }
     return record;
 }
 
@@ -169,7 +216,8 @@ bool Storable(const STrendRecord& record) {
 } // namespace
 
 bool STrendRecord::operator==(const STrendRecord& other) const {
-    if (kind != other.kind || scale != other.scale || points.size() != other.points.size()) {
+    if (kind != other.kind || scale != other.scale || points.size() != other.points.size() ||
+        alert != other.alert) {
         return false;
     }
     for (std::size_t i = 0; i < points.size(); ++i) {
@@ -221,6 +269,10 @@ std::string CTrendStore::Write() const {
             if (record.scale != EPriceScale::Linear) {
                 line["scale"] = PriceScaleShortName(record.scale);
             }
+            if (record.alert &&
+                (record.kind == ETrendKind::Horizontal || record.kind == ETrendKind::Sloping)) {
+                line["alert"] = AlertJson(*record.alert);
+            }
             trendlines.push_back(std::move(line));
         }
         if (!trendlines.empty()) {
@@ -230,7 +282,21 @@ std::string CTrendStore::Write() const {
                  {"trendlines", std::move(trendlines)}});
         }
     }
-    const Json file = {{"version", kFileVersion}, {"charts", std::move(charts)}};
+    Json file = {{"version", kFileVersion}, {"charts", std::move(charts)}};
+    if (!m_levels.empty()) {
+        Json alerts = Json::array();
+        for (const SLevelAlert& alert : m_levels) {
+            if (alert.symbol.empty() || !std::isfinite(alert.price) ||
+                AlertDirectionName(alert.setting.direction)[0] == '\0') {
+                spdlog::warn("A level alert without a symbol or price is not stored");
+                continue;
+            }
+            Json entry = {{"symbol", alert.symbol}, {"price", alert.price}};
+            entry.update(AlertJson(alert.setting));
+            alerts.push_back(std::move(entry));
+        }
+        file["alerts"] = std::move(alerts);
+    }
     return file.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
@@ -293,6 +359,14 @@ std::optional<CTrendStore> CTrendStore::Read(std::string_view text, std::string&
             }
             // A chart whose list is empty is the same as no chart, as Set keeps it.
             store.Set(key, std::move(records));
+        }
+        if (const auto alerts = file.find("alerts"); alerts != file.end()) {
+            if (!alerts->is_array()) {
+                Refuse("alerts", Shown(*alerts) + " is not a list");
+            }
+            for (std::size_t i = 0; i < alerts->size(); ++i) {
+                store.m_levels.push_back(ReadLevelAlert((*alerts)[i], Indexed("", "alerts", i)));
+            }
         }
         return store;
     } catch (const SRefusal& refusal) {

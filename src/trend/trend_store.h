@@ -15,10 +15,16 @@
 // (TrendKindTable), "time" a point time as the export writes it (FormatPointTime), "scale" the
 // price scale the line was drawn in ("log" or "percent"; written only for those, and a line
 // without it was drawn on the linear scale).
+//
+// Alerts ride along and may be missing (files written before them): a horizontal or sloping
+// trendline may hold {"alert": {"direction": "Crosses", "fired": false}}, and the file a list of
+// level alerts, {"alerts": [{"symbol": "LUMA", "price": 12.5, "direction": "Rises above",
+// "fired": false}]}, which belong to a symbol whatever the chart's data type.
 
 #include "chart/value_scale.h"
 #include "core/trend_kinds.h"
 #include "history/chart_hist_request.h"
+#include "trend/trend_alert.h"
 
 #include <map>
 #include <optional>
@@ -32,6 +38,7 @@ struct STrendRecord {
     ETrendKind kind = ETrendKind::Horizontal;
     std::vector<std::pair<SPointTime, double>> points;
     EPriceScale scale = EPriceScale::Linear;
+    std::optional<SAlertSetting> alert = std::nullopt;
 
     bool operator==(const STrendRecord& other) const;
 };
@@ -43,6 +50,14 @@ struct STrendChartKey {
     auto operator<=>(const STrendChartKey&) const = default;
 };
 
+// An alert on a price level of a symbol, drawn on no chart.
+struct SLevelAlert {
+    std::string symbol;
+    double price = 0.0;
+    SAlertSetting setting;
+    bool operator==(const SLevelAlert&) const = default;
+};
+
 class CTrendStore {
 public:
     using Records = std::vector<STrendRecord>;
@@ -51,6 +66,9 @@ public:
     // Replaces the chart's trendlines (none: the chart is dropped from the store).
     void Set(const STrendChartKey& chart, Records records);
     const std::map<STrendChartKey, Records>& Charts() const { return m_charts; }
+    // The level alerts of every symbol, in the order they were added.
+    const std::vector<SLevelAlert>& LevelAlerts() const { return m_levels; }
+    std::vector<SLevelAlert>& LevelAlerts() { return m_levels; }
     bool operator==(const CTrendStore&) const = default;
 
     // The file's text: stable order (by symbol, then data type), two-space indentation.
@@ -63,4 +81,5 @@ public:
 
 private:
     std::map<STrendChartKey, Records> m_charts;
+    std::vector<SLevelAlert> m_levels;
 };

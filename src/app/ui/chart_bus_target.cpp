@@ -6,6 +6,7 @@
 #include "chart/ui/chart_form_view.h"
 #include "core/data_types.h"
 #include "history/chart_hist_request.h"
+#include "trend/ui/chart_alerts.h"
 #include "trend/ui/chart_trendlines.h"
 
 #include <QSaveFile>
@@ -211,4 +212,18 @@ SBusMethodResult CChartBusTarget::BusCompare(const std::string& symbols) {
                                                  "cannot compare \"" + symbols + "\": " + refused));
     }
     return {};
+}
+
+SBusMethodResult CChartBusTarget::BusAddAlert(const std::string& symbol, double price,
+                                              const std::string& direction) {
+    SChartBusAlert alert;
+    const SChartBusReply reply = CheckChartBusAlert(symbol, price, direction, alert);
+    if (!reply.Ok()) {
+        return ToBusResult(reply);
+    }
+    return {{}, {}, m_frame.ChartAlerts().AddLevel(alert.symbol, alert.price, alert.direction), {}};
+}
+
+SBusMethodResult CChartBusTarget::BusAlerts() {
+    return {{}, {}, 0, AlertsJson(m_frame.ChartAlerts().List())};
 }

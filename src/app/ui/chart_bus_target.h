@@ -4,6 +4,7 @@
 #include "chart/chart_loader.h"
 #include "platform/chart_bus_service.h"
 
+class CChartAlerts;
 class CChartTrendlines;
 class CTrendStore;
 class CChartFormView;
@@ -24,6 +25,8 @@ public:
     // The trendlines of the chart shown, and those kept for every chart.
     virtual CChartTrendlines& ChartTrendlines() const = 0;
     virtual const CTrendStore& TrendStore() const = 0;
+    // The alerts of every symbol.
+    virtual CChartAlerts& ChartAlerts() const = 0;
     // The chart view, whose points DeletePoint and RestorePoints delete and restore.
     virtual CChartFormView* ChartView() const = 0;
     // Runs the connection start-up again and reloads the shown symbol once the service is
@@ -57,6 +60,10 @@ public:
     SBusMethodResult BusReconnect() override;
     SBusMethodResult BusSetPriceScale(const std::string& scale) override;
     SBusMethodResult BusCompare(const std::string& symbols) override;
+    // Adds a level alert of the symbol (it need not be shown); answers its id.
+    SBusMethodResult BusAddAlert(const std::string& symbol, double price,
+                                 const std::string& direction) override;
+    SBusMethodResult BusAlerts() override;
 
 private:
     // The checks that Export and Render share: a loaded chart with points.

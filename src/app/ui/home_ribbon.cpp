@@ -97,6 +97,7 @@ SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon) {
         ribbon.AddButton(settingsPanel, SHomeRibbon::kDataSettingsCaption, "DataSettingsButton");
     home.chartSettingsButton =
         ribbon.AddButton(settingsPanel, "Chart Settings...", "ChartSettingsButton");
+    home.alertsButton = ribbon.AddButton(settingsPanel, "Alerts...", "AlertsButton");
 
     ribbon.FinishCategory(category);
     return home;

@@ -32,6 +32,7 @@ struct SHomeRibbon {
     QToolButton* zoomOutButton = nullptr;
     QToolButton* printButton = nullptr;
     QToolButton* exportImageButton = nullptr;
+    QToolButton* alertsButton = nullptr;
     QToolButton* reconnectButton = nullptr;
 };
 

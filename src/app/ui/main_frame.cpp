@@ -1,6 +1,7 @@
 #include "app/ui/main_frame.h"
 
 #include "trend/trend_style.h"
+#include "trend/ui/chart_alerts.h"
 #include "trend/ui/chart_trendlines.h"
 
 #include "app/feed_status.h"
@@ -80,6 +81,8 @@ CMainFrame::~CMainFrame() {
     m_chartBus = nullptr;
     m_feed.reset();
     // The trendlines are items of the chart's panes: they go while the chart is still there.
+    delete m_alerts;
+    m_alerts = nullptr;
     delete m_trendlines;
     m_trendlines = nullptr;
 }
@@ -128,6 +131,7 @@ bool CMainFrame::Create() {
     MakeRibbon();
     MakeFeedCommands();
     MakeTrendlines();
+    MakeAlerts();
     UpdateStatusPanes();
     ShowFeedState();
 

@@ -13,6 +13,7 @@
 #include <string>
 
 class CChartBusService;
+class CChartAlerts;
 class CChartTrendlines;
 class CTrendStore;
 class CChartFormView;
@@ -138,6 +139,12 @@ public:
     const CChartLoader& ChartLoader() const override;
     CChartTrendlines& ChartTrendlines() const override { return *m_trendlines; }
     const CTrendStore& TrendStore() const override { return *m_trendStore; }
+    CChartAlerts& ChartAlerts() const override { return *m_alerts; }
+    // "Add Alert..." for the trendline or the price axis level under the pane menu's click;
+    // false when there is neither.
+    bool AddAlertAtMenuPoint();
+    // "Alerts...": the list of alerts with Delete and Re-arm.
+    void OpenAlerts();
     // The session bus service that drives this chart (null before Create).
     CChartBusService* ChartBus() const { return m_chartBus; }
 
@@ -153,6 +160,10 @@ protected:
 private:
     void MakeRibbon();
     void MakeTrendlines();
+    void MakeAlerts();
+    // An alert fired: a desktop notification, else the status bar and the log; the bus signal.
+    void AlertFired(const QString& symbol, double price, const QString& time,
+                    const QString& condition);
     void MakeApplicationLinks(QToolButton* button);
     void LaunchApplication(const QString& executable, const QStringList& arguments);
     // Starts another Skychart on the current chart, its frame a little down and right of this
@@ -171,6 +182,7 @@ private:
     std::unique_ptr<CChartBusTarget> m_busTarget;
     CChartBusService* m_chartBus = nullptr;
     CChartTrendlines* m_trendlines = nullptr;
+    CChartAlerts* m_alerts = nullptr;
     std::unique_ptr<CTrendStore> m_ownTrendStore;
     CTrendStore* m_trendStore = nullptr;
     std::function<void()> m_saveTrendlines;

@@ -77,6 +77,10 @@ public:
     void OnLevel1Line(const std::string& line);
     // A time stamp line of the Level 1 connection (the countdown of the last-price marker).
     void OnTimeLine(const std::string& line) { m_loader.OnTimeLine(line); }
+    // Called with every trade that changes the chart.
+    void SetTradeHandler(std::function<void(const SLiveTrade&)> handler) {
+        m_loader.SetTradeHandler(std::move(handler));
+    }
     // When a trade of the shown symbol last changed the chart; none since the load.
     std::optional<std::chrono::steady_clock::time_point> LastUpdate() const {
         return m_loader.LastLiveUpdate();

@@ -75,6 +75,21 @@ void CChartTrendlines::ShowChart(const STrendChartKey& chart) {
     m_canvas.RedrawAll();
 }
 
+std::shared_ptr<CBaseTrend> CChartTrendlines::TrendlineAt(CChart2D::SPixelPoint point) const {
+    return std::dynamic_pointer_cast<CBaseTrend>(
+        m_canvas.DrawManager().ItemAt(0, m_canvas.Stack().Pane(0), point, kHitTolerance));
+}
+
+void CChartTrendlines::Reload() {
+    if (!m_chart) {
+        return;
+    }
+    Leave();
+    m_lists.RemoveAll();
+    AddTrendRecords(m_lists, m_store.Find(*m_chart), m_history, m_styles);
+    m_canvas.RedrawAll();
+}
+
 void CChartTrendlines::SeriesChanged() {
     m_lists.Reanchor(m_history);
     m_canvas.RedrawAll();

@@ -73,6 +73,14 @@ public:
     void AddCommands(QMenu& menu, const std::function<void()>& settingsCommand);
 
     const CTrendLists& Lists() const { return m_lists; }
+    // The trendline under `point` of the price pane (pane pixels), or null.
+    std::shared_ptr<CBaseTrend> TrendlineAt(CChart2D::SPixelPoint point) const;
+    // The trendlines changed outside the commands (an alert set or fired): they are stored,
+    // saved and drawn again.
+    void Changed();
+    // The store changed under the shown chart (an alert deleted or armed again): its
+    // trendlines are drawn again from it.
+    void Reload();
     const std::optional<STrendChartKey>& Chart() const { return m_chart; }
     const STrendStyles& Styles() const { return m_styles; }
     // The placement in progress (drawing mode), or null.
@@ -92,7 +100,6 @@ private:
     void DropPreview();
     void Leave();
     void SetPrompt(const std::string& text);
-    void Changed();
 
     CChartCanvas& m_canvas;
     const CChartHistRequest& m_history;
