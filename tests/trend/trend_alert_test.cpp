@@ -1,0 +1,134 @@
+// Alerts over sequences of trades: a crossing fires once, a touch without a cross does not, a
+// fired alert waits to be armed again, a sloping line is crossed at its price at the trade's bar;
+// and the alerts in the trendline text, which still reads files written before them.
+
+#include "history/point_time.h"
+#include "trend/alert_list.h"
+#include "trend/trend_line.h"
+#include "trend/trend_store.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+// The trades at which an alert of `direction` on `price` fires.
+std::vector<int> FiredAt(EAlertDirection direction, double price, std::vector<double> trades) {
+    CAlertWatch watch({direction, false});
+    std::vector<int> fired;
+    for (std::size_t i = 0; i < trades.size(); ++i) {
+        if (watch.OnTrade(trades[i], price)) {
+            fired.push_back(static_cast<int>(i));
+        }
+    }
+    return fired;
+}
+
+TEST(TrendAlert, FiresOnceWhenATradeCrossesOrReachesThePriceFromOneSide) {
+    using enum EAlertDirection;
+    // Up to the price fires; the trades after it, over and back, do not fire again.
+    EXPECT_EQ(FiredAt(Crosses, 10.0, {9.0, 9.5, 10.0, 10.5, 9.0, 11.0}), std::vector<int>{2});
+    // A jump over the price fires; near misses do not; the first trade has no side before it.
+    EXPECT_EQ(FiredAt(Crosses, 10.0, {10.5, 9.99, 9.0}), std::vector<int>{1});
+    EXPECT_EQ(FiredAt(Crosses, 10.0, {9.0, 9.99, 9.98, 9.99}), std::vector<int>{});
+    // Starting on the price and leaving it is a touch without a cross.
+    EXPECT_EQ(FiredAt(Crosses, 10.0, {10.0, 10.5, 10.0}), std::vector<int>{2});
+    EXPECT_EQ(FiredAt(Crosses, 10.0, {10.0, 10.0, 11.0}), std::vector<int>{});
+    // The one-way directions ignore the other way.
+    EXPECT_EQ(FiredAt(RisesAbove, 10.0, {11.0, 9.0, 9.5, 10.1}), std::vector<int>{3});
+    EXPECT_EQ(FiredAt(FallsBelow, 10.0, {9.0, 11.0, 10.0}), std::vector<int>{2});
+    EXPECT_EQ(FiredAt(FallsBelow, 10.0, {9.0, 9.5, 12.0}), std::vector<int>{});
+
+    // A fired alert stays fired until armed again, which forgets the side seen before.
+    CAlertWatch watch({Crosses, false});
+    EXPECT_FALSE(watch.OnTrade(9.0, 10.0));
+    EXPECT_TRUE(watch.OnTrade(11.0, 10.0));
+    EXPECT_TRUE(watch.Fired());
+    EXPECT_FALSE(watch.OnTrade(9.0, 10.0));
+    watch.Rearm();
+    EXPECT_FALSE(watch.Fired());
+    EXPECT_FALSE(watch.OnTrade(11.0, 10.0));
+    EXPECT_TRUE(watch.OnTrade(9.0, 10.0));
+
+    for (const char* name : {"crosses", "Rises Above", "fallsbelow"}) {
+        EXPECT_TRUE(FindAlertDirection(name)) << name;
+    }
+    EXPECT_FALSE(FindAlertDirection("above"));
+    EXPECT_EQ(AlertMark({Crosses, true}), "[Alert fired: Crosses]");
+}
+
+TEST(TrendAlert, ASlopingLineIsCrossedAtItsPriceAtTheTradesBar) {
+    // Through bar 10 at 100 and bar 20 at 110: 115 at bar 25, extended past its points.
+    CBaseTrend line(ETrendKind::Sloping, {{10.0, 100.0, {}}, {20.0, 110.0, {}}}, {}, {0});
+    EXPECT_DOUBLE_EQ(line.PriceAt(25.0).value(), 115.0);
+    EXPECT_DOUBLE_EQ(line.PriceAt(5.0).value(), 95.0);
+    line.SetAlert(CAlertWatch({EAlertDirection::Crosses, false}));
+    CAlertWatch& alert = *line.Alert();
+    // 112 is above the line at bar 21 (111) and below it at bar 23 (113): the line rose into the
+    // trades, which is a cross though the price stood still.
+    EXPECT_FALSE(alert.OnTrade(112.0, *line.PriceAt(21.0)));
+    EXPECT_FALSE(alert.OnTrade(112.0, *line.PriceAt(21.5)));
+    EXPECT_TRUE(alert.OnTrade(112.0, *line.PriceAt(23.0)));
+    // Other kinds take no alert.
+    CBaseTrend fan(ETrendKind::FibonacciFan, {{10.0, 1.0, {}}, {20.0, 2.0, {}}}, {}, {1, 2, 3});
+    fan.SetAlert(CAlertWatch());
+    EXPECT_FALSE(fan.Alert());
+    EXPECT_FALSE(fan.PriceAt(12.0));
+}
+
+TEST(TrendAlert, AlertsRideInTheTrendlineTextWhichStillReadsOldFiles) {
+    const SPointTime time = ParsePointTime("2024-03-01").value();
+    CTrendStore store;
+    STrendRecord armed{ETrendKind::Horizontal, {{time, 12.5}, {time, 12.5}}};
+    armed.alert = SAlertSetting{EAlertDirection::RisesAbove, false};
+    STrendRecord plain{ETrendKind::Sloping, {{time, 1.0}, {time, 2.0}}};
+    store.Set({"LUMA", 2}, {plain, armed});
+    store.LevelAlerts().push_back({"@RCP#", 1.2345, {EAlertDirection::FallsBelow, true}});
+    std::string error;
+    const std::optional<CTrendStore> back = CTrendStore::Read(store.Write(), error);
+    ASSERT_TRUE(back) << error;
+    EXPECT_EQ(*back, store);
+
+    // A file without alerts (written before them) reads as before.
+    const std::string old = R"({"version": 1, "charts": [{"symbol": "LUMA", "type": "Daily",
+        "trendlines": [{"kind": "Horizontal", "points": [{"time": "2024-03-01", "price": 3},
+        {"time": "2024-03-04", "price": 3}]}]}]})";
+    ASSERT_TRUE(CTrendStore::Read(old, error)) << error;
+    EXPECT_FALSE(CTrendStore::Read(old, error)->Find({"LUMA", 2})[0].alert);
+    // Damaged alerts refuse the text and say where.
+    for (const auto& [text, where] : std::vector<std::pair<std::string, std::string>>{
+             {R"({"version":1,"charts":[],"alerts":[{"symbol":"X","price":1,"direction":"Up",)"
+              R"("fired":false}]})",
+              "alerts[0].direction"},
+             {R"({"version":1,"charts":[],"alerts":[{"symbol":"X","price":1,)"
+              R"("direction":"Crosses","fired":1}]})",
+              "alerts[0].fired"},
+             {R"({"version":1,"charts":[{"symbol":"L","type":"Daily","trendlines":[{"kind":)"
+              R"("Fibonacci Fan","points":[{"time":"2024-03-01","price":1},{"time":)"
+              R"("2024-03-02","price":2}],"alert":{"direction":"Crosses","fired":false}}]}]})",
+              "trendlines[0].alert"}}) {
+        EXPECT_FALSE(CTrendStore::Read(text, error)) << text;
+        EXPECT_NE(error.find(where), std::string::npos) << error;
+    }
+
+    // The list: levels first, then the lines; re-arm and delete by id.
+    std::vector<SAlertEntry> list = ListAlerts(store, 4);
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[0].condition, "Falls below 1.2345");
+    EXPECT_TRUE(list[0].fired);
+    EXPECT_EQ(list[1].condition, "Rises above 12.5000 Horizontal trendline (Daily)");
+    EXPECT_NE(AlertsJson(list).find(R"("symbol":"@RCP#","condition":"Falls below 1.2345",)"
+                                    R"("direction":"Falls below","price":1.2345,"state":"fired")"),
+              std::string::npos)
+        << AlertsJson(list);
+    ASSERT_TRUE(SetAlertFired(store, 0, false));
+    EXPECT_FALSE(store.LevelAlerts()[0].setting.fired);
+    ASSERT_TRUE(DeleteAlert(store, 1));
+    EXPECT_FALSE(store.Find({"LUMA", 2})[1].alert);
+    EXPECT_EQ(store.Find({"LUMA", 2}).size(), 2u); // the line stays
+    EXPECT_FALSE(DeleteAlert(store, 1));
+    EXPECT_EQ(ListAlerts(store).size(), 1u);
+}
+
+} // namespace
