@@ -35,7 +35,11 @@ protected:
     static CTrendStore Store(double price) {
         CTrendStore store;
         const SPointTime time = ParsePointTime("2024-03-01").value();
-        store.Set({"LUMA", 2}, {{ETrendKind::Sloping, {{time, price}, {time, price + 1}}}});
+        STrendRecord line{ETrendKind::Sloping, {{time, price}, {time, price + 1}}};
+        // Alerts, armed and fired, are kept with the trendlines across a restart.
+        line.alert = SAlertSetting{EAlertDirection::Crosses, price > 1};
+        store.Set({"LUMA", 2}, {line});
+        store.LevelAlerts().push_back({"@RCP#", price + 0.1234, {EAlertDirection::RisesAbove}});
         return store;
     }
     // The bytes of the trendline file and of every file named after it (set aside, or left
