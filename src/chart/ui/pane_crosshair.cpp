@@ -60,25 +60,27 @@ std::optional<int> CPaneCrosshair::LineY() const {
     return PixelWithin(axis, m_crosshair.value, plot.top(), plot.bottom());
 }
 
-// Centred on the line and kept within the plot area's height, over the value labels across the
-// whole margin beside the plot area (pushed inwards when the margin is narrower than the text).
+QRect AxisTagRect(const QCPAxisRect& rect, CChart2D::EAxis axis, int y, int width, int height) {
+    const QRect plot = rect.rect();
+    const QRect outer = rect.outerRect();
+    const int margin =
+        axis == CChart2D::EAxis::Y ? plot.left() - outer.left() : outer.right() - plot.right();
+    width = std::max(width, margin);
+    const int top =
+        std::clamp(y - height / 2, plot.top(), std::max(plot.top(), plot.bottom() + 1 - height));
+    const int left = axis == CChart2D::EAxis::Y
+                         ? std::max(outer.left(), plot.left() - width)
+                         : std::min(plot.right() + 1, outer.right() + 1 - width);
+    return QRect(left, top, width, height);
+}
+
 QRect CPaneCrosshair::TagRect(int y) const {
     if (m_text.isEmpty()) {
         return {};
     }
-    const QRect plot = m_rect->rect();
-    const QRect outer = m_rect->outerRect();
     const QFontMetrics metrics(m_font);
-    const int margin = m_labelAxis == CChart2D::EAxis::Y ? plot.left() - outer.left()
-                                                         : outer.right() - plot.right();
-    const int width = std::max(metrics.horizontalAdvance(m_text) + 6, margin);
-    const int height = metrics.height() + 2;
-    const int top =
-        std::clamp(y - height / 2, plot.top(), std::max(plot.top(), plot.bottom() + 1 - height));
-    const int left = m_labelAxis == CChart2D::EAxis::Y
-                         ? std::max(outer.left(), plot.left() - width)
-                         : std::min(plot.right() + 1, outer.right() + 1 - width);
-    return QRect(left, top, width, height);
+    return AxisTagRect(*m_rect, m_labelAxis, y, metrics.horizontalAdvance(m_text) + 6,
+                       metrics.height() + 2);
 }
 
 QRegion CPaneCrosshair::Region() const {

@@ -20,6 +20,11 @@
 
 #include <optional>
 
+// A tag of `width` x `height` pixels centred on `y` and kept within the plot area's height, over
+// the value labels across the whole margin on `axis`'s side (pushed inwards when the margin is
+// narrower than the tag).
+QRect AxisTagRect(const QCPAxisRect& rect, CChart2D::EAxis axis, int y, int width, int height);
+
 class CPaneCrosshair {
 public:
     // `rect` is the pane's axis rectangle (a hidden one shows no crosshair); `y` and `y2` its

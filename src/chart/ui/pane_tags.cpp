@@ -1,6 +1,7 @@
 #include "chart/ui/pane_tags.h"
 
 #include "chart/color_ref.h"
+#include "chart/ui/pane_crosshair.h"
 
 #include <QFontMetrics>
 #include <QStringList>
@@ -24,19 +25,9 @@ QRect CPaneTagLayerable::clipRect() const {
 }
 
 QRect CPaneTagLayerable::TagRect(int y, int textWidth, int lines) const {
-    const QRect plot = m_rect->rect();
-    const QRect outer = m_rect->outerRect();
     const QFontMetrics metrics(m_font);
-    const int margin = m_labelAxis == CChart2D::EAxis::Y ? plot.left() - outer.left()
-                                                         : outer.right() - plot.right();
-    const int width = std::max(textWidth + 6, margin);
-    const int height = metrics.height() * std::max(lines, 1) + 2;
-    const int top =
-        std::clamp(y - height / 2, plot.top(), std::max(plot.top(), plot.bottom() + 1 - height));
-    const int left = m_labelAxis == CChart2D::EAxis::Y
-                         ? std::max(outer.left(), plot.left() - width)
-                         : std::min(plot.right() + 1, outer.right() + 1 - width);
-    return QRect(left, top, width, height);
+    return AxisTagRect(*m_rect, m_labelAxis, y, textWidth + 6,
+                       metrics.height() * std::max(lines, 1) + 2);
 }
 
 void CPaneTagLayerable::draw(QCPPainter* painter) {
