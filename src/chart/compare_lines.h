@@ -8,6 +8,7 @@
 #include "chart/compare_set.h"
 #include "chart/drawn_item.h"
 #include "chart/price_chart.h"
+#include "chart/series_ids.h"
 
 #include <map>
 #include <string>
@@ -17,7 +18,7 @@ class CCompareLines final : public CDrawnItem {
 public:
     // Series kFirstSeries .. kFirstSeries + 2: over the price data, the averages and the bands,
     // under the trendlines.
-    static constexpr CChart2D::SeriesId kFirstSeries = 900;
+    static constexpr CChart2D::SeriesId kFirstSeries = series_ids::kCompare;
 
     // `set` and `bars` (the draw manager's displayed bars) outlive the item.
     CCompareLines(const CCompareSet& set, const SDisplayedBars& bars) : m_set(set), m_bars(bars) {}

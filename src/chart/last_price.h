@@ -6,6 +6,7 @@
 
 #include "base/datetime.h"
 #include "chart/drawn_item.h"
+#include "chart/series_ids.h"
 
 #include <optional>
 #include <string>
@@ -37,7 +38,7 @@ struct SLastPrice {
 class CLastPriceItem final : public CDrawnItem {
 public:
     // Above the price data and the averages, below the trendlines.
-    static constexpr CChart2D::SeriesId kSeries = 900;
+    static constexpr CChart2D::SeriesId kSeries = series_ids::kLastPrice;
 
     void Set(const SLastPrice& last) { m_last = last; }
     const SLastPrice& Last() const { return m_last; }

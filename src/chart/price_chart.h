@@ -7,6 +7,7 @@
 #include "chart/chart_style.h"
 #include "chart/drawn_item.h"
 #include "chart/price_pane_logic.h"
+#include "chart/series_ids.h"
 
 #include <cstdint>
 #include <vector>
@@ -37,7 +38,7 @@ struct SPriceLook {
 
 class CHistPriceChart final : public CDrawnItem {
 public:
-    static constexpr CChart2D::SeriesId kPriceSeries = 100;
+    static constexpr CChart2D::SeriesId kPriceSeries = series_ids::kPrice;
 
     // Draws `bars` as `look` says; both belong to the draw manager and outlive the item.
     CHistPriceChart(const SDisplayedBars& bars, const SPriceLook& look)

@@ -5,6 +5,7 @@
 // points extend the drawn set on the view's thread, at the cost of the new points.
 
 #include "chart/pane_studies.h"
+#include "chart/series_ids.h"
 #include "studies/study_set.h"
 
 #include <atomic>
@@ -48,11 +49,11 @@ public:
     const CStudySet& Current() const { return *m_current; }
 
     // Series ids over the price pane: above the price data.
-    static constexpr CChart2D::SeriesId kAverageSeries = 110; // 110 .. 112
-    static constexpr CChart2D::SeriesId kBandSeries = 113;    // 113 .. 115
+    static constexpr CChart2D::SeriesId kAverageSeries = series_ids::kAverages;
+    static constexpr CChart2D::SeriesId kBandSeries = series_ids::kBands;
     // Series ids of a study pane: the level lines below the study's lines.
-    static constexpr CChart2D::SeriesId kLevelSeries = 10;
-    static constexpr CChart2D::SeriesId kLineSeries = 20;
+    static constexpr CChart2D::SeriesId kLevelSeries = series_ids::kStudyLevels;
+    static constexpr CChart2D::SeriesId kLineSeries = series_ids::kStudyLines;
 
 private:
     struct SJob {

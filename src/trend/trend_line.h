@@ -4,6 +4,7 @@
 // per part of its kind (trend_geometry.h) with the series numbers its list gave it.
 
 #include "chart/drawn_item.h"
+#include "chart/series_ids.h"
 #include "trend/trend_alert.h"
 #include "trend/trend_geometry.h"
 #include "trend/trend_point.h"
@@ -13,7 +14,7 @@
 
 // Trendline series number n is the price pane's series kTrendSeriesBase + n: above the price
 // data, the averages and the bands.
-inline constexpr CChart2D::SeriesId kTrendSeriesBase = 1000;
+inline constexpr CChart2D::SeriesId kTrendSeriesBase = series_ids::kTrendlines;
 
 class CBaseTrend final : public CDrawnItem {
 public:

@@ -169,6 +169,22 @@ TEST_F(ChartStack, ValueLabelsAndLabelLineSitWhereAsked) {
     image = stack.RenderImage();
     EXPECT_LT(Count(image, kBackground, strip), strip.width() * strip.height() - 50);
     EXPECT_GT(Count(image, kDown, strip), 0);
+
+    // A line's value tag is centred on its value's row in the margin, linear or logarithmic.
+    chart.SetAxisRange(EAxis::Y2, 2.0, 200.0);
+    CChart2D::SValueTag tag;
+    tag.value = 20.0;
+    tag.axis = EAxis::Y2;
+    tag.text = "20.000";
+    tag.fill = kUp;
+    chart.SetLineTag(7, tag);
+    for (const CValueScale& scale : {CValueScale::Linear(), CValueScale::Log()}) {
+        chart.SetValueScale(EAxis::Y2, scale);
+        const QRect box = Extent(stack.RenderImage(), kUp);
+        ASSERT_FALSE(box.isNull());
+        EXPECT_GE(box.left(), g.width - g.right);
+        EXPECT_NEAR(box.center().y(), chart.ValueToPixelY(20.0, EAxis::Y2), 1.5);
+    }
 }
 
 TEST_F(ChartStack, HolesLeaveGapsInShortAndLongLines) {

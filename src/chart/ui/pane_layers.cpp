@@ -13,9 +13,12 @@ void CValueAxisTicker::generate(const QCPRange& range, const QLocale& /*locale*/
                                 QVector<double>* subTicks, QVector<QString>* tickLabels) {
     const int height = m_rect != nullptr ? m_rect->rect().height() : 0;
     const int room = height > 0 ? height / kLabelPitch : tickCount();
+    // Readable prices on a logarithmic axis fall unevenly: half as many again still leaves
+    // room between them, and lets 1-2-5 steps read where 1-3 steps would look bare.
+    const int wanted = m_scale.IsLog() ? tickCount() + tickCount() / 2 : tickCount();
     const std::vector<SScaleTick> chosen =
         ChooseScaleTicks(m_scale, m_scale.FromAxis(range.lower), m_scale.FromAxis(range.upper),
-                         std::min(tickCount(), room), m_precision, m_format);
+                         std::min(wanted, room), m_precision, m_format);
     ticks.clear();
     if (tickLabels != nullptr) {
         tickLabels->clear();

@@ -10,9 +10,9 @@
 #include <cmath>
 
 CPaneTagLayerable::CPaneTagLayerable(QCustomPlot* plot, QCPAxisRect* rect, QCPAxis* y, QCPAxis* y2,
-                                     const CPaneSeriesSet& series)
+                                     const CPaneSeriesSet& series, const CValueScale (&scales)[2])
     : QCPLayerable(plot, QStringLiteral("legend"), rect), m_rect(rect), m_y{y, y2},
-      m_series(series) {}
+      m_series(series), m_scales(scales) {}
 
 void CPaneTagLayerable::applyDefaultAntialiasingHint(QCPPainter* painter) const {
     painter->setAntialiasing(false);
@@ -41,8 +41,8 @@ void CPaneTagLayerable::draw(QCPPainter* painter) {
         if (tag.text.empty() || !std::isfinite(tag.value)) {
             continue;
         }
-        const QCPAxis& axis = *m_y[tag.axis == CChart2D::EAxis::Y ? 0 : 1];
-        const double pixel = axis.coordToPixel(tag.value);
+        const int slot = tag.axis == CChart2D::EAxis::Y ? 0 : 1;
+        const double pixel = m_y[slot]->coordToPixel(m_scales[slot].ToAxis(tag.value));
         // Far outside the range the pixel is only needed to say which edge the tag keeps to.
         const int y = static_cast<int>(std::clamp(pixel, -1e6, 1e6));
         const QStringList lines = QString::fromStdString(tag.text).split('\n');

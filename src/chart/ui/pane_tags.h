@@ -5,6 +5,7 @@
 // crosshair, painted over the finished plot, covers them.
 
 #include "chart/ui/pane_series.h"
+#include "chart/value_scale.h"
 
 #include <qcustomplot.h>
 
@@ -12,8 +13,9 @@
 
 class CPaneTagLayerable : public QCPLayerable {
 public:
+    // `scales` maps a tag's value onto its axis (y, y2), as the pane maps its series.
     CPaneTagLayerable(QCustomPlot* plot, QCPAxisRect* rect, QCPAxis* y, QCPAxis* y2,
-                      const CPaneSeriesSet& series);
+                      const CPaneSeriesSet& series, const CValueScale (&scales)[2]);
 
     // The side of the tags: left of the plot area for y, right of it for y2.
     void SetLabelAxis(CChart2D::EAxis axis) { m_labelAxis = axis; }
@@ -34,6 +36,7 @@ private:
     QCPAxisRect* m_rect;
     QCPAxis* m_y[2];
     const CPaneSeriesSet& m_series;
+    const CValueScale (&m_scales)[2];
     CChart2D::EAxis m_labelAxis = CChart2D::EAxis::Y;
     bool m_shown = true;
     QFont m_font;

@@ -83,7 +83,8 @@ CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QI
     m_labelLine->SetFont(PixelFont(stack.Plot().font(), IPaneHost::kLabelFontPixels));
     m_labelLine->SetColor(Qt::black);
     m_crosshair.SetFont(tickFont);
-    m_tags = new CPaneTagLayerable(&stack.Plot(), m_rect, m_y[0], m_y[1], m_series->Series());
+    m_tags = new CPaneTagLayerable(&stack.Plot(), m_rect, m_y[0], m_y[1], m_series->Series(),
+                                   m_valueScales);
     m_tags->SetFont(tickFont);
     ApplyAxes();
     ApplyValueRanges();
