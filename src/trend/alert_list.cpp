@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -13,7 +14,7 @@ std::vector<SAlertEntry> ListAlerts(const CTrendStore& store, int decimals) {
     const auto& levels = store.LevelAlerts();
     for (std::size_t i = 0; i < levels.size(); ++i) {
         SAlertEntry entry;
-        entry.id = static_cast<int>(alerts.size());
+        entry.id = levels[i].setting.id;
         entry.symbol = levels[i].symbol;
         entry.setting = levels[i].setting;
         entry.fired = levels[i].setting.fired;
@@ -29,7 +30,7 @@ std::vector<SAlertEntry> ListAlerts(const CTrendStore& store, int decimals) {
                 continue;
             }
             SAlertEntry entry;
-            entry.id = static_cast<int>(alerts.size());
+            entry.id = records[i].alert->id;
             entry.symbol = key.symbol;
             entry.chart = key;
             entry.record = static_cast<int>(i);
@@ -73,8 +74,9 @@ namespace {
 
 // The entry `id`, or null.
 const SAlertEntry* Find(const std::vector<SAlertEntry>& alerts, int id) {
-    return id >= 0 && id < static_cast<int>(alerts.size()) ? &alerts[static_cast<std::size_t>(id)]
-                                                           : nullptr;
+    const auto found = std::find_if(alerts.begin(), alerts.end(),
+                                    [id](const SAlertEntry& alert) { return alert.id == id; });
+    return id > 0 && found != alerts.end() ? &*found : nullptr;
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #pragma once
 
 // The alerts of the trendline store as one list: the level alerts first, in the order they were
-// added, then the trendlines' alerts chart by chart. An alert's id is its place in this list.
+// added, then the trendlines' alerts chart by chart. Each is named by its stored id, which stays
+// when others are added or deleted.
 
 #include "trend/trend_store.h"
 
@@ -9,7 +10,7 @@
 #include <vector>
 
 struct SAlertEntry {
-    int id = 0;
+    int id = 0; // the setting's id
     std::string symbol;
     // "Crosses 12.50" for a level; "Crosses Sloping trendline (Daily)" for a line.
     std::string condition;
@@ -26,5 +27,6 @@ std::vector<SAlertEntry> ListAlerts(const CTrendStore& store, int decimals = 2);
 // line), "state": "armed" or "fired"}].
 std::string AlertsJson(const std::vector<SAlertEntry>& alerts);
 // Sets the alert `id`'s fired flag (false: armed again) or deletes it; false for an unknown id.
+// The alert's id stays.
 bool SetAlertFired(CTrendStore& store, int id, bool fired);
 bool DeleteAlert(CTrendStore& store, int id);

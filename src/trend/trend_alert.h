@@ -24,10 +24,12 @@ int SideOf(double trade, double price);
 // `direction`: a trade on the price (0) before says nothing, so the move from it does not fire.
 bool AlertCrossed(EAlertDirection direction, int previous, int current);
 
-// What is stored of an alert.
+// What is stored of an alert. The id names the alert in its store for as long as it lives,
+// whatever is added or deleted around it; 0 until the store numbers it.
 struct SAlertSetting {
     EAlertDirection direction = EAlertDirection::Crosses;
     bool fired = false;
+    int id = 0;
     bool operator==(const SAlertSetting&) const = default;
 };
 

@@ -6,8 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <cmath>
 #include <exception>
+#include <limits>
 #include <set>
 
 // Point times carry their microseconds on tick charts, and on any other chart only when they are
@@ -137,11 +139,22 @@ SAlertSetting ReadAlert(const Json& object, const std::string& where) {
     }
     setting.direction = *direction;
     setting.fired = BoolField(object, where, "fired");
+    if (const auto id = object.find("id"); id != object.end()) {
+        if (!id->is_number_integer() || id->get<std::int64_t>() <= 0 ||
+            id->get<std::int64_t>() > std::numeric_limits<int>::max()) {
+            Refuse(where + ".id", Shown(*id) + " is not a positive whole number");
+        }
+        setting.id = static_cast<int>(id->get<std::int64_t>());
+    }
     return setting;
 }
 
 Json AlertJson(const SAlertSetting& setting) {
-    return {{"direction", AlertDirectionName(setting.direction)}, {"fired", setting.fired}};
+    Json json = {{"direction", AlertDirectionName(setting.direction)}, {"fired", setting.fired}};
+    if (setting.id > 0) {
+        json["id"] = setting.id;
+    }
+    return json;
 }
 
 SLevelAlert ReadLevelAlert(const Json& value, const std::string& where) {
@@ -242,6 +255,43 @@ void CTrendStore::Set(const STrendChartKey& chart, Records records) {
         m_charts.erase(chart);
     } else {
         m_charts[chart] = std::move(records);
+        NumberAlerts();
+    }
+}
+
+int CTrendStore::AddLevelAlert(SLevelAlert alert) {
+    alert.setting.id = 0;
+    m_levels.push_back(std::move(alert));
+    NumberAlerts();
+    return m_levels.back().setting.id;
+}
+
+int CTrendStore::TakeAlertId() {
+    NumberAlerts();
+    return ++m_lastAlertId;
+}
+
+void CTrendStore::NumberAlerts() {
+    std::vector<SAlertSetting*> settings;
+    for (SLevelAlert& level : m_levels) {
+        settings.push_back(&level.setting);
+    }
+    for (auto& [key, records] : m_charts) {
+        for (STrendRecord& record : records) {
+            if (record.alert) {
+                settings.push_back(&*record.alert);
+            }
+        }
+    }
+    for (const SAlertSetting* setting : settings) {
+        m_lastAlertId = std::max(m_lastAlertId, setting->id);
+    }
+    std::set<int> taken;
+    for (SAlertSetting* setting : settings) {
+        if (setting->id <= 0 || !taken.insert(setting->id).second) {
+            setting->id = ++m_lastAlertId;
+            taken.insert(setting->id);
+        }
     }
 }
 
@@ -358,7 +408,9 @@ std::optional<CTrendStore> CTrendStore::Read(std::string_view text, std::string&
                 records.push_back(ReadRecord(trendlines[j], Indexed(where, "trendlines", j)));
             }
             // A chart whose list is empty is the same as no chart, as Set keeps it.
-            store.Set(key, std::move(records));
+            if (!records.empty()) {
+                store.m_charts[key] = std::move(records);
+            }
         }
         if (const auto alerts = file.find("alerts"); alerts != file.end()) {
             if (!alerts->is_array()) {
@@ -368,6 +420,7 @@ std::optional<CTrendStore> CTrendStore::Read(std::string_view text, std::string&
                 store.m_levels.push_back(ReadLevelAlert((*alerts)[i], Indexed("", "alerts", i)));
             }
         }
+        store.NumberAlerts();
         return store;
     } catch (const SRefusal& refusal) {
         error = refusal.what;

@@ -17,9 +17,11 @@
 // without it was drawn on the linear scale).
 //
 // Alerts ride along and may be missing (files written before them): a horizontal or sloping
-// trendline may hold {"alert": {"direction": "Crosses", "fired": false}}, and the file a list of
-// level alerts, {"alerts": [{"symbol": "LUMA", "price": 12.5, "direction": "Rises above",
-// "fired": false}]}, which belong to a symbol whatever the chart's data type.
+// trendline may hold {"alert": {"direction": "Crosses", "fired": false, "id": 3}}, and the file a
+// list of level alerts, {"alerts": [{"symbol": "LUMA", "price": 12.5, "direction": "Rises above",
+// "fired": false, "id": 1}]}, which belong to a symbol whatever the chart's data type. "id" is a
+// positive number unique in the file; an alert without one (an older file) or with one taken
+// before it in the file is numbered when the file is read.
 
 #include "chart/value_scale.h"
 #include "core/trend_kinds.h"
@@ -63,13 +65,22 @@ public:
     using Records = std::vector<STrendRecord>;
 
     const Records& Find(const STrendChartKey& chart) const;
-    // Replaces the chart's trendlines (none: the chart is dropped from the store).
+    // Replaces the chart's trendlines (none: the chart is dropped from the store); their alerts
+    // without an id are numbered.
     void Set(const STrendChartKey& chart, Records records);
     const std::map<STrendChartKey, Records>& Charts() const { return m_charts; }
     // The level alerts of every symbol, in the order they were added.
     const std::vector<SLevelAlert>& LevelAlerts() const { return m_levels; }
     std::vector<SLevelAlert>& LevelAlerts() { return m_levels; }
-    bool operator==(const CTrendStore&) const = default;
+    // Appends a level alert, numbered; returns its id.
+    int AddLevelAlert(SLevelAlert alert);
+    // An id no alert of this store has had since it was read: for an alert about to be set on a
+    // trendline.
+    int TakeAlertId();
+    // The same trendlines and alerts.
+    bool operator==(const CTrendStore& other) const {
+        return m_charts == other.m_charts && m_levels == other.m_levels;
+    }
 
     // The file's text: stable order (by symbol, then data type), two-space indentation.
     std::string Write() const;
@@ -80,6 +91,11 @@ public:
     static std::optional<CTrendStore> Read(std::string_view text, std::string& error);
 
 private:
+    // Gives every alert without an id, or with one an alert before it has (levels first, then
+    // the charts in order), the next free id.
+    void NumberAlerts();
+
     std::map<STrendChartKey, Records> m_charts;
     std::vector<SLevelAlert> m_levels;
+    int m_lastAlertId = 0; // the highest id handed out or read
 };

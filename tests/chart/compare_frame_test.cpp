@@ -1,13 +1,16 @@
 // Price scales and compare symbols in the real frame over LUMA from the real portico: the scale
 // and the compare symbols stored and loaded again in a new frame, every compare line starting at
-// 0% with the price at the first shown bar, a fourth symbol refused and an unknown one named in
-// the status line.
+// 0% with the price at the first shown bar, the pane menu ticking the scale shown, a fourth
+// symbol refused and an unknown one named in the status line.
 
 #include "frame_fixture.h"
 
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
 #include "chart/ui/chart_stack_widget.h"
+
+#include <QAction>
+#include <QMenu>
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +19,23 @@ namespace skychart::test {
 namespace {
 
 using CompareFrameTest = FrameTest;
+
+// The price pane menu's scale entries: "+" ticked, "-" off, then the name, and the line saying
+// why the others are off.
+std::string ScaleMenu(CChartCanvas& canvas) {
+    QMenu menu;
+    canvas.FillPaneMenu(menu, 0);
+    std::string entries;
+    for (const QAction* action : menu.actions()) {
+        const std::string text = action->text().toStdString();
+        if (text == "Linear" || text == "Logarithmic" || text == "Percent" ||
+            text.find("compared") != std::string::npos) {
+            entries += std::string(action->isChecked() ? "+" : "") +
+                       (action->isEnabled() ? "" : "-") + text + ";";
+        }
+    }
+    return entries;
+}
 
 TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackAndEveryLineStartsAtZero) {
     OpenFrame();
@@ -51,6 +71,8 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackAndEveryLineStartsAtZero) 
     const CValueScale& scale = pane.ValueScale(CChart2D::EAxis::Y);
     ASSERT_EQ(scale.Kind(), EPriceScale::Percent);
     EXPECT_EQ(canvas.Style().priceScale, EPriceScale::Log);
+    EXPECT_EQ(ScaleMenu(canvas),
+              "-Linear;-Logarithmic;+Percent;-(Percent while symbols are compared);");
     const SDisplayedBars& bars = canvas.DrawManager().Displayed();
     ASSERT_GT(bars.Count(), 10);
     EXPECT_DOUBLE_EQ(scale.Base(), bars.close.front());
@@ -87,6 +109,7 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackAndEveryLineStartsAtZero) 
     EXPECT_EQ(Stored("Compare Symbols"), "");
     canvas.RedrawAll();
     EXPECT_EQ(pane.ValueScale(CChart2D::EAxis::Y).Kind(), EPriceScale::Log);
+    EXPECT_EQ(ScaleMenu(canvas), "Linear;+Logarithmic;Percent;");
 }
 
 } // namespace

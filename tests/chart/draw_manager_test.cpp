@@ -315,11 +315,6 @@ TEST_F(DrawManager, LastPriceTagsTheNewestCloseInItsBarsColourWithTheTimeLeft) {
     EXPECT_EQ(last->tag.text, "1.2345");
     EXPECT_EQ(last->tag.fill, style.downCandle);
 
-    EXPECT_EQ(FormatTimeLeft(59), "00:59");
-    EXPECT_EQ(FormatTimeLeft(3599), "59:59");
-    EXPECT_EQ(FormatTimeLeft(3600 * 2 + 61), "2:01:01");
-    EXPECT_EQ(SecondsLeftInBar(CDateTime(2024, 3, 5, 10, 31, 0), 0, CDateTime()), std::nullopt);
-
     // Off again: the marker leaves the pane.
     style.showLastPrice = false;
     draw.PaintPane(0, chart, style, frame, 0, false);

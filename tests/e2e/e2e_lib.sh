@@ -33,12 +33,19 @@ rerun_on_session_bus() {
     SKYCHART_E2E_INSIDE=1 exec dbus-run-session -- "$script" "$@"
 }
 
-# A test that runs one Skychart at a time keeps it in $skychart_pid and its log in $log.
+# A test that runs one Skychart at a time keeps it in $skychart_pid and its log in $log; the
+# other processes it starts go in $helper_pids.
 skychart_pid=
 log=
+helper_pids=
 
-# Ends the test's Skychart and portico and removes its folder.
+# Ends the test's Skychart, helpers and portico and removes its folder.
 cleanup() {
+    local pid
+    for pid in $helper_pids; do
+        kill "$pid" 2>/dev/null
+        wait "$pid" 2>/dev/null
+    done
     if [[ -n "$skychart_pid" ]] && kill -0 "$skychart_pid" 2>/dev/null; then
         kill "$skychart_pid" 2>/dev/null
         wait "$skychart_pid" 2>/dev/null

@@ -1,6 +1,7 @@
 // Alerts over sequences of trades: a crossing fires once, a touch without a cross does not, a
 // fired alert waits to be armed again, a sloping line is crossed at its price at the trade's bar;
-// and the alerts in the trendline text, which still reads files written before them.
+// and the alerts in the trendline text, which still reads files written before them, each named
+// by an id that outlives the alerts deleted around it.
 
 #include "history/point_time.h"
 #include "trend/alert_list.h"
@@ -84,18 +85,32 @@ TEST(TrendAlert, AlertsRideInTheTrendlineTextWhichStillReadsOldFiles) {
     armed.alert = SAlertSetting{EAlertDirection::RisesAbove, false};
     STrendRecord plain{ETrendKind::Sloping, {{time, 1.0}, {time, 2.0}}};
     store.Set({"LUMA", 2}, {plain, armed});
-    store.LevelAlerts().push_back({"@RCP#", 1.2345, {EAlertDirection::FallsBelow, true}});
+    EXPECT_EQ(store.AddLevelAlert({"@RCP#", 1.2345, {EAlertDirection::FallsBelow, true}}), 2);
+    EXPECT_EQ(store.Find({"LUMA", 2})[1].alert->id, 1);
     std::string error;
     const std::optional<CTrendStore> back = CTrendStore::Read(store.Write(), error);
     ASSERT_TRUE(back) << error;
     EXPECT_EQ(*back, store);
 
-    // A file without alerts (written before them) reads as before.
+    // A file without alerts (written before them) reads as before; one with alerts but no ids,
+    // or an id taken twice, numbers them past the highest id in the file.
     const std::string old = R"({"version": 1, "charts": [{"symbol": "LUMA", "type": "Daily",
         "trendlines": [{"kind": "Horizontal", "points": [{"time": "2024-03-01", "price": 3},
         {"time": "2024-03-04", "price": 3}]}]}]})";
     ASSERT_TRUE(CTrendStore::Read(old, error)) << error;
     EXPECT_FALSE(CTrendStore::Read(old, error)->Find({"LUMA", 2})[0].alert);
+    std::optional<CTrendStore> numbered = CTrendStore::Read(
+        R"({"version":1,"charts":[{"symbol":"L","type":"Daily","trendlines":[{"kind":"Horizontal",)"
+        R"("points":[{"time":"2024-03-01","price":1},{"time":"2024-03-02","price":1}],"alert":)"
+        R"({"direction":"Crosses","fired":false,"id":5}}]}],"alerts":[{"symbol":"X","price":1,)"
+        R"("direction":"Crosses","fired":false},{"symbol":"X","price":2,"direction":"Crosses",)"
+        R"("fired":false,"id":5}]})",
+        error);
+    ASSERT_TRUE(numbered) << error;
+    EXPECT_EQ(numbered->LevelAlerts()[0].setting.id, 6);
+    EXPECT_EQ(numbered->LevelAlerts()[1].setting.id, 5);
+    EXPECT_EQ(numbered->Find({"L", 2})[0].alert->id, 7);
+    EXPECT_EQ(numbered->TakeAlertId(), 8);
     // Damaged alerts refuse the text and say where.
     for (const auto& [text, where] : std::vector<std::pair<std::string, std::string>>{
              {R"({"version":1,"charts":[],"alerts":[{"symbol":"X","price":1,"direction":"Up",)"
@@ -104,6 +119,9 @@ TEST(TrendAlert, AlertsRideInTheTrendlineTextWhichStillReadsOldFiles) {
              {R"({"version":1,"charts":[],"alerts":[{"symbol":"X","price":1,)"
               R"("direction":"Crosses","fired":1}]})",
               "alerts[0].fired"},
+             {R"({"version":1,"charts":[],"alerts":[{"symbol":"X","price":1,)"
+              R"("direction":"Crosses","fired":false,"id":0}]})",
+              "alerts[0].id"},
              {R"({"version":1,"charts":[{"symbol":"L","type":"Daily","trendlines":[{"kind":)"
               R"("Fibonacci Fan","points":[{"time":"2024-03-01","price":1},{"time":)"
               R"("2024-03-02","price":2}],"alert":{"direction":"Crosses","fired":false}}]}]})",
@@ -112,23 +130,30 @@ TEST(TrendAlert, AlertsRideInTheTrendlineTextWhichStillReadsOldFiles) {
         EXPECT_NE(error.find(where), std::string::npos) << error;
     }
 
-    // The list: levels first, then the lines; re-arm and delete by id.
+    // The list: levels first, then the lines; re-arm and delete by id, and the ids of the
+    // others stay.
+    EXPECT_EQ(store.AddLevelAlert({"LUMA", 9.5, {}}), 3);
     std::vector<SAlertEntry> list = ListAlerts(store, 4);
-    ASSERT_EQ(list.size(), 2u);
+    ASSERT_EQ(list.size(), 3u);
     EXPECT_EQ(list[0].condition, "Falls below 1.2345");
     EXPECT_TRUE(list[0].fired);
-    EXPECT_EQ(list[1].condition, "Rises above 12.5000 Horizontal trendline (Daily)");
-    EXPECT_NE(AlertsJson(list).find(R"("symbol":"@RCP#","condition":"Falls below 1.2345",)"
+    EXPECT_EQ(list[2].condition, "Rises above 12.5000 Horizontal trendline (Daily)");
+    EXPECT_NE(AlertsJson(list).find(R"({"id":2,"symbol":"@RCP#","condition":"Falls below 1.2345",)"
                                     R"("direction":"Falls below","price":1.2345,"state":"fired")"),
               std::string::npos)
         << AlertsJson(list);
-    ASSERT_TRUE(SetAlertFired(store, 0, false));
-    EXPECT_FALSE(store.LevelAlerts()[0].setting.fired);
+    ASSERT_TRUE(DeleteAlert(store, 2));
+    EXPECT_FALSE(DeleteAlert(store, 2));
+    ASSERT_TRUE(SetAlertFired(store, 3, true));
+    EXPECT_TRUE(store.LevelAlerts()[0].setting.fired);
     ASSERT_TRUE(DeleteAlert(store, 1));
     EXPECT_FALSE(store.Find({"LUMA", 2})[1].alert);
     EXPECT_EQ(store.Find({"LUMA", 2}).size(), 2u); // the line stays
-    EXPECT_FALSE(DeleteAlert(store, 1));
-    EXPECT_EQ(ListAlerts(store).size(), 1u);
+    list = ListAlerts(store);
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].id, 3);
+    // A deleted alert's id is not handed out again.
+    EXPECT_EQ(store.AddLevelAlert({"LUMA", 1.0, {}}), 4);
 }
 
 } // namespace

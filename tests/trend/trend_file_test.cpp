@@ -39,7 +39,7 @@ protected:
         // Alerts, armed and fired, are kept with the trendlines across a restart.
         line.alert = SAlertSetting{EAlertDirection::Crosses, price > 1};
         store.Set({"LUMA", 2}, {line});
-        store.LevelAlerts().push_back({"@RCP#", price + 0.1234, {EAlertDirection::RisesAbove}});
+        store.AddLevelAlert({"@RCP#", price + 0.1234, {EAlertDirection::RisesAbove}});
         return store;
     }
     // The bytes of the trendline file and of every file named after it (set aside, or left

@@ -125,6 +125,10 @@ public:
     void AddMenuExtender(std::function<void(QMenu&, int pane)> extender) {
         m_menuExtenders.push_back(std::move(extender));
     }
+    // The pane menu of `pane`, as a right click opens it. On the price pane the scale shown is
+    // ticked: Percent while a symbol is compared, when the other scales are off and a line says
+    // why.
+    void FillPaneMenu(QMenu& menu, int pane);
     // The tool that takes the mouse from now on (null: the gestures again). The tool outlives
     // its time on the canvas.
     void SetClickTool(IChartClickTool* tool);
@@ -160,7 +164,6 @@ protected:
 private:
     void SyncScrollBar();
     void AfterRangeChange(bool pointsChanged);
-    void ShowPaneMenu(int pane, const QPoint& globalPos);
     void StoreLayout();
     bool HandleMouse(QEvent* event);
     double PixelsPerBar() const;

@@ -45,8 +45,7 @@ std::optional<CDisplayRange::EKey> KeyOf(int key) {
 
 } // namespace
 
-void CChartCanvas::ShowPaneMenu(int pane, const QPoint& globalPos) {
-    QMenu menu(this);
+void CChartCanvas::FillPaneMenu(QMenu& menu, int pane) {
     menu.setObjectName("PaneMenu");
     menu.addAction("Minimize Chart", this, [this, pane] { MinimizePane(pane); });
     menu.addAction("Maximize Chart", this, [this, pane] { MaximizePane(pane); });
@@ -57,13 +56,19 @@ void CChartCanvas::ShowPaneMenu(int pane, const QPoint& globalPos) {
     if (pane == 0) {
         menu.addSeparator();
         auto* scales = new QActionGroup(&menu);
+        const bool comparing = m_draw.Compare() != nullptr && m_draw.Compare()->Active();
+        const EPriceScale shown = comparing ? EPriceScale::Percent : m_style.priceScale;
         for (int i = 0; i < kPriceScaleCount; ++i) {
             const auto scale = static_cast<EPriceScale>(i);
             QAction* action = menu.addAction(PriceScaleName(scale), this,
                                              [this, scale] { SetPriceScale(scale); });
             action->setCheckable(true);
-            action->setChecked(m_style.priceScale == scale);
+            action->setChecked(scale == shown);
+            action->setEnabled(scale == shown || !comparing);
             scales->addAction(action);
+        }
+        if (comparing) {
+            menu.addAction("(Percent while symbols are compared)")->setEnabled(false);
         }
         QAction* last = menu.addAction("Show Last Price", this, [this](bool show) {
             m_settings.SetInt(keys::kShowLastPrice, show ? 1 : 0);
@@ -76,7 +81,6 @@ void CChartCanvas::ShowPaneMenu(int pane, const QPoint& globalPos) {
     for (const auto& extender : m_menuExtenders) {
         extender(menu, pane);
     }
-    menu.exec(globalPos);
 }
 
 CChart2D::SPixelPoint CChartCanvas::PanePoint(int pane, const QPoint& pos) const {
@@ -185,7 +189,9 @@ bool CChartCanvas::HandleMouse(QEvent* event) {
         const int pane = m_stack->PaneAt(menuEvent->pos());
         if (pane >= 0) {
             m_menuPoint = PanePoint(pane, menuEvent->pos());
-            ShowPaneMenu(pane, menuEvent->globalPos());
+            QMenu menu(this);
+            FillPaneMenu(menu, pane);
+            menu.exec(menuEvent->globalPos());
         }
         return true;
     }

@@ -88,17 +88,20 @@ CAlertsDialog::CAlertsDialog(CChartAlerts& alerts, QWidget* parent)
 void CAlertsDialog::Fill() {
     const std::vector<SAlertEntry> list = m_alerts.List();
     m_table->setRowCount(static_cast<int>(list.size()));
-    for (const SAlertEntry& alert : list) {
+    for (int row = 0; row < static_cast<int>(list.size()); ++row) {
+        const SAlertEntry& alert = list[static_cast<std::size_t>(row)];
         const QString texts[] = {QString::fromStdString(alert.symbol),
                                  QString::fromStdString(alert.condition),
                                  alert.fired ? "Fired" : "Armed"};
         for (int column = 0; column < 3; ++column) {
-            m_table->setItem(alert.id, column, new QTableWidgetItem(texts[column]));
+            auto* item = new QTableWidgetItem(texts[column]);
+            item->setData(Qt::UserRole, alert.id);
+            m_table->setItem(row, column, item);
         }
     }
 }
 
 int CAlertsDialog::SelectedId() const {
     const QList<QTableWidgetItem*> selected = m_table->selectedItems();
-    return selected.isEmpty() ? -1 : selected.front()->row();
+    return selected.isEmpty() ? 0 : selected.front()->data(Qt::UserRole).toInt();
 }

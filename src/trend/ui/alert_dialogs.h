@@ -39,7 +39,7 @@ public:
 
 private:
     void Fill();
-    // The id of the selected row, or -1.
+    // The alert id of the selected row, or 0.
     int SelectedId() const;
 
     CChartAlerts& m_alerts;

@@ -88,17 +88,19 @@ void CChartAlerts::OnTrade(const std::string& symbol, const SLiveTrade& trade) {
 
 int CChartAlerts::AddLevel(const std::string& symbol, double price, EAlertDirection direction) {
     SyncLevels();
-    m_store.LevelAlerts().push_back({symbol, price, {direction, false}});
-    m_levels.emplace_back(SAlertSetting{direction, false});
+    const int id = m_store.AddLevelAlert({symbol, price, {direction, false}});
+    m_levels.emplace_back(m_store.LevelAlerts().back().setting);
     Saved();
-    return static_cast<int>(m_store.LevelAlerts().size()) - 1;
+    return id;
 }
 
 bool CChartAlerts::AddLine(const std::shared_ptr<CBaseTrend>& trend, EAlertDirection direction) {
     if (trend == nullptr || !CBaseTrend::TakesAlert(trend->Kind())) {
         return false;
     }
-    trend->SetAlert(CAlertWatch({direction, false}));
+    // A new alert on a line that had one keeps its id.
+    const int id = trend->Alert() ? trend->Alert()->Setting().id : 0;
+    trend->SetAlert(CAlertWatch({direction, false, id > 0 ? id : m_store.TakeAlertId()}));
     m_trendlines.Changed();
     return true;
 }
