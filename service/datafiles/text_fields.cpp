@@ -1,6 +1,7 @@
 #include "datafiles/text_fields.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -16,7 +17,8 @@ std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::
         ++count;
     };
     // Plain records (no quotes) are split in one pass without copying, eight bytes at a time:
-    // a word with no comma and no quote in it is passed over whole.
+    // a word with no comma and no quote in it is passed over whole, one with a comma is left at
+    // the comma.
     const char* const begin = record.data();
     const char* const end = begin + record.size();
     const char* start = begin;
@@ -32,13 +34,26 @@ std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::
         if (end - p >= 8) {
             std::uint64_t word = 0;
             std::memcpy(&word, p, 8);
-            if ((has(word, ',') | has(word, '"')) == 0) {
+            if constexpr (std::endian::native == std::endian::big) {
+                word = __builtin_bswap64(word);
+            }
+            const std::uint64_t found = has(word, ',') | has(word, '"');
+            if (found == 0) {
                 p += 8;
                 continue;
             }
+            // The lowest flagged byte is a true comma or quote (a false flag needs a true one
+            // below it): step straight to it.
+            p += std::countr_zero(found) >> 3;
+            if (*p == '"') {
+                sawQuote = true;
+                break;
+            }
+            store(std::string_view(start, static_cast<std::size_t>(p - start)));
+            start = ++p;
+            continue;
         }
-        const char* const stop = std::min(p + 8, end);
-        for (; p < stop; ++p) {
+        for (; p < end; ++p) {
             if (*p == ',') {
                 store(std::string_view(start, static_cast<std::size_t>(p - start)));
                 start = p + 1;
@@ -50,10 +65,8 @@ std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::
         if (sawQuote) {
             break;
         }
-        if (p == end) {
-            store(std::string_view(start, static_cast<std::size_t>(p - start)));
-            return count;
-        }
+        store(std::string_view(start, static_cast<std::size_t>(end - start)));
+        return count;
     }
     count = 0;
     // Unquoted text never grows, so the scratch is sized once and never moves while filled.

@@ -73,6 +73,21 @@ inline bool Digits(const char* p, int count, int& value) {
     return true;
 }
 
+// The six digits at `p` as microseconds, each digit checked and weighed on its own (no chain of
+// multiplications from one digit to the next).
+inline bool SixDigits(const char* p, int& value) {
+    static constexpr int kWeights[] = {100000, 10000, 1000, 100, 10, 1};
+    unsigned bad = 0;
+    int sum = 0;
+    for (int i = 0; i < 6; ++i) {
+        const unsigned digit = static_cast<unsigned char>(p[i]) - unsigned{'0'};
+        bad |= digit > 9 ? 1u : 0u;
+        sum += static_cast<int>(digit) * kWeights[i];
+    }
+    value = sum;
+    return bad == 0;
+}
+
 inline int DaysInMonth(int year, int month) {
     static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
@@ -82,6 +97,36 @@ inline int DaysInMonth(int year, int month) {
 } // namespace detail_text
 
 inline bool ParsePrice(std::string_view text, std::int64_t& scaled, int& decimals) {
+    static constexpr std::int64_t kPowers[] = {1000000, 100000, 10000, 1000, 100, 10, 1};
+    // The common form first: digits, then a point and up to six decimals, nothing around them.
+    {
+        const char* p = text.data();
+        const char* const end = p + text.size();
+        std::int64_t whole = 0;
+        while (p < end && p - text.data() <= 12 && detail_text::IsDigit(*p)) {
+            whole = whole * 10 + (*p++ - '0');
+        }
+        const auto wholeDigits = p - text.data();
+        if (wholeDigits > 0 && wholeDigits <= 12) {
+            if (p == end) {
+                scaled = whole * kPriceScale;
+                decimals = 0;
+                return true;
+            }
+            if (*p == '.') {
+                const char* const first = ++p;
+                std::int64_t fraction = 0;
+                while (p < end && p - first < kMaxDecimals && detail_text::IsDigit(*p)) {
+                    fraction = fraction * 10 + (*p++ - '0');
+                }
+                if (p == end) {
+                    decimals = static_cast<int>(p - first);
+                    scaled = whole * kPriceScale + fraction * kPowers[decimals];
+                    return true;
+                }
+            }
+        }
+    }
     text = detail_text::Trim(text);
     bool negative = false;
     if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
@@ -118,7 +163,6 @@ inline bool ParsePrice(std::string_view text, std::int64_t& scaled, int& decimal
     if (i != n || (wholeDigits == 0 && count == 0)) {
         return false;
     }
-    static constexpr std::int64_t kPowers[] = {1000000, 100000, 10000, 1000, 100, 10, 1};
     const int used = count < kMaxDecimals ? count : kMaxDecimals;
     scaled = whole * kPriceScale + fraction * kPowers[used];
     if (negative) {
@@ -152,11 +196,25 @@ inline bool ParseCount(std::string_view text, std::int64_t& value) {
 }
 
 inline bool ParseDay(std::string_view text, std::int32_t& day) {
-    // Rows come in runs of one date: the last one read on this thread is kept.
+    // Rows come in runs of one date: the last one read on this thread is kept, and a text of ten
+    // bytes is compared in two loads.
     thread_local char lastText[10] = {};
     thread_local std::size_t lastSize = 0;
     thread_local std::int32_t lastDay = 0;
-    if (text.size() == lastSize && std::memcmp(text.data(), lastText, lastSize) == 0) {
+    if (text.size() == 10 && lastSize == 10) {
+        std::uint64_t head = 0;
+        std::uint64_t lastHead = 0;
+        std::uint16_t tail = 0;
+        std::uint16_t lastTail = 0;
+        std::memcpy(&head, text.data(), 8);
+        std::memcpy(&lastHead, lastText, 8);
+        std::memcpy(&tail, text.data() + 8, 2);
+        std::memcpy(&lastTail, lastText + 8, 2);
+        if (head == lastHead && tail == lastTail) {
+            day = lastDay;
+            return true;
+        }
+    } else if (text.size() == lastSize && std::memcmp(text.data(), lastText, lastSize) == 0) {
         day = lastDay;
         return true;
     }
@@ -191,6 +249,20 @@ inline bool ParseDay(std::string_view text, std::int32_t& day) {
 inline bool ParseTimeOfDay(std::string_view text, Micros& micros) {
     const char* p = text.data();
     const std::size_t n = text.size();
+    // The common forms at fixed places: HH:MM:SS and HH:MM:SS.ffffff.
+    if ((n == 15 || n == 8) && p[2] == ':' && p[5] == ':' && (n == 8 || p[8] == '.')) {
+        int hour = 0;
+        int minute = 0;
+        int second = 0;
+        int fraction = 0;
+        if (detail_text::Digits(p, 2, hour) && detail_text::Digits(p + 3, 2, minute) &&
+            detail_text::Digits(p + 6, 2, second) &&
+            (n == 8 || detail_text::SixDigits(p + 9, fraction)) && hour <= 23 && minute <= 59 &&
+            second <= 59) {
+            micros = ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond + fraction;
+            return true;
+        }
+    }
     int hour = 0;
     std::size_t i = 0;
     if (n >= 4 && p[1] == ':' && detail_text::Digits(p, 1, hour)) {
