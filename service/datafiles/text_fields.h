@@ -26,7 +26,8 @@ inline constexpr std::int64_t kPriceScale = 1'000'000;
 std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::size_t max,
                         std::string& scratch);
 
-// The number, date and time readers below are inline: they run for every field of every row.
+// The number, date and time readers below are inline for their common forms: they run for every
+// field of every row.
 
 // "-12.345" -> -12345000 at kPriceScale, with the count of decimals written (trailing zeros
 // included); digits past the sixth decimal must be zeros. Blanks around the number are allowed.
@@ -88,6 +89,12 @@ inline bool SixDigits(const char* p, int& value) {
     return bad == 0;
 }
 
+// The general forms, out of line: the inline readers take the common ones themselves.
+bool ParsePriceText(std::string_view text, std::int64_t& scaled, int& decimals);
+bool DayFromText(std::string_view text, std::int32_t& day);
+bool ParseTimeText(std::string_view text, Micros& micros);
+bool ParseDateTimeText(std::string_view text, Micros& time);
+
 inline int DaysInMonth(int year, int month) {
     static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
@@ -127,50 +134,7 @@ inline bool ParsePrice(std::string_view text, std::int64_t& scaled, int& decimal
             }
         }
     }
-    text = detail_text::Trim(text);
-    bool negative = false;
-    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
-        negative = text.front() == '-';
-        text.remove_prefix(1);
-    }
-    std::size_t i = 0;
-    std::int64_t whole = 0;
-    const std::size_t n = text.size();
-    while (i < n && detail_text::IsDigit(text[i])) {
-        if (whole > 9'000'000'000'000LL) {
-            return false; // beyond what the fixed scale holds
-        }
-        whole = whole * 10 + (text[i++] - '0');
-    }
-    const std::size_t wholeDigits = i;
-    if (whole > 9'000'000'000'000LL) {
-        return false;
-    }
-    std::int64_t fraction = 0;
-    int count = 0;
-    if (i < n && text[i] == '.') {
-        ++i;
-        while (i < n && detail_text::IsDigit(text[i])) {
-            if (count < kMaxDecimals) {
-                fraction = fraction * 10 + (text[i] - '0');
-            } else if (text[i] != '0') {
-                return false;
-            }
-            ++count;
-            ++i;
-        }
-    }
-    if (i != n || (wholeDigits == 0 && count == 0)) {
-        return false;
-    }
-    const int used = count < kMaxDecimals ? count : kMaxDecimals;
-    scaled = whole * kPriceScale + fraction * kPowers[used];
-    if (negative) {
-        scaled = -scaled;
-    }
-    // Trailing zeros still count: "12.50" is written with two decimals.
-    decimals = used;
-    return true;
+    return detail_text::ParsePriceText(text, scaled, decimals);
 }
 
 inline bool ParseCount(std::string_view text, std::int64_t& value) {
@@ -218,28 +182,9 @@ inline bool ParseDay(std::string_view text, std::int32_t& day) {
         day = lastDay;
         return true;
     }
-    int year = 0;
-    int month = 0;
-    int dayOfMonth = 0;
-    const char* p = text.data();
-    if (text.size() == 10 && (p[4] == '-' || p[4] == '/') && p[7] == p[4]) {
-        if (!detail_text::Digits(p, 4, year) || !detail_text::Digits(p + 5, 2, month) ||
-            !detail_text::Digits(p + 8, 2, dayOfMonth)) {
-            return false;
-        }
-    } else if (text.size() == 8) {
-        if (!detail_text::Digits(p, 4, year) || !detail_text::Digits(p + 4, 2, month) ||
-            !detail_text::Digits(p + 6, 2, dayOfMonth)) {
-            return false;
-        }
-    } else {
+    if (!detail_text::DayFromText(text, day)) {
         return false;
     }
-    if (year < 1900 || month < 1 || month > 12 || dayOfMonth < 1 ||
-        dayOfMonth > detail_text::DaysInMonth(year, month)) {
-        return false;
-    }
-    day = detail::DaysFromCivil(year, month, dayOfMonth);
     std::memcpy(lastText, text.data(), text.size());
     lastSize = text.size();
     lastDay = day;
@@ -263,50 +208,7 @@ inline bool ParseTimeOfDay(std::string_view text, Micros& micros) {
             return true;
         }
     }
-    int hour = 0;
-    std::size_t i = 0;
-    if (n >= 4 && p[1] == ':' && detail_text::Digits(p, 1, hour)) {
-        i = 2;
-    } else if (n >= 5 && p[2] == ':' && detail_text::Digits(p, 2, hour)) {
-        i = 3;
-    } else {
-        return false;
-    }
-    int minute = 0;
-    int second = 0;
-    if (i + 2 > n || !detail_text::Digits(p + i, 2, minute)) {
-        return false;
-    }
-    i += 2;
-    if (i < n) {
-        if (p[i] != ':' || i + 3 > n || !detail_text::Digits(p + i + 1, 2, second)) {
-            return false;
-        }
-        i += 3;
-    }
-    Micros fraction = 0;
-    if (i < n) {
-        if (p[i] != '.' || i + 1 == n || n - i - 1 > 9) {
-            return false;
-        }
-        int place = 0;
-        for (++i; i < n; ++i, ++place) {
-            if (!detail_text::IsDigit(p[i])) {
-                return false;
-            }
-            if (place < 6) {
-                fraction = fraction * 10 + (p[i] - '0');
-            }
-        }
-        for (; place < 6; ++place) {
-            fraction *= 10;
-        }
-    }
-    if (hour > 23 || minute > 59 || second > 59) {
-        return false;
-    }
-    micros = ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond + fraction;
-    return true;
+    return detail_text::ParseTimeText(text, micros);
 }
 
 inline bool ParseDateTime(std::string_view text, Micros& time) {
@@ -319,30 +221,7 @@ inline bool ParseDateTime(std::string_view text, Micros& time) {
             return true;
         }
     }
-    text = detail_text::Trim(text);
-    std::size_t split = 0;
-    while (split < text.size() && text[split] != ' ' && text[split] != 'T') {
-        ++split;
-    }
-    if (split == text.size()) {
-        split = std::string_view::npos;
-    }
-    std::int32_t day = 0;
-    if (!ParseDay(text.substr(0, split), day)) {
-        return false;
-    }
-    Micros ofDay = 0;
-    if (split != std::string_view::npos) {
-        std::string_view rest = text.substr(split + 1);
-        while (!rest.empty() && rest.front() == ' ') {
-            rest.remove_prefix(1);
-        }
-        if (!ParseTimeOfDay(rest, ofDay)) {
-            return false;
-        }
-    }
-    time = StartOfDay(day) + ofDay;
-    return true;
+    return detail_text::ParseDateTimeText(text, time);
 }
 
 } // namespace portico::files
