@@ -15,6 +15,7 @@ constexpr int kWarmDaysPerStep = 256;
 // How long one step waits for a file instrument's indexing.
 constexpr std::chrono::milliseconds kIndexWait{5};
 constexpr const char* kNoData = ",E,!NO_DATA!,";
+constexpr std::size_t kStampBlock = 48;
 
 // Keeps the newest `count` of bars held oldest first.
 void KeepNewest(std::vector<Bar>& bars, std::uint64_t count) {
@@ -39,6 +40,9 @@ HistoryAnswer::HistoryAnswer(const Market& market, HistoryRequest request, Micro
     : m_market(market), m_request(std::move(request)), m_now(now), m_faults(faults) {
     // "<id>,LH," and the date and second of a tick, "YYYY-MM-DD HH:MM:SS.", filled in per second.
     m_stamp = m_request.id + ",LH,0000-00-00 00:00:00.";
+    m_stampSize = m_stamp.size();
+    // Padded, so that a short stamp is copied as one block of constant size.
+    m_stamp.resize(std::max(m_stampSize, kStampBlock));
 }
 
 HistoryAnswer::~HistoryAnswer() = default;
@@ -323,10 +327,13 @@ template <int Decimals> void HistoryAnswer::writeTick(LineWriter& out, const Tic
     if (tick.time < m_stampStart || tick.time >= m_stampStart + kMicrosPerSecond) {
         stampSecond(tick.time);
     }
-    const std::size_t stampSize = m_stamp.size();
-    char* p = out.claim(stampSize + 3 * LineWriter::kMaxPriceBytes + 100);
-    std::memcpy(p, m_stamp.data(), stampSize);
-    p += stampSize;
+    char* p = out.claim(m_stamp.size() + 3 * LineWriter::kMaxPriceBytes + 100);
+    if (m_stampSize <= kStampBlock) {
+        std::memcpy(p, m_stamp.data(), kStampBlock);
+    } else {
+        std::memcpy(p, m_stamp.data(), m_stampSize);
+    }
+    p += m_stampSize;
     LineWriter::WriteFixedDigits<6>(p, static_cast<std::uint32_t>(tick.time - m_stampStart));
     p += 6;
     *p++ = ',';

@@ -91,6 +91,7 @@ private:
     // A tick line up to its microseconds, "<id>,LH,YYYY-MM-DD HH:MM:SS.", for the second that
     // begins at m_stampStart: ticks come a few to a second, so that most lines copy it.
     std::string m_stamp;
+    std::size_t m_stampSize = 0; // m_stamp may hold padding after it
     std::int32_t m_stampDay = INT32_MIN;
     Micros m_stampStart = INT64_MAX - kMicrosPerSecond;
 };
