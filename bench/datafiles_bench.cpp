@@ -246,14 +246,15 @@ int main(int argc, char** argv) {
                 static_cast<double>(last.bytes) / 1048576.0, runs);
     if (!pandas.empty() && Median(pandas) > 0) {
         const double ratio = Median(pandas) / Median(total);
-        std::printf("pandas.read_csv: %.3f s; index and answer %.2fx faster than pandas reads it "
-                    "(goal: index and answer at least 4x faster than pandas reads it)\n",
+        std::printf("pandas.read_csv: %.3f s; index and answer %.2fx faster than pandas reads it\n",
                     Median(pandas), ratio);
+        std::printf("goal: index and answer at least 4x faster than pandas; now %.2fx\n", ratio);
     }
     std::uint64_t served = 0;
     const long peak = ServedPeakKb(portico, folder.path(), served);
-    std::printf("portico serving the whole history (%llu lines read): peak memory VmHWM %.1f MiB "
-                "(goal: under 64 MiB)\n",
+    std::printf("portico serving the whole history (%llu lines read): peak memory VmHWM %.1f MiB\n",
                 static_cast<unsigned long long>(served), static_cast<double>(peak) / 1024.0);
+    std::printf("goal: peak memory under 64 MiB; now %.1f MiB\n",
+                static_cast<double>(peak) / 1024.0);
     return 0;
 }

@@ -171,6 +171,7 @@ int main(int argc, char** argv) {
                 runs, static_cast<double>(bytes) / 1e6 / servedMedian);
     std::printf("  raw loopback of the bytes %.3f s (median of %d; %.0f MB/s)\n", rawMedian, runs,
                 static_cast<double>(bytes) / 1e6 / rawMedian);
-    std::printf("  ratio portico / raw loopback: %.2fx (at most 6x)\n", servedMedian / rawMedian);
+    std::printf("  ratio portico / raw loopback: %.2fx\n", servedMedian / rawMedian);
+    std::printf("  goal: at most 2x raw loopback; now %.2fx\n", servedMedian / rawMedian);
     return 0;
 }

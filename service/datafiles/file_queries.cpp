@@ -335,55 +335,25 @@ std::vector<Bar> FileStore::lastDailyBars(std::size_t i, std::size_t count, Micr
 
 template <class Key>
 std::vector<Bar> FileStore::groupedBars(std::size_t i, std::size_t count, Micros now, Key key) {
-    // Day bars newest first, folded into their group oldest first.
-    std::vector<Bar> out;
-    if (count == 0) {
-        return out;
-    }
-    std::vector<Bar> group;
-    std::int64_t groupKey = 0;
-    const auto flush = [&] {
-        if (!group.empty()) {
-            detail::BarBuilder builder;
-            for (auto it = group.rbegin(); it != group.rend(); ++it) {
-                builder.add(*it);
-            }
-            out.push_back(builder.bar());
-            group.clear();
-        }
-    };
     const auto& days = m_holdings[i].days;
-    for (auto d = days.rbegin(); d != days.rend(); ++d) {
-        const Bar bar = dayBar(i, *d, now);
-        if (bar.tickCount == 0) {
-            continue;
+    auto d = days.rbegin();
+    const auto previousDay = [&](std::int32_t& day, Bar& bar) {
+        if (d == days.rend()) {
+            return false;
         }
-        const std::int64_t k = key(d->day);
-        if (!group.empty() && k != groupKey) {
-            flush();
-            if (out.size() == count) {
-                break;
-            }
-        }
-        groupKey = k;
-        group.push_back(bar);
-    }
-    if (out.size() < count) {
-        flush();
-    }
-    std::reverse(out.begin(), out.end());
-    return out;
+        day = d->day;
+        bar = dayBar(i, *d++, now);
+        return true;
+    };
+    return detail::GroupDayBars(count, previousDay, key);
 }
 
 std::vector<Bar> FileStore::lastWeeklyBars(std::size_t i, std::size_t count, Micros now) {
-    return groupedBars(i, count, now, [](std::int32_t day) { return day - detail::Weekday(day); });
+    return groupedBars(i, count, now, detail::WeekOf);
 }
 
 std::vector<Bar> FileStore::lastMonthlyBars(std::size_t i, std::size_t count, Micros now) {
-    return groupedBars(i, count, now, [](std::int32_t day) {
-        const detail::CivilDate date = detail::CivilFromDays(day);
-        return static_cast<std::int64_t>(date.year) * 12 + date.month;
-    });
+    return groupedBars(i, count, now, detail::MonthOf);
 }
 
 DaySummary FileStore::daySummary(std::size_t i, Micros now) {

@@ -26,7 +26,8 @@ inline constexpr std::int64_t kPriceScale = 1'000'000;
 std::size_t SplitRecord(std::string_view record, std::string_view* fields, std::size_t max,
                         std::string& scratch);
 
-// The number, date and time readers below are inline: they run for every field of every row.
+// The number, date and time readers below are inline for their common forms: they run for every
+// field of every row.
 
 // "-12.345" -> -12345000 at kPriceScale, with the count of decimals written (trailing zeros
 // included); digits past the sixth decimal must be zeros. Blanks around the number are allowed.
@@ -73,6 +74,27 @@ inline bool Digits(const char* p, int count, int& value) {
     return true;
 }
 
+// The six digits at `p` as microseconds, each digit checked and weighed on its own (no chain of
+// multiplications from one digit to the next).
+inline bool SixDigits(const char* p, int& value) {
+    static constexpr int kWeights[] = {100000, 10000, 1000, 100, 10, 1};
+    unsigned bad = 0;
+    int sum = 0;
+    for (int i = 0; i < 6; ++i) {
+        const unsigned digit = static_cast<unsigned char>(p[i]) - unsigned{'0'};
+        bad |= digit > 9 ? 1u : 0u;
+        sum += static_cast<int>(digit) * kWeights[i];
+    }
+    value = sum;
+    return bad == 0;
+}
+
+// The general forms, out of line: the inline readers take the common ones themselves.
+bool ParsePriceText(std::string_view text, std::int64_t& scaled, int& decimals);
+bool DayFromText(std::string_view text, std::int32_t& day);
+bool ParseTimeText(std::string_view text, Micros& micros);
+bool ParseDateTimeText(std::string_view text, Micros& time);
+
 inline int DaysInMonth(int year, int month) {
     static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
@@ -82,51 +104,37 @@ inline int DaysInMonth(int year, int month) {
 } // namespace detail_text
 
 inline bool ParsePrice(std::string_view text, std::int64_t& scaled, int& decimals) {
-    text = detail_text::Trim(text);
-    bool negative = false;
-    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
-        negative = text.front() == '-';
-        text.remove_prefix(1);
-    }
-    std::size_t i = 0;
-    std::int64_t whole = 0;
-    const std::size_t n = text.size();
-    while (i < n && detail_text::IsDigit(text[i])) {
-        if (whole > 9'000'000'000'000LL) {
-            return false; // beyond what the fixed scale holds
-        }
-        whole = whole * 10 + (text[i++] - '0');
-    }
-    const std::size_t wholeDigits = i;
-    if (whole > 9'000'000'000'000LL) {
-        return false;
-    }
-    std::int64_t fraction = 0;
-    int count = 0;
-    if (i < n && text[i] == '.') {
-        ++i;
-        while (i < n && detail_text::IsDigit(text[i])) {
-            if (count < kMaxDecimals) {
-                fraction = fraction * 10 + (text[i] - '0');
-            } else if (text[i] != '0') {
-                return false;
-            }
-            ++count;
-            ++i;
-        }
-    }
-    if (i != n || (wholeDigits == 0 && count == 0)) {
-        return false;
-    }
     static constexpr std::int64_t kPowers[] = {1000000, 100000, 10000, 1000, 100, 10, 1};
-    const int used = count < kMaxDecimals ? count : kMaxDecimals;
-    scaled = whole * kPriceScale + fraction * kPowers[used];
-    if (negative) {
-        scaled = -scaled;
+    // The common form first: digits, then a point and up to six decimals, nothing around them.
+    {
+        const char* p = text.data();
+        const char* const end = p + text.size();
+        std::int64_t whole = 0;
+        while (p < end && p - text.data() <= 12 && detail_text::IsDigit(*p)) {
+            whole = whole * 10 + (*p++ - '0');
+        }
+        const auto wholeDigits = p - text.data();
+        if (wholeDigits > 0 && wholeDigits <= 12) {
+            if (p == end) {
+                scaled = whole * kPriceScale;
+                decimals = 0;
+                return true;
+            }
+            if (*p == '.') {
+                const char* const first = ++p;
+                std::int64_t fraction = 0;
+                while (p < end && p - first < kMaxDecimals && detail_text::IsDigit(*p)) {
+                    fraction = fraction * 10 + (*p++ - '0');
+                }
+                if (p == end) {
+                    decimals = static_cast<int>(p - first);
+                    scaled = whole * kPriceScale + fraction * kPowers[decimals];
+                    return true;
+                }
+            }
+        }
     }
-    // Trailing zeros still count: "12.50" is written with two decimals.
-    decimals = used;
-    return true;
+    return detail_text::ParsePriceText(text, scaled, decimals);
 }
 
 inline bool ParseCount(std::string_view text, std::int64_t& value) {
@@ -152,36 +160,31 @@ inline bool ParseCount(std::string_view text, std::int64_t& value) {
 }
 
 inline bool ParseDay(std::string_view text, std::int32_t& day) {
-    // Rows come in runs of one date: the last one read on this thread is kept.
+    // Rows come in runs of one date: the last one read on this thread is kept, and a text of ten
+    // bytes is compared in two loads.
     thread_local char lastText[10] = {};
     thread_local std::size_t lastSize = 0;
     thread_local std::int32_t lastDay = 0;
-    if (text.size() == lastSize && std::memcmp(text.data(), lastText, lastSize) == 0) {
+    if (text.size() == 10 && lastSize == 10) {
+        std::uint64_t head = 0;
+        std::uint64_t lastHead = 0;
+        std::uint16_t tail = 0;
+        std::uint16_t lastTail = 0;
+        std::memcpy(&head, text.data(), 8);
+        std::memcpy(&lastHead, lastText, 8);
+        std::memcpy(&tail, text.data() + 8, 2);
+        std::memcpy(&lastTail, lastText + 8, 2);
+        if (head == lastHead && tail == lastTail) {
+            day = lastDay;
+            return true;
+        }
+    } else if (text.size() == lastSize && std::memcmp(text.data(), lastText, lastSize) == 0) {
         day = lastDay;
         return true;
     }
-    int year = 0;
-    int month = 0;
-    int dayOfMonth = 0;
-    const char* p = text.data();
-    if (text.size() == 10 && (p[4] == '-' || p[4] == '/') && p[7] == p[4]) {
-        if (!detail_text::Digits(p, 4, year) || !detail_text::Digits(p + 5, 2, month) ||
-            !detail_text::Digits(p + 8, 2, dayOfMonth)) {
-            return false;
-        }
-    } else if (text.size() == 8) {
-        if (!detail_text::Digits(p, 4, year) || !detail_text::Digits(p + 4, 2, month) ||
-            !detail_text::Digits(p + 6, 2, dayOfMonth)) {
-            return false;
-        }
-    } else {
+    if (!detail_text::DayFromText(text, day)) {
         return false;
     }
-    if (year < 1900 || month < 1 || month > 12 || dayOfMonth < 1 ||
-        dayOfMonth > detail_text::DaysInMonth(year, month)) {
-        return false;
-    }
-    day = detail::DaysFromCivil(year, month, dayOfMonth);
     std::memcpy(lastText, text.data(), text.size());
     lastSize = text.size();
     lastDay = day;
@@ -191,50 +194,21 @@ inline bool ParseDay(std::string_view text, std::int32_t& day) {
 inline bool ParseTimeOfDay(std::string_view text, Micros& micros) {
     const char* p = text.data();
     const std::size_t n = text.size();
-    int hour = 0;
-    std::size_t i = 0;
-    if (n >= 4 && p[1] == ':' && detail_text::Digits(p, 1, hour)) {
-        i = 2;
-    } else if (n >= 5 && p[2] == ':' && detail_text::Digits(p, 2, hour)) {
-        i = 3;
-    } else {
-        return false;
-    }
-    int minute = 0;
-    int second = 0;
-    if (i + 2 > n || !detail_text::Digits(p + i, 2, minute)) {
-        return false;
-    }
-    i += 2;
-    if (i < n) {
-        if (p[i] != ':' || i + 3 > n || !detail_text::Digits(p + i + 1, 2, second)) {
-            return false;
-        }
-        i += 3;
-    }
-    Micros fraction = 0;
-    if (i < n) {
-        if (p[i] != '.' || i + 1 == n || n - i - 1 > 9) {
-            return false;
-        }
-        int place = 0;
-        for (++i; i < n; ++i, ++place) {
-            if (!detail_text::IsDigit(p[i])) {
-                return false;
-            }
-            if (place < 6) {
-                fraction = fraction * 10 + (p[i] - '0');
-            }
-        }
-        for (; place < 6; ++place) {
-            fraction *= 10;
+    // The common forms at fixed places: HH:MM:SS and HH:MM:SS.ffffff.
+    if ((n == 15 || n == 8) && p[2] == ':' && p[5] == ':' && (n == 8 || p[8] == '.')) {
+        int hour = 0;
+        int minute = 0;
+        int second = 0;
+        int fraction = 0;
+        if (detail_text::Digits(p, 2, hour) && detail_text::Digits(p + 3, 2, minute) &&
+            detail_text::Digits(p + 6, 2, second) &&
+            (n == 8 || detail_text::SixDigits(p + 9, fraction)) && hour <= 23 && minute <= 59 &&
+            second <= 59) {
+            micros = ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond + fraction;
+            return true;
         }
     }
-    if (hour > 23 || minute > 59 || second > 59) {
-        return false;
-    }
-    micros = ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond + fraction;
-    return true;
+    return detail_text::ParseTimeText(text, micros);
 }
 
 inline bool ParseDateTime(std::string_view text, Micros& time) {
@@ -247,30 +221,7 @@ inline bool ParseDateTime(std::string_view text, Micros& time) {
             return true;
         }
     }
-    text = detail_text::Trim(text);
-    std::size_t split = 0;
-    while (split < text.size() && text[split] != ' ' && text[split] != 'T') {
-        ++split;
-    }
-    if (split == text.size()) {
-        split = std::string_view::npos;
-    }
-    std::int32_t day = 0;
-    if (!ParseDay(text.substr(0, split), day)) {
-        return false;
-    }
-    Micros ofDay = 0;
-    if (split != std::string_view::npos) {
-        std::string_view rest = text.substr(split + 1);
-        while (!rest.empty() && rest.front() == ' ') {
-            rest.remove_prefix(1);
-        }
-        if (!ParseTimeOfDay(rest, ofDay)) {
-            return false;
-        }
-    }
-    time = StartOfDay(day) + ofDay;
-    return true;
+    return detail_text::ParseDateTimeText(text, time);
 }
 
 } // namespace portico::files

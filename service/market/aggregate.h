@@ -1,11 +1,15 @@
 #pragma once
 
-// Folds minute bars, ticks and day bars into one bar.
+// Folds minute bars, ticks and day bars into one bar, and day bars into weeks and months.
 
+#include "market/calendar.h"
 #include "market/generator.h"
 #include "market/market_types.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 namespace portico::detail {
 
@@ -54,5 +58,59 @@ private:
     Bar m_bar;
     bool m_empty = true;
 };
+
+// The group a day belongs to: its week (from Monday) or its month.
+inline std::int64_t WeekOf(std::int32_t day) {
+    return day - Weekday(day);
+}
+inline std::int64_t MonthOf(std::int32_t day) {
+    const CivilDate date = CivilFromDays(day);
+    return static_cast<std::int64_t>(date.year) * 12 + date.month;
+}
+
+// The newest `count` groups of day bars, oldest first. `previousDay(day, bar)` walks the days
+// back, from the newest, and gives each one's bar; false past the oldest. Days without trades
+// (tickCount 0) belong to no group. `group(day)` is WeekOf, MonthOf or the like. The bars of one
+// group are folded oldest first, in one pass over its days.
+template <class PreviousDay, class Group>
+std::vector<Bar> GroupDayBars(std::size_t count, PreviousDay previousDay, Group group) {
+    std::vector<Bar> out;
+    if (count == 0) {
+        return out;
+    }
+    std::vector<Bar> days;
+    std::int64_t current = 0;
+    const auto flush = [&] {
+        if (!days.empty()) {
+            BarBuilder builder;
+            for (auto it = days.rbegin(); it != days.rend(); ++it) {
+                builder.add(*it);
+            }
+            out.push_back(builder.bar());
+            days.clear();
+        }
+    };
+    std::int32_t day = 0;
+    Bar bar;
+    while (previousDay(day, bar)) {
+        if (bar.tickCount == 0) {
+            continue;
+        }
+        const std::int64_t k = group(day);
+        if (!days.empty() && k != current) {
+            flush();
+            if (out.size() == count) {
+                break;
+            }
+        }
+        current = k;
+        days.push_back(bar);
+    }
+    if (out.size() < count) {
+        flush();
+    }
+    std::reverse(out.begin(), out.end());
+    return out;
+}
 
 } // namespace portico::detail

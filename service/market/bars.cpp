@@ -133,63 +133,33 @@ std::vector<Bar> MarketImpl::lastDailyBars(const Instrument& instrument, std::si
 template <class Grouping>
 std::vector<Bar> MarketImpl::groupedBars(const Instrument& instrument, std::size_t count,
                                          std::int64_t daysPerGroup, Micros now,
-                                         Grouping key) const {
-    // Newest group first: day bars are walked back from `now` and folded into their group
-    // oldest first, so each group is built in one pass over its days.
-    std::vector<Bar> out;
+                                         Grouping group) const {
     if (count == 0) {
-        return out;
+        return {};
     }
     fillTotals(instrument, DaysBack(now, count, daysPerGroup), DayOf(now) - 1);
-    std::vector<Bar> days;
-    std::int64_t group = 0;
-    auto flush = [&] {
-        if (!days.empty()) {
-            detail::BarBuilder builder;
-            for (auto it = days.rbegin(); it != days.rend(); ++it) {
-                builder.add(*it);
+    std::int32_t next = LastDayOf(now);
+    const auto previousDay = [&](std::int32_t& day, Bar& bar) {
+        for (; next >= instrument.firstDay; --next) {
+            if (trades(instrument, next)) {
+                day = next--;
+                bar = dayBar(instrument, day, now);
+                return true;
             }
-            out.push_back(builder.bar());
-            days.clear();
         }
+        return false;
     };
-    for (std::int32_t day = LastDayOf(now); day >= instrument.firstDay; --day) {
-        if (!trades(instrument, day)) {
-            continue;
-        }
-        const Bar bar = dayBar(instrument, day, now);
-        if (bar.tickCount == 0) {
-            continue;
-        }
-        const std::int64_t k = key(day);
-        if (!days.empty() && k != group) {
-            flush();
-            if (out.size() == count) {
-                break;
-            }
-        }
-        group = k;
-        days.push_back(bar);
-    }
-    if (out.size() < count) {
-        flush();
-    }
-    std::reverse(out.begin(), out.end());
-    return out;
+    return detail::GroupDayBars(count, previousDay, group);
 }
 
 std::vector<Bar> MarketImpl::lastWeeklyBars(const Instrument& instrument, std::size_t count,
                                             Micros now) const {
-    return groupedBars(instrument, count, 7, now,
-                       [](std::int32_t day) { return day - detail::Weekday(day); });
+    return groupedBars(instrument, count, 7, now, detail::WeekOf);
 }
 
 std::vector<Bar> MarketImpl::lastMonthlyBars(const Instrument& instrument, std::size_t count,
                                              Micros now) const {
-    return groupedBars(instrument, count, 31, now, [](std::int32_t day) {
-        const detail::CivilDate date = detail::CivilFromDays(day);
-        return static_cast<std::int64_t>(date.year) * 12 + date.month;
-    });
+    return groupedBars(instrument, count, 31, now, detail::MonthOf);
 }
 
 } // namespace portico

@@ -14,6 +14,8 @@ constexpr int kRecentDaysPerStep = 128;
 constexpr int kWarmDaysPerStep = 256;
 // How long one step waits for a file instrument's indexing.
 constexpr std::chrono::milliseconds kIndexWait{5};
+constexpr const char* kNoData = ",E,!NO_DATA!,";
+constexpr std::size_t kStampBlock = 48;
 
 // Keeps the newest `count` of bars held oldest first.
 void KeepNewest(std::vector<Bar>& bars, std::uint64_t count) {
@@ -35,7 +37,13 @@ std::int32_t DaysBefore(std::int32_t today, std::uint64_t count, std::int64_t da
 
 HistoryAnswer::HistoryAnswer(const Market& market, HistoryRequest request, Micros now,
                              AnswerFaults faults)
-    : m_market(market), m_request(std::move(request)), m_now(now), m_faults(faults) {}
+    : m_market(market), m_request(std::move(request)), m_now(now), m_faults(faults) {
+    // "<id>,LH," and the date and second of a tick, "YYYY-MM-DD HH:MM:SS.", filled in per second.
+    m_stamp = m_request.id + ",LH,0000-00-00 00:00:00.";
+    m_stampSize = m_stamp.size();
+    // Padded, so that a short stamp is copied as one block of constant size.
+    m_stamp.resize(std::max(m_stampSize, kStampBlock));
+}
 
 HistoryAnswer::~HistoryAnswer() = default;
 
@@ -205,6 +213,19 @@ std::vector<Bar> HistoryAnswer::periodBars() const {
     return bars;
 }
 
+HistoryAnswer::Progress HistoryAnswer::finish(LineWriter& out, const char* error) {
+    if (error) {
+        out.put(m_request.id);
+        out.put(error);
+        out.endLine();
+    }
+    out.put(m_request.id);
+    out.put(",!ENDMSG!,");
+    out.endLine();
+    m_finished = true;
+    return Progress::Done;
+}
+
 HistoryAnswer::Progress HistoryAnswer::fill(LineWriter& out, std::size_t budget) {
     if (m_finished) {
         return Progress::Done;
@@ -212,52 +233,53 @@ HistoryAnswer::Progress HistoryAnswer::fill(LineWriter& out, std::size_t budget)
     if (!m_started) {
         start(out);
     }
-    const auto finish = [&](const char* error) {
-        if (error) {
-            out.put(m_request.id);
-            out.put(error);
-            out.endLine();
-        }
-        out.put(m_request.id);
-        out.put(",!ENDMSG!,");
-        out.endLine();
-        m_finished = true;
-        return Progress::Done;
-    };
     if (!m_instrument) {
-        return finish(",E,!UNKNOWN_SYMBOL!,");
+        return finish(out, ",E,!UNKNOWN_SYMBOL!,");
     }
     if (m_stage != Stage::Ready && !prepare()) {
         return Progress::More;
     }
-    const char* const noData = ",E,!NO_DATA!,";
+    if (m_ticks) {
+        return LineWriter::WithDecimals(m_instrument->decimals, [&](auto decimals) {
+            return fillTicks<decimals()>(out, budget);
+        });
+    }
     while (out.size() < budget) {
-        if (m_ticks) {
-            const Tick* tick = nullptr;
-            const SourceStep step = m_ticks->next(tick);
-            if (step == SourceStep::Busy) {
-                return Progress::More;
-            }
-            if (step == SourceStep::Done) {
-                return finish(m_dataLines == 0 ? noData : nullptr);
-            }
-            writeTick(out, *tick);
-        } else if (m_intervals) {
+        if (m_intervals) {
             const Bar* bar = nullptr;
             const SourceStep step = m_intervals->next(bar);
             if (step == SourceStep::Busy) {
                 return Progress::More;
             }
             if (step == SourceStep::Done) {
-                return finish(m_dataLines == 0 ? noData : nullptr);
+                return finish(out, m_dataLines == 0 ? kNoData : nullptr);
             }
             writeBar(out, *bar);
         } else {
             if (m_barIndex >= m_bars.size()) {
-                return finish(m_bars.empty() ? noData : nullptr);
+                return finish(out, m_bars.empty() ? kNoData : nullptr);
             }
             writeBar(out, m_bars[m_barIndex++]);
         }
+        if (!afterDataLine(out)) {
+            return Progress::Cut;
+        }
+    }
+    return Progress::More;
+}
+
+template <int Decimals>
+HistoryAnswer::Progress HistoryAnswer::fillTicks(LineWriter& out, std::size_t budget) {
+    while (out.size() < budget) {
+        const Tick* tick = nullptr;
+        const SourceStep step = m_ticks->next(tick);
+        if (step == SourceStep::Busy) {
+            return Progress::More;
+        }
+        if (step == SourceStep::Done) {
+            return finish(out, m_dataLines == 0 ? kNoData : nullptr);
+        }
+        writeTick<Decimals>(out, *tick);
         if (!afterDataLine(out)) {
             return Progress::Cut;
         }
@@ -276,35 +298,54 @@ bool HistoryAnswer::afterDataLine(LineWriter& out) {
     return m_faults.lineLimit == 0 || m_dataLines < m_faults.lineLimit;
 }
 
-void HistoryAnswer::writeTick(LineWriter& out, const Tick& tick) {
-    const int decimals = m_instrument->decimals;
-    const std::int32_t day = DayOf(tick.time);
-    if (day != m_cachedDay) {
+void HistoryAnswer::stampSecond(Micros time) {
+    const std::int32_t day = DayOf(time);
+    const Micros dayStart = StartOfDay(day);
+    char* text = m_stamp.data() + m_request.id.size() + 4;
+    if (day != m_stampDay) {
         LineWriter date;
-        date.putIsoDate(tick.time);
-        date.put(' ');
-        std::memcpy(m_dateText, date.data(), sizeof(m_dateText));
-        m_cachedDay = day;
-        m_cachedDayStart = StartOfDay(day);
+        date.putIsoDate(time);
+        std::memcpy(text, date.data(), 10);
+        m_stampDay = day;
     }
-    const std::size_t idSize = m_request.id.size();
-    char* p = out.claim(idSize + 3 * LineWriter::kMaxPriceBytes + 220);
-    std::memcpy(p, m_request.id.data(), idSize);
-    p += idSize;
-    std::memcpy(p, ",LH,", 4);
-    p += 4;
-    std::memcpy(p, m_dateText, sizeof(m_dateText));
-    p = LineWriter::WriteMicroTimeOfDay(p + sizeof(m_dateText), tick.time - m_cachedDayStart);
+    const auto second = static_cast<unsigned>((time - dayStart) / kMicrosPerSecond);
+    LineWriter::WriteDigits(text + 11, second / 3600, 2);
+    LineWriter::WriteDigits(text + 14, second / 60 % 60, 2);
+    LineWriter::WriteDigits(text + 17, second % 60, 2);
+    m_stampStart = dayStart + static_cast<Micros>(second) * kMicrosPerSecond;
+}
+
+template <int Decimals> void HistoryAnswer::writeTick(LineWriter& out, const Tick& tick) {
+    // Counts of decimals without a writer of their own (see WithDecimals) come as 0.
+    const auto price = [this](char* p, std::int64_t value) {
+        if constexpr (Decimals == 0) {
+            return LineWriter::WritePrice(p, value, m_instrument->decimals);
+        } else {
+            return LineWriter::WriteFixed<Decimals>(p, value);
+        }
+    };
+    if (tick.time < m_stampStart || tick.time >= m_stampStart + kMicrosPerSecond) {
+        stampSecond(tick.time);
+    }
+    char* p = out.claim(m_stamp.size() + 3 * LineWriter::kMaxPriceBytes + 100);
+    if (m_stampSize <= kStampBlock) {
+        std::memcpy(p, m_stamp.data(), kStampBlock);
+    } else {
+        std::memcpy(p, m_stamp.data(), m_stampSize);
+    }
+    p += m_stampSize;
+    LineWriter::WriteFixedDigits<6>(p, static_cast<std::uint32_t>(tick.time - m_stampStart));
+    p += 6;
     *p++ = ',';
-    p = LineWriter::WritePrice(p, tick.price, decimals);
+    p = price(p, tick.price);
     *p++ = ',';
     p = LineWriter::WriteUnsigned(p, tick.size);
     *p++ = ',';
     p = LineWriter::WriteSigned(p, tick.totalVolume);
     *p++ = ',';
-    p = LineWriter::WritePrice(p, tick.bid, decimals);
+    p = price(p, tick.bid);
     *p++ = ',';
-    p = LineWriter::WritePrice(p, tick.ask, decimals);
+    p = price(p, tick.ask);
     *p++ = ',';
     p = LineWriter::WriteUnsigned(p, tick.tickId);
     *p++ = ',';

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "commands.h"
@@ -62,7 +63,10 @@ private:
     // The day, week or month bars of the request, in answer order; quick once the days are warm.
     std::vector<Bar> periodBars() const;
     std::uint64_t limit() const;
-    void writeTick(LineWriter& out, const Tick& tick);
+    Progress finish(LineWriter& out, const char* error);
+    template <int Decimals> Progress fillTicks(LineWriter& out, std::size_t budget);
+    template <int Decimals> void writeTick(LineWriter& out, const Tick& tick);
+    void stampSecond(Micros time); // m_stamp for the second `time` falls in
     void writeBar(LineWriter& out, const Bar& bar);
     bool afterDataLine(LineWriter& out); // false when the line limit is reached
 
@@ -84,10 +88,12 @@ private:
     std::vector<Bar> m_bars; // day, week and month bars: at most one a day of history
     std::size_t m_barIndex = 0;
     std::uint64_t m_dataLines = 0;
-    // The date part of the last tick's time stamp, reused while the day stays the same.
-    std::int32_t m_cachedDay = INT32_MIN;
-    Micros m_cachedDayStart = 0;
-    char m_dateText[11] = {};
+    // A tick line up to its microseconds, "<id>,LH,YYYY-MM-DD HH:MM:SS.", for the second that
+    // begins at m_stampStart: ticks come a few to a second, so that most lines copy it.
+    std::string m_stamp;
+    std::size_t m_stampSize = 0; // m_stamp may hold padding after it
+    std::int32_t m_stampDay = INT32_MIN;
+    Micros m_stampStart = INT64_MAX - kMicrosPerSecond;
 };
 
 } // namespace portico

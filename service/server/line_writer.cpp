@@ -6,26 +6,6 @@ namespace portico {
 
 namespace {
 
-constexpr std::uint64_t kPowersOfTen[] = {1,
-                                          10,
-                                          100,
-                                          1'000,
-                                          10'000,
-                                          100'000,
-                                          1'000'000,
-                                          10'000'000,
-                                          100'000'000,
-                                          1'000'000'000,
-                                          10'000'000'000,
-                                          100'000'000'000,
-                                          1'000'000'000'000,
-                                          10'000'000'000'000,
-                                          100'000'000'000'000,
-                                          1'000'000'000'000'000,
-                                          10'000'000'000'000'000,
-                                          100'000'000'000'000'000,
-                                          1'000'000'000'000'000'000};
-
 inline char* WriteTwo(char* out, unsigned value) {
     LineWriter::WriteDigits(out, value, 2);
     return out + 2;
@@ -46,21 +26,25 @@ void LineWriter::grow(std::size_t more) {
 }
 
 char* LineWriter::WritePrice(char* p, std::int64_t value, int decimals) {
-    if (decimals <= 0 || decimals > 18) {
-        return WriteSigned(p, value);
+    if (decimals > 8 && decimals <= 18) {
+        std::uint64_t magnitude = static_cast<std::uint64_t>(value);
+        if (value < 0) {
+            *p++ = '-';
+            magnitude = static_cast<std::uint64_t>(0) - magnitude;
+        }
+        const std::uint64_t scale = kPowersOfTen[decimals];
+        p = WriteUnsigned(p, magnitude / scale);
+        *p++ = '.';
+        WriteDigits(p, magnitude % scale, decimals);
+        return p + decimals;
     }
-    std::uint64_t magnitude = static_cast<std::uint64_t>(value);
-    if (value < 0) {
-        *p++ = '-';
-        magnitude = static_cast<std::uint64_t>(0) - magnitude;
-    }
-    // Two decimals is by far the most common case; a constant divisor makes it cheap.
-    const std::uint64_t scale = decimals == 2 ? 100 : kPowersOfTen[decimals];
-    const std::uint64_t whole = decimals == 2 ? magnitude / 100 : magnitude / scale;
-    p = WriteUnsigned(p, whole);
-    *p++ = '.';
-    WriteDigits(p, magnitude - whole * scale, decimals);
-    return p + decimals;
+    return WithDecimals(decimals, [&](auto d) {
+        if constexpr (d() == 0) {
+            return WriteSigned(p, value);
+        } else {
+            return WriteFixed<d()>(p, value);
+        }
+    });
 }
 
 void LineWriter::putIsoDate(Micros time) {

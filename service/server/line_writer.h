@@ -8,11 +8,13 @@
 // and returns where it starts, the static Write* functions advance the cursor, and commit()
 // takes it back. Keeping the cursor in a local variable lets the compiler keep it in a register.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "market/market.h"
 
@@ -102,28 +104,85 @@ public:
     static constexpr std::size_t kMaxPriceBytes = 48;
 
     static int DigitCount(std::uint64_t value) {
-        int digits = 1;
-        while (value >= 100) {
-            value /= 100;
-            digits += 2;
-        }
-        return digits + (value >= 10 ? 1 : 0);
+        // The bit width gives the count of digits or one less; one comparison settles it.
+        const int guess = (std::bit_width(value | 1) * 1233) >> 12;
+        return guess + ((value | 1) >= kPowersOfTen[guess] ? 1 : 0);
     }
     // Writes exactly `digits` digits of `value` (the lowest ones) at out .. out + digits.
     static void WriteDigits(char* out, std::uint64_t value, int digits) {
         char* p = out + digits;
-        while (digits >= 2) {
+        while (digits >= 2 && value >= (1ULL << 32)) {
             const auto pair = static_cast<unsigned>(value % 100);
             value /= 100;
             p -= 2;
             std::memcpy(p, kDigitPairs + 2 * pair, 2);
             digits -= 2;
         }
+        // The rest in 32-bit arithmetic, which is cheaper.
+        auto small = static_cast<std::uint32_t>(value);
+        while (digits >= 2) {
+            const std::uint32_t pair = small % 100;
+            small /= 100;
+            p -= 2;
+            std::memcpy(p, kDigitPairs + 2 * pair, 2);
+            digits -= 2;
+        }
         if (digits > 0) {
-            *--p = static_cast<char>('0' + value % 10);
+            *--p = static_cast<char>('0' + small % 10);
+        }
+    }
+    // Exactly N digits of `value` (below 10^N), leading zeros included; N known at compile time.
+    template <int N> static void WriteFixedDigits(char* out, std::uint32_t value) {
+        static_assert(N >= 1 && N <= 9);
+        if constexpr (N % 2 == 1) {
+            if constexpr (N > 1) {
+                WriteFixedDigits<N - 1>(out + 1, value % kPowersOfTen[N - 1]);
+            }
+            out[0] = static_cast<char>('0' + value / kPowersOfTen[N - 1]);
+        } else {
+            constexpr auto low = static_cast<std::uint32_t>(kPowersOfTen[N - 2]);
+            if constexpr (N > 2) {
+                WriteFixedDigits<N - 2>(out + 2, value % low);
+            }
+            std::memcpy(out, kDigitPairs + 2 * (value / low), 2);
         }
     }
     static char* WriteUnsigned(char* p, std::uint64_t value) {
+        // Branches by size, each with constant divisors; the values of one field in consecutive
+        // lines mostly take the same branch.
+        if (value < 10'000) {
+            if (value < 100) {
+                if (value < 10) {
+                    *p = static_cast<char>('0' + value);
+                    return p + 1;
+                }
+                std::memcpy(p, kDigitPairs + 2 * value, 2);
+                return p + 2;
+            }
+            if (value < 1000) {
+                WriteFixedDigits<3>(p, static_cast<std::uint32_t>(value));
+                return p + 3;
+            }
+            WriteFixedDigits<4>(p, static_cast<std::uint32_t>(value));
+            return p + 4;
+        }
+        if (value < 100'000'000) {
+            const auto v = static_cast<std::uint32_t>(value);
+            if (value < 1'000'000) {
+                if (value < 100'000) {
+                    WriteFixedDigits<5>(p, v);
+                    return p + 5;
+                }
+                WriteFixedDigits<6>(p, v);
+                return p + 6;
+            }
+            if (value < 10'000'000) {
+                WriteFixedDigits<7>(p, v);
+                return p + 7;
+            }
+            WriteFixedDigits<8>(p, v);
+            return p + 8;
+        }
         const int digits = DigitCount(value);
         WriteDigits(p, value, digits);
         return p + digits;
@@ -135,6 +194,50 @@ public:
                                  static_cast<std::uint64_t>(0) - static_cast<std::uint64_t>(value));
         }
         return WriteUnsigned(p, static_cast<std::uint64_t>(value));
+    }
+    // `value` in units of 10^-Decimals; the divisor is a constant, so no division instruction.
+    template <int Decimals> static char* WriteFixed(char* p, std::int64_t value) {
+        static_assert(Decimals > 0 && Decimals <= 18);
+        std::uint64_t magnitude = static_cast<std::uint64_t>(value);
+        if (value < 0) {
+            *p++ = '-';
+            magnitude = static_cast<std::uint64_t>(0) - magnitude;
+        }
+        constexpr std::uint64_t scale = kPowersOfTen[Decimals];
+        const std::uint64_t whole = magnitude / scale;
+        p = WriteUnsigned(p, whole);
+        *p++ = '.';
+        if constexpr (Decimals <= 9) {
+            WriteFixedDigits<Decimals>(p, static_cast<std::uint32_t>(magnitude - whole * scale));
+        } else {
+            WriteDigits(p, magnitude - whole * scale, Decimals);
+        }
+        return p + Decimals;
+    }
+    // Calls `write` with std::integral_constant<int, decimals> for the counts of decimals prices
+    // are usually written with (1 to 8), and with 0 for any other count (see WritePrice).
+    template <typename Function>
+    static decltype(auto) WithDecimals(int decimals, Function&& write) {
+        switch (decimals) {
+        case 1:
+            return write(std::integral_constant<int, 1>{});
+        case 2:
+            return write(std::integral_constant<int, 2>{});
+        case 3:
+            return write(std::integral_constant<int, 3>{});
+        case 4:
+            return write(std::integral_constant<int, 4>{});
+        case 5:
+            return write(std::integral_constant<int, 5>{});
+        case 6:
+            return write(std::integral_constant<int, 6>{});
+        case 7:
+            return write(std::integral_constant<int, 7>{});
+        case 8:
+            return write(std::integral_constant<int, 8>{});
+        default:
+            return write(std::integral_constant<int, 0>{});
+        }
     }
     static char* WritePrice(char* p, std::int64_t value, int decimals);
     static char* WriteHex2(char* p, std::uint8_t value) {
@@ -158,6 +261,26 @@ public:
     }
 
 private:
+    static constexpr std::uint64_t kPowersOfTen[] = {1,
+                                                     10,
+                                                     100,
+                                                     1'000,
+                                                     10'000,
+                                                     100'000,
+                                                     1'000'000,
+                                                     10'000'000,
+                                                     100'000'000,
+                                                     1'000'000'000,
+                                                     10'000'000'000,
+                                                     100'000'000'000,
+                                                     1'000'000'000'000,
+                                                     10'000'000'000'000,
+                                                     100'000'000'000'000,
+                                                     1'000'000'000'000'000,
+                                                     10'000'000'000'000'000,
+                                                     100'000'000'000'000'000,
+                                                     1'000'000'000'000'000'000,
+                                                     10'000'000'000'000'000'000ULL};
     static constexpr char kDigitPairs[] = "00010203040506070809"
                                           "10111213141516171819"
                                           "20212223242526272829"

@@ -7,6 +7,7 @@
 #include "app/workspace.h"
 #include "base/fields.h"
 
+#include "headless_run.h"
 #include "line_client.h"
 #include "pixels.h"
 #include "portico_process.h"
@@ -31,15 +32,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> ReadLines(const std::string& file) {
-    std::ifstream in(file);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 class ExportTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -58,29 +50,15 @@ protected:
         WriteStartup(m_portico->adminPort(), m_portico->lookupPort(), m_portico->level1Port());
     }
     void WriteStartup(int admin, int lookup, int level1) {
-        m_home.writeFile("config/Orvane/Kestrel/Startup.conf",
-                         fmt::format("[General]\nAdminPort={}\nLookupPort={}\nLevel1Port={}\n",
-                                     admin, lookup, level1));
+        WriteStartupPorts(m_home, admin, lookup, level1);
     }
 
     // Runs Skychart; standard error as it came (standard output stays empty).
     RunResult Run(const std::vector<std::string>& arguments,
                   const std::string& executable = SKYCHART_EXECUTABLE,
                   const std::string& path = "/usr/bin:/bin") {
-        // Neither mode needs a display, so none is given: no X, no Wayland, no platform chosen.
-        // A runtime folder of its own keeps Qt from warning about a missing one.
-        const fs::path runtime = m_home.path() + "/runtime";
-        fs::create_directories(runtime);
-        fs::permissions(runtime, fs::perms::owner_all);
-        std::vector<std::string> environment =
-            EnvironmentWith({"XDG_CONFIG_HOME=" + m_home.path() + "/config",
-                             "XDG_STATE_HOME=" + m_home.path() + "/state",
-                             "XDG_RUNTIME_DIR=" + runtime.string(), "PATH=" + path});
-        std::erase_if(environment, [](const std::string& entry) {
-            return entry.starts_with("DISPLAY=") || entry.starts_with("WAYLAND_DISPLAY=") ||
-                   entry.starts_with("QT_QPA_PLATFORM=");
-        });
-        RunResult result = RunProcess(executable, arguments, environment, 120s);
+        // Neither mode needs a display, so none is given.
+        RunResult result = RunHeadless(executable, arguments, m_home, path);
         EXPECT_EQ(result.out, "");
         // Not a terminal: no progress line, nothing rewritten in place.
         EXPECT_EQ(result.err.find('\r'), std::string::npos) << result.err;

@@ -4,27 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
-#include "portico_process.h"
-#include "temp_dir.h"
+#include "headless_run.h"
 
 namespace skychart::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-std::vector<std::string> ReadLines(const std::string& file) {
-    std::ifstream in(file);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
 
 // A number as the export writes it: the shortest text that reads back the same.
 std::string Number(const std::string& text) {
@@ -66,25 +52,11 @@ TEST(DataFileExport, SkychartExportsTheFilesRows) {
                                home.path() + "/data", "--data-only", "--start-time",
                                "2024-03-02 12:00:00"}))
         << portico.errorOutput();
-    home.writeFile("config/Orvane/Kestrel/Startup.conf",
-                   "[General]\nAdminPort=" + std::to_string(portico.adminPort()) +
-                       "\nLookupPort=" + std::to_string(portico.lookupPort()) +
-                       "\nLevel1Port=" + std::to_string(portico.level1Port()) + "\n");
-    const fs::path runtime = home.path() + "/runtime";
-    fs::create_directories(runtime);
-    fs::permissions(runtime, fs::perms::owner_all);
-    std::vector<std::string> environment = EnvironmentWith(
-        {"XDG_CONFIG_HOME=" + home.path() + "/config", "XDG_STATE_HOME=" + home.path() + "/state",
-         "XDG_RUNTIME_DIR=" + runtime.string(), "PATH=/usr/bin:/bin"});
-    std::erase_if(environment, [](const std::string& entry) {
-        return entry.starts_with("DISPLAY=") || entry.starts_with("WAYLAND_DISPLAY=") ||
-               entry.starts_with("QT_QPA_PLATFORM=");
-    });
+    WriteStartupPorts(home, portico.adminPort(), portico.lookupPort(), portico.level1Port());
     const auto run = [&](const std::string& file, const std::string& type) {
-        const RunResult result =
-            RunProcess(SKYCHART_EXECUTABLE,
-                       {"--export", home.path() + "/" + file, "-symbol", "OWNX", "-type", type},
-                       environment, 120s);
+        const RunResult result = RunHeadless(
+            SKYCHART_EXECUTABLE,
+            {"--export", home.path() + "/" + file, "-symbol", "OWNX", "-type", type}, home);
         EXPECT_EQ(result.exitCode, 0) << result.err;
         return ReadLines(home.path() + "/" + file);
     };

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+
 #include "civil_time.h"
 #include "line_writer.h"
 #include "update_fields.h"
@@ -30,11 +33,37 @@ TEST(LineWriterTest, PricesKeepTheirDecimalsAndSign) {
         out.putPrice(c.value, c.decimals);
         EXPECT_EQ(out.str(), c.text) << c.value << " with " << c.decimals;
     }
+    // Every count of decimals has its own writer: each against a plain division, around every
+    // power of ten, with both signs.
+    for (int decimals = -1; decimals <= 19; ++decimals) {
+        for (std::uint64_t power = 1; power <= 1'000'000'000'000'000'000ULL; power *= 10) {
+            for (const std::uint64_t magnitude : {power - 1, power, power + 7}) {
+                for (const bool negative : {false, true}) {
+                    const auto value = static_cast<std::int64_t>(magnitude) * (negative ? -1 : 1);
+                    std::string expected = std::to_string(value);
+                    if (decimals > 0 && decimals <= 18) {
+                        std::string digits = std::to_string(magnitude);
+                        const auto width = static_cast<std::size_t>(decimals + 1);
+                        if (digits.size() < width) {
+                            digits.insert(0, width - digits.size(), '0');
+                        }
+                        digits.insert(digits.size() - static_cast<std::size_t>(decimals), ".");
+                        expected = (negative && magnitude > 0 ? "-" : "") + digits;
+                    }
+                    LineWriter out;
+                    out.putPrice(value, decimals);
+                    ASSERT_EQ(out.str(), expected) << value << " with " << decimals;
+                }
+            }
+        }
+    }
 }
 
 TEST(LineWriterTest, IntegersDatesAndTimes) {
     LineWriter out;
-    for (const std::uint64_t n : {0ULL, 9ULL, 10ULL, 18446744073709551615ULL}) {
+    for (const std::uint64_t n :
+         {0ULL, 9ULL, 10ULL, 99ULL, 100ULL, 999ULL, 1000ULL, 9999ULL, 10000ULL, 99999999ULL,
+          100000000ULL, 4294967296ULL, 9999999999999999999ULL, 18446744073709551615ULL}) {
         out.putUnsigned(n);
         out.put(',');
     }
@@ -44,7 +73,9 @@ TEST(LineWriterTest, IntegersDatesAndTimes) {
     out.put(',');
     out.putHex2(0x0A);
     out.putHex2(0xFF);
-    EXPECT_EQ(out.str(), "0,9,10,18446744073709551615,-9223372036854775808,000042,0AFF");
+    EXPECT_EQ(out.str(), "0,9,10,99,100,999,1000,9999,10000,99999999,100000000,4294967296,"
+                         "9999999999999999999,18446744073709551615,-9223372036854775808,000042,"
+                         "0AFF");
 
     out.clear();
     const Micros t = At(2026, 11, 20, 9, 30, 5, 123);
