@@ -66,7 +66,6 @@ double LoadOverLoopback(int port, const std::string& command, CChartHistRequest&
         [[maybe_unused]] const ssize_t written = write(wake[1], &byte, 1);
     });
     const int fd = ConnectTo(port);
-    std::vector<char> buffer(CKestrelStreamSocket::kReceiveCapacity);
     const auto start = Clock::now();
     if (send(fd, command.data(), command.size(), MSG_NOSIGNAL) !=
         static_cast<ssize_t>(command.size())) {
@@ -80,11 +79,14 @@ double LoadOverLoopback(int port, const std::string& command, CChartHistRequest&
             Fail("poll");
         }
         if ((watched[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+            std::vector<char> buffer = worker.Buffer();
+            buffer.resize(CKestrelStreamSocket::kReceiveCapacity);
             const ssize_t got = recv(fd, buffer.data(), buffer.size(), 0);
             if (got <= 0) {
                 Fail("portico closed the connection before the end marker");
             }
-            worker.Push(buffer.data(), static_cast<std::size_t>(got));
+            buffer.resize(static_cast<std::size_t>(got));
+            worker.Push(std::move(buffer));
         }
         if ((watched[1].revents & POLLIN) != 0) {
             char drained[64];

@@ -17,24 +17,34 @@ CHistoryAnswerWorker::~CHistoryAnswerWorker() {
     m_thread.join();
 }
 
-void CHistoryAnswerWorker::Push(const char* bytes, std::size_t size) {
-    if (size == 0) {
+std::vector<char> CHistoryAnswerWorker::Buffer() {
+    std::lock_guard lock(m_mutex);
+    if (m_spare.empty()) {
+        return {};
+    }
+    std::vector<char> buffer = std::move(m_spare.back());
+    m_spare.pop_back();
+    return buffer;
+}
+
+void CHistoryAnswerWorker::Push(std::vector<char>&& bytes) {
+    if (bytes.empty()) {
         return;
     }
     {
         std::lock_guard lock(m_mutex);
-        std::vector<char> buffer;
-        if (!m_spare.empty()) {
-            buffer = std::move(m_spare.back());
-            m_spare.pop_back();
-        }
-        buffer.assign(bytes, bytes + size);
-        m_queue.push_back(std::move(buffer));
-        m_pushed += size;
-        m_queued += size;
+        m_pushed += bytes.size();
+        m_queued += bytes.size();
         m_wasFull = m_wasFull || m_queued > kQueueLimit;
+        m_queue.push_back(std::move(bytes));
     }
     m_work.notify_one();
+}
+
+void CHistoryAnswerWorker::Push(const char* bytes, std::size_t size) {
+    std::vector<char> buffer = Buffer();
+    buffer.assign(bytes, bytes + size);
+    Push(std::move(buffer));
 }
 
 bool CHistoryAnswerWorker::HasRoom() const {

@@ -35,7 +35,12 @@ public:
     CHistoryAnswerWorker(const CHistoryAnswerWorker&) = delete;
     CHistoryAnswerWorker& operator=(const CHistoryAnswerWorker&) = delete;
 
-    // Received bytes, copied into a buffer of the worker. Taken even when the queue is full.
+    // An empty buffer to receive into (one the worker is done with, when there is one), to be
+    // handed back full with Push: the receiving thread then copies nothing itself.
+    std::vector<char> Buffer();
+    // Received bytes: the whole of `bytes` is read. Taken even when the queue is full.
+    void Push(std::vector<char>&& bytes);
+    // The same with a copy of `size` bytes at `bytes`.
     void Push(const char* bytes, std::size_t size);
     // False while the bytes waiting pass kQueueLimit: the receiving side should stop reading
     // (the sender then waits on the connection) until the wake-up says there is room.

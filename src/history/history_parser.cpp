@@ -76,8 +76,8 @@ template <typename OnLine> std::size_t ForEachLine(std::string_view text, OnLine
     const char* lineStart = begin;
     const char* fieldStart = begin;
     SLineFields fields;
-    const auto atDelimiter = [&](const char* at) {
-        if (*at == ',') {
+    const auto atDelimiter = [&](const char* at, bool comma) {
+        if (comma) {
             fields.Add(fieldStart, at);
             fieldStart = at + 1;
             return;
@@ -100,18 +100,19 @@ template <typename OnLine> std::size_t ForEachLine(std::string_view text, OnLine
     const __m128i cr = _mm_set1_epi8('\r');
     for (; end - p >= 16; p += 16) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        auto mask = static_cast<unsigned>(_mm_movemask_epi8(
-            _mm_or_si128(_mm_cmpeq_epi8(bytes, comma),
-                         _mm_or_si128(_mm_cmpeq_epi8(bytes, lf), _mm_cmpeq_epi8(bytes, cr)))));
+        const auto commas = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, comma)));
+        auto mask = commas | static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(
+                                 _mm_cmpeq_epi8(bytes, lf), _mm_cmpeq_epi8(bytes, cr))));
         while (mask != 0) {
-            atDelimiter(p + __builtin_ctz(mask));
+            const int at = __builtin_ctz(mask);
+            atDelimiter(p + at, ((commas >> at) & 1U) != 0);
             mask &= mask - 1;
         }
     }
 #endif
     for (; p != end; ++p) {
         if (*p == ',' || *p == '\n' || *p == '\r') {
-            atDelimiter(p);
+            atDelimiter(p, *p == ',');
         }
     }
     return static_cast<std::size_t>(lineStart - begin);
