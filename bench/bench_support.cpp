@@ -1,12 +1,13 @@
 #include "bench_support.h"
 
-#include "feed/feed_platform.h"
 #include "feed/kestrel_stream_socket.h"
 #include "history/chart_hist_request.h"
+#include "history/history_answer_worker.h"
 #include "history/history_parser.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,6 +19,7 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -28,99 +30,80 @@ using Clock = std::chrono::steady_clock;
     std::exit(1);
 }
 
-class CBlockingPlatformSocket : public IPlatformSocket {
-public:
-    ~CBlockingPlatformSocket() override { Close(); }
-    bool Create() override {
-        m_fd = socket(AF_INET, SOCK_STREAM, 0);
-        return m_fd >= 0;
+// The receiving side of the load, as the application's event loop does it: one read of at most
+// the stream socket's 64 KiB buffer per readable notification, handed to the parse worker, and
+// the lines the worker passes back handled on this thread.
+int ConnectTo(int port) {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(static_cast<std::uint16_t>(port));
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (fd < 0 || connect(fd, reinterpret_cast<sockaddr*>(&to), sizeof to) != 0) {
+        Fail("cannot connect to portico");
     }
-    bool Connect(const std::string& address, std::uint32_t port) override {
-        sockaddr_in to{};
-        to.sin_family = AF_INET;
-        to.sin_port = htons(static_cast<std::uint16_t>(port));
-        inet_pton(AF_INET, address.c_str(), &to.sin_addr);
-        return connect(m_fd, reinterpret_cast<sockaddr*>(&to), sizeof to) == 0;
-    }
-    int Send(const void* bytes, int length, int flags) override {
-        return Result(send(m_fd, bytes, static_cast<std::size_t>(length), flags | MSG_NOSIGNAL));
-    }
-    int Receive(void* buffer, int length, int flags) override {
-        return Result(recv(m_fd, buffer, static_cast<std::size_t>(length), flags));
-    }
-    std::intptr_t Accept() override { return -1; }
-    void Close() override {
-        if (m_fd >= 0) {
-            close(m_fd);
-            m_fd = -1;
-        }
-    }
-    int LastError() const override { return m_error; }
-
-private:
-    int Result(ssize_t count) {
-        m_error = count < 0 ? errno : 0;
-        return static_cast<int>(count);
-    }
-    int m_fd = -1;
-    int m_error = 0;
-};
-
-class CBlockingPlatform : public IFeedPlatform {
-public:
-    std::unique_ptr<IPlatformSocket> MakeSocket(IPlatformSocketEvents&) override {
-        return std::make_unique<CBlockingPlatformSocket>();
-    }
-    std::unique_ptr<IBlockingSocket> MakeBlockingSocket() override { return nullptr; }
-    bool LaunchConnectionManager(const std::vector<std::string>&, int& errorCode) override {
-        errorCode = ENOSYS;
-        return false;
-    }
-    int ReadPort(const std::string&, const std::string&, int defaultNumber) override {
-        return defaultNumber;
-    }
-};
-
-// Hands "Loo" lines straight from the socket's buffer to the parser.
-class CHistoryLineListener : public IKestrelSocketListener {
-public:
-    explicit CHistoryLineListener(CHistoryResponseParser& parser) : m_parser(parser) {}
-    void OnAccepted(std::intptr_t) override {}
-    void OnLine(CKestrelStreamSocket&, const char* line, char*) override {
-        if (std::strncmp(line, "Loo", 3) == 0) {
-            m_parser.OnHistoryLine(line);
-        }
-    }
-    void OnConnectionClosed(CKestrelStreamSocket&, int) override { m_closed = true; }
-    bool Closed() const { return m_closed; }
-
-private:
-    CHistoryResponseParser& m_parser;
-    bool m_closed = false;
-};
+    return fd;
+}
 
 } // namespace
 
 double LoadOverLoopback(int port, const std::string& command, CChartHistRequest& history) {
-    CBlockingPlatform platform;
     CHistoryResponseParser parser(history);
-    CHistoryLineListener listener(parser);
-    CKestrelStreamSocket socket(platform);
-    socket.SetListener(&listener);
-    if (!socket.Create() || !socket.Connect("127.0.0.1", static_cast<std::uint32_t>(port))) {
-        Fail("cannot connect the stream socket to portico");
+    // The worker's wake-up pipe outlives the worker, which may write to it until it stops.
+    struct SPipe {
+        int fd[2] = {-1, -1};
+        ~SPipe() {
+            close(fd[0]);
+            close(fd[1]);
+        }
+    } pipeEnds;
+    if (pipe(pipeEnds.fd) != 0) {
+        Fail("pipe");
     }
+    int* const wake = pipeEnds.fd;
+    CHistoryAnswerWorker worker(parser, [&wake] {
+        const char byte = 1;
+        [[maybe_unused]] const ssize_t written = write(wake[1], &byte, 1);
+    });
+    const int fd = ConnectTo(port);
     const auto start = Clock::now();
-    if (socket.Send(command) != static_cast<int>(command.size())) {
+    if (send(fd, command.data(), command.size(), MSG_NOSIGNAL) !=
+        static_cast<ssize_t>(command.size())) {
         Fail("cannot send the history command");
     }
+    pollfd watched[2] = {{fd, POLLIN, 0}, {wake[0], POLLIN, 0}};
     while (!history.IsHistoryComplete()) {
-        socket.OnReceive(0);
-        if (socket.LastReceiveCount() <= 0) {
-            Fail("portico closed the connection before the end marker");
+        // While the worker is behind, the socket is left unread and portico waits.
+        watched[0].events = worker.HasRoom() ? POLLIN : 0;
+        if (poll(watched, 2, -1) < 0) {
+            Fail("poll");
+        }
+        if ((watched[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+            std::vector<char> buffer = worker.Buffer();
+            buffer.resize(CKestrelStreamSocket::kReceiveCapacity);
+            const ssize_t got = recv(fd, buffer.data(), buffer.size(), 0);
+            if (got <= 0) {
+                Fail("portico closed the connection before the end marker");
+            }
+            buffer.resize(static_cast<std::size_t>(got));
+            worker.Push(std::move(buffer));
+        }
+        if ((watched[1].revents & POLLIN) != 0) {
+            char drained[64];
+            [[maybe_unused]] const ssize_t read_ = read(wake[0], drained, sizeof drained);
+            for (const std::string& line : worker.TakeLines()) {
+                if (line.compare(0, 3, "Loo") == 0) {
+                    parser.OnHistoryLine(line);
+                }
+            }
+            if (worker.TakeFailure()) {
+                Fail("a line of the answer could not be read");
+            }
         }
     }
-    return std::chrono::duration<double>(Clock::now() - start).count();
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    close(fd);
+    return seconds;
 }
 
 SLoadOptions ParseLoadOptions(int argc, char** argv, const char* usage) {

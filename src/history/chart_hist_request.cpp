@@ -36,13 +36,14 @@ void CHistoryRequestBase::Clear() {
 
 void CHistoryRequestBase::ClearSeries() {
     for (std::size_t i = 0; i < m_count; ++i) {
-        m_ticks[i]->~sTICK();
+        Slot(i)->~sTICK();
     }
     for (sTICK* erased : m_erased) {
         erased->~sTICK();
     }
     m_erased.clear();
-    m_ticks.reset();
+    m_index.clear();
+    m_index.shrink_to_fit();
     m_blocks.clear();
     m_blocks.shrink_to_fit();
     m_count = 0;
@@ -51,9 +52,21 @@ void CHistoryRequestBase::ClearSeries() {
 }
 
 void CHistoryRequestBase::Erase(std::size_t index) {
-    m_erased.push_back(m_ticks[index]);
-    std::copy(m_ticks.get() + index + 1, m_ticks.get() + m_count, m_ticks.get() + index);
+    m_erased.push_back(Slot(index));
+    for (std::size_t i = index; i + 1 < m_count; ++i) {
+        Slot(i) = Slot(i + 1);
+    }
     --m_count;
+}
+
+std::size_t CHistoryRequestBase::SeriesBytes() const {
+    std::size_t bytes = m_index.capacity() * sizeof(m_index[0]) +
+                        m_index.size() * kIndexChunk * sizeof(sTICK*) +
+                        m_erased.capacity() * sizeof(sTICK*);
+    for (const SBlock& block : m_blocks) {
+        bytes += block.capacity * sizeof(sTICK);
+    }
+    return bytes + m_blocks.capacity() * sizeof(SBlock);
 }
 
 sTICK* CHistoryRequestBase::AllocateRecord() {
@@ -73,15 +86,14 @@ sTICK* CHistoryRequestBase::AllocateRecord() {
 
 void CHistoryRequestBase::PushBack(const sTICK& tick) {
     if (m_count == m_capacity) {
-        const std::size_t capacity = m_capacity + m_growthStep;
-        auto grown = std::make_unique_for_overwrite<sTICK*[]>(capacity);
-        std::copy(m_ticks.get(), m_ticks.get() + m_count, grown.get());
-        m_ticks = std::move(grown);
-        m_capacity = capacity;
+        m_capacity += m_growthStep;
+    }
+    if ((m_count >> kIndexShift) == m_index.size()) {
+        m_index.push_back(std::make_unique_for_overwrite<sTICK*[]>(kIndexChunk));
     }
     sTICK* place = AllocateRecord();
     try {
-        m_ticks[m_count] = new (place) sTICK(tick);
+        Slot(m_count) = new (place) sTICK(tick);
     } catch (...) {
         --m_blocks.back().used;
         throw;
@@ -260,6 +272,11 @@ SRangeExtremes CChartHistRequest::GetExtremes(int first, int count) const {
 void CChartHistRequest::Clear() {
     std::lock_guard lock(m_lock);
     ClearSeries();
+}
+
+std::size_t CChartHistRequest::GetSeriesBytes() const {
+    std::lock_guard lock(m_lock);
+    return SeriesBytes();
 }
 
 std::size_t CChartHistRequest::GetCapacity() const {

@@ -11,9 +11,10 @@
 #include <string>
 #include <vector>
 
-// Owns the series: records at fixed addresses, reached through a pointer array that grows by a
-// fixed step. Records are carved out of large blocks, so a long history costs a handful of
-// allocations instead of one per point.
+// Owns the series: records at fixed addresses, reached through an index of pointers. The index
+// is kept in chunks, so growing it never copies the pointers already held; its capacity is still
+// counted in growth steps. Records are carved out of large blocks, so a long history costs a
+// handful of allocations instead of one per point.
 class CHistoryRequestBase {
 public:
     static constexpr std::size_t kDefaultGrowthStep = 1'000'000;
@@ -37,16 +38,28 @@ protected:
     // cleared.
     void Erase(std::size_t index);
     std::size_t SeriesCount() const { return m_count; }
-    sTICK& At(std::size_t index) { return *m_ticks[index]; }
-    const sTICK& At(std::size_t index) const { return *m_ticks[index]; }
+    sTICK& At(std::size_t index) { return *Slot(index); }
+    const sTICK& At(std::size_t index) const { return *Slot(index); }
     std::size_t SeriesCapacity() const { return m_capacity; }
     std::size_t SeriesGrowthStep() const { return m_growthStep; }
     void SetSeriesGrowthStep(std::size_t step) { m_growthStep = step == 0 ? 1 : step; }
+    // The bytes the series holds: its records' blocks and its index.
+    std::size_t SeriesBytes() const;
 
 private:
-    sTICK* AllocateRecord();
+    // Pointers per chunk of the index.
+    static constexpr std::size_t kIndexShift = 16;
+    static constexpr std::size_t kIndexChunk = std::size_t{1} << kIndexShift;
 
-    std::unique_ptr<sTICK*[]> m_ticks;
+    sTICK* AllocateRecord();
+    sTICK*& Slot(std::size_t index) {
+        return m_index[index >> kIndexShift][index & (kIndexChunk - 1)];
+    }
+    const sTICK* Slot(std::size_t index) const {
+        return m_index[index >> kIndexShift][index & (kIndexChunk - 1)];
+    }
+
+    std::vector<std::unique_ptr<sTICK*[]>> m_index;
     std::size_t m_count = 0;
     std::size_t m_capacity = 0;
     std::size_t m_growthStep = kDefaultGrowthStep;
@@ -144,6 +157,8 @@ public:
     SRangeExtremes GetExtremes(int first, int count) const;
 
     void Clear() override;
+    // The bytes the series holds now: its records' storage and its index.
+    std::size_t GetSeriesBytes() const;
     std::size_t GetCapacity() const;
     std::size_t GetGrowthStep() const;
     void SetGrowthStep(std::size_t step);

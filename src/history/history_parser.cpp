@@ -2,14 +2,20 @@
 
 #include "base/error.h"
 #include "base/numbers.h"
+#include "history/answer_numbers.h"
 #include "history/chart_hist_request.h"
 #include "history/tick.h"
 
 #include <charconv>
 #include <climits>
 #include <cstring>
+#include <exception>
 #include <fmt/format.h>
 #include <string>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -21,6 +27,7 @@ struct SLineFields {
     std::string_view field[kKept];
     int count = 0;
 
+    SLineFields() = default;
     explicit SLineFields(std::string_view line) {
         const char* start = line.data();
         const char* const end = start + line.size();
@@ -43,6 +50,13 @@ struct SLineFields {
         count = n;
     }
 
+    void Add(const char* from, const char* to) {
+        if (count < kKept) {
+            field[count] = std::string_view(from, static_cast<std::size_t>(to - from));
+        }
+        ++count;
+    }
+
     // Field `index`, or CInvalidArgException when the line has no such field.
     std::string_view At(int index) const {
         if (index >= count || index >= kKept) {
@@ -52,6 +66,57 @@ struct SLineFields {
         return field[index];
     }
 };
+
+// Calls `onLine(line, fields)` for every complete line of `text` (any run of CR and LF ends a
+// line, empty lines are skipped), splitting lines and fields in the same pass; returns the count
+// of bytes up to and including the last line end.
+template <typename OnLine> std::size_t ForEachLine(std::string_view text, OnLine&& onLine) {
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    const char* lineStart = begin;
+    const char* fieldStart = begin;
+    SLineFields fields;
+    const auto atDelimiter = [&](const char* at, bool comma) {
+        if (comma) {
+            fields.Add(fieldStart, at);
+            fieldStart = at + 1;
+            return;
+        }
+        if (at != lineStart) {
+            if (fieldStart != at) {
+                fields.Add(fieldStart, at);
+            }
+            onLine(std::string_view(lineStart, static_cast<std::size_t>(at - lineStart)), fields);
+        }
+        fields.count = 0;
+        lineStart = at + 1;
+        fieldStart = at + 1;
+    };
+    const char* p = begin;
+#if defined(__SSE2__)
+    // Sixteen bytes at a time: one mask of the commas, CRs and LFs, walked bit by bit.
+    const __m128i comma = _mm_set1_epi8(',');
+    const __m128i lf = _mm_set1_epi8('\n');
+    const __m128i cr = _mm_set1_epi8('\r');
+    for (; end - p >= 16; p += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const auto commas = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, comma)));
+        auto mask = commas | static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(
+                                 _mm_cmpeq_epi8(bytes, lf), _mm_cmpeq_epi8(bytes, cr))));
+        while (mask != 0) {
+            const int at = __builtin_ctz(mask);
+            atDelimiter(p + at, ((commas >> at) & 1U) != 0);
+            mask &= mask - 1;
+        }
+    }
+#endif
+    for (; p != end; ++p) {
+        if (*p == ',' || *p == '\n' || *p == '\r') {
+            atDelimiter(p, *p == ',');
+        }
+    }
+    return static_cast<std::size_t>(lineStart - begin);
+}
 
 bool StartsWith(std::string_view text, char c) {
     return !text.empty() && text.front() == c;
@@ -79,7 +144,7 @@ std::int32_t CutMicroseconds(std::string_view text) {
     if (text.size() <= 20) {
         return 0;
     }
-    return ToInteger<std::int32_t>(text.substr(20, 6));
+    return answer_numbers::Int(text.substr(20, 6));
 }
 
 bool ContainsEndMarker(std::string_view text) {
@@ -108,18 +173,18 @@ bool ParseFields(const SLineFields& f, std::uint32_t kind, bool extendedTrades, 
         const std::string_view stamp = f.field[2];
         tick.time = CutTimeStamp(stamp, true);
         tick.microseconds = CutMicroseconds(stamp);
-        const double price = ToDouble(f.field[3]);
+        const double price = answer_numbers::Price(f.field[3]);
         tick.high = price;
         tick.low = price;
         tick.close = price;
         tick.open = 0.0;
-        tick.size = ToUnsigned32(f.field[4]);
-        tick.volume = ToInteger<std::int64_t>(f.field[5]);
-        tick.bid = ToDouble(f.field[6]);
-        tick.ask = ToDouble(f.field[7]);
-        tick.tickId = ToUnsigned32(f.field[8]);
-        tick.aggressor = static_cast<std::uint8_t>(ToInteger<int>(f.field[12]));
-        tick.dayCode = static_cast<std::uint8_t>(ToInteger<int>(f.field[13]));
+        tick.size = answer_numbers::Unsigned32(f.field[4]);
+        tick.volume = answer_numbers::Int64(f.field[5]);
+        tick.bid = answer_numbers::Price(f.field[6]);
+        tick.ask = answer_numbers::Price(f.field[7]);
+        tick.tickId = answer_numbers::Unsigned32(f.field[8]);
+        tick.aggressor = static_cast<std::uint8_t>(answer_numbers::Int(f.field[12]));
+        tick.dayCode = static_cast<std::uint8_t>(answer_numbers::Int(f.field[13]));
         tick.word1 = 0;
         tick.word2 = 0;
         return true;
@@ -131,15 +196,15 @@ bool ParseFields(const SLineFields& f, std::uint32_t kind, bool extendedTrades, 
     }
     const bool intervalBar = kind <= 5;
     tick.time = CutTimeStamp(f.field[2], intervalBar);
-    tick.high = ToDouble(f.field[3]);
-    tick.low = ToDouble(f.field[4]);
-    tick.open = ToDouble(f.field[5]);
-    tick.close = ToDouble(f.field[6]);
-    tick.volume = ToInteger<std::int64_t>(f.field[7]);
+    tick.high = answer_numbers::Price(f.field[3]);
+    tick.low = answer_numbers::Price(f.field[4]);
+    tick.open = answer_numbers::Price(f.field[5]);
+    tick.close = answer_numbers::Price(f.field[6]);
+    tick.volume = answer_numbers::Int64(f.field[7]);
     if (intervalBar) {
-        tick.size = ToUnsigned32(f.field[8]);
+        tick.size = answer_numbers::Unsigned32(f.field[8]);
     } else {
-        tick.openInterest = ToUnsigned32(f.field[8]);
+        tick.openInterest = answer_numbers::Unsigned32(f.field[8]);
         if (kind <= 7) {
             tick.dayCode = tick.time.IsValid() ? static_cast<std::uint8_t>(Digits(f.field[2], 8, 2))
                                                : std::uint8_t{255};
@@ -207,6 +272,76 @@ SHistoryLine CHistoryResponseParser::OnHistoryLine(std::string_view line) {
         m_history.AppendTick(tick);
     }
     return result;
+}
+
+std::size_t CHistoryResponseParser::OnHistoryText(std::string_view text, const LineSink& passOn) {
+    std::exception_ptr failure;
+    const auto fail = [&failure] {
+        if (!failure) {
+            failure = std::current_exception();
+        }
+    };
+    if (m_batch.size() != kBatch) {
+        m_batch.resize(kBatch);
+    }
+    std::size_t batched = 0;
+    const auto flush = [&] {
+        if (batched > 0) {
+            m_history.AppendTicks(m_batch.data(), batched);
+            batched = 0;
+        }
+    };
+    const std::size_t taken = ForEachLine(text, [&](std::string_view line,
+                                                    const SLineFields& fields) {
+        const bool history = line.size() >= 3 && line.compare(0, 3, "Loo") == 0;
+        if (history && fields.count >= 4 && !StartsWith(fields.field[1], 'E') &&
+            !StartsWith(fields.field[1], '!') && m_history.IsChartAlive()) {
+            if (m_history.GetPriceTextWidth() == 0) {
+                m_history.SetPriceTextWidth(PriceTextWidthOf(fields.field[3]));
+            }
+            // A record line with every field that any kind reads: the common case, parsed here.
+            if (fields.count >= 9) {
+                const std::string_view id = fields.field[0];
+                const unsigned digit =
+                    static_cast<unsigned char>(id.back()) - static_cast<unsigned>('0');
+                if (digit > 9) {
+                    return;
+                }
+                try {
+                    sTICK& tick = m_batch[batched];
+                    tick = sTICK{};
+                    if (ParseFields(fields, digit, m_history.AreExtendedTradesAccepted(), tick) &&
+                        ++batched == kBatch) {
+                        flush();
+                    }
+                } catch (...) {
+                    fail();
+                }
+                return;
+            }
+        }
+        flush();
+        if (passOn) {
+            passOn(line);
+            return;
+        }
+        if (history) {
+            try {
+                OnHistoryLine(line);
+            } catch (...) {
+                fail();
+            }
+        }
+    });
+    try {
+        flush();
+    } catch (...) {
+        fail();
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    return taken;
 }
 
 bool CHistoryResponseParser::ParseRecord(std::string_view line, std::uint32_t kind,

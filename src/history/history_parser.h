@@ -5,9 +5,11 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "history/tick.h"
 
 class CChartHistRequest;
-struct sTICK;
 
 // The character width of price labels from a price text: length - position of the first "."
 // + 9 (no point counts as position -1), at least 11.
@@ -34,6 +36,7 @@ struct SHistoryLine {
 class CHistoryResponseParser {
 public:
     using LiveTradeHandler = std::function<void(const std::string& line)>;
+    using LineSink = std::function<void(std::string_view line)>;
 
     explicit CHistoryResponseParser(CChartHistRequest& history);
 
@@ -43,6 +46,13 @@ public:
     // end marker anywhere empties the series. Short or malformed lines throw
     // CInvalidArgException; records appended before stay.
     SHistoryLine OnHistoryLine(std::string_view line);
+    // A stretch of received text cut into lines (any run of CR and LF ends a line; empty lines
+    // are dropped). Record lines of every kind are parsed here and appended under one lock per
+    // batch. Every other line goes, in order, to `passOn` when it is set; without it, other lines
+    // beginning with "Loo" go to OnHistoryLine and the rest are dropped. Only complete lines are
+    // read: returns the count of bytes up to and including the last line end. A line that throws
+    // is lost alone: the others are read and the first failure is thrown at the end.
+    std::size_t OnHistoryText(std::string_view text, const LineSink& passOn = {});
     // The end marker arrived: sets the history complete flag and hands every held Level 1 line,
     // oldest first, to the live-trade handler, which tells the trades the answer holds already
     // from the later ones and drops what it cannot read. The handler must not throw.
@@ -75,7 +85,11 @@ public:
     bool ParseRecord(std::string_view line, std::uint32_t kind, sTICK& tick) const;
 
 private:
+    // Records parsed by OnHistoryText that wait for the next append.
+    static constexpr std::size_t kBatch = 256;
+
     CChartHistRequest& m_history;
+    std::vector<sTICK> m_batch;
     std::deque<std::string> m_held;
     std::size_t m_heldLimit = kHeldLineLimit;
     std::uint64_t m_heldDropped = 0;

@@ -1,12 +1,18 @@
 #include "base/error.h"
+#include "history/answer_numbers.h"
 #include "history/chart_hist_request.h"
+#include "history/history_answer_worker.h"
 #include "history/history_parser.h"
+#include "line_client.h"
+#include "portico_process.h"
 
 #include <gtest/gtest.h>
 
 #include <fmt/format.h>
 
 #include <climits>
+#include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -229,6 +235,166 @@ TEST_F(Parser, DateRangeOfTheRequestFiltersParsedTicks) {
     ASSERT_EQ(history.GetCount(), 3);
     EXPECT_EQ(history.GetClose(0), 2.0);
     EXPECT_EQ(history.GetClose(2), 4.0);
+}
+
+// The short paths for the numbers of answer lines give, bit for bit, what the general readers
+// give: plain decimals of every length around the exact limits, and every other form.
+TEST(AnswerNumbers, AgreeWithTheGeneralReadersOnGeneratedFields) {
+    std::mt19937 random(11);
+    const std::string junk = "0123456789.-+ eExn";
+    const auto pick = [&random](int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(random);
+    };
+    std::vector<std::string> texts = {"",    "-",   ".5",  "-0", "-0.0", "9007199254740993",
+                                      "1e5", "inf", "nan", " 7", "+7",   "18446744073709551616"};
+    for (int i = 0; i < 300000; ++i) {
+        std::string text;
+        if (pick(0, 3) != 0) {
+            text = pick(0, 4) == 0 ? "-" : "";
+            for (int n = pick(1, 19); n > 0; --n) {
+                text += static_cast<char>('0' + pick(0, 9));
+            }
+            if (pick(0, 2) != 0) {
+                text += '.';
+                for (int n = pick(0, 24); n > 0; --n) {
+                    text += static_cast<char>('0' + pick(0, 9));
+                }
+            }
+        } else {
+            for (int n = pick(0, 22); n > 0; --n) {
+                text += junk[static_cast<std::size_t>(pick(0, static_cast<int>(junk.size()) - 1))];
+            }
+        }
+        texts.push_back(text);
+    }
+    for (const std::string& text : texts) {
+        const double fast = answer_numbers::Price(text);
+        const double general = ToDouble(text);
+        ASSERT_EQ(std::memcmp(&fast, &general, sizeof fast), 0) << text;
+        ASSERT_EQ(answer_numbers::Int64(text), ToInteger<std::int64_t>(text)) << text;
+        ASSERT_EQ(answer_numbers::Int(text), ToInteger<int>(text)) << text;
+        ASSERT_EQ(answer_numbers::Unsigned32(text), ToUnsigned32(text)) << text;
+    }
+}
+
+// Every field of every record, and the flags an answer sets.
+std::string Outcome(const CChartHistRequest& history, const CHistoryResponseParser& parser,
+                    int failures) {
+    std::string text = fmt::format("width {} complete {} error '{}' ended {} failed {}\n",
+                                   history.GetPriceTextWidth(), history.IsHistoryComplete(),
+                                   parser.AnswerError(), parser.AnswerEnded(), failures > 0);
+    sTICK t;
+    for (int i = 0; i < history.GetCount(); ++i) {
+        history.GetTick(i, t);
+        text +=
+            fmt::format("{} {} {} {} {} {} {} {} {} {} {} {} {} {} {}\n", t.time.Days(),
+                        t.microseconds, t.open, t.high, t.low, t.close, t.size, t.volume, t.bid,
+                        t.ask, t.tickId, t.aggressor, t.dayCode, t.openInterest, t.time.IsValid());
+    }
+    return text;
+}
+
+// An answer read as received text, in one piece or in pieces of any size on the worker thread,
+// gives what its lines give one by one: real answers of portico of every layout, and lines that
+// break each rule, with line ends of every kind and lines of other answers between them.
+TEST(AnswerText, GivesWhatItsLinesGiveInOnePieceAndInPiecesOnTheWorker) {
+    skychart::test::PorticoProcess portico(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(portico.start({"--linger", "0", "--connect-delay", "0"})) << portico.errorOutput();
+    std::vector<std::string> lines = {
+        "Lookup0,LH,2026-01-05 09:30:00.000000,123.4567,100,",
+        "Lookup3,LH,2026-01-08 09:30:00,11,",
+        "Lookup0,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,",
+        "Lookup1,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,",
+        "Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,O,11,3D,1,",
+        "Lookup0,LH,2026-01-05 09:30:00.5,1.5,-1,2,3,4,--5,C,11,3D,1,22,",
+        "Lookup0,LH,2026-02-30 09:30:00.000000,1.5,1,2,3,4,5,C,11,3D,1,22,",
+        "Lookup3,LH,2026-01-05 24:00:00,1,1,1,1,1,1,",
+        "Lookup7,LH,2026-13-01,1,1,1,1,1,1,",
+        "LookupX,LH,2026-03-01,5,4,4.5,4.75,1000,0,",
+        "Lookup0,E,!NO_DATA!,",
+        "Lookup0,!ENDMSG!,x",
+        "Lookup0,!SYN!,1,2,3,4,5,6,7,8,9,10,11,12,",
+        "LSe,other,answer",
+        "Q,ABC,1,",
+        "Lookup0,"};
+    const char* const requests[][2] = {{"HTX,LUMA,3000,1,Lookup0", "Lookup0"},
+                                       {"HIX,LUMA,300,400,1,Lookup3,,s,0", "Lookup3"},
+                                       {"HDX,LUMA,300,1,Lookup6", "Lookup6"},
+                                       {"HWX,LUMA,50,1,Lookup8", "Lookup8"}};
+    for (const auto& [command, id] : requests) {
+        std::vector<std::string> answer =
+            skychart::test::LookupAnswer(portico.lookupPort(), command, id);
+        ASSERT_GT(answer.size(), 40U) << command;
+        answer.pop_back();
+        lines.insert(lines.end(), answer.begin(), answer.end());
+    }
+    lines.push_back("Lookup0,!ENDMSG!,");
+    std::string text;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        text += lines[i] + (i % 5 == 0 ? "\n" : i % 7 == 0 ? "\r\n\n\r" : "\r\n");
+    }
+
+    CChartHistRequest history;
+    const auto fresh = [&history] {
+        history.Clear();
+        history.SetHistoryComplete(false);
+        history.SetPriceTextWidth(0);
+    };
+    int failures = 0;
+    std::string byLines;
+    {
+        CHistoryResponseParser parser(history);
+        for (const std::string& line : lines) {
+            if (line.starts_with("Loo")) {
+                try {
+                    parser.OnHistoryLine(line);
+                } catch (const CInvalidArgException&) {
+                    ++failures;
+                }
+            }
+        }
+        byLines = Outcome(history, parser, failures);
+    }
+    ASSERT_GT(history.GetCount(), 3000);
+    ASSERT_EQ(failures, 3);
+
+    fresh();
+    {
+        CHistoryResponseParser parser(history);
+        EXPECT_THROW(parser.OnHistoryText(text), CInvalidArgException);
+        EXPECT_EQ(Outcome(history, parser, 1), byLines);
+        // Only ended lines are read: the rest stays with the caller.
+        EXPECT_EQ(parser.OnHistoryText("LSe,x\r\nLookup0,LH,2026-01-05 09:30:00.5,1.5"), 7U);
+        EXPECT_EQ(Outcome(history, parser, 1), byLines);
+    }
+    for (const std::size_t piece : {1UL, 13UL, 4099UL, 65536UL}) {
+        fresh();
+        CHistoryResponseParser parser(history);
+        std::vector<std::string> passedOn;
+        bool failed = false;
+        {
+            CHistoryAnswerWorker worker(parser);
+            for (std::size_t at = 0; at < text.size(); at += piece) {
+                worker.Push(text.data() + at, std::min(piece, text.size() - at));
+            }
+            worker.Drain();
+            passedOn = worker.TakeLines();
+            failed = worker.TakeFailure() != nullptr;
+            EXPECT_EQ(worker.BytesPushed(), text.size());
+        }
+        ASSERT_EQ(passedOn.size(), 9U) << piece;
+        EXPECT_EQ(passedOn.back(), "Lookup0,!ENDMSG!,");
+        for (const std::string& line : passedOn) {
+            if (line.starts_with("Loo")) {
+                try {
+                    parser.OnHistoryLine(line);
+                } catch (const CInvalidArgException&) {
+                    failed = true;
+                }
+            }
+        }
+        EXPECT_EQ(Outcome(history, parser, failed ? 1 : 0), byLines) << piece;
+    }
 }
 
 } // namespace

@@ -1,0 +1,149 @@
+#include "history/history_answer_worker.h"
+
+#include "history/history_parser.h"
+
+#include <string_view>
+#include <utility>
+
+CHistoryAnswerWorker::CHistoryAnswerWorker(CHistoryResponseParser& parser, Notify wake)
+    : m_parser(parser), m_wake(std::move(wake)), m_thread([this] { Run(); }) {}
+
+CHistoryAnswerWorker::~CHistoryAnswerWorker() {
+    {
+        std::lock_guard lock(m_mutex);
+        m_stop = true;
+    }
+    m_work.notify_one();
+    m_thread.join();
+}
+
+std::vector<char> CHistoryAnswerWorker::Buffer() {
+    std::lock_guard lock(m_mutex);
+    if (m_spare.empty()) {
+        return {};
+    }
+    std::vector<char> buffer = std::move(m_spare.back());
+    m_spare.pop_back();
+    return buffer;
+}
+
+void CHistoryAnswerWorker::Push(std::vector<char>&& bytes) {
+    if (bytes.empty()) {
+        return;
+    }
+    {
+        std::lock_guard lock(m_mutex);
+        m_pushed += bytes.size();
+        m_queued += bytes.size();
+        m_wasFull = m_wasFull || m_queued > kQueueLimit;
+        m_queue.push_back(std::move(bytes));
+    }
+    m_work.notify_one();
+}
+
+void CHistoryAnswerWorker::Push(const char* bytes, std::size_t size) {
+    std::vector<char> buffer = Buffer();
+    buffer.assign(bytes, bytes + size);
+    Push(std::move(buffer));
+}
+
+bool CHistoryAnswerWorker::HasRoom() const {
+    std::lock_guard lock(m_mutex);
+    return m_queued <= kQueueLimit;
+}
+
+std::vector<std::string> CHistoryAnswerWorker::TakeLines() {
+    std::lock_guard lock(m_mutex);
+    return std::exchange(m_lines, {});
+}
+
+std::exception_ptr CHistoryAnswerWorker::TakeFailure() {
+    std::lock_guard lock(m_mutex);
+    return std::exchange(m_failure, nullptr);
+}
+
+void CHistoryAnswerWorker::Drain() {
+    std::unique_lock lock(m_mutex);
+    m_idle.wait(lock, [this] { return m_queue.empty() && !m_busy; });
+}
+
+std::uint64_t CHistoryAnswerWorker::BytesPushed() const {
+    std::lock_guard lock(m_mutex);
+    return m_pushed;
+}
+
+void CHistoryAnswerWorker::Run() {
+    std::vector<std::string> lines;
+    const CHistoryResponseParser::LineSink passOn = [&lines](std::string_view line) {
+        lines.emplace_back(line);
+    };
+    for (;;) {
+        std::vector<char> buffer;
+        {
+            std::unique_lock lock(m_mutex);
+            m_busy = false;
+            m_idle.notify_all();
+            m_work.wait(lock, [this] { return m_stop || !m_queue.empty(); });
+            if (m_queue.empty()) {
+                return;
+            }
+            buffer = std::move(m_queue.front());
+            m_queue.pop_front();
+            m_queued -= buffer.size();
+            m_busy = true;
+        }
+        // A line cut by the end of the last buffer is completed from the head of this one; the
+        // rest is read in place, up to its last line end.
+        std::string_view text(buffer.data(), buffer.size());
+        std::exception_ptr failure;
+        const auto read = [&](std::string_view part) {
+            try {
+                m_parser.OnHistoryText(part, passOn);
+            } catch (...) {
+                if (!failure) {
+                    failure = std::current_exception();
+                }
+            }
+        };
+        if (!m_pending.empty()) {
+            const std::size_t head = text.find_first_of("\r\n");
+            const std::size_t cut = head == std::string_view::npos ? text.size() : head;
+            m_pending.insert(m_pending.end(), text.begin(),
+                             text.begin() + static_cast<std::ptrdiff_t>(cut));
+            text.remove_prefix(cut);
+            if (!text.empty()) {
+                m_pending.push_back('\n');
+                read(std::string_view(m_pending.data(), m_pending.size()));
+                m_pending.clear();
+            }
+        }
+        const std::size_t last = text.find_last_of("\r\n");
+        const std::size_t whole = last == std::string_view::npos ? 0 : last + 1;
+        read(text.substr(0, whole));
+        m_pending.insert(m_pending.end(), text.begin() + static_cast<std::ptrdiff_t>(whole),
+                         text.end());
+        bool notify = failure != nullptr;
+        {
+            std::lock_guard lock(m_mutex);
+            if (failure && !m_failure) {
+                m_failure = failure;
+            }
+            if (!lines.empty()) {
+                notify = true;
+                for (std::string& line : lines) {
+                    m_lines.push_back(std::move(line));
+                }
+                lines.clear();
+            }
+            buffer.clear();
+            m_spare.push_back(std::move(buffer));
+            if (m_wasFull && m_queued <= kQueueLimit) {
+                m_wasFull = false;
+                notify = true;
+            }
+        }
+        if (notify && m_wake) {
+            m_wake();
+        }
+    }
+}
