@@ -134,10 +134,11 @@ void CStudyPanes::Clear() {
 }
 
 void CStudyPanes::TakeSpareRoom() {
+    // A set still drawn somewhere is left to go when that drawing goes.
     if (m_spare != nullptr && m_spare.use_count() == 1) {
         m_spare->GiveRoom(*m_store);
-        m_spare.reset();
     }
+    m_spare.reset();
 }
 
 void CStudyPanes::SetFinishedHandler(std::function<void()> handler) {

@@ -80,7 +80,7 @@ private:
     bool FollowGrowth();
     SStudyContext Context() const;
 
-    // Hands the room of the set replaced by a new series to the store, once nothing draws it.
+    // Hands the room of the set replaced by a new series to the store when nothing draws it.
     void TakeSpareRoom();
 
     SUpperStudySettings m_upper;

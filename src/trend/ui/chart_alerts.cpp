@@ -66,7 +66,7 @@ void CChartAlerts::OnTrade(const std::string& symbol, const SLiveTrade& trade) {
         Saved();
     }
     const auto& chart = m_trendlines.Chart();
-    if (!chart || chart->symbol != symbol) {
+    if (!chart || chart->symbol != symbol || m_trendlines.Lists().Count() == 0) {
         return;
     }
     bool lineFired = false;
