@@ -365,12 +365,13 @@ void AddFiftyTrendlines(CMainFrame& frame, const CChartHistRequest& history) {
 }
 
 // The bytes that the studies shown keep for each point of the series: every column of the
-// averages, the bands and the panes, and the series' columns that they read, by their room.
+// averages, the bands and the panes, and the series' columns that they read, as written (the room
+// kept for live points is not resident until they come).
 double StudyBytesPerPoint(const CStudyPanes& studies) {
     const CStudySet& set = studies.Current();
     double bytes = 0.0;
     auto add = [&bytes](const std::vector<double>& column) {
-        bytes += static_cast<double>(column.capacity() * sizeof(double));
+        bytes += static_cast<double>(column.size() * sizeof(double));
     };
     for (int number = 1; number <= 3; ++number) {
         add(set.Average(number));

@@ -43,7 +43,7 @@ bool CStudyInputs::Read(const CChartHistRequest& history, int dataType,
             store->Fill(*column);
         }
         const bool used = !ticks || column == &m_close || column == &m_volume;
-        column->resize(used ? count : 0);
+        study_kernels::detail::Sized(*column, used ? count : 0);
     }
     bool read = true;
     if (count > kSplitRead) {
