@@ -274,7 +274,7 @@ void CChartLoader::OnProgressTick(IHistoryProgressSink& sink,
 
 void CChartLoader::ShowLivePoints(IHistoryProgressSink& sink) {
     if (HistoryShown()) {
-        m_progress.OnTimer(m_history, m_settings.GetInt(keys::kRequestDataType), sink);
+        m_progress.OnTimer(m_history, m_settings.GetInt(keys::kRequestDataType), sink, false);
     }
 }
 

@@ -121,7 +121,7 @@ public:
                    std::chrono::steady_clock::time_point now = std::chrono::steady_clock::now());
 
     // The live part of a progress tick alone, between ticks: the new live points handed to
-    // `sink` once the history is shown.
+    // `sink` once the history is shown; the status text waits for the tick.
     void ShowLivePoints(IHistoryProgressSink& sink);
 
     void SetStallLimit(std::chrono::milliseconds limit) { m_stallLimit = limit; }

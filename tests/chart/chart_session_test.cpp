@@ -94,12 +94,19 @@ TEST_F(Progress, ANewLoadIsShownWholeOnceThenLivePointsOnlyWhenTaken) {
     EXPECT_EQ(sink.texts.size(), 3U);
     EXPECT_EQ(sink.texts.back(), "502 datapoints available.  Displaying 80.");
 
+    // Drawn between ticks: offered and taken, the text left for the next tick.
+    Add(1);
+    progress.OnTimer(history, 0, sink, false);
+    EXPECT_EQ(sink.offered.back(), (std::pair<int, int>{503, 1}));
+    EXPECT_EQ(progress.ShownCount(), 503);
+    EXPECT_EQ(sink.texts.size(), 3U);
+
     // A series that shrank below what is shown, or nothing shown: nothing offered.
     progress.SetShownCount(600);
     progress.OnTimer(history, 0, sink);
     progress.SetShownCount(0);
     progress.OnTimer(history, 0, sink);
-    EXPECT_EQ(sink.offered.size(), 3U);
+    EXPECT_EQ(sink.offered.size(), 4U);
     EXPECT_EQ(sink.texts.size(), 3U);
 }
 
