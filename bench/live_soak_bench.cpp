@@ -7,8 +7,9 @@
 //   live_soak_bench PORTICO [--seconds S] [--rate N] [--symbol SYM] [--ticks-chart 1]
 //
 // Defaults: 60 seconds at 100,000 lines a second on AURX's one-minute chart (with --ticks-chart 1
-// a tick chart of 10,000 ticks instead, which grows by every trade). Keep the machine quiet while
-// it runs.
+// a tick chart of 10,000 ticks instead, which grows by every trade); about four lines in five are
+// trades, so `make bench` offers 320,000 lines a second for the goal of 250,000 trades a second
+// applied. Keep the machine quiet while it runs.
 
 #include "app/ui/main_frame.h"
 #include "bench_support.h"
@@ -149,7 +150,8 @@ int main(int argc, char** argv) {
                 sent, static_cast<unsigned long long>(applied),
                 applied >= sent ? "every one" : "NOT every one",
                 static_cast<long long>(applied) - static_cast<long long>(sent));
-    std::printf("  trade lines a second applied: %.0f\n", static_cast<double>(applied) / seconds);
+    std::printf("  trade lines a second applied: %.0f   (goal at least 250,000)\n",
+                static_cast<double>(applied) / seconds);
     std::printf("  records %d -> %d (+%d, %.1f MB)\n", recordsBefore, history.GetCount(),
                 newRecords, recordsMb);
     std::printf("  memory growth beyond the new records %.1f MB (target below 20 MiB)\n",
@@ -157,6 +159,7 @@ int main(int argc, char** argv) {
     std::printf("  event loop lag, %zu ticks of 10 ms: p99 %.1f ms, max %.1f ms (target 50 ms)\n",
                 lagMs.size(), Percentile(lagMs, 0.99),
                 lagMs.empty() ? 0.0 : *std::max_element(lagMs.begin(), lagMs.end()));
+    std::printf("  event loop lag p99: %.1f ms   (goal at most 10 ms)\n", Percentile(lagMs, 0.99));
     std::printf("  note: measure on a quiet machine\n");
     std::fflush(stdout);
     frame.close();

@@ -30,6 +30,6 @@ else
     echo "study_bench is not built: the study kernels are not in src/studies yet."
 fi
 echo
-echo "== live soak: 60 s of 100,000 Level 1 lines a second into a chart with eleven panes"
+echo "== live soak: 60 s of 320,000 Level 1 lines a second into a chart with eleven panes"
 QT_QPA_PLATFORM=offscreen "$build/bin/live_soak_bench" "$build/bin/portico" --seconds 60 \
-    --rate 100000
+    --rate 320000

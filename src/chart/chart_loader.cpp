@@ -235,7 +235,9 @@ void CChartLoader::ApplyLevel1(const std::string& line) {
     const std::uint64_t applied = m_updater.AppliedTradeLines();
     m_updater.Apply(line);
     if (m_updater.AppliedTradeLines() != applied && m_updater.LastTrade()) {
-        m_clock.OnFeedTime(m_updater.LastTrade()->time, std::chrono::steady_clock::now());
+        // The updater noted when the trade came: the clock is read once a trade.
+        m_clock.OnFeedTime(m_updater.LastTrade()->time,
+                           m_updater.LastUpdate().value_or(std::chrono::steady_clock::now()));
         if (m_tradeHandler) {
             m_tradeHandler(*m_updater.LastTrade());
         }
@@ -268,6 +270,12 @@ void CChartLoader::OnProgressTick(IHistoryProgressSink& sink,
         return;
     }
     m_progress.OnTimer(m_history, m_settings.GetInt(keys::kRequestDataType), sink);
+}
+
+void CChartLoader::ShowLivePoints(IHistoryProgressSink& sink) {
+    if (HistoryShown()) {
+        m_progress.OnTimer(m_history, m_settings.GetInt(keys::kRequestDataType), sink, false);
+    }
 }
 
 std::string CChartLoader::ShownText(int displayed) const {

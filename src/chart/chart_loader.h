@@ -120,6 +120,10 @@ public:
     OnProgressTick(IHistoryProgressSink& sink,
                    std::chrono::steady_clock::time_point now = std::chrono::steady_clock::now());
 
+    // The live part of a progress tick alone, between ticks: the new live points handed to
+    // `sink` once the history is shown; the status text waits for the tick.
+    void ShowLivePoints(IHistoryProgressSink& sink);
+
     void SetStallLimit(std::chrono::milliseconds limit) { m_stallLimit = limit; }
     std::chrono::milliseconds StallLimit() const { return m_stallLimit; }
     // True while the answer loading has sent nothing for the stall limit (as of the last tick).

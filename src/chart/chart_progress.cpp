@@ -50,7 +50,7 @@ std::string CHistoryProgress::ShownText(int dataType, int count, int displayed) 
 }
 
 void CHistoryProgress::OnTimer(const CChartHistRequest& history, int dataType,
-                               IHistoryProgressSink& sink) {
+                               IHistoryProgressSink& sink, bool withText) {
     const int count = history.GetCount();
     if (!history.IsHistoryComplete()) {
         m_shownCount = count;
@@ -72,5 +72,7 @@ void CHistoryProgress::OnTimer(const CChartHistRequest& history, int dataType,
         return;
     }
     m_shownCount = count;
-    sink.SetStatusText(ShownText(dataType, count, *displayed));
+    if (withText) {
+        sink.SetStatusText(ShownText(dataType, count, *displayed));
+    }
 }

@@ -44,8 +44,10 @@ public:
     void SetIncomplete(std::string why) { m_incomplete = std::move(why); }
     const std::string& Incomplete() const { return m_incomplete; }
 
-    // One timer tick. `dataType` is "RequestDataType".
-    void OnTimer(const CChartHistRequest& history, int dataType, IHistoryProgressSink& sink);
+    // One timer tick. `dataType` is "RequestDataType". Without `withText` (live points drawn
+    // between ticks) the status text is left for the next tick.
+    void OnTimer(const CChartHistRequest& history, int dataType, IHistoryProgressSink& sink,
+                 bool withText = true);
 
     // The text of a shown history: DatapointsText, or IncompleteText when the answer stopped
     // short.

@@ -8,6 +8,7 @@
 #include "chart/drawn_item.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,6 +45,9 @@ public:
     virtual void Clear() = 0;
     // True once after a computation finished: the view redraws.
     virtual bool TakeFinished() = 0;
+    // Called on the computing thread as a computation finishes, so that the view can take it
+    // at once rather than on its next poll; it must only post to the view's thread.
+    virtual void SetFinishedHandler(std::function<void()> handler) = 0;
     virtual bool Computing() const = 0;
     // Blocks until the running computation is done (image rendering and export).
     virtual void WaitFinished() = 0;

@@ -25,6 +25,25 @@ std::int64_t SlashlessValue(std::string_view text) {
     return ToInteger<std::int64_t>(digits);
 }
 
+// The same number for the date's fields.
+std::int64_t SlashlessValue(int month, int day, int year) {
+    return std::int64_t{month} * 1'000'000 + std::int64_t{day} * 10'000 + year;
+}
+
+// "MM/DD/YYYY" with digits in every other place.
+bool IsSlashDate(std::string_view text) {
+    if (text.size() != 10) {
+        return false;
+    }
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool slash = i == 2 || i == 5;
+        if (slash ? text[i] != '/' : (text[i] < '0' || text[i] > '9')) {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::string SlashDate(const SDateTimeFields& f) {
     return fmt::format("{:02}/{:02}/{:04}", f.month, f.day, f.year);
 }
@@ -150,7 +169,7 @@ bool CLevel1Updater::Apply(const std::string& line) {
         return false;
     }
     const std::uint32_t kind = params.requestKind;
-    if (!PassesTimeFilter(trade, kind)) {
+    if (!PassesTimeFilter(trade, params)) {
         return false;
     }
 
@@ -266,11 +285,11 @@ bool CLevel1Updater::ReadTrade(bool extended, STrade& trade) {
     return true;
 }
 
-bool CLevel1Updater::PassesTimeFilter(const STrade& trade, std::uint32_t kind) const {
+bool CLevel1Updater::PassesTimeFilter(const STrade& trade, const SHistoryParameters& params) {
     // Requests by datapoints are not filtered on either side. Requests by days keep the trades
     // between the filter times of day; date ranges keep those between the range's two
     // date-times, whatever their time of day.
-    const SHistoryParameters params = m_history.GetParameters();
+    const std::uint32_t kind = params.requestKind;
     const std::int64_t hhmmss = trade.hour * 10000 + trade.minute * 100 + trade.second;
     if (kind == kTicksDays || kind == kIntervalsDays) {
         return params.endFilterTime < 0 ||
@@ -336,9 +355,22 @@ bool CLevel1Updater::ApplyTick(const STrade& trade) {
 int CLevel1Updater::CompareWithNewest(const STrade& trade, const sTICK& newest) const {
     SDateTimeFields bar;
     const bool barValid = newest.time.IsValid() && newest.time.GetFields(bar);
-    const std::string barDate = barValid ? SlashDate(bar) : std::string();
     const int barSeconds = barValid ? bar.hour * 3600 + bar.minute * 60 + bar.second : 0;
     const int tradeSeconds = trade.hour * 3600 + trade.minute * 60 + trade.second;
+    if (IsSlashDate(trade.dateText)) {
+        // The date texts compared by their numbers, as every trade of a live chart's date is
+        // (no text is written): the same comparisons as below.
+        const bool sameDate =
+            barValid && trade.month == bar.month && trade.day == bar.day && trade.year == bar.year;
+        if (trade.dateValid && sameDate && tradeSeconds >= barSeconds) {
+            return 1;
+        }
+        return SlashlessValue(trade.month, trade.day, trade.year) >
+                       (barValid ? SlashlessValue(bar.month, bar.day, bar.year) : 0)
+                   ? 2
+                   : 0;
+    }
+    const std::string barDate = barValid ? SlashDate(bar) : std::string();
     if (trade.dateValid && barValid && trade.dateText == barDate && tradeSeconds >= barSeconds) {
         return 1;
     }

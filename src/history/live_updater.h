@@ -15,6 +15,7 @@
 #include <vector>
 
 class CChartHistRequest;
+struct SHistoryParameters;
 struct sTICK;
 
 // Positions of the fields in an update line, in the order the Level 1 connection selects them.
@@ -115,7 +116,7 @@ private:
     std::string_view Optional(int position) const;
     bool ApplyFundamental();
     bool ReadTrade(bool extended, STrade& trade);
-    bool PassesTimeFilter(const STrade& trade, std::uint32_t kind) const;
+    static bool PassesTimeFilter(const STrade& trade, const SHistoryParameters& params);
     bool AlreadyInHistory(const STrade& trade, const sTICK& newest, std::uint32_t kind) const;
     bool ApplyTick(const STrade& trade);
     bool ApplyInterval(const STrade& trade, const sTICK& newest, int interval);

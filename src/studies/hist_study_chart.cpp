@@ -43,6 +43,21 @@ std::size_t CHistStudyChart::LineSize(std::size_t line) const {
                               : m_lines[line].values.size();
 }
 
+void CHistStudyChart::GiveRoom(CColumnStore& store) {
+    for (SLine& line : m_lines) {
+        store.Put(std::move(line.values));
+    }
+    m_count = 0;
+}
+
+void CHistStudyChart::TakeRoom(CColumnStore& store) {
+    for (SLine& line : m_lines) {
+        if (!line.flat) {
+            store.Fill(line.values);
+        }
+    }
+}
+
 void CHistStudyChart::ResetLines(std::initializer_list<const char*> names) {
     m_lines.resize(names.size());
     std::size_t at = 0;

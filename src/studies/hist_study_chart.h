@@ -10,6 +10,7 @@
 
 #include "chart/chart_2d.h"
 #include "chart/pane_studies.h"
+#include "studies/column_store.h"
 #include "studies/study_inputs.h"
 #include "studies/study_settings.h"
 
@@ -64,6 +65,10 @@ public:
     // the last fill (a series that grew at its end: live points); they keep
     // their values and the work is in proportion to the bars from `from` on. 0: every bar.
     virtual void fill(const CStudyInputs& inputs, std::size_t from) = 0;
+    // Hands the room of the lines' columns to `store`; the lines are empty afterwards.
+    void GiveRoom(CColumnStore& store);
+    // Takes room from `store` for every drawn line that has none, before a fill from bar 0.
+    void TakeRoom(CColumnStore& store);
     // The pane's label line: the description, the values at `cursorBar` when it is a bar of
     // the series, and " (Minimized)".
     virtual std::string label(int cursorBar, bool minimized) const;

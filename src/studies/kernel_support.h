@@ -28,9 +28,19 @@ inline std::size_t ResumInterval(std::size_t window) {
     return std::max(window, kMinResumInterval);
 }
 
+// The room a column of `count` entries is given when it has too little: an eighth more, for the
+// points a live series adds, so that the first of them do not copy every column of the chart on
+// the view's thread (the room not yet written is not resident memory).
+inline std::size_t RoomFor(std::size_t count) {
+    return count + count / 8 + 64;
+}
+
 // Sizes `column` to `count` entries, keeping its storage when it has the room, and returns its
 // data. The kernels then write every entry.
 inline double* Sized(std::vector<double>& column, std::size_t count) {
+    if (column.capacity() < count) {
+        column.reserve(RoomFor(count));
+    }
     column.resize(count);
     return column.data();
 }

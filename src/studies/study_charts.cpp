@@ -424,6 +424,17 @@ void CHistMFIChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_count = inputs.Count();
 }
 
+bool CHistMFIChart::TakesFlowsOf(const CHistStudyChart& pane) const {
+    return pane.StudyType() == kStudyMoneyFlow && pane.Period() == m_period &&
+           pane.Lines().size() == 2;
+}
+
+void CHistMFIChart::FillFromFlows(const CHistStudyChart& moneyFlow) {
+    study_kernels::MoneyFlowIndex(moneyFlow.Lines()[0].values, moneyFlow.Lines()[1].values,
+                                  m_lines[0].values);
+    m_count = moneyFlow.Count();
+}
+
 std::string CHistMFIChart::Description() const {
     return Printf("Money Flow Index, lookback period - %d, levels - %d, %d", m_period, m_upper,
                   m_lower);

@@ -135,6 +135,10 @@ public:
     CHistMFIChart() : CHistStudyChart(kStudyMFI) {}
     void setup(const SStudySettings& settings, const SStudyContext& context) override;
     void fill(const CStudyInputs& inputs, std::size_t from) override;
+    // Whether FillFromFlows can take `pane`'s lines: a money flow pane of the same period.
+    bool TakesFlowsOf(const CHistStudyChart& pane) const;
+    // The whole index from a money flow pane that TakesFlowsOf, filled over the same series.
+    void FillFromFlows(const CHistStudyChart& moneyFlow);
     std::string InfoLine(int bar) const override;
 
 private:

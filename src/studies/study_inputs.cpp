@@ -5,10 +5,13 @@
 #include "studies/kernel_support.h"
 
 #include <algorithm>
+#include <thread>
 
 namespace {
 
 constexpr int kChunk = 1 << 16;
+// A series of more points than this is read in two halves at once.
+constexpr std::size_t kSplitRead = 1 << 18;
 
 bool Cancelled(const std::atomic<bool>* cancel) {
     return cancel != nullptr && cancel->load(std::memory_order_relaxed);
@@ -29,19 +32,41 @@ CStudyInputs::CStudyInputs(int dataType, std::vector<double> high, std::vector<d
 }
 
 bool CStudyInputs::Read(const CChartHistRequest& history, int dataType,
-                        const std::atomic<bool>* cancel) {
+                        const std::atomic<bool>* cancel, CColumnStore* store) {
     m_dataType = dataType;
     const auto count = static_cast<std::size_t>(std::max(history.GetCount(), 0));
     const bool ticks = dataType == kTicks;
-    m_close.assign(count, 0.0);
-    m_high.assign(ticks ? 0 : count, 0.0);
-    m_low.assign(ticks ? 0 : count, 0.0);
-    m_volume.assign(count, 0.0);
-    if (!ReadRange(history, 0, count, cancel)) {
+    // Every entry is read over (or the inputs dropped): the columns are only sized, which
+    // writes nothing into room taken from the store.
+    for (auto* column : {&m_close, &m_high, &m_low, &m_volume}) {
+        if (store != nullptr) {
+            store->Fill(*column);
+        }
+        const bool used = !ticks || column == &m_close || column == &m_volume;
+        study_kernels::detail::Sized(*column, used ? count : 0);
+    }
+    bool read = true;
+    if (count > kSplitRead) {
+        const std::size_t half = count / 2;
+        bool second = true;
+        std::jthread other([&] { second = ReadRange(history, half, count - half, cancel); });
+        read = ReadRange(history, 0, half, cancel);
+        other.join();
+        read = read && second;
+    } else {
+        read = ReadRange(history, 0, count, cancel);
+    }
+    if (!read) {
         *this = CStudyInputs();
         return false;
     }
     return true;
+}
+
+void CStudyInputs::GiveRoom(CColumnStore& store) {
+    for (auto* column : {&m_close, &m_high, &m_low, &m_volume}) {
+        store.Put(std::move(*column));
+    }
 }
 
 bool CStudyInputs::Follow(const CChartHistRequest& history, std::size_t from) {

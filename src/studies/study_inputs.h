@@ -5,6 +5,7 @@
 // day's running volume). For ticks the three prices are one column, the trade price.
 
 #include "chart/bar_series.h"
+#include "studies/column_store.h"
 #include "studies/study_kernels.h"
 
 #include <atomic>
@@ -20,9 +21,13 @@ public:
     CStudyInputs(int dataType, std::vector<double> high, std::vector<double> low,
                  std::vector<double> close, std::vector<double> volume);
 
-    // Copies the whole series in chunks, one lock of the series per chunk. Returns false (and
-    // holds nothing) when `cancel` became true or the series shrank under it.
-    bool Read(const CChartHistRequest& history, int dataType, const std::atomic<bool>* cancel);
+    // Copies the whole series in chunks, one lock of the series per chunk, a long one in two
+    // halves on two threads; the columns take their room from `store` when given. Returns false
+    // (and holds nothing) when `cancel` became true or the series shrank under it.
+    bool Read(const CChartHistRequest& history, int dataType, const std::atomic<bool>* cancel,
+              CColumnStore* store = nullptr);
+    // Hands the room of the columns to `store`; the inputs are empty afterwards.
+    void GiveRoom(CColumnStore& store);
     // Reads the points from `from` on again, as the series holds them now (it grew at its end or
     // changed its newest points); the columns grow a little at a time. False, and the columns
     // unchanged, when the series holds fewer points than `from` or shrank while read.

@@ -134,6 +134,10 @@ struct SMoneyFlow {
 SMoneyFlow MoneyFlow(const SBarColumns& bars, int period);
 void MoneyFlow(const SBarColumns& bars, int period, SMoneyFlow& out);
 void MoneyFlow(const SBarColumns& bars, int period, SMoneyFlow& out, std::size_t from);
+// From the flows that MoneyFlow computed with the same period, the same values without a second
+// pass over the bars.
+void MoneyFlowIndex(std::span<const double> positive, std::span<const double> negative,
+                    Column& out);
 Column MoneyFlowIndex(const SBarColumns& bars, int period);
 void MoneyFlowIndex(const SBarColumns& bars, int period, Column& out);
 void MoneyFlowIndex(const SBarColumns& bars, int period, Column& out, std::size_t from);

@@ -207,6 +207,18 @@ void MoneyFlowIndex(const SBarColumns& bars, int period, Column& column) {
                 [&](std::size_t i, double p, double q) { out[i] = 50 + (p - q) * 50 / (p + q); });
 }
 
+void MoneyFlowIndex(std::span<const double> positive, std::span<const double> negative,
+                    Column& column) {
+    // NaN where the flows are, as the pass over the bars leaves them.
+    const std::size_t count = std::min(positive.size(), negative.size());
+    double* out = Sized(column, count);
+    const double* p = positive.data();
+    const double* q = negative.data();
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = 50 + (p[i] - q[i]) * 50 / (p[i] + q[i]);
+    }
+}
+
 void Adx(const SBarColumns& bars, int period, SAdx& columns) {
     SAdxCarry carry;
     Adx(bars, period, columns, carry, 0);

@@ -127,7 +127,23 @@ void CStudyPanes::Clear() {
     m_growPending = false;
     Retire();
     m_inputs = std::make_shared<CStudyInputs>();
+    if (m_current->Inputs().Count() > 0) {
+        m_spare = m_current;
+    }
     Show(std::make_shared<CStudySet>(m_inputs, m_upper, m_studies, Context()));
+}
+
+void CStudyPanes::TakeSpareRoom() {
+    // A set still drawn somewhere is left to go when that drawing goes.
+    if (m_spare != nullptr && m_spare.use_count() == 1) {
+        m_spare->GiveRoom(*m_store);
+    }
+    m_spare.reset();
+}
+
+void CStudyPanes::SetFinishedHandler(std::function<void()> handler) {
+    m_finished =
+        handler ? std::make_shared<const std::function<void()>>(std::move(handler)) : nullptr;
 }
 
 void CStudyPanes::Start(bool keepDrawn) {
@@ -141,22 +157,25 @@ void CStudyPanes::Start(bool keepDrawn) {
         Show(
             std::make_shared<CStudySet>(std::make_shared<CStudyInputs>(), upper, studies, context));
     }
+    TakeSpareRoom();
 
     auto job = std::make_unique<SJob>();
     SJob* running = job.get();
     const CChartHistRequest* history = m_history;
     const int dataType = m_dataType;
-    job->thread = std::thread([running, history, dataType, upper, studies, context] {
+    job->thread = std::thread([running, history, dataType, upper, studies, context, store = m_store,
+                               finished = m_finished] {
         auto inputs = std::make_shared<CStudyInputs>();
-        if (history == nullptr || !inputs->Read(*history, dataType, &running->cancel) ||
-            running->cancel) {
-            running->done = true;
-            return;
+        if (history != nullptr && inputs->Read(*history, dataType, &running->cancel, store.get()) &&
+            !running->cancel) {
+            auto set = std::make_shared<CStudySet>(std::move(inputs), upper, studies, context);
+            set->Compute(kComputeThreads, store.get());
+            running->result = std::move(set);
         }
-        auto set = std::make_shared<CStudySet>(std::move(inputs), upper, studies, context);
-        set->Compute(kComputeThreads);
-        running->result = std::move(set);
         running->done = true;
+        if (finished != nullptr) {
+            (*finished)();
+        }
     });
     m_job = std::move(job);
     m_jobReadsSeries = true;
@@ -165,12 +184,15 @@ void CStudyPanes::Start(bool keepDrawn) {
 void CStudyPanes::StartJob(std::shared_ptr<CStudySet> set) {
     auto job = std::make_unique<SJob>();
     SJob* running = job.get();
-    job->thread = std::thread([running, set = std::move(set)]() mutable {
+    job->thread = std::thread([running, set = std::move(set), finished = m_finished]() mutable {
         if (!running->cancel) {
             set->Compute(kComputeThreads);
             running->result = std::move(set);
         }
         running->done = true;
+        if (finished != nullptr) {
+            (*finished)();
+        }
     });
     m_job = std::move(job);
     m_jobReadsSeries = false;
@@ -200,6 +222,8 @@ bool CStudyPanes::TakeFinished() {
 bool CStudyPanes::FinishJob() {
     m_job->thread.join();
     std::unique_ptr<SJob> job = std::move(m_job);
+    // What the computation left of the room of the series before is not kept.
+    m_store->Clear();
     const bool finished = job->result != nullptr;
     if (finished) {
         Show(std::move(job->result));

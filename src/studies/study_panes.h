@@ -29,6 +29,7 @@ public:
     bool SettingsChanged(const SUpperStudySettings& upper, const SStudySettings& studies);
     void Clear() override;
     bool TakeFinished() override;
+    void SetFinishedHandler(std::function<void()> handler) override;
     bool Computing() const override;
     void WaitFinished() override;
 
@@ -80,6 +81,9 @@ private:
     bool FollowGrowth();
     SStudyContext Context() const;
 
+    // Hands the room of the set replaced by a new series to the store when nothing draws it.
+    void TakeSpareRoom();
+
     SUpperStudySettings m_upper;
     SStudySettings m_studies;
     const CChartHistRequest* m_history = nullptr;
@@ -91,5 +95,10 @@ private:
     bool m_growPending = false;
     bool m_jobReadsSeries = false;
     std::vector<std::unique_ptr<SJob>> m_retired;
+    // The set of the series before, whose columns the next computation writes over; the room
+    // the computation did not take is freed when it is done.
+    std::shared_ptr<CStudySet> m_spare;
+    std::shared_ptr<CColumnStore> m_store = std::make_shared<CColumnStore>();
+    std::shared_ptr<const std::function<void()>> m_finished;
     std::uint64_t m_itemsVersion = 1;
 };

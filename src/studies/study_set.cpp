@@ -1,6 +1,7 @@
 #include "studies/study_set.h"
 
 #include "history/chart_hist_request.h"
+#include "studies/study_charts.h"
 
 #include <algorithm>
 #include <atomic>
@@ -72,48 +73,153 @@ bool CStudySet::Computed() const {
     return std::find(m_pending.begin(), m_pending.end(), true) == m_pending.end();
 }
 
-void CStudySet::Compute(int threads) {
+namespace {
+
+// What each study costs against a moving average over the same bars, for taking the costly ones
+// first: one thread then finishes while the other does the last cheap ones.
+double StudyCost(int studyType) {
+    switch (studyType) {
+    case kStudyADX:
+        return 3.6;
+    case kStudyMACD:
+    case kStudyStochastics:
+        return 3.0;
+    case kStudyMoneyFlow:
+        return 2.7;
+    case kStudyMFI:
+        return 2.0;
+    case kStudyRSI:
+        return 1.4;
+    case kStudyOBV:
+        return 1.2;
+    case kStudyVolume:
+        return 0.3;
+    default:
+        return 1.0;
+    }
+}
+constexpr double kBandsCost = 3.2;
+// The index from the flows of a money flow pane: one light pass.
+constexpr double kIndexFromFlowsCost = 0.4;
+
+struct SJob {
+    double cost;
+    std::function<void()> run;
+};
+
+} // namespace
+
+void CStudySet::Compute(int threads, CColumnStore* store) {
     const std::span<const double> close = m_inputs->Columns().close;
-    std::vector<std::function<void()>> jobs;
+    auto room = [store](std::vector<double>& column) {
+        if (store != nullptr) {
+            store->Fill(column);
+        }
+    };
+    std::vector<SJob> jobs;
     for (int number = 1; number <= 3; ++number) {
         const auto at = static_cast<std::size_t>(number - 1);
         if (m_pending[at]) {
-            jobs.emplace_back([this, number, at, close] {
-                *m_averages[at] =
-                    study_kernels::StudyAverage(close, m_upper.Period(number), m_upper.exponential);
-            });
+            jobs.push_back({1.0, [this, number, at, close, room] {
+                                std::vector<double>& column = *m_averages[at];
+                                room(column);
+                                study_kernels::StudyAverage(close, m_upper.Period(number),
+                                                            m_upper.exponential, column);
+                            }});
         }
     }
     if (m_pending[3]) {
-        jobs.emplace_back([this, close] {
-            *m_bands =
-                study_kernels::Bollinger(close, m_upper.bandsPeriod, m_upper.bandsDeviations);
-        });
+        jobs.push_back(
+            {kBandsCost, [this, close, room] {
+                 for (auto* column : {&m_bands->lower, &m_bands->middle, &m_bands->upper}) {
+                     room(*column);
+                 }
+                 study_kernels::Bollinger(close, m_upper.bandsPeriod, m_upper.bandsDeviations,
+                                          *m_bands);
+             }});
     }
+    // A money flow index goes on from the flows of a money flow pane of its period, after it in
+    // the same job when both are computed.
+    std::vector<bool> done(m_panes.size(), false);
+    auto fill = [this, store](CHistStudyChart& pane) {
+        if (store != nullptr) {
+            pane.TakeRoom(*store);
+        }
+        pane.fill(*m_inputs, 0);
+    };
     for (std::size_t at = 0; at < m_panes.size(); ++at) {
-        if (m_pending[4 + at]) {
-            jobs.emplace_back([this, study = m_panes[at].get()] { study->fill(*m_inputs, 0); });
+        auto* index = dynamic_cast<CHistMFIChart*>(m_panes[at].get());
+        if (index == nullptr || !m_pending[4 + at]) {
+            continue;
+        }
+        for (std::size_t flowAt = 0; flowAt < m_panes.size(); ++flowAt) {
+            CHistStudyChart* flows = m_panes[flowAt].get();
+            if (!index->TakesFlowsOf(*flows) || (m_pending[4 + flowAt] && done[flowAt])) {
+                continue;
+            }
+            const bool both = m_pending[4 + flowAt];
+            jobs.push_back({(both ? StudyCost(kStudyMoneyFlow) : 0.0) + kIndexFromFlowsCost,
+                            [index, flows, both, fill, store] {
+                                if (both) {
+                                    fill(*flows);
+                                }
+                                if (store != nullptr) {
+                                    index->TakeRoom(*store);
+                                }
+                                index->FillFromFlows(*flows);
+                            }});
+            done[at] = true;
+            done[flowAt] = both || done[flowAt];
+            break;
         }
     }
-    m_computedCount = static_cast<int>(jobs.size());
+    for (std::size_t at = 0; at < m_panes.size(); ++at) {
+        if (m_pending[4 + at] && !done[at]) {
+            CHistStudyChart* pane = m_panes[at].get();
+            jobs.push_back({StudyCost(pane->StudyType()), [pane, fill] { fill(*pane); }});
+        }
+    }
+    m_computedCount = static_cast<int>(std::count(m_pending.begin(), m_pending.end(), true));
+    std::stable_sort(jobs.begin(), jobs.end(),
+                     [](const SJob& a, const SJob& b) { return a.cost > b.cost; });
 
-    // The jobs are taken in turn by each worker: the costly studies spread over the threads.
+    // Each worker takes the next job: the costly studies spread over the threads first.
     std::atomic<std::size_t> next{0};
     const auto work = [&] {
         for (std::size_t job = next++; job < jobs.size(); job = next++) {
-            jobs[job]();
+            jobs[job].run();
         }
     };
     const int extra = std::clamp(threads, 1, 8) - 1;
-    std::vector<std::thread> workers;
+    std::vector<std::jthread> workers;
     for (int t = 0; t < extra && static_cast<std::size_t>(t + 1) < jobs.size(); ++t) {
         workers.emplace_back(work);
     }
     work();
-    for (std::thread& worker : workers) {
-        worker.join();
-    }
+    workers.clear();
     std::fill(m_pending.begin(), m_pending.end(), false);
+}
+
+void CStudySet::GiveRoom(CColumnStore& store) {
+    for (auto& average : m_averages) {
+        if (average != nullptr && average.use_count() == 1) {
+            store.Put(std::move(*average));
+        }
+    }
+    if (m_bands != nullptr && m_bands.use_count() == 1) {
+        for (auto* column : {&m_bands->lower, &m_bands->middle, &m_bands->upper}) {
+            store.Put(std::move(*column));
+        }
+    }
+    for (auto& pane : m_panes) {
+        if (pane.use_count() == 1) {
+            pane->GiveRoom(store);
+        }
+    }
+    if (m_inputs.use_count() == 1) {
+        m_inputs->GiveRoom(store);
+    }
+    std::fill(m_pending.begin(), m_pending.end(), true);
 }
 
 bool CStudySet::Follow(const CChartHistRequest& history, std::size_t from) {

@@ -45,9 +45,14 @@ public:
               const SStudySettings& studies, const SStudyContext& context,
               CStudySet* reuse = nullptr);
 
-    // Computes every study not taken over, on up to `threads` threads (the studies are
-    // independent).
-    void Compute(int threads);
+    // Computes every study not taken over, on up to `threads` threads: the studies are
+    // independent and taken costliest first, the money flow index straight from the money flow
+    // pane of its period when one is computed too. The columns take their room from `store` when
+    // given.
+    void Compute(int threads, CColumnStore* store = nullptr);
+    // Hands the room of every column that this set alone holds (its inputs' too) to `store`;
+    // only for a set that nothing draws or reads any more.
+    void GiveRoom(CColumnStore& store);
     // True when nothing is left to compute.
     bool Computed() const;
     // How many studies (averages, bands, panes) the last Compute computed.

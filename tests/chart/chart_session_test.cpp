@@ -3,6 +3,7 @@
 
 #include "chart/chart_loader.h"
 #include "chart/chart_progress.h"
+#include "chart/redraw_pacer.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
 #include "feed/history_feed.h"
@@ -93,13 +94,35 @@ TEST_F(Progress, ANewLoadIsShownWholeOnceThenLivePointsOnlyWhenTaken) {
     EXPECT_EQ(sink.texts.size(), 3U);
     EXPECT_EQ(sink.texts.back(), "502 datapoints available.  Displaying 80.");
 
+    // Drawn between ticks: offered and taken, the text left for the next tick.
+    Add(1);
+    progress.OnTimer(history, 0, sink, false);
+    EXPECT_EQ(sink.offered.back(), (std::pair<int, int>{503, 1}));
+    EXPECT_EQ(progress.ShownCount(), 503);
+    EXPECT_EQ(sink.texts.size(), 3U);
+
     // A series that shrank below what is shown, or nothing shown: nothing offered.
     progress.SetShownCount(600);
     progress.OnTimer(history, 0, sink);
     progress.SetShownCount(0);
     progress.OnTimer(history, 0, sink);
-    EXPECT_EQ(sink.offered.size(), 3U);
+    EXPECT_EQ(sink.offered.size(), 4U);
     EXPECT_EQ(sink.texts.size(), 3U);
+}
+
+// Live points are drawn at most once a frame: a change after a quiet spell at once, the changes
+// until that drawing with it, the next ones the rest of the frame after it.
+TEST(RedrawPacer, DrawsLivePointsAtMostOnceAFrame) {
+    using std::chrono::milliseconds;
+    CRedrawPacer pacer;
+    const auto start = CRedrawPacer::Clock::time_point{} + std::chrono::hours(1);
+    EXPECT_EQ(pacer.Changed(start), milliseconds(0));
+    EXPECT_EQ(pacer.Changed(start + milliseconds(1)), std::nullopt);
+    pacer.Drawn(start + milliseconds(2));
+    EXPECT_EQ(pacer.Changed(start + milliseconds(5)), milliseconds(13));
+    EXPECT_EQ(pacer.Changed(start + milliseconds(6)), std::nullopt);
+    pacer.Drawn(start + milliseconds(18));
+    EXPECT_EQ(pacer.Changed(start + milliseconds(40)), milliseconds(0));
 }
 
 TEST_F(Progress, AnAnswerCutShortIsShownWithItsCauseUntilTheNextLoad) {

@@ -158,7 +158,7 @@ using namespace study_reference;
 // Every study's columns by the kernels, kept from one computation to the next as a chart keeps
 // them while it follows a live series.
 struct SKernelColumns {
-    sk::Column sma, ema, rsi, momentum, roc, obv, mfi;
+    sk::Column sma, ema, rsi, momentum, roc, obv, mfi, mfiFromFlows;
     sk::SBands bands;
     sk::SStochastics fast, slow;
     sk::SMoneyFlow flow;
@@ -183,6 +183,7 @@ struct SKernelColumns {
         sk::Stochastics(columns, p.n, false, slow, from);
         sk::MoneyFlow(columns, p.n, flow, from);
         sk::MoneyFlowIndex(columns, p.n, mfi, from);
+        sk::MoneyFlowIndex(flow.positive, flow.negative, mfiFromFlows);
         sk::Macd(close, p.s, p.l, p.g, macd, macdCarry, from);
         sk::Adx(columns, p.n, adx, adxCarry, from);
     }
@@ -214,6 +215,13 @@ TEST(StudyKernels, EqualTheReferenceOverPeriodsAndSeries) {
             SKernelColumns kernels;
             kernels.Compute(bars, p, 0);
             ExpectSame(Reference(bars, p), kernels.All(), std::string(name) + " " + Tag(p));
+            // The index from the flows of its period is the pass over the bars, bit for bit.
+            ASSERT_EQ(kernels.mfiFromFlows.size(), kernels.mfi.size());
+            for (std::size_t i = 0; i < kernels.mfi.size(); ++i) {
+                const double a = kernels.mfiFromFlows[i];
+                ASSERT_TRUE(a == kernels.mfi[i] || (std::isnan(a) && std::isnan(kernels.mfi[i])))
+                    << name << " " << Tag(p) << " bar " << i;
+            }
         }
     }
 }

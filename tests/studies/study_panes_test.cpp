@@ -217,4 +217,47 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     running.reset();
 }
 
+// Each new series is computed into the columns of the set before it, shorter or longer: every
+// column equals that of a set computed afresh over the same series, bit for bit.
+TEST_F(StudyPanes, ANewSeriesIsComputedIntoTheRoomOfTheOneBefore) {
+    Show(10, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
+    settings.SetBool(keys::kMAsShow, true);
+    settings.SetBool(keys::kBBStudyShow, true);
+    CStudyPanes studies(Upper(), Lower());
+    for (const int bars : {200, 150, 260}) {
+        history.Clear();
+        for (int i = 0; i < bars; ++i) {
+            sTICK bar;
+            bar.time = CDateTime(CDateTime(2021, 1, 1, 0, 0, 0).Days() + i);
+            bar.close = 50.0 + bars / 10.0 + 7.0 * std::cos(i / (bars / 40.0));
+            bar.open = bar.close - 0.25;
+            bar.high = bar.close + 0.5 + (i % 3) * 0.25;
+            bar.low = bar.close - 0.75;
+            bar.volume = 500 + (i * 37) % 200;
+            ASSERT_TRUE(history.AppendTick(bar));
+        }
+        studies.Clear();
+        studies.SeriesChanged(history, kDays, 0);
+        studies.WaitFinished();
+        auto inputs = std::make_shared<CStudyInputs>();
+        ASSERT_TRUE(inputs->Read(history, kDays, nullptr));
+        CStudySet fresh(inputs, Upper(), Lower(), {kDays, 0});
+        fresh.Compute(1);
+        const auto expected = fresh.ExportColumns();
+        const auto actual = studies.Current().ExportColumns();
+        ASSERT_EQ(actual.size(), expected.size());
+        ASSERT_GT(expected.size(), 20U);
+        for (std::size_t c = 0; c < expected.size(); ++c) {
+            for (int bar = 0; bar <= bars; ++bar) {
+                const auto want = expected[c].At(static_cast<std::size_t>(bar));
+                const auto got = actual[c].At(static_cast<std::size_t>(bar));
+                ASSERT_EQ(got.has_value(), want.has_value()) << expected[c].name << " " << bar;
+                if (want && !(std::isnan(*want) && std::isnan(*got))) {
+                    ASSERT_EQ(*got, *want) << expected[c].name << " bar " << bar << " of " << bars;
+                }
+            }
+        }
+    }
+}
+
 } // namespace

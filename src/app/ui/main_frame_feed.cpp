@@ -16,6 +16,7 @@
 
 #include <QComboBox>
 #include <QLineEdit>
+#include <QMetaMethod>
 #include <QStatusBar>
 #include <QToolButton>
 
@@ -124,7 +125,11 @@ void CMainFrame::OnLevel1Line(const std::string& line) {
     if (m_view != nullptr && m_view->Loader().IncompleteReason().empty()) {
         m_view->OnLevel1Line(line);
     }
-    emit Level1LineReceived(QString::fromStdString(line));
+    // Each line becomes text for the signal only when something listens to it.
+    static const QMetaMethod received = QMetaMethod::fromSignal(&CMainFrame::Level1LineReceived);
+    if (isSignalConnected(received)) {
+        emit Level1LineReceived(QString::fromStdString(line));
+    }
 }
 
 void CMainFrame::OnTimeLine(const std::string& line) {

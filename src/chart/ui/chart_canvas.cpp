@@ -68,6 +68,12 @@ CChartCanvas::CChartCanvas(const CChartHistRequest& history, CSettings& settings
 void CChartCanvas::SetStudies(std::unique_ptr<IPaneStudies> studies) {
     m_draw.SetStudies(studies.get());
     m_studies = std::move(studies);
+    if (m_studies != nullptr) {
+        // A finished computation is taken as soon as the event loop turns, not on the next poll.
+        m_studies->SetFinishedHandler([this] {
+            QMetaObject::invokeMethod(this, &CChartCanvas::PollStudies, Qt::QueuedConnection);
+        });
+    }
     RedrawAll();
 }
 

@@ -42,6 +42,13 @@ CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, 
     connect(m_canvas, &CChartCanvas::statusText, this,
             [this](const QString& text) { SetStatusText(text.toStdString()); });
 
+    m_liveTimer.setSingleShot(true);
+    m_liveTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_liveTimer, &QTimer::timeout, this, [this] {
+        m_loader.ShowLivePoints(*this);
+        m_pacer.Drawn(CRedrawPacer::Clock::now());
+    });
+
     m_canvas->SetExchangeClock([this] { return m_loader.ExchangeNow(); });
     m_countdownTimer.setInterval(kCountdownPeriodMs);
     connect(&m_countdownTimer, &QTimer::timeout, this, [this] {
@@ -82,6 +89,8 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     m_restorePosition.reset();
     FinishRestore(false, "another load replaced the restore");
     m_lastStatus.clear();
+    m_liveTimer.stop();
+    m_pacer = {};
     const CChartLoader::EStart started = m_loader.Load(symbol, [this] { m_progressTimer.start(); });
     m_canvas->ClearStudies();
     m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
@@ -124,8 +133,21 @@ void CChartFormView::OnHistoryLine(const std::string& line) {
 }
 
 void CChartFormView::OnLevel1Line(const std::string& line) {
+    const std::uint64_t applied = m_loader.AppliedTradeLines();
     m_loader.OnLevel1Line(line);
     m_compare.OnLevel1Line(line);
+    if (m_loader.AppliedTradeLines() != applied) {
+        LivePointsChanged();
+    }
+}
+
+void CChartFormView::LivePointsChanged() {
+    if (m_pacer.Due() || !m_loader.HistoryShown()) {
+        return;
+    }
+    if (const auto delay = m_pacer.Changed(CRedrawPacer::Clock::now())) {
+        m_liveTimer.start(*delay);
+    }
 }
 
 void CChartFormView::OnProgressTimer() {
@@ -189,6 +211,7 @@ std::optional<int> CChartFormView::ShowNewPoints(int count, int added) {
             // Live points: the studies go on over the new points first, then all is drawn once.
             m_canvas->StudiesSeriesGrew();
             m_canvas->RedrawAll();
+            m_pacer.Drawn(CRedrawPacer::Clock::now());
         }
     }
     return m_canvas->Range().DisplayedPoints();

@@ -2,6 +2,7 @@
 
 #include "chart/chart_loader.h"
 #include "chart/compare_lines.h"
+#include "chart/redraw_pacer.h"
 #include "chart/ui/chart_click_tool.h"
 
 #include <QTimer>
@@ -170,6 +171,8 @@ private:
     std::optional<int> ShowNewPoints(int count, int added) override;
 
     void OnProgressTimer();
+    // Live trades changed the series: they are drawn at the next frame.
+    void LivePointsChanged();
     void ShowNotice();
     // Calls the pending restore's `done` with the outcome.
     void FinishRestore(bool restored, const std::string& why);
@@ -183,6 +186,10 @@ private:
     void CompareChanged();
     void AddCompareCommands(QMenu& menu);
     QTimer m_progressTimer;
+    // Draws live points at most once a frame: the trades of every event loop turn until then
+    // go on the chart and into the studies together.
+    QTimer m_liveTimer;
+    CRedrawPacer m_pacer;
     // Draws the last-price countdown again every second while it is shown.
     QTimer m_countdownTimer;
     std::function<void(const std::string&)> m_statusSink;

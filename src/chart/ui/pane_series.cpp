@@ -8,6 +8,8 @@
 #include <QPointF>
 #include <QString>
 
+#include <utility>
+
 using namespace series_painting;
 
 namespace {
@@ -246,8 +248,11 @@ Qt::PenStyle QtPenStyleOf(int style) {
 SPaneSeries& CPaneSeriesSet::Take(CChart2D::SeriesId id, SPaneSeries::EKind kind) {
     SPaneSeries& series = m_items[id];
     if (series.kind != kind) {
-        series = SPaneSeries{};
-        series.kind = kind;
+        // Swapped with a fresh one rather than assigned: GCC 12 at -O3 takes the temporary's
+        // string for uninitialised.
+        SPaneSeries fresh;
+        fresh.kind = kind;
+        std::swap(series, fresh);
     }
     return series;
 }

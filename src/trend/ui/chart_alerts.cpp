@@ -40,8 +40,11 @@ void CChartAlerts::ForgetTrades() {
 
 void CChartAlerts::OnTrade(const std::string& symbol, const SLiveTrade& trade) {
     SyncLevels();
-    const QString time =
-        QString::fromStdString(trade.time.IsValid() ? FormatPointTime({trade.time, 0}, false) : "");
+    // The trade's time is written only for an alert that fires: most trades fire none.
+    const auto timeText = [&trade] {
+        return QString::fromStdString(trade.time.IsValid() ? FormatPointTime({trade.time, 0}, false)
+                                                           : "");
+    };
     bool changed = false;
     auto& levels = m_store.LevelAlerts();
     for (std::size_t i = 0; i < levels.size(); ++i) {
@@ -53,6 +56,7 @@ void CChartAlerts::OnTrade(const std::string& symbol, const SLiveTrade& trade) {
         const std::string condition =
             fmt::format("{} {} {:.{}f}", symbol, AlertDirectionName(levels[i].setting.direction),
                         levels[i].price, m_decimals);
+        const QString time = timeText();
         spdlog::info("Alert fired: {} at {} (trade {})", condition, time.toStdString(),
                      trade.price);
         emit alertFired(QString::fromStdString(symbol), levels[i].price, time,
@@ -62,7 +66,7 @@ void CChartAlerts::OnTrade(const std::string& symbol, const SLiveTrade& trade) {
         Saved();
     }
     const auto& chart = m_trendlines.Chart();
-    if (!chart || chart->symbol != symbol) {
+    if (!chart || chart->symbol != symbol || m_trendlines.Lists().Count() == 0) {
         return;
     }
     bool lineFired = false;
@@ -76,6 +80,7 @@ void CChartAlerts::OnTrade(const std::string& symbol, const SLiveTrade& trade) {
         const std::string condition = fmt::format(
             "{} {} {} trendline at {:.{}f}", symbol, AlertDirectionName(alert->Setting().direction),
             TrendKindInfo(trend->Kind()).name, *price, m_decimals);
+        const QString time = timeText();
         spdlog::info("Alert fired: {} at {} (trade {})", condition, time.toStdString(),
                      trade.price);
         emit alertFired(QString::fromStdString(symbol), *price, time,

@@ -1,0 +1,65 @@
+#pragma once
+
+// Columns whose room a computation reuses: those of a study set that was replaced, handed to the
+// computation of the next series. A 5,000,000-bar column is 40 MB of fresh pages the first time it
+// is written; written again in place it costs no page fault and no zeroing. Any thread may put
+// and take.
+
+#include <cstddef>
+#include <mutex>
+#include <vector>
+
+class CColumnStore {
+public:
+    // Keeps `column` (values and size as they are) when it has room.
+    void Put(std::vector<double>&& column) {
+        if (column.capacity() == 0) {
+            return;
+        }
+        const std::lock_guard lock(m_mutex);
+        m_columns.push_back(std::move(column));
+        column = {};
+    }
+
+    // The kept column with the most room, sized as it was put (so that sizing it to a series of
+    // the same length writes nothing); an empty one when none is kept.
+    std::vector<double> Take() {
+        const std::lock_guard lock(m_mutex);
+        if (m_columns.empty()) {
+            return {};
+        }
+        std::size_t best = 0;
+        for (std::size_t at = 1; at < m_columns.size(); ++at) {
+            if (m_columns[at].capacity() > m_columns[best].capacity()) {
+                best = at;
+            }
+        }
+        std::vector<double> column = std::move(m_columns[best]);
+        m_columns[best] = std::move(m_columns.back());
+        m_columns.pop_back();
+        return column;
+    }
+
+    // Gives `column` the room of a kept column when it has none of its own.
+    void Fill(std::vector<double>& column) {
+        if (column.capacity() == 0) {
+            column = Take();
+        }
+    }
+
+    // Frees what no computation took.
+    void Clear() {
+        std::vector<std::vector<double>> columns;
+        const std::lock_guard lock(m_mutex);
+        columns.swap(m_columns);
+    }
+
+    std::size_t Count() const {
+        const std::lock_guard lock(m_mutex);
+        return m_columns.size();
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<std::vector<double>> m_columns;
+};
