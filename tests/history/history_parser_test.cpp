@@ -299,7 +299,10 @@ std::string Outcome(const CChartHistRequest& history, const CHistoryResponsePars
 // break each rule, with line ends of every kind and lines of other answers between them.
 TEST(AnswerText, GivesWhatItsLinesGiveInOnePieceAndInPiecesOnTheWorker) {
     skychart::test::PorticoProcess portico(PORTICO_EXECUTABLE);
-    ASSERT_TRUE(portico.start({"--linger", "0", "--connect-delay", "0"})) << portico.errorOutput();
+    // Midday, so that the newest ticks are regular trades whatever the time of the run.
+    ASSERT_TRUE(portico.start(
+        {"--linger", "0", "--connect-delay", "0", "--start-time", "2026-11-20 12:00:00"}))
+        << portico.errorOutput();
     std::vector<std::string> lines = {
         "Lookup0,LH,2026-01-05 09:30:00.000000,123.4567,100,",
         "Lookup3,LH,2026-01-08 09:30:00,11,",
