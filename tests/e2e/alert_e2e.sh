@@ -20,12 +20,6 @@ rerun_on_session_bus "$0" "gdbus python3" "$@"
 home=$(mktemp -d /tmp/skychart-alert-e2e-XXXXXX)
 symbol=AURX
 
-chart() {
-    local method=$1
-    shift
-    timeout 30 gdbus call --session --dest "$name" --object-path /Skychart \
-        --method "org.skychart.Chart.$method" -- "$@" 2>&1
-}
 fail_details() {
     echo "--- notifications and signals"
     cat "$notes"

@@ -17,13 +17,6 @@ rerun_on_session_bus "$0" "gdbus python3" "$@"
 
 home=$(mktemp -d /tmp/skychart-e2e-XXXXXX)
 
-# chart METHOD ARGS...: calls the chart's method; its reply or error on standard output.
-chart() {
-    local method=$1
-    shift
-    timeout 30 gdbus call --session --dest "$name" --object-path /Skychart \
-        --method "org.skychart.Chart.$method" -- "$@" 2>&1
-}
 # expect_error NAME TEXT METHOD ARGS...: the call fails with the error NAME and a message
 # holding TEXT.
 expect_error() {

@@ -152,3 +152,12 @@ service_watch_count() {
 
 # The log file of the Skychart process PID.
 log_of() { echo "$home/logs/SkychartLog_$1.txt"; }
+
+# chart METHOD ARGS...: calls the method of the chart that owns the bus name $name; its reply or
+# error on standard output.
+chart() {
+    local method=$1
+    shift
+    timeout 30 gdbus call --session --dest "$name" --object-path /Skychart \
+        --method "org.skychart.Chart.$method" -- "$@" 2>&1
+}

@@ -36,10 +36,11 @@ class CNotifications : public QObject {
 
 public slots:
     Q_SCRIPTABLE QStringList GetCapabilities() { return {"body", "sound"}; }
-    Q_SCRIPTABLE QString GetServerInformation(QString& vendor, QString& version, QString& spec) {
+    Q_SCRIPTABLE QString GetServerInformation(QString& vendor, QString& version,
+                                              QString& protocol) {
         vendor = "test";
         version = "1";
-        spec = "1.2";
+        protocol = "1.2";
         return "notification-listener";
     }
     Q_SCRIPTABLE uint Notify(const QString& app, uint replaces, const QString& icon,
