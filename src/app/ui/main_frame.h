@@ -149,8 +149,6 @@ public:
     CChartBusService* ChartBus() const { return m_chartBus; }
 
 signals:
-    // Every Level 1 line ('Q', 'P', 'F') that reached the frame.
-    void Level1LineReceived(const QString& line);
     // The service reported "S,IP," and the command line has been applied.
     void ServiceReadyReached();
 

@@ -16,7 +16,6 @@
 
 #include <QComboBox>
 #include <QLineEdit>
-#include <QMetaMethod>
 #include <QStatusBar>
 #include <QToolButton>
 
@@ -124,11 +123,6 @@ void CMainFrame::OnLevel1Line(const std::string& line) {
     // A history that stopped short is not followed live: its newest points never came.
     if (m_view != nullptr && m_view->Loader().IncompleteReason().empty()) {
         m_view->OnLevel1Line(line);
-    }
-    // Each line becomes text for the signal only when something listens to it.
-    static const QMetaMethod received = QMetaMethod::fromSignal(&CMainFrame::Level1LineReceived);
-    if (isSignalConnected(received)) {
-        emit Level1LineReceived(QString::fromStdString(line));
     }
 }
 
