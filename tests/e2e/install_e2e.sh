@@ -12,7 +12,8 @@ build=$(readlink -f "$1")
 source "$(dirname "$(readlink -f "$0")")/e2e_lib.sh"
 require_tools "desktop-file-validate appstreamcli man python3 strip"
 
-home=$(mktemp -d /tmp/skychart-install-XXXXXX)
+# In the build tree rather than /tmp: the installed programs are run, and /tmp may be noexec.
+home=$(mktemp -d "$build/install-e2e-XXXXXX")
 prefix=$home/prefix
 id=org.skychart.Skychart
 make_home
