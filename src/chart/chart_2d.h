@@ -254,8 +254,19 @@ public:
     virtual void SetGridColor(ColorRef color) = 0;
     // Colour of the axis lines and of the value and x labels.
     virtual void SetAxisLabelColor(ColorRef color) = 0;
-    // The one line of text at the top of the pane, above the plot area.
-    virtual void SetLabelLine(std::string_view text, ColorRef color) = 0;
+    // The one line of text at the top of the pane, above the plot area, as runs of text drawn
+    // one after the other, each in its own colour (made readable on the background).
+    struct SLabelRun {
+        std::string text;
+        ColorRef color = 0;
+        bool operator==(const SLabelRun&) const = default;
+    };
+    virtual void SetLabelRuns(std::span<const SLabelRun> runs) = 0;
+    // The label line in one colour.
+    void SetLabelLine(std::string_view text, ColorRef color) {
+        const SLabelRun run{std::string(text), color};
+        SetLabelRuns({&run, 1});
+    }
 
     // ---- geometry and mapping (pane pixels) ----
     virtual SGeometry Geometry() const = 0;

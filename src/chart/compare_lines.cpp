@@ -51,12 +51,12 @@ std::vector<double> CCompareLines::Values(const CCompareSet::SEntry& entry) cons
     return CompareLineValues(closes, held->second, m_base);
 }
 
-std::string CCompareLines::HeaderText() const {
-    std::string text;
+std::vector<CChart2D::SLabelRun> CCompareLines::HeaderRuns() const {
+    std::vector<CChart2D::SLabelRun> runs;
     for (const CCompareSet::SEntry& entry : m_set.Entries()) {
-        text += (text.empty() ? "" : "  ") + CompareHeaderText(entry.symbol, Closes(entry));
+        runs.push_back({"  " + CompareHeaderText(entry.symbol, Closes(entry)), entry.color});
     }
-    return text;
+    return runs;
 }
 
 void CCompareLines::Paint(CChart2D& chart, const SPaneView& /*view*/) {

@@ -30,8 +30,8 @@ public:
     // A new series: every line takes its base again.
     void Reset() { m_bases.clear(); }
     // "KRNO +3.21%  TESU -0.84%": each symbol with its change from the first shown bar to the
-    // last, as the pane header lists them; "" with no symbol.
-    std::string HeaderText() const;
+    // last, as the pane header lists them, each in its line's colour; none with no symbol.
+    std::vector<CChart2D::SLabelRun> HeaderRuns() const;
 
     void Paint(CChart2D& chart, const SPaneView& view) override;
     void Erase(CChart2D& chart) const override;

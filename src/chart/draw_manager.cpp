@@ -406,13 +406,23 @@ void CHistChartDrawManager::PaintPane(int pane, CChart2D& chart, const SChartSty
     items.Paint(chart, m_view);
 
     if (pane == 0) {
-        const std::string compared = m_compare != nullptr ? m_compare->HeaderText() : "";
-        chart.SetLabelLine(compared.empty() ? frame.priceBarText
-                                            : frame.priceBarText + "   " + compared,
-                           style.priceBar);
+        chart.SetLabelRuns(PriceLabelRuns(frame.priceBarText, style.priceBar));
     } else if (study) {
         chart.SetLabelLine(m_studies->PaneLabel(pane, frame.cursorBar, strip), labelColor);
     } else {
         chart.SetLabelLine(strip ? "(Minimized)" : "", labelColor);
     }
+}
+
+std::vector<CChart2D::SLabelRun>
+CHistChartDrawManager::PriceLabelRuns(const std::string& priceBarText, ColorRef color) const {
+    std::vector<CChart2D::SLabelRun> runs{{priceBarText, color}};
+    if (m_compare != nullptr) {
+        std::vector<CChart2D::SLabelRun> compared = m_compare->HeaderRuns();
+        if (!compared.empty()) {
+            runs.front().text += " ";
+        }
+        runs.insert(runs.end(), compared.begin(), compared.end());
+    }
+    return runs;
 }

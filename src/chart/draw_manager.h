@@ -90,6 +90,10 @@ public:
     std::vector<std::string> PriceBarFields(int bar) const;
     // The header label beside the price bar: "Daily Price: LUMA" and its kin.
     std::string HeaderLabel(const std::string& symbol) const;
+    // The price pane's label line: `priceBarText` in `color`, then each compare symbol in its
+    // line's colour.
+    std::vector<CChart2D::SLabelRun> PriceLabelRuns(const std::string& priceBarText,
+                                                    ColorRef color) const;
     // The info text of a displayed bar: prices, volume and time, the averages and bands, and one
     // line per displayed study.
     std::string InfoText(int bar) const;

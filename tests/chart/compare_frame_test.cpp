@@ -1,13 +1,15 @@
 // Price scales and compare symbols in the real frame over LUMA from the real portico: the scale
 // and the compare symbols stored and loaded again in a new frame, every compare line starting at
-// 0% with the price at the first shown bar, the pane menu ticking the scale shown, a fourth
-// symbol refused and an unknown one named in the status line.
+// 0% with the price at the first shown bar and listed in the header in its line's colour (also
+// while the mouse reads out a bar), the pane menu ticking the scale shown, a fourth symbol
+// refused and an unknown one named in the status line.
 
 #include "frame_fixture.h"
 
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
 #include "chart/ui/chart_stack_widget.h"
+#include "chart/ui/stack_pane_chart.h"
 
 #include <QAction>
 #include <QMenu>
@@ -86,7 +88,6 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackAndEveryLineStartsAtZero) 
         // The same trading days: the first shown bar has its compare bar, at 0%.
         ASSERT_FALSE(std::isnan(values.front()));
         EXPECT_NEAR(scale.PercentOf(values.front()), 0.0, 1e-9);
-        EXPECT_NE(lines.HeaderText().find(entry.symbol + " "), std::string::npos);
         // Later values move with the symbol's own closes, not the chart's.
         int apart = 0;
         for (std::size_t i = 0; i < values.size(); ++i) {
@@ -94,7 +95,29 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackAndEveryLineStartsAtZero) 
         }
         EXPECT_GT(apart, 10);
     }
-    EXPECT_NE(lines.HeaderText().find('%'), std::string::npos);
+
+    // The header: the price bar, then each symbol with its change, in its line's colour; the
+    // mouse's read-out of a bar keeps them.
+    const auto& header = dynamic_cast<const CStackPaneChart&>(pane);
+    const auto labelText = [&] {
+        std::string text;
+        for (const CChart2D::SLabelRun& run : header.LabelRuns()) {
+            text += run.text;
+        }
+        return text;
+    };
+    const std::string before = labelText();
+    canvas.SetCursorBar(bars.Count() / 2);
+    ASSERT_TRUE(WaitFor([&] { return labelText() != before; }));
+    const auto& runs = header.LabelRuns();
+    ASSERT_EQ(runs.size(), 3U);
+    for (std::size_t i = 0; i < 2; ++i) {
+        const CCompareSet::SEntry& entry = view.CompareSet().Entries()[i];
+        EXPECT_EQ(runs[i + 1].text.rfind("  " + entry.symbol + " ", 0), 0U) << runs[i + 1].text;
+        EXPECT_NE(runs[i + 1].text.find('%'), std::string::npos);
+        EXPECT_EQ(runs[i + 1].color, entry.color);
+    }
+    EXPECT_NE(runs[0].color, runs[1].color);
 
     // A fourth symbol is refused and says why; an unknown one says so in the status line.
     EXPECT_EQ(view.CompareSymbol("BRYN"), "");

@@ -87,7 +87,12 @@ public:
     void SetBackgroundColor(ColorRef /*color*/) override {}
     void SetGridColor(ColorRef /*color*/) override {}
     void SetAxisLabelColor(ColorRef /*color*/) override {}
-    void SetLabelLine(std::string_view text, ColorRef /*color*/) override { m_labelText = text; }
+    void SetLabelRuns(std::span<const SLabelRun> runs) override {
+        m_labelText.clear();
+        for (const SLabelRun& run : runs) {
+            m_labelText += run.text;
+        }
+    }
 
     SGeometry Geometry() const override { return m_geometry; }
     double SlotToPixelX(double slot) const override;

@@ -352,7 +352,7 @@ void CChartCanvas::ShowCursorReadOut() {
     const SChartStyle& style = m_style;
     m_priceBarText = PriceLabelText(style);
     m_stack->HoldDrawing();
-    m_stack->Pane(0).SetLabelLine(m_priceBarText, style.priceBar);
+    m_stack->Pane(0).SetLabelRuns(m_draw.PriceLabelRuns(m_priceBarText, style.priceBar));
     if (m_studies != nullptr) {
         for (int pane = 1; pane <= std::min(m_layout.LastPane(), m_studies->PaneCount()); ++pane) {
             m_stack->Pane(pane).SetLabelLine(m_studies->PaneLabel(pane, m_cursorBar, IsStrip(pane)),

@@ -92,9 +92,7 @@ void CPaneSeriesLayerable::draw(QCPPainter* painter) {
 
 CPaneFrameLayerable::CPaneFrameLayerable(QCustomPlot* plot, const QString& layer, QCPAxisRect* rect,
                                          EPart part)
-    : QCPLayerable(plot, layer, rect), m_rect(rect), m_part(part), m_color(Qt::white) {
-    m_text.setTextFormat(Qt::PlainText);
-}
+    : QCPLayerable(plot, layer, rect), m_rect(rect), m_part(part), m_color(Qt::white) {}
 
 void CPaneFrameLayerable::applyDefaultAntialiasingHint(QCPPainter* painter) const {
     painter->setAntialiasing(false);
@@ -112,7 +110,7 @@ void CPaneFrameLayerable::draw(QCPPainter* painter) {
         painter->fillRect(outer, m_color);
         return;
     }
-    if (m_text.text().isEmpty()) {
+    if (m_runs.empty()) {
         return;
     }
     // From the left edge of the plot area, clear of value labels on the left, centred in the
@@ -121,21 +119,29 @@ void CPaneFrameLayerable::draw(QCPPainter* painter) {
     const QFontMetrics metrics(m_font);
     const QPoint at(m_rect->rect().left() + 4,
                     outer.top() + std::max(strip - metrics.height(), 0) / 2);
+    const auto drawRuns = [this](QPainter& target, QPointF origin) {
+        target.setFont(m_font);
+        for (const auto& [text, color] : m_runs) {
+            target.setPen(color);
+            target.drawStaticText(origin, text);
+            origin.rx() += text.size().width();
+        }
+    };
     if (!PaintsPixels(*painter)) {
-        painter->setFont(m_font);
-        painter->setPen(m_color);
-        painter->drawStaticText(at, m_text);
+        drawRuns(*painter, at);
         return;
     }
     // On the screen the text is drawn once into an image, which each drawing puts in place.
     if (m_textImage.isNull()) {
-        m_textImage = QImage(static_cast<int>(std::ceil(m_text.size().width())) + 2,
-                             metrics.height(), QImage::Format_ARGB32_Premultiplied);
+        double width = 0.0;
+        for (const auto& run : m_runs) {
+            width += run.first.size().width();
+        }
+        m_textImage = QImage(static_cast<int>(std::ceil(width)) + 2, metrics.height(),
+                             QImage::Format_ARGB32_Premultiplied);
         m_textImage.fill(Qt::transparent);
         QPainter text(&m_textImage);
-        text.setFont(m_font);
-        text.setPen(m_color);
-        text.drawStaticText(0, 0, m_text);
+        drawRuns(text, QPointF(0, 0));
     }
     painter->drawImage(at, m_textImage);
 }
@@ -145,14 +151,32 @@ void CPaneFrameLayerable::SetColor(const QColor& color) {
     m_textImage = QImage();
 }
 
-void CPaneFrameLayerable::SetText(const QString& text) {
-    m_text.setText(text);
-    m_text.prepare(QTransform(), m_font);
+void CPaneFrameLayerable::SetRuns(const std::vector<SRun>& runs) {
+    m_runs.clear();
+    for (const SRun& run : runs) {
+        if (run.text.isEmpty()) {
+            continue;
+        }
+        QStaticText text(run.text);
+        text.setTextFormat(Qt::PlainText);
+        text.prepare(QTransform(), m_font);
+        m_runs.emplace_back(std::move(text), run.color);
+    }
     m_textImage = QImage();
+}
+
+QString CPaneFrameLayerable::Text() const {
+    QString text;
+    for (const auto& run : m_runs) {
+        text += run.first.text();
+    }
+    return text;
 }
 
 void CPaneFrameLayerable::SetFont(const QFont& font) {
     m_font = font;
-    m_text.prepare(QTransform(), m_font);
+    for (auto& run : m_runs) {
+        run.first.prepare(QTransform(), m_font);
+    }
     m_textImage = QImage();
 }

@@ -77,9 +77,15 @@ public:
 
     CPaneFrameLayerable(QCustomPlot* plot, const QString& layer, QCPAxisRect* rect, EPart part);
 
+    // The label line: runs of text one after the other, each in its colour.
+    struct SRun {
+        QString text;
+        QColor color;
+    };
+
     void SetColor(const QColor& color);
-    void SetText(const QString& text);
-    QString Text() const { return m_text.text(); }
+    void SetRuns(const std::vector<SRun>& runs);
+    QString Text() const;
     void SetFont(const QFont& font);
 
 protected:
@@ -91,7 +97,8 @@ private:
     QCPAxisRect* m_rect;
     EPart m_part;
     QColor m_color;
-    QStaticText m_text; // laid out once
+    // Each run laid out once, with its colour.
+    std::vector<std::pair<QStaticText, QColor>> m_runs;
     QImage m_textImage; // the label line drawn, for the screen; null until needed
     QFont m_font;
 };

@@ -81,7 +81,6 @@ CStackPaneChart::CStackPaneChart(IPaneHost& stack, int index, std::shared_ptr<QI
     m_labelLine = new CPaneFrameLayerable(&stack.Plot(), QStringLiteral("legend"), m_rect,
                                           CPaneFrameLayerable::EPart::LabelLine);
     m_labelLine->SetFont(PixelFont(stack.Plot().font(), IPaneHost::kLabelFontPixels));
-    m_labelLine->SetColor(Qt::black);
     m_crosshair.SetFont(tickFont);
     m_tags = new CPaneTagLayerable(&stack.Plot(), m_rect, m_y[0], m_y[1], m_series->Series(),
                                    m_valueScales);
@@ -438,12 +437,19 @@ void CStackPaneChart::SetAxisLabelColor(ColorRef color) {
     Changed(false);
 }
 
-void CStackPaneChart::SetLabelLine(std::string_view text, ColorRef color) {
-    m_labelLine->SetText(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
-    // Drawn in a colour that reads on the background, whatever the setting holds.
+void CStackPaneChart::SetLabelRuns(std::span<const SLabelRun> runs) {
+    m_labelRuns.assign(runs.begin(), runs.end());
+    // Each run in a colour that reads on the background, whatever the setting holds.
     const QColor& back = m_backgroundColor;
-    m_labelLine->SetColor(
-        ToQColor(ReadableTextColor(color, MakeColorRef(back.red(), back.green(), back.blue()))));
+    const ColorRef background = MakeColorRef(back.red(), back.green(), back.blue());
+    std::vector<CPaneFrameLayerable::SRun> drawn;
+    drawn.reserve(runs.size());
+    for (const SLabelRun& run : runs) {
+        drawn.push_back(
+            {QString::fromUtf8(run.text.data(), static_cast<qsizetype>(run.text.size())),
+             ToQColor(ReadableTextColor(run.color, background))});
+    }
+    m_labelLine->SetRuns(drawn);
     Changed(false);
 }
 

@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <span>
+#include <vector>
 
 class CPaneAxisRect;
 class CVisibleMarginGroup;
@@ -95,7 +96,10 @@ public:
     void SetBackgroundColor(ColorRef color) override;
     void SetGridColor(ColorRef color) override;
     void SetAxisLabelColor(ColorRef color) override;
-    void SetLabelLine(std::string_view text, ColorRef color) override;
+    using CChart2D::SetLabelLine;
+    void SetLabelRuns(std::span<const SLabelRun> runs) override;
+    // The label line's runs as last set (their colours before they are made readable).
+    const std::vector<SLabelRun>& LabelRuns() const { return m_labelRuns; }
 
     SGeometry Geometry() const override;
     double SlotToPixelX(double slot) const override;
@@ -145,6 +149,7 @@ private:
     CPaneFrameLayerable* m_background;
     QColor m_backgroundColor = Qt::white;
     CPaneFrameLayerable* m_labelLine;
+    std::vector<SLabelRun> m_labelRuns;
     CPaneTagLayerable* m_tags;
     CPaneCrosshair m_crosshair;
     EAxis m_labelAxis = EAxis::Y;
