@@ -19,6 +19,7 @@
 
 #include "bench_support.h"
 #include "core/data_types.h"
+#include "platform/large_pages.h"
 #include "studies/study_kernels.h"
 #include "studies/study_set.h"
 #include "studies/study_settings.h"
@@ -359,7 +360,8 @@ int main(int argc, char** argv) {
     }
 
     // As the chart view computes them after a load: one study set (the three averages, the bands
-    // and ten panes, one of each study) over the series' columns, on the view's two threads.
+    // and ten panes, one of each study) over the series' columns, on the view's two threads, its
+    // fresh columns advised into large pages as the view's are.
     SUpperStudySettings upper;
     upper.masShow = true;
     upper.bandsShow = true;
@@ -373,14 +375,15 @@ int main(int argc, char** argv) {
     std::vector<double> viewSet;
     for (int run = 0; run < runs; ++run) {
         const auto start = Clock::now();
+        CColumnStore fresh(AdviseLargePages);
         CStudySet set(inputs, upper, lower, {kDays, 0});
-        set.Compute(2);
+        set.Compute(2, &fresh);
         viewSet.push_back(SecondsSince(start));
         sink += set.Pane(kStudyADX).LineAt(0, bars.Count() - 1);
     }
     // As the chart view computes a new series that replaced one: into the columns of the set
     // before (the view keeps them from the old series until the new one is computed).
-    CColumnStore store;
+    CColumnStore store(AdviseLargePages);
     auto previous = std::make_shared<CStudySet>(inputs, upper, lower, SStudyContext{kDays, 0});
     previous->Compute(2);
     std::vector<double> viewReuse;

@@ -5,12 +5,24 @@
 // is written; written again in place it costs no page fault and no zeroing. Any thread may put
 // and take.
 
+#include "studies/kernel_support.h"
+
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <vector>
 
 class CColumnStore {
 public:
+    // How fresh room for a long column is prepared before it is first written: the platform's
+    // advice to back it with large pages, which takes most of the page faults and much of the
+    // zeroing out of a first computation. None leaves it to the allocator.
+    using Advice = std::function<void(void* data, std::size_t bytes)>;
+    // Columns shorter than this take no advice.
+    static constexpr std::size_t kAdvisedBytes = std::size_t{4} << 20;
+
+    explicit CColumnStore(Advice advice = {}) : m_advice(std::move(advice)) {}
+
     // Keeps `column` (values and size as they are) when it has room.
     void Put(std::vector<double>&& column) {
         if (column.capacity() == 0) {
@@ -41,10 +53,19 @@ public:
     }
 
     // Gives `column` the room of a kept column when it has none of its own.
-    void Fill(std::vector<double>& column) {
+    void Fill(std::vector<double>& column, std::size_t count) {
         if (column.capacity() == 0) {
             column = Take();
         }
+        if (column.capacity() >= count || count * sizeof(double) < kAdvisedBytes || !m_advice) {
+            return;
+        }
+        // Fresh room: advised before anything is written to it. Kept values are copied over.
+        std::vector<double> room;
+        room.reserve(study_kernels::detail::RoomFor(count));
+        m_advice(room.data(), room.capacity() * sizeof(double));
+        room.assign(column.begin(), column.end());
+        column.swap(room);
     }
 
     // Frees what no computation took.
@@ -60,6 +81,7 @@ public:
     }
 
 private:
+    Advice m_advice;
     mutable std::mutex m_mutex;
     std::vector<std::vector<double>> m_columns;
 };

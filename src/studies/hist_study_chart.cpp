@@ -50,10 +50,10 @@ void CHistStudyChart::GiveRoom(CColumnStore& store) {
     m_count = 0;
 }
 
-void CHistStudyChart::TakeRoom(CColumnStore& store) {
+void CHistStudyChart::TakeRoom(CColumnStore& store, std::size_t count) {
     for (SLine& line : m_lines) {
         if (!line.flat) {
-            store.Fill(line.values);
+            store.Fill(line.values, count);
         }
     }
 }

@@ -67,8 +67,9 @@ public:
     virtual void fill(const CStudyInputs& inputs, std::size_t from) = 0;
     // Hands the room of the lines' columns to `store`; the lines are empty afterwards.
     void GiveRoom(CColumnStore& store);
-    // Takes room from `store` for every drawn line that has none, before a fill from bar 0.
-    void TakeRoom(CColumnStore& store);
+    // Takes room for `count` bars from `store` for every drawn line that has too little, before
+    // a fill from bar 0.
+    void TakeRoom(CColumnStore& store, std::size_t count);
     // The pane's label line: the description, the values at `cursorBar` when it is a bar of
     // the series, and " (Minimized)".
     virtual std::string label(int cursorBar, bool minimized) const;

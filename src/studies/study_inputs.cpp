@@ -39,10 +39,10 @@ bool CStudyInputs::Read(const CChartHistRequest& history, int dataType,
     // Every entry is read over (or the inputs dropped): the columns are only sized, which
     // writes nothing into room taken from the store.
     for (auto* column : {&m_close, &m_high, &m_low, &m_volume}) {
-        if (store != nullptr) {
-            store->Fill(*column);
-        }
         const bool used = !ticks || column == &m_close || column == &m_volume;
+        if (store != nullptr) {
+            store->Fill(*column, used ? count : 0);
+        }
         study_kernels::detail::Sized(*column, used ? count : 0);
     }
     bool read = true;

@@ -6,6 +6,7 @@
 
 #include "chart/pane_studies.h"
 #include "chart/series_ids.h"
+#include "studies/column_store.h"
 #include "studies/study_set.h"
 
 #include <atomic>
@@ -16,7 +17,9 @@
 
 class CStudyPanes final : public IPaneStudies {
 public:
-    CStudyPanes(const SUpperStudySettings& upper, const SStudySettings& studies);
+    // `advice` prepares the fresh room of long study columns (see CColumnStore).
+    CStudyPanes(const SUpperStudySettings& upper, const SStudySettings& studies,
+                CColumnStore::Advice advice = {});
     ~CStudyPanes() override;
     CStudyPanes(const CStudyPanes&) = delete;
     CStudyPanes& operator=(const CStudyPanes&) = delete;
@@ -98,7 +101,7 @@ private:
     // The set of the series before, whose columns the next computation writes over; the room
     // the computation did not take is freed when it is done.
     std::shared_ptr<CStudySet> m_spare;
-    std::shared_ptr<CColumnStore> m_store = std::make_shared<CColumnStore>();
+    std::shared_ptr<CColumnStore> m_store;
     std::shared_ptr<const std::function<void()>> m_finished;
     std::uint64_t m_itemsVersion = 1;
 };

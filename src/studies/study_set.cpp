@@ -111,9 +111,9 @@ struct SJob {
 
 void CStudySet::Compute(int threads, CColumnStore* store) {
     const std::span<const double> close = m_inputs->Columns().close;
-    auto room = [store](std::vector<double>& column) {
+    auto room = [store, count = close.size()](std::vector<double>& column) {
         if (store != nullptr) {
-            store->Fill(column);
+            store->Fill(column, count);
         }
     };
     std::vector<SJob> jobs;
@@ -141,9 +141,9 @@ void CStudySet::Compute(int threads, CColumnStore* store) {
     // A money flow index goes on from the flows of a money flow pane of its period, after it in
     // the same job when both are computed.
     std::vector<bool> done(m_panes.size(), false);
-    auto fill = [this, store](CHistStudyChart& pane) {
+    auto fill = [this, store, count = close.size()](CHistStudyChart& pane) {
         if (store != nullptr) {
-            pane.TakeRoom(*store);
+            pane.TakeRoom(*store, count);
         }
         pane.fill(*m_inputs, 0);
     };
@@ -159,12 +159,12 @@ void CStudySet::Compute(int threads, CColumnStore* store) {
             }
             const bool both = m_pending[4 + flowAt];
             jobs.push_back({(both ? StudyCost(kStudyMoneyFlow) : 0.0) + kIndexFromFlowsCost,
-                            [index, flows, both, fill, store] {
+                            [index, flows, both, fill, store, count = close.size()] {
                                 if (both) {
                                     fill(*flows);
                                 }
                                 if (store != nullptr) {
-                                    index->TakeRoom(*store);
+                                    index->TakeRoom(*store, count);
                                 }
                                 index->FillFromFlows(*flows);
                             }});

@@ -7,6 +7,7 @@
 #include "chart/ui/chart_image.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
+#include "platform/large_pages.h"
 #include "studies/study_panes.h"
 #include "trend/trend_store.h"
 #include "trend/trend_style.h"
@@ -27,8 +28,8 @@ std::string RenderChart(const CChartLoader& loader, const SExportRequest& reques
     canvas.LoadSettings();
     canvas.SetPointCount(loader.History().GetCount(), true);
     canvas.ResetYRange();
-    canvas.SetStudies(std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
-                                                    SStudySettings::Read(settings)));
+    canvas.SetStudies(std::make_unique<CStudyPanes>(
+        SUpperStudySettings::Read(settings), SStudySettings::Read(settings), AdviseLargePages));
     canvas.ComputeStudies();
     canvas.FinishStudies();
     CCanvasTrendPane pane(canvas);

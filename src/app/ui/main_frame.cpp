@@ -25,6 +25,7 @@
 #include "history/chart_hist_request.h"
 #include "history/ui/data_settings_page.h"
 #include "platform/chart_bus_service.h"
+#include "platform/large_pages.h"
 #include "platform/process_launcher.h"
 #include "platform/qt_feed.h"
 #include "platform/registry_paths.h"
@@ -107,7 +108,7 @@ bool CMainFrame::Create() {
     });
     m_view->SetSettingsFile(CRegistryPaths::ApplicationFile("Skychart").toStdString());
     auto studies = std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
-                                                 SStudySettings::Read(settings));
+                                                 SStudySettings::Read(settings), AdviseLargePages);
     m_studies = studies.get();
     m_view->Canvas().SetStudies(std::move(studies));
     setCentralWidget(m_view);

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <cstddef>
+
+// Asks the kernel to back the whole 2 MiB pages inside [data, data + bytes) with transparent
+// huge pages, before the memory is first written: a long column then takes one page fault per
+// 2 MiB instead of one per 4 KiB. Without transparent huge pages (or for a range too short to
+// hold one) it does nothing; the memory works the same either way.
+void AdviseLargePages(void* data, std::size_t bytes);
