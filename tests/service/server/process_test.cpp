@@ -4,7 +4,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <thread>
 #include <tuple>
 #include <unistd.h>
@@ -15,11 +14,6 @@ namespace portico::test {
 namespace {
 
 using skychart::test::RunResult;
-
-std::string ReadText(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 // Writes Startup.conf where a portico started by `portico` will read it.
 std::string WriteStartupConf(PorticoProcess& portico, const std::string& text) {
@@ -61,7 +55,7 @@ TEST(PorticoProcessTest, PortsComeFromStartupConfWhichStaysUntouched) {
     EXPECT_EQ(std::tuple(portico.adminPort(), portico.lookupPort(), portico.level1Port()),
               std::tuple(admin, lookup, level1));
     EXPECT_EQ(portico.stop(), 0) << portico.errorOutput();
-    EXPECT_EQ(ReadText(path), conf);
+    EXPECT_EQ(skychart::test::ReadFile(path), conf);
 
     // Options win over the file; a bad value in it falls back; keys may lack a section.
     PorticoProcess overridden(PORTICO_EXECUTABLE);
