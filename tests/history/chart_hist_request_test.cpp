@@ -64,11 +64,6 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
     history.GetTick(1, out);
     EXPECT_EQ(out.close, 7.5);
     EXPECT_EQ(out.text1.View(), "corrected");
-    out = replacement;
-    EXPECT_EQ(out.text1.View(), "changed");
-    replacement.text1.Assign("");
-    EXPECT_TRUE(replacement.text1.Empty());
-    EXPECT_EQ(out.text1.View(), "changed");
     EXPECT_THROW(history.ReplaceTick(5, replacement), CInvalidArgException);
     EXPECT_THROW(history.ReplaceTick(-1, replacement), CInvalidArgException);
     EXPECT_EQ(history.GetClose(0), 100.0);

@@ -12,7 +12,6 @@
 #include "history/request_settings_check.h"
 
 #include "recording_prompt.h"
-#include "settings_table.h"
 
 #include <gtest/gtest.h>
 
@@ -268,26 +267,21 @@ TEST_F(Request, TheCheckNamesEverySettingTheRequestWouldStopAtAndNoOther) {
     EXPECT_EQ(Reason(), "the Days value of RequestDatapoints, \"abc\", is not a number");
 }
 
-using skychart::test::RecordingPrompt;
-using skychart::test::SettingsTable;
-
 constexpr SPageDate kToday{2026, 3, 14};
 
 // The request settings as the chart view loads them from a settings table with the given values.
-class DataPageLogicTest : public ::testing::Test {
+class DataPageLogicTest : public Request {
 protected:
-    CDataPageLogic& Open(const std::vector<std::pair<std::string, std::string>>& values = {}) {
-        for (const auto& [key, value] : values) {
-            EXPECT_TRUE(table.SetText(key, value)) << key;
-        }
-        settings.Load(table, "20260314");
-        logic.emplace(prompt, settings, kToday);
+    CDataPageLogic& Open(const std::map<std::string, std::string>& values = {}) {
+        Set(values);
+        request.Load(settings, "20260314");
+        logic.emplace(prompt, request, kToday);
         return *logic;
     }
     // What the settings table holds under `key` after the page's settings were saved.
     std::string Saved(const std::string& key) {
-        EXPECT_TRUE(settings.Save(table));
-        return table.GetText(key);
+        EXPECT_TRUE(request.Save(settings));
+        return settings.GetText(key);
     }
     void ExpectOneBox(const std::string& text) {
         ASSERT_EQ(prompt.boxes.size(), 1u);
@@ -297,9 +291,7 @@ protected:
         prompt.boxes.clear();
     }
 
-    SettingsTable table;
-    RecordingPrompt prompt;
-    SRequestSettings settings;
+    skychart::test::RecordingPrompt prompt;
     std::optional<CDataPageLogic> logic;
 };
 
@@ -409,8 +401,8 @@ TEST_F(DataPageLogicTest, DatapointsOutsideTheRangeBecome10000AndTheRestIsStored
         EXPECT_TRUE(page.Store(1, fields)) << bad;
         EXPECT_EQ(fields.datapoints, "10000") << bad;
         ExpectOneBox("Datapoints outside of range (1 - 5,000,000).  Defaulting to 10000.");
-        EXPECT_EQ(settings.Datapoints(1), 10000);
-        EXPECT_EQ(settings.Days(1), days) << "the other fields are stored too";
+        EXPECT_EQ(request.Datapoints(1), 10000);
+        EXPECT_EQ(request.Days(1), days) << "the other fields are stored too";
     }
     for (const auto& [good, value] :
          std::vector<std::pair<std::string, int>>{{"1", 1}, {"5000000", 5000000}, {" 250 ", 250}}) {
@@ -418,7 +410,7 @@ TEST_F(DataPageLogicTest, DatapointsOutsideTheRangeBecome10000AndTheRestIsStored
         fields.datapoints = good;
         EXPECT_TRUE(page.Store(0, fields)) << good;
         EXPECT_EQ(fields.datapoints, good);
-        EXPECT_EQ(settings.Datapoints(0), value);
+        EXPECT_EQ(request.Datapoints(0), value);
     }
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_EQ(Saved("RequestDatapoints"), "250,10000,10000,10000,10000");

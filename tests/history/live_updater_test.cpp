@@ -145,38 +145,36 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
     ticks.updater.Reset();
     EXPECT_FALSE(ticks.updater.LastUpdate().has_value()) << "a new request has no trade yet";
 
-    // The day bar: a regular trade takes the day's figures, an extended one only widens the
-    // high and low.
+    // The day bar: an extended trade only widens the high and low, and only while accepted; a
+    // regular one takes the day's figures, those of 0 from the trade.
     SChart days(kDaysDatapoints);
-    days.history.SetExtendedTradesAccepted(true);
     days.history.AppendTick(Bar(CDateTime(2024, 3, 5, 0, 0, 0), 10.0, 11.0, 9.0, 10.5, 0, 4000));
-    SLine extended = Trade("03/05/2024", "16:30:00", "12.00", "5000");
-    extended.contents = "E";
-    ASSERT_TRUE(days.Apply(extended));
-    EXPECT_EQ(days.Prices(), "o10 h12 l9 c10.5 size0 vol5000 oi0") << "the close stays";
-    extended.price = "8.50";
-    extended.total = "5100";
-    ASSERT_TRUE(days.Apply(extended));
-    EXPECT_EQ(days.Prices(), "o10 h12 l8.5 c10.5 size0 vol5100 oi0");
-    days.history.SetExtendedTradesAccepted(false);
-    extended.price = "20.00";
-    extended.total = "5200";
-    EXPECT_FALSE(days.Apply(extended));
-    EXPECT_EQ(days.Prices(), "o10 h12 l8.5 c10.5 size0 vol5100 oi0");
-
-    SLine regular = Trade("03/05/2024", "16:31:00", "11.10", "5300");
-    regular.high = "11.90";
-    regular.low = "8.70";
-    regular.open = "10.05";
-    regular.openInterest = "4242";
-    ASSERT_TRUE(days.Apply(regular));
+    const struct {
+        const char *contents, *price, *total, *high, *low, *open, *openInterest;
+        bool accepted, applied;
+        const char* prices;
+    } steps[] = {
+        {"E", "12.00", "5000", "10.8", "9.7", "10", "0", true, true,
+         "o10 h12 l9 c10.5 size0 vol5000 oi0"},
+        {"E", "8.50", "5100", "10.8", "9.7", "10", "0", true, true,
+         "o10 h12 l8.5 c10.5 size0 vol5100 oi0"},
+        {"E", "20.00", "5200", "10.8", "9.7", "10", "0", false, false,
+         "o10 h12 l8.5 c10.5 size0 vol5100 oi0"},
+        {"C", "11.10", "5300", "11.90", "8.70", "10.05", "4242", false, true,
+         "o10.05 h11.9 l8.7 c11.1 size0 vol5300 oi4242"},
+        {"C", "11.10", "5400", "0", "0", "0", "4242", false, true,
+         "o11.1 h11.1 l11.1 c11.1 size0 vol5400 oi4242"},
+    };
+    for (const auto& step : steps) {
+        days.history.SetExtendedTradesAccepted(step.accepted);
+        SLine line = Trade("03/05/2024", "16:30:00", step.price, step.total);
+        line.contents = step.contents;
+        std::tie(line.high, line.low, line.open, line.openInterest) =
+            std::tie(step.high, step.low, step.open, step.openInterest);
+        EXPECT_EQ(days.Apply(line), step.applied) << step.total;
+        EXPECT_EQ(days.Prices(), step.prices) << step.total;
+    }
     EXPECT_EQ(days.history.GetCount(), 1);
-    EXPECT_EQ(days.Prices(), "o10.05 h11.9 l8.7 c11.1 size0 vol5300 oi4242");
-    // Day figures of 0 are taken from the trade.
-    regular.high = regular.low = regular.open = "0";
-    regular.total = "5400";
-    ASSERT_TRUE(days.Apply(regular));
-    EXPECT_EQ(days.Prices(), "o11.1 h11.1 l11.1 c11.1 size0 vol5400 oi4242");
 
     // The first trade of the next day starts its bar, with the line's day code (field 24).
     ASSERT_TRUE(days.Apply(Trade("03/06/2024", "09:30:01", "11.40", "200")));
