@@ -22,15 +22,10 @@ using skychart::test::TempDir;
 
 namespace {
 
-TEST(ApplicationLog, NameComesFromTheExecutableWithoutExe) {
-    EXPECT_EQ(LogFileName(ApplicationNameFromExecutable("Skychart.EXE"), 4242),
-              "SkychartLog_4242.txt");
-    EXPECT_EQ(ApplicationNameFromExecutable("/opt/skychart/bin/Skychart.ExE"), "Skychart");
+TEST(ApplicationLog, OpensItsFileNamedAfterTheExecutableInANewFolderWithBannerAndPattern) {
+    // Only a last ".exe", in any case, is left out of the name.
     EXPECT_EQ(ApplicationNameFromExecutable("Skychart.exe.bak"), "Skychart.exe.bak");
     EXPECT_EQ(ApplicationNameFromExecutable(".exe"), ".exe");
-}
-
-TEST(ApplicationLog, OpensItsFileInANewFolderWithBannerAndPattern) {
     TempDir temp;
     SLogSetup setup{
         "/usr/bin/Skychart.exe", fs::path(temp.path()) / "state/Logs", false, 4242, nullptr, false};

@@ -121,29 +121,24 @@ TEST_F(LookupTest, ErrorAnswersEndWithTheEndMarker) {
                   (std::vector<std::string>{"H,E,!" + std::string(error) + "!,", "H,!ENDMSG!,"}));
     }
     // Arguments that cannot be served, absurd ones among them, are refused with a reason.
-    for (const char* command : {"HIX,LUMA,60,10,1,H,,d,0",
-                                "HTX,LUMA,many,1,H",
-                                "HTX,LUMA,10,2,H",
-                                "HDX,LUMA,10,7,H",
-                                "HTT,LUMA,20261132 000000,,,,,1,H",
-                                "HTT,LUMA,20230230 000000,,,,,1,H",
-                                "HTT,LUMA,20230201 250000,,,,,1,H",
-                                "HTT,LUMA,20230202 000000,20230201 000000,,,,1,H",
-                                "HID,LUMA,60,1,,0930,1600,1,H,,s,0",
-                                "HID,LUMA,60,0,,,,1,H",
-                                "HIX,LUMA,0,10,1,H,,s,0",
-                                "HTD,LUMA,1000000,,,,1,H",
-                                "HTX,LUMA,9999999999999999999,1,H",
-                                "HIT,LUMA,60,99999999,,,,,1,H,,s,0",
-                                "HDT,,20200101,20201231,,1,H",
-                                "SBF,x,IBM,,,H",
-                                "SBF,s,IBM,q,1,H",
-                                "HTT,LUMA,20230229 000000,,,,,1,H",
-                                "HTT,LUMA,2023011 000000,,,,,1,H",
-                                "HTT,LUMA,2023O101 000000,,,,,1,H",
-                                "HTT,LUMA,20230201 126000,,,,,1,H",
-                                "HTD,LUMA,1,,93000,,1,H",
-                                "HTD,LUMA,1,,093000,240000,1,H"}) {
+    // clang-format off
+    const char* const refused[] = {
+        // Counts, directions, intervals, symbols and search kinds that are none.
+        "HTX,LUMA,many,1,H", "HTX,LUMA,10,2,H", "HDX,LUMA,10,7,H", "HIX,LUMA,60,10,1,H,,d,0",
+        "HID,LUMA,60,0,,,,1,H", "HIX,LUMA,0,10,1,H,,s,0", "HTD,LUMA,1000000,,,,1,H",
+        "HTX,LUMA,9999999999999999999,1,H", "HDT,,20200101,20201231,,1,H", "SBF,x,IBM,,,H",
+        "SBF,s,IBM,q,1,H",
+        // Dates and times that are none, or a range that ends before it begins.
+        "HTT,LUMA,20261132 000000,,,,,1,H", "HTT,LUMA,20230230 000000,,,,,1,H",
+        "HTT,LUMA,20230229 000000,,,,,1,H", "HTT,LUMA,2023011 000000,,,,,1,H",
+        "HTT,LUMA,2023O101 000000,,,,,1,H", "HTT,LUMA,20230201 250000,,,,,1,H",
+        "HTT,LUMA,20230201 126000,,,,,1,H", "HIT,LUMA,60,99999999,,,,,1,H,,s,0",
+        "HTT,LUMA,20230202 000000,20230201 000000,,,,1,H",
+        // Filter times of the wrong width or past the day.
+        "HID,LUMA,60,1,,0930,1600,1,H,,s,0", "HTD,LUMA,1,,93000,,1,H",
+        "HTD,LUMA,1,,093000,240000,1,H"};
+    // clang-format on
+    for (const char* command : refused) {
         const auto answer = lookup(command, "H");
         ASSERT_EQ(answer.size(), 2u) << command;
         EXPECT_TRUE(Matches(answer[0], "H,E,!INVALID_ARGUMENT! [^,]+,")) << command;
