@@ -1,5 +1,5 @@
 // The symbol search dialog of the real main frame against a real portico: market names, the
-// empty answer, confirming from the search box.
+// empty answer, cancelling, confirming from the search box.
 
 #include "frame_fixture.h"
 
@@ -41,8 +41,8 @@ protected:
     }
 };
 
-TEST_F(SymbolSearchTest, ResultsShowMarketNamesAndOnlyAFoundRowCanBeConfirmed) {
-    OpenFrame();
+TEST_F(SymbolSearchTest, ResultsShowMarketNamesAFoundRowIsConfirmedAndLoadedFromTheSearchBox) {
+    CMainFrame& frame = OpenFrame();
     ASSERT_TRUE(WaitForService());
     auto dialog = Search("LUM", "LUMA");
     // The market's name is shown, not its number.
@@ -59,13 +59,10 @@ TEST_F(SymbolSearchTest, ResultsShowMarketNamesAndOnlyAFoundRowCanBeConfirmed) {
     EXPECT_FALSE(none->ConfirmRow(0));
     EXPECT_TRUE(none->SelectedSymbol().empty());
     EXPECT_NE(none->result(), QDialog::Accepted);
-}
+    dialog.reset();
+    none.reset();
 
-TEST_F(SymbolSearchTest, SearchBoxEnterLoadsTheConfirmedSymbolOrNothingWhenCancelled) {
-    CMainFrame& frame = OpenFrame();
-    ASSERT_TRUE(WaitForService());
-
-    // Cancelled: nothing changes.
+    // From the frame: cancelled, nothing changes.
     QTimer::singleShot(0, &frame, [&] {
         if (WaitFor([&] { return frame.ActiveSearch() != nullptr; }, 10s)) {
             frame.ActiveSearch()->reject();
@@ -77,21 +74,21 @@ TEST_F(SymbolSearchTest, SearchBoxEnterLoadsTheConfirmedSymbolOrNothingWhenCance
     // Enter in the search box opens the dialog; Enter on a found row confirms it: the symbol
     // goes first into the symbol box, is stored and loaded.
     QTimer::singleShot(0, &frame, [&] {
-        CSymbolSearchDlg* dialog = nullptr;
+        CSymbolSearchDlg* open = nullptr;
         WaitFor([&] {
-            dialog = frame.ActiveSearch();
-            return dialog != nullptr && dialog->RowCount() > 0 &&
-                   dialog->CellText(0, 0) != "No Results Found";
+            open = frame.ActiveSearch();
+            return open != nullptr && open->RowCount() > 0 &&
+                   open->CellText(0, 0) != "No Results Found";
         });
-        if (dialog == nullptr) {
+        if (open == nullptr) {
             return;
         }
-        auto* table = dialog->findChild<QTableWidget*>("SearchResults");
+        auto* table = open->findChild<QTableWidget*>("SearchResults");
         table->setFocus();
         table->setCurrentCell(0, 0);
         QTest::keyClick(table, Qt::Key_Return);
-        if (dialog->isVisible()) {
-            dialog->reject();
+        if (open->isVisible()) {
+            open->reject();
         }
     });
     frame.SearchBox()->setText("krn"); // symbol searches go out upper case

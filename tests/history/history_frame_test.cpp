@@ -1,9 +1,9 @@
 // The real main frame loading history from a real portico: every data type holds exactly what
 // the service sends for the same request, field by field; an error reply does not keep the next
-// load from completing; the ribbon and the data settings sheet reload the shown symbol; a slow
-// answer reports its progress while Level 1 lines wait; a request list cut short is named where
-// it can be mended. (That the service's bars are the aggregates of its ticks is the market's and
-// the service's own tests.)
+// load from completing; the ribbon and the data settings sheet reload the shown symbol; a request
+// list cut short is named where it can be mended. (A slow answer's progress texts: the chart
+// session tests and the end-to-end run; Level 1 lines held while loading: the live portico tests;
+// that the service's bars are the aggregates of its ticks: the market's and the service's tests.)
 
 #include "frame_fixture.h"
 
@@ -25,15 +25,10 @@
 #include <QToolButton>
 
 #include <fmt/format.h>
-#include <spdlog/sinks/base_sink.h>
-#include <spdlog/spdlog.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
-#include <regex>
 
 namespace skychart::test {
 namespace {
@@ -173,9 +168,10 @@ TEST_F(HistoryFrameTest, EveryDataTypeHoldsWhatTheServiceSends) {
     EXPECT_EQ(months.front().dayCode, 0);
 }
 
-TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLoad) {
+TEST_F(HistoryFrameTest,
+       AnErrorReplyTheRibbonAndTheDataSheetLeadToTheNextLoadAndQuotesAreNoUpdates) {
     // A market closed for the weekend: no live trade or new bar changes the counts.
-    UsePortico({"--start-time", "2024-03-09 12:00:00"});
+    UsePortico({"--start-time", "2024-03-09 12:00:00", "--quote-rate", "40"});
     OpenConnectedFrame({{"RequestRecentType", "0,3,6,8,9"},
                         {"RequestDatapoints", "300,40,30,10,6"},
                         {"RequestEnableExtendedTrades", "1,0,0,0,0"}});
@@ -188,10 +184,9 @@ TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLo
     }));
     EXPECT_EQ(view->Loader().AnswerError(), "!UNKNOWN_SYMBOL!");
     EXPECT_EQ(history().GetCount(), 0);
-    // The next symbol loads as if the error had never been (a trade that came while it loaded
-    // adds its tick).
+    // The next symbol loads as if the error had never been.
     ASSERT_TRUE(EnterAndWait("luma"));
-    EXPECT_EQ(history().GetCount() - static_cast<int>(view->Loader().AppliedTradeLines()), 300);
+    EXPECT_EQ(history().GetCount(), 300);
     EXPECT_TRUE(view->Loader().AnswerError().empty());
 
     frame().RequestTypeCombo()->setCurrentIndex(2); // Daily
@@ -225,83 +220,9 @@ TEST_F(HistoryFrameTest, AnErrorReplyTheRibbonAndTheDataSheetEachLeadToTheNextLo
     EXPECT_EQ(history().GetCount(), 700);
     EXPECT_EQ(Stored("RequestDatapoints"), "300,700,30,10,6");
     EXPECT_EQ(frame().StatusText(), "700 datapoints available.  Displaying 120.");
-}
 
-// Every "StatusBar: ..." text logged while it is in the default logger, in order.
-class StatusSink : public spdlog::sinks::base_sink<std::mutex> {
-public:
-    std::vector<std::string> Texts() {
-        const std::lock_guard<std::mutex> guard(mutex_);
-        return m_texts;
-    }
-
-protected:
-    void sink_it_(const spdlog::details::log_msg& message) override {
-        const std::string_view text(message.payload.data(), message.payload.size());
-        if (text.starts_with("StatusBar: ")) {
-            m_texts.emplace_back(text.substr(11));
-        }
-    }
-    void flush_() override {}
-
-private:
-    std::vector<std::string> m_texts;
-};
-
-TEST_F(HistoryFrameTest, ASlowAnswerReportsProgressAndHoldsLevel1LinesUntilItsEnd) {
-    // A portico that writes slowly.
-    UsePortico({"--fault-drip", "3000"});
-    OpenConnectedFrame({{"RequestRecentType", "0,3,6,8,9"},
-                        {"RequestDatapoints", "4000,10000,10000,10000,10000"},
-                        {"RequestEnableExtendedTrades", "1,0,0,0,0"},
-                        {"RequestDataType", "0"}});
-
-    auto status = std::make_shared<StatusSink>();
-    auto& sinks = spdlog::default_logger()->sinks();
-    sinks.push_back(status);
-    EnterInSymbolBox("LUMA");
-    std::size_t mostHeld = 0;
-    CChartFormView* view = frame().ChartView();
-    const bool loaded = WaitFor(
-        [&] {
-            mostHeld = std::max(mostHeld, view->Loader().HeldLevel1Lines().size());
-            return history().IsHistoryComplete() &&
-                   view->LastStatusText().find("datapoints") != std::string::npos;
-        },
-        std::chrono::seconds(120));
-    sinks.erase(std::remove(sinks.begin(), sinks.end(), status), sinks.end());
-    ASSERT_TRUE(loaded);
-
-    const std::vector<std::string> texts = status->Texts();
-    ASSERT_GE(texts.size(), 2u);
-    // The answer's 4000 ticks, and any trade of the live market that came while loading and is
-    // newer than the answer's newest (replayed at the end, or followed since).
-    std::smatch done;
-    ASSERT_TRUE(std::regex_match(texts.back(), done,
-                                 std::regex(R"((\d+) datapoints available\.  Displaying 120\.)")))
-        << texts.back();
-    EXPECT_GE(std::stoi(done[1].str()), 4000);
-    EXPECT_LE(std::stoi(done[1].str()), history().GetCount());
-    const std::regex retrieving(R"(Retrieving Tick Data \((\d+) Ticks Received\))");
-    int previous = -1;
-    for (std::size_t i = 0; i + 1 < texts.size(); ++i) {
-        std::smatch match;
-        ASSERT_TRUE(std::regex_match(texts[i], match, retrieving)) << texts[i];
-        const int received = std::stoi(match[1].str());
-        EXPECT_GT(received, previous) << "the count only grows";
-        EXPECT_LT(received, 4000);
-        previous = received;
-    }
-    // The watch's fundamental line and the quotes came while loading and waited for the end.
-    EXPECT_GT(mostHeld, 0u);
-    EXPECT_TRUE(view->Loader().HeldLevel1Lines().empty());
-}
-
-TEST_F(HistoryFrameTest, TheFeedPaneCountsTradesOfTheShownSymbolNotItsQuotes) {
-    // On a Saturday an equity's bid and ask still move, but nothing trades.
-    UsePortico({"--start-time", "2024-03-09 12:00:00", "--quote-rate", "40"});
-    OpenConnectedFrame({{"RequestDataType", "2"}});
-    ASSERT_TRUE(EnterAndWait("LUMA"));
+    // On a Saturday an equity's bid and ask still move, but nothing trades: the feed pane counts
+    // trades of the shown symbol, not its quotes.
     const SKestrelSocketStats& level1 =
         *frame().Feed()->ConnectionStatistics(CFeedConnections::kLevel1);
     const std::uint32_t seen = level1.messagesReceived.value;
@@ -311,7 +232,7 @@ TEST_F(HistoryFrameTest, TheFeedPaneCountsTradesOfTheShownSymbolNotItsQuotes) {
     pane->clear();
     ASSERT_TRUE(WaitFor([&] { return !pane->text().isEmpty(); }));
     EXPECT_EQ(pane->text().toStdString(), "No update yet");
-    EXPECT_EQ(frame().ChartView()->Loader().AppliedTradeLines(), 0U);
+    EXPECT_EQ(view->Loader().AppliedTradeLines(), 0U);
 }
 
 TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftAsItIs) {

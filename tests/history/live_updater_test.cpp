@@ -1,14 +1,16 @@
 // The live updater on hand-made Level 1 lines: gating, trade qualification, time filters, the
 // tick, interval and day-summary rules, summary lines, malformed lines and the catch-up after a
-// new history. (What it builds from the real feed: the live portico test.)
+// new history (what it builds from the real feed: the live portico test); the exchange clock
+// from the feed's time stamp lines and trade times, and a minute bar's countdown read from it.
 
+#include "chart/last_price.h"
 #include "history/chart_hist_request.h"
+#include "history/exchange_clock.h"
 #include "history/history_request.h"
 #include "history/live_updater.h"
 
-#include <gtest/gtest.h>
-
 #include <fmt/format.h>
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <string>
@@ -143,38 +145,36 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
     ticks.updater.Reset();
     EXPECT_FALSE(ticks.updater.LastUpdate().has_value()) << "a new request has no trade yet";
 
-    // The day bar: a regular trade takes the day's figures, an extended one only widens the
-    // high and low.
+    // The day bar: an extended trade only widens the high and low, and only while accepted; a
+    // regular one takes the day's figures, those of 0 from the trade.
     SChart days(kDaysDatapoints);
-    days.history.SetExtendedTradesAccepted(true);
     days.history.AppendTick(Bar(CDateTime(2024, 3, 5, 0, 0, 0), 10.0, 11.0, 9.0, 10.5, 0, 4000));
-    SLine extended = Trade("03/05/2024", "16:30:00", "12.00", "5000");
-    extended.contents = "E";
-    ASSERT_TRUE(days.Apply(extended));
-    EXPECT_EQ(days.Prices(), "o10 h12 l9 c10.5 size0 vol5000 oi0") << "the close stays";
-    extended.price = "8.50";
-    extended.total = "5100";
-    ASSERT_TRUE(days.Apply(extended));
-    EXPECT_EQ(days.Prices(), "o10 h12 l8.5 c10.5 size0 vol5100 oi0");
-    days.history.SetExtendedTradesAccepted(false);
-    extended.price = "20.00";
-    extended.total = "5200";
-    EXPECT_FALSE(days.Apply(extended));
-    EXPECT_EQ(days.Prices(), "o10 h12 l8.5 c10.5 size0 vol5100 oi0");
-
-    SLine regular = Trade("03/05/2024", "16:31:00", "11.10", "5300");
-    regular.high = "11.90";
-    regular.low = "8.70";
-    regular.open = "10.05";
-    regular.openInterest = "4242";
-    ASSERT_TRUE(days.Apply(regular));
+    const struct {
+        const char *contents, *price, *total, *high, *low, *open, *openInterest;
+        bool accepted, applied;
+        const char* prices;
+    } steps[] = {
+        {"E", "12.00", "5000", "10.8", "9.7", "10", "0", true, true,
+         "o10 h12 l9 c10.5 size0 vol5000 oi0"},
+        {"E", "8.50", "5100", "10.8", "9.7", "10", "0", true, true,
+         "o10 h12 l8.5 c10.5 size0 vol5100 oi0"},
+        {"E", "20.00", "5200", "10.8", "9.7", "10", "0", false, false,
+         "o10 h12 l8.5 c10.5 size0 vol5100 oi0"},
+        {"C", "11.10", "5300", "11.90", "8.70", "10.05", "4242", false, true,
+         "o10.05 h11.9 l8.7 c11.1 size0 vol5300 oi4242"},
+        {"C", "11.10", "5400", "0", "0", "0", "4242", false, true,
+         "o11.1 h11.1 l11.1 c11.1 size0 vol5400 oi4242"},
+    };
+    for (const auto& step : steps) {
+        days.history.SetExtendedTradesAccepted(step.accepted);
+        SLine line = Trade("03/05/2024", "16:30:00", step.price, step.total);
+        line.contents = step.contents;
+        std::tie(line.high, line.low, line.open, line.openInterest) =
+            std::tie(step.high, step.low, step.open, step.openInterest);
+        EXPECT_EQ(days.Apply(line), step.applied) << step.total;
+        EXPECT_EQ(days.Prices(), step.prices) << step.total;
+    }
     EXPECT_EQ(days.history.GetCount(), 1);
-    EXPECT_EQ(days.Prices(), "o10.05 h11.9 l8.7 c11.1 size0 vol5300 oi4242");
-    // Day figures of 0 are taken from the trade.
-    regular.high = regular.low = regular.open = "0";
-    regular.total = "5400";
-    ASSERT_TRUE(days.Apply(regular));
-    EXPECT_EQ(days.Prices(), "o11.1 h11.1 l11.1 c11.1 size0 vol5400 oi4242");
 
     // The first trade of the next day starts its bar, with the line's day code (field 24).
     ASSERT_TRUE(days.Apply(Trade("03/06/2024", "09:30:01", "11.40", "200")));
@@ -397,6 +397,77 @@ TEST(Level1Updater, LeavesOutTheTradesTheAnswerHoldsByTradingDayAndAppliesEveryL
         EXPECT_EQ(chart.Record().close, applied > 0 ? std::stod(c.lines.back().first.price) : 10.0)
             << c.kind;
     }
+}
+
+using namespace std::chrono_literals;
+
+const CDateTime kInvalid(2024, 2, 30, 0, 0, 0);
+
+// The clock's time at `at` as "HH:MM:SS" (whole seconds), or "none".
+std::string Read(const CExchangeClock& clock, CExchangeClock::TimePoint at) {
+    const std::optional<CDateTime> now = clock.Now(at);
+    if (!now) {
+        return "none";
+    }
+    return fmt::format("{:02}:{:02}:{:02}", now->GetHour(), now->GetMinute(), now->GetSecond());
+}
+
+// The tag's countdown for a bar ending at `end` on the clock at `at`.
+std::string Countdown(const CExchangeClock& clock, CExchangeClock::TimePoint at,
+                      const CDateTime& end, int interval) {
+    const std::optional<CDateTime> now = clock.Now(at);
+    const std::optional<int> left = now ? SecondsLeftInBar(end, interval, *now) : std::nullopt;
+    return left ? FormatTimeLeft(*left) : "none";
+}
+
+TEST(ExchangeClock, TimeLinesSetItTradesOnlyPushItForwardAndTheCountdownFollows) {
+    const CExchangeClock::TimePoint t0{};
+    CExchangeClock clock;
+    EXPECT_EQ(Read(clock, t0), "none");
+    // Lines that are no time stamp change nothing.
+    for (const char* line : {"T,20240305 14:30", "Q,20240305 14:30:00", "T,2024030514:30:00x",
+                             "T,20240305 14-30:00", "T,2024O305 14:30:00", "T,20240230 10:00:00",
+                             "T,20240305 25:00:00", "T,20240305 14:30:-1"}) {
+        EXPECT_FALSE(clock.OnTimeLine(line, t0)) << line;
+    }
+    EXPECT_EQ(Read(clock, t0), "none");
+
+    ASSERT_TRUE(clock.OnTimeLine("T,20240305 14:30:00", t0));
+    EXPECT_EQ(Read(clock, t0), "14:30:00");
+    // It runs on by the steady clock, and never back before the stamp's own moment.
+    EXPECT_EQ(Read(clock, t0 + 90s), "14:31:30");
+    EXPECT_EQ(Read(clock, t0 - 5s), "14:30:00");
+    // A trade behind the running clock is ignored; one ahead moves it on.
+    clock.OnFeedTime(CDateTime(2024, 3, 5, 14, 30, 10), t0 + 20s);
+    EXPECT_EQ(Read(clock, t0 + 20s), "14:30:20");
+    clock.OnFeedTime(CDateTime(2024, 3, 5, 14, 31, 0), t0 + 20s);
+    EXPECT_EQ(Read(clock, t0 + 30s), "14:31:10");
+    // A time stamp is the service's clock: it sets ours back as well.
+    ASSERT_TRUE(clock.OnTimeLine("T,20240305 14:30:05", t0 + 30s));
+    EXPECT_EQ(Read(clock, t0 + 31s), "14:30:06");
+
+    // The minute bar labelled 14:31:00 ends then: 55 s left at 14:30:05, whole seconds rounded;
+    // before its start the count is held to the interval, past its end it waits at 00:00.
+    const CDateTime end(2024, 3, 5, 14, 31, 0);
+    EXPECT_EQ(Countdown(clock, t0 + 30s, end, 60), "00:55");
+    EXPECT_EQ(Countdown(clock, t0 + 30s + 400ms, end, 60), "00:55");
+    EXPECT_EQ(Countdown(clock, t0 + 30s + 600ms, end, 60), "00:54");
+    EXPECT_EQ(Countdown(clock, t0 + 30s, CDateTime(2024, 3, 5, 14, 33, 0), 60), "01:00");
+    EXPECT_EQ(Countdown(clock, t0 + 100s, end, 60), "00:00");
+    EXPECT_EQ(Countdown(clock, t0 + 30s, CDateTime(2024, 3, 5, 16, 0, 0), 7200), "1:29:55");
+    EXPECT_EQ(Countdown(clock, t0 + 30s, end, 0), "none");
+    EXPECT_EQ(Countdown(clock, t0 + 30s, kInvalid, 60), "none");
+    EXPECT_EQ(FormatTimeLeft(-3), "00:00");
+    EXPECT_EQ(FormatTimeLeft(3599), "59:59");
+
+    // Reset (another symbol, a reconnect): no time until the feed gives one again.
+    clock.Reset();
+    EXPECT_EQ(Read(clock, t0), "none");
+    EXPECT_EQ(Countdown(clock, t0, end, 60), "none");
+    clock.OnFeedTime(kInvalid, t0);
+    EXPECT_EQ(Read(clock, t0), "none");
+    clock.OnFeedTime(CDateTime(2024, 3, 6, 9, 30, 0), t0);
+    EXPECT_EQ(Read(clock, t0 + 1s), "09:30:01");
 }
 
 } // namespace

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <ctime>
 #include <initializer_list>
 #include <memory>
 #include <regex>
@@ -55,46 +53,6 @@ inline ::testing::AssertionResult Matches(const std::string& text, const std::st
     }
     return ::testing::AssertionFailure() << "\"" << text << "\" does not match " << pattern;
 }
-
-// Seconds since 1970 of "YYYY-MM-DD HH:MM:SS" (plus an optional ".ffffff" that is ignored) or
-// of "YYYY-MM-DD"; -1 when malformed.
-inline long long SecondsOf(std::string_view text) {
-    std::tm tm{};
-    const int n = std::sscanf(std::string(text).c_str(), "%4d-%2d-%2d %2d:%2d:%2d", &tm.tm_year,
-                              &tm.tm_mon, &tm.tm_mday, &tm.tm_hour, &tm.tm_min, &tm.tm_sec);
-    if (!(text.size() == 10 && n == 3) && !(text.size() >= 19 && n == 6)) {
-        return -1;
-    }
-    tm.tm_year -= 1900;
-    tm.tm_mon -= 1;
-    return timegm(&tm);
-}
-
-// A bar built from trades one by one, prices kept as printed: what a client makes of ticks or
-// trades to hold portico's bars against.
-struct PrintedBar {
-    std::string open, high, low, close;
-    long long totalVolume = 0; // the day's volume at the last trade
-    long long volume = 0;
-    unsigned trades = 0;
-
-    void add(const std::string& price, long long size, long long dayVolume) {
-        const double value = std::stod(price);
-        high = trades == 0 || value > std::stod(high) ? price : high;
-        low = trades == 0 || value < std::stod(low) ? price : low;
-        open = trades == 0 ? price : open;
-        close = price;
-        totalVolume = dayVolume;
-        volume += size;
-        ++trades;
-    }
-    // The fields of an interval bar line after its time: high, low, open, close, the day's
-    // volume, the bar's volume and its trades. A whole day's bar line holds the first five.
-    std::vector<std::string> intervalFields() const {
-        const auto text = [](long long n) { return std::to_string(n); };
-        return {high, low, open, close, text(totalVolume), text(volume), text(trades)};
-    }
-};
 
 class PorticoTest : public ::testing::Test {
 protected:
