@@ -25,7 +25,7 @@ COrvaneCommandLineInfo Parsed(const std::string& text) {
     return info;
 }
 
-TEST(CommandLine, FlagsIgnoreCaseAndTakeTheNextNonFlagParameter) {
+TEST(CommandLine, FlagsIgnoreCaseTakeTheNextNonFlagParameterAndTheFirstOfMaxAndMinWins) {
     const COrvaneCommandLineInfo info = Parsed("-SYMBOL luma /Type Daily -iNtErVaL 5-Minute "
                                                "-Top 40 -LEFT -12 -right 900 -bottom 700");
     EXPECT_EQ(
@@ -49,21 +49,16 @@ TEST(CommandLine, FlagsIgnoreCaseAndTakeTheNextNonFlagParameter) {
     EXPECT_TRUE(dangling.symbol.empty());
     // A stray value that no option waits for changes nothing.
     EXPECT_EQ(Parsed("stray -symbol luma").symbol, "LUMA");
-}
 
-TEST(CommandLine, FirstOfMaxAndMinWinsAndLongOptionsAreKnown) {
-    EXPECT_TRUE(Parsed("-max -min").maximise);
-    EXPECT_FALSE(Parsed("-max -min").minimise);
-    EXPECT_TRUE(Parsed("-MIN -Max").minimise);
-    EXPECT_FALSE(Parsed("-MIN -Max").maximise);
-
-    const COrvaneCommandLineInfo info =
+    // The first of -max and -min wins; the long options are known, any other flag is named.
+    EXPECT_TRUE(Parsed("-max -min").maximise && !Parsed("-max -min").minimise);
+    EXPECT_TRUE(Parsed("-MIN -Max").minimise && !Parsed("-MIN -Max").maximise);
+    const COrvaneCommandLineInfo longOptions =
         Parsed("--save-workspace Morning --open-workspace Evening --Version --help -bogus");
-    EXPECT_EQ(info.saveWorkspace, "Morning");
-    EXPECT_EQ(info.openWorkspace, "Evening");
-    EXPECT_TRUE(info.version);
-    EXPECT_TRUE(info.help);
-    EXPECT_EQ(info.unknownFlags, std::vector<std::string>{"bogus"});
+    EXPECT_EQ(std::tie(longOptions.saveWorkspace, longOptions.openWorkspace, longOptions.version,
+                       longOptions.help),
+              std::tuple("Morning", "Evening", true, true));
+    EXPECT_EQ(longOptions.unknownFlags, std::vector<std::string>{"bogus"});
 }
 
 TEST(CommandLine, RenderAndExportOptionsAreParsedAndChecked) {
@@ -219,36 +214,22 @@ TEST(CommandLine, SymbolTypeAndIntervalAreStoredOnceAndOnlyWithASymbol) {
     }
 }
 
-TEST(WorkspaceArguments, StoredTextParsesBackToTheSameChartAndFrame) {
-    EXPECT_EQ(ChartArguments("LUMA", "Daily", "5-Minute"),
-              "-symbol LUMA -type Daily -interval 5-Minute");
-    EXPECT_EQ(ChartArguments("", "Tick", "1-Minute"), "-type Tick -interval 1-Minute");
+TEST(WorkspaceArguments, TheChartAndTheFrameAreWrittenAsOptions) {
     const SFrameRect rect{-8, 20, 1200, 900};
+    EXPECT_EQ(WorkspaceArguments("KRNO", "Minute", "15-Minute", EFrameState::Normal, rect),
+              "-symbol KRNO -type Minute -interval 15-Minute -top 20 -bottom 900 -left -8 -right "
+              "1200");
+    EXPECT_EQ(ChartArguments("", "Tick", "1-Minute"), "-type Tick -interval 1-Minute");
     EXPECT_EQ(FrameArguments(EFrameState::Maximised, rect), " -max");
     EXPECT_EQ(FrameArguments(EFrameState::Minimised, rect), " -min");
-    EXPECT_EQ(FrameArguments(EFrameState::Normal, rect),
-              " -top 20 -bottom 900 -left -8 -right 1200");
     EXPECT_EQ(SplitArguments("  -symbol\tLUMA   -max \n"),
               (std::vector<std::string>{"-symbol", "LUMA", "-max"}));
     EXPECT_TRUE(SplitArguments("   ").empty());
-    EXPECT_EQ(WorkspaceArguments("KRNO", "Minute", "15-Minute", EFrameState::Normal, rect),
-              ChartArguments("KRNO", "Minute", "15-Minute") +
-                  FrameArguments(EFrameState::Normal, rect));
-
-    // A new window: the same chart, its frame moved down and right, read back by the parser.
-    const std::vector<std::string> window =
-        NewWindowArguments("LUMA", "Minute", "5-Minute", SFrameRect{-8, 20, 1200, 900});
-    EXPECT_EQ(window, (std::vector<std::string>{"-symbol", "LUMA", "-type", "Minute", "-interval",
-                                                "5-Minute", "-left", "24", "-top", "52", "-right",
-                                                "1232", "-bottom", "932"}));
-    COrvaneCommandLineInfo info;
-    info.Parse(window);
-    EXPECT_TRUE(info.HasFrameRect());
-    EXPECT_EQ(info.symbol, "LUMA");
-    EXPECT_EQ(info.type, "Minute");
-    EXPECT_EQ(info.interval, "5-Minute");
-    EXPECT_EQ(info.left, -8 + kNewWindowOffset);
-    EXPECT_EQ(info.bottom, 900 + kNewWindowOffset);
+    // A new window: the same chart, its frame moved down and right by the offset.
+    EXPECT_EQ(NewWindowArguments("LUMA", "Minute", "5-Minute", rect),
+              (std::vector<std::string>{"-symbol", "LUMA", "-type", "Minute", "-interval",
+                                        "5-Minute", "-left", "24", "-top", "52", "-right", "1232",
+                                        "-bottom", "932"}));
     EXPECT_EQ(NewWindowArguments("", "Tick", "1-Minute", {}, 10).front(), "-type");
 }
 

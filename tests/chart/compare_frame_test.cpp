@@ -1,8 +1,9 @@
-// Price scales and compare symbols in the real frame over LUMA from the real portico: the scale
-// and the compare symbols stored and loaded again in a new frame, every compare line starting at
-// 0% with the price at the first shown bar and listed in the header in its line's colour (also
-// while the mouse reads out a bar), the pane menu ticking the scale shown, a fourth symbol
-// refused and an unknown one named in the status line.
+// Price scales, compare symbols, printing and image export in the real frame over LUMA from the
+// real portico: the scale and the compare symbols stored and loaded again in a new frame, every
+// compare line starting at 0% with the price at the first shown bar and listed in the header in
+// its line's colour (also while the mouse reads out a bar), the pane menu ticking the scale
+// shown, a fourth symbol refused and an unknown one named in the status line; then a PDF
+// printout and PNG and PDF images of the panes under the title line, and clear refusals.
 
 #include "frame_fixture.h"
 
@@ -10,17 +11,27 @@
 #include "chart/ui/chart_form_view.h"
 #include "chart/ui/chart_stack_widget.h"
 #include "chart/ui/stack_pane_chart.h"
+#include "pixels.h"
 
 #include <QAction>
+#include <QFile>
+#include <QImage>
 #include <QMenu>
+#include <QPrinter>
 
 #include <algorithm>
 #include <cmath>
+#include <regex>
 
 namespace skychart::test {
 namespace {
 
 using CompareFrameTest = FrameTest;
+
+bool StartsWithPdf(const std::string& path) {
+    QFile file(QString::fromStdString(path));
+    return file.open(QIODevice::ReadOnly) && file.read(5) == "%PDF-" && file.size() > 2000;
+}
 
 // The price pane menu's scale entries: "+" ticked, "-" off, then the name, and the line saying
 // why the others are off.
@@ -39,7 +50,7 @@ std::string ScaleMenu(CChartCanvas& canvas) {
     return entries;
 }
 
-TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackAndEveryLineStartsAtZero) {
+TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackEveryLineStartsAtZeroAndThePanesPrint) {
     OpenFrame();
     ASSERT_TRUE(settings().SetText("RequestDataType", "2"));
     ASSERT_TRUE(settings().SetText("RequestDatapoints", "300,40,500,10,6"));
@@ -133,6 +144,24 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackAndEveryLineStartsAtZero) 
     canvas.RedrawAll();
     EXPECT_EQ(pane.ValueScale(CChart2D::EAxis::Y).Kind(), EPriceScale::Log);
     EXPECT_EQ(ScaleMenu(canvas), "Linear;+Logarithmic;Percent;");
+
+    // Printed and exported under the title line; a format or folder it cannot write is refused.
+    EXPECT_TRUE(std::regex_match(view.PrintTitleNow(),
+                                 std::regex(R"(LUMA Daily\t\t\d\d:\d\d:\d\d on \d{4}/\d\d/\d\d)")));
+    const std::string folder = home();
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(QString::fromStdString(folder + "/printed.pdf"));
+    ASSERT_TRUE(view.Print(printer));
+    EXPECT_TRUE(StartsWithPdf(folder + "/printed.pdf"));
+    EXPECT_EQ(view.ExportImage(folder + "/chart.pdf"), "");
+    EXPECT_TRUE(StartsWithPdf(folder + "/chart.pdf"));
+    ASSERT_EQ(view.ExportImage(folder + "/chart.png"), "");
+    const QImage image(QString::fromStdString(folder + "/chart.png"));
+    EXPECT_GT(Count(image, MakeColorRef(0, 255, 0)), 100) << "up candles";
+    EXPECT_GT(Count(image, MakeColorRef(255, 0, 0)), 100) << "down candles";
+    EXPECT_NE(view.ExportImage(folder + "/chart.bmp"), "");
+    EXPECT_NE(view.ExportImage(folder + "/no/such/folder/chart.png"), "");
 }
 
 } // namespace

@@ -36,72 +36,51 @@ protected:
     CRecordingChart2D chart;
 };
 
-TEST_F(LevelLine, PaintsAcrossTheXRangeAndErases) {
+// Painted across the x range it is given, hit within the tolerance inside the plot area only,
+// dragged by its own axis's values only when movable; without a value it draws and hits nothing.
+TEST_F(LevelLine, PaintsHitsAndFollowsADragOnItsAxis) {
     CLevelLineItem level = Level(70.0);
     CDrawnItem& item = level; // the view only knows the protocol
     item.Paint(chart, kView);
     const auto* series = chart.Series(kId);
     ASSERT_NE(series, nullptr);
-    EXPECT_EQ(series->kind, CRecordingChart2D::EKind::Points);
     ASSERT_EQ(series->points.size(), 2u);
-    for (const auto& [point, x] : {std::pair{series->points[0], -0.5}, {series->points[1], 99.5}}) {
-        EXPECT_DOUBLE_EQ(point.x, x);
-        EXPECT_DOUBLE_EQ(point.y, 70.0);
-    }
-    EXPECT_EQ(series->line.color, kThistle);
+    EXPECT_EQ(series->points[0].x, -0.5);
+    EXPECT_EQ(series->points[1].x, 99.5);
+    EXPECT_EQ(series->points[1].y, 70.0);
     EXPECT_EQ(series->line.style, CChart2D::kDash);
-
-    // A later x range (scrolling, zooming) is followed on the next paint.
     chart.SetXRange(10.0, 40.0);
     item.Paint(chart, kView);
     EXPECT_DOUBLE_EQ(chart.Series(kId)->points[1].x, 40.0);
-    // A level without a value draws nothing.
+
+    const double y = Y(70.0);
+    EXPECT_NEAR(*level.HitTest(chart, kView, {400.0, y + 2.5}, 3.0), 2.5, 1e-9);
+    for (const CChart2D::SPixelPoint miss : {CChart2D::SPixelPoint{400.0, y + 3.5},
+                                             {770.0, y},
+                                             {30.0, y}}) { // beside the plot area: the labels
+        EXPECT_FALSE(level.HitTest(chart, kView, miss, 3.0).has_value()) << miss.x;
+    }
+    // On y2 the same value sits elsewhere: 50 is the top of y2's range, inset from the frame.
+    CLevelLineItem onY2 = Level(50.0, CChart2D::EAxis::Y2);
+    EXPECT_FALSE(onY2.HitTest(chart, kView, {400.0, Y(50.0)}, 3.0).has_value());
+    EXPECT_TRUE(onY2.HitTest(chart, kView, {400.0, 16.5 + CChart2D::kValueInset}, 3.0).has_value());
+
+    EXPECT_FALSE(level.MoveBy(chart, kView, {300.0, y}, {350.0, Y(45.0)}));
+    level.SetMovable(true);
+    ASSERT_TRUE(level.MoveBy(chart, kView, {300.0, y}, {350.0, Y(45.0)}));
+    EXPECT_NEAR(level.Value(), 45.0, 1e-9);
+    // On y2 a quarter of the plot height less the insets is a quarter of its 100.
+    onY2.SetMovable(true);
+    ASSERT_TRUE(onY2.MoveBy(chart, kView, {0.0, 200.0},
+                            {0.0, 200.0 - (364.0 - 2 * CChart2D::kValueInset) / 4.0}));
+    EXPECT_NEAR(onY2.Value(), 75.0, 1e-9);
+
     level.SetValue(CChart2D::HoleValue());
+    EXPECT_FALSE(level.HitTest(chart, kView, {400.0, y}, 1000.0).has_value());
     item.Paint(chart, kView);
     EXPECT_TRUE(chart.Series(kId)->points.empty());
     item.Erase(chart);
     EXPECT_EQ(chart.Series(kId), nullptr);
-}
-
-TEST_F(LevelLine, IsHitWithinTheToleranceInsideThePlotArea) {
-    const CLevelLineItem level = Level(50.0);
-    const double y = Y(50.0);
-    ASSERT_NEAR(y, 198.0, 1e-9);
-    const auto onLine = level.HitTest(chart, kView, {400.0, y + 2.5}, 3.0);
-    ASSERT_TRUE(onLine.has_value());
-    EXPECT_NEAR(*onLine, 2.5, 1e-9);
-    EXPECT_FALSE(level.HitTest(chart, kView, {400.0, y + 3.5}, 3.0).has_value());
-    // Beside the plot area (over the value labels) nothing is hit.
-    EXPECT_FALSE(level.HitTest(chart, kView, {770.0, y}, 3.0).has_value());
-    EXPECT_FALSE(level.HitTest(chart, kView, {30.0, y}, 3.0).has_value());
-
-    // On y2 the same value sits elsewhere: 50 is the top of y2's range, inset from the frame.
-    const CLevelLineItem onY2 = Level(50.0, CChart2D::EAxis::Y2);
-    EXPECT_FALSE(onY2.HitTest(chart, kView, {400.0, y}, 3.0).has_value());
-    EXPECT_TRUE(onY2.HitTest(chart, kView, {400.0, 16.5 + CChart2D::kValueInset}, 3.0).has_value());
-    const CLevelLineItem hole = Level(CChart2D::HoleValue());
-    EXPECT_FALSE(hole.HitTest(chart, kView, {400.0, y}, 1000.0).has_value());
-}
-
-TEST_F(LevelLine, FollowsAVerticalDragOnlyWhenMovable) {
-    CLevelLineItem level = Level(30.0);
-    const CChart2D::SPixelPoint from{300.0, Y(30.0)};
-    const CChart2D::SPixelPoint to{350.0, Y(45.0)};
-    EXPECT_FALSE(level.MoveBy(chart, kView, from, to));
-    EXPECT_DOUBLE_EQ(level.Value(), 30.0);
-    level.SetMovable(true);
-    ASSERT_TRUE(level.MoveBy(chart, kView, from, to));
-    EXPECT_NEAR(level.Value(), 45.0, 1e-9);
-    level.Paint(chart, kView);
-    EXPECT_NEAR(chart.Series(kId)->points[0].y, 45.0, 1e-9);
-
-    // A drag on y2 moves by y2's values: 100 over the 364-pixel plot height less the insets, so
-    // a quarter of that is 25.
-    CLevelLineItem onY2 = Level(0.0, CChart2D::EAxis::Y2);
-    onY2.SetMovable(true);
-    ASSERT_TRUE(onY2.MoveBy(chart, kView, {0.0, 200.0},
-                            {0.0, 200.0 - (364.0 - 2 * CChart2D::kValueInset) / 4.0}));
-    EXPECT_NEAR(onY2.Value(), 25.0, 1e-9);
 }
 
 // A series of daily bars whose prices rise by one a day; bar i has high 12 + i, low 8 + i.
@@ -146,10 +125,8 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     // 120 points on 840 pixels without margins: 5 pixel candles in the wide style.
     EXPECT_EQ(bars->bars.width, 5);
     EXPECT_EQ(bars->bars.style, CChart2D::ECandleStyle::Wide);
-    EXPECT_EQ(bars->bars.up, style.upCandle);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0 + 180);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 299);
-    EXPECT_EQ(chart.XRange().min, -0.5);
     EXPECT_EQ(chart.XRange().max, 119.5);
     EXPECT_FALSE(chart.XLabels().empty());
     EXPECT_EQ(chart.LabelLineText(), "LUMA");
@@ -172,7 +149,6 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     draw.PaintPane(0, chart, style, frame, 0, false);
     bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
-    EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::PriceBars);
     EXPECT_EQ(bars->bars.kind, CChart2D::EPriceBarKind::OhlcBars);
     EXPECT_EQ(bars->bars.width, 0);
     EXPECT_EQ(bars->bars.style, CChart2D::ECandleStyle::Narrow);
@@ -185,7 +161,6 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     ASSERT_NE(bars, nullptr);
     EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Line);
     EXPECT_EQ(bars->values[3], 9.0 + 3);
-    EXPECT_EQ(draw.Open(3), 9.0 + 3);
     EXPECT_EQ(draw.High(3), 9.0 + 3);
     EXPECT_EQ(draw.Volume(-7), 7); // a tick's own size
     EXPECT_EQ(draw.Close(1000), 9.0 + 299);

@@ -2,8 +2,6 @@
 #include "chart/value_scale.h"
 #include "chart/value_ticks.h"
 
-#include "recording_chart_2d.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,8 +9,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-using skychart::test::CRecordingChart2D;
 
 namespace {
 
@@ -59,22 +55,6 @@ TEST(ValueScale, NamesMappingAndHoles) {
     EXPECT_DOUBLE_EQ(percent.ValueOfPercent(-2.5), 78.0);
     EXPECT_TRUE(std::isnan(CValueScale::Percent(0.0).PercentOf(10.0)));
     EXPECT_TRUE(std::isnan(CValueScale::Linear().PercentOf(10.0)));
-}
-
-TEST(ValueScale, RecordingChartMapsThroughTheScale) {
-    CRecordingChart2D chart;
-    chart.SetAxisRange(CChart2D::EAxis::Y, 1.0, 100.0);
-    chart.SetValueScale(CChart2D::EAxis::Y, CValueScale::Log());
-    const double top = chart.ValueToPixelY(100.0, CChart2D::EAxis::Y);
-    const double bottom = chart.ValueToPixelY(1.0, CChart2D::EAxis::Y);
-    // Ten sits half way between 1 and 100, and the mapping reads back.
-    EXPECT_NEAR(chart.ValueToPixelY(10.0, CChart2D::EAxis::Y), (top + bottom) / 2.0, 1e-9);
-    EXPECT_NEAR(
-        chart.PixelYToValue(chart.ValueToPixelY(37.5, CChart2D::EAxis::Y), CChart2D::EAxis::Y),
-        37.5, 1e-9);
-    EXPECT_TRUE(std::isnan(chart.ValueToPixelY(-1.0, CChart2D::EAxis::Y)));
-    chart.SetValueScale(CChart2D::EAxis::Y, CValueScale::Percent(10.0));
-    EXPECT_NEAR(chart.ValueToPixelY(50.5, CChart2D::EAxis::Y), (top + bottom) / 2.0, 1e-9);
 }
 
 TEST(ValueScale, LogAndPercentLabelsAcrossRanges) {

@@ -60,7 +60,7 @@ protected:
     CSettings settings;
 };
 
-TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
+TEST_F(SettingsFile, OnlyChangedKeysAreWrittenOnlyAfterPublishingAndTextsComeBackExactly) {
     const SSettingsLoad load = LoadApplicationSettings(settings, prompt);
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "IBM"));
     EXPECT_EQ(settings.GetText("CurrentSymbol"), "IBM");
@@ -78,10 +78,8 @@ TEST_F(SettingsFile, OnlyChangedKeysAreWrittenAndOnlyAfterPublishing) {
     EXPECT_EQ(settings.GetInt("RequestDataType"), 2);
     EXPECT_EQ(settings.GetInt("Candle Price Chart Style"), 1);
     EXPECT_TRUE(prompt.boxes.empty());
-}
 
-TEST_F(SettingsFile, ListsAndOtherTextsRoundTripExactly) {
-    Start();
+    // Lists and any other texts come back exactly.
     ASSERT_TRUE(settings.SaveList("RequestRecentType", {"2", "3", "6", "8", "9"}, &prompt));
     EXPECT_NE(ReadFile(file).find("\nRequestRecentType=\"2,3,6,8,9\"\n"), std::string::npos);
     for (const std::string text :

@@ -99,13 +99,8 @@ TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
     // panes' lines after them in the information.
     const std::vector<std::string> fields = draw.PriceBarFields(150);
     ASSERT_EQ(fields.size(), 7U);
-    EXPECT_EQ(fields[5].rfind("MA1: ", 0), 0U);
-    EXPECT_NE(fields[5].find("MA3: "), std::string::npos);
-    EXPECT_EQ(fields[6].rfind("Bands: lower: ", 0), 0U);
-    const std::string info = draw.InfoText(150);
-    EXPECT_NE(info.find("\nVolume: 1150\nDate: 2020/05/30\nMA1: "), std::string::npos) << info;
-    EXPECT_NE(info.find("\nBands: lower: "), std::string::npos);
-    EXPECT_NE(info.find("\nRSI: "), std::string::npos);
+    EXPECT_EQ(fields[5].substr(0, 5) + fields[6].substr(0, 14), "MA1: Bands: lower: ");
+    EXPECT_NE(draw.InfoText(150).find("\nDate: 2020/05/30\nMA1: "), std::string::npos);
 
     // The RSI pane: its line over the displayed bars, its levels across the axis, the fixed
     // oscillator scale and the values at the cursor in the label.
