@@ -23,7 +23,7 @@ std::string Fault(const SChartBusReply& reply) {
     return ChartBusErrorName(reply.fault);
 }
 
-TEST(ChartBusLoad, TakesTheComboTextsAsTheRibbonDoes) {
+TEST(ChartBusLoad, TakesTheComboTextsAsTheRibbonDoesAndRefusesWhatItCouldNotSend) {
     SChartBusLoad load;
     ASSERT_TRUE(CheckChartBusLoad("  luma\t", "Daily", "", load).Ok());
     EXPECT_EQ(load.symbol, "LUMA");
@@ -42,10 +42,8 @@ TEST(ChartBusLoad, TakesTheComboTextsAsTheRibbonDoes) {
     EXPECT_EQ(load.intervalIndex, static_cast<int>(IntervalItems().size()) - 1);
     ASSERT_TRUE(CheckChartBusLoad(std::string(127, 'A'), "Monthly", "", load).Ok());
     EXPECT_EQ(load.dataType, kMonths);
-}
 
-TEST(ChartBusLoad, RefusesWhatTheRibbonCouldNotSendAndLeavesTheRequestAlone) {
-    SChartBusLoad load;
+    // What the ribbon could not send is refused, and the request is left alone.
     load.symbol = "KEPT";
     for (const std::string& symbol :
          std::vector<std::string>{"", "   ", "LU MA", "A,B", "A\nHDX,B", std::string("A\0B", 3),

@@ -4,6 +4,7 @@
 // goes on when it runs again; Reconnect brings a new service in and loads the chart again.
 
 #include "frame_fixture.h"
+#include "headless_run.h"
 
 #include "app/ui/chart_bus_target.h"
 #include "chart/ui/chart_form_view.h"
@@ -17,7 +18,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 
 namespace skychart::test {
 namespace {
@@ -52,12 +52,7 @@ protected:
         const SBusMethodResult result = bus.BusExportSeries(path);
         EXPECT_EQ(result.errorName, "") << result.errorMessage;
         rows = result.value;
-        std::ifstream file(path);
-        std::vector<std::string> lines;
-        for (std::string line; std::getline(file, line);) {
-            lines.push_back(line);
-        }
-        return lines;
+        return ReadLines(path);
     }
 };
 

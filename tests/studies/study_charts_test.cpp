@@ -185,7 +185,7 @@ TEST(StudyCharts, PanesDrawTheReferenceLines) {
     }
 }
 
-TEST(StudyCharts, HistogramBarsAreThinForMacdAndMostOfABarForVolume) {
+TEST(StudyCharts, HistogramWidthsAndTheVolumeAverageInTheLabel) {
     const auto macd = MakeStudyChart(kStudyMACD);
     const auto volume = MakeStudyChart(kStudyVolume);
     // MACD: the whole part of 100 / bars + 0.75, at least one pixel, whatever a bar's width.
@@ -194,9 +194,8 @@ TEST(StudyCharts, HistogramBarsAreThinForMacdAndMostOfABarForVolume) {
     }
     EXPECT_EQ(volume->HistogramWidth(120, 10.0), 6);
     EXPECT_EQ(volume->HistogramWidth(3840, 0.2), 1);
-}
 
-TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
+    // The volume label names its average and its lookback.
     SStudySettings settings;
     const auto daily = ZigZag(4);
     // All data: (1000 + 1010 + 1020 + 1030) / 4.
@@ -205,9 +204,7 @@ TEST(StudyCharts, VolumeLabelNamesItsAverageAndLookback) {
 
     settings.radio[kStudyVolume] = 0; // custom: the newest two bars
     settings.periods[kStudyVolume] = 2;
-    const auto minutes = ZigZag(4, 1);
-    const auto volume = Filled(kStudyVolume, settings, *minutes, {1, 5});
-    EXPECT_EQ(volume->label(kNoCursorBar, false),
+    EXPECT_EQ(Filled(kStudyVolume, settings, *ZigZag(4, 1), {1, 5})->label(kNoCursorBar, false),
               "Volume, average: 1.02K in 300s, lookback period - 10 minutes");
     for (const auto& [type, unit] :
          {std::pair{0, "ticks"}, {2, "days"}, {3, "weeks"}, {4, "months"}}) {
