@@ -8,6 +8,7 @@
 #include "trend/trend_placement.h"
 #include "trend/trend_store.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -28,6 +29,12 @@ TEST(TrendGeometry, EachKindDrawsItsParts) {
     const SBarPrice a{0, 0};
     const SBarPrice b{10, 100};
     const SBarPrice c{10, 40};
+    std::vector<SExpectedPart> retracement;
+    for (const double level : {0.0, 23.6, 38.2, 61.8, 100.0, 161.8, 261.8, 423.6}) {
+        retracement.push_back(
+            {{0, level}, {10, level}, EExtend::Right, fmt::format("{}% %p", level)});
+    }
+    retracement.push_back({b, a, EExtend::None, ""});
     const struct {
         ETrendKind kind;
         std::vector<SBarPrice> points;
@@ -65,18 +72,7 @@ TEST(TrendGeometry, EachKindDrawsItsParts) {
           {a, {10, 50}, EExtend::None, "50%"},
           {a, {10, 38.2}, EExtend::None, "61.8%"}}},
         // 0% at the move's end, 100% at its start, the extensions beyond the start.
-        {ETrendKind::FibonacciRetracements,
-         {b, a},
-         true,
-         {{{0, 0}, {10, 0}, EExtend::Right, "0% %p"},
-          {{0, 23.6}, {10, 23.6}, EExtend::Right, "23.6% %p"},
-          {{0, 38.2}, {10, 38.2}, EExtend::Right, "38.2% %p"},
-          {{0, 61.8}, {10, 61.8}, EExtend::Right, "61.8% %p"},
-          {{0, 100}, {10, 100}, EExtend::Right, "100% %p"},
-          {{0, 161.8}, {10, 161.8}, EExtend::Right, "161.8% %p"},
-          {{0, 261.8}, {10, 261.8}, EExtend::Right, "261.8% %p"},
-          {{0, 423.6}, {10, 423.6}, EExtend::Right, "423.6% %p"},
-          {b, a, EExtend::None, ""}}},
+        {ETrendKind::FibonacciRetracements, {b, a}, true, retracement},
         {ETrendKind::SpeedResistance,
          {{0, 0}, {9, 90}},
          true,
