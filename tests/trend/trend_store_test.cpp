@@ -104,6 +104,10 @@ TEST(TrendStore, ReadsWhatAPersonMayWriteAndRefusesDamageSayingWhere) {
     const auto line = [&](const std::string& points, const char* kind = "Sloping") {
         return chart(R"({"kind": ")" + std::string(kind) + R"(", "points": [)" + points + "]}");
     };
+    const auto alert = [&](const std::string& fields) {
+        return R"({"version": 1, "charts": [], "alerts": [{"symbol": "X", "price": 1, )" + fields +
+               "}]}";
+    };
     const std::string good = line(point + "," + point);
     ASSERT_TRUE(CTrendStore::Read(good, error)) << error;
     const std::pair<std::string, std::string> damaged[] = {
@@ -130,6 +134,12 @@ TEST(TrendStore, ReadsWhatAPersonMayWriteAndRefusesDamageSayingWhere) {
         {chart(R"({"kind": "Sloping", "scale": "tilted", "points": [)" + point + "," + point +
                "]}"),
          "trendlines[0].scale: \"tilted\" is no price scale"},
+        {alert(R"("direction": "Up", "fired": false)"), "alerts[0].direction"},
+        {alert(R"("direction": "Crosses", "fired": 1)"), "alerts[0].fired"},
+        {alert(R"("direction": "Crosses", "fired": false, "id": 0)"), "alerts[0].id"},
+        {chart(R"({"kind": "Fibonacci Fan", "points": [)" + point + "," + point +
+               R"(], "alert": {"direction": "Crosses", "fired": false}})"),
+         "trendlines[0].alert"}, // only sloping and horizontal lines take an alert
     };
     for (const auto& [text, reason] : damaged) {
         EXPECT_FALSE(CTrendStore::Read(text, error)) << text;
