@@ -48,6 +48,7 @@ TEST_F(LevelLine, PaintsHitsAndFollowsADragOnItsAxis) {
     EXPECT_EQ(series->points[0].x, -0.5);
     EXPECT_EQ(series->points[1].x, 99.5);
     EXPECT_EQ(series->points[1].y, 70.0);
+    EXPECT_EQ(series->line.color, kThistle);
     EXPECT_EQ(series->line.style, CChart2D::kDash);
     chart.SetXRange(10.0, 40.0);
     item.Paint(chart, kView);
