@@ -1,14 +1,179 @@
-// The rules of the display and colour pages over a real Skychart.conf.
+// The rules of the display and colour pages over a real Skychart.conf; the Light and Dark colour
+// sets, the dark set's legibility, and the defaults that follow the desktop.
 
+#include "chart/chart_style.h"
 #include "chart/color_page_logic.h"
+#include "chart/color_preset.h"
 #include "chart/display_page_logic.h"
+#include "core/setting_keys.h"
 
 #include "settings_file.h"
+
+#include <cstdio>
+#include <string>
+#include <vector>
 
 namespace {
 
 using PageLogic = skychart::test::SettingsFileTest;
 constexpr int kNone = SDisplayPageValues::kNone;
+using ColorPresets = skychart::test::SettingsFileTest;
+
+ColorRef Dark(const std::string& key) {
+    return PresetColor(EColorPreset::Dark, key);
+}
+
+std::string Study(const char* pattern, int type) {
+    return keys::Numbered(pattern, type);
+}
+
+TEST(ColorPreset, LightIsTheDefaultsAndBothSetsNameEveryColourKey) {
+    const std::vector<SPresetColor>& light = PresetColors(EColorPreset::Light);
+    const std::vector<SPresetColor>& dark = PresetColors(EColorPreset::Dark);
+    int colorKeys = 0;
+    for (const SSettingKey& entry : AllSettingKeys()) {
+        colorKeys += IsColorKey(entry.key) ? 1 : 0;
+    }
+    // 7 chart colours, 20 study colours, 3 averages, the bands, 19 study lines and levels, 7
+    // trendline kinds.
+    EXPECT_EQ(colorKeys, 57);
+    ASSERT_EQ(light.size(), static_cast<std::size_t>(colorKeys));
+    ASSERT_EQ(dark.size(), light.size());
+    for (std::size_t i = 0; i < light.size(); ++i) {
+        EXPECT_EQ(dark[i].key, light[i].key);
+    }
+    EXPECT_EQ(PresetColor(EColorPreset::Light, keys::kBackgroundColor), 0xFFFFFFu);
+    EXPECT_EQ(PresetColor(EColorPreset::Light, "Moving Average 2 Color"), 0xFF0000u);
+    EXPECT_EQ(PresetColor(EColorPreset::Light, "Sloping Trendline Color"), 0xFF0000u);
+    EXPECT_EQ(PresetColor(EColorPreset::Light, keys::kShowGrid), 0u);
+    EXPECT_FALSE(IsColorKey(keys::kShowGrid));
+
+    EXPECT_TRUE(IsDarkPalette(MakeColorRef(49, 54, 59), MakeColorRef(239, 240, 241)));
+    EXPECT_FALSE(IsDarkPalette(MakeColorRef(239, 239, 239), 0));
+    EXPECT_FALSE(IsDarkPalette(0x808080, 0x808080));
+}
+
+// Every group of colours drawn together on the dark background: each line reads on the
+// background and differs from the others of its group; text reads at 4.5:1.
+TEST(ColorPreset, DarkSetKeepsEveryPairDrawnTogetherApartAndLegible) {
+    const ColorRef background = Dark(keys::kBackgroundColor);
+    const ColorRef grid = Dark(keys::kGridColor);
+    EXPECT_GE(ContrastRatio(grid, background), 1.5);
+    EXPECT_LT(ContrastRatio(grid, background), 3.0); // a grid stays behind the data
+    EXPECT_GE(ColorDistance(grid, background), 90.0);
+
+    std::vector<std::string> text{keys::kPriceLabelColor, keys::kPriceBarColor,
+                                  keys::kVolumeLabelColor};
+    for (int type = 0; type < 10; ++type) {
+        text.push_back(Study(keys::kStudyLabelColor, type));
+    }
+    for (const std::string& key : text) {
+        EXPECT_GE(ContrastRatio(Dark(key), background), kMinTextContrast) << key;
+    }
+
+    const std::vector<std::vector<std::string>> panes{
+        {keys::kPriceDataColor, keys::kPriceUpCandleColor, keys::kPriceDownCandleColor,
+         "Moving Average 1 Color", "Moving Average 2 Color", "Moving Average 3 Color",
+         keys::kBBColor},
+        {Study(keys::kStudyDataColor, 0), keys::kRSIUpLevelColor, keys::kRSILowLevelColor},
+        {Study(keys::kStudyDataColor, 1), keys::kMomentumZeroColor},
+        {Study(keys::kStudyDataColor, 2), keys::kROC100Color},
+        {Study(keys::kStudyDataColor, 3), keys::kOBVZeroColor},
+        {Study(keys::kStudyDataColor, 4), keys::kMACDSignalLineColor, keys::kMACDHistogramColor},
+        {keys::kSTOKLineColor, keys::kSTODLineColor, keys::kSTOUpLevelColor,
+         keys::kSTOLowLevelColor},
+        {Study(keys::kStudyDataColor, 6), keys::kVolumeAverageColor},
+        {keys::kPositiveFlowLineColor, keys::kNegativeFlowLineColor},
+        {Study(keys::kStudyDataColor, 8), keys::kMFIUpLevelColor, keys::kMFILowLevelColor},
+        {Study(keys::kStudyDataColor, 9), keys::kPositiveDIColor, keys::kNegativeDIColor},
+    };
+    for (const std::vector<std::string>& pane : panes) {
+        for (std::size_t i = 0; i < pane.size(); ++i) {
+            const ColorRef line = Dark(pane[i]);
+            EXPECT_GE(ContrastRatio(line, background), 3.0) << pane[i];
+            EXPECT_GE(ColorDistance(line, grid), 100.0) << pane[i];
+            for (std::size_t j = i + 1; j < pane.size(); ++j) {
+                EXPECT_GE(ColorDistance(line, Dark(pane[j])), 100.0) << pane[i] << " / " << pane[j];
+            }
+        }
+    }
+    for (const SPresetColor& entry : PresetColors(EColorPreset::Dark)) {
+        if (entry.key.find("Trendline") != std::string::npos) {
+            EXPECT_GE(ContrastRatio(entry.color, background), 3.0) << entry.key;
+        }
+    }
+    EXPECT_NEAR(ColorDistance(0, 0xFFFFFF), 765.0, 0.5);
+    EXPECT_EQ(ColorDistance(0x123456, 0x123456), 0.0);
+}
+
+TEST_F(ColorPresets, ADarkDesktopGivesTheDarkSetUnstoredUntilTheUserStoresAColour) {
+    const std::string emptyFile = (Start(), FileText());
+    EXPECT_EQ(FollowDesktopColors(settings, false), EColorPreset::Light);
+    EXPECT_EQ(settings.GetUnsigned(keys::kBackgroundColor), 0xFFFFFFu);
+
+    EXPECT_EQ(FollowDesktopColors(settings, true), EColorPreset::Dark);
+    for (const SPresetColor& entry : PresetColors(EColorPreset::Dark)) {
+        EXPECT_EQ(settings.GetUnsigned(entry.key), entry.color) << entry.key;
+        EXPECT_FALSE(settings.IsStored(entry.key));
+    }
+    EXPECT_EQ(FileText(), emptyFile);
+    // Other settings are stored alone.
+    settings.SetInt(keys::kShowGrid, 0);
+    EXPECT_EQ(Stored(keys::kBackgroundColor), "<missing>");
+
+    // The first colour stored, here as the settings sheet stores its pages, keeps the whole set.
+    CColorPageLogic page(settings);
+    EXPECT_EQ(page.Color(EColorSlot::Background), Dark(keys::kBackgroundColor));
+    page.SetColor(EColorSlot::PriceUpCandle, 0x00FF00);
+    settings.HoldWrites();
+    page.Store(settings);
+    EXPECT_EQ(Stored(keys::kBackgroundColor), "<missing>");
+    EXPECT_TRUE(settings.SaveHeld());
+    ExpectStored({"Price Up Candle Color=65280", "Show Grid=0",
+                  "Background Color=" + std::to_string(Dark(keys::kBackgroundColor)),
+                  "STO %K Line Color=" + std::to_string(Dark(keys::kSTOKLineColor)),
+                  "Speed Resistance Trendline Color=" +
+                      std::to_string(Dark("Speed Resistance Trendline Color"))});
+
+    // From now on the stored colours win, on any desktop; so does a colour stored with the value
+    // of its default.
+    for (const std::vector<std::string>& file :
+         {Values{"Price Up Candle Color=65280"}, Values{"Background Color=16777215"}}) {
+        std::remove(CConfigWriter().File().toStdString().c_str());
+        Start(file);
+        EXPECT_TRUE(ColorsChosen(settings));
+        EXPECT_EQ(FollowDesktopColors(settings, true), EColorPreset::Light);
+        EXPECT_EQ(settings.GetUnsigned(keys::kBackgroundColor), 0xFFFFFFu);
+        EXPECT_EQ(settings.GetUnsigned(keys::kGridColor), 0xC0C0C0u);
+    }
+}
+
+TEST_F(ColorPresets, APresetSetsEveryColourAndStoresOnlyWhatDiffers) {
+    Start({"Grid Color=255", "Sloping Trendline Color=255"});
+    CColorPageLogic page(settings);
+    page.SelectStudyType(7);
+    page.ApplyPreset(EColorPreset::Dark);
+    EXPECT_EQ(page.Color(EColorSlot::Grid), Dark(keys::kGridColor));
+    EXPECT_EQ(page.StudyLabelColor(), Dark(Study(keys::kStudyLabelColor, 7)));
+    EXPECT_EQ(page.StudyDataColorOf(2), Dark(Study(keys::kStudyDataColor, 2)));
+    EXPECT_EQ(Stored(keys::kGridColor), "255"); // nothing before the page is stored
+    page.Store(settings);
+    for (const SPresetColor& entry : PresetColors(EColorPreset::Dark)) {
+        EXPECT_EQ(Stored(entry.key), std::to_string(entry.color)) << entry.key;
+    }
+
+    // Back to Light: the keys that held the light colours before keep their texts.
+    std::remove(CConfigWriter().File().toStdString().c_str());
+    Start({"Grid Color=255", "Sloping Trendline Color=255", "Background Color=16777215"});
+    const std::string before = FileText();
+    CColorPageLogic light(settings);
+    light.ApplyPreset(EColorPreset::Light);
+    EXPECT_EQ(FileText(), before);
+    light.Store(settings);
+    ExpectStored({"Grid Color=12632256", "Sloping Trendline Color=16711680",
+                  "Background Color=16777215", "PriceData Color=<missing>",
+                  "Moving Average 1 Color=<missing>"});
+}
 
 TEST_F(PageLogic, DisplayLoadShowsStoredValuesAndLeavesBadListValuesUnselected) {
     Start();
