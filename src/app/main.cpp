@@ -8,6 +8,7 @@
 #include "app/ui/settings_drill.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
+#include "platform/large_pages.h"
 #include "platform/registry_paths.h"
 #include "platform/workspace_bus.h"
 
@@ -60,6 +61,7 @@ int main(int argc, char** argv) {
         QApplication::setApplicationVersion(SKYCHART_VERSION);
         CSettings settings;
         CChartHistRequest history;
+        history.SetMemoryAdvice(AdviseLargePages);
         return RunExport(commandLine, argv[0], settings, history);
     }
     if (commandLine.exportRequested) {
@@ -69,6 +71,7 @@ int main(int argc, char** argv) {
         QCoreApplication::setApplicationVersion(SKYCHART_VERSION);
         CSettings settings;
         CChartHistRequest history;
+        history.SetMemoryAdvice(AdviseLargePages);
         return RunExport(commandLine, argv[0], settings, history);
     }
 

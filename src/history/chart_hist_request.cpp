@@ -10,9 +10,11 @@
 
 namespace {
 
-// Records per storage block: large enough that a full history needs few allocations, small
-// enough that the unused tail of the last block stays a few megabytes.
-constexpr std::size_t kRecordsPerBlock = 16384;
+// Records per storage block: the first blocks small, so that a short series stays small, then
+// doubling up to a size that a long history needs few of and whose unused tail (never written,
+// so never resident) is still a small share of it.
+constexpr std::size_t kFirstBlockRecords = 16384;
+constexpr std::size_t kBlockDoublings = 4;
 
 // A time stamp from a yyyymmdd date and an hhmmss time; invalid when they are no calendar time.
 CDateTime RangePoint(std::int32_t date, std::int32_t time) {
@@ -72,10 +74,14 @@ std::size_t CHistoryRequestBase::SeriesBytes() const {
 sTICK* CHistoryRequestBase::AllocateRecord() {
     if (m_blocks.empty() || m_blocks.back().used == m_blocks.back().capacity) {
         SBlock block;
+        block.capacity = kFirstBlockRecords << std::min(m_blocks.size(), kBlockDoublings);
+        const std::size_t bytes = block.capacity * sizeof(sTICK);
         // operator new[] of std::byte gives storage aligned for any fundamental type.
         static_assert(alignof(sTICK) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
-        block.bytes.reset(new std::byte[kRecordsPerBlock * sizeof(sTICK)]);
-        block.capacity = kRecordsPerBlock;
+        block.bytes.reset(new std::byte[bytes]);
+        if (m_advice && bytes >= kAdvisedBytes) {
+            m_advice(block.bytes.get(), bytes);
+        }
         m_blocks.push_back(std::move(block));
     }
     SBlock& block = m_blocks.back();

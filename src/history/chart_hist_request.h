@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -27,6 +28,14 @@ public:
     // Destroys every record, frees the pointer array and the blocks, sets count and capacity to
     // 0 and the growth step back to the default.
     virtual void Clear();
+
+    // How a fresh large block of records is prepared before it is first written: the platform's
+    // advice to back it with large pages, which takes most of the page faults out of a long
+    // load. None (the default) leaves it to the allocator. Set before the series fills.
+    using MemoryAdvice = std::function<void(void* data, std::size_t bytes)>;
+    void SetMemoryAdvice(MemoryAdvice advice) { m_advice = std::move(advice); }
+    // Blocks of at least this size take the advice.
+    static constexpr std::size_t kAdvisedBytes = std::size_t{4} << 20;
 
 protected:
     // Unlocked series primitives for the derived class, which holds the lock.
@@ -71,6 +80,7 @@ private:
         std::size_t capacity = 0;
     };
     std::vector<SBlock> m_blocks;
+    MemoryAdvice m_advice;
     // Records taken out of the series, destroyed with the blocks.
     std::vector<sTICK*> m_erased;
 };

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstring>
 #include <random>
 #include <tuple>
 #include <vector>
@@ -85,6 +86,12 @@ TEST_F(Series, GrowsByTheStepKeepsRecordsAcrossStorageBlocksAndClearResetsTheSte
     EXPECT_EQ(history.GetCount(), 0);
     EXPECT_EQ(history.GetCapacity(), 0U);
     EXPECT_EQ(history.GetGrowthStep(), CHistoryRequestBase::kDefaultGrowthStep);
+    // The large blocks of a long series, and only they, are advised before they are written.
+    std::vector<std::size_t> advised;
+    history.SetMemoryAdvice([&](void* data, std::size_t bytes) {
+        advised.push_back(bytes);
+        std::memset(data, 0xA5, bytes);
+    });
     Fill(1);
     EXPECT_EQ(history.GetCapacity(), CHistoryRequestBase::kDefaultGrowthStep);
 
@@ -102,6 +109,10 @@ TEST_F(Series, GrowsByTheStepKeepsRecordsAcrossStorageBlocksAndClearResetsTheSte
     }
     history.GetTick(kCount - 1, out);
     EXPECT_EQ(out.close, kCount - 1);
+    ASSERT_FALSE(advised.empty());
+    for (const std::size_t bytes : advised) {
+        EXPECT_GE(bytes, CHistoryRequestBase::kAdvisedBytes);
+    }
 }
 
 TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {

@@ -8,6 +8,7 @@
 #include "chart/color_preset.h"
 #include "platform/application_log.h"
 #include "platform/config_writer.h"
+#include "platform/large_pages.h"
 #include "platform/workspace_bus.h"
 
 #include <QApplication>
@@ -33,7 +34,9 @@ bool DesktopIsDark() {
 
 } // namespace
 
-CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {}
+CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {
+    m_history.SetMemoryAdvice(AdviseLargePages);
+}
 
 CChartsApp::~CChartsApp() = default;
 
