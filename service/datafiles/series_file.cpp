@@ -38,21 +38,25 @@ namespace {
 // Reading ahead: ranges of at least this many blocks, this many rows to a batch, at most this
 // many batches waiting.
 constexpr std::size_t kAheadBlocks = 4;
-constexpr std::size_t kBatchRows = 1024;
+constexpr std::size_t kBatchRows = 2048;
 constexpr std::size_t kBatches = 4;
 } // namespace
 
 // The rows of a range read by a worker into batches: its own cursor over a copy of the blocks of
 // the range, reading the file through its own reader.
 struct RowCursor::Ahead {
+    struct Batch {
+        std::vector<FileRow> rows = std::vector<FileRow>(kBatchRows);
+        std::size_t count = 0;
+    };
     SeriesFile file;
     std::mutex mutex;
     std::condition_variable changed;
-    std::deque<std::vector<FileRow>> ready; // read, not yet taken
-    std::vector<std::vector<FileRow>> spare;
+    std::deque<Batch> ready; // read, not yet taken
+    std::vector<Batch> spare;
     bool stop = false;
-    bool done = false;          // the worker read the last batch
-    std::vector<FileRow> batch; // the caller's
+    bool done = false; // the worker read the last batch
+    Batch taken;       // the caller's
     std::size_t position = 0;
     std::thread worker;
 
@@ -86,26 +90,23 @@ struct RowCursor::Ahead {
 
     void read(Micros from, Micros to) {
         RowCursor rows(file, from, to, false);
-        std::vector<FileRow> filling;
+        Batch filling;
         bool more = true;
         while (more) {
-            filling.clear();
-            filling.reserve(kBatchRows);
-            FileRow row;
-            while (filling.size() < kBatchRows && (more = rows.next(row))) {
-                filling.push_back(row);
+            filling.count = 0;
+            while (filling.count < kBatchRows && (more = rows.next(filling.rows[filling.count]))) {
+                ++filling.count;
             }
             std::unique_lock lock(mutex);
             changed.wait(lock, [&] { return stop || ready.size() < kBatches; });
             if (stop) {
                 return;
             }
-            if (!filling.empty()) {
-                ready.push_back(std::move(filling));
-            }
+            ready.push_back(std::move(filling));
             done = !more;
-            filling = std::vector<FileRow>();
-            if (!spare.empty()) {
+            if (spare.empty()) {
+                filling = Batch();
+            } else {
                 filling = std::move(spare.back());
                 spare.pop_back();
             }
@@ -114,23 +115,27 @@ struct RowCursor::Ahead {
     }
 
     const FileRow* next() {
-        if (position < batch.size()) {
-            return &batch[position++];
+        if (position < taken.count) {
+            return &taken.rows[position++];
         }
         std::unique_lock lock(mutex);
-        if (batch.capacity() > 0) {
-            spare.push_back(std::move(batch));
+        while (true) {
+            if (!taken.rows.empty()) {
+                spare.push_back(std::move(taken));
+            }
+            changed.wait(lock, [&] { return done || !ready.empty(); });
+            if (ready.empty()) {
+                taken = Batch{{}, 0};
+                return nullptr;
+            }
+            taken = std::move(ready.front());
+            ready.pop_front();
+            changed.notify_all();
+            if (taken.count > 0) {
+                position = 1;
+                return &taken.rows[0];
+            }
         }
-        changed.wait(lock, [&] { return done || !ready.empty(); });
-        if (ready.empty()) {
-            batch.clear();
-            return nullptr;
-        }
-        batch = std::move(ready.front());
-        ready.pop_front();
-        changed.notify_all();
-        position = 1;
-        return &batch[0];
     }
 };
 
