@@ -265,7 +265,8 @@ std::shared_ptr<SeriesIndex> FileStore::build(const Entry& entry) {
     };
     // A plain file is read from two places at once by a second source; a compressed one is
     // read once, from its start.
-    auto other = file.gzip ? nullptr : ByteSource::Open(file.path, false, error);
+    auto other =
+        file.gzip || state.size < kSplitBytes ? nullptr : ByteSource::Open(file.path, false, error);
     IndexFile(*index, *source, other.get(), state.size,
               WallNanos() - state.modified >= kSettledNanos, report);
     if (!index->headerRead && index->refusal.empty()) {
