@@ -32,27 +32,37 @@ std::uint64_t LineAfter(ByteSource& source, std::uint64_t middle, std::uint64_t 
 void Join(SeriesIndex& index, const SeriesIndex& second,
           const std::vector<std::pair<std::uint64_t, RowFault>>& held, const BadRowReport& report) {
     const auto blockBase = static_cast<std::uint32_t>(index.blocks.size());
-    DayTotal* joined = !index.days.empty() && !second.days.empty() &&
-                               index.days.back().day == second.days.front().day
-                           ? &index.days.back()
-                           : nullptr;
-    for (Block block : second.blocks) {
-        block.ordinal += index.rows;
-        if (joined != nullptr && block.day == joined->day) {
-            block.rowsBefore += joined->rows;
-            block.volumeBefore += joined->volume;
+    // The day the cut falls in, when both halves hold rows of it.
+    const bool joins = !index.days.empty() && !second.days.empty() &&
+                       index.days.back().day == second.days.front().day;
+    if (joins) {
+        const DayTotal& before = index.days.back();
+        for (Block block : second.blocks) {
+            if (block.day != before.day) {
+                break;
+            }
+            block.rowsBefore += before.rows;
+            block.volumeBefore += before.volume;
+            block.ordinal += index.rows;
+            index.blocks.push_back(block);
         }
+    }
+    for (std::size_t b = index.blocks.size() - blockBase; b < second.blocks.size(); ++b) {
+        Block block = second.blocks[b];
+        block.ordinal += index.rows;
         index.blocks.push_back(block);
     }
-    for (DayTotal total : second.days) {
-        if (joined != nullptr && total.day == joined->day) {
-            joined->rows += total.rows;
-            joined->high = std::max(joined->high, total.high);
-            joined->low = std::min(joined->low, total.low);
-            joined->close = total.close;
-            joined->volume += total.volume;
-            joined->openInterest = total.openInterest;
-            joined->last = total.last;
+    for (std::size_t d = 0; d < second.days.size(); ++d) {
+        DayTotal total = second.days[d];
+        if (joins && d == 0) {
+            DayTotal& into = index.days.back();
+            into.rows += total.rows;
+            into.high = std::max(into.high, total.high);
+            into.low = std::min(into.low, total.low);
+            into.close = total.close;
+            into.volume += total.volume;
+            into.openInterest = total.openInterest;
+            into.last = total.last;
             continue;
         }
         total.firstBlock += blockBase;
