@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -154,8 +155,12 @@ RowCursor::RowCursor(SeriesFile& file, Micros from, Micros to, bool readAhead)
                              [to](const Block& b) { return b.first <= to; }) -
         blocks.begin());
     if (readAhead && !file.gzip && end - m_block >= kAheadBlocks) {
-        m_ahead = std::make_unique<Ahead>(file, *m_index, m_block, end, from, to);
-        return;
+        try {
+            m_ahead = std::make_unique<Ahead>(file, *m_index, m_block, end, from, to);
+            return;
+        } catch (const std::system_error&) {
+            // No thread to be had: the rows are read as they are asked for.
+        }
     }
     m_done = !enterBlock();
 }

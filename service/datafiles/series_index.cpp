@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -203,13 +204,19 @@ void IndexFile(SeriesIndex& index, ByteSource& source, ByteSource* other, std::u
     second.headerRead = true;
     second.end = cut;
     std::vector<std::pair<std::uint64_t, RowFault>> held;
-    std::thread worker([&] {
-        IndexMore(second, *other, takeUnterminated, [&](std::uint64_t line, RowFault fault) {
-            if (held.size() < kHeldReports) {
-                held.emplace_back(line, fault);
-            }
+    std::thread worker;
+    try {
+        worker = std::thread([&] {
+            IndexMore(second, *other, takeUnterminated, [&](std::uint64_t line, RowFault fault) {
+                if (held.size() < kHeldReports) {
+                    held.emplace_back(line, fault);
+                }
+            });
         });
-    });
+    } catch (const std::system_error&) {
+        IndexMore(index, source, takeUnterminated, report); // no thread to be had: in one go
+        return;
+    }
     IndexMore(index, source, takeUnterminated, report, cut);
     worker.join();
     if (index.readFailed) {
