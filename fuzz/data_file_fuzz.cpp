@@ -1,11 +1,15 @@
 // A trader's data file held in memory: the first byte picks daily, minute or tick rows, the rest
 // is the file. It is indexed (header detection, row parsing and checks, blocks and day totals),
 // then read back through a cursor, which must give exactly the rows the index counted, in time
-// order, with the TickIDs, day volumes and day totals the index holds.
+// order, with the TickIDs, day volumes and day totals the index holds. Indexed in two halves at
+// once, it must give the same totals and bad rows.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "datafiles/series_file.h"
 #include "datafiles/series_index.h"
@@ -29,14 +33,38 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view text(reinterpret_cast<const char*>(data + 1), size - 1);
     auto index = std::make_shared<SeriesIndex>();
     index->kind = kind;
-    std::uint64_t reported = 0;
+    std::vector<std::pair<std::uint64_t, RowFault>> reported;
     auto source = ByteSource::Memory(text);
     IndexMore(*index, *source, (data[0] & 4) != 0, [&](std::uint64_t line, RowFault fault) {
         Check(line >= 2 && line <= index->lines && fault != RowFault::None);
-        ++reported;
+        reported.emplace_back(line, fault);
     });
-    Check(reported == index->badRows);
+    Check(reported.size() == index->badRows);
     Check(index->end <= text.size());
+    // Read in two halves at once (cut at the middle line, however small the text), the same.
+    auto halves = std::make_shared<SeriesIndex>();
+    halves->kind = kind;
+    std::vector<std::pair<std::uint64_t, RowFault>> reportedInHalves;
+    auto secondSource = ByteSource::Memory(text);
+    IndexFile(
+        *halves, *ByteSource::Memory(text), secondSource.get(), text.size(), (data[0] & 4) != 0,
+        [&](std::uint64_t line, RowFault fault) { reportedInHalves.emplace_back(line, fault); }, 0);
+    Check(halves->refusal == index->refusal && halves->rows == index->rows &&
+          halves->badRows == index->badRows && halves->lines == index->lines &&
+          halves->end == index->end && halves->lastTime == index->lastTime &&
+          halves->decimals == index->decimals && halves->days.size() == index->days.size());
+    // All of them, or those of the first half and the first kHeldReports of the second.
+    Check(reportedInHalves.size() <= reported.size() &&
+          reportedInHalves.size() >= std::min(reported.size(), kHeldReports) &&
+          std::equal(reportedInHalves.begin(), reportedInHalves.end(), reported.begin()));
+    for (std::size_t d = 0; d < index->days.size(); ++d) {
+        const DayTotal& a = index->days[d];
+        const DayTotal& b = halves->days[d];
+        Check(a.day == b.day && a.rows == b.rows && a.open == b.open && a.high == b.high &&
+              a.low == b.low && a.close == b.close && a.volume == b.volume &&
+              a.openInterest == b.openInterest && a.last == b.last);
+        Check(halves->blocks[b.firstBlock].day == b.day);
+    }
     if (!index->refusal.empty()) {
         return 0;
     }
@@ -76,5 +104,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     Check(rows == index->rows);
     Check(rows == 0 || day + 1 == index->days.size());
+    // The blocks of the halves lead to the same rows, TickIDs and day volumes.
+    SeriesFile second;
+    second.kind = kind;
+    second.index = halves;
+    second.readFrom(ByteSource::Memory(text));
+    RowCursor again(file, INT64_MIN, INT64_MAX);
+    RowCursor fromHalves(second, INT64_MIN, INT64_MAX);
+    FileRow other;
+    while (again.next(row)) {
+        Check(fromHalves.next(other) && other.row.time == row.row.time &&
+              other.row.close == row.row.close && other.tickId == row.tickId &&
+              other.dayVolume == row.dayVolume && other.ordinal == row.ordinal);
+    }
+    Check(!fromHalves.next(other));
     return 0;
 }

@@ -21,6 +21,7 @@ namespace {
 constexpr std::int64_t kSettledNanos = 2'000'000'000;
 // Bad rows named one by one in the log, per file and indexing; the count covers all of them.
 constexpr std::uint64_t kReportedBadRows = 1000;
+static_assert(kReportedBadRows < kHeldReports);
 
 struct FileState {
     bool exists = false;
@@ -262,7 +263,12 @@ std::shared_ptr<SeriesIndex> FileStore::build(const Entry& entry) {
                   " skipped: " + FaultText(fault));
         }
     };
-    IndexMore(*index, *source, WallNanos() - state.modified >= kSettledNanos, report);
+    // A plain file is read from two places at once by a second source; a compressed one is
+    // read once, from its start.
+    auto other =
+        file.gzip || state.size < kSplitBytes ? nullptr : ByteSource::Open(file.path, false, error);
+    IndexFile(*index, *source, other.get(), state.size,
+              WallNanos() - state.modified >= kSettledNanos, report);
     if (!index->headerRead && index->refusal.empty()) {
         index->refusal = "no header row";
     }

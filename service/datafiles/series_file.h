@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "datafiles/byte_source.h"
 #include "datafiles/series_index.h"
@@ -26,6 +27,8 @@ struct SeriesFile {
     void closeReader();
     // Reads from `source` instead of the file at `path` (text held in memory).
     void readFrom(std::unique_ptr<ByteSource> source);
+    // The text it reads when that is held in memory; empty otherwise.
+    std::string_view held() const { return m_source ? m_source->held() : std::string_view(); }
 
 private:
     std::unique_ptr<ByteSource> m_source;
@@ -41,15 +44,23 @@ struct FileRow {
 };
 
 // The good rows of a file with from <= time <= to (or from the row `ordinal` on), oldest first.
+// A time range over several blocks of a file that is not compressed is read ahead: another
+// thread reads and checks its rows, a bounded number of blocks ahead of the caller, over what
+// the index held when the cursor was made.
 class RowCursor {
 public:
     RowCursor(SeriesFile& file, Micros from, Micros to);
     RowCursor(SeriesFile& file, std::uint64_t ordinal);
+    ~RowCursor();
+    RowCursor(RowCursor&&) noexcept;
 
     bool next(FileRow& out);
 
 private:
+    struct Ahead;
+    RowCursor(SeriesFile& file, Micros from, Micros to, bool readAhead);
     bool enterBlock(); // the block m_block; false past the range
+    std::unique_ptr<Ahead> m_ahead;
     SeriesFile& m_file;
     std::shared_ptr<const SeriesIndex> m_index;
     Micros m_from = 0;

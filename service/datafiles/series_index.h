@@ -4,6 +4,7 @@
 // begins in the file and what came before it in its day, and for every day its totals. It never
 // holds the rows; answers read them from the file at a block's offset.
 
+#include <climits>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -70,8 +71,22 @@ struct SeriesIndex {
 };
 
 // Takes the lines of `source` from `index.end` on into the index: the header first, then every
-// good row. A last line without a line end is taken only with `takeUnterminated`.
+// good row. A last line without a line end is taken only with `takeUnterminated`; lines that begin
+// at or after `stop` are left.
 void IndexMore(SeriesIndex& index, ByteSource& source, bool takeUnterminated,
-               const BadRowReport& report);
+               const BadRowReport& report, std::uint64_t stop = UINT64_MAX);
+
+// Files of at least this many bytes are indexed in two halves at once.
+inline constexpr std::uint64_t kSplitBytes = 1 << 20;
+// The bad rows of a second half reported one by one; the count covers all of them.
+inline constexpr std::size_t kHeldReports = 1024;
+
+// Indexes a file of `size` bytes into a fresh index, as IndexMore does. When `other` (a second
+// source of the same bytes) is given and the file holds at least `splitBytes`, the part after the
+// line nearest its middle is indexed at the same time on another thread, reading `other`, and
+// joined on: the index, the rows refused and the reports are the ones IndexMore makes alone.
+void IndexFile(SeriesIndex& index, ByteSource& source, ByteSource* other, std::uint64_t size,
+               bool takeUnterminated, const BadRowReport& report,
+               std::uint64_t splitBytes = kSplitBytes);
 
 } // namespace portico::files

@@ -160,8 +160,8 @@ inline bool ParseCount(std::string_view text, std::int64_t& value) {
 }
 
 inline bool ParseDay(std::string_view text, std::int32_t& day) {
-    // Rows come in runs of one date: the last one read on this thread is kept, and a text of ten
-    // bytes is compared in two loads.
+    // Rows come in runs of one date: the last one read on this thread is kept (none yet on a new
+    // thread, which no text matches), and a text of ten bytes is compared in two loads.
     thread_local char lastText[10] = {};
     thread_local std::size_t lastSize = 0;
     thread_local std::int32_t lastDay = 0;
@@ -178,7 +178,8 @@ inline bool ParseDay(std::string_view text, std::int32_t& day) {
             day = lastDay;
             return true;
         }
-    } else if (text.size() == lastSize && std::memcmp(text.data(), lastText, lastSize) == 0) {
+    } else if (lastSize != 0 && text.size() == lastSize &&
+               std::memcmp(text.data(), lastText, lastSize) == 0) {
         day = lastDay;
         return true;
     }

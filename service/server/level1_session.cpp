@@ -1,5 +1,7 @@
 #include "level1_session.h"
 
+#include <QTimer>
+
 #include <cstdio>
 
 #include "reference_answers.h"
@@ -9,6 +11,7 @@ namespace portico {
 
 namespace {
 constexpr std::size_t kLongLineBytes = 70 * 1024;
+constexpr int kIndexPollMs = 5;
 
 template <typename... Ts> struct Overloaded : Ts... { using Ts::operator()...; };
 } // namespace
@@ -67,7 +70,25 @@ void Level1Session::onLine(std::string_view line) {
         command);
 }
 
+bool Level1Session::acceptsInput() const {
+    return m_waiting.empty() && Connection::acceptsInput();
+}
+
+void Level1Session::watchWhenIndexed() {
+    const std::string symbol = std::move(m_waiting);
+    m_waiting.clear();
+    watch(symbol);
+    resumeInput();
+}
+
 void Level1Session::watch(const std::string& symbol) {
+    const Instrument* instrument = m_context.market.find(symbol);
+    if (instrument != nullptr &&
+        !m_context.market.ready(*instrument, std::chrono::milliseconds(0))) {
+        m_waiting = symbol;
+        QTimer::singleShot(kIndexPollMs, this, [this] { watchWhenIndexed(); });
+        return;
+    }
     const Micros now = m_context.clock.now();
     const auto status = m_context.live.watch(symbol, id(), now);
     m_out.clear();

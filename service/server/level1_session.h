@@ -42,9 +42,13 @@ public:
 protected:
     void onStart() override;
     void onLine(std::string_view line) override;
+    // No lines are taken while a watch waits for its instrument's files.
+    bool acceptsInput() const override;
 
 private:
     void watch(const std::string& symbol);
+    // Watches m_waiting once its files are indexed, then goes on with the lines after it.
+    void watchWhenIndexed();
     void selectFields(const std::string& names);
     void afterUpdateLine();
     void drop(const std::string& why);
@@ -56,6 +60,9 @@ private:
     std::uint64_t m_tradesSent = 0;
     std::optional<std::chrono::steady_clock::time_point> m_overSince; // above kOutputBound
     bool m_dropped = false;
+    // A watch of a file instrument whose files are being indexed: looked at again every few
+    // milliseconds, so that the service goes on serving everyone else meanwhile.
+    std::string m_waiting;
 };
 
 } // namespace portico

@@ -274,6 +274,75 @@ TEST(DataFiles, BadRowsAreSkippedNamedAndCountedAndAFileWithoutItsColumnsIsRefus
     EXPECT_EQ(folder.logLines("NOCLOSE.minute.csv refused: no column Close").size(), 1u);
 }
 
+// Large plain files are indexed in two halves at once and read ahead on another thread; the same
+// text compressed is read once, in order: both must give the same rows, totals and bad rows.
+TEST(DataFiles, ALargeFileReadInHalvesGivesWhatOneReadingGives) {
+    Folder folder;
+    const int kRows = 30'000; // about 1.4 MB over three days, the middle inside the second
+    for (const bool backAtMiddle : {false, true}) {
+        std::string text = "DateTime,Price,Size,Bid,Ask\n";
+        for (int r = 0; r < kRows; ++r) {
+            // BACK: a run of rows about the middle an hour back, the rows just after the cut
+            // going back from the last one before it; JOIN: one row after the cut.
+            const bool back = backAtMiddle ? r >= 14'900 && r < 15'100 : r == 16'010;
+            const int second = 34'200 + r % 10'000 * 2 - (back ? 3600 : 0);
+            char line[96];
+            std::snprintf(line, sizeof line, "2024-03-%02d %02d:%02d:%02d.%06d,%d.%02d,%d,%d,%d\n",
+                          4 + r / 10'000, second / 3600, second / 60 % 60, second % 60, r % 7,
+                          100 + r % 50, r % 100, 1 + r % 300, 99, 151);
+            text += r % 997 == 5 ? "2024-03-05 10:00:00,1x,1,1,1\n" : line;
+        }
+        const std::string name = backAtMiddle ? "BACK" : "JOIN";
+        folder.write(name + ".ticks.csv", text);
+        folder.gzip(name + "Z.ticks.csv.gz", text);
+    }
+    Market& market = folder.open();
+    const auto ticks = [&](const std::string& symbol, Micros from, Micros to) {
+        std::vector<std::tuple<Micros, std::int64_t, std::int64_t, std::uint32_t, std::int64_t,
+                               std::uint32_t>>
+            out;
+        TickCursor cursor = market.ticks(folder.get(symbol), from, to);
+        std::vector<Tick> batch(700);
+        for (std::size_t n; (n = cursor.next(batch.data(), batch.size())) > 0;) {
+            for (std::size_t k = 0; k < n; ++k) {
+                const Tick& t = batch[k];
+                out.emplace_back(t.time, t.price, t.bid, t.size, t.totalVolume, t.tickId);
+            }
+        }
+        return out;
+    };
+    const auto badLines = [&](const std::string& file) {
+        auto lines = folder.logLines("data file " + file + " line");
+        for (std::string& line : lines) {
+            line.erase(0, line.find(" line "));
+        }
+        return lines;
+    };
+    for (const std::string symbol : {"JOIN", "BACK"}) {
+        const std::string zipped = symbol + "Z";
+        const auto all = ticks(symbol, At(2024, 3, 4), At(2024, 3, 7));
+        EXPECT_EQ(all.size(), symbol == "JOIN" ? 29'968u : 29'770u) << symbol;
+        EXPECT_EQ(all, ticks(zipped, At(2024, 3, 4), At(2024, 3, 7))) << symbol;
+        EXPECT_EQ(ticks(symbol, At(2024, 3, 5, 9, 45, 1), At(2024, 3, 5, 14)),
+                  ticks(zipped, At(2024, 3, 5, 9, 45, 1), At(2024, 3, 5, 14)))
+            << symbol;
+        EXPECT_EQ(Fields(market.lastDailyBars(folder.get(symbol), 5, At(2024, 3, 8))),
+                  Fields(market.lastDailyBars(folder.get(zipped), 5, At(2024, 3, 8))))
+            << symbol;
+        EXPECT_EQ(
+            Fields(market.intervalBars(folder.get(symbol), 300, At(2024, 3, 4), At(2024, 3, 7))),
+            Fields(market.intervalBars(folder.get(zipped), 300, At(2024, 3, 4), At(2024, 3, 7))))
+            << symbol;
+        const auto bad = badLines(symbol + ".ticks.csv");
+        EXPECT_EQ(bad, badLines(zipped + ".ticks.csv.gz")) << symbol;
+        EXPECT_EQ(bad.size(), kRows - all.size()) << symbol;
+    }
+    const auto joined = badLines("JOIN.ticks.csv");
+    ASSERT_EQ(joined.size(), 32u);
+    EXPECT_EQ(joined[16], " line 15959 skipped: a field that is no number");
+    EXPECT_EQ(joined[17], " line 16012 skipped: time goes backwards");
+}
+
 TEST(DataFiles, AChangedFileIsIndexedAgainAndAGrowingOneGivesItsCompleteNewRows) {
     Folder folder;
     folder.write("GROW.ticks.csv", "DateTime,Price,Size\n2024-03-05 10:00:00,5,10\n");

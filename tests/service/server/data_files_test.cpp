@@ -295,18 +295,22 @@ TEST_F(DataFilesTest, SearchAndLookupsListTheFilesInstruments) {
 }
 
 // Rows appended to a watched tick file reach a Level 1 client as trades once their line is
-// complete, and the history answer after them holds the same trades with the same TickIDs.
+// complete, and the history answer after them holds the same trades with the same TickIDs. A
+// watch of a file being indexed again is answered once it is, before the lines sent after it.
 TEST_F(DataFilesTest, AGrowingTickFileIsFollowedOnLevel1) {
-    write("TICKY.ticks.csv",
-          "DateTime,Price,Size,Bid,Ask\n2026-11-19 10:00:00,12.000,10,11.999,12.001\n");
+    write("TICKY.ticks.csv", "DateTime,Price,Size,Bid,Ask\n2026-11-19 10:00:00,12,1,11,13\n");
     startPortico(FrozenNoonWith({"--data-dir", m_data.path(), "--quote-rate", "0"}));
+    ASSERT_EQ(lookup("HTX,TICKY,1,1,A", "A").size(), 2u); // indexed
     LineClient client;
     ASSERT_TRUE(client.connect(portico().level1Port()));
+    write("TICKY.ticks.csv",
+          "DateTime,Price,Size,Bid,Ask\n2026-11-19 10:00:00,12.250,10,12.249,12.251\n");
     ASSERT_TRUE(
         client.send("S,SELECT UPDATE FIELDS,Symbol,Most Recent Trade,Most Recent Trade Size,"
                     "Total Volume,TickID,Most Recent Trade Time,Message Contents\r\n"
-                    "wTICKY\r\n"));
-    ASSERT_TRUE(client.readLineStartingWith("P,TICKY,"));
+                    "wTICKY\r\nS,REQUEST ALL UPDATE FIELDNAMES\r\n"));
+    EXPECT_EQ(client.readLineStartingWith("P,TICKY,"), "P,TICKY,12.250,10,0,0,10:00:00.000000,C");
+    ASSERT_TRUE(client.readLineStartingWith("S,UPDATE FIELDNAMES,"));
     append("TICKY.ticks.csv",
            "2026-11-20 11:00:00.5,12.345,7,12.344,12.346\n2026-11-20 11:00:01,12.3");
     EXPECT_EQ(client.readLineStartingWith("Q,"), "Q,TICKY,12.345,7,7,0,11:00:00.500000,C");
