@@ -1,6 +1,7 @@
 #include "chart/chart_loader.h"
 
 #include "base/error.h"
+#include "chart/answer_receiver.h"
 #include "core/settings.h"
 #include "feed/history_feed.h"
 #include "history/chart_hist_request.h"
@@ -80,6 +81,47 @@ CChartLoader::CChartLoader(CChartHistRequest& history, const CSettings& settings
 
 CChartLoader::~CChartLoader() {
     m_history.SetChartAlive(false);
+}
+
+void CChartLoader::SetFeed(IHistoryFeed* feed) {
+    if (m_receiver && m_feed != nullptr && m_feed != feed) {
+        m_feed->SetAnswerSink(nullptr);
+    }
+    m_feed = feed;
+    m_lookupStopped.clear();
+    if (m_receiver && m_feed != nullptr) {
+        m_feed->SetAnswerSink(m_receiver.get());
+    }
+}
+
+void CChartLoader::ParseOnWorker(std::function<void(std::function<void()>)> post) {
+    if (m_receiver) {
+        return;
+    }
+    m_receiver =
+        std::make_unique<CAnswerReceiver>(m_parser, std::move(post), [this] { OnWorkerWake(); });
+    if (m_feed != nullptr) {
+        m_feed->SetAnswerSink(m_receiver.get());
+    }
+}
+
+void CChartLoader::OnWorkerWake() {
+    if (m_feed == nullptr) {
+        // The connection went: what it left is dropped with it.
+        m_receiver->TakeLines();
+        m_receiver->TakeFailure();
+        return;
+    }
+    // A line that throws is lost alone, as a line cut on this thread is.
+    try {
+        m_feed->TakeFromAnswerSink();
+    } catch (const std::exception& error) {
+        spdlog::warn("History line of {} dropped: {}", m_symbol, error.what());
+    }
+}
+
+std::uint64_t CChartLoader::Received() const {
+    return m_linesReceived + (m_receiver ? m_receiver->BytesReceived() : 0);
 }
 
 void CChartLoader::LoadSettings() {
@@ -178,7 +220,7 @@ CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
     }
     spdlog::info("History request sent: {}", command.substr(0, command.size() - 1));
     m_lastLineAt = std::chrono::steady_clock::now();
-    m_linesSeen = m_linesReceived;
+    m_linesSeen = Received();
     m_requestSent = true;
     return EStart::Sent;
 }
@@ -249,8 +291,8 @@ void CChartLoader::ApplyLevel1(const std::string& line) {
 
 void CChartLoader::OnProgressTick(IHistoryProgressSink& sink,
                                   std::chrono::steady_clock::time_point now) {
-    if (m_linesReceived != m_linesSeen) {
-        m_linesSeen = m_linesReceived;
+    if (const std::uint64_t received = Received(); received != m_linesSeen) {
+        m_linesSeen = received;
         m_lastLineAt = now;
     }
     // Only a request that went out can stall; without a lookup connection the retrieval text

@@ -16,8 +16,10 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
+class CAnswerReceiver;
 class CChartHistRequest;
 class CSettings;
 class IHistoryFeed;
@@ -66,10 +68,8 @@ public:
     CChartLoader& operator=(const CChartLoader&) = delete;
 
     // The frame's feed (null until the connections exist). New connections are taken to work.
-    void SetFeed(IHistoryFeed* feed) {
-        m_feed = feed;
-        m_lookupStopped.clear();
-    }
+    // With ParseOnWorker the feed's lookup connection hands its bytes to the loader's worker.
+    void SetFeed(IHistoryFeed* feed);
     IHistoryFeed* Feed() const { return m_feed; }
 
     // Reads the request settings from the settings table (at start, and after the data settings
@@ -78,7 +78,10 @@ public:
     const SRequestSettings& Settings() const { return m_request; }
     // The prefix of the request id of the loader's commands (kHistoryIdPrefix unless set): a
     // second series on the same lookup connection tells its answer lines apart by it.
-    void SetRequestIdPrefix(std::string prefix) { m_idPrefix = std::move(prefix); }
+    void SetRequestIdPrefix(std::string prefix) {
+        m_parser.SetIdPrefix(prefix);
+        m_idPrefix = std::move(prefix);
+    }
     // Requests the symbol handed to Load rather than "CurrentSymbol" (a second series).
     void SetOwnSymbol(bool own) { m_ownSymbol = own; }
 
@@ -88,6 +91,15 @@ public:
     // emptied, then the parameters are derived, the symbol watched, `startTimer` called (the
     // caller's progress timer; may be empty) and the one command sent.
     EStart Load(const std::string& symbol, const std::function<void()>& startTimer = {});
+
+    // From now on the feed's lookup connection hands what it receives to a thread of the
+    // loader's own, which appends the records of the loader's request id to the series while
+    // they arrive; every other line (the end marker, error replies, other answers, symbol
+    // lookups) comes back to the loader's thread through the feed, in order, as a received line,
+    // and so reaches OnHistoryLine as before. `post` runs the function it is given later on the
+    // loader's thread (a queued call of its event loop); it is called from the worker thread,
+    // and what it runs must not outlive the loader's owner.
+    void ParseOnWorker(std::function<void(std::function<void()>)> post);
 
     // A lookup line beginning with "Loo" (the answer to a history command). Malformed lines
     // throw CInvalidArgException (records appended before stay).
@@ -175,6 +187,10 @@ private:
     void ApplyLevel1(const std::string& line);
     // Takes the series as it stands for the answer that stopped short.
     void EndIncomplete(const std::string& why);
+    // The worker has lines, a failure or room: the feed takes them.
+    void OnWorkerWake();
+    // History lines and answer bytes received so far.
+    std::uint64_t Received() const;
 
     CChartHistRequest& m_history;
     IHistoryFeed* m_feed = nullptr;
@@ -190,8 +206,8 @@ private:
     int m_intervalIndex = 0;
     std::optional<SRequestSettingProblem> m_settingsProblem;
     std::chrono::milliseconds m_stallLimit = kStallLimit;
-    // Lines of the answer so far, and when the progress timer last saw the count move: counting
-    // is all a line costs, the clock is read once a tick.
+    // Lines of the answer so far (with the bytes the worker received), and when the progress
+    // timer last saw the count move: counting is all a line costs, the clock is read once a tick.
     std::uint64_t m_linesReceived = 0;
     std::uint64_t m_linesSeen = 0;
     std::chrono::steady_clock::time_point m_lastLineAt;
@@ -200,4 +216,6 @@ private:
     std::string m_lookupStopped;
     std::string m_idPrefix{kHistoryIdPrefix};
     bool m_ownSymbol = false;
+    // Last: its worker stops before the parser and the series go.
+    std::unique_ptr<CAnswerReceiver> m_receiver;
 };

@@ -117,6 +117,9 @@ bool CFeedConnections::CreateConnection(int kind, std::uint32_t retries) {
     socket->SetHandler('L', &CFeedConnections::OnLookupLine);
     socket->SetHandler('n', &CFeedConnections::OnSymbolNotFoundLine);
     socket->SetFaultHandler(&CFeedConnections::OnSocketFault);
+    if (kind == kLookup) {
+        socket->SetBytesSink(m_answerSink);
+    }
     CKestrelClientAppSocket& made = *socket;
     m_connections[static_cast<std::size_t>(kind)] = std::move(socket);
     const bool created = made.Create();
@@ -227,6 +230,19 @@ bool CFeedConnections::SendHistoryCommand(const std::string& line) {
     lookup->Send(line);
     ++lookup->Statistics().messagesSent.value;
     return true;
+}
+
+void CFeedConnections::SetAnswerSink(IReceivedBytesSink* sink) {
+    m_answerSink = sink;
+    if (CKestrelClientAppSocket* lookup = Connection(kLookup)) {
+        lookup->SetBytesSink(sink);
+    }
+}
+
+void CFeedConnections::TakeFromAnswerSink() {
+    if (CKestrelClientAppSocket* lookup = Connection(kLookup)) {
+        lookup->TakeFromSink();
+    }
 }
 
 void CFeedConnections::CheckServiceIp(const std::string& line) {

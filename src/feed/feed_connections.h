@@ -79,6 +79,8 @@ public:
 
     // Sends one history command line on the lookup connection; false when there is none.
     bool SendHistoryCommand(const std::string& line) override;
+    void SetAnswerSink(IReceivedBytesSink* sink) override;
+    void TakeFromAnswerSink() override;
 
     const SServiceStatistics& ServiceStatistics() const { return m_serviceStats; }
 
@@ -119,4 +121,5 @@ private:
     std::vector<SSearchResult> m_searchResults;
     std::unique_ptr<CListedMarkets> m_listedMarkets;
     std::unique_ptr<CSecurityTypes> m_securityTypes;
+    IReceivedBytesSink* m_answerSink = nullptr;
 };

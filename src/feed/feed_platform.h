@@ -42,6 +42,10 @@ public:
     virtual std::intptr_t Accept() = 0;
     // Closes the socket; no notification follows.
     virtual void Close() = 0;
+    // Stops (false) or resumes (true) the receive notifications of a connected socket; bytes
+    // that arrive meanwhile wait in the system, and the sender waits once its window is full.
+    // A socket that cannot stop reading goes on notifying.
+    virtual void SetReading(bool /*reading*/) {}
     virtual int LastError() const = 0;
 };
 

@@ -1,7 +1,13 @@
 #include "feed/kestrel_stream_socket.h"
 
+#include "feed/received_bytes_sink.h"
+
+#include <spdlog/spdlog.h>
+
 #include <cstring>
 #include <exception>
+#include <string>
+#include <vector>
 
 void SKestrelSocketStats::MarkConnected() {
     connectedAt = std::chrono::system_clock::now();
@@ -82,12 +88,95 @@ void CKestrelStreamSocket::OnReceive(int error) {
         m_lastError = error;
         return;
     }
+    if (m_sink != nullptr) {
+        ReceiveIntoSink();
+        return;
+    }
     m_lastReceiveCount =
         Receive(m_buffer.get() + m_receiveFill, m_receiveCapacity - m_receiveFill - 1, 0);
     SplitLines(m_lastReceiveCount);
 }
 
+void CKestrelStreamSocket::SetBytesSink(IReceivedBytesSink* sink) {
+    if (m_sink == sink) {
+        return;
+    }
+    if (m_waitingForSink) {
+        m_waitingForSink = false;
+        m_platform->SetReading(true);
+    }
+    m_sink = sink;
+    if (m_sink == nullptr) {
+        return;
+    }
+    m_sink->Restart();
+    if (m_receiveFill > 0) {
+        std::vector<char> tail = m_sink->Buffer();
+        tail.assign(m_buffer.get(), m_buffer.get() + m_receiveFill);
+        m_sink->Push(std::move(tail));
+        m_receiveFill = 0;
+        m_buffer[0] = 0;
+    }
+}
+
+void CKestrelStreamSocket::ReceiveIntoSink() {
+    std::vector<char> buffer = m_sink->Buffer();
+    buffer.resize(static_cast<std::size_t>(m_receiveCapacity));
+    m_lastReceiveCount = Receive(buffer.data(), m_receiveCapacity, 0);
+    if (m_lastReceiveCount < 1) {
+        return;
+    }
+    // Counted twice, as the line split does.
+    m_stats->bytesReceived.value += static_cast<std::uint32_t>(m_lastReceiveCount);
+    buffer.resize(static_cast<std::size_t>(m_lastReceiveCount));
+    m_sink->Push(std::move(buffer));
+    if (!m_sink->HasRoom()) {
+        // The sender waits on the connection until the sink has caught up.
+        m_waitingForSink = true;
+        m_platform->SetReading(false);
+    }
+}
+
+void CKestrelStreamSocket::TakeFromSink() {
+    if (m_sink == nullptr) {
+        return;
+    }
+    std::exception_ptr failure = m_sink->TakeFailure();
+    std::vector<std::string> lines = m_sink->TakeLines();
+    const auto now = std::chrono::system_clock::now();
+    for (std::string& line : lines) {
+        try {
+            DeliverLine(line.data(), now);
+        } catch (...) {
+            if (!failure) {
+                failure = std::current_exception();
+            }
+        }
+    }
+    if (m_fault == ESocketFault::None &&
+        m_sink->LineLongerThan(static_cast<std::size_t>(m_receiveCapacity - 2))) {
+        m_waitingForSink = true;
+        m_platform->SetReading(false);
+        ReportFault(ESocketFault::LineTooLong, 0);
+    } else if (m_waitingForSink && m_fault == ESocketFault::None && m_sink->HasRoom()) {
+        m_waitingForSink = false;
+        m_platform->SetReading(true);
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
 void CKestrelStreamSocket::OnClose(int error) {
+    if (m_sink != nullptr) {
+        // Every line received before the close is delivered before it.
+        m_sink->Drain();
+        try {
+            TakeFromSink();
+        } catch (const std::exception& e) {
+            spdlog::warn("A line received before the connection closed was dropped: {}", e.what());
+        }
+    }
     if (m_thread != nullptr) {
         m_thread->PostThreadMessage(IKestrelSocketThread::kCloseMessage, error, *this);
     }

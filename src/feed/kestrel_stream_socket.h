@@ -35,6 +35,7 @@ struct SKestrelSocketStats {
 };
 
 class CKestrelStreamSocket;
+class IReceivedBytesSink;
 
 // Why a connection stopped delivering lines. The first fault of a socket is kept: a line that
 // overflowed the buffer stays the cause even when the peer closes afterwards.
@@ -70,7 +71,9 @@ public:
 
 // The line-oriented socket of every feed connection. Receives into one fixed buffer, cuts the
 // byte stream into lines in place (any run of CR and LF ends a line, empty lines are dropped)
-// and hands each line to the owning thread, else the listener, else OnLine().
+// and hands each line to the owning thread, else the listener, else OnLine(). With a bytes sink
+// it cuts nothing itself: each receive goes to the sink whole, and the lines the sink hands back
+// are delivered the same way when TakeFromSink runs.
 class CKestrelStreamSocket : public IPlatformSocketEvents {
 public:
     static constexpr std::int32_t kReceiveCapacity = 0x10000;
@@ -96,6 +99,16 @@ public:
     void OnAccept(int error) override;
 
     void SetListener(IKestrelSocketListener* listener) { m_listener = listener; }
+    // From now on every receive goes to `sink` uncut (null: lines are cut here again). An
+    // unfinished line held here goes to the sink first. The sink outlives the socket or is taken
+    // back before it goes.
+    void SetBytesSink(IReceivedBytesSink* sink);
+    IReceivedBytesSink* BytesSink() const { return m_sink; }
+    // Delivers the lines the sink handed back, then reads on when reading stopped for the sink
+    // and it has room again; a line that grew past the receive buffer in the sink stops the
+    // connection as it would here (LineTooLong). A consumer's or the sink's failure is thrown
+    // after the other lines are delivered.
+    void TakeFromSink();
     void SetOwningThread(IKestrelSocketThread* thread) { m_thread = thread; }
 
     const SKestrelSocketStats& Statistics() const { return *m_stats; }
@@ -118,6 +131,7 @@ protected:
 
 private:
     void SplitLines(std::int32_t count);
+    void ReceiveIntoSink();
     void DeliverLine(char* line, std::chrono::system_clock::time_point now);
 
     std::int32_t m_receiveFill = 0;
@@ -131,6 +145,9 @@ private:
     int m_faultError = 0;
     // Set while Close() runs its own close notification.
     bool m_closing = false;
+    IReceivedBytesSink* m_sink = nullptr;
+    // Reading stopped because the sink had no room.
+    bool m_waitingForSink = false;
     // Every socket of this application owns its statistics record.
     std::unique_ptr<SKestrelSocketStats> m_stats;
     std::unique_ptr<IPlatformSocket> m_platform;

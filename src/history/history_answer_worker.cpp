@@ -67,6 +67,19 @@ void CHistoryAnswerWorker::Drain() {
     m_idle.wait(lock, [this] { return m_queue.empty() && !m_busy; });
 }
 
+void CHistoryAnswerWorker::Restart() {
+    {
+        std::lock_guard lock(m_mutex);
+        m_queue.emplace_back();
+    }
+    m_work.notify_one();
+}
+
+std::size_t CHistoryAnswerWorker::PendingLineLength() const {
+    std::lock_guard lock(m_mutex);
+    return m_pendingLength;
+}
+
 std::uint64_t CHistoryAnswerWorker::BytesPushed() const {
     std::lock_guard lock(m_mutex);
     return m_pushed;
@@ -91,6 +104,12 @@ void CHistoryAnswerWorker::Run() {
             m_queue.pop_front();
             m_queued -= buffer.size();
             m_busy = true;
+        }
+        if (buffer.empty()) {
+            m_pending.clear();
+            std::lock_guard lock(m_mutex);
+            m_pendingLength = 0;
+            continue;
         }
         // A line cut by the end of the last buffer is completed from the head of this one; the
         // rest is read in place, up to its last line end.
@@ -125,6 +144,10 @@ void CHistoryAnswerWorker::Run() {
         bool notify = failure != nullptr;
         {
             std::lock_guard lock(m_mutex);
+            if (m_pending.size() > kLongLine && m_pendingLength <= kLongLine) {
+                notify = true;
+            }
+            m_pendingLength = m_pending.size();
             if (failure && !m_failure) {
                 m_failure = failure;
             }

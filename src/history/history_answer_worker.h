@@ -25,10 +25,12 @@ public:
 
     // Bytes waiting for the worker beyond which HasRoom() says no.
     static constexpr std::size_t kQueueLimit = 4 << 20;
+    // An unfinished line longer than this wakes the owner (LongestPendingLine says how long).
+    static constexpr std::size_t kLongLine = 0xFFFE;
 
     // `wake` (may be empty) runs on the worker thread whenever lines are waiting to be taken,
-    // after a line failed, and when the queue has room again after it was full; it must not
-    // call back into the worker.
+    // after a line failed, when the queue has room again after it was full and when an
+    // unfinished line grew past kLongLine; it must not call back into the worker.
     explicit CHistoryAnswerWorker(CHistoryResponseParser& parser, Notify wake = {});
     // Finishes the bytes pushed so far, then stops the thread.
     ~CHistoryAnswerWorker();
@@ -51,6 +53,11 @@ public:
     std::exception_ptr TakeFailure();
     // Blocks until every byte pushed so far has been read.
     void Drain();
+    // The bytes pushed from now on do not continue a line of those before: an unfinished line
+    // is dropped once the bytes before are read.
+    void Restart();
+    // The length of the unfinished line the worker holds, as of the last buffer it read.
+    std::size_t PendingLineLength() const;
     // Bytes pushed so far.
     std::uint64_t BytesPushed() const;
 
@@ -67,11 +74,13 @@ private:
     std::vector<std::string> m_lines;
     std::exception_ptr m_failure;
     std::uint64_t m_pushed = 0;
+    std::size_t m_pendingLength = 0;
     std::size_t m_queued = 0;
     bool m_wasFull = false;
     bool m_busy = false;
     bool m_stop = false;
-    // The worker's own: the start of a line that the next buffer ends.
+    // The worker's own: the start of a line that the next buffer ends. A queued empty buffer
+    // marks a restart.
     std::vector<char> m_pending;
     std::thread m_thread;
 };

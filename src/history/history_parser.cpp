@@ -294,14 +294,16 @@ std::size_t CHistoryResponseParser::OnHistoryText(std::string_view text, const L
     const std::size_t taken = ForEachLine(text, [&](std::string_view line,
                                                     const SLineFields& fields) {
         const bool history = line.size() >= 3 && line.compare(0, 3, "Loo") == 0;
-        if (history && fields.count >= 4 && !StartsWith(fields.field[1], 'E') &&
+        const std::string_view id = fields.field[0];
+        const bool own = history && id.size() == m_idPrefix.size() + 1 &&
+                         id.compare(0, m_idPrefix.size(), m_idPrefix) == 0;
+        if (own && fields.count >= 4 && !StartsWith(fields.field[1], 'E') &&
             !StartsWith(fields.field[1], '!') && m_history.IsChartAlive()) {
             if (m_history.GetPriceTextWidth() == 0) {
                 m_history.SetPriceTextWidth(PriceTextWidthOf(fields.field[3]));
             }
             // A record line with every field that any kind reads: the common case, parsed here.
             if (fields.count >= 9) {
-                const std::string_view id = fields.field[0];
                 const unsigned digit =
                     static_cast<unsigned char>(id.back()) - static_cast<unsigned>('0');
                 if (digit > 9) {

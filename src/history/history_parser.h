@@ -47,9 +47,10 @@ public:
     // CInvalidArgException; records appended before stay.
     SHistoryLine OnHistoryLine(std::string_view line);
     // A stretch of received text cut into lines (any run of CR and LF ends a line; empty lines
-    // are dropped). Record lines of every kind are parsed here and appended under one lock per
-    // batch. Every other line goes, in order, to `passOn` when it is set; without it, other lines
-    // beginning with "Loo" go to OnHistoryLine and the rest are dropped. Only complete lines are
+    // are dropped). Record lines of every kind whose request id is the parser's prefix and a
+    // digit are parsed here and appended under one lock per batch. Every other line goes, in
+    // order, to `passOn` when it is set; without it, other lines beginning with "Loo" go to
+    // OnHistoryLine and the rest are dropped. Only complete lines are
     // read: returns the count of bytes up to and including the last line end. A line that throws
     // is lost alone: the others are read and the first failure is thrown at the end.
     std::size_t OnHistoryText(std::string_view text, const LineSink& passOn = {});
@@ -79,6 +80,10 @@ public:
     const std::deque<std::string>& HeldLevel1Lines() const { return m_held; }
     void SetLiveTradeHandler(LiveTradeHandler handler) { m_liveTrade = std::move(handler); }
 
+    // The request id of the records OnHistoryText reads itself is this and the kind digit
+    // ("Lookup" unless set).
+    void SetIdPrefix(std::string prefix) { m_idPrefix = std::move(prefix); }
+
     // Fills `tick` from one data line of the given kind (0-2 ticks, 3-5 intervals, 6-9 bars).
     // False when the line is ignored (a tick line under 9 fields or with a dropped basis
     // letter); throws CInvalidArgException for short lines. The record is not appended.
@@ -94,6 +99,7 @@ private:
     std::size_t m_heldLimit = kHeldLineLimit;
     std::uint64_t m_heldDropped = 0;
     LiveTradeHandler m_liveTrade;
+    std::string m_idPrefix = "Lookup";
     std::string m_answerError;
     bool m_answerEnded = false;
 };

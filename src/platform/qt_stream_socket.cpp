@@ -95,7 +95,7 @@ void CQtStreamSocket::PostConnectResult(int error) {
     QTimer::singleShot(0, this, [this, error] {
         // Reading starts only once the connect has been reported.
         if (error == 0 && m_state == EState::Connected && m_readNotifier) {
-            m_readNotifier->setEnabled(true);
+            m_readNotifier->setEnabled(m_reading);
         }
         Dispatch("connect", [this, error] { m_events.OnConnect(error); });
     });
@@ -152,7 +152,7 @@ void CQtStreamSocket::OnWritable() {
     }
     if (error == 0) {
         m_state = EState::Connected;
-        m_readNotifier->setEnabled(true);
+        m_readNotifier->setEnabled(m_reading);
     } else {
         m_state = EState::Failed;
         m_lastError = error;
@@ -186,7 +186,7 @@ void CQtStreamSocket::OnReadable() {
     m_inRead = false;
     // A receiver whose buffer is full of one unfinished line takes nothing more; stop listening
     // rather than being woken for the same bytes forever.
-    if (!m_readTookBytes && m_state == EState::Connected && m_readNotifier) {
+    if (!m_readTookBytes && m_reading && m_state == EState::Connected && m_readNotifier) {
         spdlog::warn("Socket receiver takes no more bytes; reading stops on this connection");
         m_readNotifier->setEnabled(false);
     }
@@ -237,6 +237,13 @@ std::intptr_t CQtStreamSocket::Accept() {
         return -1;
     }
     return accepted;
+}
+
+void CQtStreamSocket::SetReading(bool reading) {
+    m_reading = reading;
+    if (m_state == EState::Connected && m_readNotifier) {
+        m_readNotifier->setEnabled(reading);
+    }
 }
 
 void CQtStreamSocket::Close() {

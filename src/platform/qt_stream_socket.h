@@ -26,6 +26,7 @@ public:
     int Receive(void* buffer, int length, int flags) override;
     std::intptr_t Accept() override;
     void Close() override;
+    void SetReading(bool reading) override;
     int LastError() const override { return m_lastError; }
 
 private:
@@ -46,6 +47,8 @@ private:
     // Set while a read notification runs; tells whether the handler took any bytes.
     bool m_inRead = false;
     bool m_readTookBytes = false;
+    // False while the receiver asked for no more bytes.
+    bool m_reading = true;
     std::unique_ptr<QSocketNotifier> m_readNotifier;
     std::unique_ptr<QSocketNotifier> m_writeNotifier;
 };

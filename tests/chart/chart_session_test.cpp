@@ -1,18 +1,29 @@
 // The chart session without a window: the progress decisions, and the loader sending its request
-// through the feed interface to the real portico and taking the answer lines as they come.
+// through the feed connections to the real portico and taking the answer as it comes.
 
 #include "chart/chart_loader.h"
 #include "chart/chart_progress.h"
+#include "chart/compare_set.h"
 #include "chart/redraw_pacer.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
-#include "feed/history_feed.h"
+#include "feed/feed_connections.h"
+#include "feed/feed_frame.h"
+#include "feed/kestrel_client_app_socket.h"
 #include "history/chart_hist_request.h"
-#include "line_client.h"
+#include "platform/qt_feed.h"
 #include "portico_process.h"
+#include "recording_prompt.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <deque>
+#include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -146,40 +157,53 @@ TEST_F(Progress, AnAnswerCutShortIsShownWithItsCauseUntilTheNextLoad) {
     EXPECT_EQ(progress.ShownText(1, 5, 120), "5 datapoints available.  Displaying 120.");
 }
 
-// The feed as the session sees it: the lookup connection is a plain client of the real portico;
-// the watches are noted.
-class LookupFeed : public IHistoryFeed {
+// The frame's side of the lookup connection: the lines it dispatches go to the compare set or
+// the chart, as the view sends them, and are noted.
+class RoutingFrame : public IFeedFrame {
 public:
-    explicit LookupFeed(int port) { EXPECT_TRUE(m_client.connect(port)); }
-    int WatchSymbol(const std::string& symbol) override {
-        watched.push_back(symbol);
-        return 1;
-    }
-    void UnwatchSymbol(const std::string& symbol) override { unwatched.push_back(symbol); }
-    bool SendHistoryCommand(const std::string& line) override {
-        commands.push_back(line);
-        return m_client.send(line);
-    }
-    // Hands every line of the next answer to `loader`, up to its end marker.
-    int Deliver(CChartLoader& loader) {
-        int lines = 0;
-        while (std::optional<std::string> line = m_client.readLine()) {
-            loader.OnHistoryLine(*line);
-            ++lines;
-            if (line->find("!ENDMSG!") != std::string::npos) {
-                break;
-            }
+    RoutingFrame(CChartLoader& loader, CCompareSet& compare)
+        : m_loader(loader), m_compare(compare) {}
+    void OnServiceIp() override {}
+    void OnSearchLine(const std::string& /*line*/) override {}
+    void OnHistoryLine(const std::string& line) override {
+        lines.push_back(line);
+        if (!m_compare.OnHistoryLine(line)) {
+            m_loader.OnHistoryLine(line);
         }
-        return lines;
     }
+    void OnLevel1Line(const std::string& /*line*/) override {}
+    void OnSymbolNotFound(const std::string& /*line*/) override {}
+    void OnServiceStatus(const std::string& /*status*/) override {}
+    void OnFeedFault(const SFeedFault& fault) override { faults.push_back(fault.cause); }
 
-    std::vector<std::string> watched, unwatched, commands;
+    std::vector<std::string> lines;
+    std::vector<ESocketFault> faults;
 
 private:
-    LineClient m_client;
+    CChartLoader& m_loader;
+    CCompareSet& m_compare;
 };
 
-TEST(ChartSession, LoadsThroughTheFeedInterfaceAndSurvivesAnErrorAnswer) {
+bool RunUntil(const std::function<bool()>& done) {
+    const auto deadline = std::chrono::steady_clock::now() + 60s;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+// The chart's answers on the real lookup connection: the records of its own request are parsed
+// off the view's thread, and every other line (an error answer, the end markers, a compare
+// symbol's answer) reaches the view's thread in order only when it runs what the parse posted
+// to it.
+TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) {
+    static int argc = 1;
+    static char name[] = "chart_session";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication application(argc, argv);
     PorticoProcess portico(PORTICO_EXECUTABLE);
     ASSERT_TRUE(portico.start({}));
     CSettings settings;
@@ -189,8 +213,34 @@ TEST(ChartSession, LoadsThroughTheFeedInterfaceAndSurvivesAnErrorAnswer) {
 
     CChartHistRequest history;
     CChartLoader loader(history, settings);
-    LookupFeed feed(portico.lookupPort());
+    CCompareSet compare(settings);
+    // What the parse posts to the view's thread waits here until the test runs it.
+    std::mutex postedLock;
+    std::vector<std::function<void()>> posted;
+    loader.ParseOnWorker([&](std::function<void()> call) {
+        std::lock_guard lock(postedLock);
+        posted.push_back(std::move(call));
+    });
+    const auto runPosted = [&] {
+        std::vector<std::function<void()>> calls;
+        {
+            std::lock_guard lock(postedLock);
+            calls.swap(posted);
+        }
+        for (const auto& call : calls) {
+            call();
+        }
+    };
+    RoutingFrame frame(loader, compare);
+    RecordingPrompt prompt;
+    CQtFeedPlatform platform;
+    CFeedConnections feed(frame, prompt, platform);
+    ASSERT_TRUE(feed.CreateConnection(CFeedConnections::kLookup, 0));
+    CKestrelClientAppSocket& lookup = *feed.Connection(CFeedConnections::kLookup);
+    lookup.Connect(CFeedConnections::kAddress, static_cast<std::uint32_t>(portico.lookupPort()));
+    ASSERT_TRUE(RunUntil([&] { return lookup.Statistics().IsConnected(); }));
     loader.SetFeed(&feed);
+    compare.SetFeed(&feed);
     loader.LoadSettings();
     RecordingSink view;
 
@@ -199,22 +249,41 @@ TEST(ChartSession, LoadsThroughTheFeedInterfaceAndSurvivesAnErrorAnswer) {
     ASSERT_EQ(loader.Load("NOSUCH"), CChartLoader::EStart::Sent);
     loader.OnProgressTick(view);
     EXPECT_EQ(view.texts.back(), "Retrieving Day Data (0 Days Received)");
-
     // The trader moves on before the error answer arrives: it must not keep the next request
     // from completing.
     settings.SetText(keys::kCurrentSymbol, "LUMA");
     ASSERT_EQ(loader.Load("LUMA"), CChartLoader::EStart::Sent);
-    EXPECT_EQ(feed.unwatched, std::vector<std::string>{"NOSUCH"});
-    EXPECT_EQ(feed.watched, (std::vector<std::string>{"NOSUCH", "LUMA"}));
-    EXPECT_EQ(feed.commands.back(), "HDX,LUMA,250,1,Lookup6\n");
-    feed.Deliver(loader);
+    EXPECT_EQ(compare.Add("AURX", "LUMA", true), "");
+    EXPECT_EQ(feed.PendingWatches(), (std::deque<std::string>{"LUMA", "AURX"}));
+
+    ASSERT_TRUE(RunUntil([&] { return history.GetCount() == 250; }));
+    EXPECT_TRUE(frame.lines.empty());
+    EXPECT_TRUE(loader.Loading());
+    EXPECT_EQ(compare.Entries()[0].history->GetCount(), 0);
+
+    ASSERT_TRUE(RunUntil([&] {
+        runPosted();
+        return compare.Entries()[0].loader->AnswerEnded() && !loader.Loading();
+    }));
+    ASSERT_GT(frame.lines.size(), 253U);
+    EXPECT_TRUE(frame.lines[0].starts_with("Lookup6,E,")) << frame.lines[0];
+    EXPECT_EQ(frame.lines[1], "Lookup6,!ENDMSG!,");
+    EXPECT_EQ(std::count(frame.lines.begin(), frame.lines.end(), "Lookup6,!ENDMSG!,"), 2);
+    EXPECT_EQ(
+        std::count_if(frame.lines.begin(), frame.lines.end(),
+                      [](const std::string& line) { return line.starts_with("LookupC1-6,"); }),
+        static_cast<long>(frame.lines.size()) - 3);
     EXPECT_EQ(loader.AnswerError(), "!UNKNOWN_SYMBOL!");
-    EXPECT_GT(feed.Deliver(loader), 250);
-    EXPECT_FALSE(loader.Loading());
     EXPECT_EQ(history.GetCount(), 250);
+    EXPECT_EQ(compare.Entries()[0].history->GetCount(), 250);
     loader.OnProgressTick(view);
     EXPECT_EQ(view.completed, std::vector<int>{250});
     EXPECT_EQ(view.texts.back(), "250 datapoints available.  Displaying 120.");
+
+    // The service going away delivers what came before it, then says so.
+    portico.stop();
+    EXPECT_TRUE(RunUntil([&] { return !frame.faults.empty(); }));
+    EXPECT_EQ(frame.faults, std::vector<ESocketFault>{ESocketFault::ClosedByPeer});
 }
 
 } // namespace

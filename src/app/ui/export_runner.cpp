@@ -78,6 +78,9 @@ CExportRunner::CExportRunner(SExportRequest request, CChartHistRequest& history,
       m_idleTimeout(idleTimeout), m_settingsFile(std::move(settingsFile)),
       m_loader(history, settings), m_compare(settings) {
     m_loader.SetStallLimit(idleTimeout);
+    m_loader.ParseOnWorker([this](std::function<void()> call) {
+        QMetaObject::invokeMethod(this, std::move(call), Qt::QueuedConnection);
+    });
     if (progress) {
         m_progress = std::make_unique<CProgressLine>(
             [](const std::string& text) {

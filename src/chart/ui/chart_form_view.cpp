@@ -58,6 +58,11 @@ CChartFormView::CChartFormView(CChartHistRequest& history, CSettings& settings, 
     });
     m_countdownTimer.start();
 
+    // The answers are parsed off this thread while they arrive; what the parse passes back
+    // comes here as queued calls.
+    m_loader.ParseOnWorker([this](std::function<void()> call) {
+        QMetaObject::invokeMethod(this, std::move(call), Qt::QueuedConnection);
+    });
     m_loader.LoadSettings();
     m_canvas->LoadSettings();
     m_compareLines =
