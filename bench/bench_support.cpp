@@ -1,15 +1,17 @@
 #include "bench_support.h"
 
-#include "feed/kestrel_stream_socket.h"
+#include "chart/chart_loader.h"
+#include "core/prompt.h"
+#include "core/settings.h"
+#include "feed/feed_connections.h"
+#include "feed/feed_frame.h"
+#include "feed/kestrel_client_app_socket.h"
 #include "history/chart_hist_request.h"
-#include "history/history_answer_worker.h"
-#include "history/history_parser.h"
+#include "platform/qt_feed.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QObject>
 
 #include <algorithm>
 #include <cerrno>
@@ -30,79 +32,76 @@ using Clock = std::chrono::steady_clock;
     std::exit(1);
 }
 
-// The receiving side of the load, as the application's event loop does it: one read of at most
-// the stream socket's 64 KiB buffer per readable notification, handed to the parse worker, and
-// the lines the worker passes back handled on this thread.
-int ConnectTo(int port) {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(static_cast<std::uint16_t>(port));
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (fd < 0 || connect(fd, reinterpret_cast<sockaddr*>(&to), sizeof to) != 0) {
-        Fail("cannot connect to portico");
+// The frame's part of the load: the lines the lookup connection dispatches reach the chart as the
+// view sends them; a fault ends the bench.
+class CLoadFrame : public IFeedFrame {
+public:
+    explicit CLoadFrame(CChartLoader& loader) : m_loader(loader) {}
+    void OnServiceIp() override {}
+    void OnSearchLine(const std::string& /*line*/) override {}
+    void OnHistoryLine(const std::string& line) override { m_loader.OnHistoryLine(line); }
+    void OnLevel1Line(const std::string& /*line*/) override {}
+    void OnSymbolNotFound(const std::string& /*line*/) override {}
+    void OnServiceStatus(const std::string& /*status*/) override {}
+    void OnFeedFault(const SFeedFault& fault) override {
+        Fail("the lookup connection stopped: " + DescribeFeedFault(fault));
     }
-    return fd;
-}
+
+private:
+    CChartLoader& m_loader;
+};
+
+class CSilentPrompt : public IPrompt {
+public:
+    void Information(const std::string& /*caption*/, const std::string& /*text*/) override {}
+    void Error(const std::string& /*caption*/, const std::string& text) override { Fail(text); }
+    bool Question(const std::string& /*caption*/, const std::string& /*text*/) override {
+        return false;
+    }
+    std::string AskText(const std::string& /*caption*/, const std::string& /*text*/) override {
+        return {};
+    }
+};
 
 } // namespace
 
 double LoadOverLoopback(int port, const std::string& command, CChartHistRequest& history) {
-    CHistoryResponseParser parser(history);
-    // The worker's wake-up pipe outlives the worker, which may write to it until it stops.
-    struct SPipe {
-        int fd[2] = {-1, -1};
-        ~SPipe() {
-            close(fd[0]);
-            close(fd[1]);
-        }
-    } pipeEnds;
-    if (pipe(pipeEnds.fd) != 0) {
-        Fail("pipe");
+    static int argc = 1;
+    static char name[] = "bench";
+    static char* argv[] = {name, nullptr};
+    if (QCoreApplication::instance() == nullptr) {
+        new QCoreApplication(argc, argv);
     }
-    int* const wake = pipeEnds.fd;
-    CHistoryAnswerWorker worker(parser, [&wake] {
-        const char byte = 1;
-        [[maybe_unused]] const ssize_t written = write(wake[1], &byte, 1);
+    // The application's path: the lookup connection on the event loop hands what it receives to
+    // the chart's parse worker; the worker's wake-ups come back as queued calls.
+    CSettings settings;
+    CChartLoader loader(history, settings);
+    QObject context;
+    loader.ParseOnWorker([&context](std::function<void()> call) {
+        QMetaObject::invokeMethod(&context, std::move(call), Qt::QueuedConnection);
     });
-    const int fd = ConnectTo(port);
+    CLoadFrame frame(loader);
+    CSilentPrompt prompt;
+    CQtFeedPlatform platform;
+    CFeedConnections feed(frame, prompt, platform);
+    if (!feed.CreateConnection(CFeedConnections::kLookup, 0)) {
+        Fail("cannot make the lookup connection");
+    }
+    CKestrelClientAppSocket& lookup = *feed.Connection(CFeedConnections::kLookup);
+    lookup.Connect(CFeedConnections::kAddress, static_cast<std::uint32_t>(port));
+    while (!lookup.Statistics().IsConnected()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    loader.SetFeed(&feed);
     const auto start = Clock::now();
-    if (send(fd, command.data(), command.size(), MSG_NOSIGNAL) !=
-        static_cast<ssize_t>(command.size())) {
+    if (!feed.SendHistoryCommand(command)) {
         Fail("cannot send the history command");
     }
-    pollfd watched[2] = {{fd, POLLIN, 0}, {wake[0], POLLIN, 0}};
     while (!history.IsHistoryComplete()) {
-        // While the worker is behind, the socket is left unread and portico waits.
-        watched[0].events = worker.HasRoom() ? POLLIN : 0;
-        if (poll(watched, 2, -1) < 0) {
-            Fail("poll");
-        }
-        if ((watched[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
-            std::vector<char> buffer = worker.Buffer();
-            buffer.resize(CKestrelStreamSocket::kReceiveCapacity);
-            const ssize_t got = recv(fd, buffer.data(), buffer.size(), 0);
-            if (got <= 0) {
-                Fail("portico closed the connection before the end marker");
-            }
-            buffer.resize(static_cast<std::size_t>(got));
-            worker.Push(std::move(buffer));
-        }
-        if ((watched[1].revents & POLLIN) != 0) {
-            char drained[64];
-            [[maybe_unused]] const ssize_t read_ = read(wake[0], drained, sizeof drained);
-            for (const std::string& line : worker.TakeLines()) {
-                if (line.compare(0, 3, "Loo") == 0) {
-                    parser.OnHistoryLine(line);
-                }
-            }
-            if (worker.TakeFailure()) {
-                Fail("a line of the answer could not be read");
-            }
-        }
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    close(fd);
+    loader.SetFeed(nullptr);
     return seconds;
 }
 

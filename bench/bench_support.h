@@ -1,9 +1,8 @@
 #pragma once
 
 // What the benchmarks share: their common options, medians and percentiles, the process's
-// memory figures, and the bare end-to-end load (one history command to portico through the
-// stream socket, received by blocking reads straight into the parser, with no event loop and no
-// window).
+// memory figures, and the bare end-to-end load (one history command to portico on the
+// application's lookup connection, its bytes parsed by the chart's worker, with no window).
 
 #include <map>
 #include <string>
@@ -11,8 +10,10 @@
 
 class CChartHistRequest;
 
-// Seconds from sending `command` to the end marker of its answer, loaded into `history`. Exits
-// the process with a message when portico cannot be reached or closes early.
+// Seconds from sending `command` to the end marker of its answer, loaded into `history` through
+// the feed connections and the chart loader on the Qt event loop (a QCoreApplication is made
+// when there is none). Exits the process with a message when portico cannot be reached or
+// closes early.
 double LoadOverLoopback(int port, const std::string& command, CChartHistRequest& history);
 
 // `PORTICO [--ticks N] [--runs R] [--symbol SYM]` and any other "--name value" pairs, which land in
