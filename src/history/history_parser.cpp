@@ -6,6 +6,7 @@
 #include "history/chart_hist_request.h"
 #include "history/tick.h"
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cstring>
@@ -139,12 +140,45 @@ CDateTime CutTimeStamp(std::string_view text, bool withTime) {
     return CDateTime::FromFields(year, month, day, hour, minute, second);
 }
 
+bool Same8(const char* a, const char* b) {
+    std::uint64_t x = 0;
+    std::uint64_t y = 0;
+    std::memcpy(&x, a, sizeof x);
+    std::memcpy(&y, b, sizeof y);
+    return x == y;
+}
+
+// The last time stamp cut, by the characters it was cut from: the lines of an answer mostly
+// repeat the second (ticks) or the date of the line before.
+struct SStampCache {
+    static constexpr std::size_t kLongest = 19;
+    char key[kLongest] = {};
+    std::size_t length = 0; // 19 with the time, 10 without; 0 when nothing is held
+    CDateTime value;
+
+    CDateTime Cut(std::string_view text, bool withTime) {
+        const std::size_t need = withTime ? kLongest : 10;
+        if (text.size() < need) {
+            return CutTimeStamp(text, withTime);
+        }
+        if (length == need && Same8(key, text.data()) &&
+            Same8(key + need - 8, text.data() + need - 8) &&
+            (need < 17 || Same8(key + 8, text.data() + 8))) {
+            return value;
+        }
+        value = CutTimeStamp(text, withTime);
+        std::memcpy(key, text.data(), need);
+        length = need;
+        return value;
+    }
+};
+
 // Microseconds at positions 20-25; 0 when the time stamp carries none.
-std::int32_t CutMicroseconds(std::string_view text) {
+std::int32_t CutMicroseconds(std::string_view text, const char* readable) {
     if (text.size() <= 20) {
         return 0;
     }
-    return answer_numbers::Int(text.substr(20, 6));
+    return answer_numbers::Int(text.substr(20, 6), readable);
 }
 
 bool ContainsEndMarker(std::string_view text) {
@@ -152,7 +186,9 @@ bool ContainsEndMarker(std::string_view text) {
 }
 
 // Fills `tick` from the fields of one data line of `kind`; false when the line is dropped.
-bool ParseFields(const SLineFields& f, std::uint32_t kind, bool extendedTrades, sTICK& tick) {
+// Memory may be read up to `readable` (at least the line's end).
+bool ParseFields(const SLineFields& f, std::uint32_t kind, bool extendedTrades, sTICK& tick,
+                 SStampCache& stamps, const char* readable) {
     if (kind <= 2) {
         if (f.count < 9) {
             return false;
@@ -171,20 +207,20 @@ bool ParseFields(const SLineFields& f, std::uint32_t kind, bool extendedTrades, 
                 fmt::format("a tick line of {} fields lacks the aggressor and day code", f.count));
         }
         const std::string_view stamp = f.field[2];
-        tick.time = CutTimeStamp(stamp, true);
-        tick.microseconds = CutMicroseconds(stamp);
-        const double price = answer_numbers::Price(f.field[3]);
+        tick.time = stamps.Cut(stamp, true);
+        tick.microseconds = CutMicroseconds(stamp, readable);
+        const double price = answer_numbers::Price(f.field[3], readable);
         tick.high = price;
         tick.low = price;
         tick.close = price;
         tick.open = 0.0;
-        tick.size = answer_numbers::Unsigned32(f.field[4]);
-        tick.volume = answer_numbers::Int64(f.field[5]);
-        tick.bid = answer_numbers::Price(f.field[6]);
-        tick.ask = answer_numbers::Price(f.field[7]);
-        tick.tickId = answer_numbers::Unsigned32(f.field[8]);
-        tick.aggressor = static_cast<std::uint8_t>(answer_numbers::Int(f.field[12]));
-        tick.dayCode = static_cast<std::uint8_t>(answer_numbers::Int(f.field[13]));
+        tick.size = answer_numbers::Unsigned32(f.field[4], readable);
+        tick.volume = answer_numbers::Int64(f.field[5], readable);
+        tick.bid = answer_numbers::Price(f.field[6], readable);
+        tick.ask = answer_numbers::Price(f.field[7], readable);
+        tick.tickId = answer_numbers::Unsigned32(f.field[8], readable);
+        tick.aggressor = static_cast<std::uint8_t>(answer_numbers::Int(f.field[12], readable));
+        tick.dayCode = static_cast<std::uint8_t>(answer_numbers::Int(f.field[13], readable));
         tick.word1 = 0;
         tick.word2 = 0;
         return true;
@@ -195,16 +231,16 @@ bool ParseFields(const SLineFields& f, std::uint32_t kind, bool extendedTrades, 
             fmt::format("a bar line of {} fields lacks its prices or volumes", f.count));
     }
     const bool intervalBar = kind <= 5;
-    tick.time = CutTimeStamp(f.field[2], intervalBar);
-    tick.high = answer_numbers::Price(f.field[3]);
-    tick.low = answer_numbers::Price(f.field[4]);
-    tick.open = answer_numbers::Price(f.field[5]);
-    tick.close = answer_numbers::Price(f.field[6]);
-    tick.volume = answer_numbers::Int64(f.field[7]);
+    tick.time = stamps.Cut(f.field[2], intervalBar);
+    tick.high = answer_numbers::Price(f.field[3], readable);
+    tick.low = answer_numbers::Price(f.field[4], readable);
+    tick.open = answer_numbers::Price(f.field[5], readable);
+    tick.close = answer_numbers::Price(f.field[6], readable);
+    tick.volume = answer_numbers::Int64(f.field[7], readable);
     if (intervalBar) {
-        tick.size = answer_numbers::Unsigned32(f.field[8]);
+        tick.size = answer_numbers::Unsigned32(f.field[8], readable);
     } else {
-        tick.openInterest = answer_numbers::Unsigned32(f.field[8]);
+        tick.openInterest = answer_numbers::Unsigned32(f.field[8], readable);
         if (kind <= 7) {
             tick.dayCode = tick.time.IsValid() ? static_cast<std::uint8_t>(Digits(f.field[2], 8, 2))
                                                : std::uint8_t{255};
@@ -268,7 +304,9 @@ SHistoryLine CHistoryResponseParser::OnHistoryLine(std::string_view line) {
     }
 
     sTICK tick;
-    if (ParseFields(fields, digit, m_history.AreExtendedTradesAccepted(), tick)) {
+    SStampCache stamps;
+    if (ParseFields(fields, digit, m_history.AreExtendedTradesAccepted(), tick, stamps,
+                    line.data() + line.size())) {
         m_history.AppendTick(tick);
     }
     return result;
@@ -291,50 +329,54 @@ std::size_t CHistoryResponseParser::OnHistoryText(std::string_view text, const L
             batched = 0;
         }
     };
-    const std::size_t taken = ForEachLine(text, [&](std::string_view line,
-                                                    const SLineFields& fields) {
-        const bool history = line.size() >= 3 && line.compare(0, 3, "Loo") == 0;
-        const std::string_view id = fields.field[0];
-        const bool own = history && id.size() == m_idPrefix.size() + 1 &&
-                         id.compare(0, m_idPrefix.size(), m_idPrefix) == 0;
-        if (own && fields.count >= 4 && !StartsWith(fields.field[1], 'E') &&
-            !StartsWith(fields.field[1], '!') && m_history.IsChartAlive()) {
-            if (m_history.GetPriceTextWidth() == 0) {
-                m_history.SetPriceTextWidth(PriceTextWidthOf(fields.field[3]));
-            }
-            // A record line with every field that any kind reads: the common case, parsed here.
-            if (fields.count >= 9) {
-                const unsigned digit =
-                    static_cast<unsigned char>(id.back()) - static_cast<unsigned>('0');
-                if (digit > 9) {
+    SStampCache stamps;
+    const bool extendedTrades = m_history.AreExtendedTradesAccepted();
+    const std::string_view prefix = m_idPrefix;
+    const char* const readable = text.data() + text.size();
+    const std::size_t taken =
+        ForEachLine(text, [&](std::string_view line, const SLineFields& fields) {
+            const bool history = line.size() >= 3 && line.compare(0, 3, "Loo") == 0;
+            const std::string_view id = fields.field[0];
+            const bool own = history && id.size() == prefix.size() + 1 &&
+                             std::equal(prefix.begin(), prefix.end(), id.begin());
+            if (own && fields.count >= 4 && !StartsWith(fields.field[1], 'E') &&
+                !StartsWith(fields.field[1], '!') && m_history.IsChartAlive()) {
+                if (m_history.GetPriceTextWidth() == 0) {
+                    m_history.SetPriceTextWidth(PriceTextWidthOf(fields.field[3]));
+                }
+                // A record line with every field that any kind reads: the common case, parsed here.
+                if (fields.count >= 9) {
+                    const unsigned digit =
+                        static_cast<unsigned char>(id.back()) - static_cast<unsigned>('0');
+                    if (digit > 9) {
+                        return;
+                    }
+                    try {
+                        sTICK& tick = m_batch[batched];
+                        tick = sTICK{};
+                        if (ParseFields(fields, digit, extendedTrades, tick, stamps, readable) &&
+                            ++batched == kBatch) {
+                            flush();
+                        }
+                    } catch (...) {
+                        fail();
+                    }
                     return;
                 }
+            }
+            flush();
+            if (passOn) {
+                passOn(line);
+                return;
+            }
+            if (history) {
                 try {
-                    sTICK& tick = m_batch[batched];
-                    tick = sTICK{};
-                    if (ParseFields(fields, digit, m_history.AreExtendedTradesAccepted(), tick) &&
-                        ++batched == kBatch) {
-                        flush();
-                    }
+                    OnHistoryLine(line);
                 } catch (...) {
                     fail();
                 }
-                return;
             }
-        }
-        flush();
-        if (passOn) {
-            passOn(line);
-            return;
-        }
-        if (history) {
-            try {
-                OnHistoryLine(line);
-            } catch (...) {
-                fail();
-            }
-        }
-    });
+        });
     try {
         flush();
     } catch (...) {
@@ -348,7 +390,9 @@ std::size_t CHistoryResponseParser::OnHistoryText(std::string_view text, const L
 
 bool CHistoryResponseParser::ParseRecord(std::string_view line, std::uint32_t kind,
                                          sTICK& tick) const {
-    return ParseFields(SLineFields(line), kind, m_history.AreExtendedTradesAccepted(), tick);
+    SStampCache stamps;
+    return ParseFields(SLineFields(line), kind, m_history.AreExtendedTradesAccepted(), tick, stamps,
+                       line.data() + line.size());
 }
 
 void CHistoryResponseParser::EndOfAnswer() {
