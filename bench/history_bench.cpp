@@ -9,6 +9,8 @@
 #include "history/chart_hist_request.h"
 #include "history/history_parser.h"
 
+#include <spdlog/spdlog.h>
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <signal.h>
@@ -103,6 +105,8 @@ double ParseInMemory(const std::string& bytes, CChartHistRequest& history) {
     history.Clear();
     history.SetHistoryComplete(false);
     history.SetPriceTextWidth(0);
+    // A load before may have left the series without its chart.
+    history.SetChartAlive(true);
     CHistoryResponseParser parser(history);
     const auto start = Clock::now();
     parser.OnHistoryText(bytes);
@@ -161,6 +165,7 @@ std::string Command(const std::string& symbol, long ticks) {
 }
 
 int LoadChild(int port, long ticks, const std::string& symbol) {
+    spdlog::set_level(spdlog::level::warn);
     CChartHistRequest history;
     const double seconds = LoadOverLoopback(port, Command(symbol, ticks), history);
     std::printf("load seconds=%.4f records=%d vmhwm_kb=%ld\n", seconds, history.GetCount(),
@@ -174,6 +179,7 @@ int main(int argc, char** argv) {
     if (argc >= 5 && std::string(argv[1]) == "--load-child") {
         return LoadChild(std::atoi(argv[2]), std::atol(argv[3]), argv[4]);
     }
+    spdlog::set_level(spdlog::level::warn);
     const SLoadOptions options = ParseLoadOptions(
         argc, argv,
         "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM] [--python PY] [--script FILE]\n");
