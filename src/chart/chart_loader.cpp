@@ -85,6 +85,9 @@ CChartLoader::~CChartLoader() {
 
 void CChartLoader::SetFeed(IHistoryFeed* feed) {
     if (m_receiver && m_feed != nullptr && m_feed != feed) {
+        // What the old connection brought is dispatched before it goes, as it arrived.
+        m_receiver->Drain();
+        OnWorkerWake();
         m_feed->SetAnswerSink(nullptr);
     }
     m_feed = feed;

@@ -68,7 +68,8 @@ public:
     CChartLoader& operator=(const CChartLoader&) = delete;
 
     // The frame's feed (null until the connections exist). New connections are taken to work.
-    // With ParseOnWorker the feed's lookup connection hands its bytes to the loader's worker.
+    // With ParseOnWorker the feed's lookup connection hands its bytes to the loader's worker;
+    // the lines of the old feed's connection that the worker still holds are dispatched first.
     void SetFeed(IHistoryFeed* feed);
     IHistoryFeed* Feed() const { return m_feed; }
 
