@@ -8,6 +8,7 @@
 
 #include "history/chart_hist_request.h"
 #include "history/history_parser.h"
+#include "platform/large_pages.h"
 
 #include <spdlog/spdlog.h>
 
@@ -167,6 +168,7 @@ std::string Command(const std::string& symbol, long ticks) {
 int LoadChild(int port, long ticks, const std::string& symbol) {
     spdlog::set_level(spdlog::level::warn);
     CChartHistRequest history;
+    history.SetMemoryAdvice(AdviseLargePages);
     const double seconds = LoadOverLoopback(port, Command(symbol, ticks), history);
     std::printf("load seconds=%.4f records=%d vmhwm_kb=%ld\n", seconds, history.GetCount(),
                 StatusKb("VmHWM:"));
@@ -217,7 +219,9 @@ int main(int argc, char** argv) {
     int records = 0;
     double seriesBytes = 0.0;
     {
+        // Prepared as the application prepares its series.
         CChartHistRequest history;
+        history.SetMemoryAdvice(AdviseLargePages);
         for (int run = 0; run < runs; ++run) {
             parse.push_back(ParseInMemory(bytes, history));
             records = history.GetCount();
