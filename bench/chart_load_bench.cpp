@@ -1,8 +1,8 @@
 // Measures the chart view's load of a large tick history in the real main frame against the real
 // portico, on the offscreen platform, in one process. Each run, in this order:
 //
-//   bare load     the answer through the stream socket and the parser into a series of its own,
-//                 reading with blocking receives and no window (as history_bench does);
+//   bare load     the answer through the feed connections and the chart loader's parse worker
+//                 into a series of its own, with no window (as history_bench does);
 //   load alone    from Enter in the frame's symbol box to the answer's end marker (the series
 //                 complete), through the frame's feed connections and the chart view;
 //   first chart   the same, but to the first painting of the pane stack that shows the complete
@@ -85,7 +85,7 @@ double Seconds(TimePoint from, TimePoint to) {
     return std::chrono::duration<double>(to - from).count();
 }
 
-// ---- the bare load: blocking receives straight into the parser --------------------------------
+// ---- the bare load: the feed connections and the parse worker, no window -----------------------
 
 // Seconds from sending the command to the end marker; the records loaded in `records`.
 double BareLoad(int port, const std::string& command, int& records) {
@@ -97,7 +97,8 @@ double BareLoad(int port, const std::string& command, int& records) {
 
 // ---- the frame --------------------------------------------------------------------------------
 
-// The main frame, noting when the first history line and the end marker reach it.
+// The main frame, noting when the first history line passed back to the view's thread (the
+// records stay on the parse worker) and the end marker reach it.
 class CTimedFrame : public CMainFrame {
 public:
     CTimedFrame(IPrompt& prompt, CSettings& settings, CChartHistRequest& shown,
@@ -582,7 +583,7 @@ int main(int argc, char** argv) {
     const double lagMaxAll = *std::max_element(lagMax.begin(), lagMax.end());
     std::printf("chart load: %s %ld ticks into the main frame (offscreen), %d records\n",
                 symbol.c_str(), ticks, records);
-    std::printf("  bare load (blocking socket, no window)  %.3f s (median of %d)\n", Median(bare),
+    std::printf("  bare load (parse worker, no window)     %.3f s (median of %d)\n", Median(bare),
                 runs);
     std::printf("  (a) Enter to end marker (load alone)    %.3f s (median of %d)\n", aMedian, runs);
     std::printf("  (b) Enter to first painted chart        %.3f s (median of %d)\n", bMedian, runs);
@@ -597,8 +598,8 @@ int main(int argc, char** argv) {
     std::printf("      one store of a setting (it makes two) %s, longest %.1f ms\n",
                 StepText(settingStore).c_str(),
                 *std::max_element(settingStore.begin(), settingStore.end()) * 1000.0);
-    std::printf("    Enter to the first answer line      %s\n", StepText(toFirstLine).c_str());
-    std::printf("    receiving and parsing the answer    %s\n", StepText(receiving).c_str());
+    std::printf("    Enter to the first line on the view %s\n", StepText(toFirstLine).c_str());
+    std::printf("    that line to the end marker         %s\n", StepText(receiving).c_str());
     std::printf("    end marker to the progress tick     %s (the tick comes every %d ms)\n",
                 StepText(toTick).c_str(), CChartFormView::kProgressPeriodMs);
     std::printf("    tick to the start of the drawing    %s (ShowCompleteHistory)\n",
