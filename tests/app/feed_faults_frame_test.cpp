@@ -29,9 +29,8 @@ protected:
     // Daily bars of LUMA, 2000 asked for.
     void OpenDailyFrame() {
         OpenFrame();
-        ASSERT_TRUE(settings().SetText("RequestDataType", "2"));
-        ASSERT_TRUE(settings().SetText("RequestDatapoints", "10000,10000,2000,10000,10000"));
-        frame().ChartView()->ReloadRequestSettings();
+        UseSettings(
+            {{"RequestDataType", "2"}, {"RequestDatapoints", "10000,10000,2000,10000,10000"}});
         ASSERT_TRUE(WaitForService());
     }
     std::string Status() { return frame().ChartView()->LastStatusText(); }
@@ -76,7 +75,6 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
         << Pane("Connection");
     EXPECT_TRUE(Pane("FeedState").starts_with("Feed lost")) << Pane("FeedState");
     EXPECT_TRUE(Status().starts_with("History incomplete:")) << Status();
-
     // What came is exported as it stands, and trendlines go on the bars that came.
     int rows = 0;
     const std::vector<std::string> lines = Export(bus, rows);
@@ -86,7 +84,6 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
     const SBusMethodResult added =
         bus.BusAddTrendline("Sloping", {time(lines[1]), time(lines[100])}, {10.0, 20.0});
     ASSERT_EQ(added.value, 1) << added.errorMessage;
-
     // Nothing can answer a later load: it ends at once and says why.
     EnterInSymbolBox("KRNO");
     ASSERT_TRUE(WaitForStatus("No history:")) << Status();
@@ -95,7 +92,6 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
               "Nothing to show for KRNO: " + closed + ". Use Reconnect to load it again.");
     EnterInSymbolBox("LUMA");
     ASSERT_TRUE(WaitForStatus("No history:")) << Status();
-
     // Reconnect (the ribbon's button) to a slow service, killed mid-answer: the load ends again
     // with what came.
     UsePortico({"--fault-drip", "200"});
@@ -110,7 +106,6 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
     EXPECT_NE(Status().find(fmt::format(" after {} bars.", received)), std::string::npos)
         << Status();
     EXPECT_TRUE(frame().ChartView()->HistoryShown());
-
     // Reconnect (the status bar's button) to a service that works: the whole history, the
     // trendline and the settings as they were.
     UsePortico();
@@ -148,7 +143,6 @@ TEST_F(FeedFaultTest, AStoppedServiceIsSaidToStallAndTheLoadGoesOnWhenItRuns) {
                                  "waiting"))
         << notice;
     EXPECT_TRUE(loading);
-
     ASSERT_TRUE(
         WaitFor([&] { return Status().find("datapoints available") != std::string::npos; }, 60s))
         << Status();

@@ -8,6 +8,7 @@
 #include "core/data_types.h"
 #include "core/setting_keys.h"
 #include "history/chart_hist_request.h"
+#include "history_bars.h"
 #include "settings_table.h"
 #include "studies/study_panes.h"
 
@@ -38,14 +39,8 @@ protected:
         settings.SetText(keys::kPriceUpCandleColor, std::to_string(kUp));
         settings.SetText(keys::kPriceDownCandleColor, std::to_string(kDown));
         for (int i = 0; i < 500; ++i) {
-            sTICK bar;
-            bar.time = CDateTime(CDateTime(2024, 1, 1, 0, 0, 0).Days() + i);
-            bar.open = 100.0 + (i % 7);
-            bar.close = 100.0 + ((i * 3) % 7);
-            bar.high = 108.0;
-            bar.low = 99.0;
-            bar.volume = 1000;
-            history.AppendTick(bar);
+            history.AppendTick(MakeBar(DayAfter(2024, 1, 1, i), 100.0 + (i % 7), 108.0, 99.0,
+                                       100.0 + ((i * 3) % 7), 0, 1000));
         }
     }
     std::unique_ptr<CChartCanvas> Open() {
@@ -61,7 +56,6 @@ protected:
         QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
         QCoreApplication::sendEvent(&canvas, &event);
     }
-
     skychart::test::SettingsTable settings;
     CChartHistRequest history;
 };
@@ -79,7 +73,6 @@ TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStore
     const QRect priceArea(0, price.top, image.width(), price.height);
     EXPECT_GT(Count(image, kUp, priceArea), 100);
     EXPECT_GT(Count(image, kDown, priceArea), 100);
-
     // The keys, the wheel and the scroll bar move the range.
     EXPECT_EQ(canvas->Range().DisplayedPoints(), 120);
     Press(*canvas, Qt::Key_Plus);
@@ -88,7 +81,6 @@ TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStore
     Press(*canvas, Qt::Key_Home);
     EXPECT_EQ(canvas->Range().FirstIndex(), 0);
     EXPECT_EQ(canvas->ScrollBar()->value(), 0);
-
     QWheelEvent wheel(QPointF(100, 100), QPointF(100, 100), QPoint(), QPoint(0, -240), Qt::NoButton,
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(&canvas->Stack(), &wheel);
@@ -123,14 +115,12 @@ TEST_F(ChartCanvasTest, PaneCommandsAndBorderDragsSurviveARestart) {
     EXPECT_EQ(settings.GetText(keys::Numbered(keys::kChartMinimized, 1)), "1");
     auto reopened = Open();
     EXPECT_EQ(reopened->LayoutResult().panes[1].height, CChartCanvas::kMinimizedHeight);
-
     reopened->RestorePane(1);
     reopened->MaximizePane(2);
     EXPECT_EQ(settings.GetInt(keys::kMaximizedChartIndex), 2);
     EXPECT_EQ(Open()->Layout().maximized, 2);
     reopened->RestorePane(2);
     EXPECT_EQ(settings.GetText(keys::kMaximizedChartIndex), "999");
-
     // Dragging the border above pane 1 to row 300 stores its new top.
     const int border = reopened->LayoutResult().panes[1].top;
     const auto mouse = [&](QEvent::Type type, int y, Qt::MouseButtons buttons) {
@@ -204,7 +194,6 @@ TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
         QCoreApplication::sendEvent(&canvas->Stack(), &event);
         AfterReadOut();
     };
-
     // The middle of the price pane: the bar of that slot in the newest 120.
     const CChart2D& price = canvas->Stack().Pane(0);
     const double x = price.SlotToPixelX(60.0);
@@ -228,17 +217,14 @@ TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
     EXPECT_TRUE(stack->Crosshair(0).horizontal);
     EXPECT_TRUE(stack->Crosshair(1).visible);
     EXPECT_FALSE(stack->Crosshair(1).horizontal);
-
     // The next bar: the read-outs follow without another pair of status texts.
     move({price.SlotToPixelX(61.0), 100.0});
     EXPECT_EQ(canvas->CursorBar(), bar + 1);
     EXPECT_EQ(statuses.size(), 2U);
-
     // Right of the newest bar there is no bar to read out: the price bar names the chart only.
     move({canvas->Stack().width() - 2.0, 100.0});
     EXPECT_EQ(canvas->CursorBar(), kNoCursorBar);
     EXPECT_EQ(canvas->PriceBarText(), "Daily Price: LUMA");
-
     QEvent leave(QEvent::Leave);
     QCoreApplication::sendEvent(&canvas->Stack(), &leave);
     AfterReadOut();
@@ -255,7 +241,6 @@ TEST(ChartInfoTip, SitsBesideTheCursorAndFlipsWhereItWouldLeaveTheParent) {
     CChartInfoTip tip(&parent);
     constexpr int gap = CChartInfoTip::kCursorGap;
     const QString text = "Price: 101.25\nVolume: 1200\nTime: 09:31:00";
-
     tip.ShowAt({50, 40}, text);
     ASSERT_FALSE(tip.isHidden());
     EXPECT_EQ(tip.Text(), text);
@@ -263,7 +248,6 @@ TEST(ChartInfoTip, SitsBesideTheCursorAndFlipsWhereItWouldLeaveTheParent) {
     EXPECT_GE(tip.width(), QFontMetrics(tip.font()).horizontalAdvance("Time: 09:31:00"));
     EXPECT_EQ(tip.pos(), QPoint(50 + gap, 40 + gap));
     EXPECT_TRUE(tip.testAttribute(Qt::WA_TransparentForMouseEvents));
-
     // At the right edge it goes left of the cursor, at the bottom above it.
     tip.ShowAt({390, 40}, text);
     EXPECT_EQ(tip.geometry().right(), 390 - gap - 1);
@@ -281,7 +265,6 @@ TEST(ChartInfoTip, SitsBesideTheCursorAndFlipsWhereItWouldLeaveTheParent) {
     // Larger than the parent: from its top-left corner.
     tip.ShowAt({200, 150}, QString(400, QLatin1Char('8')));
     EXPECT_EQ(tip.pos(), QPoint(0, 150 + gap));
-
     // A light box with a border and dark text.
     tip.ShowAt({50, 40}, text);
     const QImage image = tip.grab().toImage();
@@ -294,7 +277,6 @@ TEST(ChartInfoTip, SitsBesideTheCursorAndFlipsWhereItWouldLeaveTheParent) {
         }
     }
     EXPECT_GT(dark, 30);
-
     tip.ShowAt({50, 40}, QString());
     EXPECT_TRUE(tip.isHidden());
 }

@@ -6,6 +6,7 @@
 #include "chart/point_deletion.h"
 #include "chart/value_ticks.h"
 #include "core/data_types.h"
+#include "history_bars.h"
 
 #include <gtest/gtest.h>
 
@@ -39,7 +40,6 @@ TEST(ChartLabels, TimeLabelByDataType) {
         EXPECT_EQ(TimeLabel(time, 1234, dataType, micro), text) << dataType;
     }
     EXPECT_EQ(TimeLabel(CDateTime(0.0, CDateTime::Status::Invalid), 0, 1), "");
-
     sTICK tick;
     tick.time = time;
     tick.microseconds = 999999;
@@ -52,7 +52,6 @@ TEST(ChartLabels, DateLabelClampsTheIndex) {
          {std::tuple{0, 10, 1}, {-5, 10, 1}, {12, 10, 9}, {0, 1, 0}, {3, 0, -1}}) {
         EXPECT_EQ(DateLabelIndex(index, count), used) << index << " of " << count;
     }
-
     const std::vector<CDateTime> times{CDateTime(2024, 3, 14, 16, 0, 0),
                                        CDateTime(2024, 3, 15, 9, 31, 0),
                                        CDateTime(2024, 3, 18, 10, 2, 7)};
@@ -143,22 +142,15 @@ TEST(ChartLabels, ScaledAxisLabelsAndCrosshairTags) {
 }
 
 TEST(PointDeletion, AClickPicksTheDisplayedPointUnderItCountedFromTheFirstShown) {
-    const struct {
-        double slot;
-        int shown;
-        int place;
-    } clicks[] = {{0.0, 120, 1},
-                  {-0.5, 120, 1},
-                  {-0.51, 120, 0},
-                  {59.6, 120, 61},
-                  {119.49, 120, 120},
-                  {119.5, 120, 0},
-                  {3.0, 3, 0},
-                  {0.0, 0, 0},
-                  {std::nan(""), 120, 0},
-                  {std::numeric_limits<double>::infinity(), 120, 0}};
-    for (const auto& c : clicks) {
-        EXPECT_EQ(PlaceOfSlot(c.slot, c.shown), c.place) << c.slot << " of " << c.shown;
+    // {slot, points shown, place}
+    // clang-format off
+    const std::tuple<double, int, int> clicks[] = {
+        {0.0, 120, 1}, {-0.5, 120, 1}, {-0.51, 120, 0}, {59.6, 120, 61}, {119.49, 120, 120},
+        {119.5, 120, 0}, {3.0, 3, 0}, {0.0, 0, 0}, {std::nan(""), 120, 0},
+        {std::numeric_limits<double>::infinity(), 120, 0}};
+    // clang-format on
+    for (const auto& [slot, shown, place] : clicks) {
+        EXPECT_EQ(PlaceOfSlot(slot, shown), place) << slot << " of " << shown;
     }
     EXPECT_EQ(DeletionIndex(1, 0), 0);
     EXPECT_EQ(DeletionIndex(61, 380), 440);
@@ -166,61 +158,37 @@ TEST(PointDeletion, AClickPicksTheDisplayedPointUnderItCountedFromTheFirstShown)
 }
 
 TEST(PointDeletion, TheQuestionsShowThePointAsTheChartFormatsItForEveryDataType) {
+    // The close is written with two decimals.
     const auto point = [](int y, int mo, int d, int h, int mi, int s) {
-        sTICK p;
-        p.time = CDateTime(y, mo, d, h, mi, s);
-        p.open = 10.0;
-        p.high = 12.0;
-        p.low = 9.5;
-        p.close = 11.256; // written with two decimals
-        return p;
+        return MakeBar(CDateTime(y, mo, d, h, mi, s), 10.0, 12.0, 9.5, 11.256);
     };
     sTICK tick = point(2024, 3, 5, 9, 30, 0);
     tick.microseconds = 250;
     tick.close = 101.5;
-    const std::string bar = "\nHi: 12.00, Low: 9.50, Open: 10.00, Close: 11.26";
+    const auto tickQuestion = [](const std::string& volume) {
+        const std::string text = "Do you really want to delete this tick?\n\nPrice: 101.50 ";
+        return SQuestionText{"Tick deletion",
+                             text + volume + "Time: 09:30:00.000250 on 2024/03/05"};
+    };
+    const auto barQuestion = [](const std::string& when) {
+        return SQuestionText{"Interval deletion",
+                             "Do you really want to delete this interval?\n\n" + when +
+                                 "\nHi: 12.00, Low: 9.50, Open: 10.00, Close: 11.26"};
+    };
     const struct {
         int dataType;
         sTICK point;
         std::int64_t volume;
         SQuestionText question;
     } cases[] = {
-        {kTicks,
-         tick,
-         1500,
-         {"Tick deletion", "Do you really want to delete this tick?\n\nPrice: 101.50 Volume: "
-                           "1.50K Time: 09:30:00.000250 on 2024/03/05"}},
-        {kTicks,
-         tick,
-         0,
-         {"Tick deletion", "Do you really want to delete this tick?\n\nPrice: 101.50 Volume: 0 "
-                           "Time: 09:30:00.000250 on 2024/03/05"}},
+        {kTicks, tick, 1500, tickQuestion("Volume: 1.50K ")},
+        {kTicks, tick, 0, tickQuestion("Volume: 0 ")},
         // A volume the chart has no text for is left out.
-        {kTicks,
-         tick,
-         std::int64_t{2'000'000'000'000'000},
-         {"Tick deletion", "Do you really want to delete this tick?\n\nPrice: 101.50 Time: "
-                           "09:30:00.000250 on 2024/03/05"}},
-        {kIntervals,
-         point(2024, 3, 5, 10, 5, 0),
-         7,
-         {"Interval deletion",
-          "Do you really want to delete this interval?\n\nTime: 10:05:00 on 2024/03/05" + bar}},
-        {kDays,
-         point(2024, 3, 5, 0, 0, 0),
-         7,
-         {"Interval deletion",
-          "Do you really want to delete this interval?\n\nDate: 2024/03/05" + bar}},
-        {kWeeks,
-         point(2024, 3, 8, 0, 0, 0),
-         7,
-         {"Interval deletion",
-          "Do you really want to delete this interval?\n\nWeek ending: 2024/03/08" + bar}},
-        {kMonths,
-         point(2024, 2, 29, 0, 0, 0),
-         7,
-         {"Interval deletion",
-          "Do you really want to delete this interval?\n\nMonth ending: 2024/02/29" + bar}},
+        {kTicks, tick, std::int64_t{2'000'000'000'000'000}, tickQuestion("")},
+        {kIntervals, point(2024, 3, 5, 10, 5, 0), 7, barQuestion("Time: 10:05:00 on 2024/03/05")},
+        {kDays, point(2024, 3, 5, 0, 0, 0), 7, barQuestion("Date: 2024/03/05")},
+        {kWeeks, point(2024, 3, 8, 0, 0, 0), 7, barQuestion("Week ending: 2024/03/08")},
+        {kMonths, point(2024, 2, 29, 0, 0, 0), 7, barQuestion("Month ending: 2024/02/29")},
     };
     for (const auto& c : cases) {
         const SQuestionText question = DeletionQuestion(c.point, c.dataType, c.volume);

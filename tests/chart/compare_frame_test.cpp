@@ -52,16 +52,13 @@ std::string ScaleMenu(CChartCanvas& canvas) {
 
 TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackEveryLineStartsAtZeroAndThePanesPrint) {
     OpenFrame();
-    ASSERT_TRUE(settings().SetText("RequestDataType", "2"));
-    ASSERT_TRUE(settings().SetText("RequestDatapoints", "300,40,500,10,6"));
-    frame().ChartView()->ReloadRequestSettings();
+    UseSettings({{"RequestDataType", "2"}, {"RequestDatapoints", "300,40,500,10,6"}});
     frame().ChartView()->Canvas().SetPriceScale(EPriceScale::Log);
     EXPECT_EQ(frame().ChartView()->CompareSymbol("krno"), "");
     EXPECT_EQ(frame().ChartView()->CompareSymbol("AURX"), "");
     EXPECT_EQ(Stored("Price Scale"), "1");
     EXPECT_EQ(Stored("Compare Symbols"), "KRNO,AURX");
     CloseFrame();
-
     OpenFrame();
     CChartFormView& view = *frame().ChartView();
     CChartCanvas& canvas = view.Canvas();
@@ -78,7 +75,6 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackEveryLineStartsAtZeroAndTh
     };
     ASSERT_TRUE(WaitFor(answered, std::chrono::seconds(120)));
     canvas.RedrawAll();
-
     // The pane shows per cent while symbols are compared; the stored choice stays.
     const CChart2D& pane = canvas.Stack().Pane(0);
     const CValueScale& scale = pane.ValueScale(CChart2D::EAxis::Y);
@@ -106,7 +102,6 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackEveryLineStartsAtZeroAndTh
         }
         EXPECT_GT(apart, 10);
     }
-
     // The header: the price bar, then each symbol with its change, in its line's colour; the
     // mouse's read-out of a bar keeps them.
     const auto& header = dynamic_cast<const CStackPaneChart&>(pane);
@@ -129,7 +124,6 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackEveryLineStartsAtZeroAndTh
         EXPECT_EQ(runs[i + 1].color, entry.color);
     }
     EXPECT_NE(runs[0].color, runs[1].color);
-
     // A fourth symbol is refused and says why; an unknown one says so in the status line.
     EXPECT_EQ(view.CompareSymbol("BRYN"), "");
     EXPECT_NE(view.CompareSymbol("CDLW").find("at most 3"), std::string::npos);
@@ -144,7 +138,6 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackEveryLineStartsAtZeroAndTh
     canvas.RedrawAll();
     EXPECT_EQ(pane.ValueScale(CChart2D::EAxis::Y).Kind(), EPriceScale::Log);
     EXPECT_EQ(ScaleMenu(canvas), "Linear;+Logarithmic;Percent;");
-
     // Printed and exported under the title line; a format or folder it cannot write is refused.
     EXPECT_TRUE(std::regex_match(view.PrintTitleNow(),
                                  std::regex(R"(LUMA Daily\t\t\d\d:\d\d:\d\d on \d{4}/\d\d/\d\d)")));

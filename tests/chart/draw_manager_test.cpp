@@ -6,6 +6,7 @@
 #include "chart/drawn_item.h"
 #include "core/data_types.h"
 #include "history/chart_hist_request.h"
+#include "history_bars.h"
 #include "recording_chart_2d.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +33,6 @@ protected:
         return CLevelLineItem(kId, value, {kThistle, 1, CChart2D::kDash, axis});
     }
     double Y(double value) const { return chart.ValueToPixelY(value, CChart2D::EAxis::Y); }
-
     CRecordingChart2D chart;
 };
 
@@ -53,7 +53,6 @@ TEST_F(LevelLine, PaintsHitsAndFollowsADragOnItsAxis) {
     chart.SetXRange(10.0, 40.0);
     item.Paint(chart, kView);
     EXPECT_DOUBLE_EQ(chart.Series(kId)->points[1].x, 40.0);
-
     const double y = Y(70.0);
     EXPECT_NEAR(*level.HitTest(chart, kView, {400.0, y + 2.5}, 3.0), 2.5, 1e-9);
     for (const CChart2D::SPixelPoint miss : {CChart2D::SPixelPoint{400.0, y + 3.5},
@@ -65,7 +64,6 @@ TEST_F(LevelLine, PaintsHitsAndFollowsADragOnItsAxis) {
     CLevelLineItem onY2 = Level(50.0, CChart2D::EAxis::Y2);
     EXPECT_FALSE(onY2.HitTest(chart, kView, {400.0, Y(50.0)}, 3.0).has_value());
     EXPECT_TRUE(onY2.HitTest(chart, kView, {400.0, 16.5 + CChart2D::kValueInset}, 3.0).has_value());
-
     EXPECT_FALSE(level.MoveBy(chart, kView, {300.0, y}, {350.0, Y(45.0)}));
     level.SetMovable(true);
     ASSERT_TRUE(level.MoveBy(chart, kView, {300.0, y}, {350.0, Y(45.0)}));
@@ -75,7 +73,6 @@ TEST_F(LevelLine, PaintsHitsAndFollowsADragOnItsAxis) {
     ASSERT_TRUE(onY2.MoveBy(chart, kView, {0.0, 200.0},
                             {0.0, 200.0 - (364.0 - 2 * CChart2D::kValueInset) / 4.0}));
     EXPECT_NEAR(onY2.Value(), 75.0, 1e-9);
-
     level.SetValue(CChart2D::HoleValue());
     EXPECT_FALSE(level.HitTest(chart, kView, {400.0, y}, 1000.0).has_value());
     item.Paint(chart, kView);
@@ -89,18 +86,11 @@ class DrawManager : public ::testing::Test {
 protected:
     void Fill(int count) {
         for (int i = 0; i < count; ++i) {
-            sTICK bar;
-            bar.time = CDateTime(CDateTime(2020, 1, 1, 0, 0, 0).Days() + i);
-            bar.open = 10.0 + i;
-            bar.high = 12.0 + i;
-            bar.low = 8.0 + i;
-            bar.close = i % 2 == 0 ? 11.0 + i : 9.0 + i;
-            bar.volume = 1000 + i;
-            bar.size = 7;
-            ASSERT_TRUE(history.AppendTick(bar));
+            ASSERT_TRUE(
+                history.AppendTick(MakeBar(DayAfter(2020, 1, 1, i), 10.0 + i, 12.0 + i, 8.0 + i,
+                                           i % 2 == 0 ? 11.0 + i : 9.0 + i, 7, 1000 + i)));
         }
     }
-
     CChartHistRequest history;
     CHistChartDrawManager draw{history};
     CRecordingChart2D chart;
@@ -117,7 +107,6 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     frame.displayedPoints = 120;
     frame.priceBarText = "LUMA";
     draw.PaintPane(0, chart, style, frame, 0, false);
-
     const CRecordingChart2D::SSeries* bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
     ASSERT_EQ(bars->close.size(), 120U);
@@ -132,7 +121,6 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     EXPECT_FALSE(chart.XLabels().empty());
     EXPECT_EQ(chart.LabelLineText(), "LUMA");
     EXPECT_EQ(chart.HoldDepth(), 0);
-
     // Fixed y scaling keeps the range while scrolling; a new series fits it again.
     style.fixedYScaling = true;
     draw.SetScrollPosition(0, 120, kDays);
@@ -142,7 +130,6 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     draw.PaintPane(0, chart, style, frame, 0, false);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 119);
-
     // The bar style draws OHLC bars; 3840 points on the same plot leave no width: the narrow
     // style.
     frame.displayedPoints = 3840;
@@ -153,7 +140,6 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     EXPECT_EQ(bars->bars.kind, CChart2D::EPriceBarKind::OhlcBars);
     EXPECT_EQ(bars->bars.width, 0);
     EXPECT_EQ(bars->bars.style, CChart2D::ECandleStyle::Narrow);
-
     // Ticks are a line of trade prices whatever the style, and every price accessor gives it.
     style.candleStyle = 1;
     draw.SetScrollPosition(0, 50, kTicks);
@@ -186,21 +172,18 @@ TEST_F(DrawManager, PanesPaintAndHitTestTheirListOfItems) {
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 100.0);
     EXPECT_EQ(draw.View().count, 20);
     EXPECT_EQ(draw.View().slotCount, 40);
-
     const double y = chart.ValueToPixelY(100.0, CChart2D::EAxis::Y);
     EXPECT_EQ(draw.ItemAt(0, chart, {400.0, y + 2.0}, 5.0), level);
     EXPECT_EQ(draw.ItemAt(0, chart, {400.0, y + 9.0}, 5.0), nullptr);
     // The price data is on the list but cannot be picked.
     const double price = chart.ValueToPixelY(draw.Close(5), CChart2D::EAxis::Y);
     EXPECT_EQ(draw.ItemAt(0, chart, {chart.SlotToPixelX(5.0), price}, 5.0), nullptr);
-
     ASSERT_TRUE(draw.RemoveItem(0, level.get()));
     EXPECT_FALSE(draw.RemoveItem(0, level.get()));
     draw.PaintPane(0, chart, style, frame, 0, false);
     EXPECT_EQ(chart.Series(300), nullptr);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 19);
     ASSERT_NE(chart.Series(CHistPriceChart::kPriceSeries), nullptr);
-
     // A study pane without studies shows its frame and label strip.
     draw.PaintPane(3, chart, style, frame, 0, true);
     EXPECT_EQ(chart.LabelLineText(), "(Minimized)");
@@ -218,14 +201,12 @@ TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOnly) {
     EXPECT_EQ(draw.HeaderLabel("LUMA"), "Daily Price: LUMA");
     EXPECT_EQ(draw.InfoText(1),
               "Hi: 13.00, Low: 9.00, Open: 11.00, Close: 10.00\nVolume: 1001\nDate: 2020/01/02");
-
     // Ticks: one price, the time with microseconds, and the tick's own size as its volume.
     draw.SetScrollPosition(0, 4, kTicks);
     EXPECT_EQ(draw.PriceBarFields(2), (std::vector<std::string>{"13.00", "Time: 00:00:00.000000"}));
     EXPECT_EQ(draw.InfoText(2), "Price: 13.00\nVolume: 7\nTime: 00:00:00.000000");
     EXPECT_EQ(draw.Volume(2), 7);
     EXPECT_EQ(draw.HeaderLabel("LUMA"), "Tick Price: LUMA");
-
     // Prices keep the decimals they carry.
     sTICK fine;
     fine.time = CDateTime(2020, 2, 1, 0, 0, 0);
@@ -247,7 +228,6 @@ TEST_F(DrawManager, LastPriceTagsTheNewestCloseInItsBarsColourWithTheTimeLeft) {
     draw.SetScrollPosition(0, 120, kDays); // scrolled back: the tag still shows the newest bar
     draw.PaintPane(0, chart, style, frame, 0, false);
     EXPECT_EQ(chart.Series(CLastPriceItem::kSeries), nullptr);
-
     style.showLastPrice = true;
     style.labelsOnY2 = true;
     draw.PaintPane(0, chart, style, frame, 0, false);
@@ -263,7 +243,6 @@ TEST_F(DrawManager, LastPriceTagsTheNewestCloseInItsBarsColourWithTheTimeLeft) {
     EXPECT_EQ(last->points[0].x, chart.XRange().min);
     EXPECT_EQ(last->points[1].x, chart.XRange().max);
     EXPECT_EQ(last->points[1].y, 308.0);
-
     // A four-decimal close that rose: four decimals in the up colour.
     sTICK bar;
     history.GetTick(299, bar);
@@ -290,7 +269,6 @@ TEST_F(DrawManager, LastPriceTagsTheNewestCloseInItsBarsColourWithTheTimeLeft) {
     last = chart.Series(CLastPriceItem::kSeries);
     EXPECT_EQ(last->tag.text, "1.2345");
     EXPECT_EQ(last->tag.fill, style.downCandle);
-
     // Off again: the marker leaves the pane.
     style.showLastPrice = false;
     draw.PaintPane(0, chart, style, frame, 0, false);

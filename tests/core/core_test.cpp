@@ -5,6 +5,7 @@
 #include "core/settings.h"
 
 #include "recording_prompt.h"
+#include "settings_table.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +16,7 @@
 #include <fstream>
 #include <regex>
 #include <set>
+#include <tuple>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -34,7 +36,6 @@ TEST(ApplicationLog, OpensItsFileNamedAfterTheExecutableInANewFolderWithBannerAn
     LogStatusBar("Loading IBM...");
     spdlog::info("any code logs here");
     spdlog::default_logger()->flush();
-
     std::ifstream in(result.file);
     std::vector<std::string> lines(3);
     for (std::string& line : lines) {
@@ -60,7 +61,6 @@ TEST(ApplicationLog, UnusableFolderFallsBackToStandardError) {
     const SLogResult result = OpenApplicationLog({"Skychart", folder, false, 77, nullptr, false});
     LogStatusBar("still logging");
     const std::string err = testing::internal::GetCapturedStderr();
-
     EXPECT_TRUE(result.file.empty());
     EXPECT_NE(err.find("=== Skychart Log Opened (PID: 77) ==="), std::string::npos) << err;
     EXPECT_NE(err.find(folder.string()), std::string::npos);
@@ -83,7 +83,6 @@ TEST(ApplicationLog, CleanUpDeletesOnlyLogsOfFinishedInstancesOfThisApplication)
     }
     temp.writeFile("SkychartLog_100.txt", "x");
     fs::create_directory(fs::path(temp.path()) / "SkychartLog_400.txt");
-
     std::vector<unsigned> asked;
     const auto running = [&asked](unsigned pid) {
         asked.push_back(pid);
@@ -101,27 +100,18 @@ TEST(ApplicationLog, CleanUpDeletesOnlyLogsOfFinishedInstancesOfThisApplication)
 using skychart::test::RecordingPrompt;
 
 TEST(SettingsTable, TypedGettersAndTheFallbacksOfUnknownKeys) {
-    CSettings settings;
-    settings.RegisterAll(AllSettingKeys());
-    const struct {
-        const char* text;
-        int integer;
-        std::uint32_t unsignedValue;
-    } cases[] = {
-        {"true", 1, 0},
-        {"false", 0, 0},
-        {"15", 15, 15},
-        {" -7x", -7, 4294967289u},
-        {"abc", 0, 0},
-        {"True", 0, 0},
-        {"4000000000", INT_MAX, 4000000000u},
-        {"-1", -1, UINT32_MAX},
-        {"-99999999999", INT_MIN, UINT32_MAX},
-    };
-    for (const auto& c : cases) {
-        ASSERT_TRUE(settings.SetText("CurrentSymbol", c.text));
-        EXPECT_EQ(settings.GetInt("CurrentSymbol"), c.integer) << c.text;
-        EXPECT_EQ(settings.GetUnsigned("CurrentSymbol"), c.unsignedValue) << c.text;
+    skychart::test::SettingsTable settings;
+    // {text, as an int, as an unsigned}
+    // clang-format off
+    const std::tuple<const char*, int, std::uint32_t> cases[] = {
+        {"true", 1, 0}, {"false", 0, 0}, {"15", 15, 15}, {" -7x", -7, 4294967289u}, {"abc", 0, 0},
+        {"True", 0, 0}, {"4000000000", INT_MAX, 4000000000u}, {"-1", -1, UINT32_MAX},
+        {"-99999999999", INT_MIN, UINT32_MAX}};
+    // clang-format on
+    for (const auto& [text, integer, unsignedValue] : cases) {
+        ASSERT_TRUE(settings.SetText("CurrentSymbol", text));
+        EXPECT_EQ(settings.GetInt("CurrentSymbol"), integer) << text;
+        EXPECT_EQ(settings.GetUnsigned("CurrentSymbol"), unsignedValue) << text;
     }
     ASSERT_TRUE(settings.SetBool("RequestUseExchangeFormat", true));
     EXPECT_EQ(settings.GetText("RequestUseExchangeFormat"), "true");
@@ -129,13 +119,11 @@ TEST(SettingsTable, TypedGettersAndTheFallbacksOfUnknownKeys) {
     EXPECT_DOUBLE_EQ(settings.GetNumber("CurrentSymbol"), 25.0);
     EXPECT_EQ(settings.GetList("RequestRecentType"),
               (std::vector<std::string>{"0", "3", "6", "8", "9"}));
-
     EXPECT_EQ(settings.GetText("No Such Key"), "Config Error");
     EXPECT_EQ(settings.GetInt("No Such Key"), -1);
     EXPECT_FALSE(settings.SetText("No Such Key", "x"));
     EXPECT_FALSE(settings.SetInt("No Such Key", 3));
     EXPECT_FALSE(settings.Has("No Such Key"));
-
     RecordingPrompt prompt;
     EXPECT_FALSE(settings.SaveList("Recent Things", {"a", "b"}, &prompt));
     EXPECT_EQ(prompt.Texts(), std::vector<std::string>{std::string(CSettings::kSaveListCaption) +

@@ -2,6 +2,8 @@
 #include "history/chart_hist_request.h"
 #include "history/point_time.h"
 
+#include "history_bars.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -13,10 +15,7 @@
 namespace {
 
 sTICK TickAt(int year, int month, int day, int hour, int minute, int second, double close = 1.0) {
-    sTICK tick;
-    tick.time = CDateTime(year, month, day, hour, minute, second);
-    tick.close = close;
-    return tick;
+    return MakeBar(CDateTime(year, month, day, hour, minute, second), 0, 0, 0, close);
 }
 
 class Series : public ::testing::Test {
@@ -47,7 +46,6 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
     EXPECT_EQ(out.close, 42.0);
     EXPECT_EQ(history.GetClose(3), 0.0);
     EXPECT_EQ(history.GetLastIndex(), -1);
-
     Fill(5);
     ASSERT_TRUE(history.GetTick(-5, out));
     EXPECT_EQ(out.close, 100.0);
@@ -56,7 +54,6 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
     EXPECT_EQ(history.GetClose(-1), 100.0);
     EXPECT_EQ(history.GetClose(99), 104.0);
     EXPECT_EQ(history.GetLastIndex(), 4);
-
     sTICK replacement = TickAt(2026, 1, 6, 11, 0, 0, 7.5);
     replacement.text1.Assign("corrected");
     history.ReplaceTick(1, replacement);
@@ -81,7 +78,6 @@ TEST_F(Series, GrowsByTheStepKeepsRecordsAcrossStorageBlocksAndClearResetsTheSte
     for (int i = 0; i < 9; ++i) {
         EXPECT_EQ(history.GetClose(i), 100.0 + i);
     }
-
     history.Clear();
     EXPECT_EQ(history.GetCount(), 0);
     EXPECT_EQ(history.GetCapacity(), 0U);
@@ -94,7 +90,6 @@ TEST_F(Series, GrowsByTheStepKeepsRecordsAcrossStorageBlocksAndClearResetsTheSte
     });
     Fill(1);
     EXPECT_EQ(history.GetCapacity(), CHistoryRequestBase::kDefaultGrowthStep);
-
     constexpr int kCount = 100000;
     for (int i = 1; i < kCount; ++i) {
         sTICK tick = TickAt(2026, 1, 5, 10, 0, 0, i);
@@ -128,7 +123,6 @@ TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 0)));
     EXPECT_FALSE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 1)));
     EXPECT_EQ(history.GetCount(), 2);
-
     // One end of the range missing: the range is off and so are the filter times, but an
     // impossible time is still dropped.
     range.endDate = SHistoryParameters::FromText("");
@@ -142,12 +136,9 @@ TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
 
 TEST_F(Series, ColumnReadsCopyOneFieldOfARangeAndStopAtTheEnds) {
     for (int i = 0; i < 5; ++i) {
-        sTICK bar = TickAt(2026, 1, 5 + i, 0, 0, 0, 10.0 + i);
-        bar.open = 9.0 + i;
-        bar.high = 12.0 + i * (i % 2 == 0 ? 1 : -1);
-        bar.low = 8.0 - i;
-        bar.volume = 100 * (5 - i);
-        bar.size = static_cast<std::uint32_t>(i + 1);
+        sTICK bar =
+            MakeBar(CDateTime(2026, 1, 5 + i, 0, 0, 0), 9.0 + i, 12.0 + i * (i % 2 == 0 ? 1 : -1),
+                    8.0 - i, 10.0 + i, static_cast<std::uint32_t>(i + 1), 100 * (5 - i));
         bar.microseconds = i;
         ASSERT_TRUE(history.AppendTick(bar));
     }
@@ -168,7 +159,6 @@ TEST_F(Series, ColumnReadsCopyOneFieldOfARangeAndStopAtTheEnds) {
     EXPECT_EQ(history.FillTimes(4, times), 1U);
     EXPECT_EQ(times[0].time, CDateTime(2026, 1, 9, 0, 0, 0));
     EXPECT_EQ(times[0].microseconds, 4);
-
     // Extremes of the existing part of a range: highs 12, 11, 14, 9, 16; lows 8 ... 4.
     const auto extremes = [&](int from, int to) {
         const SRangeExtremes e = history.GetExtremes(from, to);
@@ -186,7 +176,6 @@ TEST_F(Series, RemovingAPointClosesTheGapOnlyInsideTheSeriesAndTheRecordStaysRea
         EXPECT_FALSE(history.RemoveTick(outside)) << outside;
     }
     EXPECT_EQ(history.GetCount(), 6);
-
     sTICK marked;
     history.GetTick(2, marked);
     marked.text1.Assign("bad print");
@@ -223,20 +212,14 @@ TEST_F(Series, LowerBoundFindsTheFirstPointAtOrAfterATimeWrittenAsText) {
         tick.microseconds = stamp.microseconds;
         ASSERT_TRUE(history.AppendTick(tick));
     }
-    const struct {
-        SPointTime time;
-        int index;
-    } cases[] = {{{CDateTime(2026, 1, 4, 23, 59, 59), 0}, 0},
-                 {at(0, 0), 0},
-                 {at(0, 1), 1},
-                 {at(0, 250), 1},
-                 {at(0, 251), 3},
-                 {at(2, 0), 4},
-                 {at(3, 999999), 4},
-                 {at(4, 0), 5}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(history.LowerBound(c.time), c.index)
-            << FormatPointTime(c.time, true) << " " << c.time.microseconds;
+    // clang-format off
+    const std::pair<SPointTime, int> cases[] = {
+        {{CDateTime(2026, 1, 4, 23, 59, 59), 0}, 0}, {at(0, 0), 0}, {at(0, 1), 1}, {at(0, 250), 1},
+        {at(0, 251), 3}, {at(2, 0), 4}, {at(3, 999999), 4}, {at(4, 0), 5}};
+    // clang-format on
+    for (const auto& [time, index] : cases) {
+        EXPECT_EQ(history.LowerBound(time), index)
+            << FormatPointTime(time, true) << " " << time.microseconds;
     }
 }
 
@@ -253,27 +236,19 @@ TEST(PointTime, TextsReadBackTheTimeAndAnythingElseIsRefused) {
         const auto whole = ParsePointTime(FormatPointTime(time, false));
         ASSERT_TRUE(whole && whole->time == parsed->time && whole->microseconds == 0) << text;
     }
-    const struct {
-        const char* text;
-        const char* written; // as read back; "" for refused
-    } cases[] = {
+    // {text, as read back; "" for refused}
+    // clang-format off
+    const std::pair<const char*, const char*> cases[] = {
         {"2024-02-29", "2024-02-29 00:00:00.000000"},
         {"1900-03-01 23:59:59.5", "1900-03-01 23:59:59.500000"},
         {"9999-12-31 00:00:00.000001", "9999-12-31 00:00:00.000001"},
-        {"2023-02-29", ""},
-        {"2024-3-05", ""},
-        {"2024-03-05 10:00", ""},
-        {"2024-03-05 24:00:00", ""},
-        {"2024-03-05 10:00:00.", ""},
-        {"2024-03-05 10:00:00.1234567", ""},
-        {"2024-03-05T10:00:00", ""},
-        {"2024-03-05 10:00:00 ", ""},
-        {"2024/03/05", ""},
-        {"", ""},
-    };
-    for (const auto& c : cases) {
-        const auto parsed = ParsePointTime(c.text);
-        EXPECT_EQ(parsed ? FormatPointTime(*parsed, true) : "", c.written) << c.text;
+        {"2023-02-29", ""}, {"2024-3-05", ""}, {"2024-03-05 10:00", ""}, {"2024/03/05", ""},
+        {"2024-03-05 24:00:00", ""}, {"2024-03-05 10:00:00.", ""}, {"2024-03-05T10:00:00", ""},
+        {"2024-03-05 10:00:00.1234567", ""}, {"2024-03-05 10:00:00 ", ""}, {"", ""}};
+    // clang-format on
+    for (const auto& [text, written] : cases) {
+        const auto parsed = ParsePointTime(text);
+        EXPECT_EQ(parsed ? FormatPointTime(*parsed, true) : "", written) << text;
     }
     EXPECT_EQ(FormatPointTime({CDateTime(1.0, CDateTime::Status::Invalid), 0}, true), "");
 }

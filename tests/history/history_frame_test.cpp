@@ -43,13 +43,6 @@ protected:
         UseSettings(values);
         ASSERT_TRUE(WaitForService());
     }
-    // Stores request settings in the table and has the chart view read them again.
-    void UseSettings(const std::map<std::string, std::string>& values) {
-        for (const auto& [key, value] : values) {
-            ASSERT_TRUE(settings().SetText(key, value)) << key;
-        }
-        frame().ChartView()->ReloadRequestSettings();
-    }
     // Waits until the current request is complete and its datapoints text is shown.
     bool WaitForLoaded() {
         const bool loaded = WaitFor(
@@ -144,7 +137,6 @@ TEST_F(HistoryFrameTest, EveryDataTypeHoldsWhatTheServiceSends) {
         return Series();
     };
     const int port = portico().lookupPort();
-
     const std::vector<sTICK> ticks = load(0);
     ASSERT_GT(ticks.size(), 10u);
     ExpectRecords(ticks,
@@ -188,18 +180,15 @@ TEST_F(HistoryFrameTest,
     ASSERT_TRUE(EnterAndWait("luma"));
     EXPECT_EQ(history().GetCount(), 300);
     EXPECT_TRUE(view->Loader().AnswerError().empty());
-
     frame().RequestTypeCombo()->setCurrentIndex(2); // Daily
     ASSERT_TRUE(WaitForLoaded());
     EXPECT_EQ(Stored("RequestType"), "6");
     // The days' datapoints (what a day holds is the test of every data type above).
     EXPECT_EQ(frame().StatusText(), "30 datapoints available.  Displaying 120.");
-
     frame().RequestTypeCombo()->setCurrentIndex(1); // Minute, "1-Minute" stored
     ASSERT_TRUE(WaitForLoaded());
     EXPECT_EQ(Stored("RequestType"), "3");
     EXPECT_EQ(history().GetCount(), 40);
-
     frame().IntervalCombo()->setCurrentIndex(6); // 15-Minute
     ASSERT_TRUE(WaitForLoaded());
     const std::vector<sTICK> bars = Series();
@@ -208,7 +197,6 @@ TEST_F(HistoryFrameTest,
         EXPECT_EQ(bars[i].time.GetSecondsOfDay() % 900, 0) << Stamp(bars[i]);
         EXPECT_TRUE(i == 0 || bars[i - 1].time < bars[i].time) << Stamp(bars[i]);
     }
-
     // Stored data settings reload the chart too.
     EXPECT_EQ(frame().findChild<QToolButton*>("DataSettingsButton")->text(), "Data Settings...");
     EditSettingsSheet("DataSettingsButton", [](CSettingSheet& sheet) {
@@ -220,7 +208,6 @@ TEST_F(HistoryFrameTest,
     EXPECT_EQ(history().GetCount(), 700);
     EXPECT_EQ(Stored("RequestDatapoints"), "300,700,30,10,6");
     EXPECT_EQ(frame().StatusText(), "700 datapoints available.  Displaying 120.");
-
     // On a Saturday an equity's bid and ask still move, but nothing trades: the feed pane counts
     // trades of the shown symbol, not its quotes.
     const SKestrelSocketStats& level1 =
@@ -247,7 +234,6 @@ TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftA
         "value (\"500\\n\"), one is needed for each of Ticks, Intervals, Days, Weeks and Months. "
         "Mend it on the Data page of \"Chart Settings...\", or edit RequestDatapoints in " +
         file + ".";
-
     COrvaneCommandLineInfo commandLine;
     commandLine.Parse({"-symbol", "LUMA", "-type", "Daily"});
     OpenFrame(commandLine);
@@ -269,7 +255,6 @@ TEST_F(HistoryFrameTest, AListCutShortIsNamedWhereItCanBeMendedAndTheFileIsLeftA
     EXPECT_EQ(frame().StatusText(), expected);
     CloseFrame();
     EXPECT_EQ(ReadFile(file), cutShort);
-
     // The Data page mends it: the page fills the list for every data type and the chart loads.
     OpenFrame(commandLine);
     ASSERT_TRUE(WaitForService());

@@ -9,6 +9,8 @@
 #include "history/history_request.h"
 #include "history/live_updater.h"
 
+#include "history_bars.h"
+
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
@@ -25,7 +27,6 @@ struct SLine {
     std::string symbol = "ABC", total = "5000", size = "100", high = "10.80", low = "9.70",
                 time = "09:30:15", openInterest = "0", open = "10.00", date = "03/05/2024",
                 price = "10.25", contents = "C", tickId = "77";
-
     std::string Text() const {
         return fmt::format(
             "{},{},{},{},{},{},10.24,10.26,300,400,{},{},{},9.95,{},{},14,{},5,6,7,{},3D,1,5",
@@ -36,26 +37,7 @@ struct SLine {
 
 SLine Trade(const std::string& date, const std::string& time, const std::string& price,
             const std::string& total, const std::string& size = "100") {
-    SLine line;
-    line.date = date;
-    line.time = time;
-    line.price = price;
-    line.total = total;
-    line.size = size;
-    return line;
-}
-
-sTICK Bar(CDateTime time, double open, double high, double low, double close, std::uint32_t size,
-          std::int64_t volume) {
-    sTICK bar;
-    bar.time = time;
-    bar.open = open;
-    bar.high = high;
-    bar.low = low;
-    bar.close = close;
-    bar.size = size;
-    bar.volume = volume;
-    return bar;
+    return {.total = total, .size = size, .time = time, .date = date, .price = price};
 }
 
 // The complete history of one request kind of ABC and its updater.
@@ -87,7 +69,6 @@ struct SChart {
         return fmt::format("o{} h{} l{} c{} size{} vol{} oi{}", t.open, t.high, t.low, t.close,
                            t.size, t.volume, t.openInterest);
     }
-
     CChartHistRequest history;
     CLevel1Updater updater{history};
 };
@@ -99,19 +80,15 @@ TEST(Level1Updater, FollowsOnlyCompleteLiveRequestsOfTheSymbol) {
     ticks.history.SetHistoryComplete(true);
     EXPECT_TRUE(ticks.Apply({}));
     EXPECT_EQ(ticks.history.GetCount(), 1);
-    SLine other;
-    other.symbol = "XYZ";
-    other.total = "6000";
-    EXPECT_FALSE(ticks.Apply(other)) << "a late line of another symbol";
+    EXPECT_FALSE(ticks.Apply({.symbol = "XYZ", .total = "6000"}))
+        << "a late line of another symbol";
     EXPECT_FALSE(ticks.updater.Apply("T,20240305 09:30:16"));
-
     for (const std::uint32_t kind :
          {std::uint32_t{kWeeksDatapoints}, std::uint32_t{kMonthsDatapoints}, 0xFFFFFFFFu}) {
         SChart bars(kind);
         EXPECT_FALSE(bars.Apply({})) << "kind " << kind;
         EXPECT_EQ(bars.history.GetCount(), 0);
     }
-
     // Days by date range follow live only when the range is open-ended.
     SChart days(kDaysDateRange);
     days.Change([](SHistoryParameters& p) { p.endDate = 20241231; });
@@ -134,21 +111,19 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
                                                           {"O", true, true},
                                                           {"ba", true, false}}) {
         ticks.history.SetExtendedTradesAccepted(extended);
-        SLine line;
-        line.contents = contents;
-        line.total = std::to_string(++total);
-        EXPECT_EQ(ticks.Apply(line), applied) << contents << " " << extended;
+        EXPECT_EQ(ticks.Apply({.total = std::to_string(++total), .contents = contents}), applied)
+            << contents << " " << extended;
         EXPECT_EQ(ticks.updater.LastUpdate().has_value(), ticks.history.GetCount() > 0);
     }
     EXPECT_EQ(ticks.history.GetCount(), 2);
     EXPECT_EQ(ticks.updater.AppliedTradeLines(), 2U);
     ticks.updater.Reset();
     EXPECT_FALSE(ticks.updater.LastUpdate().has_value()) << "a new request has no trade yet";
-
     // The day bar: an extended trade only widens the high and low, and only while accepted; a
     // regular one takes the day's figures, those of 0 from the trade.
     SChart days(kDaysDatapoints);
-    days.history.AppendTick(Bar(CDateTime(2024, 3, 5, 0, 0, 0), 10.0, 11.0, 9.0, 10.5, 0, 4000));
+    days.history.AppendTick(
+        MakeBar(CDateTime(2024, 3, 5, 0, 0, 0), 10.0, 11.0, 9.0, 10.5, 0, 4000));
     const struct {
         const char *contents, *price, *total, *high, *low, *open, *openInterest;
         bool accepted, applied;
@@ -175,7 +150,6 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
         EXPECT_EQ(days.Prices(), step.prices) << step.total;
     }
     EXPECT_EQ(days.history.GetCount(), 1);
-
     // The first trade of the next day starts its bar, with the line's day code (field 24).
     ASSERT_TRUE(days.Apply(Trade("03/06/2024", "09:30:01", "11.40", "200")));
     ASSERT_EQ(days.history.GetCount(), 2);
@@ -198,12 +172,11 @@ TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
     // Requests by datapoints are not filtered on the feed either, so not here.
     ticks.Change([](SHistoryParameters& p) { p.requestKind = kTicksDatapoints; });
     EXPECT_TRUE(ticks.Apply(Trade("03/05/2024", "16:00:01", "10", "500")));
-
     // A date range compares date and time together, whatever the filter times of day say;
     // extending a bar is held to it as well.
     SChart bars(kIntervalsDateRange);
     // The newest bar came in before the range was set: its label lies past the range's end.
-    bars.history.AppendTick(Bar(CDateTime(2024, 3, 6, 12, 1, 0), 10, 10, 10, 10, 100, 1000));
+    bars.history.AppendTick(MakeBar(CDateTime(2024, 3, 6, 12, 1, 0), 10, 10, 10, 10, 100, 1000));
     bars.Change([](SHistoryParameters& p) {
         p.beginDate = 20240305;
         p.beginTime = 100000;
@@ -234,7 +207,6 @@ TEST(Level1Updater, AppendsTicksWithTheTradeTime) {
     EXPECT_EQ(third.tickId, 77U);
     EXPECT_EQ(third.dayCode, 5);
     EXPECT_EQ(ticks.Prices(), "o0 h10.5 l10.5 c10.5 size300 vol5200 oi0");
-
     // A summary line counts only when later than the newest tick.
     SLine summary = Trade("03/05/2024", "14:03:07", "10.75", "5300");
     summary.letter = 'P';
@@ -248,8 +220,8 @@ TEST(Level1Updater, AppendsTicksWithTheTradeTime) {
 
 TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     SChart bars(kIntervalsDatapoints, 60);
-    bars.history.AppendTick(Bar(CDateTime(2024, 3, 5, 9, 31, 0), 10.0, 10.5, 9.9, 10.2, 300, 5000));
-
+    bars.history.AppendTick(
+        MakeBar(CDateTime(2024, 3, 5, 9, 31, 0), 10.0, 10.5, 9.9, 10.2, 300, 5000));
     // Inside the newest bar's minute: extended; at the label: the next bar, labelled with the
     // end of its minute.
     ASSERT_TRUE(bars.Apply(Trade("03/05/2024", "09:30:40", "10.6", "5100")));
@@ -260,7 +232,6 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     ASSERT_EQ(bars.history.GetCount(), 2);
     EXPECT_EQ(bars.Record().time, CDateTime(2024, 3, 5, 9, 32, 0));
     EXPECT_EQ(bars.Prices(), "o10.1 h10.1 l10.1 c10.1 size100 vol5200 oi0");
-
     // An older summary line is ignored, a later one applied.
     SLine summary = Trade("03/05/2024", "09:31:30", "12", "5300");
     summary.letter = 'P';
@@ -271,10 +242,9 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     // A later date starts a bar of its own.
     ASSERT_TRUE(bars.Apply(Trade("03/06/2024", "09:00:00", "11", "100")));
     EXPECT_EQ(bars.Record().time, CDateTime(2024, 3, 6, 9, 1, 0));
-
     // The last minute of a day ends at 00:00:00 of the next; its later trades still extend it.
     SChart night(kIntervalsDatapoints, 300);
-    night.history.AppendTick(Bar(CDateTime(2024, 3, 5, 23, 55, 0), 5, 5, 5, 5, 10, 100));
+    night.history.AppendTick(MakeBar(CDateTime(2024, 3, 5, 23, 55, 0), 5, 5, 5, 5, 10, 100));
     ASSERT_TRUE(night.Apply(Trade("03/05/2024", "23:57:30", "6", "110")));
     EXPECT_EQ(night.Record().time, CDateTime(2024, 3, 6, 0, 0, 0));
     ASSERT_TRUE(night.Apply(Trade("03/05/2024", "23:59:59", "7", "120")));
@@ -282,10 +252,10 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     EXPECT_EQ(night.Record().high, 7.0);
     ASSERT_TRUE(night.Apply(Trade("03/06/2024", "00:00:00", "8", "5")));
     EXPECT_EQ(night.Record().time, CDateTime(2024, 3, 6, 0, 5, 0));
-
     // Dates compare as MMDDYYYY numbers: January 2 of the next year extends a December bar.
     SChart yearEnd(kIntervalsDatapoints, 60);
-    yearEnd.history.AppendTick(Bar(CDateTime(2024, 12, 31, 16, 0, 0), 10, 10, 10, 10, 100, 1000));
+    yearEnd.history.AppendTick(
+        MakeBar(CDateTime(2024, 12, 31, 16, 0, 0), 10, 10, 10, 10, 100, 1000));
     ASSERT_TRUE(yearEnd.Apply(Trade("01/02/2025", "09:30:05", "13", "50")));
     EXPECT_EQ(yearEnd.history.GetCount(), 1);
     EXPECT_EQ(yearEnd.Record().time, CDateTime(2024, 12, 31, 16, 0, 0));
@@ -294,7 +264,7 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
 
 TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
     SChart bars(kIntervalsDatapoints);
-    bars.history.AppendTick(Bar(CDateTime(2024, 3, 5, 9, 31, 0), 10, 10, 10, 10, 100, 1000));
+    bars.history.AppendTick(MakeBar(CDateTime(2024, 3, 5, 9, 31, 0), 10, 10, 10, 10, 100, 1000));
     std::string truncated = SLine{}.Text();
     truncated.resize(truncated.find(",C,"));
     const std::string badTime = Trade("03/05/2024", "9:30", "11", "1100").Text();
@@ -307,7 +277,6 @@ TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
     EXPECT_FALSE(bars.updater.LastDropReason().empty());
     EXPECT_EQ(bars.history.GetCount(), 1);
     EXPECT_EQ(bars.Record().high, 10.0);
-
     // A fundamental line sizes the price labels from field 30, or field 31 + 10.
     std::string fundamental = "F,ABC";
     for (int i = 2; i <= 31; ++i) {
@@ -323,12 +292,7 @@ TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
 TEST(Level1Updater, HoldsOnlyTheSymbolsTradesWhileLoading) {
     SChart ticks(kTicksDatapoints);
     ticks.history.SetHistoryComplete(false);
-    SLine quote;
-    quote.contents = "ba";
-    SLine other;
-    other.symbol = "XYZ";
-    SLine extended;
-    extended.contents = "E";
+    const SLine quote{.contents = "ba"}, other{.symbol = "XYZ"}, extended{.contents = "E"};
     const std::vector<std::tuple<std::string, bool, std::uint64_t>> cases = {
         {SLine{}.Text(), true, 0},       {quote.Text(), false, 0}, {other.Text(), false, 0},
         {extended.Text(), false, 0},     {"Q,ABC", false, 1},      {"Q,#MALFORMED#", false, 1},
@@ -355,7 +319,7 @@ TEST(Level1Updater, LeavesOutTheTradesTheAnswerHoldsByTradingDayAndAppliesEveryL
         line.tickId = id;
         return line;
     };
-    sTICK newestTick = Bar(CDateTime(2024, 3, 5, 23, 59, 58), 0, 10, 10, 10, 100, 1000);
+    sTICK newestTick = MakeBar(CDateTime(2024, 3, 5, 23, 59, 58), 0, 10, 10, 10, 100, 1000);
     newestTick.tickId = 500;
     const struct {
         std::uint32_t kind;
@@ -371,16 +335,16 @@ TEST(Level1Updater, LeavesOutTheTradesTheAnswerHoldsByTradingDayAndAppliesEveryL
         {kTicksDatapoints, newestTick, {{tick("03/06/2024", "00:00:01", "1", "10"), true}}},
         // A bar labelled midnight holds the trades of the day before.
         {kIntervalsDatapoints,
-         Bar(CDateTime(2024, 3, 6, 0, 0, 0), 10, 10, 10, 10, 100, 1000),
+         MakeBar(CDateTime(2024, 3, 6, 0, 0, 0), 10, 10, 10, 10, 100, 1000),
          {{Trade("03/05/2024", "23:59:30", "11", "1000"), false},
           {Trade("03/06/2024", "00:00:05", "12", "10"), true}}},
         {kIntervalsDatapoints,
-         Bar(CDateTime(2024, 3, 6, 9, 31, 0), 10, 10, 10, 10, 100, 500),
+         MakeBar(CDateTime(2024, 3, 6, 9, 31, 0), 10, 10, 10, 10, 100, 500),
          {{Trade("03/05/2024", "23:59:59", "11", "90000"), false},
           {Trade("03/06/2024", "09:30:30", "12", "500"), false},
           {Trade("03/06/2024", "09:30:31", "13", "600"), true}}},
         {kDaysDatapoints,
-         Bar(CDateTime(2024, 3, 6, 0, 0, 0), 10, 10, 10, 10, 0, 500),
+         MakeBar(CDateTime(2024, 3, 6, 0, 0, 0), 10, 10, 10, 10, 0, 500),
          {{Trade("03/05/2024", "15:59:59", "11", "90000"), false},
           {Trade("03/06/2024", "09:30:30", "12", "500"), false},
           {Trade("03/06/2024", "09:30:31", "13", "600"), true}}},
@@ -431,7 +395,6 @@ TEST(ExchangeClock, TimeLinesSetItTradesOnlyPushItForwardAndTheCountdownFollows)
         EXPECT_FALSE(clock.OnTimeLine(line, t0)) << line;
     }
     EXPECT_EQ(Read(clock, t0), "none");
-
     ASSERT_TRUE(clock.OnTimeLine("T,20240305 14:30:00", t0));
     EXPECT_EQ(Read(clock, t0), "14:30:00");
     // It runs on by the steady clock, and never back before the stamp's own moment.
@@ -445,7 +408,6 @@ TEST(ExchangeClock, TimeLinesSetItTradesOnlyPushItForwardAndTheCountdownFollows)
     // A time stamp is the service's clock: it sets ours back as well.
     ASSERT_TRUE(clock.OnTimeLine("T,20240305 14:30:05", t0 + 30s));
     EXPECT_EQ(Read(clock, t0 + 31s), "14:30:06");
-
     // The minute bar labelled 14:31:00 ends then: 55 s left at 14:30:05, whole seconds rounded;
     // before its start the count is held to the interval, past its end it waits at 00:00.
     const CDateTime end(2024, 3, 5, 14, 31, 0);
@@ -459,7 +421,6 @@ TEST(ExchangeClock, TimeLinesSetItTradesOnlyPushItForwardAndTheCountdownFollows)
     EXPECT_EQ(Countdown(clock, t0 + 30s, kInvalid, 60), "none");
     EXPECT_EQ(FormatTimeLeft(-3), "00:00");
     EXPECT_EQ(FormatTimeLeft(3599), "59:59");
-
     // Reset (another symbol, a reconnect): no time until the feed gives one again.
     clock.Reset();
     EXPECT_EQ(Read(clock, t0), "none");

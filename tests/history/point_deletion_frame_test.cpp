@@ -35,10 +35,7 @@ class PointDeletionFrameTest : public FrameTest {
 protected:
     // Stores `values` in the open frame's settings and loads LUMA.
     void LoadLuma(const std::map<std::string, std::string>& values) {
-        for (const auto& [key, value] : values) {
-            ASSERT_TRUE(settings().SetText(key, value)) << key;
-        }
-        View().ReloadRequestSettings();
+        UseSettings(values);
         ASSERT_TRUE(WaitForService());
         EnterInSymbolBox("LUMA");
         ASSERT_TRUE(WaitForShown());
@@ -55,7 +52,6 @@ protected:
     }
     CChartFormView& View() { return *frame().ChartView(); }
     CChartCanvas& Canvas() { return View().Canvas(); }
-
     // Each point's time and close, oldest first.
     std::vector<std::tuple<double, int, double>> Points() {
         std::vector<std::tuple<double, int, double>> points;
@@ -66,7 +62,6 @@ protected:
         }
         return points;
     }
-
     // Opens the price pane's menu and reads whether `command` is enabled; runs it when `run`.
     bool MenuCommand(const QString& command, bool run = false) {
         bool enabled = false;
@@ -93,7 +88,6 @@ protected:
         EXPECT_TRUE(found) << command.toStdString();
         return enabled;
     }
-
     // A left press on the price pane at slot `slot` of the displayed points.
     void ClickSlot(double slot) {
         const QPointF at(Canvas().Stack().Pane(0).SlotToPixelX(slot),
@@ -116,7 +110,6 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     // Nothing deleted: a restore asks nothing and does nothing.
     EXPECT_FALSE(View().RestorePoints(true));
     EXPECT_TRUE(m_prompt.boxes.empty());
-
     // The mode says what to do, and the read-outs of the mouse wait behind its prompt.
     const std::string prompt = "Click on the bar to delete (Right click to cancel)";
     ASSERT_TRUE(MenuCommand("Delete Tick/Bar", true));
@@ -127,7 +120,6 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     QCoreApplication::sendEvent(&Canvas().Stack(), &move);
     QTest::qWait(CChartCanvas::kReadOutPeriodMs * 3);
     EXPECT_EQ(frame().StatusText(), prompt);
-
     // No: the question showed the bar under the click, and nothing changed but the mode.
     const int first = Canvas().DrawManager().Displayed().first;
     ASSERT_EQ(first, 380);
@@ -143,7 +135,6 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     EXPECT_EQ(Points(), original);
     EXPECT_FALSE(View().PointsDeleted());
     EXPECT_NE(frame().StatusText(), prompt);
-
     // A right click or Escape leaves the mode without a question; a click beside the bars asks
     // nothing and stays in it.
     for (const int way : {0, 1}) {
@@ -160,7 +151,6 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     ClickSlot(-3.0);
     EXPECT_TRUE(View().PointDeletionActive());
     EXPECT_EQ(m_prompt.boxes.size(), 1u);
-
     // Trendline drawing takes the chart from the mode, and the mode from trendline drawing.
     CChartTrendlines& trendlines = *frame().Trendlines();
     ASSERT_TRUE(trendlines.Add(ETrendKind::Sloping, {TrendPointAt(history(), 450, 150.0),
@@ -170,7 +160,6 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     ASSERT_TRUE(View().StartPointDeletion());
     EXPECT_EQ(trendlines.Placement(), nullptr);
     EXPECT_EQ(frame().StatusText(), prompt);
-
     // Yes: the bar is gone from the series, the panes and the studies, which compute again;
     // the trendline after it finds its bars again.
     m_prompt.answers = {true};
@@ -188,7 +177,6 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     const auto* studies = dynamic_cast<const CStudyPanes*>(Canvas().Studies());
     ASSERT_NE(studies, nullptr);
     EXPECT_TRUE(WaitFor([&] { return studies->Current().Inputs().Count() == 499; }));
-
     // No to the restore question keeps it all; Yes brings the whole series back once, shown
     // where the scroll bar stood.
     EXPECT_TRUE(MenuCommand("Restore Bars"));
@@ -223,7 +211,6 @@ TEST_F(PointDeletionFrameTest, TheBusDeletesByTimeLiveTicksFollowAndARestoreAnsw
               {"RequestEnableExtendedTrades", "1,0,0,0,0"}});
     ASSERT_TRUE(WaitFor([&] { return history().GetCount() > 300; })) << "no live ticks";
     const auto original = Points();
-
     // 40 of the answer's ticks, one after another at the same place.
     for (int i = 0; i < 40; ++i) {
         std::array<SPointTime, 1> time{};
@@ -238,7 +225,6 @@ TEST_F(PointDeletionFrameTest, TheBusDeletesByTimeLiveTicksFollowAndARestoreAnsw
     const int after = history().GetCount();
     ASSERT_TRUE(WaitFor([&] { return Canvas().Range().PointCount() > after; }));
     EXPECT_LT(Canvas().Range().PointCount(), after + 40);
-
     // The restore answers once the history is in again: the answer's ticks, each once, and
     // the live ticks since.
     std::vector<SBusMethodResult> answers;
@@ -254,7 +240,6 @@ TEST_F(PointDeletionFrameTest, TheBusDeletesByTimeLiveTicksFollowAndARestoreAnsw
     ASSERT_GE(restored.size(), 300u);
     restored.resize(300);
     EXPECT_EQ(restored, std::vector(original.begin(), original.begin() + 300));
-
     // The history of a new load clears the flag of deleted points.
     ASSERT_TRUE(View().DeletePointAt(0));
     frame().LoadSymbol("AURX");

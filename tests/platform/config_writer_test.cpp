@@ -2,8 +2,7 @@
 #include "platform/config_writer.h"
 #include "platform/registry_paths.h"
 
-#include "recording_prompt.h"
-#include "temp_dir.h"
+#include "settings_file.h"
 
 #include <gtest/gtest.h>
 
@@ -15,17 +14,15 @@
 
 namespace fs = std::filesystem;
 using skychart::test::ReadFile;
-using skychart::test::RecordingPrompt;
-using skychart::test::TempDir;
 using namespace std::string_literals;
 
 namespace {
 
 // The real settings file in a fresh XDG_CONFIG_HOME per test.
-class SettingsFile : public ::testing::Test {
+class SettingsFile : public skychart::test::SettingsFileTest {
 protected:
     void SetUp() override {
-        ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1);
+        SettingsFileTest::SetUp();
         file = CRegistryPaths::ApplicationFile("Skychart").toStdString();
     }
     // A start of the application: a fresh table loaded from the file, the mirror published.
@@ -53,11 +50,7 @@ protected:
         std::sort(kept.begin(), kept.end());
         return kept;
     }
-
-    TempDir home;
     fs::path file;
-    RecordingPrompt prompt;
-    CSettings settings;
 };
 
 TEST_F(SettingsFile, OnlyChangedKeysAreWrittenOnlyAfterPublishingAndTextsComeBackExactly) {
@@ -65,20 +58,17 @@ TEST_F(SettingsFile, OnlyChangedKeysAreWrittenOnlyAfterPublishingAndTextsComeBac
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "IBM"));
     EXPECT_EQ(settings.GetText("CurrentSymbol"), "IBM");
     EXPECT_FALSE(fs::exists(file)) << "written before the mirror was published";
-
     settings.PublishWriter(load.writer);
     settings.Register("Scratch", "", false);
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "MSFT"));
     ASSERT_TRUE(settings.SetInt("RequestDataType", 2));
     ASSERT_TRUE(settings.SetText("Scratch", "not kept"));
     EXPECT_EQ(ReadFile(file), "[ApplicationSettings]\nCurrentSymbol=MSFT\nRequestDataType=2\n");
-
     Start();
     EXPECT_EQ(settings.GetText("CurrentSymbol"), "MSFT");
     EXPECT_EQ(settings.GetInt("RequestDataType"), 2);
     EXPECT_EQ(settings.GetInt("Candle Price Chart Style"), 1);
     EXPECT_TRUE(prompt.boxes.empty());
-
     // Lists and any other texts come back exactly.
     ASSERT_TRUE(settings.SaveList("RequestRecentType", {"2", "3", "6", "8", "9"}, &prompt));
     EXPECT_NE(ReadFile(file).find("\nRequestRecentType=\"2,3,6,8,9\"\n"), std::string::npos);
@@ -102,14 +92,12 @@ TEST_F(SettingsFile, AHandEditedFileIsReadKeepsWhatItDoesNotKnowAndStaysByteForB
     EXPECT_EQ(settings.GetText("Symbols"), "IBM,MSFT");
     EXPECT_EQ(settings.GetText("RequestDays"), "1,0,1,0,0"); // not a text: the default
     EXPECT_EQ(settings.GetInt("Candle Price Chart Style"), 0);
-
     ASSERT_TRUE(settings.SaveList("Symbols", {"QQQ", "IBM"}, &prompt));
     EXPECT_EQ(CConfigWriter().Read("Symbols", ""), "QQQ,IBM");
     EXPECT_EQ(CConfigWriter().Read("Future Key", ""), "5");
     EXPECT_EQ(CConfigWriter(QString::fromStdString(file.string()), "Other").Read("x", ""), "1");
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_TRUE(SetAsideContents().empty());
-
     // Written by hand, with a quote left open: QSettings would write all of it back its own way.
     const std::string byHand = "[ApplicationSettings]\nCurrentSymbol = LUMA\nSymbols=LUMA, AURX\n"
                                "RequestDatapoints=\"500\n";
@@ -146,7 +134,6 @@ TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
         WriteFile(bytes);
         kept.push_back(bytes);
         prompt.boxes.clear();
-
         const SSettingsLoad load = Start();
         EXPECT_TRUE(load.usedDefaults);
         EXPECT_EQ(settings.GetText("CurrentSymbol"), "");
@@ -154,7 +141,6 @@ TEST_F(SettingsFile, UnreadableFileIsSetAsideTheUserToldOnceAndDefaultsUsed) {
         ASSERT_EQ(prompt.boxes.size(), 1u);
         EXPECT_NE(prompt.boxes[0].text.find(file.string() + "\n"), std::string::npos);
         EXPECT_NE(prompt.boxes[0].text.find(load.setAside.toStdString()), std::string::npos);
-
         ASSERT_TRUE(settings.SetText("CurrentSymbol", "SPY"));
         Start();
         EXPECT_EQ(prompt.boxes.size(), 1u) << "told again";
@@ -188,13 +174,11 @@ TEST_F(SettingsFile, FileDamagedWhileRunningIsNotOverwritten) {
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "IBM"));
     const std::string garbage = "[ApplicationSettings]\nCurrentSymbol=IBM\n\0\0\0"s;
     WriteFile(garbage);
-
     EXPECT_FALSE(settings.SaveList("Symbols", {"IBM", "MSFT"}, &prompt));
     ASSERT_EQ(prompt.boxes.size(), 1u);
     EXPECT_EQ(prompt.boxes[0].text, "Unable to write Symbols to the registry.  Error Code: 84\n");
     EXPECT_EQ(settings.GetText("Symbols"), "IBM,MSFT");
     EXPECT_EQ(ReadFile(file), garbage);
-
     // Damage only QSettings sees (the ';' starts a comment, so the group line has no ']') is
     // found by every later write too, although QSettings reports it only when it first parses
     // the file.

@@ -9,6 +9,7 @@
 #include "platform/startup_store.h"
 
 #include "deadline.h"
+#include "settings_file.h"
 #include "temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -80,7 +81,6 @@ TEST_F(LogStart, FinishedInstancesLogsGoUnlessPreservedAndLiveOnesStay) {
     LiveChild other;
     const fs::path live = LogOf(defaultFolder, static_cast<unsigned>(other.pid));
     const fs::path finished = LogOf(defaultFolder, FinishedPid());
-
     EXPECT_TRUE(IsProcessRunning(1)); // running, and not ours to signal unless we are root
     EXPECT_FALSE(IsProcessRunning(0));
     EXPECT_FALSE(IsProcessRunning(UINT_MAX));
@@ -92,7 +92,6 @@ TEST_F(LogStart, FinishedInstancesLogsGoUnlessPreservedAndLiveOnesStay) {
     EXPECT_EQ(result.deleted, std::vector<fs::path>{finished});
     QSettings startup(CRegistryPaths::StartupFile(), QSettings::IniFormat);
     EXPECT_EQ(fs::path(startup.value("LogPath").toString().toStdString()), defaultFolder);
-
     // A chosen folder, and the switch that keeps every log.
     const fs::path folder = fs::path(home.path()) / "chosen logs";
     const fs::path old = LogOf(folder, FinishedPid());
@@ -109,11 +108,8 @@ TEST_F(LogStart, FinishedInstancesLogsGoUnlessPreservedAndLiveOnesStay) {
     }
 }
 
-class StartupPorts : public ::testing::Test {
+class StartupPorts : public skychart::test::SettingsFileTest {
 protected:
-    void SetUp() override { ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1); }
-    void TearDown() override { ::unsetenv("XDG_CONFIG_HOME"); }
-
     fs::path File() const { return CRegistryPaths::StartupFile().toStdString(); }
     void Write(const std::string& text) const {
         home.writeFile(File().lexically_relative(home.path()).string(), text);
@@ -122,8 +118,6 @@ protected:
         return QSettings(CRegistryPaths::StartupFile(), QSettings::IniFormat).value(name);
     }
     static int Lookup() { return CStartupStore::ReadPort("LookupPort", "9100", 9100); }
-
-    TempDir home;
 };
 
 TEST_F(StartupPorts, AMissingPortIsWrittenAsItsDefaultTextAndUsed) {
@@ -131,7 +125,6 @@ TEST_F(StartupPorts, AMissingPortIsWrittenAsItsDefaultTextAndUsed) {
     EXPECT_EQ(Value("AdminPort").typeId(), QMetaType::QString);
     EXPECT_EQ(Value("AdminPort").toString(), "9300");
     EXPECT_EQ(CStartupStore::ReadPort("AdminPort", "9300", 9300), 9300);
-
     // Beside other values only the missing one is added.
     Write("[General]\nLookupPort=9101\n");
     EXPECT_EQ(CStartupStore::ReadPort("Level1Port", "5009", 5009), 5009);

@@ -2,6 +2,7 @@
 #include "core/data_types.h"
 #include "core/setting_keys.h"
 #include "core/settings.h"
+#include "settings_table.h"
 #include "studies/study_charts.h"
 #include "studies/study_set.h"
 #include "study_reference.h"
@@ -23,15 +24,12 @@ using namespace study_reference;
 // Daily bars zig-zagging upwards: close 100 + i + (i % 3), high = close + 1 (+ 0.5 on odd bars),
 // low = close - 2, volume 1000 + 10 i.
 std::shared_ptr<CStudyInputs> ZigZag(int count, int dataType = 2) {
-    std::vector<double> high, low, close, volume;
+    CVectorBars bars;
     for (int i = 0; i < count; ++i) {
         const double c = 100.0 + i + (i % 3);
-        close.push_back(c);
-        high.push_back(c + 1.0 + 0.5 * (i % 2));
-        low.push_back(c - 2.0);
-        volume.push_back(1000.0 + 10.0 * i);
+        bars.Add(c + 1.0 + 0.5 * (i % 2), c - 2.0, c, 1000 + 10 * i);
     }
-    return std::make_shared<CStudyInputs>(dataType, high, low, close, volume);
+    return std::make_shared<CStudyInputs>(dataType, bars.high, bars.low, bars.close, bars.volume);
 }
 
 std::unique_ptr<CHistStudyChart> Filled(int type, const SStudySettings& settings,
@@ -69,7 +67,6 @@ TEST(StudyCharts, DescriptionsFollowTheSettings) {
         }
         EXPECT_EQ(study->label(kNoCursorBar, true), description + " (Minimized)") << type;
     }
-
     SStudySettings buy = settings;
     buy.periods[kStudyMACD] = 9;
     buy.stoFast = true;
@@ -86,7 +83,6 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
     settings.macdLong = 4;
     const auto inputs = ZigZag(40);
     const int bar = 30;
-
     const auto rsi = Filled(kStudyRSI, settings, *inputs);
     const double r = rsi->LineAt(0, bar);
     ASSERT_FALSE(std::isnan(r));
@@ -95,7 +91,6 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
     EXPECT_EQ(rsi->InfoLine(bar), fmt::format("\nRSI: {:.1f}", r));
     // Outside the series: no values.
     EXPECT_EQ(rsi->label(40, false), "RSI, lookback period - 3, levels - 70, 30");
-
     const auto macd = Filled(kStudyMACD, settings, *inputs);
     EXPECT_EQ(macd->InfoLine(bar), fmt::format("\nMACD: {:.3f} Signal: {:.3f}",
                                                macd->LineAt(0, bar), macd->LineAt(1, bar)));
@@ -106,7 +101,6 @@ TEST(StudyCharts, CursorValuesAndInfoLinesReadTheDrawnLines) {
               fmt::format("ADX, Smoothing period - 3 ADX: {:.4f} +DI: {:.4f} -DI: {:.4f}",
                           adx->LineAt(0, bar), adx->LineAt(1, bar), adx->LineAt(2, bar)));
     EXPECT_TRUE(Filled(kStudyVolume, settings, *inputs)->InfoLine(bar).empty());
-
     // Money flow in millions reads scaled.
     std::vector<double> close{10, 11, 12, 13, 14, 15};
     std::vector<double> volume(6, 1'000'000.0);
@@ -194,14 +188,12 @@ TEST(StudyCharts, HistogramWidthsAndTheVolumeAverageInTheLabel) {
     }
     EXPECT_EQ(volume->HistogramWidth(120, 10.0), 6);
     EXPECT_EQ(volume->HistogramWidth(3840, 0.2), 1);
-
     // The volume label names its average and its lookback.
     SStudySettings settings;
     const auto daily = ZigZag(4);
     // All data: (1000 + 1010 + 1020 + 1030) / 4.
     EXPECT_EQ(Filled(kStudyVolume, settings, *daily)->label(3, false),
               "Volume, average: 1.01K Vol: 1.03K");
-
     settings.radio[kStudyVolume] = 0; // custom: the newest two bars
     settings.periods[kStudyVolume] = 2;
     EXPECT_EQ(Filled(kStudyVolume, settings, *ZigZag(4, 1), {1, 5})->label(kNoCursorBar, false),
@@ -235,7 +227,6 @@ TEST(StudySet, ExportColumnsFollowTheShownStudiesOnce) {
     EXPECT_DOUBLE_EQ(set.Average(1)[4], 514.0 / 5);
     EXPECT_TRUE(std::isnan(set.Average(1)[3]));
     EXPECT_TRUE(set.Average(2).empty());
-
     upper.masShow = false;
     upper.bandsShow = false;
     studies.paneTypes.clear();
@@ -257,8 +248,7 @@ TEST(StudySet, ExportCellsReadBackAsTheSameDouble) {
 TEST(StudySettings, ListsAndChoicesReadFromTheTable) {
     // A short list keeps the defaults of the missing studies (the studies pages open on the
     // defaults themselves); an unreadable entry keeps its own.
-    CSettings settings;
-    settings.RegisterAll(AllSettingKeys());
+    skychart::test::SettingsTable settings;
     settings.SetText(keys::kStudyAvgPeriod, "30,x,7");
     settings.SetText(keys::kStudyCustomAvgPeriod, "30");
     settings.SetInt(keys::kRSIRadioSelect, 3); // "Custom": its period is in both lists
@@ -271,7 +261,6 @@ TEST(StudySettings, ListsAndChoicesReadFromTheTable) {
     EXPECT_EQ(read.Period(kStudyRateOfChange), 7);
     EXPECT_EQ(read.Period(kStudyADX), 14);
     EXPECT_EQ(read.paneTypes, (std::vector<int>{kStudyVolume, kStudyMACD, kStudyVolume}));
-
     // Written back over the defaults, a custom period is in both lists.
     read.Write(settings, SStudySettings{});
     EXPECT_EQ(settings.GetText(keys::kStudyCustomAvgPeriod), "30,20,20,9,18,5,500,9,9,10");

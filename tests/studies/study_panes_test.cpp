@@ -3,7 +3,9 @@
 #include "core/setting_keys.h"
 #include "core/settings.h"
 #include "history/chart_hist_request.h"
+#include "history_bars.h"
 #include "recording_chart_2d.h"
+#include "settings_table.h"
 #include "studies/column_store.h"
 #include "studies/study_panes.h"
 
@@ -21,16 +23,10 @@ using skychart::test::CRecordingChart2D;
 class StudyPanes : public ::testing::Test {
 protected:
     void SetUp() override {
-        settings.RegisterAll(AllSettingKeys());
         for (int i = 0; i < 200; ++i) {
-            sTICK bar;
-            bar.time = CDateTime(CDateTime(2020, 1, 1, 0, 0, 0).Days() + i);
-            bar.close = 100.0 + 20.0 * std::sin(i / 5.0);
-            bar.open = bar.close - 0.5;
-            bar.high = bar.close + 1.0;
-            bar.low = bar.close - 1.0;
-            bar.volume = 1000 + i;
-            ASSERT_TRUE(history.AppendTick(bar));
+            const double c = 100.0 + 20.0 * std::sin(i / 5.0);
+            ASSERT_TRUE(history.AppendTick(
+                MakeBar(DayAfter(2020, 1, 1, i), c - 0.5, c + 1.0, c - 1.0, c, 0, 1000 + i)));
         }
     }
     void Show(int paneCount, std::initializer_list<int> types) {
@@ -40,7 +36,6 @@ protected:
             settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, pane++), type);
         }
     }
-
     SUpperStudySettings Upper() const { return SUpperStudySettings::Read(settings); }
     SStudySettings Lower() const { return SStudySettings::Read(settings); }
     // Paints study pane `pane` into its own chart as the view does: 120 slots, the cursor on
@@ -53,8 +48,7 @@ protected:
         draw.PaintPane(pane, target, style, frame, 0, false);
         return target;
     }
-
-    CSettings settings;
+    skychart::test::SettingsTable settings;
     CChartHistRequest history;
     CHistChartDrawManager draw{history};
     CRecordingChart2D chart;
@@ -72,13 +66,11 @@ TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
     EXPECT_EQ(studies.PaneCount(), 2);
     EXPECT_EQ(studies.PaneStudyType(1), kStudyRSI);
     EXPECT_FALSE(studies.TakeFinished());
-
     studies.SeriesChanged(history, kDays, 0);
     EXPECT_TRUE(studies.Computing());
     studies.WaitFinished();
     EXPECT_FALSE(studies.Computing());
     ASSERT_EQ(studies.Current().Inputs().Count(), 200);
-
     draw.SetScrollPosition(80, 120, kDays);
     SPaneFrame frame;
     frame.displayedPoints = 120;
@@ -94,14 +86,12 @@ TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
     // The bands reach below the lowest low: the range widens to them.
     ASSERT_LT(lowest, *std::min_element(draw.Displayed().low.begin(), draw.Displayed().low.end()));
     EXPECT_DOUBLE_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, lowest);
-
     // The read-outs of a bar: the averages and the bands after the price fields, the study
     // panes' lines after them in the information.
     const std::vector<std::string> fields = draw.PriceBarFields(150);
     ASSERT_EQ(fields.size(), 7U);
     EXPECT_EQ(fields[5].substr(0, 5) + fields[6].substr(0, 14), "MA1: Bands: lower: ");
     EXPECT_NE(draw.InfoText(150).find("\nDate: 2020/05/30\nMA1: "), std::string::npos);
-
     // The RSI pane: its line over the displayed bars, its levels across the axis, the fixed
     // oscillator scale and the values at the cursor in the label.
     const CRecordingChart2D& rsiPane = PaintStudy(1, 150);
@@ -140,7 +130,6 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Pane(0).Period(), 20);
     EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
-
     settings.SetText(keys::kStudyAvgPeriod, "21,5");
     studies.SettingsChanged(Upper(), Lower());
     // The same panes keep their lines until the new ones are ready.
@@ -154,7 +143,6 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     ASSERT_TRUE(history.GetTick(10, now));
     ASSERT_TRUE(history.GetTick(5, then));
     EXPECT_DOUBLE_EQ(studies.Current().Pane(0).LineAt(0, 10), now.close - then.close);
-
     // Other panes: shown at once, with their labels only.
     Show(2, {kStudyADX, kStudyMFI});
     studies.SettingsChanged(Upper(), Lower());
@@ -162,7 +150,6 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     EXPECT_EQ(studies.Current().Pane(1).Count(), 0);
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Pane(1).Count(), 200);
-
     // A colour computes nothing: every study keeps its lines and takes the new look at once.
     const CHistStudyChart* mfi = &studies.Current().Pane(1);
     settings.SetText(keys::Numbered(keys::kStudyDataColor, kStudyMFI), "255");
@@ -171,7 +158,6 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     EXPECT_EQ(&studies.Current().Pane(1), mfi);
     EXPECT_EQ(mfi->Lines()[0].color, 255U);
     EXPECT_EQ(mfi->Count(), 200);
-
     // Live points: followed at once on the calling thread; growth while a computation runs is
     // followed when it is done, the lines drawn staying meanwhile.
     const auto append = [&](double close) {
@@ -203,7 +189,6 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     // The followed value is the one a computation over the whole series gives.
     EXPECT_NEAR(mfiAt(200), followedMfi, 1e-9);
     EXPECT_FALSE(std::isnan(mfiAt(201)));
-
     studies.Clear();
     EXPECT_EQ(studies.Current().Inputs().Count(), 0);
     EXPECT_EQ(studies.InfoStudies(5), "\nADX: , +DI: , -DI: \nMFI: ");
@@ -223,14 +208,10 @@ TEST_F(StudyPanes, ANewSeriesIsComputedIntoTheRoomOfTheOneBefore) {
     for (const int bars : {200, 150, 260}) {
         history.Clear();
         for (int i = 0; i < bars; ++i) {
-            sTICK bar;
-            bar.time = CDateTime(CDateTime(2021, 1, 1, 0, 0, 0).Days() + i);
-            bar.close = 50.0 + bars / 10.0 + 7.0 * std::cos(i / (bars / 40.0));
-            bar.open = bar.close - 0.25;
-            bar.high = bar.close + 0.5 + (i % 3) * 0.25;
-            bar.low = bar.close - 0.75;
-            bar.volume = 500 + (i * 37) % 200;
-            ASSERT_TRUE(history.AppendTick(bar));
+            const double c = 50.0 + bars / 10.0 + 7.0 * std::cos(i / (bars / 40.0));
+            ASSERT_TRUE(history.AppendTick(MakeBar(DayAfter(2021, 1, 1, i), c - 0.25,
+                                                   c + 0.5 + (i % 3) * 0.25, c - 0.75, c, 0,
+                                                   500 + (i * 37) % 200)));
         }
         studies.Clear();
         studies.SeriesChanged(history, kDays, 0);
@@ -269,7 +250,6 @@ TEST(ColumnStore, OnlyFreshRoomOfALongColumnIsAdvised) {
     EXPECT_EQ(advised[0].second, column.capacity() * sizeof(double));
     EXPECT_GT(column.capacity(), count);
     EXPECT_EQ(column, (std::vector<double>{1.5, 2.5}));
-
     std::vector<double> small;
     store.Fill(small, count - 1);
     EXPECT_EQ(advised.size(), 1U);

@@ -1,6 +1,7 @@
 #include "frame_fixture.h"
 
 #include "base/fields.h"
+#include "chart/ui/chart_form_view.h"
 #include "core/settings.h"
 #include "platform/config_writer.h"
 
@@ -141,6 +142,13 @@ void FrameTest::EnterInSymbolBox(const QString& text) {
     edit->setFocus();
     edit->setText(text);
     QTest::keyClick(edit, Qt::Key_Return);
+}
+
+void FrameTest::UseSettings(const std::map<std::string, std::string>& values) {
+    for (const auto& [key, value] : values) {
+        ASSERT_TRUE(m_settings.SetText(key, value)) << key;
+    }
+    m_frame->ChartView()->ReloadRequestSettings();
 }
 
 } // namespace skychart::test

@@ -20,6 +20,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,7 +32,6 @@ class FrameTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
-
     // Loads the settings from the temporary Skychart.conf and creates and shows the frame.
     CMainFrame& OpenFrame(const COrvaneCommandLineInfo& commandLine = {});
     // Destroys the frame and empties the settings table (the files stay).
@@ -40,20 +40,19 @@ protected:
     // The settings table and the history handed to the frame.
     CSettings& settings() { return m_settings; }
     CChartHistRequest& history() { return m_history; }
-
     // Runs the event loop until `done` holds; false when it did not within the time.
     static bool WaitFor(const std::function<bool()>& done,
                         std::chrono::milliseconds timeout = std::chrono::seconds(30));
     // Waits until the service reported "S,IP," to the frame.
     bool WaitForService();
-
     // A value of the group ApplicationSettings in the real Skychart.conf (empty when missing).
     static QString Stored(const QString& key);
     // Waits until portico watches `count` symbols, by fresh "S,STATS" lines of its admin port.
     bool WaitForServiceWatchCount(int count);
     // Presses Enter in the symbol box after typing `text` into it.
     void EnterInSymbolBox(const QString& text);
-
+    // Stores `values` (key -> text) in the table and has the chart view read its requests again.
+    void UseSettings(const std::map<std::string, std::string>& values);
     PorticoProcess& portico() { return *m_portico; }
     // Stops the test's portico and starts another with `arguments` (after no linger and a short
     // connect delay), which the frames opened from now on talk to.
@@ -61,7 +60,6 @@ protected:
     // The portico processes the frames launched for this test that are still running.
     std::vector<int> LaunchedPorticos() const;
     const std::string& home() const { return m_home.path(); }
-
     RecordingPrompt m_prompt;
 
 private:

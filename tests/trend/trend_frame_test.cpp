@@ -22,9 +22,7 @@ namespace {
 class TrendFrameTest : public FrameTest {
 protected:
     void LoadLuma() {
-        ASSERT_TRUE(settings().SetText("RequestDataType", "2"));
-        ASSERT_TRUE(settings().SetText("RequestDatapoints", "300,40,500,10,6"));
-        frame().ChartView()->ReloadRequestSettings();
+        UseSettings({{"RequestDataType", "2"}, {"RequestDatapoints", "300,40,500,10,6"}});
         ASSERT_TRUE(WaitForService());
         EnterInSymbolBox("LUMA");
         ASSERT_TRUE(
@@ -107,7 +105,6 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
         Send(QEvent::MouseButtonPress, At(60, kind == ETrendKind::Sloping ? price * 1.01 : price));
     }
     const auto horizontal = Trend().Lists().List(ETrendKind::Horizontal).Trendlines()[0];
-
     // A press on a line drags it, whole bars at a time, instead of scrolling the chart; the drag's
     // end stores its new bars' times.
     const std::vector<STrendPoint> before = horizontal->Points();
@@ -123,7 +120,6 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
         EXPECT_NEAR(after[i].price, price * 1.02, price * 0.002);
         EXPECT_TRUE(after[i].time.time == TimeOfBar(history(), after[i].bar).time);
     }
-
     // While the question is asked the line flashes by its timer; No keeps it drawn normally.
     int toggles = 0;
     m_prompt.whileAsked = [&] {
@@ -153,7 +149,6 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
     EXPECT_EQ(Trend().FlashTimer().objectName(), QString::number(timers::kFlashId));
     EXPECT_EQ(Trend().FlashTimer().interval(), 500);
     EXPECT_EQ(frame().StatusText(), "");
-
     // Yes removes it; a click on nothing in the delete mode asks nothing.
     m_prompt.answers = {true};
     Trend().StartDeleting();
@@ -162,7 +157,6 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
     Send(QEvent::MouseButtonPress, At(30, price * 1.02));
     EXPECT_EQ(Trend().Lists().Count(), 1);
     EXPECT_EQ(Trend().Lists().List(ETrendKind::Horizontal).Trendlines().size(), 0u);
-
     // The sloping line is in the file and comes back on its bars in a new frame.
     const auto kept = Trend().Lists().All()[0]->Points();
     CloseFrame();
@@ -171,7 +165,6 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
     ASSERT_EQ(Trend().Lists().Count(), 1);
     EXPECT_EQ(Trend().Lists().All()[0]->Points(), kept);
     EXPECT_EQ(Trend().Lists().All()[0]->Kind(), ETrendKind::Sloping);
-
     // "Delete all trendlines?": No keeps them, Yes removes them, from the file too.
     m_prompt.answers = {false, true};
     EXPECT_EQ(Trend().DeleteAll(), 0);
