@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -30,19 +31,16 @@ TEST(ChartBusLoad, TakesTheComboTextsAsTheRibbonDoesAndRefusesWhatItCouldNotSend
     EXPECT_EQ(load.typeIndex, FindComboItem(RequestTypeItems(), "Daily"));
     EXPECT_EQ(load.dataType, kDays);
     EXPECT_EQ(load.intervalIndex, -1); // "" keeps the current interval
-
     ASSERT_TRUE(CheckChartBusLoad("aurx.b", "minute", "5-MINUTE", load).Ok());
     EXPECT_EQ(load.symbol, "AURX.B");
     EXPECT_EQ(load.dataType, kIntervals);
     EXPECT_EQ(IntervalItems()[static_cast<std::size_t>(load.intervalIndex)].data, 5);
-
     // An interval with another type is still checked and kept, as the ribbon keeps it.
     ASSERT_TRUE(CheckChartBusLoad("X", "Tick", "2-Hour", load).Ok());
     EXPECT_EQ(load.dataType, kTicks);
     EXPECT_EQ(load.intervalIndex, static_cast<int>(IntervalItems().size()) - 1);
     ASSERT_TRUE(CheckChartBusLoad(std::string(127, 'A'), "Monthly", "", load).Ok());
     EXPECT_EQ(load.dataType, kMonths);
-
     // What the ribbon could not send is refused, and the request is left alone.
     load.symbol = "KEPT";
     for (const std::string& symbol :
@@ -74,25 +72,19 @@ TEST(ChartBusFiles, PathsMustBeAbsoluteFilesAndRenderSizesWithinTheLimits) {
     for (const char* path : {"", "luma.csv", "./luma.csv", "/tmp/"}) {
         EXPECT_EQ(Fault(CheckChartBusExport(path)), kInvalid) << path;
     }
-
     EXPECT_TRUE(CheckChartBusRender("/tmp/luma.png", 640, 480).Ok());
     EXPECT_TRUE(CheckChartBusRender("/tmp/LUMA.PDF", kRenderMinSize, kRenderMaxSize).Ok());
     for (const char* path :
          {"luma.png", "/tmp/luma.jpg", "/tmp/png", "/tmp/a.png/", "/a.png.d/x"}) {
         EXPECT_EQ(Fault(CheckChartBusRender(path, 640, 480)), kInvalid) << path;
     }
-    const struct {
-        int width;
-        int height;
-        const char* said;
-    } sizes[] = {{kRenderMinSize - 1, 480, "width"},
-                 {640, kRenderMaxSize + 1, "height"},
-                 {-640, 480, "width"},
-                 {640, 0, "height"}};
-    for (const auto& size : sizes) {
-        const SChartBusReply reply = CheckChartBusRender("/tmp/a.png", size.width, size.height);
+    for (const auto& [width, height, said] : {std::tuple{kRenderMinSize - 1, 480, "width"},
+                                              {640, kRenderMaxSize + 1, "height"},
+                                              {-640, 480, "width"},
+                                              {640, 0, "height"}}) {
+        const SChartBusReply reply = CheckChartBusRender("/tmp/a.png", width, height);
         EXPECT_EQ(Fault(reply), kInvalid);
-        EXPECT_NE(reply.message.find(size.said), std::string::npos) << reply.message;
+        EXPECT_NE(reply.message.find(said), std::string::npos) << reply.message;
     }
 }
 
@@ -106,7 +98,6 @@ TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
     EXPECT_NE(loading.message.find("LUMA"), std::string::npos);
     EXPECT_EQ(Fault(CheckChartBusLoaded("LUMA", false, 0)), noChart);
     EXPECT_TRUE(CheckChartBusLoaded("LUMA", false, 1).Ok());
-
     // --help shows how to reach the methods and what their errors are called.
     const std::string usage = COrvaneCommandLineInfo::Usage("s", "t", "l");
     for (const char* text :
@@ -173,7 +164,6 @@ TEST(ChartBusTrendlines, ArgumentsCheckedAndTrendlinesWrittenAsJson) {
         EXPECT_EQ(Fault(reply), kInvalid) << kind;
         EXPECT_NE(reply.message.find(says), std::string::npos) << reply.message;
     }
-
     struct SPane : ITrendPane {
         void AddTrendItem(std::shared_ptr<CDrawnItem>) override {}
         void RemoveTrendItem(const CDrawnItem*) override {}

@@ -37,7 +37,6 @@ TEST(CommandLine, FlagsIgnoreCaseTakeTheNextNonFlagParameterAndTheFirstOfMaxAndM
     EXPECT_TRUE(info.HasFrameRect());
     EXPECT_FALSE(info.expectSymbol || info.expectTop || info.expectBottom || info.expectLeft ||
                  info.expectRight);
-
     // "-symbol -max krno": the flag in between does not take the value; positions use atoi.
     const COrvaneCommandLineInfo between = Parsed("-symbol -max krno -top 12abc");
     EXPECT_EQ(between.symbol, "KRNO");
@@ -49,7 +48,6 @@ TEST(CommandLine, FlagsIgnoreCaseTakeTheNextNonFlagParameterAndTheFirstOfMaxAndM
     EXPECT_TRUE(dangling.symbol.empty());
     // A stray value that no option waits for changes nothing.
     EXPECT_EQ(Parsed("stray -symbol luma").symbol, "LUMA");
-
     // The first of -max and -min wins; the long options are known, any other flag is named.
     EXPECT_TRUE(Parsed("-max -min").maximise && !Parsed("-max -min").minimise);
     EXPECT_TRUE(Parsed("-MIN -Max").minimise && !Parsed("-MIN -Max").maximise);
@@ -95,7 +93,6 @@ TEST(CommandLine, RenderAndExportOptionsAreParsedAndChecked) {
               "");
     EXPECT_EQ(request.output, EExportOutput::Csv);
     EXPECT_EQ(request.timeoutSeconds, 300);
-
     // The first problem found is named.
     const std::string chart = " -symbol X -type Daily";
     const std::pair<std::string, std::string> problems[] = {
@@ -138,7 +135,6 @@ TEST(CommandLine, DataDirIsStoredAbsoluteAndReachesTheServiceArguments) {
     const std::vector<std::string> product{"-product", CFeedConnections::kProductId, "-version",
                                            CFeedConnections::kProductVersion};
     EXPECT_EQ(CFeedConnections::ServiceArguments(Parsed("-symbol x").ServiceOptions()), product);
-
     // An absolute folder with a space and a trailing '/' is one value, not a flag; a relative one
     // is made absolute against the working folder as it is parsed.
     const std::filesystem::path before = std::filesystem::current_path();
@@ -160,7 +156,6 @@ TEST(CommandLine, DataDirIsStoredAbsoluteAndReachesTheServiceArguments) {
                   std::tuple(folder, true, "LUMA"));
     }
     std::filesystem::current_path(before);
-
     const std::pair<std::vector<std::string>, std::string> problems[] = {
         {{"--data-dir", home.path() + "/gone"},
          "--data-dir " + home.path() + "/gone: no such folder"},
@@ -200,12 +195,12 @@ TEST(CommandLine, SymbolTypeAndIntervalAreStoredOnceAndOnlyWithASymbol) {
         settings.Register("RequestIntervalIndex", "4", true);
         COrvaneCommandLineInfo info = Parsed(c.parameters + " -left 1 -right 9 -top 1 -bottom 9");
         const SAppliedCommandLine applied = info.ApplyTo(settings);
-        EXPECT_EQ(applied.load, c.load) << c.parameters;
-        EXPECT_EQ(applied.typeIndex, c.typeIndex) << c.parameters;
-        EXPECT_EQ(applied.intervalIndex, c.intervalIndex) << c.parameters;
-        EXPECT_EQ(settings.GetText("CurrentSymbol"), c.symbol) << c.parameters;
-        EXPECT_EQ(settings.GetInt("RequestDataType"), c.dataType) << c.parameters;
-        EXPECT_EQ(settings.GetInt("RequestIntervalIndex"), c.interval) << c.parameters;
+        EXPECT_EQ(
+            std::tuple(applied.load, applied.typeIndex, applied.intervalIndex,
+                       settings.GetText("CurrentSymbol"), settings.GetInt("RequestDataType"),
+                       settings.GetInt("RequestIntervalIndex")),
+            std::tuple(c.load, c.typeIndex, c.intervalIndex, c.symbol, c.dataType, c.interval))
+            << c.parameters;
         // Applied once: the frame takes its position, and the symbol is not stored again.
         EXPECT_FALSE(info.HasFrameRect());
         settings.SetText("CurrentSymbol", "AURX");

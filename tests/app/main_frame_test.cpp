@@ -82,7 +82,6 @@ TEST_F(FrameTest, SymbolsEnteredAndRibbonCombosAreStoredAndComeBackAtTheNextStar
         frame.Ribbon()->PanelsWithCaption(CMainFrame::kEnterPanelCaption);
     ASSERT_FALSE(panels.isEmpty());
     EXPECT_TRUE(panels.front()->isAncestorOf(frame.SymbolCombo()));
-
     ASSERT_TRUE(WaitForService());
     EXPECT_EQ(frame.StatusText(), "Connected to Kestrel...");
     EXPECT_TRUE(WaitFor([&] { return StatusPane(frame, "Connection")->text() == "Connected"; }));
@@ -92,7 +91,6 @@ TEST_F(FrameTest, SymbolsEnteredAndRibbonCombosAreStoredAndComeBackAtTheNextStar
     EXPECT_TRUE(frame.ChartView()->Symbol().empty());
     EXPECT_TRUE(Stored("CurrentSymbol").isEmpty());
     EXPECT_TRUE(frame.Feed()->PendingWatches().empty());
-
     // Each symbol entered replaces the watch of the one before and leads the recent list.
     EnterInSymbolBox("  luma \t");
     EXPECT_EQ(frame.ChartView()->Symbol(), "LUMA");
@@ -102,7 +100,6 @@ TEST_F(FrameTest, SymbolsEnteredAndRibbonCombosAreStoredAndComeBackAtTheNextStar
     EXPECT_EQ(Stored("CurrentSymbol"), "LUMA");
     EXPECT_EQ(Stored("Symbols"), "LUMA,KRNO");
     EXPECT_TRUE(WaitForServiceWatchCount(1));
-
     frame.RequestTypeCombo()->setCurrentIndex(frame.RequestTypeCombo()->findText("Minute"));
     frame.IntervalCombo()->setCurrentIndex(frame.IntervalCombo()->findText("30-Minute"));
     frame.ChartStyleCombo()->setCurrentIndex(frame.ChartStyleCombo()->findText("OHLC"));
@@ -111,7 +108,6 @@ TEST_F(FrameTest, SymbolsEnteredAndRibbonCombosAreStoredAndComeBackAtTheNextStar
                   Stored("Candle Price Chart Style") + Stored("Search Type"),
               "1701");
     EXPECT_EQ(StatusPane(frame, "Chart Type")->text(), "30-Minute OHLC");
-
     CloseFrame();
     CMainFrame& again = OpenFrame();
     ASSERT_EQ(again.SymbolCombo()->count(), 2);
@@ -132,7 +128,6 @@ TEST_F(FrameTest, CommandLineAppliesOnceWhenTheServiceIsReadyAndAnUnknownWorkspa
     // Nothing is applied before the service reports itself.
     EXPECT_TRUE(frame.ChartView()->Symbol().empty());
     ASSERT_TRUE(WaitForService());
-
     EXPECT_EQ(frame.ChartView()->Symbol(), "KRNO");
     EXPECT_EQ(Stored("CurrentSymbol"), "KRNO");
     EXPECT_EQ(Stored("RequestDataType"), "3");
@@ -140,13 +135,11 @@ TEST_F(FrameTest, CommandLineAppliesOnceWhenTheServiceIsReadyAndAnUnknownWorkspa
     EXPECT_EQ(frame.RequestTypeCombo()->currentText(), "Weekly");
     EXPECT_EQ(frame.IntervalCombo()->currentText(), "1-Hour");
     EXPECT_TRUE(WaitForServiceWatchCount(1));
-
     // The user moves on; a later "S,IP," does not bring the command line back.
     EnterInSymbolBox("luma");
     frame.OnServiceIp();
     EXPECT_EQ(frame.ChartView()->Symbol(), "LUMA");
     EXPECT_EQ(Stored("CurrentSymbol"), "LUMA");
-
     // (The workspace end-to-end test saves and reopens one.) An unknown one tells the user and
     // opens nothing.
     EXPECT_FALSE(CChartsApp::OpenWorkspace("Evening", m_prompt).has_value());
@@ -184,7 +177,6 @@ TEST_F(StatusBarTest, ALostConnectionIsNamedInThePanesLoggedOnceAndElidedToFit) 
     EXPECT_EQ(logged("Feed: " + feedLost.toStdString()), 1);
     EXPECT_EQ(logged("StatusBar: " + message), 1);
     spdlog::default_logger()->sinks().pop_back();
-
     ExpectPanesReadableAt(frame, {1280, 800});
     // The message is too long for its room at this width, and keeps its end in view.
     const QString shown = frame.statusBar()->findChild<CStatusPane*>("StatusText")->ShownText();

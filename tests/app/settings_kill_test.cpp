@@ -73,7 +73,6 @@ public:
     }
     DrillProcess(const DrillProcess&) = delete;
     DrillProcess& operator=(const DrillProcess&) = delete;
-
     bool WaitForReady() {
         while (m_text.find("ready\n") == std::string::npos) {
             pollfd poll{m_out, POLLIN, 0};
@@ -108,7 +107,6 @@ private:
         m_text.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
         return got > 0;
     }
-
     pid_t m_pid = -1;
     int m_out = -1;
     std::string m_text;
@@ -137,13 +135,11 @@ protected:
                    entry.starts_with("DBUS_SESSION_BUS_ADDRESS=");
         });
     }
-
     void TearDown() override {
         if (!m_runtime.empty()) {
             fs::remove_all(m_runtime);
         }
     }
-
     std::vector<std::string> Environment(int rounds) const {
         std::vector<std::string> environment = m_environment;
         environment.push_back("SKYCHART_SETTINGS_DRILL=" + std::to_string(rounds));
@@ -151,7 +147,6 @@ protected:
     }
     std::string Folder() const { return m_home.path() + "/config/Orvane/Kestrel/DisplayApps"; }
     std::string File() const { return Folder() + "/Skychart.conf"; }
-
     // Every persisted key as the file holds it ("<missing>" when it does not).
     std::map<std::string, std::string> Stored() const {
         CConfigWriter reader(QString::fromStdString(File()));
@@ -176,7 +171,6 @@ protected:
         const RunResult run = RunProcess(SKYCHART_EXECUTABLE, {}, Environment(rounds), 120s);
         ASSERT_EQ(run.exitCode, 0) << run.err;
     }
-
     PorticoProcess m_portico{PORTICO_EXECUTABLE};
     TempDir m_home;
     std::string m_runtime;
@@ -199,7 +193,6 @@ TEST_F(SettingsKillTest, TwoHundredKillsLeaveEveryKeyAndAllOrNoneOfEachOk) {
     RunToEnd(1);
     const std::map<std::string, std::string> seeded = Stored();
     int round = std::stoi(seeded.at(keys::kScrollingItems));
-
     std::mt19937 random(20240611);
     for (int run = 0; run < 200; ++run) {
         SCOPED_TRACE("run " + std::to_string(run));
@@ -211,7 +204,6 @@ TEST_F(SettingsKillTest, TwoHundredKillsLeaveEveryKeyAndAllOrNoneOfEachOk) {
         const int delay = std::uniform_int_distribution<int>(0, run % 2 == 1 ? 150 : 200)(random);
         std::this_thread::sleep_for(std::chrono::milliseconds(delay));
         const std::vector<std::string> lines = drill.Kill();
-
         ASSERT_EQ(SettingsFileProblem(QString::fromStdString(File())), "");
         // Beside the file at most the new bytes of a kill between linking and renaming them
         // (the next start removes them); never a lock.
@@ -231,7 +223,6 @@ TEST_F(SettingsKillTest, TwoHundredKillsLeaveEveryKeyAndAllOrNoneOfEachOk) {
         const int now = std::stoi(stored.at(keys::kScrollingItems));
         ASSERT_EQ(std::stoi(stored.at(keys::kPtsIndex)), now % kPointCounts) << now;
         ASSERT_EQ(std::stoi(stored.at(keys::kGridStyle)), now % kGridStyles) << now;
-
         // What was reported stored is in the file; at most the next step is beyond it.
         std::string last = "none";
         for (const std::string& line : lines) {

@@ -77,7 +77,6 @@ TEST(ProgressLine, RewritesInPlaceAtMostOncePerPeriodAndEndsWithTheLatestText) {
     const CProgressLine::Clock::time_point t0{};
     line.Finish();
     EXPECT_EQ(out, "") << "nothing was shown, so nothing is ended";
-
     EXPECT_TRUE(line.Show("LUMA: 10 points received", t0));
     EXPECT_EQ(out, "\rLUMA: 10 points received");
     // Within the period a new text waits; the same text is never written twice.
@@ -89,7 +88,6 @@ TEST(ProgressLine, RewritesInPlaceAtMostOncePerPeriodAndEndsWithTheLatestText) {
     EXPECT_TRUE(line.Show("LUMA: 9", t0 + 700ms));
     EXPECT_EQ(out, "\rLUMA: 9" + std::string(17, ' '));
     EXPECT_TRUE(line.Open());
-
     // The end shows the count held back, then the line end; a second end adds nothing.
     out.clear();
     EXPECT_FALSE(line.Show("LUMA: 1000", t0 + 750ms));
@@ -97,7 +95,6 @@ TEST(ProgressLine, RewritesInPlaceAtMostOncePerPeriodAndEndsWithTheLatestText) {
     line.Finish();
     EXPECT_EQ(out, "\rLUMA: 1000\n");
     EXPECT_FALSE(line.Open());
-
     // After the end a new line starts at once, with nothing to blank out.
     out.clear();
     EXPECT_TRUE(line.Show("next", t0 + 760ms));
@@ -115,7 +112,6 @@ TEST(RecentSymbols, TrimmedUpperCaseNewestFirstWithoutRepeatsAndAtMostThirty) {
     ASSERT_EQ(recent.Items().size(), CRecentSymbols::kMaxCount);
     EXPECT_EQ(recent.Items().front(), "S39");
     EXPECT_EQ(recent.Items().back(), "S10");
-
     // What is typed into the box is trimmed and upper-cased.
     EXPECT_EQ(SymbolFromEntry("  luma\t"), "LUMA");
     EXPECT_EQ(SymbolFromEntry("@es#"), "@ES#");

@@ -73,7 +73,6 @@ TEST(CDateTime, DaysSinceTheEpochPartsRoundingAndOrderOnBothSidesOfIt) {
     EXPECT_EQ(std::tuple(invalid.GetYear(), invalid.GetDayOfWeek()), std::tuple(-1, -1));
     SDateTimeFields fields;
     EXPECT_FALSE(CDateTime(1e9).GetFields(fields));
-
     // Fractions round to the nearest second; just under midnight rounds into the next day.
     const double oneSecond = 1.0 / 86400.0;
     for (const auto& [days, expected] :
@@ -83,7 +82,6 @@ TEST(CDateTime, DaysSinceTheEpochPartsRoundingAndOrderOnBothSidesOfIt) {
         ASSERT_TRUE(CDateTime(days).GetFields(fields));
         EXPECT_EQ(fields, expected) << days;
     }
-
     // Before the epoch the time of day counts away from it: 06:00 is -1.25, 18:00 is -1.75.
     const CDateTime early(1899, 12, 29, 6, 0, 0);
     const CDateTime later(1899, 12, 29, 18, 0, 0);
@@ -100,17 +98,12 @@ TEST(CDateTime, DaysSinceTheEpochPartsRoundingAndOrderOnBothSidesOfIt) {
 using Fields = std::vector<std::string>;
 
 TEST(SplitFields, EveryCommaEndsAFieldAnEmptyTailIsDroppedAndViewsPointIntoTheLine) {
+    // clang-format off
     const std::pair<const char*, Fields> cases[] = {
-        {"Lookup0,!ENDMSG!,", {"Lookup0", "!ENDMSG!"}},
-        {"Lookup0,!ENDMSG!,x", {"Lookup0", "!ENDMSG!", "x"}},
-        {"a,,b", {"a", "", "b"}},
-        {"a,b,,", {"a", "b", ""}},
-        {",a", {"", "a"}},
-        {",", {""}},
-        {",,", {"", ""}},
-        {"", {}},
-        {"plain", {"plain"}},
-    };
+        {"Lookup0,!ENDMSG!,", {"Lookup0", "!ENDMSG!"}}, {"a,,b", {"a", "", "b"}},
+        {"Lookup0,!ENDMSG!,x", {"Lookup0", "!ENDMSG!", "x"}}, {"a,b,,", {"a", "b", ""}},
+        {",a", {"", "a"}}, {",", {""}}, {",,", {"", ""}}, {"", {}}, {"plain", {"plain"}}};
+    // clang-format on
     for (const auto& [line, fields] : cases) {
         EXPECT_EQ(SplitFieldsCopy(line), fields) << line;
     }

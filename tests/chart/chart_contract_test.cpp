@@ -62,7 +62,6 @@ TYPED_TEST(ChartContract, RangesAndLabelPrecisionAreKeptInBoundsAndBadValuesRefu
     EXPECT_THROW(chart.SetXRange(0.0, std::numeric_limits<double>::infinity()),
                  CInvalidArgException);
     ExpectRange(chart.XRange(), 2.5, 3.5);
-
     // Label precision is per axis, from 0 to the maximum.
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y), 2);
     chart.SetLabelPrecision(EAxis::Y2, 99);
@@ -70,7 +69,6 @@ TYPED_TEST(ChartContract, RangesAndLabelPrecisionAreKeptInBoundsAndBadValuesRefu
     chart.SetLabelPrecision(EAxis::Y, -3);
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y), 0);
     EXPECT_EQ(chart.LabelPrecision(EAxis::Y2), CChart2D::kMaxLabelPrecision);
-
     // Series of unequal columns or with a position that is not a number are refused.
     const std::array<double, 3> three{1.0, 2.0, 3.0};
     const std::array<double, 2> two{1.0, 2.0};
@@ -92,7 +90,6 @@ TYPED_TEST(ChartContract, MappingSpansThePlotAreaBothWays) {
     const int plotHeight = g.height - g.top - g.bottom;
     ASSERT_GT(g.width - g.left - g.right, 400);
     ASSERT_GT(plotHeight, 200);
-
     EXPECT_NEAR(chart.SlotToPixelX(-0.5), g.left, 1.0);
     EXPECT_NEAR(chart.SlotToPixelX(99.5), g.width - g.right, 1.0);
     // The values keep clear of the frame by the inset.
@@ -104,7 +101,6 @@ TYPED_TEST(ChartContract, MappingSpansThePlotAreaBothWays) {
     EXPECT_NEAR(chart.PixelXToSlot(chart.SlotToPixelX(37.25)), 37.25, 1e-9);
     EXPECT_NEAR(chart.PixelYToValue(chart.ValueToPixelY(123.5, EAxis::Y), EAxis::Y), 123.5, 1e-9);
     EXPECT_NEAR(chart.PixelYToValue(chart.ValueToPixelY(0.25, EAxis::Y2), EAxis::Y2), 0.25, 1e-9);
-
     // A logarithmic axis: equal ratios take equal heights within the same insets, values of zero
     // and below have no pixel, and the range's low end below zero gives way to a decade.
     chart.SetAxisRange(EAxis::Y, 2.0, 200.0);

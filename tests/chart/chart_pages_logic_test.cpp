@@ -47,7 +47,6 @@ TEST(ColorPreset, LightIsTheDefaultsAndBothSetsNameEveryColourKey) {
     EXPECT_EQ(PresetColor(EColorPreset::Light, "Sloping Trendline Color"), 0xFF0000u);
     EXPECT_EQ(PresetColor(EColorPreset::Light, keys::kShowGrid), 0u);
     EXPECT_FALSE(IsColorKey(keys::kShowGrid));
-
     EXPECT_TRUE(IsDarkPalette(MakeColorRef(49, 54, 59), MakeColorRef(239, 240, 241)));
     EXPECT_FALSE(IsDarkPalette(MakeColorRef(239, 239, 239), 0));
     EXPECT_FALSE(IsDarkPalette(0x808080, 0x808080));
@@ -61,7 +60,6 @@ TEST(ColorPreset, DarkSetKeepsEveryPairDrawnTogetherApartAndLegible) {
     EXPECT_GE(ContrastRatio(grid, background), 1.5);
     EXPECT_LT(ContrastRatio(grid, background), 3.0); // a grid stays behind the data
     EXPECT_GE(ColorDistance(grid, background), 90.0);
-
     std::vector<std::string> text{keys::kPriceLabelColor, keys::kPriceBarColor,
                                   keys::kVolumeLabelColor};
     for (int type = 0; type < 10; ++type) {
@@ -70,7 +68,6 @@ TEST(ColorPreset, DarkSetKeepsEveryPairDrawnTogetherApartAndLegible) {
     for (const std::string& key : text) {
         EXPECT_GE(ContrastRatio(Dark(key), background), kMinTextContrast) << key;
     }
-
     const std::vector<std::vector<std::string>> panes{
         {keys::kPriceDataColor, keys::kPriceUpCandleColor, keys::kPriceDownCandleColor,
          "Moving Average 1 Color", "Moving Average 2 Color", "Moving Average 3 Color",
@@ -110,7 +107,6 @@ TEST_F(ColorPresets, ADarkDesktopGivesTheDarkSetUnstoredUntilTheUserStoresAColou
     const std::string emptyFile = (Start(), FileText());
     EXPECT_EQ(FollowDesktopColors(settings, false), EColorPreset::Light);
     EXPECT_EQ(settings.GetUnsigned(keys::kBackgroundColor), 0xFFFFFFu);
-
     EXPECT_EQ(FollowDesktopColors(settings, true), EColorPreset::Dark);
     for (const SPresetColor& entry : PresetColors(EColorPreset::Dark)) {
         EXPECT_EQ(settings.GetUnsigned(entry.key), entry.color) << entry.key;
@@ -120,7 +116,6 @@ TEST_F(ColorPresets, ADarkDesktopGivesTheDarkSetUnstoredUntilTheUserStoresAColou
     // Other settings are stored alone.
     settings.SetInt(keys::kShowGrid, 0);
     EXPECT_EQ(Stored(keys::kBackgroundColor), "<missing>");
-
     // The first colour stored, here as the settings sheet stores its pages, keeps the whole set.
     CColorPageLogic page(settings);
     EXPECT_EQ(page.Color(EColorSlot::Background), Dark(keys::kBackgroundColor));
@@ -134,7 +129,6 @@ TEST_F(ColorPresets, ADarkDesktopGivesTheDarkSetUnstoredUntilTheUserStoresAColou
                   "STO %K Line Color=" + std::to_string(Dark(keys::kSTOKLineColor)),
                   "Speed Resistance Trendline Color=" +
                       std::to_string(Dark("Speed Resistance Trendline Color"))});
-
     // From now on the stored colours win, on any desktop; so does a colour stored with the value
     // of its default.
     for (const std::vector<std::string>& file :
@@ -161,7 +155,6 @@ TEST_F(ColorPresets, APresetSetsEveryColourAndStoresOnlyWhatDiffers) {
     for (const SPresetColor& entry : PresetColors(EColorPreset::Dark)) {
         EXPECT_EQ(Stored(entry.key), std::to_string(entry.color)) << entry.key;
     }
-
     // Back to Light: the keys that held the light colours before keep their texts.
     std::remove(CConfigWriter().File().toStdString().c_str());
     Start({"Grid Color=255", "Sloping Trendline Color=255", "Background Color=16777215"});
@@ -178,14 +171,12 @@ TEST_F(ColorPresets, APresetSetsEveryColourAndStoresOnlyWhatDiffers) {
 TEST_F(PageLogic, DisplayLoadShowsStoredValuesAndLeavesBadListValuesUnselected) {
     Start();
     EXPECT_EQ(CDisplayPageLogic::Load(settings), SDisplayPageValues{}); // the keys' defaults
-
     Start({"PTS INDEX=7", "Show Grid=0", "Grid Style=4", "Candle Price Chart Style=0",
            "Y Axis Orientation=true", "Show Price Bar=0", "Fixed Y Axis Scaling=true",
            "Scrolling by Items=false", "Scrolling By Items Not Percent=25",
            "Scrolling by Percent=40"});
     const SDisplayPageValues stored{7, false, 4, 0, 1, false, true, false, 25, 40};
     EXPECT_EQ(CDisplayPageLogic::Load(settings), stored);
-
     Start({"PTS INDEX=11", "Grid Style=-1", "Candle Price Chart Style=7",
            "Scrolling By Items Not Percent=0", "Scrolling by Percent=250"});
     const SDisplayPageValues bad = CDisplayPageLogic::Load(settings);
@@ -209,7 +200,6 @@ TEST_F(PageLogic, DisplayCheckRefusesMissingPointsThenGridStyleAndStoreWritesWha
     // With the grid off the missing style is accepted.
     values.showGrid = false;
     EXPECT_TRUE(CDisplayPageLogic::Check(prompt, values));
-
     // Untouched values keep their stored texts, even those the page shows another way.
     CDisplayPageLogic::Store(settings, shown, shown);
     ExpectStored({"Y Axis Orientation=1", "Candle Price Chart Style=7", "PTS INDEX=<missing>"});
@@ -220,7 +210,6 @@ TEST_F(PageLogic, DisplayCheckRefusesMissingPointsThenGridStyleAndStoreWritesWha
                   "Y Axis Orientation=1", "Show Price Bar=0", "Fixed Y Axis Scaling=true",
                   "Scrolling by Items=false", "Scrolling By Items Not Percent=1000",
                   "Scrolling by Percent=1"});
-
     // "Show Grid" is stored the moment it changes, and enables the style list with it.
     EXPECT_TRUE(CDisplayPageLogic::SetShowGrid(settings, true));
     EXPECT_EQ(Stored("Show Grid"), "1");
@@ -240,7 +229,6 @@ TEST_F(PageLogic, ColoursLoadWithDefaultsForBadTextsAndStoreTheChangedOnes) {
     EXPECT_EQ(logic.StudyLabelColorOf(9), 0u);
     EXPECT_EQ(ParseColorRef("16777215"), 0xFFFFFFu);
     EXPECT_EQ(ParseColorRef(" 1"), std::nullopt);
-
     // The study colours are kept per type while another is shown.
     EXPECT_EQ(logic.StudyType(), 0);
     logic.SetStudyDataColor(0x0000FF);
@@ -256,7 +244,6 @@ TEST_F(PageLogic, ColoursLoadWithDefaultsForBadTextsAndStoreTheChangedOnes) {
     logic.SetColor(EColorSlot::Background, 0xFF000080);
     EXPECT_EQ(logic.Color(EColorSlot::Background), 0x80u);
     EXPECT_EQ(Stored("Study Data Color 0"), "<missing>"); // nothing before the page is applied
-
     // The changed colours are stored; the untouched keep their texts, even unreadable ones.
     logic.Store(settings);
     ExpectStored({"Study Data Color 0=255", "Study Label Color 5=1193046",

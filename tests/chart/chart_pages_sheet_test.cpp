@@ -42,7 +42,6 @@ protected:
     void Press(QDialogButtonBox::StandardButton button) {
         sheet->Buttons()->button(button)->click();
     }
-
     std::unique_ptr<CSettingSheet> sheet;
     CDisplaySettingsPage* display = nullptr;
     CColorPage* colors = nullptr;
@@ -55,7 +54,6 @@ TEST_F(ChartPagesSheet, OkStoresTheGridStyleAndColoursOfBothPages) {
     EXPECT_EQ(sheet->Page(1)->Title(), "Colors");
     EXPECT_EQ(display->DisplayPointsList()->currentText(), "480");
     EXPECT_EQ(display->GridStylePreview()->Color(), 255u);
-
     display->GridStyleList()->setCurrentIndex(3);
     EXPECT_EQ(display->GridStylePreview()->LineStyle(), 3);
     EXPECT_EQ(CLinePictureCtrl::PenStyle(3), Qt::DashDotLine);
@@ -66,7 +64,6 @@ TEST_F(ChartPagesSheet, OkStoresTheGridStyleAndColoursOfBothPages) {
     EXPECT_EQ(colors->StudyDataButton()->Color(), 16711680u);
     colors->StudyLabelButton()->SetColor(0x808080);
     Press(QDialogButtonBox::Ok);
-
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_EQ(applied, 11);
     ExpectStored({"Grid Style=3", "PTS INDEX=5", "Candle Price Chart Style=0", "Grid Color=65280",
@@ -84,7 +81,6 @@ TEST_F(ChartPagesSheet, ARefusalKeepsTheSheetOpenAndShowGridIsStoredAtOnce) {
     EXPECT_EQ(prompt.Texts(),
               std::vector<std::string>{"Error|You must select a valid No. of Grid Style."});
     EXPECT_EQ(applied, 0); // the sheet stays open
-
     // Clearing "Show Grid" is stored at once and disables the style list; then OK passes.
     display->ShowGridCheck()->click();
     EXPECT_EQ(Stored("Show Grid"), "0");
@@ -132,7 +128,6 @@ TEST_F(ChartPagesSheet, ColourButtonsOpenTheChooserAndKeepItsChoiceOnOkOnly) {
     EXPECT_TRUE(shownPreset);
     EXPECT_FALSE(definerShown);
     EXPECT_EQ(button->Color(), 0x563412u);
-
     // Cancel keeps the colour; a deep screen gets the whole chooser.
     CButtonForColor* grid = colors->Button(EColorSlot::Grid);
     grid->SetFullChooser(true);
@@ -144,7 +139,6 @@ TEST_F(ChartPagesSheet, ColourButtonsOpenTheChooserAndKeepItsChoiceOnOkOnly) {
     EXPECT_FALSE(grid->Choose());
     EXPECT_TRUE(definerShown);
     EXPECT_EQ(grid->Color(), 0xC0C0C0u);
-
     Press(QDialogButtonBox::Apply);
     EXPECT_EQ(Stored("Price Bar Color"), std::to_string(0x563412));
 }

@@ -15,7 +15,6 @@
 #include <QRegion>
 
 #include <algorithm>
-#include <climits>
 #include <vector>
 
 namespace {
@@ -31,18 +30,13 @@ constexpr ColorRef kAxis = MakeColorRef(0, 0, 0);
 
 // The bounding box of the pixels of `color`.
 QRect Extent(const QImage& image, ColorRef color) {
-    int left = INT_MAX, top = INT_MAX, right = INT_MIN, bottom = INT_MIN;
+    QRect box;
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            if (IsColor(image.pixel(x, y), color)) {
-                left = std::min(left, x);
-                right = std::max(right, x);
-                top = std::min(top, y);
-                bottom = std::max(bottom, y);
-            }
+            box |= IsColor(image.pixel(x, y), color) ? QRect(x, y, 1, 1) : QRect();
         }
     }
-    return left > right ? QRect() : QRect(QPoint(left, top), QPoint(right, bottom));
+    return box;
 }
 
 class ChartStack : public ::testing::Test {
@@ -58,13 +52,17 @@ protected:
         chart.SetAxisRange(EAxis::Y, 0.0, 100.0);
         chart.SetAxisRange(EAxis::Y2, 0.0, 100.0);
     }
-
+    // The price pane above a study pane, 250 and 150 pixels high.
+    void TwoPanes() {
+        stack.SetPaneGeometry(0, 0, 250);
+        stack.SetPaneGeometry(1, 250, 150);
+        stack.SetPaneVisible(1, true);
+    }
     CChart2D& Pane(int index = 0) { return stack.Pane(index); }
     int X(double slot) { return static_cast<int>(std::lround(Pane().SlotToPixelX(slot))); }
     int Y(double value) {
         return static_cast<int>(std::lround(Pane().ValueToPixelY(value, EAxis::Y)));
     }
-
     CChartStackWidget stack;
 };
 
@@ -107,7 +105,6 @@ TEST_F(ChartStack, DrawsBackgroundCandlesLineAndGridInTheirColours) {
     chart.SetLine(5, ninety, 0.0);
     const std::vector<CChart2D::SXLabel> labels{{0.0, "09:30"}, {10.0, "10:30"}};
     chart.SetXLabels(labels);
-
     const QImage image = stack.RenderImage();
     ASSERT_EQ(image.size(), QSize(600, 400));
     EXPECT_GT(Count(image, kBackground), 100000);
@@ -117,13 +114,11 @@ TEST_F(ChartStack, DrawsBackgroundCandlesLineAndGridInTheirColours) {
     EXPECT_FALSE(IsColor(image.pixel(X(2) + 5, Y(65)), kUp));
     EXPECT_GE(Count(image, kLine, QRect(X(0), Y(90) - 1, X(19) - X(0), 3)), X(19) - X(0));
     EXPECT_GT(Count(image, kGrid), 100);
-
     // The live buffer shows the same.
     stack.Redraw();
     const QImage live = stack.grab().toImage();
     EXPECT_TRUE(IsColor(live.pixel(X(0), Y(50)), kUp));
     EXPECT_TRUE(IsColor(live.pixel(X(1), Y(50)), kDown));
-
     chart.SetGridVisible(false);
     EXPECT_EQ(Count(stack.RenderImage(), kGrid), 0);
     chart.SetGridVisible(true);
@@ -148,20 +143,17 @@ TEST_F(ChartStack, ValueLabelsAndLabelLineSitWhereAsked) {
                  : QRect(g.width - g.right + 8, g.top, g.right - 8, g.height - g.top - g.bottom);
         return strip.width() * strip.height() - Count(image, kBackground, strip);
     };
-
     CChart2D::SGeometry g = chart.Geometry();
     EXPECT_GT(g.left, g.right);
     QImage image = stack.RenderImage();
     EXPECT_GT(marks(image, true), 20);
     EXPECT_EQ(marks(image, false), 0);
-
     chart.SetLabelAxis(EAxis::Y2);
     g = chart.Geometry();
     EXPECT_GT(g.right, g.left);
     image = stack.RenderImage();
     EXPECT_EQ(marks(image, true), 0);
     EXPECT_GT(marks(image, false), 20);
-
     // The label line is drawn in the strip above the plot area, in its colour.
     const QRect strip(g.left, 0, g.width - g.left - g.right, g.top - 2);
     EXPECT_EQ(Count(image, kBackground, strip), strip.width() * strip.height());
@@ -169,7 +161,6 @@ TEST_F(ChartStack, ValueLabelsAndLabelLineSitWhereAsked) {
     image = stack.RenderImage();
     EXPECT_LT(Count(image, kBackground, strip), strip.width() * strip.height() - 50);
     EXPECT_GT(Count(image, kDown, strip), 0);
-
     // A line's value tag is centred on its value's row in the margin, linear or logarithmic.
     chart.SetAxisRange(EAxis::Y2, 2.0, 200.0);
     CChart2D::SValueTag tag;
@@ -218,7 +209,6 @@ TEST_F(ChartStack, AggregatedColumnsKeepTheTrueHighsAndLows) {
     chart.SetPriceBarStyle(0, {CChart2D::EPriceBarKind::Candles, kUp, kUp, 0,
                                CChart2D::ECandleStyle::Narrow, EAxis::Y});
     chart.SetPriceBars(0, {open, high, low, close}, 0.0);
-
     QImage image = stack.RenderImage();
     QRect extent = Extent(image, kUp);
     EXPECT_NEAR(extent.top(), Y(95.0), 1);
@@ -229,7 +219,6 @@ TEST_F(ChartStack, AggregatedColumnsKeepTheTrueHighsAndLows) {
     EXPECT_TRUE(IsColor(image.pixel(X(7000), Y(94.0)), kUp));
     EXPECT_TRUE(IsColor(image.pixel(X(12000), Y(6.0)), kUp));
     EXPECT_FALSE(IsColor(image.pixel(X(3000), Y(94.0)), kUp));
-
     // A histogram of as many bars covers the same way, from its base.
     chart.ClearAllSeries();
     std::vector<double> volume(n, 10.0);
@@ -251,7 +240,6 @@ TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
     Pane().SetPriceBarStyle(0, {CChart2D::EPriceBarKind::OhlcBars, kUp, kDown, 6,
                                 CChart2D::ECandleStyle::Wide, EAxis::Y});
     Pane().SetPriceBars(0, bars.Spans(), 0.0);
-
     // Into a smaller rectangle and into a larger one (stretched more across than down), on a
     // page of the screen's resolution and on one of 150 dpi, as a PDF writer's: the drawing
     // fills each rectangle and no more whatever the page's resolution.
@@ -285,12 +273,9 @@ TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
     // Printing leaves the screen layout as it was.
     EXPECT_EQ(Pane().Geometry().width, 600);
     EXPECT_EQ(Pane().Geometry().height, 400);
-
     // Two panes: the price pane above a study pane, stacked without a gap, a line between them.
     constexpr ColorRef kStudyBackground = MakeColorRef(220, 230, 255);
-    stack.SetPaneGeometry(0, 0, 250);
-    stack.SetPaneGeometry(1, 250, 150);
-    stack.SetPaneVisible(1, true);
+    TwoPanes();
     Pane(1).SetBackgroundColor(kStudyBackground);
     EXPECT_EQ(stack.PaneAt(QPoint(10, 300)), 1);
     EXPECT_EQ(stack.PaneAt(QPoint(10, 100)), 0);
@@ -300,7 +285,6 @@ TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
     EXPECT_TRUE(IsColor(image.pixel(300, 250), SplitterColor(kBackground)));
     EXPECT_TRUE(IsColor(image.pixel(2, 251), kStudyBackground));
     EXPECT_TRUE(IsColor(image.pixel(2, 399), kStudyBackground));
-
     stack.SetPaneVisible(1, false);
     EXPECT_EQ(stack.PaneAt(QPoint(10, 300)), -1);
     image = stack.RenderImage();
@@ -310,18 +294,15 @@ TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
 }
 
 TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
-    stack.SetPaneGeometry(1, 250, 150);
-    stack.SetPaneVisible(1, true);
+    TwoPanes();
     QCoreApplication::processEvents();
     const int start = stack.ReplotCount();
-
     // Changes made while nothing is held are drawn together when the event loop runs.
     Pane(0).SetXRange(-0.5, 19.5);
     Pane(1).SetBackgroundColor(kGrid);
     EXPECT_EQ(stack.ReplotCount(), start);
     QCoreApplication::processEvents();
     EXPECT_EQ(stack.ReplotCount(), start + 1);
-
     const std::vector<double> values(20, 50.0);
     Pane(0).HoldDrawing();
     Pane(1).HoldDrawing();
@@ -337,13 +318,11 @@ TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
     EXPECT_EQ(stack.ReplotCount(), start + 2);
     QCoreApplication::processEvents();
     EXPECT_EQ(stack.ReplotCount(), start + 2);
-
     // A release without a hold does nothing.
     Pane(0).ReleaseDrawing();
     QCoreApplication::processEvents();
     EXPECT_EQ(stack.ReplotCount(), start + 2);
     EXPECT_EQ(stack.HoldDepth(), 0);
-
     // Nor does a resize or a new pane layout draw while held.
     {
         CChartDrawingHold hold(Pane(0));
@@ -359,9 +338,7 @@ TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
 
 TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {
     constexpr ColorRef kCross = MakeColorRef(150, 0, 150); // the axis colour, as the crosshair's
-    stack.SetPaneGeometry(0, 0, 250);
-    stack.SetPaneGeometry(1, 250, 150);
-    stack.SetPaneVisible(1, true);
+    TwoPanes();
     for (const int i : {0, 1}) {
         Pane(i).SetXRange(-0.5, 19.5);
         Pane(i).SetBackgroundColor(kBackground);
@@ -399,7 +376,6 @@ TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {
     const int labelsLeft = Count(screen, kCross, margin(0, y50, true));
     const int replots = stack.ReplotCount();
     const int repaints = stack.CrosshairRepaintCount();
-
     // Two panes change: only the crosshairs' pixels are painted, over panes not drawn again.
     Pane(0).SetCrosshair({true, 7.0, true, 50.0, EAxis::Y, "50.00"});
     Pane(1).SetCrosshair({true, 7.0, false, 0.0, EAxis::Y, ""});
@@ -425,12 +401,10 @@ TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {
     EXPECT_LE(Count(screen, kCross, QRect(inner(0).left(), y50 + 2, inner(0).width(), 1)), 1);
     EXPECT_GT(Count(screen, kCross, margin(0, y50, true)), labelsLeft + 100); // the tag
     EXPECT_EQ(Count(screen, kCross, inner(1)), Count(screen, kCross, column(1, x7)));
-
     // Printing and export leave them out.
     const QImage printed = stack.RenderImage();
     EXPECT_EQ(crossed(printed), 0);
     EXPECT_EQ(Count(printed, kCross, margin(0, y50, true)), labelsLeft);
-
     // The value line and its tag move to the lower pane, whose labels are on the right; the
     // pixels left behind are painted over.
     const int y1 = static_cast<int>(std::lround(Pane(1).ValueToPixelY(5.0, EAxis::Y2))) + 250;
@@ -447,7 +421,6 @@ TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {
     EXPECT_GT(Count(screen, kCross, margin(1, y1, false)), labelsRight + 100);
     EXPECT_GT(Count(screen, kCross, QRect(inner(1).left(), y1, inner(1).width(), 1)),
               inner(1).width() / 2);
-
     // Slots and values outside their ranges, or not numbers, draw nothing; nor do hidden ones.
     const double nan = CChart2D::HoleValue();
     Pane(0).SetCrosshair({true, 25.0, false, 0.0, EAxis::Y, ""});
@@ -463,7 +436,6 @@ TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {
     QCoreApplication::processEvents();
     EXPECT_EQ(crossed(stack.grab().toImage()), 0);
     EXPECT_EQ(stack.ReplotCount(), replots);
-
     // While drawing is held a crosshair waits for the release, which draws everything once.
     const int held = stack.CrosshairRepaintCount();
     {

@@ -38,7 +38,6 @@ TEST(PaneLayout, LoadingClosesTheStackAndRepairsBadValues) {
     SPaneLayout defaults;
     defaults.FinishLoading();
     EXPECT_DOUBLE_EQ(defaults.tops[2], 1.0);
-
     SPaneLayout wild;
     wild.displayedCount = 15;
     wild.maximized = 7;
@@ -49,19 +48,16 @@ TEST(PaneLayout, LoadingClosesTheStackAndRepairsBadValues) {
     EXPECT_EQ(wild.displayedCount, 10);
     EXPECT_EQ(wild.maximized, 7);
     EXPECT_DOUBLE_EQ(wild.tops[11], 1.0);
-
     SPaneLayout hidden = Loaded(2, {0, 0.5, 0.8});
     EXPECT_DOUBLE_EQ(hidden.tops[2], 0.8); // valid tops stay
     hidden.maximized = 5;
     hidden.FinishLoading();
     EXPECT_EQ(hidden.maximized, SPaneLayout::kNoMaximized);
-
     // A study pane added after the tops were stored: the new panes share the rest of the view.
     SPaneLayout grown = Loaded(2, {0, 0.66, -1});
     EXPECT_DOUBLE_EQ(grown.tops[1], 0.66);
     EXPECT_NEAR(grown.tops[2], 0.83, 1e-12);
     EXPECT_DOUBLE_EQ(grown.tops[3], 1.0);
-
     EXPECT_DOUBLE_EQ(Loaded(1, {0, -1}).tops[1], 0.66);
     // Four studies added at once: a fresh layout rather than strips under the old price pane.
     SPaneLayout five = Loaded(5, {0, 0.66, -1, -1, -1, -1});
@@ -80,12 +76,10 @@ TEST(PaneLayout, DividesTheViewByTopsAndStrips) {
     EXPECT_EQ(plain.panes, (std::vector<SPaneRect>{{0, 396}, {396, 204}}));
     EXPECT_EQ(plain.paneWidth, 796);
     EXPECT_FALSE(plain.proportionalOnly);
-
     // The scroll bar takes its height off the bottom before the division.
     const SPaneLayoutResult scrolled = defaults.Layout(View(600, 20, 16));
     EXPECT_EQ(scrolled.panes, (std::vector<SPaneRect>{{0, 385}, {385, 199}}));
     EXPECT_EQ(scrolled.scrollBarTop, 584);
-
     SPaneLayout three = Loaded(2, {0, 0.5, 0.75});
     three.minimized[1] = 1;
     // The shown fractions 0.75 share 380 pixels; pane 2 gets round(0.25 x 506.67) = 127.
@@ -93,11 +87,9 @@ TEST(PaneLayout, DividesTheViewByTopsAndStrips) {
     three.minimized[1] = 0;
     three.minimized[0] = 1;
     EXPECT_EQ(Rects(three, View(400)), (std::vector<SPaneRect>{{0, 20}, {20, 190}, {210, 190}}));
-
     three.minimized[0] = 0;
     three.maximized = 1;
     EXPECT_EQ(Rects(three, View(400)), (std::vector<SPaneRect>{{0, 20}, {20, 360}, {380, 20}}));
-
     // Too low for three strips: the tops alone divide it, whatever the states say.
     const SPaneLayoutResult low = three.Layout(View(50));
     EXPECT_TRUE(low.proportionalOnly);
@@ -170,7 +162,6 @@ TEST(PaneLayout, MinimumHeightsOverTheTops) {
             }
         }
     }
-
     // A raised layout keeps the border where it is dropped, sharing the two panes' fractions.
     SPaneLayout ten = Loaded(10, {0});
     SPaneGeometry geometry = View(600);
@@ -191,7 +182,6 @@ TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
     alone.minimized[0] = 1;
     alone.FinishLoading();
     EXPECT_FALSE(alone.IsMinimized(0));
-
     SPaneLayout layout = Loaded(2, {0, 0.5, 0.75});
     EXPECT_TRUE(layout.Minimize(0));
     EXPECT_EQ(layout.maximized, SPaneLayout::kNoMaximized);
@@ -202,7 +192,6 @@ TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
     EXPECT_TRUE(layout.Minimize(2));
     EXPECT_EQ(layout.maximized, SPaneLayout::kNoMaximized);
     EXPECT_EQ(layout.minimized, (Flags{0, 0, 1}));
-
     // With enough panes still shown, minimising the maximised pane leaves the others alone.
     SPaneLayout four = Loaded(3, {0, 0.4, 0.6, 0.8});
     EXPECT_TRUE(four.Maximize(1));
@@ -210,7 +199,6 @@ TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
     EXPECT_TRUE(four.Minimize(1));
     EXPECT_EQ(four.maximized, SPaneLayout::kNoMaximized);
     EXPECT_EQ(four.MinimizedCount(), 1);
-
     // Restore with another pane maximised minimises everything but the two.
     four.minimized = {};
     four.Maximize(2);
@@ -224,7 +212,6 @@ TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
     EXPECT_TRUE(four.Restore(3));
     EXPECT_EQ(four.minimized[3], 0);
     EXPECT_FALSE(four.Restore(3));
-
     // Panes that are not displayed are refused.
     const SPaneLayout before = four;
     EXPECT_FALSE(four.Minimize(4));
@@ -242,7 +229,6 @@ TEST(PaneLayout, HitTestsAndBorderDrags) {
     EXPECT_EQ(SPaneLayout::HitTestPane(rects, 600), -1);
     EXPECT_EQ(layout.HitTestBorder(rects, 398, 3), 1);
     EXPECT_EQ(layout.HitTestBorder(rects, 400, 3), -1);
-
     EXPECT_TRUE(layout.DragBorder(rects, 1, 300, 40));
     EXPECT_DOUBLE_EQ(layout.tops[1], 0.5);
     EXPECT_FALSE(layout.DragBorder(rects, 1, 300, 40)); // unchanged
@@ -253,7 +239,6 @@ TEST(PaneLayout, HitTestsAndBorderDrags) {
     EXPECT_DOUBLE_EQ(layout.tops[1], 560.0 / 600.0);
     EXPECT_FALSE(layout.DragBorder(rects, 2, 300, 40));
     EXPECT_DOUBLE_EQ(SPaneLayout::TopFromBorder(250, 50, 400), 0.5);
-
     // With pane 0 minimised the border between 1 and 2 lands where it is dropped.
     SPaneLayout three = Loaded(2, {0, 0.5, 0.75});
     three.Minimize(0);
@@ -264,7 +249,6 @@ TEST(PaneLayout, HitTestsAndBorderDrags) {
     EXPECT_TRUE(three.DragBorder(rects, 2, 115, 10));
     EXPECT_DOUBLE_EQ(three.tops[2], 0.625);
     EXPECT_EQ(three.Layout(View(400)).panes[2].top, 115);
-
     three.Maximize(1);
     rects = three.Layout(View(400));
     EXPECT_EQ(three.HitTestBorder(rects, rects.panes[2].top, 5), -1);
@@ -295,7 +279,6 @@ TEST(DisplayRange, ScrollBarRequestsStayInRangeAndNewPointsAreFollowedAtTheRight
     EXPECT_EQ(range.FirstIndex(), 880);
     EXPECT_EQ(range.DisplayedCount(), 120);
     EXPECT_TRUE(range.AtRightEdge());
-
     using enum ERequest;
     // {request, thumb position, moved, position after, tracking after}
     const std::tuple<ERequest, int, bool, int, bool> steps[] = {
@@ -311,7 +294,6 @@ TEST(DisplayRange, ScrollBarRequestsStayInRangeAndNewPointsAreFollowedAtTheRight
         EXPECT_EQ(range.Position(), position) << "step " << step;
         EXPECT_EQ(range.IsTracking(), tracking) << "step " << step++;
     }
-
     // New points are followed only at the right edge.
     EXPECT_TRUE(range.SetPointCount(1005));
     EXPECT_EQ(range.FirstIndex(), 885);
@@ -322,7 +304,6 @@ TEST(DisplayRange, ScrollBarRequestsStayInRangeAndNewPointsAreFollowedAtTheRight
     // A shorter series (points deleted) holds the position to the new limit.
     EXPECT_TRUE(range.SetPointCount(300));
     EXPECT_EQ(range.FirstIndex(), 180);
-
     // A series shorter than the page shows all of it from index 0.
     CDisplayRange shortRange;
     shortRange.SetPointCount(50);
@@ -340,7 +321,6 @@ TEST(DisplayRange, ZoomKeepsTheNewestDisplayedBar) {
     EXPECT_EQ(range.PointsIndex(), 2);
     EXPECT_EQ(range.DisplayedPoints(), 90);
     EXPECT_EQ(range.FirstIndex() + range.DisplayedCount(), 1000);
-
     // A new page size from the settings keeps the newest bar in view at the right edge.
     EXPECT_TRUE(range.SetPointsIndex(3));
     EXPECT_TRUE(range.AtRightEdge());
@@ -353,7 +333,6 @@ TEST(DisplayRange, ZoomKeepsTheNewestDisplayedBar) {
     range.SetPosition(50);
     EXPECT_TRUE(range.ZoomOut()); // 120 -> 240: left by 120, not below 0
     EXPECT_EQ(range.Position(), 0);
-
     // Zooming in skips the entries the series cannot fill.
     CDisplayRange few(5);
     few.SetPointCount(100);
@@ -375,7 +354,6 @@ TEST(DisplayRange, WheelDragAndKeys) {
     EXPECT_EQ(range.PointsIndex(), 1);
     EXPECT_TRUE(range.Wheel(-1));
     EXPECT_EQ(range.PointsIndex(), 2);
-
     range.SetPointsIndex(3);
     // Dragging right by ten bars' width shows older bars; halves round away from zero.
     EXPECT_TRUE(range.DragTo(500, 70.0, 7.0));
@@ -385,7 +363,6 @@ TEST(DisplayRange, WheelDragAndKeys) {
     EXPECT_FALSE(range.DragTo(500, 70.0, 0.0));
     EXPECT_TRUE(range.DragTo(500, -1e12, 0.5)); // far past the newest bar
     EXPECT_EQ(range.Position(), range.Limit());
-
     range.SetScrollStepSettings({true, 5, 20});
     range.SetPosition(500);
     using enum EKey;

@@ -18,7 +18,6 @@ TEST(PricePaneLogic, ChartTypeAndCandleWidth) {
     EXPECT_EQ(PriceChartType(1, 1), EPriceChartType::Candles);
     EXPECT_EQ(PriceChartType(2, 0), EPriceChartType::Bars);
     EXPECT_EQ(PriceChartType(4, 2), EPriceChartType::Bars);
-
     EXPECT_NEAR(SpacePerPoint(840, 0, 0, 120), 7.029, 1e-3);
     EXPECT_EQ(CandleWidth(840, 0, 0, 120), (SCandleWidth{5, true}));
     EXPECT_EQ(CandleWidth(840, 0, 0, 3840), (SCandleWidth{0, false}));
@@ -35,7 +34,6 @@ TEST(PricePaneLogic, ChartTypeAndCandleWidth) {
 
 TEST(PricePaneLogic, PriceRangeOfTheDisplayedBars) {
     EXPECT_EQ(DisplayedPriceRange({}, {}, {}), (SPriceRange{0, 0, 0}));
-
     const std::vector<double> highs{10.5, 12.25, 11.0};
     const std::vector<double> lows{9.5, 10.0, 8.75};
     const std::vector<std::int64_t> volumes{300, 1200, 50};
@@ -43,7 +41,6 @@ TEST(PricePaneLogic, PriceRangeOfTheDisplayedBars) {
     // The shortest column sets the bars.
     EXPECT_EQ(DisplayedPriceRange(highs, lows, std::span(volumes).first(1)),
               (SPriceRange{10.5, 9.5, 300}));
-
     // The search starts at -1,000,000 / 1,000,000 / 0 and undefined values never win.
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const std::vector<double> odd{-2e6, nan};
@@ -67,7 +64,6 @@ TEST(PricePaneLogic, PriceBarText) {
 TEST(PricePaneLogic, HeaderTextReadsOnAnyBackground) {
     EXPECT_NEAR(ContrastRatio(0xFFFFFF, 0x000000), 21.0, 1e-9);
     EXPECT_NEAR(ContrastRatio(0xC0C0C0, 0xFFFFFF), 1.82, 0.01);
-
     struct SCase {
         ColorRef text;
         ColorRef background;
@@ -124,7 +120,6 @@ TEST(ChartPrint, FitsTheImageToThePage) {
     EXPECT_EQ(FitToPage(800, 600, {0, 0, 400, 300}), (SPrintRect{0, 0, 400, 300}));
     EXPECT_EQ(FitToPage(0, 600, {10, 20, 400, 300}), (SPrintRect{10, 20, 0, 0}));
     EXPECT_EQ(FitToPage(800, 600, {10, 20, 400, -1}), (SPrintRect{10, 20, 0, 0}));
-
     const std::vector<int> heights{396, 204};
     EXPECT_EQ(PrintPaneRects(heights, {10, 20, 1000, 1200}),
               (std::vector<SPrintRect>{{10, 20, 1000, 792}, {10, 812, 1000, 408}}));
@@ -137,6 +132,5 @@ TEST(ChartPrint, FitsTheImageToThePage) {
     EXPECT_EQ(rects[2].top, rects[1].top + rects[1].height);
     EXPECT_EQ(rects[2].top + rects[2].height, 1007);
     EXPECT_EQ(PrintPaneRects(std::vector<int>{0, 0}, {0, 0, 10, 10})[1].height, 0);
-
     EXPECT_EQ(CentredLeft(100, 1000, 300), 450);
 }

@@ -76,7 +76,6 @@ TEST(TimeAxis, DailyBarsAreLabelledAtNewMonthsAndYears) {
         std::find_if(labels.begin(), labels.end(), [](const STimeAxisLabel& l) { return l.major; });
     ASSERT_NE(newYear, labels.end());
     EXPECT_EQ(newYear->text, "2024/01/01");
-
     // Scrolling 120 bars over a longer series, one bar at a time, at two widths: one step for
     // every window (no month or fortnight skipped), and a label stays on its bar.
     const std::vector<CDateTime> series = DailyBars(2023, 1, 2, 400);
@@ -145,7 +144,6 @@ TEST(TimeAxis, LongerPeriodsWinWhereLabelsCollide) {
     const std::vector<STimeAxisLabel> expected{
         {33, "2024/03/12", true}, {63, "10:00", false}, {123, "11:00", false}};
     EXPECT_EQ(labels, expected);
-
     // 40 sessions, the widest zoom: weekly or daily labels, still apart.
     std::vector<CDateTime> many = MinuteBars(40, 390);
     many.resize(15360);
@@ -171,7 +169,6 @@ TEST(TimeAxis, TicksShowSeconds) {
         EXPECT_EQ(f.second % 30, 0) << label.text;
         EXPECT_EQ(label.text, fmt::format("{:02}:{:02}:{:02}", f.hour, f.minute, f.second));
     }
-
     // Thirty ticks in the same second: only bar positions are left, spaced out.
     const std::vector<CDateTime> burst(30, CDateTime(day + 34205 / 86400.0));
     const std::vector<STimeAxisLabel> spread = PickTimeAxisLabels(burst, 0, 840.0);
@@ -186,11 +183,9 @@ TEST(TimeAxis, DegenerateInput) {
     EXPECT_TRUE(PickTimeAxisLabels(daily, 2, 0.0).empty());
     EXPECT_TRUE(PickTimeAxisLabels(daily, 2, std::nan("")).empty());
     EXPECT_TRUE(PickTimeAxisLabels(daily, 5, 800.0).empty());
-
     // One bar starts no period: it is labelled itself.
     EXPECT_EQ(PickTimeAxisLabels(std::span(daily).first(1), 3, 800.0),
               (std::vector<STimeAxisLabel>{{0, "2024/03/01", false}}));
-
     // Bars with invalid times are never labelled and do not break the periods around them.
     std::vector<CDateTime> holes = daily;
     const CDateTime invalid(0.0, CDateTime::Status::Invalid);

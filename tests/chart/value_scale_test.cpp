@@ -34,7 +34,6 @@ TEST(ValueScale, NamesMappingAndHoles) {
     EXPECT_FALSE(ParsePriceScale("lin"));
     EXPECT_EQ(PriceScaleOf(7), EPriceScale::Linear);
     EXPECT_EQ(PriceScaleOf(-1), EPriceScale::Linear);
-
     const CValueScale log = CValueScale::Log();
     EXPECT_DOUBLE_EQ(log.ToAxis(1000.0), 3.0);
     EXPECT_NEAR(log.FromAxis(log.ToAxis(12.34)), 12.34, 1e-12);
@@ -49,7 +48,6 @@ TEST(ValueScale, NamesMappingAndHoles) {
     EXPECT_NEAR(flat.max - flat.min, 0.1, 1e-12);
     const CValueScale::SAxisSpan none = log.AxisSpan(-3.0, -1.0);
     EXPECT_TRUE(std::isfinite(none.min) && none.max > none.min);
-
     const CValueScale percent = CValueScale::Percent(80.0);
     EXPECT_DOUBLE_EQ(percent.PercentOf(84.0), 5.0);
     EXPECT_DOUBLE_EQ(percent.ValueOfPercent(-2.5), 78.0);
@@ -147,7 +145,6 @@ TEST(CompareSeries, SymbolListsMatchingAndPercentLines) {
     EXPECT_EQ(symbols, (std::vector<std::string>{"KRNO", "TESU"})); // refused: left alone
     EXPECT_EQ(ParseCompareSymbols("", symbols), "");
     EXPECT_TRUE(symbols.empty());
-
     const auto day = [](int d, int hour = 0, int micro = 0) {
         return SPointTime{CDateTime(2024, 3, d, hour, 0, 0), micro};
     };
@@ -172,7 +169,6 @@ TEST(CompareSeries, SymbolListsMatchingAndPercentLines) {
     EXPECT_EQ(at[1], 10.0);
     EXPECT_EQ(at[2], 10.0);
     EXPECT_EQ(at[3], 11.0);
-
     // Scaled to start where the main series starts: the same per cent of the base.
     const std::vector<double> line =
         CompareLineValues(std::vector<double>{hole, 20.0, 22.0, hole, 19.0}, 20.0, 50.0);

@@ -35,7 +35,6 @@ protected:
         sheet.reset();
         SettingsFileTest::TearDown();
     }
-
     // Starts the settings from `values` as the application does and opens the sheet.
     CDataSettingsPage& Open(const Values& values) {
         Start(values);
@@ -50,7 +49,6 @@ protected:
     void Press(QDialogButtonBox::StandardButton button) {
         sheet->Buttons()->button(button)->click();
     }
-
     std::unique_ptr<CSettingSheet> sheet;
     int dataApplied = 0;
 };
@@ -128,7 +126,6 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
     EXPECT_FALSE(page.BeginFilterTime()->isEnabled());
     page.FilterCheck()->click();
     page.BeginFilterTime()->setTime(QTime(9, 45, 0));
-
     page.DataTypeSelector()->setCurrentIndex(2);
     EXPECT_EQ(page.Group()->title(), "Days");
     EXPECT_EQ(page.DatapointsEdit()->text(), "300");
@@ -136,7 +133,6 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
     page.Choice(ERequestChoice::DateRange)->click();
     EXPECT_FALSE(page.BeginTime()->isEnabled());
     page.BeginDate()->setDate(QDate(2020, 1, 1));
-
     page.DataTypeSelector()->setCurrentIndex(0);
     page.DatapointsEdit()->setText("2500");
     page.ExtendedTradesCheck()->click();
@@ -145,7 +141,6 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
     EXPECT_EQ(page.DaysSpin()->value(), 4);
     EXPECT_TRUE(page.BeginFilterTime()->isEnabled());
     Press(QDialogButtonBox::Apply);
-
     EXPECT_TRUE(prompt.Texts().empty());
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(dataApplied, 1);
@@ -156,7 +151,6 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
                   "RequestDatapoints=2500,200,300,400,500",
                   "RequestEnableExtendedTrades=1,0,0,0,0"});
     EXPECT_EQ(Stored("RequestBeginDate").substr(18, 8), "20200101");
-
     // Leaving a data type with a bad number stores the default, with the message; so does OK.
     page.DataTypeSelector()->setCurrentIndex(2);
     page.DatapointsEdit()->setText("-1");
@@ -179,7 +173,6 @@ TEST_F(SettingSheetTest, AStoredDataTypeThatIsNoneStaysStoredAndCancelStoresNoth
     Press(QDialogButtonBox::Apply);
     EXPECT_EQ(Stored("RequestDataType"), "9");
     const std::string recent = Stored("RequestRecentType");
-
     page.Choice(ERequestChoice::Days)->click();
     page.DaysSpin()->setValue(9);
     page.DatapointsEdit()->setText("0");

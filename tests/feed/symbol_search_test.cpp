@@ -52,7 +52,6 @@ TEST_F(SymbolSearchTest, ResultsShowMarketNamesAFoundRowIsConfirmedAndLoadedFrom
     EXPECT_TRUE(dialog->ConfirmRow(lumaRow));
     EXPECT_EQ(dialog->result(), QDialog::Accepted);
     EXPECT_EQ(dialog->SelectedSymbol(), "LUMA");
-
     // Nothing found: one row that cannot be confirmed.
     auto none = Search("QQXXZZ", "No Results Found");
     ASSERT_EQ(none->RowCount(), 1);
@@ -61,7 +60,6 @@ TEST_F(SymbolSearchTest, ResultsShowMarketNamesAFoundRowIsConfirmedAndLoadedFrom
     EXPECT_NE(none->result(), QDialog::Accepted);
     dialog.reset();
     none.reset();
-
     // From the frame: cancelled, nothing changes.
     QTimer::singleShot(0, &frame, [&] {
         if (WaitFor([&] { return frame.ActiveSearch() != nullptr; }, 10s)) {
@@ -70,7 +68,6 @@ TEST_F(SymbolSearchTest, ResultsShowMarketNamesAFoundRowIsConfirmedAndLoadedFrom
     });
     EXPECT_FALSE(frame.RunSymbolSearch("krno"));
     EXPECT_TRUE(Stored("CurrentSymbol").isEmpty());
-
     // Enter in the search box opens the dialog; Enter on a found row confirms it: the symbol
     // goes first into the symbol box, is stored and loaded.
     QTimer::singleShot(0, &frame, [&] {

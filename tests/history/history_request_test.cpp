@@ -12,6 +12,7 @@
 #include "history/request_settings_check.h"
 
 #include "recording_prompt.h"
+#include "settings_table.h"
 
 #include <gtest/gtest.h>
 
@@ -72,7 +73,6 @@ protected:
              {"RequestEndTime", "170000,180000"},
              {"RequestEnableExtendedTrades", "1,0,0,0,0"}});
     }
-
     CSettings settings;
     SRequestSettings request;
     CChartHistRequest history;
@@ -128,8 +128,7 @@ TEST_F(Request, SavedSettingsLoadBackAsTheyWere) {
         EXPECT_EQ(settings.GetText(key), text) << key;
     }
     // Loaded on another day and saved again, every list reads as it was stored.
-    CSettings again;
-    again.RegisterAll(AllSettingKeys());
+    skychart::test::SettingsTable again;
     SRequestSettings back;
     back.Load(settings, "19990101");
     ASSERT_TRUE(back.Save(again));
@@ -145,47 +144,37 @@ TEST_F(Request, EachKindMakesItsCommandFromTheElementsOfItsDataType) {
         const char* command;
         std::map<std::string, std::string> values = {}; // over the lists of ABC
     } cases[] = {
+        // clang-format off
         {"0,3,6,8,9", 0, "HTX,ABC,11,1,Lookup0\n"},
         {"1,3,6,8,9", 0, "HTD,ABC,3,5000000,,,1,Lookup1\n"},
         // Filtered kinds carry the filter times when their flag is exactly "true".
-        {"1,3,6,8,9",
-         0,
-         "HTD,ABC,3,5000000,093000,160000,1,Lookup1\n",
+        {"1,3,6,8,9", 0, "HTD,ABC,3,5000000,093000,160000,1,Lookup1\n",
          {{"RequestFilterOn", "true"}}},
         {"2,3,6,8,9", 0, "HTT,ABC,20200101 080000,20201231 170000,5000000,,,1,Lookup2\n"},
         // Zero dates and times keep their width.
-        {"2,3,6,8,9",
-         0,
+        {"2,3,6,8,9", 0,
          "HTT,ABC,00000000 000000,20201231 000005,5000000,000000,000045,1,Lookup2\n",
-         {{"RequestFilterOn", "true"},
-          {"RequestBeginFilterTime", "0"},
-          {"RequestEndFilterTime", "45"},
-          {"RequestBeginDate", "0"},
-          {"RequestBeginTime", "0"},
+         {{"RequestFilterOn", "true"}, {"RequestBeginFilterTime", "0"},
+          {"RequestEndFilterTime", "45"}, {"RequestBeginDate", "0"}, {"RequestBeginTime", "0"},
           {"RequestEndTime", "5"}}},
         {"0,3,6,8,9", 1, "HIX,ABC,300,22,1,Lookup3,,s,0\n"},
         {"0,3,6,8,9", 1, "HIX,ABC,2700,22,1,Lookup3,,s,0\n", {{"RequestIntervalIndex", "8"}}},
         {"0,4,6,8,9", 1, "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n"},
-        {"0,4,6,8,9",
-         1,
-         "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n",
+        {"0,4,6,8,9", 1, "HID,ABC,300,5,5000000,,,1,Lookup4,,s,0\n",
          {{"RequestFilterOn", "TRUE,1"}}},
-        {"0,5,6,8,9", 1, "HIT,ABC,300,20210101 090000,20211231 180000,5000000,,,1,Lookup5,,s,0\n"},
-        {"0,5,6,8,9",
-         1,
+        {"0,5,6,8,9", 1,
+         "HIT,ABC,300,20210101 090000,20211231 180000,5000000,,,1,Lookup5,,s,0\n"},
+        {"0,5,6,8,9", 1,
          "HIT,ABC,7200,20210101 090000,20211231 180000,5000000,100000,153000,1,Lookup5,,s,0\n",
-         {{"RequestFilterOn", "false,true"},
-          {"RequestIntervalIndex", "10"},
-          {"RequestBeginFilterTime", "093000,100000"},
-          {"RequestEndFilterTime", "160000,153000"}}},
+         {{"RequestFilterOn", "false,true"}, {"RequestIntervalIndex", "10"},
+          {"RequestBeginFilterTime", "093000,100000"}, {"RequestEndFilterTime", "160000,153000"}}},
         {"0,3,6,8,9", 2, "HDX,ABC,33,1,Lookup6\n"},
         // Day ranges carry no times, nor the filter.
-        {"0,3,7,8,9",
-         2,
-         "HDT,ABC,20220101,20221231,,1,Lookup7\n",
+        {"0,3,7,8,9", 2, "HDT,ABC,20220101,20221231,,1,Lookup7\n",
          {{"RequestFilterOn", "true,true,true"}}},
         {"0,3,6,8,9", 3, "HWX,ABC,44,1,Lookup8\n"},
         {"0,3,6,8,9", 4, "HMX,ABC,55,1,Lookup9\n"},
+        // clang-format on
     };
     for (const auto& c : cases) {
         Defaults();
@@ -205,12 +194,10 @@ TEST_F(Request, AStartClearsTheCompleteFlagAndEarlierParameters) {
     EXPECT_FALSE(history.IsHistoryComplete());
     EXPECT_EQ(history.GetParameters().beginDate, 20200101);
     Start("0,3,6,8,9", 0);
-    EXPECT_EQ(history.GetParameters().beginDate, 0);
-    EXPECT_EQ(history.GetParameters().endTime, 0);
-    EXPECT_EQ(history.GetParameters().beginFilterTime, -1);
-    EXPECT_EQ(history.GetParameters().dataDirection, "1");
-    EXPECT_EQ(history.GetParameters().symbol, "ABC");
-    EXPECT_EQ(history.GetParameters().requestKind, 0U);
+    const SHistoryParameters& p = history.GetParameters();
+    EXPECT_EQ(std::tie(p.beginDate, p.endTime, p.beginFilterTime, p.dataDirection, p.symbol,
+                       p.requestKind),
+              std::tuple(0, 0, -1, "1", "ABC", 0U));
 }
 
 TEST_F(Request, TheCheckNamesEverySettingTheRequestWouldStopAtAndNoOther) {
@@ -225,7 +212,6 @@ TEST_F(Request, TheCheckNamesEverySettingTheRequestWouldStopAtAndNoOther) {
             EXPECT_TRUE(Builds()) << kinds << " type " << type;
         }
     }
-
     // Each value stored over the defaults, with the data type and kinds given: whether the
     // request stops at it and whether the check names it. The request reads a word as 0 and goes
     // on; the check names it all the same.
@@ -290,20 +276,17 @@ protected:
         EXPECT_EQ(prompt.boxes[0].text, text);
         prompt.boxes.clear();
     }
-
     skychart::test::RecordingPrompt prompt;
     std::optional<CDataPageLogic> logic;
 };
 
 TEST(DataPageRules, ChoicesAndFieldsFollowTheDataTypeAndRequestType) {
     using C = ERequestChoice;
-    EXPECT_EQ(CDataPageLogic::EnabledChoices(0), (SChoiceEnabling{true, true, true}));
-    EXPECT_EQ(CDataPageLogic::EnabledChoices(1), (SChoiceEnabling{true, true, true}));
-    EXPECT_EQ(CDataPageLogic::EnabledChoices(2), (SChoiceEnabling{true, false, true}));
-    EXPECT_EQ(CDataPageLogic::EnabledChoices(3), (SChoiceEnabling{true, false, false}));
-    EXPECT_EQ(CDataPageLogic::EnabledChoices(4), (SChoiceEnabling{true, false, false}));
-    EXPECT_EQ(CDataPageLogic::EnabledChoices(5), SChoiceEnabling{});
-
+    const SChoiceEnabling all{true, true, true}, noDays{true, false, true}, one{true, false, false};
+    for (const auto& [dataType, choices] :
+         {std::pair{0, all}, {1, all}, {2, noDays}, {3, one}, {4, one}, {5, SChoiceEnabling{}}}) {
+        EXPECT_EQ(CDataPageLogic::EnabledChoices(dataType), choices) << dataType;
+    }
     // Each request type enables only the fields it needs; extended trades belong to ticks.
     EXPECT_EQ(CDataPageLogic::EnabledFields(0, C::Datapoints, false),
               (SFieldEnabling{true, false, false, false, false, true}));
@@ -338,14 +321,12 @@ TEST_F(DataPageLogicTest, StoredKindSelectsItsChoiceAndAForeignKindFallsBackToDa
     EXPECT_EQ(page.Show(0)->choice, ERequestChoice::DateRange);
     EXPECT_EQ(page.Show(1)->choice, ERequestChoice::Datapoints);
     EXPECT_TRUE(prompt.boxes.empty());
-
     auto& foreign = Open({{"RequestRecentType", "7,3,7,8,9"}});
     EXPECT_EQ(foreign.Show(0)->choice, ERequestChoice::Datapoints);
     ExpectOneBox("Unknown request type Selected.\r\nDefaulting to datapoints request.");
     EXPECT_EQ(foreign.Show(2)->choice, ERequestChoice::DateRange);
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_EQ(Saved("RequestRecentType"), "0,3,7,8,9");
-
     // Weeks and Months know only datapoints and are put right without a message.
     auto& others = Open({{"RequestRecentType", "0,1,2,2,5"}});
     EXPECT_EQ(others.Show(1)->choice, ERequestChoice::Datapoints);

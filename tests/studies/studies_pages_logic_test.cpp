@@ -60,7 +60,6 @@ TEST(UpperPageFields, TextsAreFilteredAndReadAndRefusedInOrder) {
     for (const auto& [text, value] : read) {
         EXPECT_EQ(L::ReadInt(text), value) << text;
     }
-
     // The period is looked at before the deviations, whatever they are.
     for (const char* period : {"1", "1000", "abc", "", "-20"}) {
         EXPECT_STREQ(L::Refusal(Typed(period, ".")), L::kPeriodRangeText) << period;
@@ -109,7 +108,6 @@ TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
     }
     EXPECT_STREQ(model.Add(kStudyADX), Model::kListFullText);
     EXPECT_EQ(model.Displayed().size(), 10u);
-
     EXPECT_FALSE(model.MoveUp(0));
     EXPECT_FALSE(model.MoveDown(9));
     EXPECT_FALSE(model.MoveDown(-1));
@@ -122,7 +120,6 @@ TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
     ExpectStored({"Number of displayed study charts=9", "Type of study chart 0=0",
                   "Type of study chart 3=1"});
     EXPECT_EQ(ReadBack().paneTypes, model.Displayed());
-
     while (model.Remove(0)) {
     }
     EXPECT_TRUE(Confirm(model));
@@ -150,7 +147,6 @@ TEST_F(PageLogic, LowerPageOpensOnTheStoredChoicesAndCustomPeriods) {
     EXPECT_EQ(defaults.Choice(kStudyMACD), 2);
     EXPECT_EQ(defaults.MacdText(EMacdEdit::Long), "78");
     EXPECT_EQ(defaults.Color(EStudyField::NegativeDIColor), 255u);
-
     Start({"STUDY AVG PERIOD=14,30,20,9,9,25,10,14,14,14",
            "STUDY CUSTOM AVG PERIOD=33,20,20,9,7,5,500,9,9,10", "RSI Radio Select=0",
            "MOM Radio Select=7", "ROC Radio Select=-1", "Volume Average All Data=0",
@@ -201,14 +197,12 @@ TEST_F(PageLogic, LowerChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
     EXPECT_EQ(back.MacdPresetWord(), "buy");
     EXPECT_EQ(back.macdShort, 8);
     EXPECT_EQ(back.macdLong, 17);
-
     // Reopened, every study shows the choice just stored.
     Model reopened(back);
     for (int type : {kStudyRSI, kStudyMomentum, kStudyVolume, kStudyStochastics, kStudyMACD}) {
         EXPECT_EQ(reopened.Choice(type), model.Choice(type)) << type;
     }
     EXPECT_TRUE(reopened.StoFast());
-
     // MACD's custom choice stores its edits as the periods in use and as the custom pair.
     ASSERT_TRUE(reopened.SetChoice(kStudyMACD, 2));
     reopened.SetMacdText(EMacdEdit::Short, "16");
@@ -240,7 +234,6 @@ TEST_F(PageLogic, LowerRefusalsNameTheStudyAndStoreNothing) {
     EXPECT_EQ(Refused(model, kStudyMACD),
               "MACD signal smoothing period must be a whole number from 1 to 100000");
     model.SetMacdText(EMacdEdit::Signal, "9");
-
     // Studies are checked in index order: RSI's custom period before MACD.
     model.SetMacdText(EMacdEdit::Short, "18");
     ASSERT_TRUE(model.SetChoice(kStudyRSI, 3));
@@ -253,14 +246,12 @@ TEST_F(PageLogic, LowerRefusalsNameTheStudyAndStoreNothing) {
     model.SetCustomText(kStudyRSI, "100000");
     model.SetLevelText(EStudyField::StoLower, "101");
     EXPECT_EQ(Refused(model, kStudyMACD), Model::kMacdOrderText);
-
     model.ShowStudy(kStudyRSI);
     EXPECT_FALSE(Confirm(model));
     EXPECT_EQ(prompt.Texts(),
               std::vector<std::string>{std::string("Error|") + Model::kMacdOrderText});
     EXPECT_EQ(model.ShownStudy(), kStudyMACD);
     EXPECT_EQ(Stored("MACD Short Period"), "<missing>");
-
     model.SetMacdText(EMacdEdit::Short, "16");
     EXPECT_EQ(Refused(model, kStudyStochastics),
               "STO lower level must be a whole number from 0 to 100");

@@ -70,7 +70,6 @@ protected:
         }
         return texts;
     }
-
     std::unique_ptr<CSettingSheet> sheet;
     CUpperStudiesSettingPage* upper = nullptr;
     CLowerStudiesSettingPage* lower = nullptr;
@@ -84,7 +83,6 @@ TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPagesAndOnlyThose) {
     EXPECT_EQ(upper->AverageSpin(2)->value(), 999);
     EXPECT_EQ(upper->DeviationsEdit()->text(), "2.56");
     EXPECT_EQ(upper->AverageColorButton(2)->Color(), 0xFF0000u);
-
     upper->ShowAveragesCheck()->click();
     upper->AverageCheck(3)->click();
     upper->AverageSpin(1)->setValue(7);
@@ -98,12 +96,10 @@ TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPagesAndOnlyThose) {
     Type(upper->DeviationsEdit(), "1.2345x.3");
     EXPECT_EQ(upper->DeviationsEdit()->text(), "1.2345");
     EXPECT_EQ(upper->DeviationsEdit()->cursorPosition(), 6);
-
     // The lower page opens on the one default pane, volume.
     EXPECT_EQ(ListTexts(), QStringList{"Volume"});
     EXPECT_TRUE(lower->ChoiceButton(0)->isChecked());
     EXPECT_FALSE(lower->CustomEdit()->isEnabled());
-
     // RSI from the selector: relabelled, showing the choice of the period in use (custom, 21),
     // its custom period and its levels.
     lower->StudySelector()->setCurrentIndex(kStudyRSI);
@@ -124,7 +120,6 @@ TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPagesAndOnlyThose) {
     lower->DisplayedList()->setCurrentRow(1);
     EXPECT_EQ(lower->StudySelector()->currentIndex(), kStudyVolume);
     EXPECT_FALSE(lower->DownButton()->isEnabled());
-
     // Stochastics: the Slow / Fast pair; ADX: colour rows.
     lower->StudySelector()->setCurrentIndex(kStudyStochastics);
     EXPECT_TRUE(lower->SlowChoice()->isVisibleTo(lower));
@@ -137,7 +132,6 @@ TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPagesAndOnlyThose) {
     EXPECT_FALSE(lower->RowEdit(1)->isVisibleTo(lower));
     ASSERT_TRUE(lower->RowColorButton(1)->isVisibleTo(lower));
     lower->RowColorButton(1)->SetColor(0x808080);
-
     const std::string before = FileText();
     PressOk();
     EXPECT_TRUE(prompt.boxes.empty());
@@ -171,7 +165,6 @@ TEST_F(StudiesPagesSheetTest, ARefusalOnAnyPageStoresNothingAndShowsThatPage) {
     TypePeriod("20");
     Type(upper->DeviationsEdit(), ".");
     PressOk();
-
     // The lower page's MACD 17 / 17 is refused after the upper page passed: nothing is stored.
     Type(upper->DeviationsEdit(), "2");
     lower->StudySelector()->setCurrentIndex(kStudyMACD);
@@ -193,7 +186,6 @@ TEST_F(StudiesPagesSheetTest, ARefusalOnAnyPageStoresNothingAndShowsThatPage) {
     EXPECT_EQ(lower->PropertiesGroup()->title(), "MACD Properties...");
     EXPECT_EQ(upperApplied + lowerApplied, 0);
     EXPECT_TRUE(sheet->isVisible());
-
     // The list takes ten studies; the eleventh is refused with a note that moves nothing.
     QCoreApplication::processEvents();
     const QRect addAt = lower->AddButton()->geometry();
@@ -207,7 +199,6 @@ TEST_F(StudiesPagesSheetTest, ARefusalOnAnyPageStoresNothingAndShowsThatPage) {
     EXPECT_EQ(lower->ListNote()->text(), CLowerStudiesPageModel::kListFullText);
     QCoreApplication::processEvents();
     EXPECT_EQ(lower->AddButton()->geometry(), addAt);
-
     EXPECT_EQ(FileText(), before);
 }
 

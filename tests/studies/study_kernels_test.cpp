@@ -125,26 +125,20 @@ TEST(StudyFormulas, WarmUpEndsWhereEachStudyStarts) {
     for (const int n : {1, 2, 5}) {
         const auto macd = sf::Macd(bars, 3, n + 1, n);
         const auto late = sf::Macd(bars, n + 4, n, 2);
+        // clang-format off
         const std::vector<std::tuple<const char*, int, sf::Line>> lines{
-            {"SMA", n - 1, sf::SimpleAverage(bars, n)},
-            {"EMA", n + 1, sf::StudyAverage(bars, n, true)},
+            {"SMA", n - 1, sf::SimpleAverage(bars, n)}, {"RSI", n, sf::Rsi(bars, n)},
+            {"EMA", n + 1, sf::StudyAverage(bars, n, true)}, {"MOM", n, sf::Momentum(bars, n)},
             {"bands", n - 1, sf::Bollinger(bars, n, 2.0).lower},
-            {"RSI", n, sf::Rsi(bars, n)},
-            {"MOM", n, sf::Momentum(bars, n)},
             {"ROC", n + 1, sf::RateOfChange(bars, n)},
-            {"OBV", n, sf::OnBalanceVolume(bars, n)},
-            {"MFI", n + 1, sf::MoneyFlowIndex(bars, n)},
-            {"MACD", std::max(3, n + 1) - 1, macd.macd},
-            {"signal", n + 2, macd.signal},
-            {"histogram", n + 2, macd.histogram},
-            {"late MACD", n + 3, late.macd},
-            {"late signal", n + 3, late.signal},
-            {"%K", n, sf::Stochastics(bars, n, false).k},
+            {"OBV", n, sf::OnBalanceVolume(bars, n)}, {"MFI", n + 1, sf::MoneyFlowIndex(bars, n)},
+            {"MACD", std::max(3, n + 1) - 1, macd.macd}, {"signal", n + 2, macd.signal},
+            {"histogram", n + 2, macd.histogram}, {"late MACD", n + 3, late.macd},
+            {"late signal", n + 3, late.signal}, {"%K", n, sf::Stochastics(bars, n, false).k},
             {"fast %D", 2 * n, sf::Stochastics(bars, n, true).d},
             {"slow %D", 2 * n, sf::Stochastics(bars, n, false).d},
-            {"DI", n, sf::Adx(bars, n).minusDi},
-            {"ADX", 2 * n, sf::Adx(bars, n).adx},
-        };
+            {"DI", n, sf::Adx(bars, n).minusDi}, {"ADX", 2 * n, sf::Adx(bars, n).adx}};
+        // clang-format on
         for (const auto& [what, expected, line] : lines) {
             EXPECT_EQ(first(line), expected) << what << " n=" << n;
         }
@@ -167,7 +161,6 @@ struct SKernelColumns {
     sk::SRsiCarry rsiCarry;
     sk::SMacdCarry macdCarry;
     sk::SAdxCarry adxCarry;
-
     // `from`: the first bar that may have changed since the last computation (0: every bar).
     void Compute(const CVectorBars& bars, SPeriods p, std::size_t from) {
         const std::span<const double> close(bars.close);
@@ -252,7 +245,6 @@ TEST(StudyKernels, ExactZerosFlatWindowsAndLongSeries) {
     }
     EXPECT_EQ(sk::Stochastics(market.Columns(), 3, true).d[49], 0.0);
     EXPECT_EQ(sk::Stochastics(market.Columns(), 3, false).d[49], 0.0);
-
     // A long series: the rolling sums stay on the reference past many re-summations, through a
     // jump and calm, tiny deviations far above zero.
     auto bars = RandomBars(4, 60000, 3000.0);
@@ -276,7 +268,6 @@ TEST(StudyKernels, EmptyShortAndBadInputs) {
     EXPECT_TRUE(sk::Macd(none, 8, 17, 9).signal.empty());
     EXPECT_TRUE(sk::Adx(SBarColumns{}, 14).adx.empty());
     EXPECT_TRUE(sk::Stochastics(SBarColumns{}, 5, false).k.empty());
-
     const auto bars = RandomBars(6, 40);
     const auto columns = bars.Columns();
     for (int bad : {0, -5}) {
@@ -341,7 +332,6 @@ TEST(StudyKernels, LiveFollowEqualsAPassOverTheWholeSeries) {
             ExpectSame(whole.All(), followed.All(), Tag(p) + " after " + std::to_string(taken));
         }
     }
-
     // A change further back than the newest bar, or a shorter series, is never patched over:
     // the studies start again from the first bar, into columns kept longer than the series.
     CVectorBars bars = RandomBars(3, 300);

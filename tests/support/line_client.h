@@ -19,14 +19,11 @@ public:
     ~LineClient();
     LineClient(const LineClient&) = delete;
     LineClient& operator=(const LineClient&) = delete;
-
     // Connects to 127.0.0.1:port, retrying refused connects until the timeout.
     bool connect(int port, std::chrono::milliseconds timeout = 10s);
     void close();
-
     // Sends all bytes; false on failure.
     bool send(std::string_view bytes);
-
     // The next line with its terminator ("\n", usually after "\r"); none on timeout or close.
     std::optional<std::string> readRawLine(std::chrono::milliseconds timeout = 10s);
     // The next line without "\r\n".
@@ -43,7 +40,6 @@ public:
 private:
     // Reads more into the buffer; false on close, error or timeout.
     bool fill(std::chrono::steady_clock::time_point deadline);
-
     int m_fd = -1;
     std::string m_buffer;
     std::size_t m_offset = 0;

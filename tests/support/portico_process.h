@@ -39,13 +39,11 @@ public:
     ~PorticoProcess();
     PorticoProcess(const PorticoProcess&) = delete;
     PorticoProcess& operator=(const PorticoProcess&) = delete;
-
     // Starts portico with the arguments. With `anyPorts`, --admin-port 0 --lookup-port 0
     // --level1-port 0 are put in front (later arguments override them). Waits for the first
     // line on standard output; true when it is the "listening" line, whose ports are then kept.
     bool start(const std::vector<std::string>& arguments, bool anyPorts = true,
                std::chrono::milliseconds timeout = 30s);
-
     int adminPort() const { return m_adminPort; }
     int lookupPort() const { return m_lookupPort; }
     int level1Port() const { return m_level1Port; }
@@ -53,17 +51,14 @@ public:
     const std::string& firstLine() const { return m_firstLine; }
     pid_t pid() const { return m_pid; }
     bool running();
-
     // Waits for the process to end by itself; its exit code, or none on timeout.
     std::optional<int> waitForExit(std::chrono::milliseconds timeout = 30s);
     // SIGTERM, then waits; the exit code (128 + signal when killed by one), none on timeout.
     std::optional<int> stop(std::chrono::milliseconds timeout = 30s);
     // Everything portico wrote to its standard error so far.
     std::string errorOutput() const;
-
     const std::string& configHome() const { return m_configHome; }
     const std::string& stateHome() const { return m_stateHome; }
-
     // Runs portico to the end with the arguments (no ports added) and collects its output.
     static RunResult Run(const std::string& executable, const std::vector<std::string>& arguments);
 

@@ -18,7 +18,6 @@ namespace skychart::test {
 class CRecordingChart2D : public CChart2D {
 public:
     enum class EKind { Line, Points, PriceBars, Histogram };
-
     struct SSeries {
         EKind kind = EKind::Line;
         double xOffset = 0.0;
@@ -31,18 +30,15 @@ public:
         SPriceBarStyle bars;
         SHistogramStyle histogram;
     };
-
     struct SAxisState {
         SRange range;
         int precision = kDefaultLabelPrecision;
         ELabelFormat format = ELabelFormat::Fixed;
         CValueScale scale;
     };
-
     // A pane of 800 x 400 pixels with a 60-pixel label margin on the right, 20 at the bottom
     // and 16 at the top.
     CRecordingChart2D();
-
     // ---- test control ----
     void SetGeometry(const SGeometry& geometry) { m_geometry = geometry; }
     // The series with `id`, or null.
@@ -52,7 +48,6 @@ public:
     const std::vector<SXLabel>& XLabels() const { return m_xLabels; }
     const std::string& LabelLineText() const { return m_labelText; }
     int HoldDepth() const { return m_holdDepth; }
-
     // ---- CChart2D ----
     void SetLine(SeriesId id, std::span<const double> values, double xOffset) override;
     void SetLinePoints(SeriesId id, std::span<const SPoint> points) override;
@@ -65,7 +60,6 @@ public:
     void SetHistogramStyle(SeriesId id, const SHistogramStyle& style) override;
     void ClearSeries(SeriesId id) override;
     void ClearAllSeries() override;
-
     void SetXRange(double min, double max) override;
     SRange XRange() const override { return m_xRange; }
     void SetAxisRange(EAxis axis, double min, double max) override;
@@ -81,7 +75,6 @@ public:
         m_axes[Index(axis)].scale = scale;
     }
     const CValueScale& ValueScale(EAxis axis) const override { return m_axes[Index(axis)].scale; }
-
     void SetGridVisible(bool /*visible*/) override {}
     void SetGridStyle(int /*style*/) override {}
     void SetBackgroundColor(ColorRef /*color*/) override {}
@@ -93,13 +86,11 @@ public:
             m_labelText += run.text;
         }
     }
-
     SGeometry Geometry() const override { return m_geometry; }
     double SlotToPixelX(double slot) const override;
     double PixelXToSlot(double x) const override;
     double ValueToPixelY(double value, EAxis axis) const override;
     double PixelYToValue(double y, EAxis axis) const override;
-
     void HoldDrawing() override { ++m_holdDepth; }
     void ReleaseDrawing() override { m_holdDepth = std::max(m_holdDepth - 1, 0); }
     void DrawTo(QPainter& /*painter*/, const SPixelRect& /*target*/) override {}
@@ -109,7 +100,6 @@ private:
     static std::size_t Index(EAxis axis) { return axis == EAxis::Y ? 0 : 1; }
     // The series with `id` as `kind`, replacing one of another kind.
     SSeries& Take(SeriesId id, EKind kind);
-
     SGeometry m_geometry;
     std::map<SeriesId, SSeries> m_series;
     SRange m_xRange;

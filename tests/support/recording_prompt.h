@@ -19,7 +19,6 @@ public:
         std::string caption;
         std::string text;
     };
-
     void Information(const std::string& caption, const std::string& text) override {
         boxes.push_back({"Information", caption, text});
     }
@@ -38,7 +37,6 @@ public:
         answers.pop_front();
         return next;
     }
-
     std::string AskText(const std::string& caption, const std::string& text) override {
         boxes.push_back({"AskText", caption, text});
         if (typed.empty()) {
@@ -48,7 +46,6 @@ public:
         typed.pop_front();
         return next;
     }
-
     // "caption|text" of every box, oldest first.
     std::vector<std::string> Texts() const {
         std::vector<std::string> texts;
@@ -57,7 +54,6 @@ public:
         }
         return texts;
     }
-
     std::vector<Box> boxes;
     std::deque<bool> answers;      // the answers to the next questions, in order
     bool answer = false;           // the answer once `answers` is used up

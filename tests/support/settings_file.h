@@ -21,10 +21,8 @@ class SettingsFileTest : public ::testing::Test {
 protected:
     // "key=value" lines, as the file holds them.
     using Values = std::vector<std::string>;
-
     void SetUp() override { ::setenv("XDG_CONFIG_HOME", home.path().c_str(), 1); }
     void TearDown() override { ::unsetenv("XDG_CONFIG_HOME"); }
-
     // Writes `values` into the file and starts the settings from it, the mirror published.
     void Start(const Values& values = {}) {
         std::vector<std::pair<std::string, std::string>> lines;
@@ -51,7 +49,6 @@ protected:
             EXPECT_EQ(Stored(line.substr(0, equals)), line.substr(equals + 1)) << line;
         }
     }
-
     TempDir home;
     RecordingPrompt prompt;
     CSettings settings;

@@ -12,7 +12,6 @@ public:
     ~TempDir();
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
-
     const std::string& path() const { return m_path; }
     // Writes `text` to path()/relative, creating the folders on the way.
     void writeFile(const std::string& relative, const std::string& text) const;

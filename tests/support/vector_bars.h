@@ -14,7 +14,6 @@ class CVectorBars : public IBarSeries {
 public:
     std::vector<double> high, low, close, volume;
     std::vector<std::int64_t> volumes;
-
     void Add(double h, double l, double c, std::int64_t v = 100) {
         high.push_back(h);
         low.push_back(l);
@@ -31,7 +30,6 @@ public:
         return bars;
     }
     SBarColumns Columns() const { return {high, low, close, volume}; }
-
     int Count() const override { return static_cast<int>(close.size()); }
     double High(int i) const override { return high.at(static_cast<std::size_t>(i)); }
     double Low(int i) const override { return low.at(static_cast<std::size_t>(i)); }

@@ -57,7 +57,6 @@ protected:
     void WriteFile(const std::string& bytes) const {
         home.writeFile(fs::path(path).lexically_relative(home.path()).string(), bytes);
     }
-
     std::string path; // the default trendline file, once XDG_CONFIG_HOME is the test's
 };
 
@@ -71,7 +70,6 @@ TEST_F(TrendFile, LivesBesideTheSettingsAndIsSavedWholeAndReadBack) {
     ASSERT_TRUE(file.Save(Store(2)));
     EXPECT_EQ(Kept(), std::vector<std::string>{Store(2).Write()});
     EXPECT_EQ(CTrendFile().Load(prompt, false), Store(2));
-
     // Read-only use reads but never writes; a file that cannot be written keeps the old one.
     CTrendFile reader;
     EXPECT_EQ(reader.Load(prompt, true), Store(2));
@@ -93,7 +91,6 @@ TEST_F(TrendFile, ADamagedFileIsSetAsideAndToldOnceOrLeftAndNeverOverwritten) {
         EXPECT_TRUE(reader.Load(prompt, true).Charts().empty());
         EXPECT_FALSE(reader.Save(Store(1)));
         EXPECT_EQ(ReadFile(path), bytes);
-
         CTrendFile file;
         EXPECT_TRUE(file.Load(prompt, false).Charts().empty());
         ASSERT_EQ(prompt.boxes.size(), 2u);
@@ -112,7 +109,6 @@ TEST_F(TrendFile, ADamagedFileIsSetAsideAndToldOnceOrLeftAndNeverOverwritten) {
     std::vector<std::string> kept{damaged[0], damaged[1], Store(1).Write()};
     std::sort(kept.begin(), kept.end());
     EXPECT_EQ(Kept(), kept);
-
     // A name too long for the set-aside suffix: the file cannot be moved, so it stays unwritten.
     const std::string stuck = home.path() + "/" + std::string(240, 't') + ".json";
     home.writeFile(fs::path(stuck).filename().string(), damaged[0]);
@@ -149,7 +145,6 @@ TEST_F(TrendFile, ThePageShowsEachKindInOrderAndStoresWhatChanged) {
     EXPECT_EQ(page->ColorButton(ETrendKind::Parallel)->Color(), 255u);
     EXPECT_EQ(page->WidthSpin(ETrendKind::Sloping)->value(), 1);
     EXPECT_FALSE(page->ExtendableCheck(ETrendKind::Horizontal)->isChecked());
-
     page->ColorButton(ETrendKind::Pitchfork)->SetColor(0x123456);
     page->WidthSpin(ETrendKind::FibonacciFan)->setValue(4);
     page->ExtendableCheck(ETrendKind::Sloping)->click();

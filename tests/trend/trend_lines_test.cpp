@@ -41,48 +41,33 @@ TEST(TrendGeometry, EachKindDrawsItsParts) {
         bool extendable;
         std::vector<SExpectedPart> parts;
     } cases[] = {
-        {ETrendKind::Horizontal,
-         {{2, 10}, {8, 50}},
-         false,
+        // clang-format off
+        {ETrendKind::Horizontal, {{2, 10}, {8, 50}}, false,
          {{{2, 10}, {8, 10}, EExtend::None, ""}}},
-        {ETrendKind::Horizontal,
-         {{2, 10}, {8, 50}},
-         true,
+        {ETrendKind::Horizontal, {{2, 10}, {8, 50}}, true,
          {{{2, 10}, {2, 10}, EExtend::Right, ""}}},
         {ETrendKind::Sloping, {a, b}, true, {{a, b, EExtend::Onward, ""}}},
         // The channel's second line goes through the third point: the line is at 50 on bar 5.
-        {ETrendKind::Parallel,
-         {a, b, {5, 80}},
-         false,
+        {ETrendKind::Parallel, {a, b, {5, 80}}, false,
          {{a, b, EExtend::None, ""}, {{0, 30}, {10, 130}, EExtend::None, ""}}},
         // The median runs to the midpoint (10, 70) of the second and third points; the tines
         // are as long and parallel to it.
-        {ETrendKind::Pitchfork,
-         {a, b, c},
-         true,
-         {{a, {10, 70}, EExtend::Onward, ""},
-          {b, {20, 170}, EExtend::Onward, ""},
-          {c, {20, 110}, EExtend::Onward, ""},
-          {b, c, EExtend::None, ""}}},
-        {ETrendKind::FibonacciFan,
-         {a, b},
-         false,
-         {{a, b, EExtend::None, ""},
-          {a, {10, 61.8}, EExtend::None, "38.2%"},
-          {a, {10, 50}, EExtend::None, "50%"},
-          {a, {10, 38.2}, EExtend::None, "61.8%"}}},
+        {ETrendKind::Pitchfork, {a, b, c}, true,
+         {{a, {10, 70}, EExtend::Onward, ""}, {b, {20, 170}, EExtend::Onward, ""},
+          {c, {20, 110}, EExtend::Onward, ""}, {b, c, EExtend::None, ""}}},
+        {ETrendKind::FibonacciFan, {a, b}, false,
+         {{a, b, EExtend::None, ""}, {a, {10, 61.8}, EExtend::None, "38.2%"},
+          {a, {10, 50}, EExtend::None, "50%"}, {a, {10, 38.2}, EExtend::None, "61.8%"}}},
         // 0% at the move's end, 100% at its start, the extensions beyond the start.
         {ETrendKind::FibonacciRetracements, {b, a}, true, retracement},
-        {ETrendKind::SpeedResistance,
-         {{0, 0}, {9, 90}},
-         true,
-         {{{0, 0}, {9, 90}, EExtend::None, ""},
-          {{0, 0}, {9, 30}, EExtend::Onward, "1/3"},
+        {ETrendKind::SpeedResistance, {{0, 0}, {9, 90}}, true,
+         {{{0, 0}, {9, 90}, EExtend::None, ""}, {{0, 0}, {9, 30}, EExtend::Onward, "1/3"},
           {{0, 0}, {9, 60}, EExtend::Onward, "2/3"}}},
         // A line being placed: two points of a three-point kind draw the line between them,
         // one point nothing.
         {ETrendKind::Pitchfork, {a, b}, true, {{a, b, EExtend::None, ""}}},
         {ETrendKind::Sloping, {a}, true, {}},
+        // clang-format on
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(TrendKindInfo(test.kind).name);
@@ -117,7 +102,6 @@ protected:
     }
     void AddTrendItem(std::shared_ptr<CDrawnItem> item) override { items.Add(std::move(item)); }
     void RemoveTrendItem(const CDrawnItem* item) override { items.Remove(item); }
-
     static std::vector<STrendPoint> Points(std::initializer_list<SBarPrice> points) {
         std::vector<STrendPoint> out;
         for (const SBarPrice& point : points) {
@@ -128,7 +112,6 @@ protected:
     CChart2D::SPixelPoint Pixel(double slot, double price) const {
         return {chart.SlotToPixelX(slot), chart.ValueToPixelY(price, CChart2D::EAxis::Y)};
     }
-
     CRecordingChart2D chart;
     CPaneItems items;
     SPaneView view{0, 20, 20};
@@ -148,7 +131,6 @@ TEST_F(TrendPane, PaintsAnchoredToBarsExtendedToTheEdgeAndHighlighted) {
     EXPECT_DOUBLE_EQ(series->points[1].y, 10.0 + 5.0 * 17.5);
     EXPECT_EQ(series->line.color, style.color);
     EXPECT_EQ(series->line.width, 2);
-
     // Scrolled on by five bars, the line stays on its bars.
     view.first = 5;
     sloping->SetStyle({style.color, 2, false});
@@ -161,7 +143,6 @@ TEST_F(TrendPane, PaintsAnchoredToBarsExtendedToTheEdgeAndHighlighted) {
     EXPECT_EQ(series->line.width, 4);
     // Nothing of it is in the plot area now: it cannot be hit.
     EXPECT_LT(sloping->Distance(chart, view, Pixel(0, 50)), 0.0);
-
     // A retracement labels its levels with the price at the pane's precision.
     chart.SetLabelPrecision(CChart2D::EAxis::Y, 3);
     const auto fib = lists.Add(ETrendKind::FibonacciRetracements, Points({{8, 0}, {12, 50}}),
@@ -169,7 +150,6 @@ TEST_F(TrendPane, PaintsAnchoredToBarsExtendedToTheEdgeAndHighlighted) {
     items.Paint(chart, view);
     EXPECT_EQ(chart.Series(kTrendSeriesBase + fib->SeriesNumbers()[2])->label, "38.2% 30.900");
     EXPECT_EQ(chart.Series(kTrendSeriesBase + fib->SeriesNumbers()[8])->line.style, CChart2D::kDot);
-
     // Removed, its series leave the chart at the next paint.
     lists.RemoveAll();
     items.Paint(chart, view);
@@ -190,7 +170,6 @@ TEST_F(TrendPane, ALogLineIsStraightInLogAndTheCurveItIsElsewhereWhereItIsHit) {
     ASSERT_EQ(chart.Series(id)->points.size(), 2u);
     EXPECT_EQ(chart.Series(id)->label, "");
     EXPECT_NE(line->HitTest(chart, view, Pixel(7, 30), 2.0), std::nullopt);
-
     // On the linear scale: sampled along the log line (half way it stands at the geometric
     // mean 30, not at 50), marked as a log line, and hit where it is drawn.
     chart.SetValueScale(CChart2D::EAxis::Y, CValueScale::Linear());
@@ -203,12 +182,10 @@ TEST_F(TrendPane, ALogLineIsStraightInLogAndTheCurveItIsElsewhereWhereItIsHit) {
     EXPECT_EQ(chart.Series(id)->label, "(log)");
     EXPECT_NE(line->HitTest(chart, view, Pixel(7, 30), 2.0), std::nullopt);
     EXPECT_EQ(line->HitTest(chart, view, Pixel(7, 50), 5.0), std::nullopt);
-
     // A drag moves it by a ratio: both points by the same factor.
     ASSERT_TRUE(line->MoveBy(chart, view, Pixel(7, 30), Pixel(7, 60)));
     EXPECT_NEAR(line->Points()[1].price / line->Points()[0].price, 9.0, 1e-9);
     EXPECT_NEAR(line->Points()[0].price, 20.0, 1e-9);
-
     // Stored and read back with its scale (TrendRecords and AddTrendRecords).
     const std::vector<STrendRecord> records = TrendRecords(lists);
     ASSERT_EQ(records.size(), 1u);
@@ -244,14 +221,12 @@ TEST_F(TrendPane, NearestPrefersTheEarlierKindThenTheEarlierLine) {
     const CChart2D::SPixelPoint onLevel = Pixel(5, 50);
     EXPECT_EQ(lists.Nearest(chart, view, onLevel).trend, nullptr);
     EXPECT_EQ(lists.Nearest(chart, view, onLevel).distance, -1.0);
-
     const STrendStyle plain{0, 1, false};
     const auto slopingFirst = lists.Add(ETrendKind::Sloping, Points({{0, 50}, {10, 50}}), plain);
     const auto slopingSecond = lists.Add(ETrendKind::Sloping, Points({{0, 50}, {10, 50}}), plain);
     const auto far = lists.Add(ETrendKind::Sloping, Points({{0, 90}, {10, 90}}), plain);
     const auto level = lists.Add(ETrendKind::Horizontal, Points({{0, 50}, {10, 0}}), plain);
     const auto speed = lists.Add(ETrendKind::SpeedResistance, Points({{0, 50}, {10, 50}}), plain);
-
     auto nearest = lists.Nearest(chart, view, onLevel);
     EXPECT_EQ(nearest.trend, level);
     EXPECT_NEAR(nearest.distance, 0.0, 1e-9);
@@ -260,7 +235,6 @@ TEST_F(TrendPane, NearestPrefersTheEarlierKindThenTheEarlierLine) {
     EXPECT_EQ(lists.Nearest(chart, view, onLevel).trend, slopingFirst);
     lists.Remove(slopingFirst.get());
     EXPECT_EQ(lists.Nearest(chart, view, onLevel).trend, slopingSecond);
-
     // A later kind wins only when strictly nearer: ten pixels above the lines the speed lines'
     // rays are as near as the sloping one, and the farther line loses.
     const CChart2D::SPixelPoint above{onLevel.x, onLevel.y - 10.0};
@@ -313,13 +287,11 @@ TEST(TrendPoint, BarsFoundFromTimesAndStoredBack) {
     EXPECT_DOUBLE_EQ(BarOfTime(history, at(10)), 3.0 + 1.0 / 3.0);
     EXPECT_DOUBLE_EQ(BarOfTime(history, at(2)), -3.0); // a day a bar before the first
     EXPECT_DOUBLE_EQ(BarOfTime(history, at(20)), 12.0);
-
     const STrendPoint point = TrendPointAt(history, 2.4, 7.5);
     EXPECT_EQ(point.bar, 2.0);
     EXPECT_TRUE(point.time.time == at(8).time);
     EXPECT_EQ(TrendPointAt(history, 40.0, 1.0).bar, 8.0);
     EXPECT_EQ(TrendPointAt(history, -3.0, 1.0).bar, 0.0);
-
     // What the store keeps comes back on the same bars, and finds them again when a bar before
     // them is gone.
     struct SPane : ITrendPane {

@@ -69,7 +69,6 @@ TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenAndWhatNoFileHoldsIsLeftOut) 
                              "\"2024-03-01 09:30:00.000250\""}) {
         EXPECT_NE(text.find(std::string("\"time\": ") + time + ",\n"), std::string::npos) << time;
     }
-
     // What no file could hold is left out of it rather than written unreadable.
     STrendRecord offCalendar = Record(ETrendKind::Sloping, 2, "2024-03-01", 1);
     offCalendar.points[1].first.time.SetStatus(CDateTime::Status::Invalid);
@@ -98,7 +97,6 @@ TEST(TrendStore, ReadsWhatAPersonMayWriteAndRefusesDamageSayingWhere) {
          {{Time("2024-03-01 00:00:00"), 3.0}, {Time("2024-03-04 10:00:00.500000"), -2.5}}}};
     EXPECT_EQ(readable->Charts().size(), 1u);
     EXPECT_EQ(readable->Find({"LUMA", kDays}), expected);
-
     const std::string point = R"({"time": "2024-03-01", "price": 1})";
     const auto file = [&](const std::string& chart) {
         return R"({"version": 1, "charts": [)" + chart + "]}";
@@ -176,7 +174,6 @@ TEST(TrendStyles, DamagedStoredValuesReadAsDefaultsAndWritingRepairsAndCounts) {
     EXPECT_EQ(WriteTrendStyles(settings, defaults), 1);
     EXPECT_EQ(settings.GetText("Sloping Trendline Extendable"), "0");
     EXPECT_EQ(WriteTrendStyles(settings, defaults), 0);
-
     STrendStyles changed = defaults;
     changed[1] = {0x123456, kMaxTrendWidth, true};
     changed[6] = {0xFF123456, 0, false}; // a colour's high byte dropped, the width kept in range
@@ -216,7 +213,6 @@ TEST(TrendAlert, FiresOnceWhenATradeCrossesOrReachesThePriceFromOneSide) {
     EXPECT_EQ(FiredAt(RisesAbove, 10.0, {11.0, 9.0, 9.5, 10.1}), std::vector<int>{3});
     EXPECT_EQ(FiredAt(FallsBelow, 10.0, {9.0, 11.0, 10.0}), std::vector<int>{2});
     EXPECT_EQ(FiredAt(FallsBelow, 10.0, {9.0, 9.5, 12.0}), std::vector<int>{});
-
     // A fired alert stays fired until armed again, which forgets the side seen before.
     CAlertWatch watch({Crosses, false});
     EXPECT_FALSE(watch.OnTrade(9.0, 10.0));
@@ -227,7 +223,6 @@ TEST(TrendAlert, FiresOnceWhenATradeCrossesOrReachesThePriceFromOneSide) {
     EXPECT_FALSE(watch.Fired());
     EXPECT_FALSE(watch.OnTrade(11.0, 10.0));
     EXPECT_TRUE(watch.OnTrade(9.0, 10.0));
-
     for (const char* name : {"crosses", "Rises Above", "fallsbelow"}) {
         EXPECT_TRUE(FindAlertDirection(name)) << name;
     }
@@ -267,7 +262,6 @@ TEST(TrendAlert, AlertsRideInTheTrendlineTextWhichStillReadsOldFiles) {
     const std::optional<CTrendStore> back = CTrendStore::Read(store.Write(), error);
     ASSERT_TRUE(back) << error;
     EXPECT_EQ(*back, store);
-
     // A file without alerts (written before them) reads as before; one with alerts but no ids,
     // or an id taken twice, numbers them past the highest id in the file.
     const std::string old = R"({"version": 1, "charts": [{"symbol": "LUMA", "type": "Daily",
@@ -288,7 +282,6 @@ TEST(TrendAlert, AlertsRideInTheTrendlineTextWhichStillReadsOldFiles) {
     EXPECT_EQ(numbered->Find({"L", 2})[0].alert->id, 7);
     EXPECT_EQ(numbered->TakeAlertId(), 8);
     // (Damaged alerts are among the trendline store's damaged texts.)
-
     // The list: levels first, then the lines; re-arm and delete by id, and the ids of the
     // others stay.
     EXPECT_EQ(store.AddLevelAlert({"LUMA", 9.5, {}}), 3);

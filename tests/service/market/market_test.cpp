@@ -57,7 +57,6 @@ TEST_F(Ticks, NothingAfterNowAndPiecesMatchTheWhole) {
         ASSERT_FALSE(whole.empty());
         EXPECT_GE(whole.front().time, from);
         EXPECT_LE(whole.back().time, now);
-
         // The way the server releases live trades: consecutive ranges as the clock moves.
         std::vector<Tick> pieces;
         for (Micros start = from; start <= now; start += 997'003) {
@@ -65,7 +64,6 @@ TEST_F(Ticks, NothingAfterNowAndPiecesMatchTheWhole) {
             pieces.insert(pieces.end(), part.begin(), part.end());
         }
         EXPECT_TRUE(whole == pieces);
-
         // Ranges that begin or end exactly on a tick include it.
         const Tick& middle = whole[whole.size() / 2];
         const auto upTo = Drain(market->ticks(inst, from, middle.time));
@@ -273,7 +271,6 @@ TEST_F(Aggregation, DayWeekAndMonthBarsAreTheirTicks) {
         }
         ASSERT_EQ(withoutOpenInterest, expected);
         EXPECT_EQ(openInterests.size() > 1, inst.session == SessionClass::Future);
-
         // Weeks from the first whole one (Monday 6 April); April and May.
         const auto weeks = GroupDays(days, [](std::int32_t d) { return d - detail::Weekday(d); });
         const std::size_t whole = weeks.size() - 1; // the first week began before April
@@ -330,7 +327,6 @@ TEST_F(Summary, AgreesWithTheTicksOfTheDay) {
         ASSERT_TRUE(s.hasLast);
         EXPECT_TRUE(s.last == today.back());
         EXPECT_EQ(s.last.totalVolume, LastCounted(today)->totalVolume);
-
         const auto before = market->lastDailyBars(inst, 1, StartOfDay(s.day) - 1);
         ASSERT_EQ(before.size(), 1u);
         EXPECT_EQ(s.previousClose, before[0].close);

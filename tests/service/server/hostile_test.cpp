@@ -166,7 +166,6 @@ TEST_F(HostileTest, HugeHistoryRequestsGetTheNewestLinesUpToTheCapWhileOthersAre
     EXPECT_TRUE(kSanitized || time(noLimit.last) == "2026-11-20 11:59:59");
     EXPECT_EQ(std::tie(absurd.first, absurd.last), std::tie(noLimit.first, noLimit.last));
     EXPECT_EQ(std::tie(fromYearOne.first, fromYearOne.last), std::tie(noLimit.first, noLimit.last));
-
     // Minute bars since 1990 are more than the cap too: the oldest years are left out.
     const Answer minutes = request("HIX,LUMA,60,,1,,,s,0");
     EXPECT_GT(time(minutes.first), "1991-01-01");

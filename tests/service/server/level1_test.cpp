@@ -146,7 +146,6 @@ TEST_F(Level1Test, SyntheticTradesAreConsistentAndCountedAsReceived) {
         ASSERT_EQ(p.size(), 13u);
         days[symbol] = {std::stoll(p[5]), std::stoll(p[6]), std::stod(p[7]), std::stod(p[8]), p[9]};
     }
-
     unsigned long long updates = 0;
     unsigned long long trades = 0;
     const auto check = [&](const std::string& line) {
@@ -174,7 +173,6 @@ TEST_F(Level1Test, SyntheticTradesAreConsistentAndCountedAsReceived) {
         day.high = high;
         day.low = low;
     };
-
     // Two seconds of lines, then the counts, which the Level 1 connection answers counting
     // exactly the lines before them.
     std::string counts;
@@ -199,7 +197,6 @@ TEST_F(Level1Test, SyntheticTradesAreConsistentAndCountedAsReceived) {
     // more than the quotes of two symbols (a few a second) could make.
     EXPECT_GT(updates, 1000u);
     EXPECT_GT(trades, updates / 2) << "most stress lines are trades";
-
     // The admin port's totals include this client's lines, and a second client's.
     LineClient other;
     ASSERT_TRUE(Open(other, portico().level1Port(), "wVTRC\nS,LEVEL1 COUNTS\n"));
@@ -213,7 +210,6 @@ TEST_F(Level1Test, SyntheticTradesAreConsistentAndCountedAsReceived) {
     EXPECT_GE(std::stoull(total[2]), updates + std::stoull(otherCounts[2]));
     EXPECT_GE(std::stoull(total[3]), trades);
     EXPECT_LE(std::stoull(total[3]), std::stoull(total[2]));
-
     // Leaving, the client's counts go to the log.
     client.close();
     other.close();

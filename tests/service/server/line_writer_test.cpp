@@ -60,7 +60,6 @@ TEST(LineWriterTest, IntegersDatesAndTimes) {
     EXPECT_EQ(out.str(), "0,9,10,99,100,999,1000,9999,10000,99999999,100000000,4294967296,"
                          "9999999999999999999,18446744073709551615,-9223372036854775808,000042,"
                          "0AFF");
-
     out.clear();
     const Micros t = At(2026, 11, 20, 9, 30, 5, 123);
     for (const auto put : {&LineWriter::putIsoMicroTime, &LineWriter::putIsoDateTime,
@@ -120,7 +119,6 @@ TEST(UpdateFieldsTest, LinesHoldExactlyTheSelectedFieldsInOrder) {
     state.bid = 13919;
     state.ask = 13921;
     state.previousClose = 13900;
-
     using enum UpdateField;
     LineWriter out;
     WriteUpdateLine(out, 'Q',
@@ -129,7 +127,6 @@ TEST(UpdateFieldsTest, LinesHoldExactlyTheSelectedFieldsInOrder) {
                     state, "C");
     EXPECT_EQ(out.str(), "Q,C,139.20,LUMA,09:30:05.000042,11/20/2026,4400300,3D,139.19,139.21,77,"
                          "20,0.20,139.00\r\n");
-
     // Without a trade yet the trade fields stay empty.
     state.hasLast = false;
     out.clear();

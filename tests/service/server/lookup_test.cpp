@@ -186,10 +186,9 @@ TEST_F(LookupTest, SearchBySymbolPrefixOrDescriptionIgnoringCaseAndFiltered) {
         {"SBF,s,,e,5", {"AURX", "QLMB", "SHRD", "VTRC"}},
         {"SBF,s,@,t,2", {"@BGD#", "@HGS#", "@LCR#", "@NGI#", "@NGM#", "@RCP#", "@TEN#", "@WWH#"}},
         {"SBF,d,fund,e,2 4", {"HBGF", "SMCF"}},
-        {"SBF,s,@,t,1 3", {}},
-        {"SBF,s,IBM,,", {}},
-        {"SBF,d,zzzz,t,1", {}},
-    };
+        // clang-format off
+        {"SBF,s,@,t,1 3", {}}, {"SBF,s,IBM,,", {}}, {"SBF,d,zzzz,t,1", {}}};
+    // clang-format on
     for (const auto& [command, symbols] : cases) {
         std::vector<std::string> found;
         for (const auto& row : lookupData(command + ",S", "S")) {

@@ -71,7 +71,6 @@ protected:
         }
     }
     PorticoProcess& portico() { return *m_portico; }
-
     // Sends one command on a fresh lookup connection and returns the answer lines up to and
     // including the end marker of `id`.
     std::vector<std::string> lookup(const std::string& command, const std::string& id) {
@@ -90,7 +89,6 @@ protected:
         }
         return rows;
     }
-
     std::unique_ptr<PorticoProcess> m_portico;
 };
 

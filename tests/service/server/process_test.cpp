@@ -56,7 +56,6 @@ TEST(PorticoProcessTest, PortsComeFromStartupConfWhichStaysUntouched) {
               std::tuple(admin, lookup, level1));
     EXPECT_EQ(portico.stop(), 0) << portico.errorOutput();
     EXPECT_EQ(skychart::test::ReadFile(path), conf);
-
     // Options win over the file; a bad value in it falls back; keys may lack a section.
     PorticoProcess overridden(PORTICO_EXECUTABLE);
     WriteStartupConf(overridden, "AdminPort=notaport\nLookupPort=" + std::to_string(lookup) + "\n");
@@ -95,7 +94,6 @@ TEST(PorticoProcessTest, LeavesAfterTheLingerTimeWithoutClients) {
     PorticoProcess idle(PORTICO_EXECUTABLE);
     ASSERT_TRUE(idle.start({"--linger", "1"}));
     EXPECT_EQ(idle.waitForExit(60s), 0);
-
     PorticoProcess busy(PORTICO_EXECUTABLE);
     ASSERT_TRUE(busy.start({"--linger", "1"}));
     LineClient client;
