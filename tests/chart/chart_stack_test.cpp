@@ -163,12 +163,7 @@ TEST_F(ChartStack, ValueLabelsAndLabelLineSitWhereAsked) {
     EXPECT_GT(Count(image, kDown, strip), 0);
     // A line's value tag is centred on its value's row in the margin, linear or logarithmic.
     chart.SetAxisRange(EAxis::Y2, 2.0, 200.0);
-    CChart2D::SValueTag tag;
-    tag.value = 20.0;
-    tag.axis = EAxis::Y2;
-    tag.text = "20.000";
-    tag.fill = kUp;
-    chart.SetLineTag(7, tag);
+    chart.SetLineTag(7, {.value = 20.0, .axis = EAxis::Y2, .text = "20.000", .fill = kUp});
     for (const CValueScale& scale : {CValueScale::Linear(), CValueScale::Log()}) {
         chart.SetValueScale(EAxis::Y2, scale);
         const QRect box = Extent(stack.RenderImage(), kUp);

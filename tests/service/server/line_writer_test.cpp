@@ -103,22 +103,20 @@ TEST(UpdateFieldsTest, NamesRoundTripWhateverTheirCaseAndSpaces) {
 }
 
 TEST(UpdateFieldsTest, LinesHoldExactlyTheSelectedFieldsInOrder) {
-    Instrument instrument;
-    instrument.symbol = "LUMA";
-    instrument.decimals = 2;
-    QuoteState state;
-    state.instrument = &instrument;
-    state.hasLast = true;
-    state.last.time = At(2026, 11, 20, 9, 30, 5, 42);
-    state.last.price = 13920;
-    state.last.size = 300;
-    state.last.conditions = 0x3d;
-    state.last.tickId = 77;
-    state.last.dayCode = 20;
-    state.totalVolume = 4'400'300;
-    state.bid = 13919;
-    state.ask = 13921;
-    state.previousClose = 13900;
+    const Instrument instrument{.symbol = "LUMA", .description = "", .decimals = 2};
+    const Tick last{.time = At(2026, 11, 20, 9, 30, 5, 42),
+                    .price = 13920,
+                    .size = 300,
+                    .tickId = 77,
+                    .dayCode = 20,
+                    .conditions = 0x3d};
+    QuoteState state{.instrument = &instrument,
+                     .previousClose = 13900,
+                     .totalVolume = 4'400'300,
+                     .last = last,
+                     .hasLast = true,
+                     .bid = 13919,
+                     .ask = 13921};
     using enum UpdateField;
     LineWriter out;
     WriteUpdateLine(out, 'Q',
