@@ -96,6 +96,7 @@ CChartLoader::EStart CChartFormView::Load(const std::string& symbol) {
     m_lastStatus.clear();
     m_liveTimer.stop();
     m_pacer = {};
+    m_studiesStartedAt.reset();
     const CChartLoader::EStart started = m_loader.Load(symbol, [this] { m_progressTimer.start(); });
     m_canvas->ClearStudies();
     m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
@@ -134,7 +135,19 @@ CChartLoader::EStart CChartFormView::Reload() {
 void CChartFormView::OnHistoryLine(const std::string& line) {
     if (!m_compare.OnHistoryLine(line)) {
         m_loader.OnHistoryLine(line);
+        StartStudiesOfCompleteAnswer();
     }
+}
+
+void CChartFormView::StartStudiesOfCompleteAnswer() {
+    // The studies of a long series take a while: they start as the end marker arrives, so that
+    // they are well under way when the progress tick first shows the chart.
+    if (m_studiesStartedAt || Symbol().empty() || m_loader.Loading() || m_loader.HistoryShown()) {
+        return;
+    }
+    m_studiesStartedAt = m_loader.History().GetCount();
+    m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
+    m_canvas->ComputeStudies();
 }
 
 void CChartFormView::OnLevel1Line(const std::string& line) {
@@ -178,7 +191,13 @@ int CChartFormView::ShowCompleteHistory(int count) {
         m_restorePosition.reset();
     }
     m_canvas->RedrawAll();
-    m_canvas->ComputeStudies();
+    if (!m_studiesStartedAt) {
+        m_canvas->ComputeStudies();
+    } else if (*m_studiesStartedAt != count) {
+        // Live points came after the end marker.
+        m_canvas->StudiesSeriesGrew();
+    }
+    m_studiesStartedAt.reset();
     TakeNewestPoint();
     emit historyShown();
     if (count == 0 && !m_loader.AnswerError().empty()) {

@@ -167,6 +167,8 @@ private:
     // IHistoryProgressSink: the status bar, and the canvas's scroll bar and panes.
     void SetStatusText(const std::string& text) override;
     int ShowCompleteHistory(int count) override;
+    // Starts the studies of a complete answer that the next progress tick will show.
+    void StartStudiesOfCompleteAnswer();
     // Taken only at the right edge: a chart scrolled back keeps its place.
     std::optional<int> ShowNewPoints(int count, int added) override;
 
@@ -215,5 +217,8 @@ private:
     // A restore waiting for its history: where the scroll bar stood (none: at the newest
     // points), and whom to tell.
     std::optional<int> m_restorePosition;
+    // The count of points whose studies started as the answer's end marker came, before the
+    // progress tick shows it; none before that in a load.
+    std::optional<int> m_studiesStartedAt;
     RestoreDone m_restoreDone;
 };
