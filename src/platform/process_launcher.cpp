@@ -1,6 +1,7 @@
 #include "platform/process_launcher.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
@@ -26,7 +27,7 @@ QString CProcessLauncher::Find(const QString& program) {
 }
 
 bool CProcessLauncher::Launch(const QString& program, const QStringList& arguments, int& errorCode,
-                              qint64* pid) {
+                              qint64* pid, const QString& errorFile) {
     const QString path = program.isEmpty() ? QString() : Find(program);
     if (path.isEmpty()) {
         errorCode = ENOENT;
@@ -39,7 +40,7 @@ bool CProcessLauncher::Launch(const QString& program, const QStringList& argumen
     process.setArguments(arguments);
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
+    process.setStandardErrorFile(errorFile.isEmpty() ? QProcess::nullDevice() : errorFile);
     errno = 0;
     qint64 started = 0;
     if (!process.startDetached(&started)) {
@@ -62,13 +63,21 @@ bool CProcessLauncher::Launch(const QString& program, const QStringList& argumen
 }
 
 bool CProcessLauncher::LaunchConnectionManager(const std::vector<std::string>& arguments,
-                                               int& errorCode, long long* pid) {
+                                               int& errorCode, long long* pid,
+                                               const std::string& logFolder) {
     QStringList list;
     for (const std::string& argument : arguments) {
         list.append(QString::fromStdString(argument));
     }
+    QString errorFile;
+    if (!logFolder.empty()) {
+        const QDir folder(QString::fromStdString(logFolder));
+        if (folder.mkpath(".")) {
+            errorFile = folder.filePath(kConnectionManagerLog);
+        }
+    }
     qint64 started = 0;
-    const bool launched = Launch(kConnectionManager, list, errorCode, &started);
+    const bool launched = Launch(kConnectionManager, list, errorCode, &started, errorFile);
     if (launched && pid != nullptr) {
         *pid = started;
     }

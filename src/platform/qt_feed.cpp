@@ -30,7 +30,8 @@ std::unique_ptr<IBlockingSocket> CQtFeedPlatform::MakeBlockingSocket() {
 
 bool CQtFeedPlatform::LaunchConnectionManager(const std::vector<std::string>& arguments,
                                               int& errorCode) {
-    return CProcessLauncher::LaunchConnectionManager(arguments, errorCode);
+    return CProcessLauncher::LaunchConnectionManager(arguments, errorCode, nullptr,
+                                                     CStartupStore::LogPath());
 }
 
 int CQtFeedPlatform::ReadPort(const std::string& valueName, const std::string& defaultText,

@@ -54,11 +54,13 @@ cleanup() {
     rm -rf "$home"
 }
 
-# Ends the test with MESSAGE and the Skychart log; a test that defines fail_details adds what
-# else it knows.
+# Ends the test with MESSAGE, the Skychart log and the log of the portico it started; a test that
+# defines fail_details adds what else it knows.
 fail() {
     echo "FAIL: $*"
     [[ -n "$log" && -f "$log" ]] && { echo "--- Skychart log"; cat "$log"; }
+    local portico_log=${home:-}/logs/porticoLog.txt
+    [[ -f "$portico_log" ]] && { echo "--- portico log"; cat "$portico_log"; }
     declare -F fail_details >/dev/null && fail_details
     cleanup
     exit 1

@@ -165,26 +165,37 @@ TEST(ProcessLauncher, AProgramThatIsNowhereIsReported) {
     EXPECT_FALSE(CProcessLauncher::Launch("", {}));
 }
 
-TEST(ProcessLauncher, TheChildsStandardStreamsAreTheNullDevice) {
+TEST(ProcessLauncher, TheChildsStandardStreamsAreTheNullDeviceOrItsErrorFile) {
     const TempDir dir;
-    const std::string report = dir.path() + "/streams";
-    int error = 0;
-    qint64 pid = 0;
-    // The child writes where its own three streams lead, never into ours.
-    ASSERT_TRUE(
-        CProcessLauncher::Launch("sh",
-                                 {"-c",
-                                  "streams=$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2); "
-                                  "echo \"$streams\" > \"$0.part\" && mv \"$0.part\" \"$0\"",
-                                  QString::fromStdString(report)},
-                                 error, &pid))
-        << error;
-    EXPECT_GT(pid, 0);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!fs::exists(report) && skychart::test::RemainingMs(deadline) > 0) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    // The child writes where its own three streams lead, never into ours; with an error file
+    // named, its standard error goes there (truncated first).
+    for (const std::string& errorFile : {std::string(), dir.path() + "/portico.err"}) {
+        SCOPED_TRACE(errorFile);
+        const std::string report = dir.path() + "/streams" + std::to_string(errorFile.size());
+        if (!errorFile.empty()) {
+            std::ofstream(errorFile) << "an older run's lines\n";
+        }
+        int error = 0;
+        qint64 pid = 0;
+        ASSERT_TRUE(CProcessLauncher::Launch(
+            "sh",
+            {"-c",
+             "echo told >&2; streams=$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2); "
+             "echo \"$streams\" > \"$0.part\" && mv \"$0.part\" \"$0\"",
+             QString::fromStdString(report)},
+            error, &pid, QString::fromStdString(errorFile)))
+            << error;
+        EXPECT_GT(pid, 0);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!fs::exists(report) && skychart::test::RemainingMs(deadline) > 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        const std::string stderrPath = errorFile.empty() ? "/dev/null" : errorFile;
+        EXPECT_EQ(ReadFile(report), "/dev/null\n/dev/null\n" + stderrPath + "\n");
+        if (!errorFile.empty()) {
+            EXPECT_EQ(ReadFile(errorFile), "told\n");
+        }
     }
-    EXPECT_EQ(ReadFile(report), "/dev/null\n/dev/null\n/dev/null\n");
 }
 
 } // namespace
