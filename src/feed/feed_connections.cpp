@@ -13,6 +13,7 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -164,6 +165,11 @@ void CFeedConnections::OpenLookupAndLevel1() {
 }
 
 int CFeedConnections::WatchSymbol(const std::string& symbol) {
+    m_chartWatches.insert(symbol);
+    return SendWatch(symbol);
+}
+
+int CFeedConnections::SendWatch(const std::string& symbol) {
     CKestrelClientAppSocket* level1 = Connection(kLevel1);
     if (m_serviceStats.valid && level1 != nullptr &&
         m_serviceStats.SymbolLimit() > m_serviceStats.WatchedSymbols() +
@@ -183,6 +189,29 @@ int CFeedConnections::WatchSymbol(const std::string& symbol) {
 }
 
 void CFeedConnections::UnwatchSymbol(const std::string& symbol) {
+    m_chartWatches.erase(symbol);
+    if (m_heldWatches.contains(symbol)) {
+        spdlog::info("{} stays watched: it is held", symbol);
+        return;
+    }
+    SendUnwatch(symbol);
+}
+
+void CFeedConnections::HoldWatches(const std::set<std::string>& symbols) {
+    const std::set<std::string> previous = std::exchange(m_heldWatches, symbols);
+    for (const std::string& symbol : symbols) {
+        if (!previous.contains(symbol) && !m_chartWatches.contains(symbol)) {
+            SendWatch(symbol);
+        }
+    }
+    for (const std::string& symbol : previous) {
+        if (!symbols.contains(symbol) && !m_chartWatches.contains(symbol)) {
+            SendUnwatch(symbol);
+        }
+    }
+}
+
+void CFeedConnections::SendUnwatch(const std::string& symbol) {
     CKestrelClientAppSocket* level1 = Connection(kLevel1);
     if (m_serviceStats.valid && level1 != nullptr) {
         level1->Send(fmt::format("r{}\n", symbol));
@@ -198,7 +227,7 @@ void CFeedConnections::DrainPendingWatches() {
         m_serviceStats.WatchedSymbols() + static_cast<std::uint32_t>(m_watchesInFlight.size());
     while (n < m_serviceStats.SymbolLimit() && !m_pendingWatches.empty()) {
         const std::string symbol = m_pendingWatches.front();
-        if (WatchSymbol(symbol) < 1) {
+        if (SendWatch(symbol) < 1) {
             break;
         }
         m_pendingWatches.pop_front();

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -67,8 +68,14 @@ public:
     // Watches `symbol` on the Level 1 connection when the service's symbol limit allows it;
     // returns the count of bytes sent, 0 when the symbol was queued instead.
     int WatchSymbol(const std::string& symbol) override;
-    // Sends "r<symbol>" on the Level 1 connection and forgets a queued watch of it.
+    // Sends "r<symbol>" on the Level 1 connection and forgets a queued watch of it, unless the
+    // symbol is held (below).
     void UnwatchSymbol(const std::string& symbol) override;
+    // Symbols watched for the application's own sake (the alerts' symbols) whatever the chart
+    // shows: the new ones are watched, those no longer held are unwatched unless the chart
+    // watches them.
+    void HoldWatches(const std::set<std::string>& symbols);
+    const std::set<std::string>& HeldWatches() const { return m_heldWatches; }
     const std::deque<std::string>& PendingWatches() const { return m_pendingWatches; }
     const std::deque<std::string>& WatchesInFlight() const { return m_watchesInFlight; }
 
@@ -108,6 +115,8 @@ private:
     void OpenLookupAndLevel1();
     void ConnectTo(int kind, const char* protocol, const startup_keys::SPortKey& portKey);
     void DrainPendingWatches();
+    int SendWatch(const std::string& symbol);
+    void SendUnwatch(const std::string& symbol);
     void CheckServiceIp(const std::string& line);
 
     IFeedFrame& m_frame;
@@ -118,6 +127,8 @@ private:
     SServiceStatistics m_serviceStats;
     std::deque<std::string> m_pendingWatches;
     std::deque<std::string> m_watchesInFlight;
+    std::set<std::string> m_chartWatches; // watched through WatchSymbol, not unwatched since
+    std::set<std::string> m_heldWatches;
     std::vector<SSearchResult> m_searchResults;
     std::unique_ptr<CListedMarkets> m_listedMarkets;
     std::unique_ptr<CSecurityTypes> m_securityTypes;

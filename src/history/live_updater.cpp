@@ -65,13 +65,6 @@ bool IsLiveKind(const SHistoryParameters& params) {
     }
 }
 
-// Contents holding "C" are a regular trade (`counted`); "E" or "O" an extended or other trade,
-// followed only when `extended`.
-bool IsTrade(std::string_view contents, bool extended, bool& counted) {
-    counted = contents.find('C') != std::string_view::npos;
-    return counted || (extended && contents.find_first_of("EO") != std::string_view::npos);
-}
-
 bool IsTickKind(std::uint32_t kind) {
     return kind <= kTicksDateRange;
 }
@@ -127,8 +120,8 @@ bool CLevel1Updater::WorthHolding(const std::string& line) {
             fmt::format("an update line of {} fields has no message contents", m_fields.size()));
     }
     bool counted = false;
-    return IsTrade(m_fields[level1::kMessageContents], m_history.AreExtendedTradesAccepted(),
-                   counted);
+    return IsTradeContents(m_fields[level1::kMessageContents],
+                           m_history.AreExtendedTradesAccepted(), counted);
 }
 
 bool CLevel1Updater::Drop(std::string reason) {
@@ -163,7 +156,7 @@ bool CLevel1Updater::Apply(const std::string& line) {
         return false; // a late line of a symbol shown before
     }
 
-    STrade trade;
+    SUpdateTrade trade;
     trade.summary = letter == 'P';
     if (!ReadTrade(m_history.AreExtendedTradesAccepted(), trade)) {
         return false;
@@ -205,17 +198,7 @@ bool CLevel1Updater::Apply(const std::string& line) {
     if (changed) {
         ++m_appliedTrades;
         m_lastUpdate = std::chrono::steady_clock::now();
-        SLiveTrade applied;
-        applied.price = trade.price;
-        applied.microseconds = trade.microseconds;
-        if (trade.dateValid) {
-            applied.time = CDateTime::FromFields(trade.year, trade.month, trade.day, trade.hour,
-                                                 trade.minute, trade.second);
-        } else {
-            applied.time.SetStatus(CDateTime::Status::Invalid);
-        }
-        applied.bar = m_history.GetLastIndex();
-        m_lastTrade = applied;
+        m_lastTrade = trade.Live(m_history.GetLastIndex());
     }
     return changed;
 }
@@ -231,61 +214,20 @@ bool CLevel1Updater::ApplyFundamental() {
     return false;
 }
 
-bool CLevel1Updater::ReadTrade(bool extended, STrade& trade) {
-    if (m_fields.size() <= static_cast<std::size_t>(level1::kMessageContents)) {
-        return Drop(
-            fmt::format("an update line of {} fields has no message contents", m_fields.size()));
+bool CLevel1Updater::ReadTrade(bool extended, SUpdateTrade& trade) {
+    std::string why;
+    switch (ReadUpdateTrade(m_fields, extended, trade, why)) {
+    case EUpdateRead::Trade:
+        return true;
+    case EUpdateRead::Malformed:
+        return Drop(std::move(why));
+    case EUpdateRead::NotTrade:
+        break;
     }
-    if (!IsTrade(m_fields[level1::kMessageContents], extended, trade.counted)) {
-        return false; // bid and ask, or a trade of a kind not followed
-    }
-
-    std::string_view time = m_fields[level1::kTradeTime];
-    while (!time.empty() && std::string_view("tTbao").find(time.back()) != std::string_view::npos) {
-        time.remove_suffix(1);
-    }
-    trade.hour = Digits(time, 0, 2);
-    trade.minute = Digits(time, 3, 2);
-    trade.second = Digits(time, 6, 2);
-    if (trade.hour < 0 || trade.minute < 0 || trade.second < 0) {
-        return Drop(
-            fmt::format("a trade time \"{}\" is not HH:MM:SS", m_fields[level1::kTradeTime]));
-    }
-    if (time.size() > 9 && time[8] == '.') {
-        std::int32_t micros = 0;
-        std::size_t digits = 0;
-        for (std::size_t i = 9; i < time.size() && digits < 6; ++i, ++digits) {
-            const unsigned digit = static_cast<unsigned char>(time[i]) - static_cast<unsigned>('0');
-            if (digit > 9) {
-                break;
-            }
-            micros = micros * 10 + static_cast<std::int32_t>(digit);
-        }
-        for (; digits < 6; ++digits) {
-            micros *= 10;
-        }
-        trade.microseconds = micros;
-    }
-
-    trade.dateText = m_fields[level1::kTradeDate].substr(0, 10);
-    trade.month = Digits(trade.dateText, 0, 2);
-    trade.day = Digits(trade.dateText, 3, 2);
-    trade.year = Digits(trade.dateText, 6, 4);
-    trade.dateValid = CDateTime::FromFields(trade.year, trade.month, trade.day, 0, 0, 0).IsValid();
-
-    trade.price = ToDouble(m_fields[level1::kTrade]);
-    trade.size = ToUnsigned32(m_fields[level1::kTradeSize]);
-    trade.totalVolume = ToInteger<std::int64_t>(m_fields[level1::kTotalVolume]);
-    trade.high = ToDouble(m_fields[level1::kHigh]);
-    trade.low = ToDouble(m_fields[level1::kLow]);
-    trade.open = ToDouble(m_fields[level1::kOpen]);
-    trade.openInterest = ToUnsigned32(m_fields[level1::kOpenInterest]);
-    trade.tickId = ToUnsigned32(Optional(level1::kTickId));
-    trade.dayCode = static_cast<std::uint8_t>(ToInteger<std::int64_t>(Optional(level1::kDayCode)));
-    return true;
+    return false;
 }
 
-bool CLevel1Updater::PassesTimeFilter(const STrade& trade, const SHistoryParameters& params) {
+bool CLevel1Updater::PassesTimeFilter(const SUpdateTrade& trade, const SHistoryParameters& params) {
     // Requests by datapoints are not filtered on either side. Requests by days keep the trades
     // between the filter times of day; date ranges keep those between the range's two
     // date-times, whatever their time of day.
@@ -308,7 +250,7 @@ bool CLevel1Updater::PassesTimeFilter(const STrade& trade, const SHistoryParamet
     return true;
 }
 
-bool CLevel1Updater::AlreadyInHistory(const STrade& trade, const sTICK& newest,
+bool CLevel1Updater::AlreadyInHistory(const SUpdateTrade& trade, const sTICK& newest,
                                       std::uint32_t kind) const {
     // The feed answers a request a little after it released the first live trades held while
     // the answer loaded: those up to the newest record are in the answer already. A trade of an
@@ -330,7 +272,7 @@ bool CLevel1Updater::AlreadyInHistory(const STrade& trade, const sTICK& newest,
     return trade.totalVolume <= newest.volume;
 }
 
-bool CLevel1Updater::ApplyTick(const STrade& trade) {
+bool CLevel1Updater::ApplyTick(const SUpdateTrade& trade) {
     sTICK tick;
     tick.time = CDateTime::FromFields(trade.year, trade.month, trade.day, trade.hour, trade.minute,
                                       trade.second);
@@ -352,7 +294,7 @@ bool CLevel1Updater::ApplyTick(const STrade& trade) {
     return m_history.AppendTick(tick);
 }
 
-int CLevel1Updater::CompareWithNewest(const STrade& trade, const sTICK& newest) const {
+int CLevel1Updater::CompareWithNewest(const SUpdateTrade& trade, const sTICK& newest) const {
     SDateTimeFields bar;
     const bool barValid = newest.time.IsValid() && newest.time.GetFields(bar);
     const int barSeconds = barValid ? bar.hour * 3600 + bar.minute * 60 + bar.second : 0;
@@ -379,7 +321,7 @@ int CLevel1Updater::CompareWithNewest(const STrade& trade, const sTICK& newest) 
     return SlashlessValue(trade.dateText) > SlashlessValue(barDate) ? 2 : 0;
 }
 
-bool CLevel1Updater::ApplyInterval(const STrade& trade, const sTICK& newest, int interval) {
+bool CLevel1Updater::ApplyInterval(const SUpdateTrade& trade, const sTICK& newest, int interval) {
     const bool hasNewest = m_history.GetCount() > 0;
     bool startNew = !hasNewest;
     CDateTime label;
@@ -426,7 +368,7 @@ bool CLevel1Updater::ApplyInterval(const STrade& trade, const sTICK& newest, int
     return true;
 }
 
-bool CLevel1Updater::ApplyDaySummary(const STrade& trade, const sTICK& newest) {
+bool CLevel1Updater::ApplyDaySummary(const SUpdateTrade& trade, const sTICK& newest) {
     const bool hasNewest = m_history.GetCount() > 0;
     const bool startNew = !hasNewest || CompareWithNewest(trade, newest) == 2;
     sTICK bar = startNew ? sTICK{} : newest;

@@ -6,6 +6,7 @@
 // parser's replay of the lines held while loading goes through it as well.
 
 #include "base/datetime.h"
+#include "history/update_trade.h"
 
 #include <chrono>
 #include <cstdint>
@@ -17,35 +18,6 @@
 class CChartHistRequest;
 struct SHistoryParameters;
 struct sTICK;
-
-// Positions of the fields in an update line, in the order the Level 1 connection selects them.
-namespace level1 {
-inline constexpr int kSymbol = 1;
-inline constexpr int kTotalVolume = 2;
-inline constexpr int kTradeSize = 3;
-inline constexpr int kHigh = 4;
-inline constexpr int kLow = 5;
-inline constexpr int kBid = 6;
-inline constexpr int kAsk = 7;
-inline constexpr int kTradeTime = 10;
-inline constexpr int kOpenInterest = 11;
-inline constexpr int kOpen = 12;
-inline constexpr int kTradeDate = 14;
-inline constexpr int kTrade = 15;
-inline constexpr int kTickId = 17;
-inline constexpr int kMessageContents = 21;
-inline constexpr int kAggressor = 23;
-inline constexpr int kDayCode = 24;
-} // namespace level1
-
-// A trade that changed the series: its price and exchange time (invalid when its line had no
-// date).
-struct SLiveTrade {
-    double price = 0.0;
-    CDateTime time;
-    std::int32_t microseconds = 0;
-    int bar = 0; // the series index of the point the trade went into
-};
 
 class CLevel1Updater {
 public:
@@ -87,44 +59,20 @@ public:
     const std::string& LastDropReason() const { return m_dropReason; }
 
 private:
-    // One qualified trade, read from an update line.
-    struct STrade {
-        bool summary = false; // a 'P' line
-        bool counted = false; // contents hold "C"
-        double price = 0.0;
-        std::uint32_t size = 0;
-        std::int64_t totalVolume = 0;
-        double high = 0.0;
-        double low = 0.0;
-        double open = 0.0;
-        std::uint32_t openInterest = 0;
-        std::string_view dateText; // "MM/DD/YYYY"
-        std::uint32_t tickId = 0;
-        std::uint8_t dayCode = 0;
-        int year = 0;
-        int month = 0;
-        int day = 0;
-        bool dateValid = false;
-        int hour = 0;
-        int minute = 0;
-        int second = 0;
-        std::int32_t microseconds = 0;
-    };
-
     bool Drop(std::string reason);
     // The field at `position`, "" when the line is shorter.
     std::string_view Optional(int position) const;
     bool ApplyFundamental();
-    bool ReadTrade(bool extended, STrade& trade);
-    static bool PassesTimeFilter(const STrade& trade, const SHistoryParameters& params);
-    bool AlreadyInHistory(const STrade& trade, const sTICK& newest, std::uint32_t kind) const;
-    bool ApplyTick(const STrade& trade);
-    bool ApplyInterval(const STrade& trade, const sTICK& newest, int interval);
-    bool ApplyDaySummary(const STrade& trade, const sTICK& newest);
+    bool ReadTrade(bool extended, SUpdateTrade& trade);
+    static bool PassesTimeFilter(const SUpdateTrade& trade, const SHistoryParameters& params);
+    bool AlreadyInHistory(const SUpdateTrade& trade, const sTICK& newest, std::uint32_t kind) const;
+    bool ApplyTick(const SUpdateTrade& trade);
+    bool ApplyInterval(const SUpdateTrade& trade, const sTICK& newest, int interval);
+    bool ApplyDaySummary(const SUpdateTrade& trade, const sTICK& newest);
     // Whether the trade belongs to the newest bar or a later one by the dates of the two
     // (steps shared by interval and day bars): 1 same date and not earlier, 0 the newest bar,
     // 2 a new bar by the MMDDYYYY comparison.
-    int CompareWithNewest(const STrade& trade, const sTICK& newest) const;
+    int CompareWithNewest(const SUpdateTrade& trade, const sTICK& newest) const;
 
     CChartHistRequest& m_history;
     bool m_exchangeFormat = true;

@@ -5,7 +5,8 @@
 # AddAlert a tick and a half above and below the last trade; the random walk crosses both again
 # and again. Each must fire exactly once: one AlertFired with its price and one Notify naming it,
 # with the sound hint, however often the trades cross it afterwards; Alerts() says both fired,
-# and so does a restarted Skychart, which read them from its trendline file.
+# and so does a restarted Skychart, which read them from its trendline file. That one shows
+# another symbol: a third alert on the token still fires once, from the watch its alert keeps.
 # Usage: alert_e2e.sh SKYCHART_EXECUTABLE NOTIFICATION_LISTENER
 # Exits 77 (skipped) when dbus-run-session or gdbus is missing.
 set -uo pipefail
@@ -56,8 +57,9 @@ watch_trades() {
 watch_trades &
 helper_pids+=" $!"
 
+# start_skychart SHOWN: Skychart showing SHOWN's minute bars.
 start_skychart() {
-    "$skychart" -symbol "$symbol" -type Minute >/dev/null 2>&1 &
+    "$skychart" -symbol "$1" -type Minute >/dev/null 2>&1 &
     skychart_pid=$!
     name=org.skychart.Skychart.pid$skychart_pid
     log=$(log_of "$skychart_pid")
@@ -65,16 +67,19 @@ start_skychart() {
         fail "the chart never loaded"
     wait_for 20 grep -qF "as $name on the session bus" "$log" || fail "the bus name is not owned"
 }
-start_skychart
+start_skychart "$symbol"
 wait_for 30 test -s "$trades" || fail "no trades of $symbol"
 
-# A tick and a half either side of the last trade: no trade is ever on a level.
-last=$(tail -n 1 "$trades")
-read -r above below tick < <(python3 -c '
+# levels_by_last: a tick and a half either side of the last trade (no trade is ever on a level).
+levels_by_last() {
+    read -r above below tick < <(python3 -c '
 import sys
 text = sys.argv[1]
 tick = 10.0 ** -len(text.partition(".")[2])
-print(round(float(text) + 1.5 * tick, 10), round(float(text) - 1.5 * tick, 10), tick)' "$last")
+print(round(float(text) + 1.5 * tick, 10), round(float(text) - 1.5 * tick, 10), tick)' \
+        "$(tail -n 1 "$trades")")
+}
+levels_by_last
 ids=()
 for level in "$above" "$below"; do
     reply=$(chart AddAlert "$symbol" "$level" Crosses) || fail "AddAlert $level failed: $reply"
@@ -83,23 +88,27 @@ for level in "$above" "$below"; do
 done
 [[ "${ids[0]}" != "${ids[1]}" ]] || fail "both alerts got the id ${ids[0]}"
 
-# check MODE, over the recorded notes and trades: "fired" succeeds once both levels fired;
-# "crossed" once the trades recorded since $trades was emptied crossed each level three times;
-# "once" once each level fired exactly once, with its Notify.
+# check MODE TOTAL LEVEL..., over the recorded notes and trades: "fired" succeeds once every
+# level fired; "crossed" once the trades recorded since $trades was emptied crossed each level
+# three times; "once" once each level fired exactly once, with its Notify, and TOTAL alerts fired
+# in all. Only the notes after the first $notes_from lines count.
+notes_from=0
 check() {
-    python3 - "$1" "$notes" "$trades" "$symbol" "$tick" "$above" "$below" <<'PY'
+    python3 - "$1" "$notes" "$trades" "$symbol" "$tick" "$notes_from" "${@:2}" <<'PY'
 import sys
 mode, notes, trades, symbol = sys.argv[1:5]
 tick = float(sys.argv[5])
-levels = [float(v) for v in sys.argv[6:8]]
-lines = [l.rstrip("\n").split("\t") for l in open(notes)]
+skipped = int(sys.argv[6])
+total = int(sys.argv[7])
+levels = [float(v) for v in sys.argv[8:]]
+lines = [l.rstrip("\n").split("\t") for l in open(notes)][skipped:]
 fired = [l for l in lines if l[0] == "ALERTFIRED"]
 notified = [l for l in lines if l[0] == "NOTIFY"]
 def near(a, b, d):
     return abs(a - b) <= d
 if mode == "fired":
     sys.exit(0 if all(any(near(float(f[2]), v, 1e-9) for f in fired) for v in levels) and
-             len(notified) >= 2 else 1)
+             len(notified) >= total else 1)
 prices = [float(p) for p in open(trades).read().split()]
 if mode == "crossed":
     # Each level crossed at least three times by the trades recorded since the file was emptied.
@@ -119,17 +128,18 @@ for v in levels:
     hints = sorted(shown[0][3].split(",")) if shown else []
     if len(shown) != 1 or hints != ["sound-name=dialog-warning", "urgency=2"]:
         errors.append("level %s: %d Notify, hints %s" % (v, len(shown), [n[3] for n in shown]))
-if len(fired) != 2 or len(notified) != 2:
-    errors.append("%d AlertFired and %d Notify for two alerts" % (len(fired), len(notified)))
+if len(fired) != total or len(notified) != total:
+    errors.append("%d AlertFired and %d Notify for %d alerts" % (len(fired), len(notified), total))
 print("\n".join(errors))
 sys.exit(1 if errors else 0)
 PY
 }
-wait_for 240 check fired || fail "the alerts did not both fire"
+both="2 $above $below"
+wait_for 240 check fired $both || fail "the alerts did not both fire"
 # Trades after both fires.
 : >"$trades"
-wait_for 240 check crossed || fail "the trades did not cross the levels again"
-check once || fail "not exactly one AlertFired and one Notify per alert"
+wait_for 240 check crossed $both || fail "the trades did not cross the levels again"
+check once $both || fail "not exactly one AlertFired and one Notify per alert"
 
 # state_of ID: the alert's state in Alerts().
 state_of() {
@@ -142,18 +152,30 @@ for id in "${ids[@]}"; do
     [[ "$(state_of "$id")" == fired ]] || fail "Alerts() does not say alert $id fired"
 done
 
-# A restart reads the fired alerts back; further crossings still do not fire them.
+# A restart, showing another symbol, reads the fired alerts back; further crossings still do
+# not fire them.
 kill "$skychart_pid"
 wait "$skychart_pid" 2>/dev/null
-start_skychart
+start_skychart LUMA
 for id in "${ids[@]}"; do
     [[ "$(state_of "$id")" == fired ]] || fail "alert $id is not fired after a restart"
 done
 : >"$trades"
-wait_for 240 check crossed || fail "the trades did not cross the levels after the restart"
-check once || fail "a restarted Skychart fired a fired alert"
+wait_for 240 check crossed $both || fail "the trades did not cross the levels after the restart"
+check once $both || fail "a restarted Skychart fired a fired alert"
 
-echo "PASS: two level alerts of $symbol fired once each (AlertFired, Notify, Alerts()), and" \
-    "stayed fired over further crossings and a restart"
+# A new alert on the token, which the chart does not show: its symbol is watched for it.
+levels_by_last
+third=$above
+notes_from=$(wc -l <"$notes")
+reply=$(chart AddAlert "$symbol" "$third" Crosses) || fail "AddAlert $third failed: $reply"
+grep -qF "Watch $symbol sent" "$log" || fail "Skychart did not watch $symbol for its alert"
+wait_for 240 check fired 1 "$third" || fail "the alert on $symbol did not fire beside LUMA"
+: >"$trades"
+wait_for 240 check crossed 1 "$third" || fail "the trades did not cross $third again"
+check once 1 "$third" || fail "the alert on $symbol beside LUMA did not fire exactly once"
+
+echo "PASS: level alerts of $symbol fired once each (AlertFired, Notify, Alerts()), stayed" \
+    "fired over further crossings and a restart, and one fired while the chart showed LUMA"
 cleanup
 exit 0

@@ -457,6 +457,22 @@ TEST_F(FeedPorticoTest, ALineOverTheLimitStopsOnlyItsConnectionAndTheServiceLeav
     EXPECT_EQ(feed.Connection(kLevel1)->Fault(), ESocketFault::LineTooLong);
 }
 
+TEST_F(FeedPorticoTest, HeldWatchesOutliveTheChartsUnwatchAndGoWhenNothingWantsThem) {
+    StartService({"--quote-rate", "40"});
+    feed.WatchSymbol("LUMA");
+    feed.HoldWatches({"LUMA", "AURX"}); // queued until the service talks; LUMA only once
+    StartFeed();
+    ASSERT_TRUE(RunUntil([this] { return feed.ServiceStatistics().WatchedSymbols() == 2; }));
+    feed.UnwatchSymbol("LUMA"); // the chart moves on; the hold keeps it
+    const std::size_t updates = frame.Count("Q,LUMA,");
+    ASSERT_TRUE(RunUntil([&] { return frame.Count("Q,LUMA,") >= updates + 3; }));
+    feed.WatchSymbol("AURX");
+    feed.HoldWatches({}); // AURX is the chart's now; LUMA nobody's
+    ASSERT_TRUE(RunUntil([this] { return feed.ServiceStatistics().WatchedSymbols() == 1; }));
+    EXPECT_EQ(Received(kLevel1, "F,LUMA,").size(), 1u);
+    EXPECT_EQ(frame.Count("F,AURX,"), 2u); // held, then the chart's own watch
+}
+
 } // namespace
 } // namespace skychart::test
 

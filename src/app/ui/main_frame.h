@@ -159,6 +159,10 @@ private:
     void MakeRibbon();
     void MakeTrendlines();
     void MakeAlerts();
+    // Keeps the symbols of the level alerts watched on the feed.
+    void HoldAlertWatches();
+    // A trade of a symbol that the chart does not follow goes to the alerts straight.
+    void FollowAlertSymbol(const std::string& line);
     // An alert fired: a desktop notification, else the status bar and the log; the bus signal.
     void AlertFired(const QString& symbol, double price, const QString& time,
                     const QString& condition);

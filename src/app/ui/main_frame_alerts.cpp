@@ -5,6 +5,8 @@
 #include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
 #include "chart/ui/chart_stack_widget.h"
+#include "feed/feed_connections.h"
+#include "history/update_trade.h"
 #include "platform/chart_bus_service.h"
 #include "platform/desktop_notifier.h"
 #include "trend/ui/alert_dialogs.h"
@@ -19,6 +21,8 @@
 void CMainFrame::MakeAlerts() {
     m_alerts = new CChartAlerts(*m_trendlines, *m_trendStore, m_saveTrendlines, this);
     connect(m_alerts, &CChartAlerts::alertFired, this, &CMainFrame::AlertFired);
+    connect(m_alerts, &CChartAlerts::levelsChanged, this, &CMainFrame::HoldAlertWatches);
+    HoldAlertWatches();
     m_view->SetTradeHandler(
         [this](const SLiveTrade& trade) { m_alerts->OnTrade(m_view->Symbol(), trade); });
     connect(m_view, &CChartFormView::historyShown, this, [this] {
@@ -40,6 +44,30 @@ void CMainFrame::MakeAlerts() {
         menu.addAction("Alerts...", this, [this] { OpenAlerts(); });
     });
     connect(m_home.alertsButton, &QToolButton::clicked, this, [this] { OpenAlerts(); });
+}
+
+void CMainFrame::HoldAlertWatches() {
+    if (m_feed != nullptr && m_alerts != nullptr) {
+        m_feed->HoldWatches(m_alerts->LevelSymbols());
+    }
+}
+
+void CMainFrame::FollowAlertSymbol(const std::string& line) {
+    if (m_alerts == nullptr || m_feed == nullptr || m_feed->HeldWatches().empty() ||
+        !line.starts_with("Q,")) {
+        return;
+    }
+    const std::string_view symbol = std::string_view(line).substr(2, line.find(',', 2) - 2);
+    // The chart's own symbol reaches the alerts through its series, unless it is not followed.
+    const bool followedByChart =
+        symbol == m_view->Symbol() && m_view->Loader().IncompleteReason().empty();
+    if (followedByChart || !m_feed->HeldWatches().contains(std::string(symbol))) {
+        return;
+    }
+    if (const auto trade =
+            ReadSymbolTrade(line, m_view->Loader().History().AreExtendedTradesAccepted())) {
+        m_alerts->OnTrade(trade->symbol, trade->trade);
+    }
 }
 
 bool CMainFrame::AddAlertAtMenuPoint() {

@@ -67,6 +67,7 @@ bool CMainFrame::Reconnect() {
     SetStatusText("Reconnecting to Kestrel...");
     m_feed = MakeQtFeedConnections(*this, Prompt(), m_serviceOptions);
     m_view->SetFeed(m_feed.get());
+    HoldAlertWatches();
     m_feed->Start();
     ShowFeedState();
     return true;
@@ -124,6 +125,7 @@ void CMainFrame::OnLevel1Line(const std::string& line) {
     if (m_view != nullptr && m_view->Loader().IncompleteReason().empty()) {
         m_view->OnLevel1Line(line);
     }
+    FollowAlertSymbol(line);
 }
 
 void CMainFrame::OnTimeLine(const std::string& line) {

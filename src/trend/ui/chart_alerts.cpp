@@ -30,6 +30,17 @@ void CChartAlerts::Saved() {
     if (m_save) {
         m_save();
     }
+    emit levelsChanged();
+}
+
+std::set<std::string> CChartAlerts::LevelSymbols() const {
+    std::set<std::string> symbols;
+    for (const SLevelAlert& level : m_store.LevelAlerts()) {
+        if (!level.setting.fired) {
+            symbols.insert(level.symbol);
+        }
+    }
+    return symbols;
 }
 
 void CChartAlerts::ForgetTrades() {

@@ -1,8 +1,9 @@
 #pragma once
 
-// The alerts of the chart window: level alerts of any symbol and the alerts of the shown chart's
-// trendlines, checked against every live trade of the shown symbol, kept in the trendline store
-// and saved whenever they change.
+// The alerts of the chart window: level alerts of any symbol, checked against the live trades of
+// their symbols (the window keeps those symbols watched), and the alerts of the shown chart's
+// trendlines, checked against its trades; kept in the trendline store and saved whenever they
+// change.
 
 #include "history/live_updater.h"
 #include "trend/alert_list.h"
@@ -13,6 +14,7 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,7 +28,7 @@ public:
     CChartAlerts(CChartTrendlines& trendlines, CTrendStore& store, std::function<void()> save,
                  QObject* parent = nullptr);
 
-    // A live trade of `symbol` (the shown chart's): the alerts it crosses fire.
+    // A live trade of `symbol`: the alerts it crosses fire.
     void OnTrade(const std::string& symbol, const SLiveTrade& trade);
     // A new chart is shown: the trades seen before say nothing about the next one.
     void ForgetTrades();
@@ -40,6 +42,8 @@ public:
     // False for an unknown id.
     bool Delete(int id);
     bool Rearm(int id);
+    // The symbols of the level alerts that have not fired: the trades to follow.
+    std::set<std::string> LevelSymbols() const;
     // The decimals the alerts' prices are written with (the shown symbol's).
     void SetDecimals(int decimals) { m_decimals = decimals; }
 
@@ -48,6 +52,8 @@ signals:
     // ("YYYY-MM-DD HH:MM:SS") and the alert's condition.
     void alertFired(const QString& symbol, double price, const QString& time,
                     const QString& condition);
+    // A level alert was added, deleted, re-armed or fired: LevelSymbols() may have changed.
+    void levelsChanged();
 
 private:
     // The level watches follow the store's list (a file read, an alert deleted elsewhere).
