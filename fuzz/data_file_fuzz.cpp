@@ -2,17 +2,20 @@
 // is the file. It is indexed (header detection, row parsing and checks, blocks and day totals),
 // then read back through a cursor, which must give exactly the rows the index counted, in time
 // order, with the TickIDs, day volumes and day totals the index holds. Indexed in two halves at
-// once, it must give the same totals and bad rows.
+// once, it must give the same totals and bad rows. Each line read in one pass must give what its
+// fields read one by one give.
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "datafiles/series_file.h"
 #include "datafiles/series_index.h"
+#include "datafiles/text_fields.h"
 
 using namespace portico;
 using namespace portico::files;
@@ -67,6 +70,30 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (!index->refusal.empty()) {
         return 0;
+    }
+    // Every line read in one pass gives what splitting it and reading its fields gives, with a
+    // previous time that lets each through, one that equals it and one after it.
+    RowReader reader(index->layout);
+    std::string scratch;
+    std::string_view fields[64];
+    for (std::string_view rest = index->headerRead ? text : std::string_view(); !rest.empty();) {
+        const std::size_t cut = std::min(rest.find('\n'), rest.size());
+        const std::string_view record = rest.substr(0, cut);
+        rest.remove_prefix(std::min(cut + 1, rest.size()));
+        const std::size_t count =
+            std::min<std::size_t>(SplitRecord(record, fields, 64, scratch), 64);
+        for (const Micros previous : {INT64_MIN, index->lastTime, INT64_MAX}) {
+            Row quick;
+            Row split;
+            const RowFault fault = reader.read(record, previous, quick);
+            Check(fault == ParseRow(index->layout, fields, count, previous, split));
+            Check(fault != RowFault::None ||
+                  (quick.time == split.time && quick.open == split.open &&
+                   quick.high == split.high && quick.low == split.low &&
+                   quick.close == split.close && quick.volume == split.volume &&
+                   quick.bid == split.bid && quick.ask == split.ask &&
+                   quick.openInterest == split.openInterest && quick.decimals == split.decimals));
+        }
     }
     SeriesFile file;
     file.kind = kind;

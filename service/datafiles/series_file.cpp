@@ -196,6 +196,10 @@ bool RowCursor::enterBlock() {
     m_row.tickId = b.rowsBefore;
     m_row.dayVolume = b.volumeBefore;
     m_row.ordinal = b.ordinal;
+    if (!m_readerSet) {
+        m_rows.reset(m_index->layout);
+        m_readerSet = true;
+    }
     return true;
 }
 
@@ -208,8 +212,6 @@ bool RowCursor::next(FileRow& out) {
         }
         return row != nullptr;
     }
-    constexpr std::size_t kMaxFields = std::size(decltype(m_fields){});
-    std::string_view* const fields = m_fields;
     LineReader::Line line;
     while (!m_done) {
         if (m_left == 0) {
@@ -226,9 +228,7 @@ bool RowCursor::next(FileRow& out) {
         if (line.tooLong || line.text.empty()) {
             continue;
         }
-        const std::size_t count = SplitRecord(line.text, fields, kMaxFields, m_scratch);
-        if (ParseRow(m_index->layout, fields, std::min(count, kMaxFields), m_previous, m_row.row) !=
-            RowFault::None) {
+        if (m_rows.read(line.text, m_previous, m_row.row) != RowFault::None) {
             continue;
         }
         --m_left;

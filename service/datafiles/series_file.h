@@ -72,8 +72,8 @@ private:
     Micros m_previous = INT64_MIN;
     FileRow m_row;
     bool m_done = false;
-    std::string m_scratch;
-    std::string_view m_fields[64]; // as many as the indexer reads
+    RowReader m_rows;
+    bool m_readerSet = false;
 };
 
 } // namespace portico::files

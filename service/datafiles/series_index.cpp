@@ -110,6 +110,10 @@ void IndexMore(SeriesIndex& index, ByteSource& source, bool takeUnterminated,
     std::string scratch;
     LineReader::Line line;
     Row row;
+    RowReader rows;
+    if (index.headerRead) {
+        rows.reset(index.layout);
+    }
     while (reader.next(line) && line.offset < stop) {
         if (!line.terminated && !takeUnterminated) {
             break;
@@ -131,15 +135,15 @@ void IndexMore(SeriesIndex& index, ByteSource& source, bool takeUnterminated,
             }
             index.layout = *layout;
             index.headerRead = true;
+            rows.reset(index.layout);
             continue;
         }
         if (line.text.empty() && !line.tooLong) {
             continue; // a blank line holds no row
         }
-        const std::size_t count =
-            line.tooLong ? 0 : SplitRecord(line.text, fields, kMaxFields, scratch);
+        // A line too long to read has no fields.
         const RowFault fault =
-            ParseRow(index.layout, fields, std::min(count, kMaxFields), index.lastTime, row);
+            line.tooLong ? RowFault::Short : rows.read(line.text, index.lastTime, row);
         if (fault != RowFault::None) {
             ++index.badRows;
             if (report) {
