@@ -36,75 +36,103 @@ void SeriesFile::closeReader() {
 }
 
 namespace {
-// Reading ahead: ranges of at least this many blocks, this many rows to a batch, at most this
-// many batches waiting.
+// Reading ahead: ranges of at least this many blocks, read by this many workers, each taking
+// every other chunk of this many blocks (one batch of rows), with at most this many batches
+// waiting.
 constexpr std::size_t kAheadBlocks = 4;
-constexpr std::size_t kBatchRows = 2048;
+constexpr std::size_t kWorkers = 2;
+constexpr std::size_t kChunkBlocks = 2;
+constexpr std::size_t kBatchRows = kChunkBlocks * kBlockRows;
 constexpr std::size_t kBatches = 4;
 } // namespace
 
-// The rows of a range read by a worker into batches: its own cursor over a copy of the blocks of
-// the range, reading the file through its own reader.
+// The rows of a range read by workers into batches, one batch for each chunk of blocks: worker k
+// reads chunks k, k + kWorkers, ..., each through a cursor of its own over a copy of the chunk's
+// blocks, reading the file through its own reader; the caller takes the batches in chunk order.
 struct RowCursor::Ahead {
     struct Batch {
         std::vector<FileRow> rows = std::vector<FileRow>(kBatchRows);
         std::size_t count = 0;
     };
-    SeriesFile file;
+    struct Worker {
+        SeriesFile file;
+        std::deque<Batch> ready; // read, not yet taken
+        std::thread thread;
+    };
+    std::shared_ptr<const SeriesIndex> index;
+    std::size_t first = 0; // the blocks of the range
+    std::size_t end = 0;
+    std::size_t chunks = 0;
+    Worker workers[kWorkers];
     std::mutex mutex;
     std::condition_variable changed;
-    std::deque<Batch> ready; // read, not yet taken
     std::vector<Batch> spare;
     bool stop = false;
-    bool done = false; // the worker read the last batch
-    Batch taken;       // the caller's
+    std::size_t chunk = 0; // the next one the caller takes
+    Batch taken;           // the caller's
     std::size_t position = 0;
-    std::thread worker;
 
-    Ahead(const SeriesFile& of, const SeriesIndex& index, std::size_t first, std::size_t end,
-          Micros from, Micros to) {
-        auto copy = std::make_shared<SeriesIndex>();
-        copy->kind = index.kind;
-        copy->layout = index.layout;
-        copy->headerRead = true;
-        copy->rows = index.rows;
-        copy->end = index.end;
-        copy->blocks.assign(index.blocks.begin() + static_cast<std::ptrdiff_t>(first),
-                            index.blocks.begin() + static_cast<std::ptrdiff_t>(end));
-        file.path = of.path;
-        file.kind = of.kind;
-        file.index = std::move(copy);
-        if (!of.held().empty()) {
-            file.readFrom(ByteSource::Memory(of.held()));
+    Ahead(const SeriesFile& of, std::shared_ptr<const SeriesIndex> blocksOf, std::size_t firstBlock,
+          std::size_t endBlock, Micros from, Micros to)
+        : index(std::move(blocksOf)), first(firstBlock), end(endBlock),
+          chunks((endBlock - firstBlock + kChunkBlocks - 1) / kChunkBlocks) {
+        try {
+            for (std::size_t k = 0; k < kWorkers; ++k) {
+                Worker& worker = workers[k];
+                worker.file.path = of.path;
+                worker.file.kind = of.kind;
+                if (!of.held().empty()) {
+                    worker.file.readFrom(ByteSource::Memory(of.held()));
+                }
+                worker.thread = std::thread([this, k, from, to] { read(k, from, to); });
+            }
+        } catch (const std::system_error&) {
+            finish();
+            throw;
         }
-        worker = std::thread([this, from, to] { read(from, to); });
     }
 
-    ~Ahead() {
+    ~Ahead() { finish(); }
+
+    void finish() {
         {
             std::lock_guard lock(mutex);
             stop = true;
         }
         changed.notify_all();
-        worker.join();
+        for (Worker& worker : workers) {
+            if (worker.thread.joinable()) {
+                worker.thread.join();
+            }
+        }
     }
 
-    void read(Micros from, Micros to) {
-        RowCursor rows(file, from, to, false);
+    void read(std::size_t k, Micros from, Micros to) {
+        Worker& worker = workers[k];
         Batch filling;
-        bool more = true;
-        while (more) {
+        for (std::size_t c = k; c < chunks; c += kWorkers) {
+            auto blocks = std::make_shared<SeriesIndex>();
+            blocks->kind = index->kind;
+            blocks->layout = index->layout;
+            blocks->headerRead = true;
+            blocks->rows = index->rows;
+            blocks->end = index->end;
+            const auto at = index->blocks.begin() + static_cast<std::ptrdiff_t>(first);
+            blocks->blocks.assign(
+                at + static_cast<std::ptrdiff_t>(c * kChunkBlocks),
+                at + static_cast<std::ptrdiff_t>(std::min((c + 1) * kChunkBlocks, end - first)));
+            worker.file.index = std::move(blocks);
+            RowCursor rows(worker.file, from, to, false);
             filling.count = 0;
-            while (filling.count < kBatchRows && (more = rows.next(filling.rows[filling.count]))) {
+            while (filling.count < kBatchRows && rows.next(filling.rows[filling.count])) {
                 ++filling.count;
             }
             std::unique_lock lock(mutex);
-            changed.wait(lock, [&] { return stop || ready.size() < kBatches; });
+            changed.wait(lock, [&] { return stop || worker.ready.size() < kBatches; });
             if (stop) {
                 return;
             }
-            ready.push_back(std::move(filling));
-            done = !more;
+            worker.ready.push_back(std::move(filling));
             if (spare.empty()) {
                 filling = Batch();
             } else {
@@ -123,14 +151,16 @@ struct RowCursor::Ahead {
         while (true) {
             if (!taken.rows.empty()) {
                 spare.push_back(std::move(taken));
-            }
-            changed.wait(lock, [&] { return done || !ready.empty(); });
-            if (ready.empty()) {
                 taken = Batch{{}, 0};
+            }
+            if (chunk == chunks) {
                 return nullptr;
             }
+            std::deque<Batch>& ready = workers[chunk % kWorkers].ready;
+            changed.wait(lock, [&] { return !ready.empty(); });
             taken = std::move(ready.front());
             ready.pop_front();
+            ++chunk;
             changed.notify_all();
             if (taken.count > 0) {
                 position = 1;
@@ -156,7 +186,7 @@ RowCursor::RowCursor(SeriesFile& file, Micros from, Micros to, bool readAhead)
         blocks.begin());
     if (readAhead && !file.gzip && end - m_block >= kAheadBlocks) {
         try {
-            m_ahead = std::make_unique<Ahead>(file, *m_index, m_block, end, from, to);
+            m_ahead = std::make_unique<Ahead>(file, m_index, m_block, end, from, to);
             return;
         } catch (const std::system_error&) {
             // No thread to be had: the rows are read as they are asked for.
