@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "datafiles/row_reader.h"
 #include "datafiles/series_file.h"
 #include "datafiles/series_index.h"
 #include "datafiles/text_fields.h"

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "datafiles/byte_source.h"
+#include "datafiles/row_reader.h"
 #include "datafiles/series_index.h"
 
 namespace portico::files {

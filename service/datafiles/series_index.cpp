@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "datafiles/row_reader.h"
 #include "datafiles/text_fields.h"
 
 namespace portico::files {
