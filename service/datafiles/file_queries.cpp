@@ -48,18 +48,18 @@ public:
 
     std::size_t next(Tick* out, std::size_t max) override {
         std::size_t written = 0;
-        FileRow row;
-        while (written < max && m_left > 0 && m_cursor.next(row)) {
+        const FileRow* row = nullptr;
+        while (written < max && m_left > 0 && (row = m_cursor.next()) != nullptr) {
             --m_left;
             Tick& t = out[written++];
             t = Tick{};
-            t.time = row.row.time;
-            t.price = Scaled(row.row.close, m_decimals);
-            t.bid = Scaled(row.row.bid, m_decimals);
-            t.ask = Scaled(row.row.ask, m_decimals);
-            t.size = static_cast<std::uint32_t>(row.row.volume);
-            t.totalVolume = row.dayVolume;
-            t.tickId = row.tickId;
+            t.time = row->row.time;
+            t.price = Scaled(row->row.close, m_decimals);
+            t.bid = Scaled(row->row.bid, m_decimals);
+            t.ask = Scaled(row->row.ask, m_decimals);
+            t.size = static_cast<std::uint32_t>(row->row.volume);
+            t.totalVolume = row->dayVolume;
+            t.tickId = row->tickId;
             t.basis = 'C';
             const std::int32_t day = DayOf(t.time);
             if (day != m_day) {

@@ -233,15 +233,27 @@ bool RowCursor::enterBlock() {
     return true;
 }
 
-bool RowCursor::next(FileRow& out) {
+const FileRow* RowCursor::next() {
     if (m_ahead) {
         const FileRow* row = m_done ? nullptr : m_ahead->next();
         m_done = row == nullptr;
+        return row;
+    }
+    return read(m_out) ? &m_out : nullptr;
+}
+
+bool RowCursor::next(FileRow& out) {
+    if (m_ahead) {
+        const FileRow* row = next();
         if (row != nullptr) {
             out = *row;
         }
         return row != nullptr;
     }
+    return read(out);
+}
+
+bool RowCursor::read(FileRow& out) {
     LineReader::Line line;
     while (!m_done) {
         if (m_left == 0) {

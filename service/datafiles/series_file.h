@@ -56,11 +56,14 @@ public:
     RowCursor(RowCursor&&) noexcept;
 
     bool next(FileRow& out);
+    // The next row, valid until the next call; null past the last.
+    const FileRow* next();
 
 private:
     struct Ahead;
     RowCursor(SeriesFile& file, Micros from, Micros to, bool readAhead);
-    bool enterBlock(); // the block m_block; false past the range
+    bool enterBlock();       // the block m_block; false past the range
+    bool read(FileRow& out); // the next row of a cursor that does not read ahead
     std::unique_ptr<Ahead> m_ahead;
     SeriesFile& m_file;
     std::shared_ptr<const SeriesIndex> m_index;
@@ -72,6 +75,7 @@ private:
     std::uint64_t m_position = 0;
     Micros m_previous = INT64_MIN;
     FileRow m_row;
+    FileRow m_out;
     bool m_done = false;
     RowReader m_rows;
     bool m_readerSet = false;
