@@ -59,9 +59,7 @@ struct RowCursor::Ahead {
         std::deque<Batch> ready; // read, not yet taken
         std::thread thread;
     };
-    std::shared_ptr<const SeriesIndex> index;
-    std::size_t first = 0; // the blocks of the range
-    std::size_t end = 0;
+    SeriesIndex range; // the blocks of the range, copied: an index grows in place
     std::size_t chunks = 0;
     Worker workers[kWorkers];
     std::mutex mutex;
@@ -72,10 +70,16 @@ struct RowCursor::Ahead {
     Batch taken;           // the caller's
     std::size_t position = 0;
 
-    Ahead(const SeriesFile& of, std::shared_ptr<const SeriesIndex> blocksOf, std::size_t firstBlock,
-          std::size_t endBlock, Micros from, Micros to)
-        : index(std::move(blocksOf)), first(firstBlock), end(endBlock),
-          chunks((endBlock - firstBlock + kChunkBlocks - 1) / kChunkBlocks) {
+    Ahead(const SeriesFile& of, const SeriesIndex& index, std::size_t first, std::size_t end,
+          Micros from, Micros to)
+        : chunks((end - first + kChunkBlocks - 1) / kChunkBlocks) {
+        range.kind = index.kind;
+        range.layout = index.layout;
+        range.headerRead = true;
+        range.rows = index.rows;
+        range.end = index.end;
+        range.blocks.assign(index.blocks.begin() + static_cast<std::ptrdiff_t>(first),
+                            index.blocks.begin() + static_cast<std::ptrdiff_t>(end));
         try {
             for (std::size_t k = 0; k < kWorkers; ++k) {
                 Worker& worker = workers[k];
@@ -112,15 +116,15 @@ struct RowCursor::Ahead {
         Batch filling;
         for (std::size_t c = k; c < chunks; c += kWorkers) {
             auto blocks = std::make_shared<SeriesIndex>();
-            blocks->kind = index->kind;
-            blocks->layout = index->layout;
+            blocks->kind = range.kind;
+            blocks->layout = range.layout;
             blocks->headerRead = true;
-            blocks->rows = index->rows;
-            blocks->end = index->end;
-            const auto at = index->blocks.begin() + static_cast<std::ptrdiff_t>(first);
-            blocks->blocks.assign(
-                at + static_cast<std::ptrdiff_t>(c * kChunkBlocks),
-                at + static_cast<std::ptrdiff_t>(std::min((c + 1) * kChunkBlocks, end - first)));
+            blocks->rows = range.rows;
+            blocks->end = range.end;
+            const auto at = range.blocks.begin();
+            blocks->blocks.assign(at + static_cast<std::ptrdiff_t>(c * kChunkBlocks),
+                                  at + static_cast<std::ptrdiff_t>(
+                                           std::min((c + 1) * kChunkBlocks, range.blocks.size())));
             worker.file.index = std::move(blocks);
             RowCursor rows(worker.file, from, to, false);
             filling.count = 0;
@@ -186,7 +190,7 @@ RowCursor::RowCursor(SeriesFile& file, Micros from, Micros to, bool readAhead)
         blocks.begin());
     if (readAhead && !file.gzip && end - m_block >= kAheadBlocks) {
         try {
-            m_ahead = std::make_unique<Ahead>(file, m_index, m_block, end, from, to);
+            m_ahead = std::make_unique<Ahead>(file, *m_index, m_block, end, from, to);
             return;
         } catch (const std::system_error&) {
             // No thread to be had: the rows are read as they are asked for.
