@@ -259,7 +259,7 @@ int main(int argc, char** argv) {
             pandas.push_back(Pandas(python, script, file));
         }
     }
-    // CPU time beside the wall time: both readers use two threads, which a busy machine shows
+    // CPU time beside the wall time: both readers use several threads, which a busy machine shows
     // as a wall time near the CPU time.
     std::printf("index:  %.3f s, CPU %.3f s (median of %d)\n", Median(index), Median(indexCpu),
                 runs);
