@@ -12,7 +12,9 @@ constexpr int kOwnMarketGroup = 90;
 }
 
 Market::Market(std::uint64_t seed, const DataFolder& data)
-    : m_impl(std::make_unique<MarketImpl>(seed)) {
+    : Market(std::make_unique<MarketImpl>(seed), data) {}
+
+Market::Market(std::unique_ptr<MarketImpl> impl, const DataFolder& data) : m_impl(std::move(impl)) {
     const detail::Universe& universe = m_impl->universe();
     m_types = universe.types;
     if (data.path.empty() || !data.only) {
@@ -78,6 +80,11 @@ Market::Market(std::uint64_t seed, const DataFolder& data)
 }
 
 Market::~Market() = default;
+
+std::unique_ptr<Market> Market::simulatedCopy(std::size_t cachedDays) const {
+    return std::unique_ptr<Market>(
+        new Market(std::make_unique<MarketImpl>(m_impl->seed(), cachedDays), DataFolder{}));
+}
 
 void Market::sync(const Instrument& instrument) const {
     Instrument& mine = m_instruments[m_fileStart + instrument.source];

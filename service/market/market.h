@@ -39,6 +39,12 @@ public:
     Market(const Market&) = delete;
     Market& operator=(const Market&) = delete;
 
+    // A market of the same simulated instruments and trades, without a data folder, whose
+    // caches are its own and keep only `cachedDays` generated days: for reading ticks on
+    // another thread. It reads nothing of this market that ever changes, so any thread may
+    // call it.
+    std::unique_ptr<Market> simulatedCopy(std::size_t cachedDays) const;
+
     const std::vector<Instrument>& instruments() const;
     const Instrument* find(std::string_view symbol) const;
     const std::vector<ListedMarket>& listedMarkets() const;
@@ -93,6 +99,7 @@ public:
     void newTrades(const Instrument& instrument, std::uint64_t& seen, std::vector<Tick>& out) const;
 
 private:
+    Market(std::unique_ptr<MarketImpl> impl, const DataFolder& data);
     files::FileStore& files(const Instrument& instrument) const; // ready, decimals up to date
     void sync(const Instrument& instrument) const;
 

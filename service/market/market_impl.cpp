@@ -7,12 +7,9 @@
 
 namespace portico {
 
-namespace {
-constexpr std::size_t kLruCapacity = 48;
-} // namespace
-
-MarketImpl::MarketImpl(std::uint64_t seed)
-    : m_seed(seed), m_universe(detail::BuildUniverse()), m_caches(m_universe.instruments.size()) {}
+MarketImpl::MarketImpl(std::uint64_t seed, std::size_t cachedDays)
+    : m_seed(seed), m_cachedDays(std::max<std::size_t>(cachedDays, 1)),
+      m_universe(detail::BuildUniverse()), m_caches(m_universe.instruments.size()) {}
 
 const detail::DayParams* MarketImpl::dayParams(const Instrument& instrument,
                                                std::int32_t day) const {
@@ -50,7 +47,7 @@ std::shared_ptr<const detail::DayMinutes> MarketImpl::dayMinutes(const Instrumen
     minutes->day = day;
     minutes->seed = detail::DaySeed(m_seed, profile(instrument), day);
     detail::GenerateDay(instrument, profile(instrument), *params, *minutes);
-    if (m_lru.size() < kLruCapacity) {
+    if (m_lru.size() < m_cachedDays) {
         m_lru.push_back({instrument.index, day, m_clock, minutes});
     } else {
         *oldest = {instrument.index, day, m_clock, minutes};

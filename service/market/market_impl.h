@@ -24,7 +24,10 @@ inline std::int32_t LastDayOf(Micros t) {
 
 class MarketImpl {
 public:
-    explicit MarketImpl(std::uint64_t seed);
+    // `cachedDays`: how many generated days the LRU keeps.
+    explicit MarketImpl(std::uint64_t seed, std::size_t cachedDays = 48);
+
+    std::uint64_t seed() const { return m_seed; }
 
     const detail::Universe& universe() const { return m_universe; }
     const detail::Profile& profile(const Instrument& i) const {
@@ -96,6 +99,7 @@ private:
                                  std::int64_t daysPerGroup, Micros now, Grouping key) const;
 
     std::uint64_t m_seed;
+    std::size_t m_cachedDays;
     detail::Universe m_universe;
     mutable std::vector<InstrumentCache> m_caches;
     mutable std::vector<LruEntry> m_lru;

@@ -32,7 +32,7 @@ bool LookupSession::acceptsInput() const {
 }
 
 void LookupSession::onOutputDrained() {
-    if ((m_answer || !m_queue.empty()) && pendingBytes() < kLowWater) {
+    if ((m_answer || m_producer || !m_queue.empty()) && pendingBytes() < kLowWater) {
         requestWork();
     }
 }
@@ -41,6 +41,9 @@ bool LookupSession::workStep() {
     if (m_cut || pendingBytes() >= kLowWater) {
         // The socket's progress asks again (onOutputDrained).
         return false;
+    }
+    if (m_producer) {
+        return sendProduced();
     }
     if (!m_answer) {
         if (m_queue.empty()) {
@@ -58,8 +61,27 @@ bool LookupSession::workStep() {
     if (progress == HistoryAnswer::Progress::More) {
         return true;
     }
-    m_dataLinesSent += m_answer->dataLines();
+    const std::uint64_t lines = m_answer->dataLines();
     m_answer.reset();
+    return endAnswer(progress, lines);
+}
+
+bool LookupSession::sendProduced() {
+    const auto chunk = m_producer->take();
+    if (!chunk) {
+        return false; // the producer wakes us
+    }
+    send(chunk->text);
+    m_producer->recycle(*chunk);
+    if (chunk->progress == HistoryAnswer::Progress::More) {
+        return true;
+    }
+    m_producer.reset();
+    return endAnswer(chunk->progress, chunk->dataLines);
+}
+
+bool LookupSession::endAnswer(HistoryAnswer::Progress progress, std::uint64_t dataLines) {
+    m_dataLinesSent += dataLines;
     if (progress == HistoryAnswer::Progress::Cut) {
         m_cut = true;
         m_queue.clear();
@@ -82,8 +104,13 @@ void LookupSession::handle(const std::string& line) {
                 if (const std::uint64_t limit = m_context.options.faults.closeAfterLines) {
                     faults.lineLimit = limit > m_dataLinesSent ? limit - m_dataLinesSent : 1;
                 }
-                m_answer = std::make_unique<HistoryAnswer>(m_context.market, request,
-                                                           m_context.clock.now(), faults);
+                const Micros now = m_context.clock.now();
+                m_producer = AnswerProducer::Start(m_context.market, request, now, faults, this,
+                                                   [this] { requestWork(); });
+                if (!m_producer) {
+                    m_answer =
+                        std::make_unique<HistoryAnswer>(m_context.market, request, now, faults);
+                }
             },
             [&](const SearchRequest& request) {
                 WriteSearchAnswer(m_out, m_context.market, request);

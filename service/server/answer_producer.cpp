@@ -1,0 +1,102 @@
+#include "answer_producer.h"
+
+namespace portico {
+
+namespace {
+// The producer's market keeps this many generated days: a tick answer reads them in order.
+constexpr std::size_t kCachedDays = 2;
+std::atomic<int> g_running{0};
+} // namespace
+
+std::unique_ptr<AnswerProducer> AnswerProducer::Start(const Market& market,
+                                                      const HistoryRequest& request, Micros now,
+                                                      const AnswerFaults& faults, QObject* receiver,
+                                                      std::function<void()> wake) {
+    const Instrument* instrument = market.find(request.symbol);
+    if (!request.isTicks() || instrument == nullptr || instrument->origin != Origin::Simulated ||
+        g_running.load() >= kMaxRunning) {
+        return nullptr;
+    }
+    std::unique_ptr<AnswerProducer> producer(new AnswerProducer(receiver, std::move(wake)));
+    ++g_running;
+    producer->m_thread =
+        std::thread(&AnswerProducer::run, producer.get(), std::cref(market), request, now, faults);
+    return producer;
+}
+
+AnswerProducer::AnswerProducer(QObject* receiver, std::function<void()> wake)
+    : m_receiver(receiver), m_wake(std::move(wake)) {
+    for (std::size_t i = kBuffers; i-- > 0;) {
+        m_spare.push_back(i);
+    }
+}
+
+AnswerProducer::~AnswerProducer() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stop = true;
+    }
+    m_room.notify_all();
+    m_thread.join();
+    --g_running;
+}
+
+std::optional<AnswerProducer::Chunk> AnswerProducer::take() {
+    const std::lock_guard lock(m_mutex);
+    if (m_ready.empty()) {
+        m_waiting = true;
+        return std::nullopt;
+    }
+    const Chunk chunk = m_ready.front();
+    m_ready.pop_front();
+    return chunk;
+}
+
+void AnswerProducer::recycle(const Chunk& chunk) {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_spare.push_back(chunk.buffer);
+    }
+    m_room.notify_one();
+}
+
+void AnswerProducer::run(const Market& market, HistoryRequest request, Micros now,
+                         AnswerFaults faults) {
+    const std::unique_ptr<Market> own = market.simulatedCopy(kCachedDays);
+    HistoryAnswer answer(*own, std::move(request), now, faults);
+    for (;;) {
+        std::size_t index = 0;
+        {
+            std::unique_lock lock(m_mutex);
+            m_room.wait(lock, [this] { return m_stop || !m_spare.empty(); });
+            if (m_stop) {
+                return;
+            }
+            index = m_spare.back();
+            m_spare.pop_back();
+        }
+        LineWriter& out = m_buffers[index];
+        out.clear();
+        auto progress = HistoryAnswer::Progress::More;
+        while (progress == HistoryAnswer::Progress::More && out.size() < kChunkBytes && !m_stop) {
+            progress = answer.fill(out, kChunkBytes);
+        }
+        bool wake = false;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_stop) {
+                return;
+            }
+            m_ready.push_back({index, out.view(), progress, answer.dataLines()});
+            wake = std::exchange(m_waiting, false);
+        }
+        if (wake) {
+            QMetaObject::invokeMethod(m_receiver, m_wake, Qt::QueuedConnection);
+        }
+        if (progress != HistoryAnswer::Progress::More) {
+            return;
+        }
+    }
+}
+
+} // namespace portico
