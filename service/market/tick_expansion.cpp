@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdint>
 
 namespace portico::detail {
 namespace {
@@ -70,9 +71,13 @@ public:
         if (c == b.at) {
             return b.steps * m_increment;
         }
-        const std::int64_t line = a.steps + (b.steps - a.steps) *
-                                                static_cast<std::int64_t>(c - a.at) /
-                                                static_cast<std::int64_t>(b.at - a.at);
+        const std::int64_t rise = (b.steps - a.steps) * static_cast<std::int64_t>(c - a.at);
+        const auto run = static_cast<std::int64_t>(b.at - a.at);
+        // Both divisions truncate; the narrow one is much the cheaper.
+        const std::int64_t line =
+            a.steps + (rise >= INT32_MIN && rise <= INT32_MAX && run <= INT32_MAX
+                           ? static_cast<std::int32_t>(rise) / static_cast<std::int32_t>(run)
+                           : rise / run);
         const std::int64_t step = (random & 3) == 0 ? -1 : (random & 3) == 3 ? 1 : 0;
         m_wander = m_wander * 3 / 4 + step;
         return std::clamp(line + m_wander, m_low, m_high) * m_increment;

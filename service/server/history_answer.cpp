@@ -16,6 +16,9 @@ constexpr int kWarmDaysPerStep = 256;
 constexpr std::chrono::milliseconds kIndexWait{5};
 constexpr const char* kNoData = ",E,!NO_DATA!,";
 constexpr std::size_t kStampBlock = 48;
+// Ticks written in one go, and the most room one tick line takes beyond its stamp.
+constexpr std::size_t kTickRun = 64;
+constexpr std::size_t kTickFields = 3 * LineWriter::kMaxPriceBytes + 100;
 
 // Keeps the newest `count` of bars held oldest first.
 void KeepNewest(std::vector<Bar>& bars, std::uint64_t count) {
@@ -270,16 +273,28 @@ HistoryAnswer::Progress HistoryAnswer::fill(LineWriter& out, std::size_t budget)
 
 template <int Decimals>
 HistoryAnswer::Progress HistoryAnswer::fillTicks(LineWriter& out, std::size_t budget) {
+    // Without faults, ticks are taken and written a run at a time.
+    const bool faulty = m_faults.malformedEvery > 0 || m_faults.lineLimit > 0;
+    const std::size_t run = faulty ? 1 : kTickRun;
     while (out.size() < budget) {
-        const Tick* tick = nullptr;
-        const SourceStep step = m_ticks->next(tick);
+        const Tick* ticks = nullptr;
+        std::size_t count = 0;
+        const SourceStep step = m_ticks->next(ticks, count, run);
         if (step == SourceStep::Busy) {
             return Progress::More;
         }
         if (step == SourceStep::Done) {
             return finish(out, m_dataLines == 0 ? kNoData : nullptr);
         }
-        writeTick<Decimals>(out, *tick);
+        if (!faulty) {
+            out.reserve(count * (m_stamp.size() + kTickFields));
+            for (std::size_t i = 0; i < count; ++i) {
+                writeTick<Decimals>(out, ticks[i]);
+            }
+            m_dataLines += count;
+            continue;
+        }
+        writeTick<Decimals>(out, *ticks);
         if (!afterDataLine(out)) {
             return Progress::Cut;
         }
@@ -327,7 +342,7 @@ template <int Decimals> void HistoryAnswer::writeTick(LineWriter& out, const Tic
     if (tick.time < m_stampStart || tick.time >= m_stampStart + kMicrosPerSecond) {
         stampSecond(tick.time);
     }
-    char* p = out.claim(m_stamp.size() + 3 * LineWriter::kMaxPriceBytes + 100);
+    char* p = out.claim(m_stamp.size() + kTickFields);
     if (m_stampSize <= kStampBlock) {
         std::memcpy(p, m_stamp.data(), kStampBlock);
     } else {

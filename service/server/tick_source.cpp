@@ -47,14 +47,14 @@ TickSource::TickSource(const Market& market, const Instrument& instrument, TickS
     }
 }
 
-SourceStep TickSource::next(const Tick*& tick) {
+SourceStep TickSource::next(const Tick*& ticks, std::size_t& count, std::size_t max) {
     switch (m_phase) {
     case Phase::Locate:
-        return locate() ? nextAscending(tick) : SourceStep::Busy;
+        return locate() ? nextAscending(ticks, count, max) : SourceStep::Busy;
     case Phase::Ascending:
-        return nextAscending(tick);
+        return nextAscending(ticks, count, max);
     case Phase::Descending:
-        return nextDescending(tick);
+        return nextDescending(ticks, count, max);
     case Phase::Done:
         break;
     }
@@ -105,18 +105,25 @@ bool TickSource::openDay() {
     return true;
 }
 
-SourceStep TickSource::nextAscending(const Tick*& tick) {
+SourceStep TickSource::give(const Tick*& ticks, std::size_t& count, std::size_t max) {
+    count = static_cast<std::size_t>(std::min<std::uint64_t>({max, m_count - m_position, m_left}));
+    ticks = m_batch.data() + m_position;
+    m_position += count;
+    m_left -= count;
+    return SourceStep::Item;
+}
+
+SourceStep TickSource::nextAscending(const Tick*& ticks, std::size_t& count, std::size_t max) {
     int opened = 0;
     while (m_left > 0) {
         if (m_position < m_count) {
-            const Tick& t = m_batch[m_position++];
             if (m_skip > 0) {
-                --m_skip;
+                const std::uint64_t skipped = std::min<std::uint64_t>(m_skip, m_count - m_position);
+                m_skip -= skipped;
+                m_position += static_cast<std::size_t>(skipped);
                 continue;
             }
-            --m_left;
-            tick = &t;
-            return SourceStep::Item;
+            return give(ticks, count, max);
         }
         m_count = m_cursor.next(m_batch.data(), m_batch.size());
         m_position = 0;
@@ -136,13 +143,11 @@ SourceStep TickSource::nextAscending(const Tick*& tick) {
     return SourceStep::Done;
 }
 
-SourceStep TickSource::nextDescending(const Tick*& tick) {
+SourceStep TickSource::nextDescending(const Tick*& ticks, std::size_t& count, std::size_t max) {
     int visited = 0;
     while (m_left > 0) {
         if (m_position < m_count) {
-            --m_left;
-            tick = &m_batch[m_position++];
-            return SourceStep::Item;
+            return give(ticks, count, max);
         }
         if (++visited > kSlicesPerStep) {
             return SourceStep::Busy;

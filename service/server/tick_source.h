@@ -37,7 +37,13 @@ public:
     TickSource(const Market& market, const Instrument& instrument, TickSelection selection);
 
     // The next tick in answer order in `tick`, valid until the next call.
-    SourceStep next(const Tick*& tick);
+    SourceStep next(const Tick*& tick) {
+        std::size_t count = 0;
+        return next(tick, count, 1);
+    }
+    // The next 1 to `max` ticks in answer order: `count` of them from `ticks` on, valid until
+    // the next call.
+    SourceStep next(const Tick*& ticks, std::size_t& count, std::size_t max);
 
 private:
     enum class Phase { Locate, Ascending, Descending, Done };
@@ -47,8 +53,10 @@ private:
                          m_selection.endFilter);
     }
     bool locate();
-    SourceStep nextAscending(const Tick*& tick);
-    SourceStep nextDescending(const Tick*& tick);
+    SourceStep nextAscending(const Tick*& ticks, std::size_t& count, std::size_t max);
+    SourceStep nextDescending(const Tick*& ticks, std::size_t& count, std::size_t max);
+    // Hands out up to `max` of the batch's ticks.
+    SourceStep give(const Tick*& ticks, std::size_t& count, std::size_t max);
     bool openDay(); // the cursor over the window of m_day; false when the day has none
 
     const Market& m_market;
