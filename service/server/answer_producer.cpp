@@ -5,6 +5,9 @@ namespace portico {
 namespace {
 // The producer's market keeps this many generated days: a tick answer reads them in order.
 constexpr std::size_t kCachedDays = 2;
+// A chunk is filled to this much, leaving room for the lines that cross it, so that its buffer
+// never grows past kChunkBytes.
+constexpr std::size_t kFillBytes = AnswerProducer::kChunkBytes - AnswerProducer::kChunkBytes / 8;
 std::atomic<int> g_running{0};
 } // namespace
 
@@ -78,8 +81,8 @@ void AnswerProducer::run(const Market& market, HistoryRequest request, Micros no
         LineWriter& out = m_buffers[index];
         out.clear();
         auto progress = HistoryAnswer::Progress::More;
-        while (progress == HistoryAnswer::Progress::More && out.size() < kChunkBytes && !m_stop) {
-            progress = answer.fill(out, kChunkBytes);
+        while (progress == HistoryAnswer::Progress::More && out.size() < kFillBytes && !m_stop) {
+            progress = answer.fill(out, kFillBytes);
         }
         bool wake = false;
         {
