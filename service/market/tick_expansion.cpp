@@ -71,19 +71,38 @@ public:
         if (c == b.at) {
             return b.steps * m_increment;
         }
-        const std::int64_t rise = (b.steps - a.steps) * static_cast<std::int64_t>(c - a.at);
-        const auto run = static_cast<std::int64_t>(b.at - a.at);
-        // Both divisions truncate; the narrow one is much the cheaper.
-        const std::int64_t line =
-            a.steps + (rise >= INT32_MIN && rise <= INT32_MAX && run <= INT32_MAX
-                           ? static_cast<std::int32_t>(rise) / static_cast<std::int32_t>(run)
-                           : rise / run);
+        const std::int64_t line = a.steps + lineOffset(c, a, b);
         const std::int64_t step = (random & 3) == 0 ? -1 : (random & 3) == 3 ? 1 : 0;
         m_wander = m_wander * 3 / 4 + step;
         return std::clamp(line + m_wander, m_low, m_high) * m_increment;
     }
 
 private:
+    // (b.steps - a.steps) * (c - a.at) / (b.at - a.at), truncated. Consecutive calls within a
+    // segment step the quotient and remainder on instead of dividing.
+    std::int64_t lineOffset(std::uint32_t c, const Waypoint& a, const Waypoint& b) {
+        const std::int64_t rise = b.steps - a.steps;
+        const auto run = static_cast<std::int64_t>(b.at - a.at);
+        if (m_lineSegment == m_segment && m_lineAt + 1 == c) {
+            m_quotient += m_stepQuotient;
+            m_remainder += m_stepRemainder;
+            if (m_remainder >= run) {
+                m_remainder -= run;
+                ++m_quotient;
+            }
+        } else {
+            const std::int64_t magnitude = rise < 0 ? -rise : rise;
+            m_stepQuotient = magnitude / run;
+            m_stepRemainder = magnitude % run;
+            const std::int64_t total = magnitude * static_cast<std::int64_t>(c - a.at);
+            m_quotient = total / run;
+            m_remainder = total % run;
+            m_lineSegment = m_segment;
+        }
+        m_lineAt = c;
+        return rise < 0 ? -m_quotient : m_quotient;
+    }
+
     void add(std::uint32_t at, std::int64_t price, std::uint32_t n) {
         if (at < n && (m_count == 0 || at > m_points[m_count - 1].at)) {
             m_points[m_count++] = {at, price / m_increment};
@@ -97,6 +116,13 @@ private:
     std::uint32_t m_count = 0;
     std::uint32_t m_segment = 0;
     std::int64_t m_wander = 0;
+    // lineOffset()'s division, for the call with c = m_lineAt in segment m_lineSegment.
+    std::uint32_t m_lineSegment = UINT32_MAX;
+    std::uint32_t m_lineAt = 0;
+    std::int64_t m_quotient = 0;
+    std::int64_t m_remainder = 0;
+    std::int64_t m_stepQuotient = 0; // |rise| / run
+    std::int64_t m_stepRemainder = 0;
 };
 
 // Roughly -log2 of a uniform random number, in units of 2^-16: an exponential waiting time.
