@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "interval_source.h"
@@ -17,17 +18,25 @@ namespace {
 
 using test::At;
 
-// Every item of a source in order, and how often it gave way without one.
+// Every item of a source in order, and how often it gave way without one. Tick sources are
+// asked for runs of 1, 32 and 63 ticks in turn, so that runs end everywhere.
 template <class Item, class Source> std::pair<std::vector<Item>, int> Drain(Source&& source) {
     std::vector<Item> items;
     int busy = 0;
-    for (const Item* item = nullptr;;) {
-        const SourceStep step = source.next(item);
+    for (std::size_t round = 0;; ++round) {
+        const Item* first = nullptr;
+        std::size_t count = 1;
+        SourceStep step = SourceStep::Done;
+        if constexpr (std::is_same_v<Item, Tick>) {
+            step = source.next(first, count, 1 + round % 3 * 31);
+        } else {
+            step = source.next(first);
+        }
         if (step == SourceStep::Done) {
             return {items, busy};
         }
         if (step == SourceStep::Item) {
-            items.push_back(*item);
+            items.insert(items.end(), first, first + count);
         } else {
             ++busy;
         }
