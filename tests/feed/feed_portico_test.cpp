@@ -1,7 +1,5 @@
 // The feed connections on the Qt event loop against the real portico: statistics and handshakes,
 // watches against the symbol limit, lookups, and the faults the service can be made to commit.
-// (The launch of the service and the lines' parsing in the chart are the frame's and the
-// history tests'; the cutting of received bytes into lines is fuzzed.)
 
 #include "base/error.h"
 #include "feed/feed_connections.h"
@@ -216,28 +214,24 @@ TEST_F(FeedPorticoTest, ConnectedStatisticsOpenTheOtherConnectionsAndEveryHandsh
                                  portico.level1Port(), portico.lookupPort(), portico.adminPort()),
                      "S,CURRENT PROTOCOL,6.1",
                      "S,CURRENT UPDATE FIELDS," + CFeedConnections::UpdateFieldList()}));
-    for (const int kind : {kAdmin, kLookup, kLevel1}) {
+    for (const auto& [kind, sent] : {std::pair{kAdmin, 2u}, {kLookup, 2u}, {kLevel1, 3u}}) {
         EXPECT_EQ(Received(kind, "E,"), Lines{}) << "a handshake line the service refused";
         EXPECT_TRUE(Stats(kind).IsConnected());
+        EXPECT_EQ(Stats(kind).messagesSent.value, sent) << kind;
     }
-    EXPECT_EQ(Stats(kAdmin).messagesSent.value, 2u);
-    EXPECT_EQ(Stats(kLookup).messagesSent.value, 2u);
-    EXPECT_EQ(Stats(kLevel1).messagesSent.value, 3u);
-    EXPECT_EQ(feed.Connection(kLevel1)->ConnectRetriesLeft(), 240u);
-    EXPECT_EQ(feed.Connection(kLookup)->ConnectRetriesLeft(), 240u);
+    EXPECT_EQ(std::tuple(feed.Connection(kLevel1)->ConnectRetriesLeft(),
+                         feed.Connection(kLookup)->ConnectRetriesLeft()),
+              std::tuple(240u, 240u));
     EXPECT_EQ(frame.serviceIp, 1);
-
+    // The start time, "Nov 20 12:07AM" (the year is the machine's).
     const SServiceStatistics& stats = feed.ServiceStatistics();
-    EXPECT_TRUE(stats.IsConnected());
-    EXPECT_EQ(stats.SymbolLimit(), 7u);
-    EXPECT_EQ(stats.WatchedSymbols(), 0u);
-    EXPECT_EQ(stats.serverAddress, "127.0.0.1");
-    EXPECT_EQ(stats.counts[0], static_cast<std::uint32_t>(portico.level1Port()));
-    EXPECT_EQ(stats.texts[1], "SIMULATED");
-    // The start time, "Nov 20 12:07AM".
-    const CDateTime& start = stats.times[0]; // the year is the machine's
-    EXPECT_EQ(std::tuple(start.GetMonth(), start.GetDay(), start.GetHour(), start.GetMinute()),
-              std::tuple(11, 20, 0, 7));
+    const CDateTime& start = stats.times[0];
+    EXPECT_EQ(std::tuple(stats.IsConnected(), stats.SymbolLimit(), stats.WatchedSymbols(),
+                         stats.serverAddress, stats.counts[0], stats.texts[1], start.GetMonth(),
+                         start.GetDay(), start.GetHour(), start.GetMinute()),
+              std::tuple(true, 7u, 0u, "127.0.0.1",
+                         static_cast<std::uint32_t>(portico.level1Port()), "SIMULATED", 11, 20, 0,
+                         7));
     EXPECT_GT(stats.numbers[5], 0.0);
 
     // A reference table whose end marker comes split over several reads.
@@ -261,10 +255,8 @@ TEST_F(FeedPorticoTest, WatchesWaitForRoomUnderTheSymbolLimitAndAMalformedLineCo
     ASSERT_TRUE(RunUntil([this] {
         return frame.Count("Q,LUMA,") >= 2 && feed.ServiceStatistics().WatchedSymbols() == 1;
     }));
-    EXPECT_TRUE(feed.PendingWatches().empty());
-    EXPECT_TRUE(feed.WatchesInFlight().empty());
-    EXPECT_EQ(frame.Count("F,LUMA,"), 1u);
-    EXPECT_EQ(frame.Count("P,LUMA,"), 1u);
+    EXPECT_EQ(feed.PendingWatches().size() + feed.WatchesInFlight().size(), 0u);
+    EXPECT_EQ(std::tuple(frame.Count("F,LUMA,"), frame.Count("P,LUMA,")), std::tuple(1UL, 1UL));
     EXPECT_GE(frame.Count("Q,#MALFORMED#"), 2u);
     // None of the lines around them is lost: the service's count of the update lines it sent,
     // answered in line with them, is the count that arrived before the answer.
@@ -298,8 +290,7 @@ TEST_F(FeedPorticoTest, WatchesWaitForRoomUnderTheSymbolLimitAndAMalformedLineCo
     feed.UnwatchSymbol("LUMA");
     ASSERT_TRUE(RunUntil([this] { return frame.Count("F,BRYN,") + frame.Count("F,CDLW,") == 2; }));
     EXPECT_EQ(frame.Count("F,BRYN,"), 1u);
-    EXPECT_TRUE(feed.PendingWatches().empty());
-    EXPECT_TRUE(feed.WatchesInFlight().empty());
+    EXPECT_EQ(feed.PendingWatches().size() + feed.WatchesInFlight().size(), 0u);
 }
 
 TEST_F(FeedPorticoTest, LookupsSearchesAndLinesUpTo65534BytesUntilTheServiceCutsTheConnection) {
@@ -313,12 +304,10 @@ TEST_F(FeedPorticoTest, LookupsSearchesAndLinesUpTo65534BytesUntilTheServiceCuts
     CSecurityTypes& types = feed.SecurityTypes();
     ASSERT_TRUE(markets.Load());
     ASSERT_TRUE(types.Load());
-    EXPECT_EQ(markets.ShortName(1), "NRTH");
-    EXPECT_EQ(markets.Name(1), "Northgate Stock Exchange");
+    EXPECT_EQ(std::tuple(markets.ShortName(1), markets.Name(1), types.ShortName(4), types.Name(3)),
+              std::tuple("NRTH", "Northgate Stock Exchange", "TOKEN", "Exchange Traded Fund"));
     EXPECT_EQ(markets.At(5), (CLookupSystemInfo::Entry{"DRFT", "Driftwood Digital Venue", "4",
                                                        "Driftwood Venues"}));
-    EXPECT_EQ(types.ShortName(4), "TOKEN");
-    EXPECT_EQ(types.Name(3), "Exchange Traded Fund");
     for (const int id : {-1, 0, 6, 256}) {
         EXPECT_EQ(markets.At(id), CLookupSystemInfo::Entry{}) << id;
     }
@@ -356,8 +345,7 @@ TEST_F(FeedPorticoTest, LookupsSearchesAndLinesUpTo65534BytesUntilTheServiceCuts
     ASSERT_TRUE(SendAll(*feed.Connection(kLookup), "HDX,NOSUCH,1,," + id + "\r\n"));
     ASSERT_TRUE(RunUntil([this] { return frame.historyLines.size() >= 2; }));
     EXPECT_EQ(frame.historyLines[0].size(), 65'534u);
-    EXPECT_EQ(frame.historyLines[0], id + ",E,!UNKNOWN_SYMBOL!,");
-    EXPECT_EQ(frame.historyLines[1], id + ",!ENDMSG!,");
+    EXPECT_EQ(frame.historyLines, (Lines{id + ",E,!UNKNOWN_SYMBOL!,", id + ",!ENDMSG!,"}));
 
     // An unknown symbol is the frame's to report, and its watch no longer holds a place under
     // the symbol limit.
@@ -408,19 +396,16 @@ TEST_F(FeedPorticoTest, APortThatRefusesFailsTheAdminAfterTenRetriesAndTheTables
     EXPECT_EQ(frame.faults,
               Lines{Fault(ESocketFault::ConnectFailed, kAdmin, refusing, ECONNREFUSED)});
     EXPECT_EQ(feed.Connection(kAdmin)->ConnectRetriesLeft(), 0u);
-    EXPECT_FALSE(Stats(kAdmin).IsConnected());
-    EXPECT_EQ(feed.Connection(kLookup), nullptr);
+    EXPECT_FALSE(Stats(kAdmin).IsConnected() || feed.Connection(kLookup) != nullptr);
 
     // The tables cannot be fetched and stay unloaded until a service answers on the port (one
     // that closes the connection before its reply does not); then they are fetched once.
     CListedMarkets& markets = feed.ListedMarkets();
-    EXPECT_FALSE(markets.Load());
-    EXPECT_FALSE(markets.IsLoaded());
+    EXPECT_FALSE(markets.Load() || markets.IsLoaded());
     ASSERT_TRUE(portico.start(
         {"--lookup-port", std::to_string(refusing), "--linger", "0", "--fault-refuse", "1"}))
         << portico.errorOutput();
-    EXPECT_FALSE(markets.Load());
-    EXPECT_FALSE(markets.IsLoaded());
+    EXPECT_FALSE(markets.Load() || markets.IsLoaded());
     EXPECT_TRUE(markets.Load());
     ASSERT_TRUE(portico.stop().has_value());
     EXPECT_TRUE(markets.Load());

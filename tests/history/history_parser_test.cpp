@@ -25,6 +25,16 @@ std::string TickLine(const std::string& stamp, const std::string& price, char ba
            ",200,150000,101.24,101.26,4455," + basis + ",11,3D,1,22,";
 }
 
+// Hands `line` to `parser`; false when it rejects the line.
+bool Parses(CHistoryResponseParser& parser, const std::string& line) {
+    try {
+        parser.OnHistoryLine(line);
+        return true;
+    } catch (const CInvalidArgException&) {
+        return false;
+    }
+}
+
 class Parser : public ::testing::Test {
 protected:
     sTICK Last() const {
@@ -48,51 +58,53 @@ protected:
 };
 
 TEST_F(Parser, TicksAndBarsEachFillTheFieldsOfTheirLayout) {
-    parser.OnHistoryLine(TickLine("2026-01-05 09:30:01.123456", "101.25"));
-    EXPECT_EQ(LastText(), "2026-1-5 9:30:1.123456 o0 h101.25 l101.25 c101.25 size200 vol150000 "
-                          "bid101.24 ask101.26 id4455 aggressor1 day22 oi0");
-    parser.OnHistoryLine("Lookup4,LH,2026-01-05 09:35:00,10.5,9.5,10.0,10.25,123456,789,42,");
-    EXPECT_EQ(LastText(), "2026-1-5 9:35:0.0 o10 h10.5 l9.5 c10.25 size789 vol123456 bid0 ask0 "
-                          "id0 aggressor0 day0 oi0");
-    parser.OnHistoryLine("Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,");
-    EXPECT_EQ(LastText(), "2026-1-7 0:0:0.0 o10 h11 l9 c10.5 size0 vol5000000 bid0 ask0 id0 "
-                          "aggressor0 day7 oi321");
-    // Weeks and months leave the day code 0; text after the date is ignored.
-    parser.OnHistoryLine("Lookup8,LH,2026-01-09 xx,11,9,10,10.5,7000000,0,");
-    EXPECT_EQ(LastText(), "2026-1-9 0:0:0.0 o10 h11 l9 c10.5 size0 vol7000000 bid0 ask0 id0 "
-                          "aggressor0 day0 oi0");
-    // The kind comes from the request id's last digit: a tick stamp under a bar kind is read
-    // with the bar layout, and a non-digit stores nothing.
-    parser.OnHistoryLine("LookupX,LH,2026-03-01,5,4,4.5,4.75,1000,0,");
-    parser.OnHistoryLine("Lookup13,LH,2026-03-01 10:00:00,5,4,4.5,4.75,1000,9,");
-    EXPECT_EQ(LastText(), "2026-3-1 10:0:0.0 o4.5 h5 l4 c4.75 size9 vol1000 bid0 ask0 id0 "
-                          "aggressor0 day0 oi0");
+    // Weeks and months leave the day code 0; text after the date is ignored. The kind comes from
+    // the request id's last digit: a tick stamp under a bar kind is read with the bar layout, and
+    // a non-digit stores nothing.
+    const std::pair<std::string, const char*> cases[] = {
+        {TickLine("2026-01-05 09:30:01.123456", "101.25"),
+         "2026-1-5 9:30:1.123456 o0 h101.25 l101.25 c101.25 size200 vol150000 bid101.24 "
+         "ask101.26 id4455 aggressor1 day22 oi0"},
+        {"Lookup4,LH,2026-01-05 09:35:00,10.5,9.5,10.0,10.25,123456,789,42,",
+         "2026-1-5 9:35:0.0 o10 h10.5 l9.5 c10.25 size789 vol123456 bid0 ask0 id0 aggressor0 "
+         "day0 oi0"},
+        {"Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,",
+         "2026-1-7 0:0:0.0 o10 h11 l9 c10.5 size0 vol5000000 bid0 ask0 id0 aggressor0 day7 oi321"},
+        {"Lookup8,LH,2026-01-09 xx,11,9,10,10.5,7000000,0,",
+         "2026-1-9 0:0:0.0 o10 h11 l9 c10.5 size0 vol7000000 bid0 ask0 id0 aggressor0 day0 oi0"},
+        {"LookupX,LH,2026-03-01,5,4,4.5,4.75,1000,0,", nullptr},
+        {"Lookup13,LH,2026-03-01 10:00:00,5,4,4.5,4.75,1000,9,",
+         "2026-3-1 10:0:0.0 o4.5 h5 l4 c4.75 size9 vol1000 bid0 ask0 id0 aggressor0 day0 oi0"},
+    };
+    for (const auto& [line, text] : cases) {
+        parser.OnHistoryLine(line);
+        EXPECT_TRUE(text == nullptr || LastText() == text) << LastText();
+    }
     EXPECT_EQ(history.GetCount(), 5);
 }
 
 TEST_F(Parser, ShortLinesAreIgnoredOrThrowAndImpossibleDatesAreDropped) {
     parser.OnHistoryLine("Lookup6,LH,2026-01-07,11,9,10,10.5,5000000,321,");
-    // A tick line of fewer than 9 fields: ignored; exactly 9 (no basis letter): an error.
-    parser.OnHistoryLine("Lookup0,LH,2026-01-05 09:30:00.000000,1.5,100,");
-    EXPECT_THROW(parser.OnHistoryLine("Lookup0,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,"),
-                 CInvalidArgException);
-    // 10 to 13 fields with a kept basis: an error; with a dropped one, silently dropped.
-    EXPECT_THROW(parser.OnHistoryLine("Lookup1,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,"),
-                 CInvalidArgException);
-    EXPECT_THROW(
-        parser.OnHistoryLine("Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,11,3D,1,"),
-        CInvalidArgException);
-    parser.OnHistoryLine("Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,O,11,3D,1,");
-    // Short bar lines are errors.
-    EXPECT_THROW(parser.OnHistoryLine("Lookup6,LH,2026-01-08,11,9,10,10.5,5000000,"),
-                 CInvalidArgException);
-    EXPECT_THROW(parser.OnHistoryLine("Lookup3,LH,2026-01-08 09:30:00,11,"), CInvalidArgException);
-    // Impossible dates are dropped.
-    parser.OnHistoryLine(TickLine("2026-02-30 09:30:00.000000", "1.5"));
-    parser.OnHistoryLine("Lookup3,LH,2026-01-05 24:00:00,1,1,1,1,1,1,");
-    parser.OnHistoryLine("Lookup7,LH,2026-13-01,1,1,1,1,1,1,");
-    parser.OnHistoryLine("Lookup9,LH,20x6-01-01,1,1,1,1,1,1,");
-    parser.OnHistoryLine("Lookup6,LH,2026-1-1,1,1,1,1,1,1,");
+    // A tick line of fewer than 9 fields is ignored, exactly 9 (no basis letter) an error; 10 to
+    // 13 fields with a kept basis are an error, with a dropped one silently dropped; short bar
+    // lines are errors; impossible dates are dropped.
+    const std::pair<std::string, bool> cases[] = {
+        {"Lookup0,LH,2026-01-05 09:30:00.000000,1.5,100,", false},
+        {"Lookup0,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,", true},
+        {"Lookup1,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,", true},
+        {"Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,C,11,3D,1,", true},
+        {"Lookup2,LH,2026-01-05 09:30:00.000000,1.5,1,2,3,4,5,O,11,3D,1,", false},
+        {"Lookup6,LH,2026-01-08,11,9,10,10.5,5000000,", true},
+        {"Lookup3,LH,2026-01-08 09:30:00,11,", true},
+        {TickLine("2026-02-30 09:30:00.000000", "1.5"), false},
+        {"Lookup3,LH,2026-01-05 24:00:00,1,1,1,1,1,1,", false},
+        {"Lookup7,LH,2026-13-01,1,1,1,1,1,1,", false},
+        {"Lookup9,LH,20x6-01-01,1,1,1,1,1,1,", false},
+        {"Lookup6,LH,2026-1-1,1,1,1,1,1,1,", false},
+    };
+    for (const auto& [line, throws] : cases) {
+        EXPECT_EQ(Parses(parser, line), !throws) << line;
+    }
     EXPECT_EQ(history.GetCount(), 1);
 }
 
@@ -136,19 +148,16 @@ TEST_F(Parser, ErrorRepliesAndMarkersAreToldApartAndOnlyTheEndMarkerCompletes) {
         EXPECT_EQ(answer.errorText, c.error) << c.line;
     }
     EXPECT_EQ(parser.AnswerError(), "!UNKNOWN_SYMBOL!") << "the last error reply counts";
-    EXPECT_EQ(history.GetCount(), 0);
-    EXPECT_EQ(history.GetPriceTextWidth(), 0);
-    EXPECT_FALSE(history.IsHistoryComplete());
-    EXPECT_FALSE(parser.AnswerEnded());
-
+    EXPECT_EQ(std::tuple(history.GetCount(), history.GetPriceTextWidth(),
+                         history.IsHistoryComplete(), parser.AnswerEnded()),
+              std::tuple(0, 0, false, false));
     EXPECT_EQ(parser.OnHistoryLine("Lookup0,!ENDMSG!,").kind, EKind::End);
-    EXPECT_TRUE(history.IsHistoryComplete());
-    EXPECT_TRUE(parser.AnswerEnded());
+    EXPECT_TRUE(history.IsHistoryComplete() && parser.AnswerEnded());
     parser.HeldLevel1Lines().push_back("Q,ABC,1,");
     parser.StartAnswer();
-    EXPECT_TRUE(parser.AnswerError().empty());
-    EXPECT_FALSE(parser.AnswerEnded());
-    EXPECT_TRUE(parser.HeldLevel1Lines().empty());
+    EXPECT_EQ(
+        std::tuple(parser.AnswerError(), parser.AnswerEnded(), parser.HeldLevel1Lines().size()),
+        std::tuple("", false, 0u));
 }
 
 TEST_F(Parser, AGoneChartDropsLinesAndItsEndMarkerClearsTheSeries) {
@@ -162,14 +171,13 @@ TEST_F(Parser, AGoneChartDropsLinesAndItsEndMarkerClearsTheSeries) {
 }
 
 TEST_F(Parser, PriceTextWidthComesOnceFromTheFirstLine) {
-    EXPECT_EQ(PriceTextWidthOf("123.4567"), 14);
-    EXPECT_EQ(PriceTextWidthOf("12"), 12);
-    EXPECT_EQ(PriceTextWidthOf("1.5"), 11);
-    EXPECT_EQ(PriceTextWidthOf(""), 11);
+    EXPECT_EQ(std::tuple(PriceTextWidthOf("123.4567"), PriceTextWidthOf("12"),
+                         PriceTextWidthOf("1.5"), PriceTextWidthOf("")),
+              std::tuple(14, 12, 11, 11));
     // A fundamental line's decimal count + 10, held at the largest int instead of wrapping.
-    EXPECT_EQ(PriceTextWidthOfDecimals(2147483636), 2147483646);
-    EXPECT_EQ(PriceTextWidthOfDecimals(2147483638), INT_MAX);
-    EXPECT_EQ(PriceTextWidthOfDecimals(-2147483647 - 1), -2147483638);
+    EXPECT_EQ(std::tuple(PriceTextWidthOfDecimals(2147483636), PriceTextWidthOfDecimals(2147483638),
+                         PriceTextWidthOfDecimals(-2147483647 - 1)),
+              std::tuple(2147483646, INT_MAX, -2147483638));
 
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "123.4567"));
     parser.OnHistoryLine(TickLine("2026-01-05 10:00:01.000000", "12"));
@@ -191,11 +199,9 @@ TEST_F(Parser, UnsignedFieldsReadAsStrtoulWithoutOverflow) {
                tickId + ",C,11,3D,1,22,";
     };
     parser.OnHistoryLine(tick("-1", "--5"));
-    EXPECT_EQ(Last().size, 4294967295U);
-    EXPECT_EQ(Last().tickId, 0U);
+    EXPECT_EQ(std::tuple(Last().size, Last().tickId), std::tuple(4294967295U, 0U));
     parser.OnHistoryLine(tick("--9223372036854775808", "-9223372036854775808"));
-    EXPECT_EQ(Last().size, 0U);
-    EXPECT_EQ(Last().tickId, 0U);
+    EXPECT_EQ(std::tuple(Last().size, Last().tickId), std::tuple(0U, 0U));
     EXPECT_EQ(history.GetCount(), 2);
 }
 
@@ -227,14 +233,14 @@ TEST_F(Parser, DateRangeOfTheRequestFiltersParsedTicks) {
     range.endDate = 20260107;
     range.endTime = 160000;
     history.SetParameters(range);
-    parser.OnHistoryLine(TickLine("2026-01-05 09:59:59.999999", "1.0"));
-    parser.OnHistoryLine(TickLine("2026-01-05 10:00:00.000000", "2.0"));
-    parser.OnHistoryLine(TickLine("2026-01-06 03:00:00.000000", "3.0"));
-    parser.OnHistoryLine(TickLine("2026-01-07 16:00:00.999999", "4.0"));
-    parser.OnHistoryLine(TickLine("2026-01-07 16:00:01.000000", "5.0"));
+    double close = 0.0;
+    for (const char* stamp :
+         {"2026-01-05 09:59:59.999999", "2026-01-05 10:00:00.000000", "2026-01-06 03:00:00.000000",
+          "2026-01-07 16:00:00.999999", "2026-01-07 16:00:01.000000"}) {
+        parser.OnHistoryLine(TickLine(stamp, std::to_string(++close)));
+    }
     ASSERT_EQ(history.GetCount(), 3);
-    EXPECT_EQ(history.GetClose(0), 2.0);
-    EXPECT_EQ(history.GetClose(2), 4.0);
+    EXPECT_EQ(std::tuple(history.GetClose(0), history.GetClose(2)), std::tuple(2.0, 4.0));
 }
 
 // The short paths for the numbers of answer lines give, bit for bit, what the general readers
@@ -356,13 +362,7 @@ TEST(AnswerText, GivesWhatItsLinesGiveInOnePieceAndInPiecesOnTheWorker) {
     {
         CHistoryResponseParser parser(history);
         for (const std::string& line : lines) {
-            if (line.starts_with("Loo")) {
-                try {
-                    parser.OnHistoryLine(line);
-                } catch (const CInvalidArgException&) {
-                    ++failures;
-                }
-            }
+            failures += line.starts_with("Loo") && !Parses(parser, line) ? 1 : 0;
         }
         byLines = Outcome(history, parser, failures);
     }
@@ -406,13 +406,7 @@ TEST(AnswerText, GivesWhatItsLinesGiveInOnePieceAndInPiecesOnTheWorker) {
         ASSERT_EQ(passedOn.size(), 9U) << piece;
         EXPECT_EQ(passedOn.back(), "Lookup0,!ENDMSG!,");
         for (const std::string& line : passedOn) {
-            if (line.starts_with("Loo")) {
-                try {
-                    parser.OnHistoryLine(line);
-                } catch (const CInvalidArgException&) {
-                    failed = true;
-                }
-            }
+            failed = (line.starts_with("Loo") && !Parses(parser, line)) || failed;
         }
         EXPECT_EQ(Outcome(history, parser, failed ? 1 : 0), byLines) << piece;
     }

@@ -1,7 +1,6 @@
 // The live updater on hand-made Level 1 lines: gating, trade qualification, time filters, the
-// tick, interval and day-summary rules, summary lines, malformed lines and the catch-up after a
-// new history (what it builds from the real feed: the live portico test); the exchange clock
-// from the feed's time stamp lines and trade times, and a minute bar's countdown read from it.
+// tick, interval and day-summary rules, malformed lines and the catch-up after a new history;
+// the exchange clock from the feed's time stamps and trade times, and a bar's countdown.
 
 #include "chart/last_price.h"
 #include "history/chart_hist_request.h"
@@ -95,9 +94,9 @@ TEST(Level1Updater, FollowsOnlyCompleteLiveRequestsOfTheSymbol) {
     EXPECT_FALSE(days.Apply({}));
     days.Change([](SHistoryParameters& p) { p.endDate = -1; });
     EXPECT_TRUE(days.Apply({}));
-    EXPECT_EQ(days.history.GetCount(), 1);
-    EXPECT_EQ(days.updater.AppliedTradeLines(), 1U);
-    EXPECT_TRUE(days.updater.LastUpdate().has_value());
+    EXPECT_EQ(std::tuple(days.history.GetCount(), days.updater.AppliedTradeLines(),
+                         days.updater.LastUpdate().has_value()),
+              std::tuple(1, 1U, true));
 }
 
 TEST(Level1Updater, QualifiesTradesByTheirContents) {
@@ -115,8 +114,8 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
             << contents << " " << extended;
         EXPECT_EQ(ticks.updater.LastUpdate().has_value(), ticks.history.GetCount() > 0);
     }
-    EXPECT_EQ(ticks.history.GetCount(), 2);
-    EXPECT_EQ(ticks.updater.AppliedTradeLines(), 2U);
+    EXPECT_EQ(std::tuple(ticks.history.GetCount(), ticks.updater.AppliedTradeLines()),
+              std::tuple(2, 2U));
     ticks.updater.Reset();
     EXPECT_FALSE(ticks.updater.LastUpdate().has_value()) << "a new request has no trade yet";
     // The day bar: an extended trade only widens the high and low, and only while accepted; a
@@ -153,9 +152,8 @@ TEST(Level1Updater, QualifiesTradesByTheirContents) {
     // The first trade of the next day starts its bar, with the line's day code (field 24).
     ASSERT_TRUE(days.Apply(Trade("03/06/2024", "09:30:01", "11.40", "200")));
     ASSERT_EQ(days.history.GetCount(), 2);
-    EXPECT_EQ(days.Record().time, CDateTime(2024, 3, 6, 0, 0, 0));
-    EXPECT_EQ(days.Record().dayCode, 5);
-    EXPECT_EQ(days.Record().volume, 200);
+    EXPECT_EQ(std::tuple(days.Record().time, days.Record().dayCode, days.Record().volume),
+              std::tuple(CDateTime(2024, 3, 6, 0, 0, 0), 5, 200));
 }
 
 TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
@@ -164,10 +162,12 @@ TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
         p.beginFilterTime = 93000;
         p.endFilterTime = 160000;
     });
-    EXPECT_FALSE(ticks.Apply(Trade("03/05/2024", "09:29:59", "10", "100")));
-    EXPECT_TRUE(ticks.Apply(Trade("03/05/2024", "09:30:00", "10", "200")));
-    EXPECT_TRUE(ticks.Apply(Trade("03/05/2024", "16:00:00", "10", "300")));
-    EXPECT_FALSE(ticks.Apply(Trade("03/05/2024", "16:00:01", "10", "400")));
+    for (const auto& [time, total, applied] : {std::tuple{"09:29:59", "100", false},
+                                               {"09:30:00", "200", true},
+                                               {"16:00:00", "300", true},
+                                               {"16:00:01", "400", false}}) {
+        EXPECT_EQ(ticks.Apply(Trade("03/05/2024", time, "10", total)), applied) << time;
+    }
     EXPECT_EQ(ticks.history.GetCount(), 2);
     // Requests by datapoints are not filtered on the feed either, so not here.
     ticks.Change([](SHistoryParameters& p) { p.requestKind = kTicksDatapoints; });
@@ -189,8 +189,7 @@ TEST(Level1Updater, FiltersByTimeOfDayAndDateRange) {
     EXPECT_EQ(bars.Record().high, 10.0);
     EXPECT_FALSE(bars.Apply(Trade("03/05/2024", "09:59:59", "11", "1200")));
     EXPECT_TRUE(bars.Apply(Trade("03/06/2024", "12:00:00", "11", "1300")));
-    EXPECT_EQ(bars.Record().high, 11.0);
-    EXPECT_EQ(bars.history.GetCount(), 1);
+    EXPECT_EQ(std::tuple(bars.history.GetCount(), bars.Record().high), std::tuple(1, 11.0));
 }
 
 TEST(Level1Updater, AppendsTicksWithTheTradeTime) {
@@ -198,14 +197,11 @@ TEST(Level1Updater, AppendsTicksWithTheTradeTime) {
     ASSERT_TRUE(ticks.Apply(Trade("03/05/2024", "14:03:07", "10.25", "5000", "300")));
     ASSERT_TRUE(ticks.Apply(Trade("03/05/2024", "14:03:07t", "10.25", "5100", "300")));
     ASSERT_TRUE(ticks.Apply(Trade("03/05/2024", "14:03:07.250000", "10.50", "5200", "300")));
-    EXPECT_EQ(ticks.Record(0).time, CDateTime(2024, 3, 5, 14, 3, 7));
-    EXPECT_EQ(ticks.Record(1).time, ticks.Record(0).time);
-    EXPECT_EQ(ticks.Record(1).microseconds, 0);
+    const CDateTime time(2024, 3, 5, 14, 3, 7);
     const sTICK third = ticks.Record();
-    EXPECT_EQ(third.time, ticks.Record(0).time);
-    EXPECT_EQ(third.microseconds, 250000);
-    EXPECT_EQ(third.tickId, 77U);
-    EXPECT_EQ(third.dayCode, 5);
+    EXPECT_EQ(std::tuple(ticks.Record(0).time, ticks.Record(1).time, ticks.Record(1).microseconds,
+                         third.time, third.microseconds, third.tickId, third.dayCode),
+              std::tuple(time, time, 0, time, 250000, 77U, 5));
     EXPECT_EQ(ticks.Prices(), "o0 h10.5 l10.5 c10.5 size300 vol5200 oi0");
     // A summary line counts only when later than the newest tick.
     SLine summary = Trade("03/05/2024", "14:03:07", "10.75", "5300");
@@ -248,8 +244,7 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     ASSERT_TRUE(night.Apply(Trade("03/05/2024", "23:57:30", "6", "110")));
     EXPECT_EQ(night.Record().time, CDateTime(2024, 3, 6, 0, 0, 0));
     ASSERT_TRUE(night.Apply(Trade("03/05/2024", "23:59:59", "7", "120")));
-    EXPECT_EQ(night.history.GetCount(), 2);
-    EXPECT_EQ(night.Record().high, 7.0);
+    EXPECT_EQ(std::tuple(night.history.GetCount(), night.Record().high), std::tuple(2, 7.0));
     ASSERT_TRUE(night.Apply(Trade("03/06/2024", "00:00:00", "8", "5")));
     EXPECT_EQ(night.Record().time, CDateTime(2024, 3, 6, 0, 5, 0));
     // Dates compare as MMDDYYYY numbers: January 2 of the next year extends a December bar.
@@ -257,8 +252,8 @@ TEST(Level1Updater, BuildsEndLabelledIntervalBars) {
     yearEnd.history.AppendTick(
         MakeBar(CDateTime(2024, 12, 31, 16, 0, 0), 10, 10, 10, 10, 100, 1000));
     ASSERT_TRUE(yearEnd.Apply(Trade("01/02/2025", "09:30:05", "13", "50")));
-    EXPECT_EQ(yearEnd.history.GetCount(), 1);
-    EXPECT_EQ(yearEnd.Record().time, CDateTime(2024, 12, 31, 16, 0, 0));
+    EXPECT_EQ(std::tuple(yearEnd.history.GetCount(), yearEnd.Record().time),
+              std::tuple(1, CDateTime(2024, 12, 31, 16, 0, 0)));
     EXPECT_EQ(yearEnd.Prices(), "o10 h13 l10 c13 size200 vol50 oi0");
 }
 
@@ -275,8 +270,7 @@ TEST(Level1Updater, DropsShortAndMalformedLinesWithoutThrowing) {
     }
     EXPECT_EQ(bars.updater.DroppedLines(), lines.size() - 1) << "one line is of another symbol";
     EXPECT_FALSE(bars.updater.LastDropReason().empty());
-    EXPECT_EQ(bars.history.GetCount(), 1);
-    EXPECT_EQ(bars.Record().high, 10.0);
+    EXPECT_EQ(std::tuple(bars.history.GetCount(), bars.Record().high), std::tuple(1, 10.0));
     // A fundamental line sizes the price labels from field 30, or field 31 + 10.
     std::string fundamental = "F,ABC";
     for (int i = 2; i <= 31; ++i) {
