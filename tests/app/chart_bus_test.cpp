@@ -26,19 +26,18 @@ std::string Fault(const SChartBusReply& reply) {
 
 TEST(ChartBusLoad, TakesTheComboTextsAsTheRibbonDoesAndRefusesWhatItCouldNotSend) {
     SChartBusLoad load;
+    // An interval of "" keeps the current one; an interval with another type is still checked
+    // and kept, as the ribbon keeps it.
     ASSERT_TRUE(CheckChartBusLoad("  luma\t", "Daily", "", load).Ok());
-    EXPECT_EQ(load.symbol, "LUMA");
-    EXPECT_EQ(load.typeIndex, FindComboItem(RequestTypeItems(), "Daily"));
-    EXPECT_EQ(load.dataType, kDays);
-    EXPECT_EQ(load.intervalIndex, -1); // "" keeps the current interval
+    EXPECT_EQ(std::tuple(load.symbol, load.typeIndex, load.dataType, load.intervalIndex),
+              std::tuple("LUMA", FindComboItem(RequestTypeItems(), "Daily"), kDays, -1));
     ASSERT_TRUE(CheckChartBusLoad("aurx.b", "minute", "5-MINUTE", load).Ok());
-    EXPECT_EQ(load.symbol, "AURX.B");
-    EXPECT_EQ(load.dataType, kIntervals);
-    EXPECT_EQ(IntervalItems()[static_cast<std::size_t>(load.intervalIndex)].data, 5);
-    // An interval with another type is still checked and kept, as the ribbon keeps it.
+    EXPECT_EQ(std::tuple(load.symbol, load.dataType,
+                         IntervalItems()[static_cast<std::size_t>(load.intervalIndex)].data),
+              std::tuple("AURX.B", kIntervals, 5));
     ASSERT_TRUE(CheckChartBusLoad("X", "Tick", "2-Hour", load).Ok());
-    EXPECT_EQ(load.dataType, kTicks);
-    EXPECT_EQ(load.intervalIndex, static_cast<int>(IntervalItems().size()) - 1);
+    EXPECT_EQ(std::tuple(load.dataType, load.intervalIndex),
+              std::tuple(kTicks, static_cast<int>(IntervalItems().size()) - 1));
     ASSERT_TRUE(CheckChartBusLoad(std::string(127, 'A'), "Monthly", "", load).Ok());
     EXPECT_EQ(load.dataType, kMonths);
     // What the ribbon could not send is refused, and the request is left alone.
@@ -90,13 +89,12 @@ TEST(ChartBusFiles, PathsMustBeAbsoluteFilesAndRenderSizesWithinTheLimits) {
 
 TEST(ChartBusFiles, ExportAndRenderNeedACompleteChartWithPoints) {
     const std::string noChart = "org.skychart.Chart.Error.NoChart";
-    EXPECT_EQ(Fault(CheckChartBusLoaded("", false, 0)), noChart);
     // Whatever is left in the series of no symbol does not count.
-    EXPECT_EQ(Fault(CheckChartBusLoaded("", false, 10)), noChart);
-    const SChartBusReply loading = CheckChartBusLoaded("LUMA", true, 10);
-    EXPECT_EQ(Fault(loading), noChart);
-    EXPECT_NE(loading.message.find("LUMA"), std::string::npos);
-    EXPECT_EQ(Fault(CheckChartBusLoaded("LUMA", false, 0)), noChart);
+    for (const auto& [symbol, loading, points] :
+         {std::tuple{"", false, 0}, {"", false, 10}, {"LUMA", true, 10}, {"LUMA", false, 0}}) {
+        EXPECT_EQ(Fault(CheckChartBusLoaded(symbol, loading, points)), noChart) << symbol;
+    }
+    EXPECT_NE(CheckChartBusLoaded("LUMA", true, 10).message.find("LUMA"), std::string::npos);
     EXPECT_TRUE(CheckChartBusLoaded("LUMA", false, 1).Ok());
     // --help shows how to reach the methods and what their errors are called.
     const std::string usage = COrvaneCommandLineInfo::Usage("s", "t", "l");

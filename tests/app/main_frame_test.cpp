@@ -111,12 +111,11 @@ TEST_F(FrameTest, SymbolsEnteredAndRibbonCombosAreStoredAndComeBackAtTheNextStar
     CloseFrame();
     CMainFrame& again = OpenFrame();
     ASSERT_EQ(again.SymbolCombo()->count(), 2);
-    EXPECT_EQ(again.SymbolCombo()->itemText(1), "KRNO");
-    EXPECT_EQ(again.SymbolCombo()->currentText(), "LUMA");
-    EXPECT_EQ(again.RequestTypeCombo()->currentText(), "Minute");
-    EXPECT_EQ(again.IntervalCombo()->currentText(), "30-Minute");
-    EXPECT_EQ(again.ChartStyleCombo()->currentText(), "OHLC");
-    EXPECT_EQ(again.SearchModeCombo()->currentIndex(), 1);
+    EXPECT_EQ(
+        std::tuple(again.SymbolCombo()->itemText(1), again.SymbolCombo()->currentText(),
+                   again.RequestTypeCombo()->currentText(), again.IntervalCombo()->currentText(),
+                   again.ChartStyleCombo()->currentText(), again.SearchModeCombo()->currentIndex()),
+        std::tuple("KRNO", "LUMA", "Minute", "30-Minute", "OHLC", 1));
     // Filling the combos at start stores nothing new.
     EXPECT_EQ(Stored("RequestIntervalIndex"), "7");
 }
@@ -128,12 +127,11 @@ TEST_F(FrameTest, CommandLineAppliesOnceWhenTheServiceIsReadyAndAnUnknownWorkspa
     // Nothing is applied before the service reports itself.
     EXPECT_TRUE(frame.ChartView()->Symbol().empty());
     ASSERT_TRUE(WaitForService());
-    EXPECT_EQ(frame.ChartView()->Symbol(), "KRNO");
-    EXPECT_EQ(Stored("CurrentSymbol"), "KRNO");
-    EXPECT_EQ(Stored("RequestDataType"), "3");
-    EXPECT_EQ(Stored("RequestIntervalIndex"), "9");
-    EXPECT_EQ(frame.RequestTypeCombo()->currentText(), "Weekly");
-    EXPECT_EQ(frame.IntervalCombo()->currentText(), "1-Hour");
+    EXPECT_EQ(std::tuple(frame.ChartView()->Symbol(), Stored("CurrentSymbol"),
+                         Stored("RequestDataType"), Stored("RequestIntervalIndex"),
+                         frame.RequestTypeCombo()->currentText(),
+                         frame.IntervalCombo()->currentText()),
+              std::tuple("KRNO", "KRNO", "3", "9", "Weekly", "1-Hour"));
     EXPECT_TRUE(WaitForServiceWatchCount(1));
     // The user moves on; a later "S,IP," does not bring the command line back.
     EnterInSymbolBox("luma");

@@ -60,10 +60,10 @@ TEST(CDateTime, RealFieldsRoundTripImpossibleOnesAreInvalidAndTheFastConversionA
 }
 
 TEST(CDateTime, DaysSinceTheEpochPartsRoundingAndOrderOnBothSidesOfIt) {
-    EXPECT_DOUBLE_EQ(CDateTime(1899, 12, 30, 0, 0, 0).Days(), 0.0);
-    EXPECT_DOUBLE_EQ(CDateTime(1900, 1, 1, 0, 0, 0).Days(), 2.0);
-    EXPECT_DOUBLE_EQ(CDateTime(2000, 1, 1, 12, 0, 0).Days(), 36526.5);
-    EXPECT_EQ(CDateTime::DayNumber(2020, 2, 29), 43890);
+    EXPECT_EQ(std::tuple(CDateTime(1899, 12, 30, 0, 0, 0).Days(),
+                         CDateTime(1900, 1, 1, 0, 0, 0).Days(),
+                         CDateTime(2000, 1, 1, 12, 0, 0).Days(), CDateTime::DayNumber(2020, 2, 29)),
+              std::tuple(0.0, 2.0, 36526.5, 43890));
     const CDateTime saturday(2026, 11, 21, 14, 3, 7);
     EXPECT_EQ(std::tuple(saturday.GetYear(), saturday.GetMonth(), saturday.GetDay(),
                          saturday.GetHour(), saturday.GetMinute(), saturday.GetSecond(),
@@ -88,11 +88,11 @@ TEST(CDateTime, DaysSinceTheEpochPartsRoundingAndOrderOnBothSidesOfIt) {
     EXPECT_DOUBLE_EQ(early.Days(), -1.25);
     EXPECT_LT(later.Days(), early.Days());
     EXPECT_TRUE(early < later && later > early);
-    EXPECT_TRUE(CDateTime(1899, 12, 28, 23, 0, 0) < early);
-    EXPECT_TRUE(later < CDateTime(1899, 12, 30, 0, 0, 1));
-    EXPECT_TRUE(CDateTime(2020, 1, 1, 9, 30, 0) < CDateTime(2020, 1, 1, 9, 30, 1));
-    EXPECT_TRUE(CDateTime(2020, 1, 1, 9, 30, 0) == CDateTime(2020, 1, 1, 9, 30, 0));
-    EXPECT_TRUE(CDateTime(2020, 1, 1, 9, 30, 0) <= CDateTime(2020, 1, 1, 9, 30, 0));
+    const CDateTime open(2020, 1, 1, 9, 30, 0);
+    EXPECT_TRUE(CDateTime(1899, 12, 28, 23, 0, 0) < early &&
+                later < CDateTime(1899, 12, 30, 0, 0, 1));
+    EXPECT_TRUE(open < CDateTime(2020, 1, 1, 9, 30, 1) && open == CDateTime(2020, 1, 1, 9, 30, 0) &&
+                open <= CDateTime(2020, 1, 1, 9, 30, 0));
 }
 
 using Fields = std::vector<std::string>;

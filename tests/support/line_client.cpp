@@ -81,15 +81,12 @@ bool LineClient::fill(std::chrono::steady_clock::time_point deadline) {
         m_offset = 0;
     }
     pollfd p{m_fd, POLLIN, 0};
-    while (true) {
-        const int ready = ::poll(&p, 1, RemainingMs(deadline));
-        if (ready < 0 && errno == EINTR) {
-            continue;
-        }
-        if (ready <= 0) {
-            return false;
-        }
-        break;
+    int ready = 0;
+    do {
+        ready = ::poll(&p, 1, RemainingMs(deadline));
+    } while (ready < 0 && errno == EINTR);
+    if (ready <= 0) {
+        return false;
     }
     char chunk[65536];
     const ssize_t n = ::recv(m_fd, chunk, sizeof(chunk), 0);
@@ -118,10 +115,8 @@ std::optional<std::string> LineClient::readRawLine(std::chrono::milliseconds tim
 
 std::optional<std::string> LineClient::readLine(std::chrono::milliseconds timeout) {
     auto line = readRawLine(timeout);
-    if (line) {
-        while (!line->empty() && (line->back() == '\n' || line->back() == '\r')) {
-            line->pop_back();
-        }
+    while (line && !line->empty() && (line->back() == '\n' || line->back() == '\r')) {
+        line->pop_back();
     }
     return line;
 }
@@ -129,16 +124,12 @@ std::optional<std::string> LineClient::readLine(std::chrono::milliseconds timeou
 std::optional<std::string> LineClient::readLineStartingWith(std::string_view prefix,
                                                             std::chrono::milliseconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (true) {
-        const auto left = std::chrono::milliseconds(RemainingMs(deadline));
-        auto line = readLine(left);
-        if (!line) {
-            return std::nullopt;
-        }
+    while (auto line = readLine(std::chrono::milliseconds(RemainingMs(deadline)))) {
         if (line->starts_with(prefix)) {
             return line;
         }
     }
+    return std::nullopt;
 }
 
 std::optional<std::vector<std::string>> LineClient::readAnswer(std::string_view id,
@@ -146,16 +137,13 @@ std::optional<std::vector<std::string>> LineClient::readAnswer(std::string_view 
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     const std::string end = std::string(id) + ",!ENDMSG!,";
     std::vector<std::string> lines;
-    while (true) {
-        auto line = readLine(std::chrono::milliseconds(RemainingMs(deadline)));
-        if (!line) {
-            return std::nullopt;
-        }
+    while (auto line = readLine(std::chrono::milliseconds(RemainingMs(deadline)))) {
         lines.push_back(std::move(*line));
         if (lines.back() == end) {
             return lines;
         }
     }
+    return std::nullopt;
 }
 
 bool LineClient::waitForClose(std::chrono::milliseconds timeout) {

@@ -100,39 +100,6 @@ void CRecordingChart2D::SetHistogramStyle(SeriesId id, const SHistogramStyle& st
     series.histogram.width = std::max(style.width, 1);
 }
 
-void CRecordingChart2D::ClearSeries(SeriesId id) {
-    m_series.erase(id);
-}
-
-void CRecordingChart2D::ClearAllSeries() {
-    m_series.clear();
-}
-
-void CRecordingChart2D::SetXRange(double min, double max) {
-    m_xRange = NormalizeRange(min, max);
-}
-
-void CRecordingChart2D::SetAxisRange(EAxis axis, double min, double max) {
-    const SRange range = NormalizeRange(min, max);
-    m_axes[Index(axis)].range = range;
-}
-
-void CRecordingChart2D::SetLabelAxis(EAxis axis) {
-    m_labelAxis = axis;
-}
-
-void CRecordingChart2D::SetLabelPrecision(EAxis axis, int precision) {
-    m_axes[Index(axis)].precision = ClampPrecision(precision);
-}
-
-void CRecordingChart2D::SetLabelFormat(EAxis axis, ELabelFormat format) {
-    m_axes[Index(axis)].format = format;
-}
-
-void CRecordingChart2D::SetXLabels(std::span<const SXLabel> labels) {
-    m_xLabels.assign(labels.begin(), labels.end());
-}
-
 double CRecordingChart2D::SlotToPixelX(double slot) const {
     const double width = m_geometry.width - m_geometry.left - m_geometry.right;
     return m_geometry.left + (slot - m_xRange.min) / (m_xRange.max - m_xRange.min) * width;

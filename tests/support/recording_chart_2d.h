@@ -58,19 +58,27 @@ public:
     void SetPriceBarStyle(SeriesId id, const SPriceBarStyle& style) override;
     void SetHistogram(SeriesId id, std::span<const double> values, double xOffset) override;
     void SetHistogramStyle(SeriesId id, const SHistogramStyle& style) override;
-    void ClearSeries(SeriesId id) override;
-    void ClearAllSeries() override;
-    void SetXRange(double min, double max) override;
+    void ClearSeries(SeriesId id) override { m_series.erase(id); }
+    void ClearAllSeries() override { m_series.clear(); }
+    void SetXRange(double min, double max) override { m_xRange = NormalizeRange(min, max); }
     SRange XRange() const override { return m_xRange; }
-    void SetAxisRange(EAxis axis, double min, double max) override;
+    void SetAxisRange(EAxis axis, double min, double max) override {
+        m_axes[Index(axis)].range = NormalizeRange(min, max);
+    }
     SRange AxisRange(EAxis axis) const override { return m_axes[Index(axis)].range; }
-    void SetLabelAxis(EAxis axis) override;
+    void SetLabelAxis(EAxis axis) override { m_labelAxis = axis; }
     EAxis LabelAxis() const override { return m_labelAxis; }
-    void SetLabelPrecision(EAxis axis, int precision) override;
+    void SetLabelPrecision(EAxis axis, int precision) override {
+        m_axes[Index(axis)].precision = ClampPrecision(precision);
+    }
     int LabelPrecision(EAxis axis) const override { return m_axes[Index(axis)].precision; }
-    void SetLabelFormat(EAxis axis, ELabelFormat format) override;
+    void SetLabelFormat(EAxis axis, ELabelFormat format) override {
+        m_axes[Index(axis)].format = format;
+    }
     ELabelFormat LabelFormat(EAxis axis) const override { return m_axes[Index(axis)].format; }
-    void SetXLabels(std::span<const SXLabel> labels) override;
+    void SetXLabels(std::span<const SXLabel> labels) override {
+        m_xLabels.assign(labels.begin(), labels.end());
+    }
     void SetValueScale(EAxis axis, const CValueScale& scale) override {
         m_axes[Index(axis)].scale = scale;
     }
