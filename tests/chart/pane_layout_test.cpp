@@ -223,12 +223,10 @@ TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
 TEST(PaneLayout, HitTestsAndBorderDrags) {
     SPaneLayout layout = Loaded(1, {0, 0.66});
     SPaneLayoutResult rects = layout.Layout(View(600));
-    EXPECT_EQ(SPaneLayout::HitTestPane(rects, 0), 0);
-    EXPECT_EQ(SPaneLayout::HitTestPane(rects, 395), 0);
-    EXPECT_EQ(SPaneLayout::HitTestPane(rects, 396), 1);
-    EXPECT_EQ(SPaneLayout::HitTestPane(rects, 600), -1);
-    EXPECT_EQ(layout.HitTestBorder(rects, 398, 3), 1);
-    EXPECT_EQ(layout.HitTestBorder(rects, 400, 3), -1);
+    EXPECT_EQ(std::tuple(SPaneLayout::HitTestPane(rects, 0), SPaneLayout::HitTestPane(rects, 395),
+                         SPaneLayout::HitTestPane(rects, 396), SPaneLayout::HitTestPane(rects, 600),
+                         layout.HitTestBorder(rects, 398, 3), layout.HitTestBorder(rects, 400, 3)),
+              std::tuple(0, 0, 1, -1, 1, -1));
     EXPECT_TRUE(layout.DragBorder(rects, 1, 300, 40));
     EXPECT_DOUBLE_EQ(layout.tops[1], 0.5);
     EXPECT_FALSE(layout.DragBorder(rects, 1, 300, 40)); // unchanged
@@ -275,10 +273,9 @@ TEST(DisplayRange, ScrollBarRequestsStayInRangeAndNewPointsAreFollowedAtTheRight
     CDisplayRange range;
     // A fresh view follows the series, so the first load shows the newest points.
     EXPECT_TRUE(range.SetPointCount(1000));
-    EXPECT_EQ(range.Limit(), 880);
-    EXPECT_EQ(range.FirstIndex(), 880);
-    EXPECT_EQ(range.DisplayedCount(), 120);
-    EXPECT_TRUE(range.AtRightEdge());
+    EXPECT_EQ(
+        std::tuple(range.Limit(), range.FirstIndex(), range.DisplayedCount(), range.AtRightEdge()),
+        std::tuple(880, 880, 120, true));
     using enum ERequest;
     // {request, thumb position, moved, position after, tracking after}
     const std::tuple<ERequest, int, bool, int, bool> steps[] = {
@@ -318,9 +315,9 @@ TEST(DisplayRange, ZoomKeepsTheNewestDisplayedBar) {
     CDisplayRange range;
     range.SetPointCount(1000);
     EXPECT_TRUE(range.ZoomIn());
-    EXPECT_EQ(range.PointsIndex(), 2);
-    EXPECT_EQ(range.DisplayedPoints(), 90);
-    EXPECT_EQ(range.FirstIndex() + range.DisplayedCount(), 1000);
+    EXPECT_EQ(std::tuple(range.PointsIndex(), range.DisplayedPoints(),
+                         range.FirstIndex() + range.DisplayedCount()),
+              std::tuple(2, 90, 1000));
     // A new page size from the settings keeps the newest bar in view at the right edge.
     EXPECT_TRUE(range.SetPointsIndex(3));
     EXPECT_TRUE(range.AtRightEdge());
@@ -350,16 +347,15 @@ TEST(DisplayRange, ZoomKeepsTheNewestDisplayedBar) {
 TEST(DisplayRange, WheelDragAndKeys) {
     CDisplayRange range;
     range.SetPointCount(1000);
-    EXPECT_TRUE(range.Wheel(2));
-    EXPECT_EQ(range.PointsIndex(), 1);
-    EXPECT_TRUE(range.Wheel(-1));
-    EXPECT_EQ(range.PointsIndex(), 2);
+    for (const auto& [delta, index] : {std::pair{2, 1}, {-1, 2}}) {
+        EXPECT_TRUE(range.Wheel(delta) && range.PointsIndex() == index) << delta;
+    }
     range.SetPointsIndex(3);
     // Dragging right by ten bars' width shows older bars; halves round away from zero.
-    EXPECT_TRUE(range.DragTo(500, 70.0, 7.0));
-    EXPECT_EQ(range.Position(), 490);
-    EXPECT_TRUE(range.DragTo(500, -73.5, 7.0));
-    EXPECT_EQ(range.Position(), 511);
+    for (const auto& [by, position] : {std::pair{70.0, 490}, {-73.5, 511}}) {
+        EXPECT_TRUE(range.DragTo(500, by, 7.0));
+        EXPECT_EQ(range.Position(), position) << by;
+    }
     EXPECT_FALSE(range.DragTo(500, 70.0, 0.0));
     EXPECT_TRUE(range.DragTo(500, -1e12, 0.5)); // far past the newest bar
     EXPECT_EQ(range.Position(), range.Limit());

@@ -14,10 +14,10 @@
 #include <vector>
 
 TEST(PricePaneLogic, ChartTypeAndCandleWidth) {
-    EXPECT_EQ(PriceChartType(0, 1), EPriceChartType::Line);
-    EXPECT_EQ(PriceChartType(1, 1), EPriceChartType::Candles);
-    EXPECT_EQ(PriceChartType(2, 0), EPriceChartType::Bars);
-    EXPECT_EQ(PriceChartType(4, 2), EPriceChartType::Bars);
+    EXPECT_EQ(std::tuple(PriceChartType(0, 1), PriceChartType(1, 1), PriceChartType(2, 0),
+                         PriceChartType(4, 2)),
+              std::tuple(EPriceChartType::Line, EPriceChartType::Candles, EPriceChartType::Bars,
+                         EPriceChartType::Bars));
     EXPECT_NEAR(SpacePerPoint(840, 0, 0, 120), 7.029, 1e-3);
     EXPECT_EQ(CandleWidth(840, 0, 0, 120), (SCandleWidth{5, true}));
     EXPECT_EQ(CandleWidth(840, 0, 0, 3840), (SCandleWidth{0, false}));
@@ -127,10 +127,8 @@ TEST(ChartPrint, FitsTheImageToThePage) {
     const std::vector<int> three{101, 33, 67};
     const std::vector<SPrintRect> rects = PrintPaneRects(three, {0, 7, 500, 1000});
     ASSERT_EQ(rects.size(), 3U);
-    EXPECT_EQ(rects[0].top, 7);
-    EXPECT_EQ(rects[1].top, rects[0].top + rects[0].height);
-    EXPECT_EQ(rects[2].top, rects[1].top + rects[1].height);
-    EXPECT_EQ(rects[2].top + rects[2].height, 1007);
+    EXPECT_EQ(std::tuple(rects[0].top, rects[1].top, rects[2].top, rects[2].top + rects[2].height),
+              std::tuple(7, rects[0].top + rects[0].height, rects[1].top + rects[1].height, 1007));
     EXPECT_EQ(PrintPaneRects(std::vector<int>{0, 0}, {0, 0, 10, 10})[1].height, 0);
     EXPECT_EQ(CentredLeft(100, 1000, 300), 450);
 }

@@ -27,10 +27,12 @@ std::vector<std::string> Texts(const std::vector<SScaleTick>& ticks) {
 } // namespace
 
 TEST(ValueScale, NamesMappingAndHoles) {
-    EXPECT_EQ(ParsePriceScale("LOG"), EPriceScale::Log);
-    EXPECT_EQ(ParsePriceScale("Logarithmic"), EPriceScale::Log);
-    EXPECT_EQ(ParsePriceScale("percent"), EPriceScale::Percent);
-    EXPECT_EQ(ParsePriceScale("linear"), EPriceScale::Linear);
+    for (const auto& [text, scale] : {std::pair{"LOG", EPriceScale::Log},
+                                      {"Logarithmic", EPriceScale::Log},
+                                      {"percent", EPriceScale::Percent},
+                                      {"linear", EPriceScale::Linear}}) {
+        EXPECT_EQ(ParsePriceScale(text), scale) << text;
+    }
     EXPECT_FALSE(ParsePriceScale("lin"));
     EXPECT_EQ(PriceScaleOf(7), EPriceScale::Linear);
     EXPECT_EQ(PriceScaleOf(-1), EPriceScale::Linear);
@@ -156,19 +158,15 @@ TEST(CompareSeries, SymbolListsMatchingAndPercentLines) {
     const std::vector<double> closes{9.0, 10.0, 11.0, 12.0, 13.0, 14.0};
     const std::vector<double> matched = MatchCompareCloses(shown, other, closes, false);
     ASSERT_EQ(matched.size(), shown.size());
-    EXPECT_EQ(matched[0], 10.0);
-    EXPECT_TRUE(std::isnan(matched[1]));
-    EXPECT_EQ(matched[2], 12.0);
-    EXPECT_TRUE(std::isnan(matched[3]));
-    EXPECT_EQ(matched[4], 14.0);
+    EXPECT_EQ(std::tuple(matched[0], std::isnan(matched[1]), matched[2], std::isnan(matched[3]),
+                         matched[4]),
+              std::tuple(10.0, true, 12.0, true, 14.0));
     // Ticks: the last compare trade at or before each shown tick, to the microsecond.
     const std::vector<SPointTime> ticks{day(4, 10, 5), day(4, 10, 7), day(4, 11), day(4, 12)};
     const std::vector<SPointTime> trades{day(4, 10, 6), day(4, 10, 7), day(4, 11, 1)};
     const std::vector<double> at = MatchCompareCloses(ticks, trades, closes, true);
-    EXPECT_TRUE(std::isnan(at[0]));
-    EXPECT_EQ(at[1], 10.0);
-    EXPECT_EQ(at[2], 10.0);
-    EXPECT_EQ(at[3], 11.0);
+    EXPECT_EQ(std::tuple(std::isnan(at[0]), at[1], at[2], at[3]),
+              std::tuple(true, 10.0, 10.0, 11.0));
     // Scaled to start where the main series starts: the same per cent of the base.
     const std::vector<double> line =
         CompareLineValues(std::vector<double>{hole, 20.0, 22.0, hole, 19.0}, 20.0, 50.0);

@@ -119,11 +119,10 @@ TEST(SettingsTable, TypedGettersAndTheFallbacksOfUnknownKeys) {
     EXPECT_DOUBLE_EQ(settings.GetNumber("CurrentSymbol"), 25.0);
     EXPECT_EQ(settings.GetList("RequestRecentType"),
               (std::vector<std::string>{"0", "3", "6", "8", "9"}));
-    EXPECT_EQ(settings.GetText("No Such Key"), "Config Error");
-    EXPECT_EQ(settings.GetInt("No Such Key"), -1);
-    EXPECT_FALSE(settings.SetText("No Such Key", "x"));
-    EXPECT_FALSE(settings.SetInt("No Such Key", 3));
-    EXPECT_FALSE(settings.Has("No Such Key"));
+    EXPECT_EQ(std::tuple(settings.GetText("No Such Key"), settings.GetInt("No Such Key"),
+                         settings.SetText("No Such Key", "x"), settings.SetInt("No Such Key", 3),
+                         settings.Has("No Such Key")),
+              std::tuple("Config Error", -1, false, false, false));
     RecordingPrompt prompt;
     EXPECT_FALSE(settings.SaveList("Recent Things", {"a", "b"}, &prompt));
     EXPECT_EQ(prompt.Texts(), std::vector<std::string>{std::string(CSettings::kSaveListCaption) +

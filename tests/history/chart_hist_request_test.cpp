@@ -51,9 +51,8 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
     EXPECT_EQ(out.close, 100.0);
     ASSERT_TRUE(history.GetTick(history.GetCount() + 3, out));
     EXPECT_EQ(out.close, 104.0);
-    EXPECT_EQ(history.GetClose(-1), 100.0);
-    EXPECT_EQ(history.GetClose(99), 104.0);
-    EXPECT_EQ(history.GetLastIndex(), 4);
+    EXPECT_EQ(std::tuple(history.GetClose(-1), history.GetClose(99), history.GetLastIndex()),
+              std::tuple(100.0, 104.0, 4));
     sTICK replacement = TickAt(2026, 1, 6, 11, 0, 0, 7.5);
     replacement.text1.Assign("corrected");
     history.ReplaceTick(1, replacement);
@@ -64,9 +63,8 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
     EXPECT_EQ(out.text1.View(), "corrected");
     EXPECT_THROW(history.ReplaceTick(5, replacement), CInvalidArgException);
     EXPECT_THROW(history.ReplaceTick(-1, replacement), CInvalidArgException);
-    EXPECT_EQ(history.GetClose(0), 100.0);
-    EXPECT_EQ(history.GetClose(2), 102.0);
-    EXPECT_EQ(history.GetClose(4), 104.0);
+    EXPECT_EQ(std::tuple(history.GetClose(0), history.GetClose(2), history.GetClose(4)),
+              std::tuple(100.0, 102.0, 104.0));
 }
 
 // More records than one storage block holds, so that records live in several blocks.
@@ -118,10 +116,10 @@ TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
     range.beginFilterTime = 93000;
     range.endFilterTime = 160000;
     history.SetParameters(range);
-    EXPECT_FALSE(history.AppendTick(TickAt(2026, 3, 2, 9, 29, 59)));
-    EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 9, 30, 0)));
-    EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 0)));
-    EXPECT_FALSE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 1)));
+    for (const auto& [hour, minute, second, kept] :
+         {std::tuple{9, 29, 59, false}, {9, 30, 0, true}, {16, 0, 0, true}, {16, 0, 1, false}}) {
+        EXPECT_EQ(history.AppendTick(TickAt(2026, 3, 2, hour, minute, second)), kept) << hour;
+    }
     EXPECT_EQ(history.GetCount(), 2);
     // One end of the range missing: the range is off and so are the filter times, but an
     // impossible time is still dropped.

@@ -93,8 +93,7 @@ TEST_F(Request, ListsArePaddedToFiveOrCutAndAnElementNotThereThrows) {
     EXPECT_EQ(request.endDate, (std::vector<std::string>{"20250101", "20250202", "20260105",
                                                          "20260105", "20260105"}));
     EXPECT_EQ(request.datapoints, (std::vector<int>{500, 600, 700, 800, 900}));
-    EXPECT_EQ(request.Days(0), 4);
-    EXPECT_EQ(request.Days(1), 0);
+    EXPECT_EQ(std::tuple(request.Days(0), request.Days(1)), std::tuple(4, 0));
     EXPECT_THROW(request.Days(2), CInvalidArgException);
     EXPECT_EQ(request.filterOn, (std::vector<bool>{true, false, false}));
     EXPECT_THROW(request.FilterOn(3), CInvalidArgException);
@@ -271,9 +270,8 @@ protected:
     }
     void ExpectOneBox(const std::string& text) {
         ASSERT_EQ(prompt.boxes.size(), 1u);
-        EXPECT_EQ(prompt.boxes[0].kind, "Information");
-        EXPECT_EQ(prompt.boxes[0].caption, "Invalid Setting");
-        EXPECT_EQ(prompt.boxes[0].text, text);
+        EXPECT_EQ(std::tie(prompt.boxes[0].kind, prompt.boxes[0].caption, prompt.boxes[0].text),
+                  std::tuple("Information", "Invalid Setting", text));
         prompt.boxes.clear();
     }
     skychart::test::RecordingPrompt prompt;
@@ -415,10 +413,10 @@ TEST_F(DataPageLogicTest, StoreWritesOnlyTheShownDataTypesElementsAndNoneOutside
         EXPECT_FALSE(page.Store(dataType, fields));
         ExpectOneBox(CDataPageLogic::kInvalidDataTypeText);
     }
-    EXPECT_EQ(Saved("RequestRecentType"), "0,5,6,8,9");
-    EXPECT_EQ(Saved("RequestDatapoints"), "10000,777,10000,10000,10000");
-    EXPECT_EQ(Saved("RequestEnableExtendedTrades"), "1,0,0,0,0");
-    EXPECT_EQ(Saved("RequestBeginTime"), "093000,000005,093000,093000,093000");
+    EXPECT_EQ(std::tuple(Saved("RequestRecentType"), Saved("RequestDatapoints"),
+                         Saved("RequestEnableExtendedTrades"), Saved("RequestBeginTime")),
+              std::tuple("0,5,6,8,9", "10000,777,10000,10000,10000", "1,0,0,0,0",
+                         "093000,000005,093000,093000,093000"));
     EXPECT_EQ(page.Show(1)->beginTime, (SPageTime{0, 0, 5}));
 }
 
