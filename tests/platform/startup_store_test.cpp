@@ -86,9 +86,7 @@ TEST_F(LogStart, FinishedInstancesLogsGoUnlessPreservedAndLiveOnesStay) {
     EXPECT_FALSE(IsProcessRunning(UINT_MAX));
     const SLogResult result = InitApplicationLog("/opt/skychart/Skychart.EXE");
     EXPECT_EQ(result.file, defaultFolder / ("SkychartLog_" + std::to_string(::getpid()) + ".txt"));
-    EXPECT_TRUE(fs::exists(result.file));
-    EXPECT_TRUE(fs::exists(live));
-    EXPECT_FALSE(fs::exists(finished));
+    EXPECT_TRUE(fs::exists(result.file) && fs::exists(live) && !fs::exists(finished));
     EXPECT_EQ(result.deleted, std::vector<fs::path>{finished});
     QSettings startup(CRegistryPaths::StartupFile(), QSettings::IniFormat);
     EXPECT_EQ(fs::path(startup.value("LogPath").toString().toStdString()), defaultFolder);

@@ -108,9 +108,7 @@ TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
     }
     EXPECT_STREQ(model.Add(kStudyADX), Model::kListFullText);
     EXPECT_EQ(model.Displayed().size(), 10u);
-    EXPECT_FALSE(model.MoveUp(0));
-    EXPECT_FALSE(model.MoveDown(9));
-    EXPECT_FALSE(model.MoveDown(-1));
+    EXPECT_FALSE(model.MoveUp(0) || model.MoveDown(9) || model.MoveDown(-1));
     EXPECT_TRUE(model.MoveUp(1)); // RSI above volume
     EXPECT_TRUE(model.MoveDown(2));
     EXPECT_FALSE(model.Remove(10));
@@ -194,9 +192,8 @@ TEST_F(PageLogic, LowerChoicesStoreWhatThePanesComputeWithAndReopenTheSame) {
                   "Number of displayed study charts=<missing>"});
     const SStudySettings back = ReadBack();
     EXPECT_FALSE(back.VolumeAverageAllData());
-    EXPECT_EQ(back.MacdPresetWord(), "buy");
-    EXPECT_EQ(back.macdShort, 8);
-    EXPECT_EQ(back.macdLong, 17);
+    EXPECT_EQ(std::tuple(back.MacdPresetWord(), back.macdShort, back.macdLong),
+              std::tuple("buy", 8, 17));
     // Reopened, every study shows the choice just stored.
     Model reopened(back);
     for (int type : {kStudyRSI, kStudyMomentum, kStudyVolume, kStudyStochastics, kStudyMACD}) {
@@ -258,9 +255,8 @@ TEST_F(PageLogic, LowerRefusalsNameTheStudyAndStoreNothing) {
     model.SetLevelText(EStudyField::StoLower, "0");
     SStudySettings out;
     EXPECT_FALSE(model.Build(out).has_value());
-    EXPECT_EQ(out.macdShort, 16);
-    EXPECT_EQ(out.customPeriods[kStudyRSI], 100000);
-    EXPECT_EQ(out.stoLower, 0);
+    EXPECT_EQ(std::tuple(out.macdShort, out.customPeriods[kStudyRSI], out.stoLower),
+              std::tuple(16, 100000, 0));
 }
 
 } // namespace

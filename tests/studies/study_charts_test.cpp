@@ -256,10 +256,9 @@ TEST(StudySettings, ListsAndChoicesReadFromTheTable) {
     settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 1), 4);
     settings.SetInt(keys::Numbered(keys::kTypeOfStudyChart, 2), 42);
     SStudySettings read = SStudySettings::Read(settings);
-    EXPECT_EQ(read.Period(kStudyRSI), 30);
-    EXPECT_EQ(read.Period(kStudyMomentum), 20);
-    EXPECT_EQ(read.Period(kStudyRateOfChange), 7);
-    EXPECT_EQ(read.Period(kStudyADX), 14);
+    EXPECT_EQ(std::tuple(read.Period(kStudyRSI), read.Period(kStudyMomentum),
+                         read.Period(kStudyRateOfChange), read.Period(kStudyADX)),
+              std::tuple(30, 20, 7, 14));
     EXPECT_EQ(read.paneTypes, (std::vector<int>{kStudyVolume, kStudyMACD, kStudyVolume}));
     // Written back over the defaults, a custom period is in both lists.
     read.Write(settings, SStudySettings{});

@@ -142,12 +142,11 @@ TEST_F(TrendFrameTest, DeletedOnYesOnlyAfterFlashingAndKeptAcrossFrames) {
     ASSERT_EQ(m_prompt.Texts(),
               std::vector<std::string>{"Delete Trendline|Delete flashing trendline?"});
     m_prompt.whileAsked = nullptr;
-    EXPECT_EQ(toggles, 2);
-    EXPECT_EQ(Trend().Lists().Count(), 2);
+    EXPECT_EQ(std::tuple(toggles, Trend().Lists().Count()), std::tuple(2, 2));
     EXPECT_FALSE(horizontal->Highlighted());
-    EXPECT_FALSE(Trend().FlashTimer().isActive());
-    EXPECT_EQ(Trend().FlashTimer().objectName(), QString::number(timers::kFlashId));
-    EXPECT_EQ(Trend().FlashTimer().interval(), 500);
+    EXPECT_EQ(std::tuple(Trend().FlashTimer().isActive(), Trend().FlashTimer().objectName(),
+                         Trend().FlashTimer().interval()),
+              std::tuple(false, QString::number(timers::kFlashId), 500));
     EXPECT_EQ(frame().StatusText(), "");
     // Yes removes it; a click on nothing in the delete mode asks nothing.
     m_prompt.answers = {true};

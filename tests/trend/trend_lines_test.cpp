@@ -127,20 +127,18 @@ TEST_F(TrendPane, PaintsAnchoredToBarsExtendedToTheEdgeAndHighlighted) {
     ASSERT_NE(series, nullptr);
     ASSERT_EQ(series->points.size(), 2u);
     // On past the second point to the right edge of the axis, on the line's slope.
-    EXPECT_DOUBLE_EQ(series->points[1].x, 19.5);
-    EXPECT_DOUBLE_EQ(series->points[1].y, 10.0 + 5.0 * 17.5);
-    EXPECT_EQ(series->line.color, style.color);
-    EXPECT_EQ(series->line.width, 2);
+    EXPECT_EQ(std::tuple(series->points[1].x, series->points[1].y, series->line.color,
+                         series->line.width),
+              std::tuple(19.5, 10.0 + 5.0 * 17.5, style.color, 2));
     // Scrolled on by five bars, the line stays on its bars.
     view.first = 5;
     sloping->SetStyle({style.color, 2, false});
     sloping->SetHighlighted(true);
     items.Paint(chart, view);
     series = chart.Series(id);
-    EXPECT_DOUBLE_EQ(series->points[0].x, -3.0);
-    EXPECT_DOUBLE_EQ(series->points[1].x, -1.0);
-    EXPECT_EQ(series->line.color, MakeColorRef(255, 255, 0));
-    EXPECT_EQ(series->line.width, 4);
+    EXPECT_EQ(std::tuple(series->points[0].x, series->points[1].x, series->line.color,
+                         series->line.width),
+              std::tuple(-3.0, -1.0, MakeColorRef(255, 255, 0), 4));
     // Nothing of it is in the plot area now: it cannot be hit.
     EXPECT_LT(sloping->Distance(chart, view, Pixel(0, 50)), 0.0);
     // A retracement labels its levels with the price at the pane's precision.
@@ -209,9 +207,8 @@ TEST_F(TrendPane, SharedNumberingAndFreeList) {
     const auto fan = lists.Add(ETrendKind::FibonacciFan, Points({{1, 10}, {5, 50}}), style);
     EXPECT_EQ(fan->SeriesNumbers(), (std::vector<int>{6, 7, 8, 9}));
     EXPECT_EQ(lists.FreeSeriesNumbers(), (std::vector<std::uint32_t>{10, 11, 12, 13, 14}));
-    EXPECT_EQ(lists.NextSeriesNumber(), 19);
-    EXPECT_EQ(lists.Count(), 2);
-    EXPECT_EQ(items.Items().size(), 2u);
+    EXPECT_EQ(std::tuple(lists.NextSeriesNumber(), lists.Count(), items.Items().size()),
+              std::tuple(19, 2, 2u));
     EXPECT_EQ(lists.RemoveAll(), 2);
     EXPECT_TRUE(items.Items().empty());
 }
@@ -290,8 +287,9 @@ TEST(TrendPoint, BarsFoundFromTimesAndStoredBack) {
     const STrendPoint point = TrendPointAt(history, 2.4, 7.5);
     EXPECT_EQ(point.bar, 2.0);
     EXPECT_TRUE(point.time.time == at(8).time);
-    EXPECT_EQ(TrendPointAt(history, 40.0, 1.0).bar, 8.0);
-    EXPECT_EQ(TrendPointAt(history, -3.0, 1.0).bar, 0.0);
+    EXPECT_EQ(
+        std::tuple(TrendPointAt(history, 40.0, 1.0).bar, TrendPointAt(history, -3.0, 1.0).bar),
+        std::tuple(8.0, 0.0));
     // What the store keeps comes back on the same bars, and finds them again when a bar before
     // them is gone.
     struct SPane : ITrendPane {
