@@ -14,9 +14,9 @@
 #include "platform/qt_feed.h"
 #include "portico_process.h"
 #include "recording_prompt.h"
+#include "run_until.h"
 
 #include <QCoreApplication>
-#include <QEventLoop>
 
 #include <gtest/gtest.h>
 
@@ -74,9 +74,8 @@ TEST_F(Progress, LoadingShowsTheRetrievalTextOfTheDataType) {
                                         "Retrieving Day Data (3 Days Received)",
                                         "Retrieving Week Data (3 Weeks Received)",
                                         "Retrieving Month Data (3 Months Received)", ""}));
-    EXPECT_EQ(progress.ShownCount(), 3);
-    EXPECT_TRUE(sink.completed.empty());
-    EXPECT_TRUE(sink.offered.empty());
+    EXPECT_EQ(std::tuple(progress.ShownCount(), sink.completed.size(), sink.offered.size()),
+              std::tuple(3, 0u, 0u));
 }
 
 TEST_F(Progress, ANewLoadIsShownWholeOnceThenLivePointsOnlyWhenTaken) {
@@ -85,9 +84,8 @@ TEST_F(Progress, ANewLoadIsShownWholeOnceThenLivePointsOnlyWhenTaken) {
     history.SetHistoryComplete(true);
     sink.displayed = 80;
     progress.OnTimer(history, 0, sink);
-    EXPECT_EQ(sink.completed, std::vector<int>{500});
-    EXPECT_EQ(progress.ShownCount(), 500);
-    EXPECT_FALSE(progress.IsNewLoad());
+    EXPECT_EQ(std::tuple(sink.completed, progress.ShownCount(), progress.IsNewLoad()),
+              std::tuple(std::vector<int>{500}, 500, false));
     EXPECT_EQ(sink.texts, std::vector<std::string>{"500 datapoints available.  Displaying 80."});
 
     // Nothing new: offered (the newest point may have changed), the same text again.
@@ -100,25 +98,22 @@ TEST_F(Progress, ANewLoadIsShownWholeOnceThenLivePointsOnlyWhenTaken) {
     sink.atEdge = true;
     progress.OnTimer(history, 0, sink);
     EXPECT_EQ(sink.offered, (std::vector<std::pair<int, int>>{{500, 0}, {502, 2}, {502, 2}}));
-    EXPECT_EQ(sink.completed.size(), 1U);
-    EXPECT_EQ(progress.ShownCount(), 502);
-    EXPECT_EQ(sink.texts.size(), 3U);
-    EXPECT_EQ(sink.texts.back(), "502 datapoints available.  Displaying 80.");
+    EXPECT_EQ(std::tuple(sink.completed.size(), progress.ShownCount(), sink.texts.size(),
+                         sink.texts.back()),
+              std::tuple(1U, 502, 3U, "502 datapoints available.  Displaying 80."));
 
     // Drawn between ticks: offered and taken, the text left for the next tick.
     Add(1);
     progress.OnTimer(history, 0, sink, false);
-    EXPECT_EQ(sink.offered.back(), (std::pair<int, int>{503, 1}));
-    EXPECT_EQ(progress.ShownCount(), 503);
-    EXPECT_EQ(sink.texts.size(), 3U);
+    EXPECT_EQ(std::tuple(sink.offered.back(), progress.ShownCount(), sink.texts.size()),
+              std::tuple(std::pair{503, 1}, 503, 3U));
 
     // A series that shrank below what is shown, or nothing shown: nothing offered.
     progress.SetShownCount(600);
     progress.OnTimer(history, 0, sink);
     progress.SetShownCount(0);
     progress.OnTimer(history, 0, sink);
-    EXPECT_EQ(sink.offered.size(), 4U);
-    EXPECT_EQ(sink.texts.size(), 3U);
+    EXPECT_EQ(std::tuple(sink.offered.size(), sink.texts.size()), std::tuple(4U, 3U));
 }
 
 // Live points are drawn at most once a frame: a change after a quiet spell at once, the changes
@@ -184,17 +179,6 @@ private:
     CCompareSet& m_compare;
 };
 
-bool RunUntil(const std::function<bool()>& done) {
-    const auto deadline = std::chrono::steady_clock::now() + 60s;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
-}
-
 // The chart's answers on the real lookup connection: the records of its own request are parsed
 // off the view's thread, and every other line (an error answer, the end markers, a compare
 // symbol's answer) reaches the view's thread in order only when it runs what the parse posted
@@ -257,8 +241,7 @@ TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) 
     EXPECT_EQ(feed.PendingWatches(), (std::deque<std::string>{"LUMA", "AURX"}));
 
     ASSERT_TRUE(RunUntil([&] { return history.GetCount() == 250; }));
-    EXPECT_TRUE(frame.lines.empty());
-    EXPECT_TRUE(loader.Loading());
+    EXPECT_TRUE(frame.lines.empty() && loader.Loading());
     EXPECT_EQ(compare.Entries()[0].history->GetCount(), 0);
 
     ASSERT_TRUE(RunUntil([&] {
@@ -273,9 +256,9 @@ TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) 
         std::count_if(frame.lines.begin(), frame.lines.end(),
                       [](const std::string& line) { return line.starts_with("LookupC1-6,"); }),
         static_cast<long>(frame.lines.size()) - 3);
-    EXPECT_EQ(loader.AnswerError(), "!UNKNOWN_SYMBOL!");
-    EXPECT_EQ(history.GetCount(), 250);
-    EXPECT_EQ(compare.Entries()[0].history->GetCount(), 250);
+    EXPECT_EQ(std::tuple(loader.AnswerError(), history.GetCount(),
+                         compare.Entries()[0].history->GetCount()),
+              std::tuple("!UNKNOWN_SYMBOL!", 250, 250));
     loader.OnProgressTick(view);
     EXPECT_EQ(view.completed, std::vector<int>{250});
     EXPECT_EQ(view.texts.back(), "250 datapoints available.  Displaying 120.");

@@ -10,9 +10,9 @@
 #include "platform/qt_feed.h"
 #include "portico_process.h"
 #include "recording_prompt.h"
+#include "run_until.h"
 
 #include <QCoreApplication>
-#include <QEventLoop>
 
 #include <gtest/gtest.h>
 
@@ -35,18 +35,6 @@ using Symbols = std::deque<std::string>;
 constexpr int kAdmin = CFeedConnections::kAdmin;
 constexpr int kLookup = CFeedConnections::kLookup;
 constexpr int kLevel1 = CFeedConnections::kLevel1;
-
-// Runs the event loop until `done` holds; false when it does not within the bound.
-bool RunUntil(const std::function<bool()>& done, std::chrono::seconds bound = 30s) {
-    const auto deadline = std::chrono::steady_clock::now() + bound;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
-}
 
 // The Qt platform without the connection manager: the test starts the service itself (the frame
 // tests and the end-to-end tests start it as the application does).
