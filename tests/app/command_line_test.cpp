@@ -44,8 +44,7 @@ TEST(CommandLine, FlagsIgnoreCaseTakeTheNextNonFlagParameterAndTheFirstOfMaxAndM
     EXPECT_EQ(between.top, 12);
     EXPECT_FALSE(between.HasFrameRect()); // no width, no height: the frame keeps its own
     const COrvaneCommandLineInfo dangling = Parsed("-symbol");
-    EXPECT_TRUE(dangling.expectSymbol);
-    EXPECT_TRUE(dangling.symbol.empty());
+    EXPECT_TRUE(dangling.expectSymbol && dangling.symbol.empty());
     // A stray value that no option waits for changes nothing.
     EXPECT_EQ(Parsed("stray -symbol luma").symbol, "LUMA");
     // The first of -max and -min wins; the long options are known, any other flag is named.

@@ -216,8 +216,7 @@ TEST_F(ExportTest, EachFailureHasItsExitCodeAndExplainsItselfAndWritesNothing) {
                                                closed)),
               std::string::npos)
         << unreachable.err;
-    EXPECT_FALSE(fs::exists(File("a.csv")));
-    EXPECT_FALSE(fs::exists(File("a.png")));
+    EXPECT_FALSE(fs::exists(File("a.csv")) || fs::exists(File("a.png")));
 }
 
 TEST_F(ExportTest, AServiceThatMisbehavesIsNamedAsTheCause) {

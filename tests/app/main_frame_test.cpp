@@ -66,8 +66,7 @@ void StatusBarTest::ExpectPanesReadableAt(CMainFrame& frame, QSize size) {
         if (shown != whole) {
             const qsizetype dots = shown.indexOf(QChar(0x2026));
             ASSERT_GT(dots, 0) << shown.toStdString();
-            EXPECT_TRUE(whole.startsWith(shown.left(dots)));
-            EXPECT_TRUE(whole.endsWith(shown.mid(dots + 1)));
+            EXPECT_TRUE(whole.startsWith(shown.left(dots)) && whole.endsWith(shown.mid(dots + 1)));
         }
     }
     EXPECT_LT(right, frame.statusBar()->width());
@@ -88,8 +87,7 @@ TEST_F(FrameTest, SymbolsEnteredAndRibbonCombosAreStoredAndComeBackAtTheNextStar
     EXPECT_EQ(StatusPane(frame, "FeedState")->text(), "No symbol watched");
     // Without a symbol on the command line nothing is loaded, and Enter on blanks loads nothing.
     EnterInSymbolBox("    ");
-    EXPECT_TRUE(frame.ChartView()->Symbol().empty());
-    EXPECT_TRUE(Stored("CurrentSymbol").isEmpty());
+    EXPECT_TRUE(frame.ChartView()->Symbol().empty() && Stored("CurrentSymbol").isEmpty());
     EXPECT_TRUE(frame.Feed()->PendingWatches().empty());
     // Each symbol entered replaces the watch of the one before and leads the recent list.
     EnterInSymbolBox("  luma \t");

@@ -214,8 +214,7 @@ TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
     // The crosshair runs through both panes; the value line only in the pane under the mouse.
     const auto* stack = &canvas->Stack();
     EXPECT_EQ(stack->Crosshair(0).slot, 60.0);
-    EXPECT_TRUE(stack->Crosshair(0).horizontal);
-    EXPECT_TRUE(stack->Crosshair(1).visible);
+    EXPECT_TRUE(stack->Crosshair(0).horizontal && stack->Crosshair(1).visible);
     EXPECT_FALSE(stack->Crosshair(1).horizontal);
     // The next bar: the read-outs follow without another pair of status texts.
     move({price.SlotToPixelX(61.0), 100.0});

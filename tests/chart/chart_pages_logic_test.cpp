@@ -235,8 +235,7 @@ TEST_F(PageLogic, ColoursLoadWithDefaultsForBadTextsAndStoreTheChangedOnes) {
     ASSERT_TRUE(logic.SelectStudyType(5));
     EXPECT_EQ(logic.StudyDataColor(), 4660u);
     logic.SetStudyLabelColor(0x123456);
-    EXPECT_FALSE(logic.SelectStudyType(10));
-    EXPECT_FALSE(logic.SelectStudyType(-1));
+    EXPECT_FALSE(logic.SelectStudyType(10) || logic.SelectStudyType(-1));
     EXPECT_EQ(logic.StudyType(), 5);
     ASSERT_TRUE(logic.SelectStudyType(0));
     EXPECT_EQ(logic.StudyDataColor(), 0x0000FFu);

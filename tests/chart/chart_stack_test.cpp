@@ -117,8 +117,7 @@ TEST_F(ChartStack, DrawsBackgroundCandlesLineAndGridInTheirColours) {
     // The live buffer shows the same.
     stack.Redraw();
     const QImage live = stack.grab().toImage();
-    EXPECT_TRUE(IsColor(live.pixel(X(0), Y(50)), kUp));
-    EXPECT_TRUE(IsColor(live.pixel(X(1), Y(50)), kDown));
+    EXPECT_TRUE(IsColor(live.pixel(X(0), Y(50)), kUp) && IsColor(live.pixel(X(1), Y(50)), kDown));
     chart.SetGridVisible(false);
     EXPECT_EQ(Count(stack.RenderImage(), kGrid), 0);
     chart.SetGridVisible(true);

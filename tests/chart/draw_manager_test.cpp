@@ -196,8 +196,7 @@ TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOnly) {
               (std::vector<std::string>{"Hi: 15.00", "Low: 11.00", "Open: 13.00", "Close: 12.00",
                                         "Date: 2020/01/04"}));
     // Off the bars (not displayed, or no cursor) there is nothing to read out.
-    EXPECT_TRUE(draw.PriceBarFields(4).empty());
-    EXPECT_TRUE(draw.PriceBarFields(kNoCursorBar).empty());
+    EXPECT_TRUE(draw.PriceBarFields(4).empty() && draw.PriceBarFields(kNoCursorBar).empty());
     EXPECT_EQ(draw.HeaderLabel("LUMA"), "Daily Price: LUMA");
     EXPECT_EQ(draw.InfoText(1),
               "Hi: 13.00, Low: 9.00, Open: 11.00, Close: 10.00\nVolume: 1001\nDate: 2020/01/02");

@@ -39,8 +39,7 @@ TEST(ValueScale, NamesMappingAndHoles) {
     const CValueScale log = CValueScale::Log();
     EXPECT_DOUBLE_EQ(log.ToAxis(1000.0), 3.0);
     EXPECT_NEAR(log.FromAxis(log.ToAxis(12.34)), 12.34, 1e-12);
-    EXPECT_TRUE(std::isnan(log.ToAxis(0.0)));
-    EXPECT_TRUE(std::isnan(log.ToAxis(-5.0)));
+    EXPECT_TRUE(std::isnan(log.ToAxis(0.0)) && std::isnan(log.ToAxis(-5.0)));
     EXPECT_DOUBLE_EQ(CValueScale::Percent(50.0).ToAxis(-5.0), -5.0);
     // Range ends below zero give way to a positive decade; flat ranges widen by a ratio.
     const CValueScale::SAxisSpan below = log.AxisSpan(-20.0, 100.0);

@@ -141,8 +141,7 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
     EXPECT_EQ(page.DaysSpin()->value(), 4);
     EXPECT_TRUE(page.BeginFilterTime()->isEnabled());
     Press(QDialogButtonBox::Apply);
-    EXPECT_TRUE(prompt.Texts().empty());
-    EXPECT_TRUE(sheet->isVisible());
+    EXPECT_TRUE(prompt.Texts().empty() && sheet->isVisible());
     EXPECT_EQ(dataApplied, 1);
     // Settings the page does not edit (the data type) are left as they were.
     ExpectStored({"RequestRecentType=0,4,7,8,9", "RequestType=4", "RequestDays=1,4,1,0,0",

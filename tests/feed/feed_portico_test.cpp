@@ -262,8 +262,7 @@ TEST_F(FeedPorticoTest, WatchesWaitForRoomUnderTheSymbolLimitAndAMalformedLineCo
     // sent on what it knows, comes back with the limit reply and waits again, behind the one
     // that counted it in flight and waited at once.
     LineClient other;
-    ASSERT_TRUE(other.connect(portico.level1Port()));
-    ASSERT_TRUE(other.send("wKRNO\r\n"));
+    ASSERT_TRUE(other.connect(portico.level1Port()) && other.send("wKRNO\r\n"));
     ASSERT_TRUE(other.readLineStartingWith("F,KRNO,"));
     EXPECT_GT(feed.WatchSymbol("BRYN"), 0);
     EXPECT_EQ(feed.WatchSymbol("CDLW"), 0);
@@ -290,8 +289,7 @@ TEST_F(FeedPorticoTest, LookupsSearchesAndLinesUpTo65534BytesUntilTheServiceCuts
     // The reference tables, each over a short connection of its own.
     CListedMarkets& markets = feed.ListedMarkets();
     CSecurityTypes& types = feed.SecurityTypes();
-    ASSERT_TRUE(markets.Load());
-    ASSERT_TRUE(types.Load());
+    ASSERT_TRUE(markets.Load() && types.Load());
     EXPECT_EQ(std::tuple(markets.ShortName(1), markets.Name(1), types.ShortName(4), types.Name(3)),
               std::tuple("NRTH", "Northgate Stock Exchange", "TOKEN", "Exchange Traded Fund"));
     EXPECT_EQ(markets.At(5), (CLookupSystemInfo::Entry{"DRFT", "Driftwood Digital Venue", "4",

@@ -126,8 +126,7 @@ TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
     range.endDate = SHistoryParameters::FromText("");
     history.SetParameters(range);
     EXPECT_TRUE(history.AppendTick(TickAt(2026, 3, 2, 16, 0, 1)));
-    EXPECT_TRUE(history.AppendTick(TickAt(2030, 3, 2, 1, 0, 0)));
-    EXPECT_TRUE(history.AppendTick(sTICK{}));
+    EXPECT_TRUE(history.AppendTick(TickAt(2030, 3, 2, 1, 0, 0)) && history.AppendTick(sTICK{}));
     EXPECT_FALSE(history.AppendTick(TickAt(2026, 2, 30, 0, 0, 0)));
     EXPECT_EQ(history.GetCount(), 5);
 }

@@ -32,8 +32,7 @@ namespace {
 class LiveFeed : public IHistoryFeed {
 public:
     LiveFeed(int lookupPort, int level1Port) {
-        EXPECT_TRUE(m_lookup.connect(lookupPort));
-        EXPECT_TRUE(m_level1.connect(level1Port));
+        EXPECT_TRUE(m_lookup.connect(lookupPort) && m_level1.connect(level1Port));
         m_level1.send("S,SELECT UPDATE FIELDS," + CFeedConnections::UpdateFieldList() + "\n");
         EXPECT_TRUE(m_level1.readLineStartingWith("S,CURRENT UPDATE FIELDS").has_value());
     }

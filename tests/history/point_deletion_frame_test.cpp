@@ -112,8 +112,7 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     EXPECT_TRUE(m_prompt.boxes.empty());
     // The mode says what to do, and the read-outs of the mouse wait behind its prompt.
     const std::string prompt = "Click on the bar to delete (Right click to cancel)";
-    ASSERT_TRUE(MenuCommand("Delete Tick/Bar", true));
-    ASSERT_TRUE(View().PointDeletionActive());
+    ASSERT_TRUE(MenuCommand("Delete Tick/Bar", true) && View().PointDeletionActive());
     EXPECT_EQ(frame().StatusText(), prompt);
     QMouseEvent move(QEvent::MouseMove, QPointF(300, 150), QPointF(300, 150), Qt::NoButton,
                      Qt::NoButton, Qt::NoModifier);

@@ -60,8 +60,7 @@ TEST_F(SettingsFile, OnlyChangedKeysAreWrittenOnlyAfterPublishingAndTextsComeBac
     EXPECT_FALSE(fs::exists(file)) << "written before the mirror was published";
     settings.PublishWriter(load.writer);
     settings.Register("Scratch", "", false);
-    ASSERT_TRUE(settings.SetText("CurrentSymbol", "MSFT"));
-    ASSERT_TRUE(settings.SetInt("RequestDataType", 2));
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "MSFT") && settings.SetInt("RequestDataType", 2));
     ASSERT_TRUE(settings.SetText("Scratch", "not kept"));
     EXPECT_EQ(ReadFile(file), "[ApplicationSettings]\nCurrentSymbol=MSFT\nRequestDataType=2\n");
     Start();
@@ -96,8 +95,7 @@ TEST_F(SettingsFile, AHandEditedFileIsReadKeepsWhatItDoesNotKnowAndStaysByteForB
     EXPECT_EQ(CConfigWriter().Read("Symbols", ""), "QQQ,IBM");
     EXPECT_EQ(CConfigWriter().Read("Future Key", ""), "5");
     EXPECT_EQ(CConfigWriter(QString::fromStdString(file.string()), "Other").Read("x", ""), "1");
-    EXPECT_TRUE(prompt.boxes.empty());
-    EXPECT_TRUE(SetAsideContents().empty());
+    EXPECT_TRUE(prompt.boxes.empty() && SetAsideContents().empty());
     // Written by hand, with a quote left open: QSettings would write all of it back its own way.
     const std::string byHand = "[ApplicationSettings]\nCurrentSymbol = LUMA\nSymbols=LUMA, AURX\n"
                                "RequestDatapoints=\"500\n";

@@ -82,8 +82,7 @@ TEST_F(LogStart, FinishedInstancesLogsGoUnlessPreservedAndLiveOnesStay) {
     const fs::path live = LogOf(defaultFolder, static_cast<unsigned>(other.pid));
     const fs::path finished = LogOf(defaultFolder, FinishedPid());
     EXPECT_TRUE(IsProcessRunning(1)); // running, and not ours to signal unless we are root
-    EXPECT_FALSE(IsProcessRunning(0));
-    EXPECT_FALSE(IsProcessRunning(UINT_MAX));
+    EXPECT_FALSE(IsProcessRunning(0) || IsProcessRunning(UINT_MAX));
     const SLogResult result = InitApplicationLog("/opt/skychart/Skychart.EXE");
     EXPECT_EQ(result.file, defaultFolder / ("SkychartLog_" + std::to_string(::getpid()) + ".txt"));
     EXPECT_TRUE(fs::exists(result.file) && fs::exists(live) && !fs::exists(finished));

@@ -264,8 +264,7 @@ TEST(StudyKernels, ExactZerosFlatWindowsAndLongSeries) {
 
 TEST(StudyKernels, EmptyShortAndBadInputs) {
     const std::vector<double> none;
-    EXPECT_TRUE(sk::SimpleAverage(none, 5).empty());
-    EXPECT_TRUE(sk::Macd(none, 8, 17, 9).signal.empty());
+    EXPECT_TRUE(sk::SimpleAverage(none, 5).empty() && sk::Macd(none, 8, 17, 9).signal.empty());
     EXPECT_TRUE(sk::Adx(SBarColumns{}, 14).adx.empty());
     EXPECT_TRUE(sk::Stochastics(SBarColumns{}, 5, false).k.empty());
     const auto bars = RandomBars(6, 40);

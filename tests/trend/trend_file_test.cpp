@@ -66,8 +66,7 @@ TEST_F(TrendFile, LivesBesideTheSettingsAndIsSavedWholeAndReadBack) {
     EXPECT_TRUE(file.Load(prompt, false).Charts().empty());
     EXPECT_FALSE(fs::exists(path)) << "a missing file is not made by reading";
     Start({"CurrentSymbol=LUMA"});
-    ASSERT_TRUE(file.Save(Store(1)));
-    ASSERT_TRUE(file.Save(Store(2)));
+    ASSERT_TRUE(file.Save(Store(1)) && file.Save(Store(2)));
     EXPECT_EQ(Kept(), std::vector<std::string>{Store(2).Write()});
     EXPECT_EQ(CTrendFile().Load(prompt, false), Store(2));
     // Read-only use reads but never writes; a file that cannot be written keeps the old one.
