@@ -1,7 +1,5 @@
 // The command line: flags, values, max/min order, the export and render options, applying it to
-// the settings table, and the workspace text that reopens a chart through it. (That the text
-// parses back to the same chart and frame is held by the command-line fuzz target over its saved
-// workspaces.)
+// the settings table, and the workspace text that reopens a chart through it.
 
 #include "app/command_line.h"
 #include "app/export.h"

@@ -1,8 +1,6 @@
-// The real Skychart binary in its export and render modes: no window, no display, the real
-// portico, real files; also a portico that misbehaves (it drips its answers, sends a line over
-// 64 KiB, closes a connection mid-answer or at once) and settings that make no request. Every
-// run ends with its exit code and the cause on standard error, and without a terminal nothing is
-// rewritten in place.
+// The real Skychart binary in its export and render modes against the real portico, also one
+// that misbehaves, and settings that make no request: every run ends with its exit code and the
+// cause on standard error.
 
 #include "app/workspace.h"
 #include "base/fields.h"

@@ -78,8 +78,7 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
     // What came is exported as it stands, and trendlines go on the bars that came.
     int rows = 0;
     const std::vector<std::string> lines = Export(bus, rows);
-    ASSERT_EQ(rows, 100);
-    ASSERT_EQ(lines.size(), 101u);
+    ASSERT_EQ(std::tuple(rows, lines.size()), std::tuple(100, 101u));
     const auto time = [](const std::string& line) { return line.substr(0, line.find(',')); };
     const SBusMethodResult added =
         bus.BusAddTrendline("Sloping", {time(lines[1]), time(lines[100])}, {10.0, 20.0});
@@ -114,8 +113,7 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
         WaitFor([&] { return Status().find("datapoints available") != std::string::npos; }, 60s))
         << Status();
     EXPECT_GT(Count(), received);
-    EXPECT_EQ(frame().ChartView()->Symbol(), "LUMA");
-    EXPECT_EQ(Notice(), "");
+    EXPECT_EQ(std::tuple(frame().ChartView()->Symbol(), Notice()), std::tuple("LUMA", ""));
     EXPECT_EQ(frame().ChartTrendlines().Lists().Count(), 1);
     EXPECT_EQ(Stored("RequestDataType"), "2");
     ASSERT_TRUE(WaitFor([&] { return Pane("Connection") == "Connected"; }, 10s));

@@ -110,12 +110,10 @@ TEST(RecentSymbols, TrimmedUpperCaseNewestFirstWithoutRepeatsAndAtMostThirty) {
         recent.Use("S" + std::to_string(i));
     }
     ASSERT_EQ(recent.Items().size(), CRecentSymbols::kMaxCount);
-    EXPECT_EQ(recent.Items().front(), "S39");
-    EXPECT_EQ(recent.Items().back(), "S10");
+    EXPECT_EQ(std::tuple(recent.Items().front(), recent.Items().back()), std::tuple("S39", "S10"));
     // What is typed into the box is trimmed and upper-cased.
     EXPECT_EQ(SymbolFromEntry("  luma\t"), "LUMA");
-    EXPECT_EQ(SymbolFromEntry("@es#"), "@ES#");
-    EXPECT_EQ(SymbolFromEntry(" \t "), "");
+    EXPECT_EQ(std::tuple(SymbolFromEntry("@es#"), SymbolFromEntry(" \t ")), std::tuple("@ES#", ""));
 }
 
 } // namespace

@@ -98,12 +98,10 @@ TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStore
     canvas->ScrollBar()->setSliderDown(true);
     canvas->ScrollBar()->setValue(23);
     EXPECT_TRUE(canvas->Range().IsTracking());
-    EXPECT_EQ(canvas->Range().FirstIndex(), 23);
-    EXPECT_EQ(base(), 102.0);
+    EXPECT_EQ(std::tuple(canvas->Range().FirstIndex(), base()), std::tuple(23, 102.0));
     canvas->ScrollBar()->setSliderDown(false);
     EXPECT_FALSE(canvas->Range().IsTracking());
-    EXPECT_EQ(canvas->Range().FirstIndex(), 23);
-    EXPECT_EQ(base(), 106.0);
+    EXPECT_EQ(std::tuple(canvas->Range().FirstIndex(), base()), std::tuple(23, 106.0));
 }
 
 // The layout is stored in the settings as the panes are minimised, maximised, restored and their
@@ -218,8 +216,7 @@ TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
     EXPECT_FALSE(stack->Crosshair(1).horizontal);
     // The next bar: the read-outs follow without another pair of status texts.
     move({price.SlotToPixelX(61.0), 100.0});
-    EXPECT_EQ(canvas->CursorBar(), bar + 1);
-    EXPECT_EQ(statuses.size(), 2U);
+    EXPECT_EQ(std::tuple(canvas->CursorBar(), statuses.size()), std::tuple(bar + 1, 2U));
     // Right of the newest bar there is no bar to read out: the price bar names the chart only.
     move({canvas->Stack().width() - 2.0, 100.0});
     EXPECT_EQ(canvas->CursorBar(), kNoCursorBar);
@@ -249,11 +246,9 @@ TEST(ChartInfoTip, SitsBesideTheCursorAndFlipsWhereItWouldLeaveTheParent) {
     EXPECT_TRUE(tip.testAttribute(Qt::WA_TransparentForMouseEvents));
     // At the right edge it goes left of the cursor, at the bottom above it.
     tip.ShowAt({390, 40}, text);
-    EXPECT_EQ(tip.geometry().right(), 390 - gap - 1);
-    EXPECT_EQ(tip.y(), 40 + gap);
+    EXPECT_EQ(std::tuple(tip.geometry().right(), tip.y()), std::tuple(390 - gap - 1, 40 + gap));
     tip.ShowAt({60, 295}, text);
-    EXPECT_EQ(tip.x(), 60 + gap);
-    EXPECT_EQ(tip.geometry().bottom(), 295 - gap - 1);
+    EXPECT_EQ(std::tuple(tip.x(), tip.geometry().bottom()), std::tuple(60 + gap, 295 - gap - 1));
     tip.ShowAt({390, 295}, text);
     EXPECT_EQ(tip.geometry().bottomRight(), QPoint(390 - gap - 1, 295 - gap - 1));
     // Where neither side has room it keeps to the parent's edge.

@@ -85,8 +85,7 @@ TYPED_TEST(ChartContract, MappingSpansThePlotAreaBothWays) {
     chart.SetAxisRange(EAxis::Y, 0.0, 200.0);
     chart.SetAxisRange(EAxis::Y2, -1.0, 1.0);
     const CChart2D::SGeometry g = chart.Geometry();
-    ASSERT_EQ(g.width, 600);
-    ASSERT_EQ(g.height, 300);
+    ASSERT_EQ(std::tuple(g.width, g.height), std::tuple(600, 300));
     const int plotHeight = g.height - g.top - g.bottom;
     ASSERT_GT(g.width - g.left - g.right, 400);
     ASSERT_GT(plotHeight, 200);

@@ -55,9 +55,8 @@ TEST(ChartLabels, DateLabelClampsTheIndex) {
     const std::vector<CDateTime> times{CDateTime(2024, 3, 14, 16, 0, 0),
                                        CDateTime(2024, 3, 15, 9, 31, 0),
                                        CDateTime(2024, 3, 18, 10, 2, 7)};
-    EXPECT_EQ(DateLabel(times, 0), "2024/03/15");
-    EXPECT_EQ(DateLabel(times, 0), DateLabel(times, 1));
-    EXPECT_EQ(DateLabel(times, 7), "2024/03/18");
+    EXPECT_EQ(std::tuple(DateLabel(times, 0), DateLabel(times, 0), DateLabel(times, 7)),
+              std::tuple("2024/03/15", DateLabel(times, 1), "2024/03/18"));
     EXPECT_EQ(DateMinutesLabel(times, 1), "09:31:00 min");
     EXPECT_EQ(DateLabel({}, 0), "");
     EXPECT_EQ(DateLabel(std::span(times).first(1), 5), "2024/03/14");
@@ -152,8 +151,7 @@ TEST(PointDeletion, AClickPicksTheDisplayedPointUnderItCountedFromTheFirstShown)
     for (const auto& [slot, shown, place] : clicks) {
         EXPECT_EQ(PlaceOfSlot(slot, shown), place) << slot << " of " << shown;
     }
-    EXPECT_EQ(DeletionIndex(1, 0), 0);
-    EXPECT_EQ(DeletionIndex(61, 380), 440);
+    EXPECT_EQ(std::tuple(DeletionIndex(1, 0), DeletionIndex(61, 380)), std::tuple(0, 440));
     EXPECT_EQ(DeletionIndex(120, 380), 499);
 }
 

@@ -180,11 +180,9 @@ TEST_F(PageLogic, DisplayLoadShowsStoredValuesAndLeavesBadListValuesUnselected) 
     Start({"PTS INDEX=11", "Grid Style=-1", "Candle Price Chart Style=7",
            "Scrolling By Items Not Percent=0", "Scrolling by Percent=250"});
     const SDisplayPageValues bad = CDisplayPageLogic::Load(settings);
-    EXPECT_EQ(bad.pointsIndex, kNone);
-    EXPECT_EQ(bad.gridStyle, kNone);
+    EXPECT_EQ(std::tuple(bad.pointsIndex, bad.gridStyle), std::tuple(kNone, kNone));
     EXPECT_EQ(bad.chartStyle, 0); // any style but 1 is drawn as bars
-    EXPECT_EQ(bad.scrollItems, 1);
-    EXPECT_EQ(bad.scrollPercent, 100);
+    EXPECT_EQ(std::tuple(bad.scrollItems, bad.scrollPercent), std::tuple(1, 100));
 }
 
 TEST_F(PageLogic, DisplayCheckRefusesMissingPointsThenGridStyleAndStoreWritesWhatChanged) {
@@ -220,15 +218,13 @@ TEST_F(PageLogic, ColoursLoadWithDefaultsForBadTextsAndStoreTheChangedOnes) {
            "Price Down Candle Color=+1", "Study Data Color 3=65535", "Study Data Color 5=4660",
            "Study Label Color 9=-5"});
     CColorPageLogic logic(settings);
-    EXPECT_EQ(logic.Color(EColorSlot::Grid), 0x0000FFu);
-    EXPECT_EQ(logic.Color(EColorSlot::Background), 0xFFFFFFu);
-    EXPECT_EQ(logic.Color(EColorSlot::PriceBar), 0xC0C0C0u);
-    EXPECT_EQ(logic.Color(EColorSlot::PriceDownCandle), 255u);
-    EXPECT_EQ(logic.Color(EColorSlot::PriceUpCandle), 65280u);
-    EXPECT_EQ(logic.StudyDataColorOf(3), 65535u);
-    EXPECT_EQ(logic.StudyLabelColorOf(9), 0u);
-    EXPECT_EQ(ParseColorRef("16777215"), 0xFFFFFFu);
-    EXPECT_EQ(ParseColorRef(" 1"), std::nullopt);
+    EXPECT_EQ(
+        std::tuple(logic.Color(EColorSlot::Grid), logic.Color(EColorSlot::Background),
+                   logic.Color(EColorSlot::PriceBar), logic.Color(EColorSlot::PriceDownCandle),
+                   logic.Color(EColorSlot::PriceUpCandle), logic.StudyDataColorOf(3),
+                   logic.StudyLabelColorOf(9), ParseColorRef("16777215"), ParseColorRef(" 1")),
+        std::tuple(0x0000FFu, 0xFFFFFFu, 0xC0C0C0u, 255u, 65280u, 65535u, 0u, 0xFFFFFFu,
+                   std::nullopt));
     // The study colours are kept per type while another is shown.
     EXPECT_EQ(logic.StudyType(), 0);
     logic.SetStudyDataColor(0x0000FF);

@@ -83,13 +83,11 @@ TEST_F(ChartPagesSheet, ARefusalKeepsTheSheetOpenAndShowGridIsStoredAtOnce) {
     EXPECT_EQ(applied, 0); // the sheet stays open
     // Clearing "Show Grid" is stored at once and disables the style list; then OK passes.
     display->ShowGridCheck()->click();
-    EXPECT_EQ(Stored("Show Grid"), "0");
-    EXPECT_EQ(gridSignals, 1);
+    EXPECT_EQ(std::tuple(Stored("Show Grid"), gridSignals), std::tuple("0", 1));
     EXPECT_FALSE(display->GridStyleList()->isEnabled());
     display->DisplayPointsList()->setCurrentIndex(0);
     Press(QDialogButtonBox::Ok);
-    EXPECT_EQ(prompt.boxes.size(), 1u);
-    EXPECT_EQ(sheet->result(), QDialog::Accepted);
+    EXPECT_EQ(std::tuple(prompt.boxes.size(), sheet->result()), std::tuple(1u, QDialog::Accepted));
     ExpectStored({"PTS INDEX=0", "Grid Style=<missing>"});
 }
 

@@ -265,8 +265,7 @@ TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
             << dotsPerMeter;
     }
     // Printing leaves the screen layout as it was.
-    EXPECT_EQ(Pane().Geometry().width, 600);
-    EXPECT_EQ(Pane().Geometry().height, 400);
+    EXPECT_EQ(std::tuple(Pane().Geometry().width, Pane().Geometry().height), std::tuple(600, 400));
     // Two panes: the price pane above a study pane, stacked without a gap, a line between them.
     constexpr ColorRef kStudyBackground = MakeColorRef(220, 230, 255);
     TwoPanes();
@@ -282,8 +281,7 @@ TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
     stack.SetPaneVisible(1, false);
     EXPECT_EQ(stack.PaneAt(QPoint(10, 300)), -1);
     image = stack.RenderImage();
-    EXPECT_EQ(image.height(), 250);
-    EXPECT_EQ(Count(image, kStudyBackground), 0);
+    EXPECT_EQ(std::tuple(image.height(), Count(image, kStudyBackground)), std::tuple(250, 0));
     EXPECT_THROW(stack.Pane(11), CInvalidArgException);
 }
 
@@ -315,8 +313,7 @@ TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
     // A release without a hold does nothing.
     Pane(0).ReleaseDrawing();
     QCoreApplication::processEvents();
-    EXPECT_EQ(stack.ReplotCount(), start + 2);
-    EXPECT_EQ(stack.HoldDepth(), 0);
+    EXPECT_EQ(std::tuple(stack.ReplotCount(), stack.HoldDepth()), std::tuple(start + 2, 0));
     // Nor does a resize or a new pane layout draw while held.
     {
         CChartDrawingHold hold(Pane(0));
@@ -325,9 +322,8 @@ TEST_F(ChartStack, HoldsNestAcrossPanesAndTheLastReleaseDrawsOnce) {
         QCoreApplication::processEvents();
         EXPECT_EQ(stack.ReplotCount(), start + 2);
     }
-    EXPECT_EQ(stack.ReplotCount(), start + 3);
-    EXPECT_EQ(Pane(0).Geometry().width, 700);
-    EXPECT_EQ(Pane(1).Geometry().height, 200);
+    EXPECT_EQ(std::tuple(stack.ReplotCount(), Pane(0).Geometry().width, Pane(1).Geometry().height),
+              std::tuple(start + 3, 700, 200));
 }
 
 TEST_F(ChartStack, CrosshairsRepaintAloneOverTheDrawnPanesAndStayOffPrints) {

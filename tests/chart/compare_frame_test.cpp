@@ -1,9 +1,6 @@
 // Price scales, compare symbols, printing and image export in the real frame over LUMA from the
-// real portico: the scale and the compare symbols stored and loaded again in a new frame, every
-// compare line starting at 0% with the price at the first shown bar and listed in the header in
-// its line's colour (also while the mouse reads out a bar), the pane menu ticking the scale
-// shown, a fourth symbol refused and an unknown one named in the status line; then a PDF
-// printout and PNG and PDF images of the panes under the title line, and clear refusals.
+// real portico: scale and symbols stored and reloaded, compare lines from 0% at the first shown
+// bar in the header's colours, refusals named; a PDF printout and PNG and PDF images.
 
 #include "frame_fixture.h"
 

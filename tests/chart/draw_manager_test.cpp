@@ -45,10 +45,8 @@ TEST_F(LevelLine, PaintsHitsAndFollowsADragOnItsAxis) {
     const auto* series = chart.Series(kId);
     ASSERT_NE(series, nullptr);
     ASSERT_EQ(series->points.size(), 2u);
-    EXPECT_EQ(series->points[0].x, -0.5);
-    EXPECT_EQ(series->points[1].x, 99.5);
-    EXPECT_EQ(series->points[1].y, 70.0);
-    EXPECT_EQ(series->line.color, kThistle);
+    EXPECT_EQ(std::tuple(series->points[0].x, series->points[1].x), std::tuple(-0.5, 99.5));
+    EXPECT_EQ(std::tuple(series->points[1].y, series->line.color), std::tuple(70.0, kThistle));
     EXPECT_EQ(series->line.style, CChart2D::kDash);
     chart.SetXRange(10.0, 40.0);
     item.Paint(chart, kView);
@@ -110,17 +108,14 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     const CRecordingChart2D::SSeries* bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
     ASSERT_EQ(bars->close.size(), 120U);
-    EXPECT_EQ(bars->open.front(), 190.0);
-    EXPECT_EQ(bars->close.back(), 9.0 + 299);
+    EXPECT_EQ(std::tuple(bars->open.front(), bars->close.back()), std::tuple(190.0, 9.0 + 299));
     // 120 points on 840 pixels without margins: 5 pixel candles in the wide style.
-    EXPECT_EQ(bars->bars.width, 5);
-    EXPECT_EQ(bars->bars.style, CChart2D::ECandleStyle::Wide);
-    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0 + 180);
-    EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 12.0 + 299);
-    EXPECT_EQ(chart.XRange().max, 119.5);
+    EXPECT_EQ(std::tuple(bars->bars.width, bars->bars.style,
+                         chart.AxisRange(CChart2D::EAxis::Y).min,
+                         chart.AxisRange(CChart2D::EAxis::Y).max, chart.XRange().max),
+              std::tuple(5, CChart2D::ECandleStyle::Wide, 8.0 + 180, 12.0 + 299, 119.5));
     EXPECT_FALSE(chart.XLabels().empty());
-    EXPECT_EQ(chart.LabelLineText(), "LUMA");
-    EXPECT_EQ(chart.HoldDepth(), 0);
+    EXPECT_EQ(std::tuple(chart.LabelLineText(), chart.HoldDepth()), std::tuple("LUMA", 0));
     // Fixed y scaling keeps the range while scrolling; a new series fits it again.
     style.fixedYScaling = true;
     draw.SetScrollPosition(0, 120, kDays);
@@ -137,9 +132,8 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     draw.PaintPane(0, chart, style, frame, 0, false);
     bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
-    EXPECT_EQ(bars->bars.kind, CChart2D::EPriceBarKind::OhlcBars);
-    EXPECT_EQ(bars->bars.width, 0);
-    EXPECT_EQ(bars->bars.style, CChart2D::ECandleStyle::Narrow);
+    EXPECT_EQ(std::tuple(bars->bars.kind, bars->bars.width, bars->bars.style),
+              std::tuple(CChart2D::EPriceBarKind::OhlcBars, 0, CChart2D::ECandleStyle::Narrow));
     // Ticks are a line of trade prices whatever the style, and every price accessor gives it.
     style.candleStyle = 1;
     draw.SetScrollPosition(0, 50, kTicks);
@@ -147,8 +141,7 @@ TEST_F(DrawManager, PricePaneShowsTheDisplayedBarsAsTheDataTypeAndStyleHaveThem)
     bars = chart.Series(CHistPriceChart::kPriceSeries);
     ASSERT_NE(bars, nullptr);
     EXPECT_EQ(bars->kind, CRecordingChart2D::EKind::Line);
-    EXPECT_EQ(bars->values[3], 9.0 + 3);
-    EXPECT_EQ(draw.High(3), 9.0 + 3);
+    EXPECT_EQ(std::tuple(bars->values[3], draw.High(3)), std::tuple(9.0 + 3, 9.0 + 3));
     EXPECT_EQ(draw.Volume(-7), 7); // a tick's own size
     EXPECT_EQ(draw.Close(1000), 9.0 + 299);
 }
@@ -170,8 +163,7 @@ TEST_F(DrawManager, PanesPaintAndHitTestTheirListOfItems) {
     ASSERT_NE(chart.Series(300), nullptr);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).min, 8.0);
     EXPECT_EQ(chart.AxisRange(CChart2D::EAxis::Y).max, 100.0);
-    EXPECT_EQ(draw.View().count, 20);
-    EXPECT_EQ(draw.View().slotCount, 40);
+    EXPECT_EQ(std::tuple(draw.View().count, draw.View().slotCount), std::tuple(20, 40));
     const double y = chart.ValueToPixelY(100.0, CChart2D::EAxis::Y);
     EXPECT_EQ(draw.ItemAt(0, chart, {400.0, y + 2.0}, 5.0), level);
     EXPECT_EQ(draw.ItemAt(0, chart, {400.0, y + 9.0}, 5.0), nullptr);
@@ -203,9 +195,8 @@ TEST_F(DrawManager, ReadOutsDescribeTheBarUnderTheCursorOnly) {
     // Ticks: one price, the time with microseconds, and the tick's own size as its volume.
     draw.SetScrollPosition(0, 4, kTicks);
     EXPECT_EQ(draw.PriceBarFields(2), (std::vector<std::string>{"13.00", "Time: 00:00:00.000000"}));
-    EXPECT_EQ(draw.InfoText(2), "Price: 13.00\nVolume: 7\nTime: 00:00:00.000000");
-    EXPECT_EQ(draw.Volume(2), 7);
-    EXPECT_EQ(draw.HeaderLabel("LUMA"), "Tick Price: LUMA");
+    EXPECT_EQ(std::tuple(draw.InfoText(2), draw.Volume(2), draw.HeaderLabel("LUMA")),
+              std::tuple("Price: 13.00\nVolume: 7\nTime: 00:00:00.000000", 7, "Tick Price: LUMA"));
     // Prices keep the decimals they carry.
     sTICK fine;
     fine.time = CDateTime(2020, 2, 1, 0, 0, 0);
@@ -233,15 +224,13 @@ TEST_F(DrawManager, LastPriceTagsTheNewestCloseInItsBarsColourWithTheTimeLeft) {
     const CRecordingChart2D::SSeries* last = chart.Series(CLastPriceItem::kSeries);
     ASSERT_NE(last, nullptr);
     // Bar 299 closed at 308 below its open of 309: down.
-    EXPECT_EQ(last->tag.text, "308.00");
-    EXPECT_EQ(last->tag.fill, style.downCandle);
+    EXPECT_EQ(std::tuple(last->tag.text, last->tag.fill), std::tuple("308.00", style.downCandle));
     EXPECT_EQ(last->tag.axis, CChart2D::EAxis::Y2);
     EXPECT_GE(ContrastRatio(last->tag.textColor, last->tag.fill), kMinTextContrast);
     EXPECT_EQ(last->line.style, CChart2D::kDot);
     ASSERT_EQ(last->points.size(), 2u);
-    EXPECT_EQ(last->points[0].x, chart.XRange().min);
-    EXPECT_EQ(last->points[1].x, chart.XRange().max);
-    EXPECT_EQ(last->points[1].y, 308.0);
+    EXPECT_EQ(std::tuple(last->points[0].x, last->points[1].x, last->points[1].y),
+              std::tuple(chart.XRange().min, chart.XRange().max, 308.0));
     // A four-decimal close that rose: four decimals in the up colour.
     sTICK bar;
     history.GetTick(299, bar);
@@ -266,8 +255,7 @@ TEST_F(DrawManager, LastPriceTagsTheNewestCloseInItsBarsColourWithTheTimeLeft) {
     draw.SetScrollPosition(200, 101, kTicks);
     draw.PaintPane(0, chart, style, frame, 0, false);
     last = chart.Series(CLastPriceItem::kSeries);
-    EXPECT_EQ(last->tag.text, "1.2345");
-    EXPECT_EQ(last->tag.fill, style.downCandle);
+    EXPECT_EQ(std::tuple(last->tag.text, last->tag.fill), std::tuple("1.2345", style.downCandle));
     // Off again: the marker leaves the pane.
     style.showLastPrice = false;
     draw.PaintPane(0, chart, style, frame, 0, false);

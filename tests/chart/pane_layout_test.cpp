@@ -45,8 +45,7 @@ TEST(PaneLayout, LoadingClosesTheStackAndRepairsBadValues) {
     EXPECT_FALSE(wild.Minimize(12));
     EXPECT_EQ(wild.Layout(View(600)).panes.size(), 11U);
     wild.FinishLoading();
-    EXPECT_EQ(wild.displayedCount, 10);
-    EXPECT_EQ(wild.maximized, 7);
+    EXPECT_EQ(std::tuple(wild.displayedCount, wild.maximized), std::tuple(10, 7));
     EXPECT_DOUBLE_EQ(wild.tops[11], 1.0);
     SPaneLayout hidden = Loaded(2, {0, 0.5, 0.8});
     EXPECT_DOUBLE_EQ(hidden.tops[2], 0.8); // valid tops stay
@@ -303,11 +302,9 @@ TEST(DisplayRange, ScrollBarRequestsStayInRangeAndNewPointsAreFollowedAtTheRight
     // A series shorter than the page shows all of it from index 0.
     CDisplayRange shortRange;
     shortRange.SetPointCount(50);
-    EXPECT_EQ(shortRange.Limit(), 0);
-    EXPECT_EQ(shortRange.DisplayedCount(), 50);
+    EXPECT_EQ(std::tuple(shortRange.Limit(), shortRange.DisplayedCount()), std::tuple(0, 50));
     shortRange.SetPointCount(-4);
-    EXPECT_EQ(shortRange.PointCount(), 0);
-    EXPECT_EQ(shortRange.DisplayedCount(), 0);
+    EXPECT_EQ(std::tuple(shortRange.PointCount(), shortRange.DisplayedCount()), std::tuple(0, 0));
 }
 
 TEST(DisplayRange, ZoomKeepsTheNewestDisplayedBar) {

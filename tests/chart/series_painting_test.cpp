@@ -83,8 +83,7 @@ TEST(SeriesPainting, ColumnsCoverEveryIndexOnceInOrder) {
                       });
         EXPECT_EQ(expected, c.last + 1);
     }
-    EXPECT_EQ(RoundToWhole(2.5), 3);
-    EXPECT_EQ(RoundToWhole(-2.5), -2);
+    EXPECT_EQ(std::tuple(RoundToWhole(2.5), RoundToWhole(-2.5)), std::tuple(3, -2));
     EXPECT_EQ(RoundToWhole(-2.51), -3);
 }
 

@@ -119,9 +119,8 @@ TEST(ValueScale, LogAndPercentLabelsAcrossRanges) {
     EXPECT_EQ(Texts(ChooseScaleTicks(CValueScale::Percent(0.0), 1.0, 2.0, 3, 2,
                                      CChart2D::ELabelFormat::Fixed)),
               (std::vector<std::string>{"1.00", "1.50", "2.00"}));
-    EXPECT_EQ(PercentText(3.214, 2), "+3.21%");
-    EXPECT_EQ(PercentText(-0.001, 2), "0%");
-    EXPECT_EQ(PercentText(-12.5, 2), "-12.5%");
+    EXPECT_EQ(std::tuple(PercentText(3.214, 2), PercentText(-0.001, 2), PercentText(-12.5, 2)),
+              std::tuple("+3.21%", "0%", "-12.5%"));
 }
 
 TEST(ValueScale, PercentBaseHeldWhileScrollingTakenAfter) {

@@ -108,8 +108,7 @@ TEST_F(SettingSheetTest, ApplyAndOkWithNothingTouchedLeaveTheFileAsItWas) {
         EXPECT_EQ(FileText(), before) << sheet->Page(tab)->Title().toStdString();
     }
     Press(QDialogButtonBox::Ok);
-    EXPECT_EQ(sheet->result(), QDialog::Accepted);
-    EXPECT_EQ(FileText(), before);
+    EXPECT_EQ(std::tuple(sheet->result(), FileText()), std::tuple(QDialog::Accepted, before));
     EXPECT_TRUE(prompt.boxes.empty());
 }
 
@@ -159,8 +158,7 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
     Press(QDialogButtonBox::Ok);
     EXPECT_EQ(prompt.Texts(), (std::vector<std::string>{kDatapointsBox, kDatapointsBox}));
     EXPECT_EQ(page.DatapointsEdit()->text(), "10000");
-    EXPECT_EQ(sheet->result(), QDialog::Accepted);
-    EXPECT_EQ(dataApplied, 2);
+    EXPECT_EQ(std::tuple(sheet->result(), dataApplied), std::tuple(QDialog::Accepted, 2));
     EXPECT_EQ(Stored("RequestDatapoints"), "10000,200,10000,400,500");
 }
 
@@ -177,8 +175,7 @@ TEST_F(SettingSheetTest, AStoredDataTypeThatIsNoneStaysStoredAndCancelStoresNoth
     page.DatapointsEdit()->setText("0");
     Press(QDialogButtonBox::Cancel);
     EXPECT_EQ(sheet->result(), QDialog::Rejected);
-    EXPECT_EQ(prompt.Texts().size(), 1u);
-    EXPECT_EQ(dataApplied, 1);
+    EXPECT_EQ(std::tuple(prompt.Texts().size(), dataApplied), std::tuple(1u, 1));
     EXPECT_EQ(Stored("RequestDays"), "3,3,3,0,0");
     EXPECT_EQ(Stored("RequestRecentType"), recent);
 }

@@ -43,8 +43,7 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
     sTICK out;
     out.close = 42.0;
     EXPECT_FALSE(history.GetTick(0, out));
-    EXPECT_EQ(out.close, 42.0);
-    EXPECT_EQ(history.GetClose(3), 0.0);
+    EXPECT_EQ(std::tuple(out.close, history.GetClose(3)), std::tuple(42.0, 0.0));
     EXPECT_EQ(history.GetLastIndex(), -1);
     Fill(5);
     ASSERT_TRUE(history.GetTick(-5, out));
@@ -59,8 +58,7 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
     // The record's texts are copied, not shared.
     replacement.text1.Assign("changed");
     history.GetTick(1, out);
-    EXPECT_EQ(out.close, 7.5);
-    EXPECT_EQ(out.text1.View(), "corrected");
+    EXPECT_EQ(std::tuple(out.close, out.text1.View()), std::tuple(7.5, "corrected"));
     EXPECT_THROW(history.ReplaceTick(5, replacement), CInvalidArgException);
     EXPECT_THROW(history.ReplaceTick(-1, replacement), CInvalidArgException);
     EXPECT_EQ(std::tuple(history.GetClose(0), history.GetClose(2), history.GetClose(4)),
@@ -71,14 +69,12 @@ TEST_F(Series, GettersClampTheIndexReplaceThrowsOutsideAndEmptyLeavesTheRecordAl
 TEST_F(Series, GrowsByTheStepKeepsRecordsAcrossStorageBlocksAndClearResetsTheStep) {
     history.SetGrowthStep(4);
     Fill(9);
-    EXPECT_EQ(history.GetCapacity(), 12U);
-    EXPECT_EQ(history.GetCount(), 9);
+    EXPECT_EQ(std::tuple(history.GetCapacity(), history.GetCount()), std::tuple(12U, 9));
     for (int i = 0; i < 9; ++i) {
         EXPECT_EQ(history.GetClose(i), 100.0 + i);
     }
     history.Clear();
-    EXPECT_EQ(history.GetCount(), 0);
-    EXPECT_EQ(history.GetCapacity(), 0U);
+    EXPECT_EQ(std::tuple(history.GetCount(), history.GetCapacity()), std::tuple(0, 0U));
     EXPECT_EQ(history.GetGrowthStep(), CHistoryRequestBase::kDefaultGrowthStep);
     // The large blocks of a long series, and only they, are advised before they are written.
     std::vector<std::size_t> advised;
@@ -154,8 +150,8 @@ TEST_F(Series, ColumnReadsCopyOneFieldOfARangeAndStopAtTheEnds) {
     EXPECT_EQ(sizes, (std::array<std::uint32_t, 2>{2, 3}));
     std::array<SPointTime, 1> times{};
     EXPECT_EQ(history.FillTimes(4, times), 1U);
-    EXPECT_EQ(times[0].time, CDateTime(2026, 1, 9, 0, 0, 0));
-    EXPECT_EQ(times[0].microseconds, 4);
+    EXPECT_EQ(std::tuple(times[0].time, times[0].microseconds),
+              std::tuple(CDateTime(2026, 1, 9, 0, 0, 0), 4));
     // Extremes of the existing part of a range: highs 12, 11, 14, 9, 16; lows 8 ... 4.
     const auto extremes = [&](int from, int to) {
         const SRangeExtremes e = history.GetExtremes(from, to);
@@ -181,8 +177,7 @@ TEST_F(Series, RemovingAPointClosesTheGapOnlyInsideTheSeriesAndTheRecordStaysRea
     ASSERT_TRUE(history.RemoveTick(2)); // the middle
     EXPECT_EQ(Closes(), (std::vector<double>{100, 101, 103, 104, 105}));
     // A pointer taken before still reads the record, its text included.
-    EXPECT_EQ(removed->close, 102.0);
-    EXPECT_EQ(removed->text1.View(), "bad print");
+    EXPECT_EQ(std::tuple(removed->close, removed->text1.View()), std::tuple(102.0, "bad print"));
     ASSERT_TRUE(history.RemoveTick(0)); // the first
     ASSERT_TRUE(history.RemoveTick(history.GetLastIndex()));
     EXPECT_EQ(Closes(), (std::vector<double>{101, 103, 104}));

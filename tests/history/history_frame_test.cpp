@@ -1,9 +1,6 @@
 // The real main frame loading history from a real portico: every data type holds exactly what
-// the service sends for the same request, field by field; an error reply does not keep the next
-// load from completing; the ribbon and the data settings sheet reload the shown symbol; a request
-// list cut short is named where it can be mended. (A slow answer's progress texts: the chart
-// session tests and the end-to-end run; Level 1 lines held while loading: the live portico tests;
-// that the service's bars are the aggregates of its ticks: the market's and the service's tests.)
+// the service sends for the same request; an error reply does not keep the next load from
+// completing; the ribbon and the data sheet reload; a list cut short is named where to mend it.
 
 #include "frame_fixture.h"
 
@@ -187,8 +184,7 @@ TEST_F(HistoryFrameTest,
     EXPECT_EQ(frame().StatusText(), "30 datapoints available.  Displaying 120.");
     frame().RequestTypeCombo()->setCurrentIndex(1); // Minute, "1-Minute" stored
     ASSERT_TRUE(WaitForLoaded());
-    EXPECT_EQ(Stored("RequestType"), "3");
-    EXPECT_EQ(history().GetCount(), 40);
+    EXPECT_EQ(std::tuple(Stored("RequestType"), history().GetCount()), std::tuple("3", 40));
     frame().IntervalCombo()->setCurrentIndex(6); // 15-Minute
     ASSERT_TRUE(WaitForLoaded());
     const std::vector<sTICK> bars = Series();
@@ -205,9 +201,8 @@ TEST_F(HistoryFrameTest,
         page->DatapointsEdit()->setText("700");
     });
     ASSERT_TRUE(WaitForLoaded());
-    EXPECT_EQ(history().GetCount(), 700);
-    EXPECT_EQ(Stored("RequestDatapoints"), "300,700,30,10,6");
-    EXPECT_EQ(frame().StatusText(), "700 datapoints available.  Displaying 120.");
+    EXPECT_EQ(std::tuple(history().GetCount(), Stored("RequestDatapoints"), frame().StatusText()),
+              std::tuple(700, "300,700,30,10,6", "700 datapoints available.  Displaying 120."));
     // On a Saturday an equity's bid and ask still move, but nothing trades: the feed pane counts
     // trades of the shown symbol, not its quotes.
     const SKestrelSocketStats& level1 =

@@ -388,8 +388,7 @@ TEST_F(DataPageLogicTest, DatapointsOutsideTheRangeBecome10000AndTheRestIsStored
         SDataPageFields fields = *page.Show(0);
         fields.datapoints = good;
         EXPECT_TRUE(page.Store(0, fields)) << good;
-        EXPECT_EQ(fields.datapoints, good);
-        EXPECT_EQ(request.Datapoints(0), value);
+        EXPECT_EQ(std::tuple(fields.datapoints, request.Datapoints(0)), std::tuple(good, value));
     }
     EXPECT_TRUE(prompt.boxes.empty());
     EXPECT_EQ(Saved("RequestDatapoints"), "250,10000,10000,10000,10000");

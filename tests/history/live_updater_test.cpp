@@ -413,8 +413,7 @@ TEST(ExchangeClock, TimeLinesSetItTradesOnlyPushItForwardAndTheCountdownFollows)
     EXPECT_EQ(Countdown(clock, t0 + 30s, CDateTime(2024, 3, 5, 16, 0, 0), 7200), "1:29:55");
     EXPECT_EQ(Countdown(clock, t0 + 30s, end, 0), "none");
     EXPECT_EQ(Countdown(clock, t0 + 30s, kInvalid, 60), "none");
-    EXPECT_EQ(FormatTimeLeft(-3), "00:00");
-    EXPECT_EQ(FormatTimeLeft(3599), "59:59");
+    EXPECT_EQ(std::tuple(FormatTimeLeft(-3), FormatTimeLeft(3599)), std::tuple("00:00", "59:59"));
     // Reset (another symbol, a reconnect): no time until the feed gives one again.
     clock.Reset();
     EXPECT_EQ(Read(clock, t0), "none");

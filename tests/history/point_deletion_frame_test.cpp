@@ -189,10 +189,8 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     MenuCommand("Restore Bars", true);
     EXPECT_FALSE(View().PointsDeleted());
     ASSERT_TRUE(WaitForShown());
-    EXPECT_EQ(Points(), original);
-    EXPECT_EQ(Canvas().Range().FirstIndex(), 100);
-    EXPECT_EQ(frame().StatusText(), shown);
-    EXPECT_EQ(m_prompt.boxes.size(), 4u);
+    EXPECT_EQ(std::tuple(Points(), Canvas().Range().FirstIndex()), std::tuple(original, 100));
+    EXPECT_EQ(std::tuple(frame().StatusText(), m_prompt.boxes.size()), std::tuple(shown, 4u));
 }
 
 TEST_F(PointDeletionFrameTest, TheBusDeletesByTimeLiveTicksFollowAndARestoreAnswersWhenItIsIn) {

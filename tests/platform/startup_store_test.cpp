@@ -125,8 +125,7 @@ TEST_F(StartupPorts, AMissingPortIsWrittenAsItsDefaultTextAndUsed) {
     // Beside other values only the missing one is added.
     Write("[General]\nLookupPort=9101\n");
     EXPECT_EQ(CStartupStore::ReadPort("Level1Port", "5009", 5009), 5009);
-    EXPECT_EQ(Lookup(), 9101);
-    EXPECT_EQ(Value("LookupPort").toString(), "9101");
+    EXPECT_EQ(std::tuple(Lookup(), Value("LookupPort").toString()), std::tuple(9101, "9101"));
     EXPECT_EQ(Value("Level1Port").toString(), "5009");
 }
 

@@ -196,8 +196,7 @@ TEST_F(StudiesPagesSheetTest, ARefusalOnAnyPageStoresNothingAndShowsThatPage) {
     EXPECT_TRUE(lower->ListNote()->isVisible());
     EXPECT_EQ(lower->ListNote()->text(), CLowerStudiesPageModel::kListFullText);
     QCoreApplication::processEvents();
-    EXPECT_EQ(lower->AddButton()->geometry(), addAt);
-    EXPECT_EQ(FileText(), before);
+    EXPECT_EQ(std::tuple(lower->AddButton()->geometry(), FileText()), std::tuple(addAt, before));
 }
 
 } // namespace

@@ -63,8 +63,7 @@ TEST_F(StudyPanes, ComputedOffTheViewThreadAndDrawnThroughTheDrawManager) {
     CStudyPanes studies(Upper(), Lower());
     draw.SetStudies(&studies);
     // Before the first computation the panes are there, with their descriptions only.
-    EXPECT_EQ(studies.PaneCount(), 2);
-    EXPECT_EQ(studies.PaneStudyType(1), kStudyRSI);
+    EXPECT_EQ(std::tuple(studies.PaneCount(), studies.PaneStudyType(1)), std::tuple(2, kStudyRSI));
     EXPECT_FALSE(studies.TakeFinished());
     studies.SeriesChanged(history, kDays, 0);
     EXPECT_TRUE(studies.Computing());
@@ -153,8 +152,7 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     const CHistStudyChart* mfi = &studies.Current().Pane(1);
     settings.SetText(keys::Numbered(keys::kStudyDataColor, kStudyMFI), "255");
     EXPECT_FALSE(studies.SettingsChanged(Upper(), Lower()) || studies.Computing());
-    EXPECT_EQ(&studies.Current().Pane(1), mfi);
-    EXPECT_EQ(mfi->Lines()[0].color, 255U);
+    EXPECT_EQ(std::tuple(&studies.Current().Pane(1), mfi->Lines()[0].color), std::tuple(mfi, 255U));
     EXPECT_EQ(mfi->Count(), 200);
     // Live points: followed at once on the calling thread; growth while a computation runs is
     // followed when it is done, the lines drawn staying meanwhile.

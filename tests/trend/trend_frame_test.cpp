@@ -66,9 +66,8 @@ TEST_F(TrendFrameTest, EachKindIsPlacedClickByClickAndARightClickCancelsAtAnySte
             }
             EXPECT_EQ(frame().StatusText(), info.prompts[static_cast<std::size_t>(cancelAfter)]);
             RightClick();
-            EXPECT_EQ(Trend().Placement(), nullptr);
-            EXPECT_EQ(Canvas().ClickTool(), nullptr);
-            EXPECT_EQ(frame().StatusText(), "");
+            EXPECT_EQ(std::tuple(Trend().Placement(), Canvas().ClickTool(), frame().StatusText()),
+                      std::tuple(nullptr, nullptr, ""));
             EXPECT_EQ(Trend().Lists().Count(), placed);
         }
         Trend().StartDrawing(info.kind);

@@ -151,8 +151,7 @@ TEST_F(TrendPane, PaintsAnchoredToBarsExtendedToTheEdgeAndHighlighted) {
     // Removed, its series leave the chart at the next paint.
     lists.RemoveAll();
     items.Paint(chart, view);
-    EXPECT_EQ(chart.Series(id), nullptr);
-    EXPECT_EQ(chart.SeriesCount(), 0u);
+    EXPECT_EQ(std::tuple(chart.Series(id), chart.SeriesCount()), std::tuple(nullptr, 0u));
 }
 
 TEST_F(TrendPane, ALogLineIsStraightInLogAndTheCurveItIsElsewhereWhereItIsHit) {

@@ -1,8 +1,6 @@
 // The stored trendline text, written and read back, refused when damaged; the trendline styles
-// over the settings table; alerts over sequences of trades (a crossing fires once, a touch
-// without a cross does not, a fired alert waits to be armed again, a sloping line is crossed at
-// its price at the trade's bar) and the alerts in the trendline text, which still reads files
-// written before them, each named by an id that outlives the alerts deleted around it.
+// over the settings table; alerts over sequences of trades, and in the trendline text by ids
+// that outlive the alerts deleted around them.
 
 #include "core/data_types.h"
 #include "history/point_time.h"
@@ -54,8 +52,7 @@ TEST(TrendStore, EveryKindAndTypeComesBackAsWrittenAndWhatNoFileHoldsIsLeftOut) 
     const std::string text = store.Write();
     const std::optional<CTrendStore> read = CTrendStore::Read(text, error);
     ASSERT_TRUE(read) << error;
-    EXPECT_EQ(*read, store);
-    EXPECT_EQ(read->Write(), text);
+    EXPECT_EQ(std::tuple(*read, read->Write()), std::tuple(store, text));
     EXPECT_EQ(read->Charts().size(), kDataTypeCount + 1u);
     EXPECT_TRUE(read->Find({"ZETA", kDays}).empty());
     // Sorted by symbol, then type; ticks carry their microseconds even when zero, bars only when
