@@ -274,10 +274,10 @@ TEST_F(ChartStack, PrintsPanesIntoRectanglesAndStacksTheVisibleOnes) {
     EXPECT_EQ(stack.PaneAt(QPoint(10, 100)), 0);
     QImage image = stack.RenderImage();
     ASSERT_EQ(image.height(), 400);
-    EXPECT_TRUE(IsColor(image.pixel(2, 249), kBackground));
-    EXPECT_TRUE(IsColor(image.pixel(300, 250), SplitterColor(kBackground)));
-    EXPECT_TRUE(IsColor(image.pixel(2, 251), kStudyBackground));
-    EXPECT_TRUE(IsColor(image.pixel(2, 399), kStudyBackground));
+    EXPECT_TRUE(IsColor(image.pixel(2, 249), kBackground) &&
+                IsColor(image.pixel(300, 250), SplitterColor(kBackground)) &&
+                IsColor(image.pixel(2, 251), kStudyBackground) &&
+                IsColor(image.pixel(2, 399), kStudyBackground));
     stack.SetPaneVisible(1, false);
     EXPECT_EQ(stack.PaneAt(QPoint(10, 300)), -1);
     image = stack.RenderImage();

@@ -179,10 +179,10 @@ TEST(TimeAxis, TicksShowSeconds) {
 
 TEST(TimeAxis, DegenerateInput) {
     const std::vector<CDateTime> daily = DailyBars(2024, 3, 1, 40);
-    EXPECT_TRUE(PickTimeAxisLabels({}, 2, 800.0).empty());
-    EXPECT_TRUE(PickTimeAxisLabels(daily, 2, 0.0).empty());
-    EXPECT_TRUE(PickTimeAxisLabels(daily, 2, std::nan("")).empty());
-    EXPECT_TRUE(PickTimeAxisLabels(daily, 5, 800.0).empty());
+    EXPECT_TRUE(PickTimeAxisLabels({}, 2, 800.0).empty() &&
+                PickTimeAxisLabels(daily, 2, 0.0).empty() &&
+                PickTimeAxisLabels(daily, 2, std::nan("")).empty() &&
+                PickTimeAxisLabels(daily, 5, 800.0).empty());
     // One bar starts no period: it is labelled itself.
     EXPECT_EQ(PickTimeAxisLabels(std::span(daily).first(1), 3, 800.0),
               (std::vector<STimeAxisLabel>{{0, "2024/03/01", false}}));

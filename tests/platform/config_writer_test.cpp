@@ -102,9 +102,9 @@ TEST_F(SettingsFile, AHandEditedFileIsReadKeepsWhatItDoesNotKnowAndStaysByteForB
     WriteFile(byHand);
     Start();
     ASSERT_EQ(settings.GetText("RequestDatapoints"), "500\n");
-    ASSERT_TRUE(settings.SetText("CurrentSymbol", "LUMA"));
-    ASSERT_TRUE(settings.SaveList("Symbols", {"LUMA", "AURX"}, &prompt));
-    ASSERT_TRUE(settings.SetText("RequestDatapoints", "500\n"));
+    ASSERT_TRUE(settings.SetText("CurrentSymbol", "LUMA") &&
+                settings.SaveList("Symbols", {"LUMA", "AURX"}, &prompt) &&
+                settings.SetText("RequestDatapoints", "500\n"));
     EXPECT_EQ(ReadFile(file), byHand);
     // A change is written.
     ASSERT_TRUE(settings.SetText("CurrentSymbol", "AURX"));
