@@ -194,11 +194,8 @@ Line MoneyFlowIndex(const IBarSeries& bars, int period) {
     return out;
 }
 
-SMacd Macd(const IBarSeries& bars, int shortPeriod, int longPeriod, int signalPeriod) {
+SMacd Macd(const IBarSeries& bars, int s, int l, int g) {
     SMacd out{Empty(bars), Empty(bars), Empty(bars)};
-    const int s = shortPeriod;
-    const int l = longPeriod;
-    const int g = signalPeriod;
     const int first = std::max(s, l) - 1;
     if (s < 1 || l < 1 || g < 1 || bars.Count() <= first) {
         return out;
@@ -243,8 +240,7 @@ SMacd Macd(const IBarSeries& bars, int shortPeriod, int longPeriod, int signalPe
     return out;
 }
 
-SStochastics Stochastics(const IBarSeries& bars, int period, bool fast) {
-    const int n = period;
+SStochastics Stochastics(const IBarSeries& bars, int n, bool fast) {
     SStochastics out{Empty(bars), Empty(bars)};
     if (n < 1) {
         return out;
@@ -296,8 +292,7 @@ SMove MoveAt(const IBarSeries& bars, int j) {
 
 } // namespace
 
-SAdx Adx(const IBarSeries& bars, int period) {
-    const int n = period;
+SAdx Adx(const IBarSeries& bars, int n) {
     SAdx out{Empty(bars), Empty(bars), Empty(bars)};
     if (n < 1 || bars.Count() <= n) {
         return out;
