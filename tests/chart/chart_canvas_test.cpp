@@ -225,8 +225,7 @@ TEST_F(ChartCanvasTest, TheMouseReadsOutTheBarUnderItWithEveryStudy) {
     QCoreApplication::sendEvent(&canvas->Stack(), &leave);
     AfterReadOut();
     EXPECT_EQ(canvas->CursorBar(), kNoCursorBar);
-    EXPECT_TRUE(canvas->InfoTip().isHidden());
-    EXPECT_FALSE(stack->Crosshair(0).visible);
+    EXPECT_TRUE(canvas->InfoTip().isHidden() && !stack->Crosshair(0).visible);
 }
 
 // The info tip: beside the cursor, flipped to its other side at the parent's right and bottom

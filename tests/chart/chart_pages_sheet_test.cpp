@@ -123,8 +123,7 @@ TEST_F(ChartPagesSheet, ColourButtonsOpenTheChooserAndKeepItsChoiceOnOkOnly) {
         dialog.accept();
     });
     button->click();
-    EXPECT_TRUE(shownPreset);
-    EXPECT_FALSE(definerShown);
+    EXPECT_TRUE(shownPreset && !definerShown);
     EXPECT_EQ(button->Color(), 0x563412u);
     // Cancel keeps the colour; a deep screen gets the whole chooser.
     CButtonForColor* grid = colors->Button(EColorSlot::Grid);
@@ -134,8 +133,7 @@ TEST_F(ChartPagesSheet, ColourButtonsOpenTheChooserAndKeepItsChoiceOnOkOnly) {
         dialog.setCurrentColor(Qt::red);
         dialog.reject();
     });
-    EXPECT_FALSE(grid->Choose());
-    EXPECT_TRUE(definerShown);
+    EXPECT_TRUE(!grid->Choose() && definerShown);
     EXPECT_EQ(grid->Color(), 0xC0C0C0u);
     Press(QDialogButtonBox::Apply);
     EXPECT_EQ(Stored("Price Bar Color"), std::to_string(0x563412));

@@ -193,8 +193,7 @@ TEST(PaneLayout, MinimiseMaximiseRestoreSequences) {
     EXPECT_EQ(layout.minimized, (Flags{0, 0, 1}));
     // With enough panes still shown, minimising the maximised pane leaves the others alone.
     SPaneLayout four = Loaded(3, {0, 0.4, 0.6, 0.8});
-    EXPECT_TRUE(four.Maximize(1));
-    EXPECT_FALSE(four.Maximize(1));
+    EXPECT_TRUE(four.Maximize(1) && !four.Maximize(1));
     EXPECT_TRUE(four.Minimize(1));
     EXPECT_EQ(four.maximized, SPaneLayout::kNoMaximized);
     EXPECT_EQ(four.MinimizedCount(), 1);

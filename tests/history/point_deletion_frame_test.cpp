@@ -108,8 +108,7 @@ TEST_F(PointDeletionFrameTest, ABarClickedAndConfirmedIsDeletedAndTheRestoreBrin
     EXPECT_TRUE(MenuCommand("Delete Tick/Bar"));
     EXPECT_FALSE(MenuCommand("Restore Bars"));
     // Nothing deleted: a restore asks nothing and does nothing.
-    EXPECT_FALSE(View().RestorePoints(true));
-    EXPECT_TRUE(m_prompt.boxes.empty());
+    EXPECT_TRUE(!View().RestorePoints(true) && m_prompt.boxes.empty());
     // The mode says what to do, and the read-outs of the mouse wait behind its prompt.
     const std::string prompt = "Click on the bar to delete (Right click to cancel)";
     ASSERT_TRUE(MenuCommand("Delete Tick/Bar", true) && View().PointDeletionActive());

@@ -92,8 +92,7 @@ TEST(LowerPageTable, CaptionsChoicesAndRowsFollowTheCatalogue) {
     }
     // The stochastics' levels are edits, their line colours buttons.
     const SStudyProperties& sto = StudyProperties(kStudyStochastics);
-    EXPECT_TRUE(IsLevelField(sto.rows[0].field));
-    EXPECT_FALSE(IsLevelField(sto.rows[2].field));
+    EXPECT_TRUE(IsLevelField(sto.rows[0].field) && !IsLevelField(sto.rows[2].field));
 }
 
 TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
@@ -110,8 +109,7 @@ TEST_F(PageLogic, LowerListHoldsAtMostTenAndBecomesThePanes) {
     EXPECT_EQ(model.Displayed().size(), 10u);
     EXPECT_FALSE(model.MoveUp(0) || model.MoveDown(9) || model.MoveDown(-1));
     EXPECT_TRUE(model.MoveUp(1)); // RSI above volume
-    EXPECT_TRUE(model.MoveDown(2));
-    EXPECT_FALSE(model.Remove(10));
+    EXPECT_TRUE(model.MoveDown(2) && !model.Remove(10));
     EXPECT_TRUE(model.Remove(9));
     EXPECT_EQ(model.Displayed(), (std::vector<int>{0, 6, 2, 1, 3, 4, 5, 6, 7}));
     EXPECT_TRUE(Confirm(model));

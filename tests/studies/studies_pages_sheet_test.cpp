@@ -98,8 +98,7 @@ TEST_F(StudiesPagesSheetTest, OkStoresTheEditsOfBothPagesAndOnlyThose) {
     EXPECT_EQ(upper->DeviationsEdit()->cursorPosition(), 6);
     // The lower page opens on the one default pane, volume.
     EXPECT_EQ(ListTexts(), QStringList{"Volume"});
-    EXPECT_TRUE(lower->ChoiceButton(0)->isChecked());
-    EXPECT_FALSE(lower->CustomEdit()->isEnabled());
+    EXPECT_TRUE(lower->ChoiceButton(0)->isChecked() && !lower->CustomEdit()->isEnabled());
     // RSI from the selector: relabelled, showing the choice of the period in use (custom, 21),
     // its custom period and its levels.
     lower->StudySelector()->setCurrentIndex(kStudyRSI);

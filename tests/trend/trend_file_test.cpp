@@ -87,8 +87,7 @@ TEST_F(TrendFile, ADamagedFileIsSetAsideAndToldOnceOrLeftAndNeverOverwritten) {
         WriteFile(bytes);
         prompt.boxes.clear();
         CTrendFile reader;
-        EXPECT_TRUE(reader.Load(prompt, true).Charts().empty());
-        EXPECT_FALSE(reader.Save(Store(1)));
+        EXPECT_TRUE(reader.Load(prompt, true).Charts().empty() && !reader.Save(Store(1)));
         EXPECT_EQ(ReadFile(path), bytes);
         CTrendFile file;
         EXPECT_TRUE(file.Load(prompt, false).Charts().empty());
@@ -117,8 +116,7 @@ TEST_F(TrendFile, ADamagedFileIsSetAsideAndToldOnceOrLeftAndNeverOverwritten) {
     ASSERT_EQ(prompt.boxes.size(), 1u);
     EXPECT_NE(prompt.boxes[0].text.find("could not be moved aside (File name too long)"),
               std::string::npos);
-    EXPECT_TRUE(file.SavesRefused());
-    EXPECT_FALSE(file.Save(Store(1)));
+    EXPECT_TRUE(file.SavesRefused() && !file.Save(Store(1)));
     EXPECT_EQ(ReadFile(stuck), damaged[0]);
 }
 
