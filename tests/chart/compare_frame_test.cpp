@@ -110,7 +110,7 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackEveryLineStartsAtZeroAndTh
         return text;
     };
     const std::string before = labelText();
-    canvas.SetCursorBar(bars.Count() / 2);
+    canvas.SetCursorBar(bars.first + bars.Count() / 2);
     ASSERT_TRUE(WaitFor([&] { return labelText() != before; }));
     const auto& runs = header.LabelRuns();
     ASSERT_EQ(runs.size(), 3U);
