@@ -197,8 +197,8 @@ void CFeedConnections::UnwatchSymbol(const std::string& symbol) {
     SendUnwatch(symbol);
 }
 
-void CFeedConnections::HoldWatches(const std::set<std::string>& symbols) {
-    const std::set<std::string> previous = std::exchange(m_heldWatches, symbols);
+void CFeedConnections::HoldWatches(const std::set<std::string, std::less<>>& symbols) {
+    const std::set<std::string, std::less<>> previous = std::exchange(m_heldWatches, symbols);
     for (const std::string& symbol : symbols) {
         if (!previous.contains(symbol) && !m_chartWatches.contains(symbol)) {
             SendWatch(symbol);

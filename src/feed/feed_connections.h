@@ -14,6 +14,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -74,8 +75,8 @@ public:
     // Symbols watched for the application's own sake (the alerts' symbols) whatever the chart
     // shows: the new ones are watched, those no longer held are unwatched unless the chart
     // watches them.
-    void HoldWatches(const std::set<std::string>& symbols);
-    const std::set<std::string>& HeldWatches() const { return m_heldWatches; }
+    void HoldWatches(const std::set<std::string, std::less<>>& symbols);
+    const std::set<std::string, std::less<>>& HeldWatches() const { return m_heldWatches; }
     const std::deque<std::string>& PendingWatches() const { return m_pendingWatches; }
     const std::deque<std::string>& WatchesInFlight() const { return m_watchesInFlight; }
 
@@ -128,7 +129,7 @@ private:
     std::deque<std::string> m_pendingWatches;
     std::deque<std::string> m_watchesInFlight;
     std::set<std::string> m_chartWatches; // watched through WatchSymbol, not unwatched since
-    std::set<std::string> m_heldWatches;
+    std::set<std::string, std::less<>> m_heldWatches;
     std::vector<SSearchResult> m_searchResults;
     std::unique_ptr<CListedMarkets> m_listedMarkets;
     std::unique_ptr<CSecurityTypes> m_securityTypes;

@@ -61,7 +61,7 @@ void CMainFrame::FollowAlertSymbol(const std::string& line) {
     // The chart's own symbol reaches the alerts through its series, unless it is not followed.
     const bool followedByChart =
         symbol == m_view->Symbol() && m_view->Loader().IncompleteReason().empty();
-    if (followedByChart || !m_feed->HeldWatches().contains(std::string(symbol))) {
+    if (followedByChart || !m_feed->HeldWatches().contains(symbol)) {
         return;
     }
     if (const auto trade =

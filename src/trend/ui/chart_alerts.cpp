@@ -33,8 +33,8 @@ void CChartAlerts::Saved() {
     emit levelsChanged();
 }
 
-std::set<std::string> CChartAlerts::LevelSymbols() const {
-    std::set<std::string> symbols;
+std::set<std::string, std::less<>> CChartAlerts::LevelSymbols() const {
+    std::set<std::string, std::less<>> symbols;
     for (const SLevelAlert& level : m_store.LevelAlerts()) {
         if (!level.setting.fired) {
             symbols.insert(level.symbol);

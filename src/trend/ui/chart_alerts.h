@@ -43,7 +43,7 @@ public:
     bool Delete(int id);
     bool Rearm(int id);
     // The symbols of the level alerts that have not fired: the trades to follow.
-    std::set<std::string> LevelSymbols() const;
+    std::set<std::string, std::less<>> LevelSymbols() const;
     // The decimals the alerts' prices are written with (the shown symbol's).
     void SetDecimals(int decimals) { m_decimals = decimals; }
 
