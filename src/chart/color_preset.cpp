@@ -119,13 +119,19 @@ bool ColorsChosen(const CSettings& settings) {
 }
 
 EColorPreset FollowDesktopColors(CSettings& settings, bool darkDesktop) {
-    if (!darkDesktop || ColorsChosen(settings)) {
+    if (ColorsChosen(settings)) {
         return EColorPreset::Light;
     }
+    const EColorPreset preset = darkDesktop ? EColorPreset::Dark : EColorPreset::Light;
     std::vector<std::pair<std::string, std::string>> values;
-    for (const SPresetColor& entry : PresetColors(EColorPreset::Dark)) {
+    for (const SPresetColor& entry : PresetColors(preset)) {
         values.emplace_back(entry.key, std::to_string(entry.color));
     }
-    settings.OverlayDefaults(values);
-    return EColorPreset::Dark;
+    if (darkDesktop) {
+        settings.OverlayDefaults(values);
+    } else {
+        // The light set is the table's defaults: a desktop turned light takes them back.
+        settings.RemoveOverlay(values);
+    }
+    return preset;
 }

@@ -37,5 +37,6 @@ bool ColorsChosen(const CSettings& settings);
 
 // The defaults follow the desktop: on a dark desktop, while the user has chosen no colour, the
 // Dark colours become this session's defaults without being stored (the first colour the user
-// stores keeps the whole set). Returns the set the chart starts with.
+// stores keeps the whole set); on a light desktop they are the table's again. Returns the set
+// the defaults now come from (Light once the user chose a colour).
 EColorPreset FollowDesktopColors(CSettings& settings, bool darkDesktop);

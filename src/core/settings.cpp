@@ -104,6 +104,17 @@ void CSettings::OverlayDefaults(const std::vector<std::pair<std::string, std::st
     }
 }
 
+void CSettings::RemoveOverlay(const std::vector<std::pair<std::string, std::string>>& values) {
+    for (const auto& [key, value] : values) {
+        const auto overlaid = std::find(m_overlaid.begin(), m_overlaid.end(), key);
+        if (overlaid == m_overlaid.end()) {
+            continue;
+        }
+        m_overlaid.erase(overlaid);
+        m_entries[key].value = value;
+    }
+}
+
 void CSettings::PublishWriter(std::shared_ptr<CConfigWriterMux> writer) {
     m_writer = std::move(writer);
 }

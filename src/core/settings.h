@@ -43,6 +43,9 @@ public:
     // of its default, without storing it. The first write of any of these keys stores all of them
     // with it, so that a change made on top of them keeps the rest as they were shown.
     void OverlayDefaults(const std::vector<std::pair<std::string, std::string>>& values);
+    // Undoes OverlayDefaults for the keys of `values` still overlaid: each takes its value from
+    // `values` (its own default) and is stored alone again.
+    void RemoveOverlay(const std::vector<std::pair<std::string, std::string>>& values);
     // From now on writes of persisted keys are stored through `writer` (null: table only).
     void PublishWriter(std::shared_ptr<CConfigWriterMux> writer);
 

@@ -7,13 +7,18 @@
 #include "app/ui/charts_app.h"
 #include "app/ui/ribbon_bar.h"
 #include "app/ui/status_pane.h"
+#include "chart/color_preset.h"
+#include "chart/ui/chart_canvas.h"
 #include "chart/ui/chart_form_view.h"
+#include "core/setting_keys.h"
 #include "feed/feed_connections.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLayout>
+#include <QPalette>
 #include <QStatusBar>
 
 #include <spdlog/sinks/ringbuffer_sink.h>
@@ -116,6 +121,18 @@ TEST_F(FrameTest, SymbolsEnteredAndRibbonCombosAreStoredAndComeBackAtTheNextStar
         std::tuple("KRNO", "LUMA", "Minute", "30-Minute", "OHLC", 1));
     // Filling the combos at start stores nothing new.
     EXPECT_EQ(Stored("RequestIntervalIndex"), "7");
+    // A desktop that turns dark and light again takes the chart's colours along, unstored.
+    const auto background = [&] { return again.ChartView()->Canvas().Style().background; };
+    const QPalette light = QApplication::palette();
+    QPalette dark = light;
+    dark.setColor(QPalette::Window, Qt::black);
+    dark.setColor(QPalette::WindowText, Qt::white);
+    QApplication::setPalette(dark);
+    EXPECT_TRUE(WaitFor(
+        [&] { return background() == PresetColor(EColorPreset::Dark, keys::kBackgroundColor); }));
+    QApplication::setPalette(light);
+    EXPECT_TRUE(WaitFor([&] { return background() == 0xFFFFFFu; }));
+    EXPECT_TRUE(Stored("Background Color").isEmpty());
 }
 
 TEST_F(FrameTest, CommandLineAppliesOnceWhenTheServiceIsReadyAndAnUnknownWorkspaceIsTold) {

@@ -113,6 +113,10 @@ TEST_F(ColorPresets, ADarkDesktopGivesTheDarkSetUnstoredUntilTheUserStoresAColou
         EXPECT_FALSE(settings.IsStored(entry.key));
     }
     EXPECT_EQ(FileText(), emptyFile);
+    // A desktop turned light takes the table's colours back; dark again, the dark set.
+    EXPECT_EQ(FollowDesktopColors(settings, false), EColorPreset::Light);
+    EXPECT_EQ(settings.GetUnsigned(keys::kBackgroundColor), 0xFFFFFFu);
+    EXPECT_EQ(FollowDesktopColors(settings, true), EColorPreset::Dark);
     // Other settings are stored alone.
     settings.SetInt(keys::kShowGrid, 0);
     EXPECT_EQ(Stored(keys::kBackgroundColor), "<missing>");

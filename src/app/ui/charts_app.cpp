@@ -11,28 +11,10 @@
 #include "platform/large_pages.h"
 #include "platform/workspace_bus.h"
 
-#include <QApplication>
-#include <QPalette>
-
 #include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
 #include <cerrno>
-
-namespace {
-
-ColorRef ColorRefOf(const QColor& color) {
-    return MakeColorRef(color.red(), color.green(), color.blue());
-}
-
-// The palette the platform theme gave the application: a dark desktop theme shows here.
-bool DesktopIsDark() {
-    const QPalette palette = QApplication::palette();
-    return IsDarkPalette(ColorRefOf(palette.color(QPalette::Window)),
-                         ColorRefOf(palette.color(QPalette::WindowText)));
-}
-
-} // namespace
 
 CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {
     m_history.SetMemoryAdvice(AdviseLargePages);
@@ -76,7 +58,7 @@ bool CChartsApp::InitInstance(const COrvaneCommandLineInfo& commandLine,
     }
 
     SSettingsLoad settings = LoadApplicationSettings(m_settings, m_prompt);
-    const bool dark = DesktopIsDark();
+    const bool dark = CMainFrame::DesktopIsDark();
     const EColorPreset colors = FollowDesktopColors(m_settings, dark);
     spdlog::info("Desktop palette {}; chart colours {}", dark ? "dark" : "light",
                  colors == EColorPreset::Dark ? "follow it (dark set)" : "as stored or light");

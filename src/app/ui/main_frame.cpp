@@ -133,6 +133,7 @@ bool CMainFrame::Create() {
     MakeFeedCommands();
     MakeTrendlines();
     MakeAlerts();
+    WatchDesktopPalette();
     UpdateStatusPanes();
     ShowFeedState();
 
@@ -218,61 +219,6 @@ void CMainFrame::ChangeDataType(int dataType) {
         spdlog::error("No request kind stored for data type {}: {}", dataType, error.what());
     }
     m_view->Reload();
-}
-
-void CMainFrame::OpenDataSettings() {
-    OpenSettings(EFirstPage::DataPage);
-}
-
-void CMainFrame::OpenTrendlineSettings() {
-    OpenSettings(EFirstPage::TrendlinesPage);
-}
-
-void CMainFrame::OpenSettings(EFirstPage first) {
-    CSettings& settings = Settings();
-    CSettingSheet sheet(settings, this);
-    const SChartSettingsPages pages = AddChartSettingsPages(sheet, Prompt(), settings);
-    CDisplaySettingsPage* displayPage = pages.display;
-    CDataSettingsPage* dataPage = pages.data;
-    QWidget* const firstPages[] = {displayPage, dataPage, pages.trend};
-    sheet.findChild<QTabWidget*>()->setCurrentWidget(firstPages[static_cast<std::size_t>(first)]);
-    bool reload = false;
-    connect(&sheet, &CSettingSheet::pageApplied, this,
-            [&reload, dataPage](CSettingPage* page) { reload = reload || page == dataPage; });
-    // Grid on or off is stored at once; the panes show it at once too.
-    connect(displayPage, &CDisplaySettingsPage::showGridChanged, this,
-            [this] { m_view->ApplyDisplaySettings(); });
-    connect(&sheet, &CSettingSheet::settingsApplied, this, [this, &reload] {
-        ApplyStoredSettings();
-        if (reload) {
-            // The request settings changed: the shown chart asks for its history again.
-            reload = false;
-            m_view->ReloadRequestSettings();
-            m_view->Reload();
-        }
-    });
-    m_sheet = &sheet;
-    sheet.exec();
-    m_sheet = nullptr;
-}
-
-void CMainFrame::ApplyStoredSettings() {
-    SyncStyleCombo();
-    // Each part is handed what it draws or computes by: a look that changed repaints, a study
-    // whose inputs changed computes again.
-    m_studies->SettingsChanged(SUpperStudySettings::Read(Settings()),
-                               SStudySettings::Read(Settings()));
-    m_view->Canvas().StudySettingsChanged();
-    if (m_trendlines != nullptr) {
-        m_trendlines->ApplyStyles(ReadTrendStyles(Settings()));
-    }
-}
-
-void CMainFrame::SyncStyleCombo() {
-    const int style = Settings().GetInt(keys::kCandlePriceChartStyle);
-    m_filling = true;
-    m_home.styleCombo->setCurrentIndex(std::max(0, FindComboData(ChartStyleItems(), style)));
-    m_filling = false;
 }
 
 void CMainFrame::PrintChart() {

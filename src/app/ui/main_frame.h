@@ -43,6 +43,8 @@ public:
     CMainFrame(IPrompt& prompt, CSettings& settings, CChartHistRequest& history,
                std::shared_ptr<CConfigWriterMux> writer, QWidget* parent = nullptr);
     ~CMainFrame() override;
+    // Whether the application's palette, as the desktop theme gave it, is dark.
+    static bool DesktopIsDark();
 
     // Builds the frame: ribbon and status bar, the chart view, the status panes, the feed
     // connections (launching the service), the ribbon controls. False when the frame base or
@@ -159,6 +161,9 @@ private:
     void MakeRibbon();
     void MakeTrendlines();
     void MakeAlerts();
+    // The default colours follow the desktop's palette from dark to light and back.
+    void WatchDesktopPalette();
+    void FollowDesktopPalette();
     // Keeps the symbols of the level alerts watched on the feed.
     void HoldAlertWatches();
     // A trade of a symbol that the chart does not follow goes to the alerts straight.
@@ -200,6 +205,7 @@ private:
     // Reconnect ran: the service's next "S,IP," reloads the chart instead of the command line.
     bool m_reconnecting = false;
     bool m_filling = false; // combo changes that the settings already hold
+    bool m_desktopDark = DesktopIsDark();
 
     SHomeRibbon m_home;
     CStatusPane* m_symbolPane = nullptr;

@@ -146,7 +146,6 @@ void CChartFormView::StartStudiesOfCompleteAnswer() {
         return;
     }
     m_studiesStartedAt = m_loader.History().GetCount();
-    m_canvas->SetSeries(Symbol(), m_loader.DataType(), m_loader.IntervalIndex());
     m_canvas->ComputeStudies();
 }
 
