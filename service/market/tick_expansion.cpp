@@ -156,26 +156,37 @@ std::uint64_t WaitingTime(std::uint64_t r) {
 
 // Trade times of a minute: exponential gaps scaled into the minute, which spreads them like
 // arrivals at random with quiet spells and bursts; adding the index keeps them strictly
-// increasing at microsecond resolution.
-void PlaceTimes(Micros start, std::uint64_t seed, Tick* ticks, std::uint32_t count) {
-    Rng rng(seed);
-    std::uint64_t elapsed = 0;
-    for (std::uint32_t s = 0; s < count; ++s) {
-        elapsed += WaitingTime(rng.next());
-        ticks[s].time = static_cast<Micros>(elapsed);
+// increasing at microsecond resolution. The gaps are summed first, since their total sets the
+// scale; the times are then placed one by one (place()) as the ticks are made.
+class TradeTimes {
+public:
+    // Leaves the sum of the gaps before each tick in its time.
+    TradeTimes(Micros start, std::uint64_t seed, Tick* ticks, std::uint32_t count)
+        : m_start(start), m_span(static_cast<double>(kMicrosPerMinute - count)) {
+        Rng rng(seed);
+        std::uint64_t elapsed = 0;
+        for (std::uint32_t s = 0; s < count; ++s) {
+            elapsed += WaitingTime(rng.next());
+            ticks[s].time = static_cast<Micros>(elapsed);
+        }
+        m_total = static_cast<double>(elapsed + WaitingTime(rng.next()));
     }
-    const double total = static_cast<double>(elapsed + WaitingTime(rng.next()));
-    const auto span = static_cast<double>(kMicrosPerMinute - count);
-    for (std::uint32_t s = 0; s < count; ++s) {
-        const double offset = static_cast<double>(ticks[s].time) * span / total;
-        ticks[s].time = start + s + static_cast<Micros>(offset);
+    // The time of tick `s`, whose time holds the sum of the gaps before it.
+    Micros place(std::uint32_t s, Micros elapsed) const {
+        const double offset = static_cast<double>(elapsed) * m_span / m_total;
+        return m_start + s + static_cast<Micros>(offset);
     }
-}
+
+private:
+    Micros m_start;
+    double m_span;
+    double m_total = 0.0;
+};
 
 } // namespace
 
 void ExpandMinute(const Instrument& instrument, const Profile& profile, const DayMinutes& day,
-                  const MinuteBar& bar, std::vector<Tick>& out) {
+                  const MinuteBar& bar, Tick* out) {
     const std::uint32_t n = bar.ticks;
     const std::uint32_t all = bar.allTicks();
     Rng rng(HashKey(day.seed, 0x10000 + static_cast<std::uint64_t>(bar.minute)));
@@ -190,11 +201,9 @@ void ExpandMinute(const Instrument& instrument, const Profile& profile, const Da
     std::uint32_t counted = 0;
     std::uint32_t oddLeft = bar.oddLots;
 
-    const std::size_t first = out.size();
-    out.resize(first + all);
-    Tick* tick = out.data() + first;
-    PlaceTimes(start, HashKey(day.seed, 0x20000 + static_cast<std::uint64_t>(bar.minute)), tick,
-               all);
+    Tick* tick = out;
+    const TradeTimes times(
+        start, HashKey(day.seed, 0x20000 + static_cast<std::uint64_t>(bar.minute)), tick, all);
     // Read once: the byte-sized stores to the ticks would make the compiler read them again.
     const std::uint32_t tickIdBefore = bar.tickIdBefore;
     const std::uint8_t dayCode = day.dayCode;
@@ -204,6 +213,7 @@ void ExpandMinute(const Instrument& instrument, const Profile& profile, const Da
     for (std::uint32_t s = 0; s < all; ++s, ++tick) {
         const std::uint64_t r = rng.next();
         const std::uint64_t r2 = rng.next();
+        tick->time = times.place(s, tick->time);
         tick->tickId = tickIdBefore + s + 1;
         tick->dayCode = dayCode;
         // Selection sampling: exactly `oddLots` of the slots are odd lots.
@@ -237,14 +247,11 @@ void ExpandMinute(const Instrument& instrument, const Profile& profile, const Da
             volume += size;
             tick->totalVolume = volume;
             tick->basis = basis;
-            if (price > previous) {
-                aggressor = 1;
-            } else if (price < previous) {
-                aggressor = 2;
-            } else {
-                aggressor =
-                    ((r2 >> 8) & 7) == 0 ? 0 : static_cast<std::uint8_t>(1 + ((r2 >> 11) & 1));
-            }
+            // Selections rather than branches: the direction of the price is a coin toss.
+            const auto still =
+                ((r2 >> 8) & 7) == 0 ? 0 : static_cast<std::uint8_t>(1 + ((r2 >> 11) & 1));
+            const std::uint8_t moved = price > previous ? 1 : 2;
+            aggressor = price == previous ? still : moved;
             tick->conditions = basis == 'E' ? kConditionExtendedHours
                                : lots >= 20 ? kConditionBlock
                                             : kConditionRegular;
@@ -258,16 +265,9 @@ void ExpandMinute(const Instrument& instrument, const Profile& profile, const Da
             inc * (1 + (((r2 >> 40) & 7) == 0 ? 1 : 0) +
                    (basis == 'E' ? 1 + static_cast<std::int64_t>((r2 >> 44) % 3) : 0));
         spread = std::min(spread, price - inc);
-        if (aggressor == 1) {
-            tick->ask = price;
-            tick->bid = price - spread;
-        } else if (aggressor == 2) {
-            tick->bid = price;
-            tick->ask = price + spread;
-        } else {
-            tick->bid = price - inc;
-            tick->ask = price + spread;
-        }
+        const std::int64_t below = aggressor == 1 ? price - spread : price - inc;
+        tick->bid = aggressor == 2 ? price : below;
+        tick->ask = aggressor == 1 ? price : price + spread;
         const std::uint64_t venue = r2 >> 56;
         tick->marketCenter =
             venue < 128 ? primaryCenter : static_cast<std::uint8_t>(1 + venue % 23);
