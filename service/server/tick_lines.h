@@ -46,11 +46,14 @@ public:
             std::memcpy(p + kStampBlock, m_stamp.data() + kStampBlock, m_stampSize - kStampBlock);
         }
         p += m_stampSize;
+        // "SS.ffffff" from two halves of four digits each, "SSff" and "ffff", side by side.
         const auto inMinute = static_cast<std::uint32_t>(tick.time - m_minuteStart);
-        const std::uint32_t second = inMinute / 1'000'000;
-        LineWriter::WriteFixedDigits<2>(p, second);
+        const std::uint32_t high = inMinute / 10'000;
+        const std::uint32_t low = inMinute - high * 10'000;
+        LineWriter::WriteFixedDigits<2>(p, high / 100);
         p[2] = '.';
-        LineWriter::WriteFixedDigits<6>(p + 3, inMinute - second * 1'000'000);
+        LineWriter::WriteFixedDigits<2>(p + 3, high % 100);
+        LineWriter::WriteFixedDigits<4>(p + 5, low);
         p[9] = ',';
         p = price(p + 10, tick.price);
         *p++ = ',';
