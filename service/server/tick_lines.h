@@ -132,9 +132,12 @@ private:
             m_tickIdText = text;
             m_tickIdDigits = digits;
         } else {
+            // Nine digits or ten: too long to keep.
             m_tickIdDigits = 0;
             m_tickId = tickId;
-            return LineWriter::WriteUnsigned(p, tickId);
+            const int digits = LineWriter::DigitCount(tickId);
+            LineWriter::WriteDigits(p, tickId, digits);
+            return p + digits;
         }
         m_tickId = tickId;
         std::memcpy(p, &m_tickIdText, 8);
