@@ -75,8 +75,17 @@ inline Micros MinuteStart(const DayMinutes& day, const MinuteBar& bar) {
     return StartOfDay(day.day) + bar.minute * kMicrosPerMinute;
 }
 
-// Appends every tick of one minute (odd lots included), in time order, to `out`.
+// Writes every tick of one minute (odd lots included), in time order, to out .. out +
+// bar.allTicks(), every field of every tick.
 void ExpandMinute(const Instrument& instrument, const Profile& profile, const DayMinutes& day,
-                  const MinuteBar& bar, std::vector<Tick>& out);
+                  const MinuteBar& bar, Tick* out);
+
+// Appends them to `out`.
+inline void ExpandMinute(const Instrument& instrument, const Profile& profile,
+                         const DayMinutes& day, const MinuteBar& bar, std::vector<Tick>& out) {
+    const std::size_t first = out.size();
+    out.resize(first + bar.allTicks());
+    ExpandMinute(instrument, profile, day, bar, out.data() + first);
+}
 
 } // namespace portico::detail

@@ -44,6 +44,11 @@ public:
                 const detail::MinuteBar& bar, std::vector<Tick>& out) const {
         detail::ExpandMinute(instrument, profile(instrument), day, bar, out);
     }
+    // Writes the bar.allTicks() ticks at `out`.
+    void expand(const Instrument& instrument, const detail::DayMinutes& day,
+                const detail::MinuteBar& bar, Tick* out) const {
+        detail::ExpandMinute(instrument, profile(instrument), day, bar, out);
+    }
 
     struct DayTotal : detail::DaySums {
         bool known = false;

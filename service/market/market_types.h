@@ -136,6 +136,9 @@ public:
 
     // Writes up to `max` ticks to `out`; returns how many; 0 once the range is exhausted.
     std::size_t next(Tick* out, std::size_t max);
+    // The next 1 to `max` ticks where the cursor holds them, without copying: that many from
+    // `ticks` on, valid until the next call; 0 once the range is exhausted.
+    std::size_t nextInPlace(const Tick*& ticks, std::size_t max);
 
     // A cursor over the ticks of `stream`.
     static TickCursor Of(std::unique_ptr<TickStream> stream);
@@ -146,6 +149,7 @@ private:
     friend class MarketImpl;
     std::unique_ptr<State> m_state;
     std::unique_ptr<TickStream> m_stream;
+    std::vector<Tick> m_streamTicks; // nextInPlace() of a stream
 };
 
 } // namespace portico

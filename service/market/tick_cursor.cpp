@@ -15,7 +15,10 @@ struct TickCursor::State {
     std::int32_t lastDay = -1;
     std::shared_ptr<const detail::DayMinutes> minutes;
     std::size_t minuteIndex = 0;
-    std::vector<Tick> buffer; // the ticks of one minute
+    // The ticks of one minute: buffer[position .. count). The buffer keeps the size of the
+    // largest minute, so that a minute's ticks are written into it without being cleared first.
+    std::vector<Tick> buffer;
+    std::size_t count = 0;
     std::size_t position = 0;
     bool done = false;
 
@@ -24,7 +27,7 @@ struct TickCursor::State {
 };
 
 bool TickCursor::State::refill() {
-    buffer.clear();
+    count = 0;
     position = 0;
     while (!done) {
         if (minutes && minuteIndex < minutes->minutes.size()) {
@@ -37,23 +40,29 @@ bool TickCursor::State::refill() {
             if (start + kMicrosPerMinute <= from) {
                 continue;
             }
-            market->expand(*instrument, *minutes, m, buffer);
+            if (buffer.size() < m.allTicks()) {
+                buffer.resize(m.allTicks());
+            }
+            market->expand(*instrument, *minutes, m, buffer.data());
+            const Tick* const first = buffer.data();
+            const Tick* const last = first + m.allTicks();
             if (start < from) {
                 position = static_cast<std::size_t>(
-                    std::partition_point(buffer.begin(), buffer.end(),
+                    std::partition_point(first, last,
                                          [&](const Tick& t) { return t.time < from; }) -
-                    buffer.begin());
+                    first);
             }
+            count = m.allTicks();
             if (start + kMicrosPerMinute - 1 > to) {
-                const auto end = std::partition_point(buffer.begin(), buffer.end(),
-                                                      [&](const Tick& t) { return t.time <= to; });
-                buffer.erase(end, buffer.end());
+                count = static_cast<std::size_t>(
+                    std::partition_point(first, last, [&](const Tick& t) { return t.time <= to; }) -
+                    first);
                 done = true;
             }
-            if (position < buffer.size()) {
+            if (position < count) {
                 return true;
             }
-            buffer.clear();
+            count = 0;
             position = 0;
             continue;
         }
@@ -96,8 +105,8 @@ std::size_t TickCursor::next(Tick* out, std::size_t max) {
     State& s = *m_state;
     std::size_t written = 0;
     while (written < max) {
-        if (s.position < s.buffer.size()) {
-            const std::size_t n = std::min(max - written, s.buffer.size() - s.position);
+        if (s.position < s.count) {
+            const std::size_t n = std::min(max - written, s.count - s.position);
             std::copy_n(s.buffer.data() + s.position, n, out + written);
             s.position += n;
             written += n;
@@ -108,6 +117,25 @@ std::size_t TickCursor::next(Tick* out, std::size_t max) {
         }
     }
     return written;
+}
+
+std::size_t TickCursor::nextInPlace(const Tick*& ticks, std::size_t max) {
+    if (m_stream) {
+        m_streamTicks.resize(std::max<std::size_t>(max, 1));
+        ticks = m_streamTicks.data();
+        return m_stream->next(m_streamTicks.data(), max);
+    }
+    if (!m_state || max == 0) {
+        return 0;
+    }
+    State& s = *m_state;
+    if (s.position >= s.count && !s.refill()) {
+        return 0;
+    }
+    const std::size_t n = std::min(max, s.count - s.position);
+    ticks = s.buffer.data() + s.position;
+    s.position += n;
+    return n;
 }
 
 TickCursor MarketImpl::ticks(const Instrument& instrument, Micros from, Micros to) const {

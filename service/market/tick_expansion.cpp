@@ -4,6 +4,7 @@
 #include "market/random.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 
@@ -125,6 +126,26 @@ private:
     std::int64_t m_stepRemainder = 0;
 };
 
+// n / d for 2 <= d: a multiplication by a reciprocal from a table for the small divisors a minute's
+// trade counts give, a division otherwise. With m = floor((2^64 - 1) / d) + 1, the high half of
+// n * m is floor(n / d) exactly whenever n * d < 2^64, which n < 2^32 ensures.
+constexpr std::size_t kReciprocals = 1024;
+constexpr std::array<std::uint64_t, kReciprocals> kReciprocal = [] {
+    std::array<std::uint64_t, kReciprocals> table{};
+    for (std::size_t d = 2; d < kReciprocals; ++d) {
+        table[d] = ~std::uint64_t{0} / d + 1;
+    }
+    return table;
+}();
+
+inline std::uint64_t Divide(std::uint64_t n, std::uint32_t d) {
+    if (d < kReciprocals && n <= 0xffffffffULL) {
+        __extension__ using Wide = unsigned __int128;
+        return static_cast<std::uint64_t>((static_cast<Wide>(n) * kReciprocal[d]) >> 64);
+    }
+    return n / d;
+}
+
 // Roughly -log2 of a uniform random number, in units of 2^-16: an exponential waiting time.
 std::uint64_t WaitingTime(std::uint64_t r) {
     r |= 1;
@@ -135,26 +156,37 @@ std::uint64_t WaitingTime(std::uint64_t r) {
 
 // Trade times of a minute: exponential gaps scaled into the minute, which spreads them like
 // arrivals at random with quiet spells and bursts; adding the index keeps them strictly
-// increasing at microsecond resolution.
-void PlaceTimes(Micros start, std::uint64_t seed, Tick* ticks, std::uint32_t count) {
-    Rng rng(seed);
-    std::uint64_t elapsed = 0;
-    for (std::uint32_t s = 0; s < count; ++s) {
-        elapsed += WaitingTime(rng.next());
-        ticks[s].time = static_cast<Micros>(elapsed);
+// increasing at microsecond resolution. The gaps are summed first, since their total sets the
+// scale; the times are then placed one by one (place()) as the ticks are made.
+class TradeTimes {
+public:
+    // Leaves the sum of the gaps before each tick in its time.
+    TradeTimes(Micros start, std::uint64_t seed, Tick* ticks, std::uint32_t count)
+        : m_start(start), m_span(static_cast<double>(kMicrosPerMinute - count)) {
+        Rng rng(seed);
+        std::uint64_t elapsed = 0;
+        for (std::uint32_t s = 0; s < count; ++s) {
+            elapsed += WaitingTime(rng.next());
+            ticks[s].time = static_cast<Micros>(elapsed);
+        }
+        m_total = static_cast<double>(elapsed + WaitingTime(rng.next()));
     }
-    const double total = static_cast<double>(elapsed + WaitingTime(rng.next()));
-    const auto span = static_cast<double>(kMicrosPerMinute - count);
-    for (std::uint32_t s = 0; s < count; ++s) {
-        const double offset = static_cast<double>(ticks[s].time) * span / total;
-        ticks[s].time = start + s + static_cast<Micros>(offset);
+    // The time of tick `s`, whose time holds the sum of the gaps before it.
+    Micros place(std::uint32_t s, Micros elapsed) const {
+        const double offset = static_cast<double>(elapsed) * m_span / m_total;
+        return m_start + s + static_cast<Micros>(offset);
     }
-}
+
+private:
+    Micros m_start;
+    double m_span;
+    double m_total = 0.0;
+};
 
 } // namespace
 
 void ExpandMinute(const Instrument& instrument, const Profile& profile, const DayMinutes& day,
-                  const MinuteBar& bar, std::vector<Tick>& out) {
+                  const MinuteBar& bar, Tick* out) {
     const std::uint32_t n = bar.ticks;
     const std::uint32_t all = bar.allTicks();
     Rng rng(HashKey(day.seed, 0x10000 + static_cast<std::uint64_t>(bar.minute)));
@@ -169,27 +201,32 @@ void ExpandMinute(const Instrument& instrument, const Profile& profile, const Da
     std::uint32_t counted = 0;
     std::uint32_t oddLeft = bar.oddLots;
 
-    const std::size_t first = out.size();
-    out.resize(first + all);
-    Tick* tick = out.data() + first;
-    PlaceTimes(start, HashKey(day.seed, 0x20000 + static_cast<std::uint64_t>(bar.minute)), tick,
-               all);
+    Tick* tick = out;
+    const TradeTimes times(
+        start, HashKey(day.seed, 0x20000 + static_cast<std::uint64_t>(bar.minute)), tick, all);
+    // Read once: the byte-sized stores to the ticks would make the compiler read them again.
+    const std::uint32_t tickIdBefore = bar.tickIdBefore;
+    const std::uint8_t dayCode = day.dayCode;
+    const std::uint8_t primaryCenter = profile.primaryCenter;
+    const char basis = bar.basis;
+    const std::int64_t low = bar.low;
     for (std::uint32_t s = 0; s < all; ++s, ++tick) {
         const std::uint64_t r = rng.next();
         const std::uint64_t r2 = rng.next();
-        tick->tickId = bar.tickIdBefore + s + 1;
-        tick->dayCode = day.dayCode;
+        tick->time = times.place(s, tick->time);
+        tick->tickId = tickIdBefore + s + 1;
+        tick->dayCode = dayCode;
         // Selection sampling: exactly `oddLots` of the slots are odd lots.
         const bool odd = oddLeft > 0 && (((r & 0xffff) * (all - s)) >> 16) < oddLeft;
         std::int64_t price = 0;
+        std::uint8_t aggressor = 0;
         if (odd) {
             --oddLeft;
-            price = bar.low + static_cast<std::int64_t>(
-                                  ((r2 >> 32) * static_cast<std::uint64_t>(steps)) >> 32) *
-                                  inc;
+            price = low + static_cast<std::int64_t>(
+                              ((r2 >> 32) * static_cast<std::uint64_t>(steps)) >> 32) *
+                              inc;
             tick->size = 1 + static_cast<std::uint32_t>(((r2 & 0xffffffffULL) * (lot - 1)) >> 32);
             tick->basis = 'O';
-            tick->aggressor = 0;
             tick->conditions = kConditionOddLot;
             tick->totalVolume = volume;
         } else {
@@ -202,46 +239,38 @@ void ExpandMinute(const Instrument& instrument, const Profile& profile, const Da
                 const auto extra = static_cast<std::uint64_t>(lotsLeft - left);
                 const std::uint64_t u = (r2 >> 16) & 0xffff;
                 lots = 1 + static_cast<std::int64_t>(
-                               std::min(extra, ((3 * extra * u * u) >> 32) / left));
+                               std::min(extra, Divide((3 * u * u * extra) >> 32, left)));
             }
             lotsLeft -= lots;
-            tick->size = static_cast<std::uint32_t>(lots) * lot;
-            volume += tick->size;
+            const std::uint32_t size = static_cast<std::uint32_t>(lots) * lot;
+            tick->size = size;
+            volume += size;
             tick->totalVolume = volume;
-            tick->basis = bar.basis;
-            if (price > previous) {
-                tick->aggressor = 1;
-            } else if (price < previous) {
-                tick->aggressor = 2;
-            } else {
-                tick->aggressor =
-                    ((r2 >> 8) & 7) == 0 ? 0 : static_cast<std::uint8_t>(1 + ((r2 >> 11) & 1));
-            }
-            tick->conditions = bar.basis == 'E' ? kConditionExtendedHours
-                               : lots >= 20     ? kConditionBlock
-                                                : kConditionRegular;
+            tick->basis = basis;
+            // Selections rather than branches: the direction of the price is a coin toss.
+            const auto still =
+                ((r2 >> 8) & 7) == 0 ? 0 : static_cast<std::uint8_t>(1 + ((r2 >> 11) & 1));
+            const std::uint8_t moved = price > previous ? 1 : 2;
+            aggressor = price == previous ? still : moved;
+            tick->conditions = basis == 'E' ? kConditionExtendedHours
+                               : lots >= 20 ? kConditionBlock
+                                            : kConditionRegular;
             previous = price;
             ++counted;
         }
         tick->price = price;
+        tick->aggressor = aggressor;
         // The trade hits one side of the quote; spreads widen outside regular hours.
         std::int64_t spread =
             inc * (1 + (((r2 >> 40) & 7) == 0 ? 1 : 0) +
-                   (bar.basis == 'E' ? 1 + static_cast<std::int64_t>((r2 >> 44) % 3) : 0));
+                   (basis == 'E' ? 1 + static_cast<std::int64_t>((r2 >> 44) % 3) : 0));
         spread = std::min(spread, price - inc);
-        if (tick->aggressor == 1) {
-            tick->ask = price;
-            tick->bid = price - spread;
-        } else if (tick->aggressor == 2) {
-            tick->bid = price;
-            tick->ask = price + spread;
-        } else {
-            tick->bid = price - inc;
-            tick->ask = price + spread;
-        }
+        const std::int64_t below = aggressor == 1 ? price - spread : price - inc;
+        tick->bid = aggressor == 2 ? price : below;
+        tick->ask = aggressor == 1 ? price : price + spread;
         const std::uint64_t venue = r2 >> 56;
         tick->marketCenter =
-            venue < 128 ? profile.primaryCenter : static_cast<std::uint8_t>(1 + venue % 23);
+            venue < 128 ? primaryCenter : static_cast<std::uint8_t>(1 + venue % 23);
     }
 }
 

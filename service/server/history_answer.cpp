@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 
 namespace portico {
 
@@ -15,10 +14,8 @@ constexpr int kWarmDaysPerStep = 256;
 // How long one step waits for a file instrument's indexing.
 constexpr std::chrono::milliseconds kIndexWait{5};
 constexpr const char* kNoData = ",E,!NO_DATA!,";
-constexpr std::size_t kStampBlock = 48;
-// Ticks written in one go, and the most room one tick line takes beyond its stamp.
+// Ticks written in one go.
 constexpr std::size_t kTickRun = 64;
-constexpr std::size_t kTickFields = 3 * LineWriter::kMaxPriceBytes + 100;
 
 // Keeps the newest `count` of bars held oldest first.
 void KeepNewest(std::vector<Bar>& bars, std::uint64_t count) {
@@ -40,13 +37,8 @@ std::int32_t DaysBefore(std::int32_t today, std::uint64_t count, std::int64_t da
 
 HistoryAnswer::HistoryAnswer(const Market& market, HistoryRequest request, Micros now,
                              AnswerFaults faults)
-    : m_market(market), m_request(std::move(request)), m_now(now), m_faults(faults) {
-    // "<id>,LH," and the date and second of a tick, "YYYY-MM-DD HH:MM:SS.", filled in per second.
-    m_stamp = m_request.id + ",LH,0000-00-00 00:00:00.";
-    m_stampSize = m_stamp.size();
-    // Padded, so that a short stamp is copied as one block of constant size.
-    m_stamp.resize(std::max(m_stampSize, kStampBlock));
-}
+    : m_market(market), m_request(std::move(request)), m_now(now), m_faults(faults),
+      m_tickLines(m_request.id) {}
 
 HistoryAnswer::~HistoryAnswer() = default;
 
@@ -286,15 +278,16 @@ HistoryAnswer::Progress HistoryAnswer::fillTicks(LineWriter& out, std::size_t bu
         if (step == SourceStep::Done) {
             return finish(out, m_dataLines == 0 ? kNoData : nullptr);
         }
+        const int decimals = m_instrument->decimals;
+        char* p = out.claim(count * m_tickLines.maxLineBytes());
+        for (std::size_t i = 0; i < count; ++i) {
+            p = m_tickLines.write<Decimals>(p, ticks[i], decimals);
+        }
+        out.commit(p);
         if (!faulty) {
-            out.reserve(count * (m_stamp.size() + kTickFields));
-            for (std::size_t i = 0; i < count; ++i) {
-                writeTick<Decimals>(out, ticks[i]);
-            }
             m_dataLines += count;
             continue;
         }
-        writeTick<Decimals>(out, *ticks);
         if (!afterDataLine(out)) {
             return Progress::Cut;
         }
@@ -311,70 +304,6 @@ bool HistoryAnswer::afterDataLine(LineWriter& out) {
         out.endLine();
     }
     return m_faults.lineLimit == 0 || m_dataLines < m_faults.lineLimit;
-}
-
-void HistoryAnswer::stampSecond(Micros time) {
-    const std::int32_t day = DayOf(time);
-    const Micros dayStart = StartOfDay(day);
-    char* text = m_stamp.data() + m_request.id.size() + 4;
-    if (day != m_stampDay) {
-        LineWriter date;
-        date.putIsoDate(time);
-        std::memcpy(text, date.data(), 10);
-        m_stampDay = day;
-    }
-    const auto second = static_cast<unsigned>((time - dayStart) / kMicrosPerSecond);
-    LineWriter::WriteDigits(text + 11, second / 3600, 2);
-    LineWriter::WriteDigits(text + 14, second / 60 % 60, 2);
-    LineWriter::WriteDigits(text + 17, second % 60, 2);
-    m_stampStart = dayStart + static_cast<Micros>(second) * kMicrosPerSecond;
-}
-
-template <int Decimals> void HistoryAnswer::writeTick(LineWriter& out, const Tick& tick) {
-    // Counts of decimals without a writer of their own (see WithDecimals) come as 0.
-    const auto price = [this](char* p, std::int64_t value) {
-        if constexpr (Decimals == 0) {
-            return LineWriter::WritePrice(p, value, m_instrument->decimals);
-        } else {
-            return LineWriter::WriteFixed<Decimals>(p, value);
-        }
-    };
-    if (tick.time < m_stampStart || tick.time >= m_stampStart + kMicrosPerSecond) {
-        stampSecond(tick.time);
-    }
-    char* p = out.claim(m_stamp.size() + kTickFields);
-    if (m_stampSize <= kStampBlock) {
-        std::memcpy(p, m_stamp.data(), kStampBlock);
-    } else {
-        std::memcpy(p, m_stamp.data(), m_stampSize);
-    }
-    p += m_stampSize;
-    LineWriter::WriteFixedDigits<6>(p, static_cast<std::uint32_t>(tick.time - m_stampStart));
-    p += 6;
-    *p++ = ',';
-    p = price(p, tick.price);
-    *p++ = ',';
-    p = LineWriter::WriteUnsigned(p, tick.size);
-    *p++ = ',';
-    p = LineWriter::WriteSigned(p, tick.totalVolume);
-    *p++ = ',';
-    p = price(p, tick.bid);
-    *p++ = ',';
-    p = price(p, tick.ask);
-    *p++ = ',';
-    p = LineWriter::WriteUnsigned(p, tick.tickId);
-    *p++ = ',';
-    *p++ = tick.basis;
-    *p++ = ',';
-    p = LineWriter::WriteUnsigned(p, tick.marketCenter);
-    *p++ = ',';
-    p = LineWriter::WriteHex2(p, tick.conditions);
-    *p++ = ',';
-    p = LineWriter::WriteUnsigned(p, tick.aggressor);
-    *p++ = ',';
-    p = LineWriter::WriteUnsigned(p, tick.dayCode);
-    std::memcpy(p, ",\r\n", 3);
-    out.commit(p + 3);
 }
 
 void HistoryAnswer::writeBar(LineWriter& out, const Bar& bar) {

@@ -19,6 +19,7 @@
 #include "interval_source.h"
 #include "line_writer.h"
 #include "market/market.h"
+#include "tick_lines.h"
 #include "tick_source.h"
 
 namespace portico {
@@ -65,8 +66,6 @@ private:
     std::uint64_t limit() const;
     Progress finish(LineWriter& out, const char* error);
     template <int Decimals> Progress fillTicks(LineWriter& out, std::size_t budget);
-    template <int Decimals> void writeTick(LineWriter& out, const Tick& tick);
-    void stampSecond(Micros time); // m_stamp for the second `time` falls in
     void writeBar(LineWriter& out, const Bar& bar);
     bool afterDataLine(LineWriter& out); // false when the line limit is reached
 
@@ -88,12 +87,7 @@ private:
     std::vector<Bar> m_bars; // day, week and month bars: at most one a day of history
     std::size_t m_barIndex = 0;
     std::uint64_t m_dataLines = 0;
-    // A tick line up to its microseconds, "<id>,LH,YYYY-MM-DD HH:MM:SS.", for the second that
-    // begins at m_stampStart: ticks come a few to a second, so that most lines copy it.
-    std::string m_stamp;
-    std::size_t m_stampSize = 0; // m_stamp may hold padding after it
-    std::int32_t m_stampDay = INT32_MIN;
-    Micros m_stampStart = INT64_MAX - kMicrosPerSecond;
+    TickLines m_tickLines;
 };
 
 } // namespace portico

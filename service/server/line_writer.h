@@ -132,7 +132,8 @@ public:
         }
     }
     // Exactly N digits of `value` (below 10^N), leading zeros included; N known at compile time.
-    template <int N> static void WriteFixedDigits(char* out, std::uint32_t value) {
+    template <int N>
+    [[gnu::always_inline]] static void WriteFixedDigits(char* out, std::uint32_t value) {
         static_assert(N >= 1 && N <= 9);
         if constexpr (N % 2 == 1) {
             if constexpr (N > 1) {

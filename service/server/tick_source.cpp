@@ -85,7 +85,6 @@ bool TickSource::locate() {
         --m_day;
     }
     m_phase = Phase::Ascending;
-    m_batch.resize(kBatch);
     openDay();
     return true;
 }
@@ -114,21 +113,20 @@ SourceStep TickSource::give(const Tick*& ticks, std::size_t& count, std::size_t 
 }
 
 SourceStep TickSource::nextAscending(const Tick*& ticks, std::size_t& count, std::size_t max) {
+    // Oldest first the ticks are handed out where the cursor holds them.
     int opened = 0;
     while (m_left > 0) {
-        if (m_position < m_count) {
+        const std::uint64_t wanted = m_skip > 0 ? m_skip : std::min<std::uint64_t>(max, m_left);
+        const std::size_t n = m_cursor.nextInPlace(
+            ticks, static_cast<std::size_t>(std::min<std::uint64_t>(wanted, kBatch)));
+        if (n > 0) {
             if (m_skip > 0) {
-                const std::uint64_t skipped = std::min<std::uint64_t>(m_skip, m_count - m_position);
-                m_skip -= skipped;
-                m_position += static_cast<std::size_t>(skipped);
+                m_skip -= n;
                 continue;
             }
-            return give(ticks, count, max);
-        }
-        m_count = m_cursor.next(m_batch.data(), m_batch.size());
-        m_position = 0;
-        if (m_count > 0) {
-            continue;
+            count = n;
+            m_left -= n;
+            return SourceStep::Item;
         }
         if (m_day >= m_lastDay) {
             break;

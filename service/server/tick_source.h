@@ -70,10 +70,10 @@ private:
     std::uint64_t m_skip = 0;    // Ascending: older ticks of the first day beyond the limit
     std::uint64_t m_left = 0;    // ticks still to give
     TickCursor m_cursor;
-    bool m_inDay = false;  // Descending: m_day has been begun
-    Micros m_sliceEnd = 0; // the newest time of its next slice
-    std::vector<Tick> m_batch;
-    std::size_t m_count = 0; // ticks of the batch in use
+    bool m_inDay = false;      // Descending: m_day has been begun
+    Micros m_sliceEnd = 0;     // the newest time of its next slice
+    std::vector<Tick> m_batch; // Descending: a slice, newest first
+    std::size_t m_count = 0;   // ticks of the batch in use
     std::size_t m_position = 0;
 };
 

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include "civil_time.h"
 #include "line_writer.h"
+#include "tick_lines.h"
 #include "update_fields.h"
 
 namespace portico {
@@ -72,6 +74,86 @@ TEST(LineWriterTest, IntegersDatesAndTimes) {
     out.putIsoMicroTime(-500'000); // half a second before 1970
     EXPECT_EQ(out.str(), "2026-11-20 09:30:05.000123|2026-11-20 09:30:05|11/20/2026|20261120|"
                          "23:59:59.999999|1969-12-31 23:59:59.500000");
+}
+
+// A tick line as the field writers make it, one field at a time.
+std::string PlainTickLine(const std::string& id, const Tick& t, int decimals) {
+    LineWriter out;
+    out.put(id);
+    out.put(",LH,");
+    out.putIsoMicroTime(t.time);
+    for (const std::int64_t price : {t.price, std::int64_t{-1}, t.bid, t.ask}) {
+        out.put(',');
+        if (price == -1) { // size and total volume go between the price and the bid
+            out.putUnsigned(t.size);
+            out.put(',');
+            out.putSigned(t.totalVolume);
+        } else {
+            out.putPrice(price, decimals);
+        }
+    }
+    out.put(',');
+    out.putUnsigned(t.tickId);
+    out.put(',');
+    out.put(t.basis);
+    out.put(',');
+    out.putUnsigned(t.marketCenter);
+    out.put(',');
+    out.putHex2(t.conditions);
+    for (const unsigned small : {t.aggressor, t.dayCode}) {
+        out.put(',');
+        out.putUnsigned(small);
+    }
+    out.put(",\r\n");
+    return out.str();
+}
+
+TEST(TickLinesTest, LinesMatchTheFieldWritersWhateverCarriesOverFromTheLineBefore) {
+    // Runs of ticks in both directions across seconds, minutes, midnight and day gaps, with tick
+    // ids that step over every carry up to nine digits or jump, and every small field value.
+    std::vector<Tick> ticks;
+    const std::uint32_t idStarts[] = {1, 7, 95, 996, 12'345'678, 99'999'990, 4'000'000'000u};
+    Micros time = At(2026, 11, 19, 23, 58, 59, 999'990);
+    std::uint32_t serial = 0;
+    for (const std::uint32_t idStart : idStarts) {
+        for (std::uint32_t i = 0; i < 40; ++i, ++serial) {
+            Tick t;
+            time += serial % 7 == 0 ? 3 : serial % 11 == 0 ? 700'000 : 9'999'999;
+            t.time = serial % 50 == 49 ? time + 3 * kMicrosPerDay : time;
+            t.price = 1'234'567 - 31'337 * serial;
+            t.bid = t.price - serial % 3;
+            t.ask = t.price + (serial % 2 == 0 ? 0 : 5);
+            t.size = serial * serial * 97;
+            t.totalVolume = serial == 3 ? -42 : 1000 * serial * serial;
+            t.tickId = idStart + i + (i == 20 ? 5 : 0);
+            t.basis = "CEO"[serial % 3];
+            t.marketCenter = static_cast<std::uint8_t>(serial * 37);
+            t.conditions = static_cast<std::uint8_t>(serial * 53);
+            t.aggressor = static_cast<std::uint8_t>(serial % 3);
+            t.dayCode = static_cast<std::uint8_t>(serial * 89);
+            ticks.push_back(t);
+        }
+    }
+    for (const std::string& id : {std::string("Q"), std::string(70, 'l')}) {
+        for (const bool newestFirst : {false, true}) {
+            std::vector<Tick> order = ticks;
+            if (newestFirst) {
+                std::reverse(order.begin(), order.end());
+            }
+            for (const int decimals : {2, 0, 4, 11}) {
+                TickLines lines(id);
+                for (const Tick& t : order) {
+                    LineWriter out;
+                    char* p = out.claim(lines.maxLineBytes());
+                    p = decimals == 2 ? lines.write<2>(p, t, decimals)
+                                      : lines.write<0>(p, t, decimals);
+                    out.commit(p);
+                    ASSERT_EQ(out.str(), PlainTickLine(id, t, decimals))
+                        << "id " << id.size() << " bytes, decimals " << decimals;
+                }
+            }
+        }
+    }
 }
 
 TEST(CivilTimeTest, DayNumbersMatchACountedCalendar) {
