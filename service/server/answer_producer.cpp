@@ -13,27 +13,28 @@ constexpr int kNice = 10;
 // A chunk is filled to this much, leaving room for the lines that cross it, so that its buffer
 // never grows past kChunkBytes.
 constexpr std::size_t kFillBytes = AnswerProducer::kChunkBytes - AnswerProducer::kChunkBytes / 8;
-std::atomic<int> g_running{0};
 } // namespace
 
 std::unique_ptr<AnswerProducer> AnswerProducer::Start(const Market& market,
                                                       const HistoryRequest& request, Micros now,
-                                                      const AnswerFaults& faults, QObject* receiver,
+                                                      const AnswerFaults& faults, int& running,
+                                                      QObject* receiver,
                                                       std::function<void()> wake) {
     const Instrument* instrument = market.find(request.symbol);
     if (!request.isTicks() || instrument == nullptr || instrument->origin != Origin::Simulated ||
-        g_running.load() >= kMaxRunning) {
+        running >= kMaxRunning) {
         return nullptr;
     }
-    std::unique_ptr<AnswerProducer> producer(new AnswerProducer(receiver, std::move(wake)));
-    ++g_running;
+    std::unique_ptr<AnswerProducer> producer(
+        new AnswerProducer(running, receiver, std::move(wake)));
+    ++running;
     producer->m_thread =
         std::thread(&AnswerProducer::run, producer.get(), std::cref(market), request, now, faults);
     return producer;
 }
 
-AnswerProducer::AnswerProducer(QObject* receiver, std::function<void()> wake)
-    : m_receiver(receiver), m_wake(std::move(wake)) {
+AnswerProducer::AnswerProducer(int& running, QObject* receiver, std::function<void()> wake)
+    : m_running(running), m_receiver(receiver), m_wake(std::move(wake)) {
     for (std::size_t i = kBuffers; i-- > 0;) {
         m_spare.push_back(i);
     }
@@ -46,7 +47,7 @@ AnswerProducer::~AnswerProducer() {
     }
     m_room.notify_all();
     m_thread.join();
-    --g_running;
+    --m_running;
 }
 
 std::optional<AnswerProducer::Chunk> AnswerProducer::take() {

@@ -34,12 +34,13 @@ public:
     static constexpr int kMaxRunning = 2;
 
     // A producer for `request` when the answer is one it takes (ticks of a simulated
-    // instrument) and fewer than kMaxRunning run; null otherwise. `wake` is called on
-    // `receiver`'s thread when a chunk becomes ready after take() found none.
+    // instrument) and fewer than kMaxRunning run, as counted in `running` (the service's count,
+    // kept on the event loop's thread, outliving the producer); null otherwise. `wake` is called
+    // on `receiver`'s thread when a chunk becomes ready after take() found none.
     static std::unique_ptr<AnswerProducer> Start(const Market& market,
                                                  const HistoryRequest& request, Micros now,
-                                                 const AnswerFaults& faults, QObject* receiver,
-                                                 std::function<void()> wake);
+                                                 const AnswerFaults& faults, int& running,
+                                                 QObject* receiver, std::function<void()> wake);
     // Stops the thread; what it had not handed over is dropped.
     ~AnswerProducer();
 
@@ -54,9 +55,10 @@ public:
     void recycle(const Chunk& chunk);
 
 private:
-    AnswerProducer(QObject* receiver, std::function<void()> wake);
+    AnswerProducer(int& running, QObject* receiver, std::function<void()> wake);
     void run(const Market& market, HistoryRequest request, Micros now, AnswerFaults faults);
 
+    int& m_running;
     QObject* m_receiver;
     std::function<void()> m_wake;
     std::array<LineWriter, kBuffers> m_buffers;

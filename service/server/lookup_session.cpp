@@ -105,7 +105,8 @@ void LookupSession::handle(const std::string& line) {
                     faults.lineLimit = limit > m_dataLinesSent ? limit - m_dataLinesSent : 1;
                 }
                 const Micros now = m_context.clock.now();
-                m_producer = AnswerProducer::Start(m_context.market, request, now, faults, this,
+                m_producer = AnswerProducer::Start(m_context.market, request, now, faults,
+                                                   m_context.producersRunning, this,
                                                    [this] { requestWork(); });
                 if (!m_producer) {
                     m_answer =

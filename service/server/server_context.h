@@ -30,6 +30,7 @@ public:
     int lookupPort = 0;
     int level1Port = 0;
     int nextConnectionId = 1;
+    int producersRunning = 0; // answers produced on threads of their own (AnswerProducer)
     std::uint64_t requestsServed = 0;
     std::uint64_t updatesSent = 0;   // 'Q' lines to every Level 1 client since the start
     std::uint64_t tradesSent = 0;    // those of them that are trades
