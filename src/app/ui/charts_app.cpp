@@ -36,6 +36,7 @@ bool DesktopIsDark() {
 
 CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {
     m_history.SetMemoryAdvice(AdviseLargePages);
+    m_history.SetMemoryPrefault(PopulatePages);
 }
 
 CChartsApp::~CChartsApp() = default;
