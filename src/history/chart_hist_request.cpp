@@ -136,11 +136,15 @@ CHistoryRequestBase::SBlock CHistoryRequestBase::TakeNextBlock() {
     return std::exchange(m_next, SBlock{});
 }
 
-void CHistoryRequestBase::DropNextBlock() {
+void CHistoryRequestBase::StopPrefault() {
     if (m_prefaulter.joinable()) {
         m_prefaulter.request_stop();
         m_prefaulter.join();
     }
+}
+
+void CHistoryRequestBase::DropNextBlock() {
+    StopPrefault();
     m_next = SBlock{};
 }
 
@@ -350,6 +354,14 @@ SRangeExtremes CChartHistRequest::GetExtremes(int first, int count) const {
 void CChartHistRequest::Clear() {
     std::lock_guard lock(m_lock);
     ClearSeries();
+}
+
+void CChartHistRequest::SetHistoryComplete(bool complete) {
+    if (complete) {
+        std::lock_guard lock(m_lock);
+        StopPrefault();
+    }
+    m_historyComplete.store(complete);
 }
 
 std::size_t CChartHistRequest::GetSeriesBytes() const {

@@ -65,6 +65,8 @@ protected:
     // The bytes the series holds: its records' blocks (the one prepared ahead included) and its
     // index.
     std::size_t SeriesBytes() const;
+    // Stops the helper between two pieces, keeping the block ahead as far as it got.
+    void StopPrefault();
 
 private:
     // Pointers per chunk of the index.
@@ -198,8 +200,10 @@ public:
     std::size_t GetGrowthStep() const;
     void SetGrowthStep(std::size_t step);
 
-    // Set when the end marker of an answer arrives, cleared when a request is sent.
-    void SetHistoryComplete(bool complete) { m_historyComplete.store(complete); }
+    // Set when the end marker of an answer arrives, cleared when a request is sent. Setting it
+    // stops making the block ahead resident: the answer will not fill it, and the block stays for
+    // whatever comes later.
+    void SetHistoryComplete(bool complete);
     bool IsHistoryComplete() const { return m_historyComplete.load(); }
     // Cleared when the chart view goes away; history lines are then ignored.
     void SetChartAlive(bool alive) { m_chartAlive.store(alive); }

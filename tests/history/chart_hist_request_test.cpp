@@ -10,6 +10,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
+#include <functional>
 #include <mutex>
 #include <random>
 #include <thread>
@@ -109,9 +110,10 @@ TEST_F(Series, GrowsByTheStepKeepsRecordsAcrossStorageBlocksAndClearResetsTheSte
 }
 
 // The block after the one being filled goes to the prefault hook in pieces on another thread:
-// the series counts it, fills it next, and Clear() stops the helper inside it. The hook scribbles
+// the series counts it and fills it next; the end of the answer and Clear() stop the helper
+// inside it. The hook scribbles
 // over each piece, so a block used before its helper finished would lose records.
-TEST_F(Series, TheBlockAheadIsPrefaultedOnAHelperFilledNextAndClearStopsTheHelper) {
+TEST_F(Series, TheBlockAheadIsPrefaultedOnAHelperFilledNextAndTheEndOrClearStopsTheHelper) {
     struct SPiece {
         const std::byte* data;
         std::size_t bytes;
@@ -120,14 +122,14 @@ TEST_F(Series, TheBlockAheadIsPrefaultedOnAHelperFilledNextAndClearStopsTheHelpe
     std::condition_variable changed;
     std::vector<SPiece> pieces;
     bool hold = true; // a piece waits while set
-    bool cleared = false;
-    int piecesAfterClear = 0;
+    bool stopped = false;
+    int piecesAfterStop = 0;
     bool onFillingThread = false;
     const auto filling = std::this_thread::get_id();
     history.SetMemoryPrefault([&](void* data, std::size_t bytes) {
         std::unique_lock lock(mutex);
         onFillingThread |= std::this_thread::get_id() == filling;
-        piecesAfterClear += cleared ? 1 : 0;
+        piecesAfterStop += stopped ? 1 : 0;
         pieces.push_back({static_cast<std::byte*>(data), bytes});
         changed.notify_all();
         changed.wait(lock, [&] { return !hold; });
@@ -150,21 +152,37 @@ TEST_F(Series, TheBlockAheadIsPrefaultedOnAHelperFilledNextAndClearStopsTheHelpe
             Fill(1);
         }
     };
-    fillToNextBlock(); // the first block
-    fillToNextBlock(); // the first large block, so the one after it is being prefaulted
-    ASSERT_TRUE(waitFor([&] { return !pieces.empty(); }));
-    std::thread clearing([&] {
-        history.Clear();
-        const std::lock_guard lock(mutex);
-        cleared = true;
+    // The helper held inside its first piece while the series is stopped: it makes no piece
+    // after. The end of the answer keeps the block ahead; Clear frees it.
+    const auto stopWhileHeld = [&](const std::function<void()>& stop) {
+        {
+            const std::lock_guard lock(mutex);
+            pieces.clear();
+            hold = true;
+        }
+        fillToNextBlock(); // a large block, so the one after it is being prefaulted
+        ASSERT_TRUE(waitFor([&] { return !pieces.empty(); }));
+        std::thread stopping([&] {
+            stop();
+            const std::lock_guard lock(mutex);
+            stopped = true;
+        });
+        {
+            const std::lock_guard lock(mutex);
+            hold = false;
+        }
+        changed.notify_all();
+        stopping.join();
+        EXPECT_EQ(piecesAfterStop, 0);
+        stopped = false;
+    };
+    fillToNextBlock(); // the first block, too small to prefault the next
+    stopWhileHeld([&] {
+        const std::size_t bytes = history.GetSeriesBytes();
+        history.SetHistoryComplete(true);
+        EXPECT_EQ(history.GetSeriesBytes(), bytes);
     });
-    {
-        const std::lock_guard lock(mutex);
-        hold = false;
-    }
-    changed.notify_all();
-    clearing.join();
-    EXPECT_EQ(piecesAfterClear, 0);
+    stopWhileHeld([&] { history.Clear(); });
     EXPECT_EQ(history.GetSeriesBytes(), CChartHistRequest().GetSeriesBytes());
 
     // Refilled past a few blocks, next to a series that prepares nothing ahead.
