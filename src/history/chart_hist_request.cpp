@@ -136,15 +136,11 @@ CHistoryRequestBase::SBlock CHistoryRequestBase::TakeNextBlock() {
     return std::exchange(m_next, SBlock{});
 }
 
-void CHistoryRequestBase::StopPrefault() {
+void CHistoryRequestBase::DropNextBlock() {
     if (m_prefaulter.joinable()) {
         m_prefaulter.request_stop();
         m_prefaulter.join();
     }
-}
-
-void CHistoryRequestBase::DropNextBlock() {
-    StopPrefault();
     m_next = SBlock{};
 }
 
@@ -359,7 +355,7 @@ void CChartHistRequest::Clear() {
 void CChartHistRequest::SetHistoryComplete(bool complete) {
     if (complete) {
         std::lock_guard lock(m_lock);
-        StopPrefault();
+        DropNextBlock();
     }
     m_historyComplete.store(complete);
 }

@@ -42,8 +42,9 @@ public:
     // thread hands it to `prefault` in pieces of at most kPrefaultPiece bytes, so the page faults
     // (and any compaction they cause) happen off the thread that fills the series. Filling waits
     // for the helper only when it reaches that block first. Clear() and destruction stop the
-    // helper between two pieces. At most one block is held ahead. None (the default) prepares
-    // nothing ahead. `prefault` must not throw. Set before the series fills.
+    // helper between two pieces, as does the end of an answer. At most one block is held ahead.
+    // None (the default) prepares nothing ahead. `prefault` must not throw. Set before the series
+    // fills.
     void SetMemoryPrefault(MemoryAdvice prefault) { m_prefault = std::move(prefault); }
     static constexpr std::size_t kPrefaultPiece = std::size_t{2} << 20;
 
@@ -65,8 +66,8 @@ protected:
     // The bytes the series holds: its records' blocks (the one prepared ahead included) and its
     // index.
     std::size_t SeriesBytes() const;
-    // Stops the helper between two pieces, keeping the block ahead as far as it got.
-    void StopPrefault();
+    // Stops the helper (between two pieces) and frees the block prepared ahead.
+    void DropNextBlock();
 
 private:
     // Pointers per chunk of the index.
@@ -87,8 +88,6 @@ private:
     void PrepareNextBlock();
     // The block prepared ahead once the helper is done with it; an empty block when none is.
     SBlock TakeNextBlock();
-    // Stops the helper and frees the block prepared ahead.
-    void DropNextBlock();
     sTICK*& Slot(std::size_t index) {
         return m_index[index >> kIndexShift][index & (kIndexChunk - 1)];
     }
@@ -201,8 +200,8 @@ public:
     void SetGrowthStep(std::size_t step);
 
     // Set when the end marker of an answer arrives, cleared when a request is sent. Setting it
-    // stops making the block ahead resident: the answer will not fill it, and the block stays for
-    // whatever comes later.
+    // stops the helper and frees the block ahead: the answer will not fill it, and the few
+    // records that follow it do not need it resident.
     void SetHistoryComplete(bool complete);
     bool IsHistoryComplete() const { return m_historyComplete.load(); }
     // Cleared when the chart view goes away; history lines are then ignored.
