@@ -16,6 +16,11 @@
 // the peak memory of the process and the size of the series.
 //
 //   chart_load_bench PORTICO [--ticks N] [--runs R] [--symbol SYM]
+//                    [--series-memory plain|advice|app]
+//
+// --series-memory prepares the series (the frame's and the bare load's): plain (the default)
+// leaves their memory to the allocator, advice asks for large pages, and app does as the
+// application does, large pages advised and the block ahead made resident on a helper thread.
 
 #include "app/ui/main_frame.h"
 #include "chart/color_page_logic.h"
@@ -33,6 +38,7 @@
 #include "history/chart_hist_request.h"
 #include "history/history_parser.h"
 #include "platform/config_writer.h"
+#include "platform/large_pages.h"
 #include "studies/study_panes.h"
 #include "trend/ui/chart_trendlines.h"
 
@@ -87,9 +93,20 @@ double Seconds(TimePoint from, TimePoint to) {
 
 // ---- the bare load: the feed connections and the parse worker, no window -----------------------
 
+// Prepares `history` as --series-memory `memory` says.
+void PrepareSeries(CChartHistRequest& history, const std::string& memory) {
+    if (memory == "advice" || memory == "app") {
+        history.SetMemoryAdvice(AdviseLargePages);
+    }
+    if (memory == "app") {
+        history.SetMemoryPrefault(PopulatePages);
+    }
+}
+
 // Seconds from sending the command to the end marker; the records loaded in `records`.
-double BareLoad(int port, const std::string& command, int& records) {
+double BareLoad(int port, const std::string& command, const std::string& memory, int& records) {
     CChartHistRequest history;
+    PrepareSeries(history, memory);
     const double seconds = LoadOverLoopback(port, command, history);
     records = history.GetCount();
     return seconds;
@@ -425,11 +442,16 @@ std::string StepText(const std::vector<double>& values) {
 
 int main(int argc, char** argv) {
     const SLoadOptions options =
-        ParseLoadOptions(argc, argv, "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM]\n");
+        ParseLoadOptions(argc, argv,
+                         "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM] "
+                         "[--series-memory plain|advice|app]\n");
     const std::string& porticoPath = options.porticoPath;
     const long ticks = options.ticks;
     const int runs = options.runs;
     const std::string& symbol = options.symbol;
+    const auto memoryOption = options.others.find("--series-memory");
+    const std::string memory =
+        memoryOption != options.others.end() ? memoryOption->second : "plain";
     if (ticks <= 0 || ticks > 100'000'000) {
         Fail("--ticks must be 1 to 100000000");
     }
@@ -454,6 +476,7 @@ int main(int argc, char** argv) {
     CSettings settings;
     SSettingsLoad load = LoadApplicationSettings(settings, prompt);
     CChartHistRequest history;
+    PrepareSeries(history, memory);
     CTimedFrame frame(prompt, settings, history, load.writer);
     if (!frame.Create()) {
         Fail("the main frame could not be created");
@@ -486,7 +509,7 @@ int main(int argc, char** argv) {
     for (int run = 0; run < runs; ++run) {
         history.Clear();
         int bareRecords = 0;
-        bare.push_back(BareLoad(portico.lookupPort(), command, bareRecords));
+        bare.push_back(BareLoad(portico.lookupPort(), command, memory, bareRecords));
         if (bareRecords != records) {
             std::fprintf(stderr, "note: the bare load gave %d records, the frame %d\n", bareRecords,
                          records);
@@ -581,8 +604,9 @@ int main(int argc, char** argv) {
     const double bMedian = Median(first);
     const double lagP99All = Percentile(allLag, 0.99);
     const double lagMaxAll = *std::max_element(lagMax.begin(), lagMax.end());
-    std::printf("chart load: %s %ld ticks into the main frame (offscreen), %d records\n",
-                symbol.c_str(), ticks, records);
+    std::printf("chart load: %s %ld ticks into the main frame (offscreen), %d records, series "
+                "memory %s\n",
+                symbol.c_str(), ticks, records, memory.c_str());
     std::printf("  bare load (parse worker, no window)     %.3f s (median of %d)\n", Median(bare),
                 runs);
     std::printf("  (a) Enter to end marker (load alone)    %.3f s (median of %d)\n", aMedian, runs);

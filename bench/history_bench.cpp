@@ -1,10 +1,13 @@
 // Measures the history load: parsing 5,000,000 tick lines that the real portico wrote into the
 // real series, against pandas' C reader on the same file, the end-to-end load over loopback, and
-// the peak memory of a fresh process doing the load against pandas' peak. Runs are interleaved
-// and medians printed.
+// the peak memory of a fresh process doing the load against pandas' peak. Each run starts with
+// pandas; the in-memory parse and the end-to-end load then take turns going first, so that each
+// meets the memory pandas just freed equally often. Every run's figures are printed, then the
+// medians.
 //
 //   history_bench PORTICO [--ticks N] [--runs R] [--symbol SYM] [--python PY] [--script FILE]
-//   history_bench --load-child PORT TICKS SYMBOL   (one load in this process; prints its peak)
+//                 [--prefault on|off]
+//   history_bench --load-child PORT TICKS SYMBOL PREFAULT   (one load in this process; its peak)
 
 #include "history/chart_hist_request.h"
 #include "history/history_parser.h"
@@ -165,10 +168,19 @@ std::string Command(const std::string& symbol, long ticks) {
     return "HTX," + symbol + "," + std::to_string(ticks) + ",1,Lookup0\n";
 }
 
-int LoadChild(int port, long ticks, const std::string& symbol) {
+// Prepares the series as the application does; `prefault` off leaves its blocks to fault in as
+// they fill, for a comparison.
+void PrepareSeries(CChartHistRequest& history, bool prefault) {
+    history.SetMemoryAdvice(AdviseLargePages);
+    if (prefault) {
+        history.SetMemoryPrefault(PopulatePages);
+    }
+}
+
+int LoadChild(int port, long ticks, const std::string& symbol, bool prefault) {
     spdlog::set_level(spdlog::level::warn);
     CChartHistRequest history;
-    history.SetMemoryAdvice(AdviseLargePages);
+    PrepareSeries(history, prefault);
     const double seconds = LoadOverLoopback(port, Command(symbol, ticks), history);
     std::printf("load seconds=%.4f records=%d vmhwm_kb=%ld\n", seconds, history.GetCount(),
                 StatusKb("VmHWM:"));
@@ -178,16 +190,18 @@ int LoadChild(int port, long ticks, const std::string& symbol) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc >= 5 && std::string(argv[1]) == "--load-child") {
-        return LoadChild(std::atoi(argv[2]), std::atol(argv[3]), argv[4]);
+    if (argc >= 6 && std::string(argv[1]) == "--load-child") {
+        return LoadChild(std::atoi(argv[2]), std::atol(argv[3]), argv[4],
+                         std::string(argv[5]) != "off");
     }
     spdlog::set_level(spdlog::level::warn);
     const SLoadOptions options = ParseLoadOptions(
         argc, argv,
-        "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM] [--python PY] [--script FILE]\n");
+        "usage: %s PORTICO [--ticks N] [--runs R] [--symbol SYM] [--python PY] [--script FILE] "
+        "[--prefault on|off]\n");
     const std::string& porticoPath = options.porticoPath;
     const long ticks = options.ticks;
-    // Three runs at least: the in-memory parse and pandas are interleaved.
+    // Three runs at least: the in-memory parse, pandas and the end-to-end load are interleaved.
     const int runs = std::max(3, options.runs);
     const std::string& symbol = options.symbol;
     const auto other = [&](const char* name, std::string fallback) {
@@ -198,6 +212,7 @@ int main(int argc, char** argv) {
     const std::string script = other(
         "--script", (std::filesystem::path(__FILE__).parent_path() / "pandas_parse.py").string());
     const std::string self = std::filesystem::canonical("/proc/self/exe").string();
+    const std::string prefault = other("--prefault", "on");
 
     skychart::test::PorticoProcess portico(porticoPath);
     if (!portico.start({"--linger", "0", "--connect-delay", "0"})) {
@@ -215,49 +230,75 @@ int main(int argc, char** argv) {
                 static_cast<double>(bytes.size()) / 1e6, sizeof(sTICK));
     std::fflush(stdout);
 
+    std::printf("blocks ahead of the parser made resident on a helper thread: %s\n",
+                prefault.c_str());
+    std::fflush(stdout);
     std::vector<double> parse, pandas, pandasPeak, endToEnd, peak;
     int records = 0;
     double seriesBytes = 0.0;
     {
-        // Prepared as the application prepares its series.
         CChartHistRequest history;
-        history.SetMemoryAdvice(AdviseLargePages);
-        for (int run = 0; run < runs; ++run) {
+        PrepareSeries(history, prefault != "off");
+        const auto inMemory = [&] {
             parse.push_back(ParseInMemory(bytes, history));
             records = history.GetCount();
             seriesBytes = static_cast<double>(history.GetSeriesBytes());
             history.Clear();
-
-            const std::string reply = RunChild({python, script, file.string()});
-            pandas.push_back(Number(reply, "seconds"));
-            pandasPeak.push_back(Number(reply, "maxrss_kb"));
-
+        };
+        const auto overLoopback = [&] {
             history.SetHistoryComplete(false);
             endToEnd.push_back(LoadOverLoopback(portico.lookupPort(), command, history));
-            if (history.GetCount() != records) {
+            if (records != 0 && history.GetCount() != records) {
                 std::fprintf(stderr, "note: loopback load gave %d records, parse %d\n",
                              history.GetCount(), records);
             }
             history.Clear();
+        };
+        for (int run = 0; run < runs; ++run) {
+            const std::string reply = RunChild({python, script, file.string()});
+            pandas.push_back(Number(reply, "seconds"));
+            pandasPeak.push_back(Number(reply, "maxrss_kb"));
+
+            const bool parseFirst = run % 2 == 0;
+            if (parseFirst) {
+                inMemory();
+                overLoopback();
+            } else {
+                overLoopback();
+                inMemory();
+            }
 
             const std::string child =
                 RunChild({self, "--load-child", std::to_string(portico.lookupPort()),
-                          std::to_string(ticks), symbol});
+                          std::to_string(ticks), symbol, prefault});
             peak.push_back(Number(child, "vmhwm_kb"));
+            std::printf("  run %d (%s first): parse %.3f s (%.1fx pandas %.3f s), end-to-end "
+                        "%.3f s (%.2fx), peak %.0f MB\n",
+                        run + 1, parseFirst ? "parse" : "end-to-end", parse.back(),
+                        pandas.back() / parse.back(), pandas.back(), endToEnd.back(),
+                        endToEnd.back() / parse.back(), peak.back() / 1024.0);
+            std::fflush(stdout);
         }
     }
 
+    // The distance between the slowest and the fastest run, as a share of the median.
+    const auto spread = [](const std::vector<double>& values) {
+        const auto [low, high] = std::minmax_element(values.begin(), values.end());
+        return 100.0 * (*high - *low) / Median(values);
+    };
     const double parseMedian = Median(parse);
     const double pandasMedian = Median(pandas);
     const double endToEndMedian = Median(endToEnd);
     const double peakMb = Median(peak) / 1024.0;
     const double pandasPeakMb = Median(pandasPeak) / 1024.0;
     std::printf("  records in the series           %d\n", records);
-    std::printf("  in-memory parse into the series %.3f s (median of %d; %.1f M lines/s)\n",
-                parseMedian, runs, static_cast<double>(lines) / parseMedian / 1e6);
+    std::printf("  in-memory parse into the series %.3f s (median of %d; %.1f M lines/s; "
+                "spread %.0f%%)\n",
+                parseMedian, runs, static_cast<double>(lines) / parseMedian / 1e6, spread(parse));
     std::printf("  pandas.read_csv (C engine)      %.3f s (median of %d; %.1f M lines/s)\n",
                 pandasMedian, runs, static_cast<double>(lines) / pandasMedian / 1e6);
-    std::printf("  end-to-end load over loopback   %.3f s (median of %d)\n", endToEndMedian, runs);
+    std::printf("  end-to-end load over loopback   %.3f s (median of %d; spread %.0f%%)\n",
+                endToEndMedian, runs, spread(endToEnd));
     std::printf("  peak memory of a 5M-tick load   %.0f MB (VmHWM of a fresh process)\n", peakMb);
     std::printf("  pandas peak on the same file    %.0f MB (ru_maxrss)\n", pandasPeakMb);
     std::printf("  series memory per tick point    %.1f bytes (the record alone: %zu bytes)\n",

@@ -62,6 +62,7 @@ int main(int argc, char** argv) {
         CSettings settings;
         CChartHistRequest history;
         history.SetMemoryAdvice(AdviseLargePages);
+        history.SetMemoryPrefault(PopulatePages);
         return RunExport(commandLine, argv[0], settings, history);
     }
     if (commandLine.exportRequested) {
@@ -72,6 +73,7 @@ int main(int argc, char** argv) {
         CSettings settings;
         CChartHistRequest history;
         history.SetMemoryAdvice(AdviseLargePages);
+        history.SetMemoryPrefault(PopulatePages);
         return RunExport(commandLine, argv[0], settings, history);
     }
 

@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <new>
 #include <string>
+#include <system_error>
+#include <utility>
 
 namespace {
 
@@ -15,6 +18,27 @@ namespace {
 // so never resident) is still a small share of it.
 constexpr std::size_t kFirstBlockRecords = 16384;
 constexpr std::size_t kBlockDoublings = 4;
+
+// Records in the block at `position` in the series' list of blocks.
+constexpr std::size_t BlockRecords(std::size_t position) {
+    return kFirstBlockRecords << std::min(position, kBlockDoublings);
+}
+
+// Hands [data, data + bytes) to `prefault` in pieces that end on kPrefaultPiece boundaries of
+// the address (so a piece never splits a large page), until done or asked to stop.
+void PrefaultInPieces(const CHistoryRequestBase::MemoryAdvice& prefault, std::byte* data,
+                      std::size_t bytes, const std::stop_token& stop) {
+    constexpr std::uintptr_t kPiece = CHistoryRequestBase::kPrefaultPiece;
+    std::byte* const end = data + bytes;
+    for (std::byte* at = data; at < end && !stop.stop_requested();) {
+        const auto address = reinterpret_cast<std::uintptr_t>(at);
+        const auto toBoundary =
+            static_cast<std::size_t>(((address + kPiece) & ~(kPiece - 1)) - address);
+        const std::size_t piece = std::min(toBoundary, static_cast<std::size_t>(end - at));
+        prefault(at, piece);
+        at += piece;
+    }
+}
 
 // A time stamp from a yyyymmdd date and an hhmmss time; invalid when they are no calendar time.
 CDateTime RangePoint(std::int32_t date, std::int32_t time) {
@@ -44,6 +68,7 @@ void CHistoryRequestBase::ClearSeries() {
         erased->~sTICK();
     }
     m_erased.clear();
+    DropNextBlock();
     m_index.clear();
     m_index.shrink_to_fit();
     m_blocks.clear();
@@ -68,21 +93,68 @@ std::size_t CHistoryRequestBase::SeriesBytes() const {
     for (const SBlock& block : m_blocks) {
         bytes += block.capacity * sizeof(sTICK);
     }
+    bytes += m_next.capacity * sizeof(sTICK);
     return bytes + m_blocks.capacity() * sizeof(SBlock);
+}
+
+CHistoryRequestBase::SBlock CHistoryRequestBase::NewBlock(std::size_t capacity) const {
+    SBlock block;
+    block.capacity = capacity;
+    const std::size_t bytes = capacity * sizeof(sTICK);
+    // operator new[] of std::byte gives storage aligned for any fundamental type.
+    static_assert(alignof(sTICK) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+    block.bytes.reset(new std::byte[bytes]);
+    if (m_advice && bytes >= kAdvisedBytes) {
+        m_advice(block.bytes.get(), bytes);
+    }
+    return block;
+}
+
+void CHistoryRequestBase::PrepareNextBlock() {
+    try {
+        m_next = NewBlock(BlockRecords(m_blocks.size()));
+    } catch (const std::bad_alloc&) {
+        // Short of memory the next block is left to be allocated when it is needed.
+        return;
+    }
+    try {
+        m_prefaulter =
+            std::jthread([prefault = m_prefault, data = m_next.bytes.get(),
+                          bytes = m_next.capacity * sizeof(sTICK)](const std::stop_token& stop) {
+                PrefaultInPieces(prefault, data, bytes, stop);
+            });
+    } catch (const std::system_error&) {
+        // Without a thread the block is still ready to use; its pages fault in as it fills.
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+CHistoryRequestBase::SBlock CHistoryRequestBase::TakeNextBlock() {
+    if (m_prefaulter.joinable()) {
+        m_prefaulter.join();
+    }
+    return std::exchange(m_next, SBlock{});
+}
+
+void CHistoryRequestBase::DropNextBlock() {
+    if (m_prefaulter.joinable()) {
+        m_prefaulter.request_stop();
+        m_prefaulter.join();
+    }
+    m_next = SBlock{};
 }
 
 sTICK* CHistoryRequestBase::AllocateRecord() {
     if (m_blocks.empty() || m_blocks.back().used == m_blocks.back().capacity) {
-        SBlock block;
-        block.capacity = kFirstBlockRecords << std::min(m_blocks.size(), kBlockDoublings);
-        const std::size_t bytes = block.capacity * sizeof(sTICK);
-        // operator new[] of std::byte gives storage aligned for any fundamental type.
-        static_assert(alignof(sTICK) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
-        block.bytes.reset(new std::byte[bytes]);
-        if (m_advice && bytes >= kAdvisedBytes) {
-            m_advice(block.bytes.get(), bytes);
+        SBlock block = TakeNextBlock();
+        if (!block.bytes) {
+            block = NewBlock(BlockRecords(m_blocks.size()));
         }
+        const bool large = block.capacity * sizeof(sTICK) >= kAdvisedBytes;
         m_blocks.push_back(std::move(block));
+        if (m_prefault && large) {
+            PrepareNextBlock();
+        }
     }
     SBlock& block = m_blocks.back();
     std::byte* place = block.bytes.get() + block.used * sizeof(sTICK);
@@ -278,6 +350,14 @@ SRangeExtremes CChartHistRequest::GetExtremes(int first, int count) const {
 void CChartHistRequest::Clear() {
     std::lock_guard lock(m_lock);
     ClearSeries();
+}
+
+void CChartHistRequest::SetHistoryComplete(bool complete) {
+    if (complete) {
+        std::lock_guard lock(m_lock);
+        DropNextBlock();
+    }
+    m_historyComplete.store(complete);
 }
 
 std::size_t CChartHistRequest::GetSeriesBytes() const {

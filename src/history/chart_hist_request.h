@@ -10,6 +10,7 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
 // Owns the series: records at fixed addresses, reached through an index of pointers. The index
@@ -36,6 +37,16 @@ public:
     void SetMemoryAdvice(MemoryAdvice advice) { m_advice = std::move(advice); }
     // Blocks of at least this size take the advice.
     static constexpr std::size_t kAdvisedBytes = std::size_t{4} << 20;
+    // How the block after the one being filled is made resident before it is needed: when a
+    // block of at least kAdvisedBytes opens, the next one is allocated and advised, and a helper
+    // thread hands it to `prefault` in pieces of at most kPrefaultPiece bytes, so the page faults
+    // (and any compaction they cause) happen off the thread that fills the series. Filling waits
+    // for the helper only when it reaches that block first. Clear() and destruction stop the
+    // helper between two pieces, as does the end of an answer. At most one block is held ahead.
+    // None (the default) prepares nothing ahead. `prefault` must not throw. Set before the series
+    // fills.
+    void SetMemoryPrefault(MemoryAdvice prefault) { m_prefault = std::move(prefault); }
+    static constexpr std::size_t kPrefaultPiece = std::size_t{2} << 20;
 
 protected:
     // Unlocked series primitives for the derived class, which holds the lock.
@@ -52,15 +63,31 @@ protected:
     std::size_t SeriesCapacity() const { return m_capacity; }
     std::size_t SeriesGrowthStep() const { return m_growthStep; }
     void SetSeriesGrowthStep(std::size_t step) { m_growthStep = step == 0 ? 1 : step; }
-    // The bytes the series holds: its records' blocks and its index.
+    // The bytes the series holds: its records' blocks (the one prepared ahead included) and its
+    // index.
     std::size_t SeriesBytes() const;
+    // Stops the helper (between two pieces) and frees the block prepared ahead.
+    void DropNextBlock();
 
 private:
     // Pointers per chunk of the index.
     static constexpr std::size_t kIndexShift = 16;
     static constexpr std::size_t kIndexChunk = std::size_t{1} << kIndexShift;
 
+    // Raw storage blocks; records are constructed in place and destroyed by ClearSeries().
+    struct SBlock {
+        std::unique_ptr<std::byte[]> bytes;
+        std::size_t used = 0;
+        std::size_t capacity = 0;
+    };
+
     sTICK* AllocateRecord();
+    // A new block of `capacity` records, advised when it is large.
+    SBlock NewBlock(std::size_t capacity) const;
+    // Allocates the block after the last one and starts the helper making it resident.
+    void PrepareNextBlock();
+    // The block prepared ahead once the helper is done with it; an empty block when none is.
+    SBlock TakeNextBlock();
     sTICK*& Slot(std::size_t index) {
         return m_index[index >> kIndexShift][index & (kIndexChunk - 1)];
     }
@@ -73,14 +100,13 @@ private:
     std::size_t m_capacity = 0;
     std::size_t m_growthStep = kDefaultGrowthStep;
 
-    // Raw storage blocks; records are constructed in place and destroyed by ClearSeries().
-    struct SBlock {
-        std::unique_ptr<std::byte[]> bytes;
-        std::size_t used = 0;
-        std::size_t capacity = 0;
-    };
     std::vector<SBlock> m_blocks;
     MemoryAdvice m_advice;
+    MemoryAdvice m_prefault;
+    // The next block, written only by the helper until it is joined; the helper is declared
+    // after it so that it is stopped and joined before the block is freed.
+    SBlock m_next;
+    std::jthread m_prefaulter;
     // Records taken out of the series, destroyed with the blocks.
     std::vector<sTICK*> m_erased;
 };
@@ -173,8 +199,10 @@ public:
     std::size_t GetGrowthStep() const;
     void SetGrowthStep(std::size_t step);
 
-    // Set when the end marker of an answer arrives, cleared when a request is sent.
-    void SetHistoryComplete(bool complete) { m_historyComplete.store(complete); }
+    // Set when the end marker of an answer arrives, cleared when a request is sent. Setting it
+    // stops the helper and frees the block ahead: the answer will not fill it, and the few
+    // records that follow it do not need it resident.
+    void SetHistoryComplete(bool complete);
     bool IsHistoryComplete() const { return m_historyComplete.load(); }
     // Cleared when the chart view goes away; history lines are then ignored.
     void SetChartAlive(bool alive) { m_chartAlive.store(alive); }

@@ -7,3 +7,9 @@
 // 2 MiB instead of one per 4 KiB. Without transparent huge pages (or for a range too short to
 // hold one) it does nothing; the memory works the same either way.
 void AdviseLargePages(void* data, std::size_t bytes);
+
+// Makes the pages of [data, data + bytes) resident and writable now, taking their page faults
+// (and any compaction a large page needs) on the calling thread. A kernel that does not know the
+// request gets a write of one byte in each page instead, so the range must be memory whose
+// contents do not matter yet.
+void PopulatePages(void* data, std::size_t bytes);

@@ -7,8 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
+#include <condition_variable>
 #include <cstring>
+#include <functional>
+#include <mutex>
 #include <random>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -102,6 +107,127 @@ TEST_F(Series, GrowsByTheStepKeepsRecordsAcrossStorageBlocksAndClearResetsTheSte
     for (const std::size_t bytes : advised) {
         EXPECT_GE(bytes, CHistoryRequestBase::kAdvisedBytes);
     }
+}
+
+// The block after the one being filled goes to the prefault hook in pieces on another thread:
+// the series counts it and fills it next; the end of the answer and Clear() stop the helper
+// inside it. The hook scribbles
+// over each piece, so a block used before its helper finished would lose records.
+TEST_F(Series, TheBlockAheadIsPrefaultedOnAHelperFilledNextAndTheEndOrClearStopsTheHelper) {
+    struct SPiece {
+        const std::byte* data;
+        std::size_t bytes;
+    };
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<SPiece> pieces;
+    bool hold = true; // a piece waits while set
+    bool stopped = false;
+    int piecesAfterStop = 0;
+    bool onFillingThread = false;
+    const auto filling = std::this_thread::get_id();
+    history.SetMemoryPrefault([&](void* data, std::size_t bytes) {
+        std::unique_lock lock(mutex);
+        onFillingThread |= std::this_thread::get_id() == filling;
+        piecesAfterStop += stopped ? 1 : 0;
+        pieces.push_back({static_cast<std::byte*>(data), bytes});
+        changed.notify_all();
+        changed.wait(lock, [&] { return !hold; });
+        std::memset(data, 0x5A, bytes);
+    });
+    // The helper stops before the state its hook reaches goes away.
+    struct SClearFirst {
+        SHeldSeries& series;
+        ~SClearFirst() { series.Clear(); }
+    } clearFirst{history};
+    const auto waitFor = [&](auto done) {
+        std::unique_lock lock(mutex);
+        return changed.wait_for(lock, std::chrono::seconds(60), done);
+    };
+    // Appends until the series holds more memory: a block has opened (and the next one may have
+    // been allocated ahead).
+    const auto fillToNextBlock = [&] {
+        const std::size_t before = history.GetSeriesBytes();
+        while (history.GetSeriesBytes() == before) {
+            Fill(1);
+        }
+    };
+    // The helper held inside its first piece while the series is stopped: it makes no piece
+    // after, and the block ahead is freed.
+    const auto stopWhileHeld = [&](const std::function<void()>& stop) {
+        {
+            const std::lock_guard lock(mutex);
+            pieces.clear();
+            hold = true;
+        }
+        fillToNextBlock(); // a large block, so the one after it is being prefaulted
+        ASSERT_TRUE(waitFor([&] { return !pieces.empty(); }));
+        std::thread stopping([&] {
+            stop();
+            const std::lock_guard lock(mutex);
+            stopped = true;
+        });
+        {
+            const std::lock_guard lock(mutex);
+            hold = false;
+        }
+        changed.notify_all();
+        stopping.join();
+        EXPECT_EQ(piecesAfterStop, 0);
+        stopped = false;
+    };
+    fillToNextBlock(); // the first block, too small to prefault the next
+    stopWhileHeld([&] {
+        const std::size_t bytes = history.GetSeriesBytes();
+        history.SetHistoryComplete(true);
+        EXPECT_LT(history.GetSeriesBytes(), bytes);
+    });
+    stopWhileHeld([&] { history.Clear(); });
+    EXPECT_EQ(history.GetSeriesBytes(), CChartHistRequest().GetSeriesBytes());
+
+    // Refilled past a few blocks, next to a series that prepares nothing ahead.
+    pieces.clear();
+    constexpr int kCount = 200000;
+    CChartHistRequest plain;
+    for (int i = 0; i < kCount; ++i) {
+        sTICK tick = TickAt(2026, 1, 5, 10, 0, 0, i);
+        tick.volume = i;
+        ASSERT_TRUE(history.AppendTick(tick) && plain.AppendTick(tick));
+    }
+    const std::size_t ahead = history.GetSeriesBytes() - plain.GetSeriesBytes();
+    // The block ahead is the run of contiguous pieces that ends with the last one.
+    const auto lastRun = [&] {
+        std::size_t first = pieces.size() - 1;
+        while (first > 0 &&
+               pieces[first - 1].data + pieces[first - 1].bytes == pieces[first].data) {
+            --first;
+        }
+        std::size_t bytes = 0;
+        for (std::size_t i = first; i < pieces.size(); ++i) {
+            bytes += pieces[i].bytes;
+        }
+        return SPiece{pieces[first].data, bytes};
+    };
+    ASSERT_TRUE(waitFor([&] { return !pieces.empty() && lastRun().bytes == ahead; }));
+    const SPiece block = lastRun();
+    for (const SPiece& piece : pieces) {
+        EXPECT_LE(piece.bytes, CHistoryRequestBase::kPrefaultPiece);
+    }
+    sTICK out;
+    for (int i = 0; i < kCount; ++i) {
+        history.GetTick(i, out);
+        ASSERT_EQ(std::tuple(out.volume, out.close),
+                  std::tuple(std::int64_t{i}, static_cast<double>(i)))
+            << i;
+        const auto* record =
+            reinterpret_cast<const std::byte*>(history.Record(static_cast<std::size_t>(i)));
+        ASSERT_FALSE(record >= block.data && record < block.data + block.bytes) << i;
+    }
+    fillToNextBlock();
+    EXPECT_EQ(reinterpret_cast<const std::byte*>(
+                  history.Record(static_cast<std::size_t>(history.GetLastIndex()))),
+              block.data);
+    EXPECT_FALSE(onFillingThread);
 }
 
 TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {

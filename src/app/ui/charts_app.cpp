@@ -18,6 +18,7 @@
 
 CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {
     m_history.SetMemoryAdvice(AdviseLargePages);
+    m_history.SetMemoryPrefault(PopulatePages);
 }
 
 CChartsApp::~CChartsApp() = default;
