@@ -4,8 +4,8 @@
 //   <id>,LH,YYYY-MM-DD HH:MM:SS.ffffff,price,size,totalVolume,bid,ask,tickId,basis,marketCenter,
 //   conditions,aggressor,dayCode,
 // Answers run to millions of lines in time order, and consecutive lines share much of their
-// text, so the writer carries it from line to line: the line up to its minute is copied, the tick
-// id is counted on in its text, and a bid or ask equal to the price copies the price's digits.
+// text, so the writer carries it from line to line: the line up to its minute is copied and the
+// tick id is counted on in its text.
 
 #include <array>
 #include <cstddef>
