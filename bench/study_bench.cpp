@@ -376,7 +376,7 @@ int main(int argc, char** argv) {
     std::vector<double> viewSet;
     for (int run = 0; run < runs; ++run) {
         const auto start = Clock::now();
-        CColumnStore fresh(AdviseLargePages);
+        CColumnStore fresh(PopulatePages);
         CStudySet set(inputs, upper, lower, {kDays, 0});
         set.Compute(2, &fresh);
         viewSet.push_back(SecondsSince(start));
@@ -384,7 +384,7 @@ int main(int argc, char** argv) {
     }
     // As the chart view computes a new series that replaced one: into the columns of the set
     // before (the view keeps them from the old series until the new one is computed).
-    CColumnStore store(AdviseLargePages);
+    CColumnStore store(PopulatePages);
     auto previous = std::make_shared<CStudySet>(inputs, upper, lower, SStudyContext{kDays, 0});
     previous->Compute(2);
     std::vector<double> viewReuse;

@@ -159,6 +159,9 @@ void CStudyPanes::Start(bool keepDrawn) {
         Show(
             std::make_shared<CStudySet>(std::make_shared<CStudyInputs>(), upper, studies, context));
     }
+    // A computation stopped for this one (a symbol entered before the last one's studies were
+    // done) leaves its columns to it, as a set replaced does.
+    ReapRetired(false, m_store.get());
     TakeSpareRoom();
 
     auto job = std::make_unique<SJob>();
@@ -171,8 +174,8 @@ void CStudyPanes::Start(bool keepDrawn) {
         if (history != nullptr && inputs->Read(*history, dataType, &running->cancel, store.get()) &&
             !running->cancel) {
             auto set = std::make_shared<CStudySet>(std::move(inputs), upper, studies, context);
-            set->Compute(kComputeThreads, store.get());
-            running->result = std::move(set);
+            set->Compute(kComputeThreads, store.get(), &running->cancel);
+            (running->cancel ? running->stopped : running->result) = std::move(set);
         }
         running->done = true;
         if (finished != nullptr) {
@@ -187,8 +190,8 @@ void CStudyPanes::StartJob(std::shared_ptr<CStudySet> set) {
     auto job = std::make_unique<SJob>();
     SJob* running = job.get();
     job->thread = std::thread([running, set = std::move(set), finished = m_finished]() mutable {
+        set->Compute(kComputeThreads, nullptr, &running->cancel);
         if (!running->cancel) {
-            set->Compute(kComputeThreads);
             running->result = std::move(set);
         }
         running->done = true;
@@ -200,10 +203,13 @@ void CStudyPanes::StartJob(std::shared_ptr<CStudySet> set) {
     m_jobReadsSeries = false;
 }
 
-void CStudyPanes::ReapRetired(bool wait) {
+void CStudyPanes::ReapRetired(bool wait, CColumnStore* room) {
     for (auto it = m_retired.begin(); it != m_retired.end();) {
         if (wait || (*it)->done) {
             (*it)->thread.join();
+            if (room != nullptr && (*it)->stopped != nullptr) {
+                (*it)->stopped->GiveRoom(*room);
+            }
             it = m_retired.erase(it);
         } else {
             ++it;

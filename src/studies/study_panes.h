@@ -65,6 +65,8 @@ private:
         std::atomic<bool> cancel{false};
         std::atomic<bool> done{false};
         std::shared_ptr<CStudySet> result;
+        // The incomplete set of a computation stopped early: the next one may take its room.
+        std::shared_ptr<CStudySet> stopped;
     };
 
     // Starts a computation over the series read afresh. A new series shows no lines until
@@ -76,7 +78,9 @@ private:
     void Retire();
     // The set drawn from now on: its items replace those drawn before.
     void Show(std::shared_ptr<CStudySet> set);
-    void ReapRetired(bool wait);
+    // Joins the stopped computations that are done (all of them with `wait`). With `room`, the
+    // columns they wrote go there for the next computation; otherwise they are freed.
+    void ReapRetired(bool wait, CColumnStore* room = nullptr);
     // Joins the running job and takes its result. True when a new set was taken.
     bool FinishJob();
     // Extends the drawn set over what the series grew by, once no computation reads its inputs.

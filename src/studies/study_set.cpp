@@ -109,7 +109,7 @@ struct SJob {
 
 } // namespace
 
-void CStudySet::Compute(int threads, CColumnStore* store) {
+void CStudySet::Compute(int threads, CColumnStore* store, const std::atomic<bool>* cancel) {
     const std::span<const double> close = m_inputs->Columns().close;
     auto room = [store, count = close.size()](std::vector<double>& column) {
         if (store != nullptr) {
@@ -185,8 +185,11 @@ void CStudySet::Compute(int threads, CColumnStore* store) {
 
     // Each worker takes the next job: the costly studies spread over the threads first.
     std::atomic<std::size_t> next{0};
+    const auto stopped = [cancel] {
+        return cancel != nullptr && cancel->load(std::memory_order_relaxed);
+    };
     const auto work = [&] {
-        for (std::size_t job = next++; job < jobs.size(); job = next++) {
+        for (std::size_t job = next++; job < jobs.size() && !stopped(); job = next++) {
             jobs[job].run();
         }
     };
@@ -197,7 +200,9 @@ void CStudySet::Compute(int threads, CColumnStore* store) {
     }
     work();
     workers.clear();
-    std::fill(m_pending.begin(), m_pending.end(), false);
+    if (!stopped()) {
+        std::fill(m_pending.begin(), m_pending.end(), false);
+    }
 }
 
 void CStudySet::GiveRoom(CColumnStore& store) {

@@ -14,6 +14,7 @@
 #include "studies/study_kernels.h"
 #include "studies/study_settings.h"
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,8 +49,10 @@ public:
     // Computes every study not taken over, on up to `threads` threads: the studies are
     // independent and taken costliest first, the money flow index straight from the money flow
     // pane of its period when one is computed too. The columns take their room from `store` when
-    // given.
-    void Compute(int threads, CColumnStore* store = nullptr);
+    // given. Once `cancel` is set no further study starts, and the set stays incomplete: only its
+    // room is of use then.
+    void Compute(int threads, CColumnStore* store = nullptr,
+                 const std::atomic<bool>* cancel = nullptr);
     // Hands the room of every column that this set alone holds (its inputs' too) to `store`;
     // only for a set that nothing draws or reads any more.
     void GiveRoom(CColumnStore& store);

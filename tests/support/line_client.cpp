@@ -6,6 +6,7 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstdint>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -178,15 +179,28 @@ std::vector<std::vector<std::string>> QueryLookup(int port, const std::string& c
 }
 
 int UnusedPort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof(address);
-    ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(fd);
-    return ntohs(address.sin_port);
+    // Below the kernel's range for outgoing connections: a connection to a port that refuses
+    // could otherwise find its own ephemeral port bound there and connect to itself, and a
+    // parallel test's outgoing connection could take the port meanwhile.
+    constexpr int kFirst = 20000;
+    constexpr int kCount = 12000;
+    static int next = static_cast<int>(::getpid() * 7919 % kCount);
+    for (int tries = 0; tries < kCount; ++tries) {
+        const int port = kFirst + next;
+        next = (next + 1) % kCount;
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        const bool free =
+            ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+        ::close(fd);
+        if (free) {
+            return port;
+        }
+    }
+    return 0;
 }
 
 } // namespace skychart::test

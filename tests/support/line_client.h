@@ -54,7 +54,8 @@ std::vector<std::string> LookupAnswer(int port, const std::string& command, cons
 std::vector<std::vector<std::string>> QueryLookup(int port, const std::string& command,
                                                   const std::string& id);
 
-// A loopback port that was free a moment ago (bound once, then closed).
+// A loopback port that was free a moment ago (bound once, then closed), outside the range the
+// kernel picks outgoing ports from.
 int UnusedPort();
 
 } // namespace skychart::test

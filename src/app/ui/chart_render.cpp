@@ -28,8 +28,8 @@ std::string RenderChart(const CChartLoader& loader, const SExportRequest& reques
     canvas.LoadSettings();
     canvas.SetPointCount(loader.History().GetCount(), true);
     canvas.ResetYRange();
-    canvas.SetStudies(std::make_unique<CStudyPanes>(
-        SUpperStudySettings::Read(settings), SStudySettings::Read(settings), AdviseLargePages));
+    canvas.SetStudies(std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
+                                                    SStudySettings::Read(settings), PopulatePages));
     canvas.ComputeStudies();
     canvas.FinishStudies();
     CCanvasTrendPane pane(canvas);

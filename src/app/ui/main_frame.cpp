@@ -108,7 +108,7 @@ bool CMainFrame::Create() {
     });
     m_view->SetSettingsFile(CRegistryPaths::ApplicationFile("Skychart").toStdString());
     auto studies = std::make_unique<CStudyPanes>(SUpperStudySettings::Read(settings),
-                                                 SStudySettings::Read(settings), AdviseLargePages);
+                                                 SStudySettings::Read(settings), PopulatePages);
     m_studies = studies.get();
     m_view->Canvas().SetStudies(std::move(studies));
     setCentralWidget(m_view);
