@@ -62,10 +62,12 @@ public:
         if (column.capacity() >= count || count * sizeof(double) < kAdvisedBytes || !m_advice) {
             return;
         }
-        // Fresh room: advised before anything is written to it. Kept values are copied over.
+        // Fresh room: prepared before anything is written to it. Kept values are copied over.
         std::vector<double> room;
         room.reserve(study_kernels::detail::RoomFor(count));
-        m_advice(room.data(), room.capacity() * sizeof(double));
+        // Only the entries the kernels write now: the room kept for live points stays
+        // unbacked until they come.
+        m_advice(room.data(), count * sizeof(double));
         room.assign(column.begin(), column.end());
         column.swap(room);
     }
