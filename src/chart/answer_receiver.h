@@ -22,7 +22,9 @@ public:
     CAnswerReceiver(CHistoryResponseParser& parser, Post post, std::function<void()> onWake);
 
     std::vector<char> Buffer() override { return m_worker.Buffer(); }
-    void Push(std::vector<char>&& bytes) override { m_worker.Push(std::move(bytes)); }
+    void Push(std::vector<char>&& buffer, std::size_t used) override {
+        m_worker.Push(std::move(buffer), used);
+    }
     bool HasRoom() const override { return m_worker.HasRoom(); }
     std::vector<std::string> TakeLines() override { return m_worker.TakeLines(); }
     std::exception_ptr TakeFailure() override { return m_worker.TakeFailure(); }

@@ -113,23 +113,23 @@ void CKestrelStreamSocket::SetBytesSink(IReceivedBytesSink* sink) {
     if (m_receiveFill > 0) {
         std::vector<char> tail = m_sink->Buffer();
         tail.assign(m_buffer.get(), m_buffer.get() + m_receiveFill);
-        m_sink->Push(std::move(tail));
+        m_sink->Push(std::move(tail), static_cast<std::size_t>(m_receiveFill));
         m_receiveFill = 0;
         m_buffer[0] = 0;
     }
 }
 
 void CKestrelStreamSocket::ReceiveIntoSink() {
+    // A buffer that came back from the sink keeps its length: only new room is cleared.
     std::vector<char> buffer = m_sink->Buffer();
-    buffer.resize(static_cast<std::size_t>(m_receiveCapacity));
-    m_lastReceiveCount = Receive(buffer.data(), m_receiveCapacity, 0);
+    buffer.resize(kSinkReceiveBytes);
+    m_lastReceiveCount = Receive(buffer.data(), static_cast<int>(buffer.size()), 0);
     if (m_lastReceiveCount < 1) {
         return;
     }
     // Counted twice, as the line split does.
     m_stats->bytesReceived.value += static_cast<std::uint32_t>(m_lastReceiveCount);
-    buffer.resize(static_cast<std::size_t>(m_lastReceiveCount));
-    m_sink->Push(std::move(buffer));
+    m_sink->Push(std::move(buffer), static_cast<std::size_t>(m_lastReceiveCount));
     if (!m_sink->HasRoom()) {
         // The sender waits on the connection until the sink has caught up.
         m_waitingForSink = true;

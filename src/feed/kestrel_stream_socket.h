@@ -3,6 +3,7 @@
 #include "feed/feed_platform.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -77,6 +78,9 @@ public:
 class CKestrelStreamSocket : public IPlatformSocketEvents {
 public:
     static constexpr std::int32_t kReceiveCapacity = 0x10000;
+    // The most one receive hands a bytes sink: a long answer then takes a few wake-ups of the
+    // event loop and of the sink's reader per megabyte, not dozens.
+    static constexpr std::size_t kSinkReceiveBytes = std::size_t{1} << 18;
 
     explicit CKestrelStreamSocket(IFeedPlatform& platform);
     ~CKestrelStreamSocket() override;

@@ -13,10 +13,13 @@
 class IReceivedBytesSink {
 public:
     virtual ~IReceivedBytesSink() = default;
-    // An empty buffer to receive into (one the reader is done with, when there is one).
+    // A buffer to receive into: one the reader is done with, as long as it was pushed (its
+    // bytes are stale), or an empty one.
     virtual std::vector<char> Buffer() = 0;
-    // The bytes of one receive, in the order received.
-    virtual void Push(std::vector<char>&& bytes) = 0;
+    // The bytes of one receive, in the order received: the first `used` bytes of `buffer`. The
+    // rest is room that a receive did not fill; keeping it in the buffer spares the receiving
+    // side clearing it again each time.
+    virtual void Push(std::vector<char>&& buffer, std::size_t used) = 0;
     // False while the reader is behind: the connection stops reading until it is told to take
     // from the reader again and there is room.
     virtual bool HasRoom() const = 0;

@@ -2,6 +2,7 @@
 
 #include "history/history_parser.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -27,16 +28,17 @@ std::vector<char> CHistoryAnswerWorker::Buffer() {
     return buffer;
 }
 
-void CHistoryAnswerWorker::Push(std::vector<char>&& bytes) {
-    if (bytes.empty()) {
+void CHistoryAnswerWorker::Push(std::vector<char>&& buffer, std::size_t used) {
+    used = std::min(used, buffer.size());
+    if (used == 0) {
         return;
     }
     {
         std::lock_guard lock(m_mutex);
-        m_pushed += bytes.size();
-        m_queued += bytes.size();
+        m_pushed += used;
+        m_queued += used;
         m_wasFull = m_wasFull || m_queued > kQueueLimit;
-        m_queue.push_back(std::move(bytes));
+        m_queue.emplace_back(std::move(buffer), used);
     }
     m_work.notify_one();
 }
@@ -44,7 +46,7 @@ void CHistoryAnswerWorker::Push(std::vector<char>&& bytes) {
 void CHistoryAnswerWorker::Push(const char* bytes, std::size_t size) {
     std::vector<char> buffer = Buffer();
     buffer.assign(bytes, bytes + size);
-    Push(std::move(buffer));
+    Push(std::move(buffer), size);
 }
 
 bool CHistoryAnswerWorker::HasRoom() const {
@@ -70,7 +72,7 @@ void CHistoryAnswerWorker::Drain() {
 void CHistoryAnswerWorker::Restart() {
     {
         std::lock_guard lock(m_mutex);
-        m_queue.emplace_back();
+        m_queue.emplace_back(std::vector<char>(), 0);
     }
     m_work.notify_one();
 }
@@ -92,6 +94,7 @@ void CHistoryAnswerWorker::Run() {
     };
     for (;;) {
         std::vector<char> buffer;
+        std::size_t used = 0;
         {
             std::unique_lock lock(m_mutex);
             m_busy = false;
@@ -100,12 +103,13 @@ void CHistoryAnswerWorker::Run() {
             if (m_queue.empty()) {
                 return;
             }
-            buffer = std::move(m_queue.front());
+            buffer = std::move(m_queue.front().first);
+            used = m_queue.front().second;
             m_queue.pop_front();
-            m_queued -= buffer.size();
+            m_queued -= used;
             m_busy = true;
         }
-        if (buffer.empty()) {
+        if (used == 0) {
             m_pending.clear();
             std::lock_guard lock(m_mutex);
             m_pendingLength = 0;
@@ -113,7 +117,7 @@ void CHistoryAnswerWorker::Run() {
         }
         // A line cut by the end of the last buffer is completed from the head of this one; the
         // rest is read in place, up to its last line end.
-        std::string_view text(buffer.data(), buffer.size());
+        std::string_view text(buffer.data(), used);
         std::exception_ptr failure;
         const auto read = [&](std::string_view part) {
             try {
@@ -158,7 +162,6 @@ void CHistoryAnswerWorker::Run() {
                 }
                 lines.clear();
             }
-            buffer.clear();
             m_spare.push_back(std::move(buffer));
             if (m_wasFull && m_queued <= kQueueLimit) {
                 m_wasFull = false;

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 class CHistoryResponseParser;
@@ -37,11 +38,13 @@ public:
     CHistoryAnswerWorker(const CHistoryAnswerWorker&) = delete;
     CHistoryAnswerWorker& operator=(const CHistoryAnswerWorker&) = delete;
 
-    // An empty buffer to receive into (one the worker is done with, when there is one), to be
-    // handed back full with Push: the receiving thread then copies nothing itself.
+    // A buffer to receive into (one the worker is done with, as long as it was pushed, or an
+    // empty one), to be handed back filled with Push: the receiving thread then copies nothing
+    // itself.
     std::vector<char> Buffer();
-    // Received bytes: the whole of `bytes` is read. Taken even when the queue is full.
-    void Push(std::vector<char>&& bytes);
+    // Received bytes: the first `used` bytes of `buffer` are read. Taken even when the queue is
+    // full.
+    void Push(std::vector<char>&& buffer, std::size_t used);
     // The same with a copy of `size` bytes at `bytes`.
     void Push(const char* bytes, std::size_t size);
     // False while the bytes waiting pass kQueueLimit: the receiving side should stop reading
@@ -69,7 +72,8 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_work;
     std::condition_variable m_idle;
-    std::deque<std::vector<char>> m_queue;
+    // Buffers waiting with the bytes of each that were received.
+    std::deque<std::pair<std::vector<char>, std::size_t>> m_queue;
     std::vector<std::vector<char>> m_spare;
     std::vector<std::string> m_lines;
     std::exception_ptr m_failure;
@@ -79,8 +83,8 @@ private:
     bool m_wasFull = false;
     bool m_busy = false;
     bool m_stop = false;
-    // The worker's own: the start of a line that the next buffer ends. A queued empty buffer
-    // marks a restart.
+    // The worker's own: the start of a line that the next buffer ends. A queued buffer of no
+    // bytes marks a restart.
     std::vector<char> m_pending;
     std::thread m_thread;
 };

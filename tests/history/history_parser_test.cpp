@@ -394,7 +394,18 @@ TEST(AnswerText, GivesWhatItsLinesGiveInOnePieceAndInPiecesOnTheWorker) {
                 worker.Restart();
             }
             for (std::size_t at = 0; at < text.size(); at += piece) {
-                worker.Push(text.data() + at, std::min(piece, text.size() - at));
+                const std::size_t used = std::min(piece, text.size() - at);
+                if (piece != 13) {
+                    worker.Push(text.data() + at, used);
+                    continue;
+                }
+                // As a connection receives: into a buffer of the worker's whose bytes past
+                // those received are stale.
+                std::vector<char> buffer = worker.Buffer();
+                buffer.assign(text.data() + at, text.data() + at + used);
+                const std::string stale = "\r\nLookup0,!ENDMSG!,\r\n";
+                buffer.insert(buffer.end(), stale.begin(), stale.end());
+                worker.Push(std::move(buffer), used);
             }
             worker.Drain();
             passedOn = worker.TakeLines();
