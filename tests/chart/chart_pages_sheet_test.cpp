@@ -71,26 +71,6 @@ TEST_F(ChartPagesSheet, OkStoresTheGridStyleAndColoursOfBothPages) {
                   "Study Label Color 4=8421504"});
 }
 
-TEST_F(ChartPagesSheet, ARefusalKeepsTheSheetOpenAndShowGridIsStoredAtOnce) {
-    Open({});
-    int gridSignals = 0;
-    QObject::connect(display, &CDisplaySettingsPage::showGridChanged,
-                     [&gridSignals](bool shown) { gridSignals += shown ? 100 : 1; });
-    display->GridStyleList()->setCurrentIndex(-1);
-    Press(QDialogButtonBox::Ok);
-    EXPECT_EQ(prompt.Texts(),
-              std::vector<std::string>{"Error|You must select a valid No. of Grid Style."});
-    EXPECT_EQ(applied, 0); // the sheet stays open
-    // Clearing "Show Grid" is stored at once and disables the style list; then OK passes.
-    display->ShowGridCheck()->click();
-    EXPECT_EQ(std::tuple(Stored("Show Grid"), gridSignals), std::tuple("0", 1));
-    EXPECT_FALSE(display->GridStyleList()->isEnabled());
-    display->DisplayPointsList()->setCurrentIndex(0);
-    Press(QDialogButtonBox::Ok);
-    EXPECT_EQ(std::tuple(prompt.boxes.size(), sheet->result()), std::tuple(1u, QDialog::Accepted));
-    ExpectStored({"PTS INDEX=0", "Grid Style=<missing>"});
-}
-
 // Runs `answer` on the colour chooser once it is the modal window; `definer` tells whether the
 // chooser shows its colour definer.
 void AnswerChooser(std::function<void(QColorDialog&, bool definer)> answer) {
@@ -135,24 +115,25 @@ TEST_F(ChartPagesSheet, ColourButtonsOpenTheChooserAndKeepItsChoiceOnOkOnly) {
     });
     EXPECT_TRUE(!grid->Choose() && definerShown);
     EXPECT_EQ(grid->Color(), 0xC0C0C0u);
+    // "Show Grid" is stored the moment it is cleared and takes the style list with it.
+    int gridSignals = 0;
+    QObject::connect(display, &CDisplaySettingsPage::showGridChanged,
+                     [&gridSignals](bool shown) { gridSignals += shown ? 100 : 1; });
+    display->ShowGridCheck()->click();
+    EXPECT_EQ(std::tuple(Stored("Show Grid"), gridSignals), std::tuple("0", 1));
+    EXPECT_FALSE(display->GridStyleList()->isEnabled());
     Press(QDialogButtonBox::Apply);
     EXPECT_EQ(Stored("Price Bar Color"), std::to_string(0x563412));
-}
-
-// (That a preset stores nothing before the page is applied is the colour page logic's to hold.)
-TEST_F(ChartPagesSheet, PresetButtonsSetEveryColourButtonAndOkStoresThem) {
-    Open({"Grid Color=255"});
-    colors->PresetButton(EColorPreset::Dark)->click();
-    colors->PresetButton(EColorPreset::Light)->click();
-    EXPECT_EQ(colors->Button(EColorSlot::Grid)->Color(), 0xC0C0C0u);
+    // A preset sets every button, those of the study types not shown too; Cancel stores none.
     colors->PresetButton(EColorPreset::Dark)->click();
     colors->StudyTypeSelector()->setCurrentIndex(6);
     EXPECT_EQ(colors->StudyDataButton()->Color(),
               PresetColor(EColorPreset::Dark, "Study Data Color 6"));
-    Press(QDialogButtonBox::Ok);
-    for (const SPresetColor& entry : PresetColors(EColorPreset::Dark)) {
-        EXPECT_EQ(Stored(entry.key), std::to_string(entry.color)) << entry.key;
-    }
+    EXPECT_EQ(grid->Color(), PresetColor(EColorPreset::Dark, keys::kGridColor));
+    Press(QDialogButtonBox::Cancel);
+    EXPECT_EQ(sheet->result(), QDialog::Rejected);
+    ExpectStored({"Grid Color=<missing>", "Study Data Color 6=<missing>",
+                  "Price Bar Color=" + std::to_string(0x563412)});
 }
 
 } // namespace

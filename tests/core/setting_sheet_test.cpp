@@ -162,22 +162,4 @@ TEST_F(SettingSheetTest, TheEditsOfEveryDataTypeShownReachTheFileAndBadDatapoint
     EXPECT_EQ(Stored("RequestDatapoints"), "10000,200,10000,400,500");
 }
 
-TEST_F(SettingSheetTest, AStoredDataTypeThatIsNoneStaysStoredAndCancelStoresNothing) {
-    CDataSettingsPage& page = Open({"RequestDataType=9", "RequestDays=3,3,3,0,0"});
-    EXPECT_EQ(prompt.Texts(),
-              std::vector<std::string>{"Invalid Setting|Invalid Data Type Selection!"});
-    EXPECT_EQ(page.Group()->title(), "Ticks");
-    Press(QDialogButtonBox::Apply);
-    EXPECT_EQ(Stored("RequestDataType"), "9");
-    const std::string recent = Stored("RequestRecentType");
-    page.Choice(ERequestChoice::Days)->click();
-    page.DaysSpin()->setValue(9);
-    page.DatapointsEdit()->setText("0");
-    Press(QDialogButtonBox::Cancel);
-    EXPECT_EQ(sheet->result(), QDialog::Rejected);
-    EXPECT_EQ(std::tuple(prompt.Texts().size(), dataApplied), std::tuple(1u, 1));
-    EXPECT_EQ(Stored("RequestDays"), "3,3,3,0,0");
-    EXPECT_EQ(Stored("RequestRecentType"), recent);
-}
-
 } // namespace
