@@ -8,7 +8,6 @@
 
 #include "app/ui/chart_bus_target.h"
 #include "chart/ui/chart_form_view.h"
-#include "trend/ui/chart_trendlines.h"
 
 #include <QLabel>
 #include <QStatusBar>
@@ -105,8 +104,8 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
     EXPECT_NE(Status().find(fmt::format(" after {} bars.", received)), std::string::npos)
         << Status();
     EXPECT_TRUE(frame().ChartView()->HistoryShown());
-    // Reconnect (the status bar's button) to a service that works: the whole history, the
-    // trendline and the settings as they were.
+    // Reconnect (the status bar's button) to a service that works: the whole history. (That
+    // the trendlines stay: the bus end-to-end test.)
     UsePortico();
     frame().findChild<QToolButton*>("StatusReconnectButton")->click();
     ASSERT_TRUE(
@@ -114,11 +113,8 @@ TEST_F(FeedFaultTest, ALoadCutShortShowsWhatCameAndReconnectLoadsItWhole) {
         << Status();
     EXPECT_GT(Count(), received);
     EXPECT_EQ(std::tuple(frame().ChartView()->Symbol(), Notice()), std::tuple("LUMA", ""));
-    EXPECT_EQ(frame().ChartTrendlines().Lists().Count(), 1);
-    EXPECT_EQ(Stored("RequestDataType"), "2");
     ASSERT_TRUE(WaitFor([&] { return Pane("Connection") == "Connected"; }, 10s));
     EXPECT_FALSE(Pane("FeedState").starts_with("Feed lost")) << Pane("FeedState");
-    EXPECT_EQ(Export(bus, rows).size(), static_cast<std::size_t>(Count()) + 1);
 }
 
 TEST_F(FeedFaultTest, AStoppedServiceIsSaidToStallAndTheLoadGoesOnWhenItRuns) {

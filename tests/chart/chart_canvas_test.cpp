@@ -1,5 +1,5 @@
-// The chart canvas as the view uses it: the settings' colours on every pane, the keys and the
-// wheel going through the displayed points that persist, the pane commands surviving a restart,
+// The chart canvas as the view uses it: the settings' colours on every pane, the keys going
+// through the displayed points that persist, the pane commands surviving a restart,
 // the read-outs of the bar under the mouse, and the info tip that shows them.
 
 #include "chart/ui/chart_canvas.h"
@@ -23,7 +23,6 @@
 #include <QMouseEvent>
 #include <QScrollBar>
 #include <QTimer>
-#include <QWheelEvent>
 
 namespace {
 
@@ -60,7 +59,7 @@ protected:
     CChartHistRequest history;
 };
 
-TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStoreTheZoom) {
+TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysStoreTheZoom) {
     auto canvas = Open();
     ASSERT_EQ(canvas->LayoutResult().panes.size(), 3U);
     const QImage image = canvas->Stack().RenderImage();
@@ -73,7 +72,7 @@ TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStore
     const QRect priceArea(0, price.top, image.width(), price.height);
     EXPECT_GT(Count(image, kUp, priceArea), 100);
     EXPECT_GT(Count(image, kDown, priceArea), 100);
-    // The keys, the wheel and the scroll bar move the range.
+    // The keys and the scroll bar move the range. (The wheel: the chart end-to-end test.)
     EXPECT_EQ(canvas->Range().DisplayedPoints(), 120);
     Press(*canvas, Qt::Key_Plus);
     EXPECT_EQ(canvas->Range().DisplayedPoints(), 90);
@@ -81,11 +80,6 @@ TEST_F(ChartCanvasTest, TheSettingsColoursShowOnEveryPaneAndTheKeysAndWheelStore
     Press(*canvas, Qt::Key_Home);
     EXPECT_EQ(canvas->Range().FirstIndex(), 0);
     EXPECT_EQ(canvas->ScrollBar()->value(), 0);
-    QWheelEvent wheel(QPointF(100, 100), QPointF(100, 100), QPoint(), QPoint(0, -240), Qt::NoButton,
-                      Qt::NoModifier, Qt::NoScrollPhase, false);
-    QCoreApplication::sendEvent(&canvas->Stack(), &wheel);
-    EXPECT_EQ(canvas->Range().DisplayedPoints(), 240);
-    EXPECT_EQ(settings.GetInt(keys::kPtsIndex), 4);
     canvas->ScrollBar()->setValue(17);
     EXPECT_EQ(canvas->Range().FirstIndex(), 17);
     // On the Percent scale the first bar's close is 0% (bar 17 closes at 102, bar 23 at 106).

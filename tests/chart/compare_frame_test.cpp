@@ -121,11 +121,8 @@ TEST_F(CompareFrameTest, StoredScaleAndSymbolsComeBackEveryLineStartsAtZeroAndTh
         EXPECT_EQ(runs[i + 1].color, entry.color);
     }
     EXPECT_NE(runs[0].color, runs[1].color);
-    // A fourth symbol is refused and says why; an unknown one says so in the status line.
-    EXPECT_EQ(view.CompareSymbol("BRYN"), "");
-    EXPECT_NE(view.CompareSymbol("CDLW").find("at most 3"), std::string::npos);
-    EXPECT_NE(view.CompareSymbol("LUMA").find("own symbol"), std::string::npos);
-    EXPECT_TRUE(view.RemoveCompareSymbol("BRYN"));
+    // An unknown symbol says so in the status line. (The refusals: the bus end-to-end test.)
+    EXPECT_TRUE(view.CompareSymbol("BRYN").empty() && view.RemoveCompareSymbol("BRYN"));
     EXPECT_EQ(view.CompareSymbol("QQQQZ"), "");
     EXPECT_TRUE(WaitFor([&] {
         return view.LastStatusText().find("QQQQZ is an unknown symbol") != std::string::npos;
