@@ -261,7 +261,6 @@ TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) 
     loader.OnProgressTick(view);
     EXPECT_EQ(view.completed, std::vector<int>{250});
     EXPECT_EQ(view.texts.back(), "250 datapoints available.  Displaying 120.");
-
 }
 
 } // namespace
