@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <poll.h>
 #include <spawn.h>
 #include <sstream>
@@ -38,6 +40,30 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     }
     pointers.push_back(nullptr);
     return pointers;
+}
+
+// Children still running when the process exits (a benchmark's or a test's exit on failure skips
+// the destructors that stop them) are stopped then, so that none outlives its runner.
+std::mutex g_childrenMutex;
+std::vector<pid_t> g_children;
+
+void StopChildrenAtExit() {
+    const std::lock_guard lock(g_childrenMutex);
+    for (const pid_t pid : g_children) {
+        // Only a child of ours that has not ended: a pid reaped and reused by another process
+        // is no child of ours and answers ECHILD.
+        if (::waitpid(pid, nullptr, WNOHANG) == 0) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, nullptr, 0);
+        }
+    }
+}
+
+void NoteChild(pid_t pid) {
+    static const bool registered = std::atexit(StopChildrenAtExit) == 0;
+    (void)registered;
+    const std::lock_guard lock(g_childrenMutex);
+    g_children.push_back(pid);
 }
 
 // Spawns with standard input on the null device, standard output to `outFd` (a descriptor of
@@ -71,7 +97,11 @@ pid_t Spawn(const std::string& executable, std::vector<std::string> arguments,
             outFd = -1;
         }
     }
-    return rc == 0 ? pid : -1;
+    if (rc != 0) {
+        return -1;
+    }
+    NoteChild(pid);
+    return pid;
 }
 
 } // namespace
