@@ -79,7 +79,8 @@ class CKestrelStreamSocket : public IPlatformSocketEvents {
 public:
     static constexpr std::int32_t kReceiveCapacity = 0x10000;
     // The most one receive hands a bytes sink: a long answer then takes a few wake-ups of the
-    // event loop and of the sink's reader per megabyte, not dozens.
+    // event loop and of the sink's reader per megabyte, not dozens. The sink itself refuses a
+    // line too long for kReceiveCapacity, ended or not.
     static constexpr std::size_t kSinkReceiveBytes = std::size_t{1} << 18;
 
     explicit CKestrelStreamSocket(IFeedPlatform& platform);

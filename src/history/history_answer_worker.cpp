@@ -109,10 +109,15 @@ void CHistoryAnswerWorker::Run() {
             m_queued -= used;
             m_busy = true;
         }
-        if (used == 0) {
-            m_pending.clear();
+        if (used == 0 || m_tooLong) {
+            // A restart; or bytes after a line too long, which nothing reads.
             std::lock_guard lock(m_mutex);
-            m_pendingLength = 0;
+            if (used == 0) {
+                m_pending.clear();
+                m_tooLong = false;
+                m_pendingLength = 0;
+            }
+            m_spare.push_back(std::move(buffer));
             continue;
         }
         // A line cut by the end of the last buffer is completed from the head of this one; the
@@ -120,13 +125,15 @@ void CHistoryAnswerWorker::Run() {
         std::string_view text(buffer.data(), used);
         std::exception_ptr failure;
         const auto read = [&](std::string_view part) {
+            bool tooLong = false;
             try {
-                m_parser.OnHistoryText(part, passOn);
+                m_parser.OnHistoryText(part, passOn, kLongLine, &tooLong);
             } catch (...) {
                 if (!failure) {
                     failure = std::current_exception();
                 }
             }
+            m_tooLong = m_tooLong || tooLong;
         };
         if (!m_pending.empty()) {
             const std::size_t head = text.find_first_of("\r\n");
@@ -140,18 +147,29 @@ void CHistoryAnswerWorker::Run() {
                 m_pending.clear();
             }
         }
-        const std::size_t last = text.find_last_of("\r\n");
-        const std::size_t whole = last == std::string_view::npos ? 0 : last + 1;
-        read(text.substr(0, whole));
-        m_pending.insert(m_pending.end(), text.begin() + static_cast<std::ptrdiff_t>(whole),
-                         text.end());
+        if (!m_tooLong) {
+            const std::size_t last = text.find_last_of("\r\n");
+            const std::size_t whole = last == std::string_view::npos ? 0 : last + 1;
+            read(text.substr(0, whole));
+            if (!m_tooLong) {
+                m_pending.insert(m_pending.end(), text.begin() + static_cast<std::ptrdiff_t>(whole),
+                                 text.end());
+            }
+        }
+        // A line longer than kLongLine, ended or not, is the last thing read until a restart.
+        m_tooLong = m_tooLong || m_pending.size() > kLongLine;
         bool notify = failure != nullptr;
         {
             std::lock_guard lock(m_mutex);
-            if (m_pending.size() > kLongLine && m_pendingLength <= kLongLine) {
+            const std::size_t length =
+                m_tooLong ? std::max(m_pending.size(), kLongLine + 1) : m_pending.size();
+            if (length > kLongLine && m_pendingLength <= kLongLine) {
                 notify = true;
             }
-            m_pendingLength = m_pending.size();
+            m_pendingLength = length;
+            if (m_tooLong) {
+                m_pending.clear();
+            }
             if (failure && !m_failure) {
                 m_failure = failure;
             }

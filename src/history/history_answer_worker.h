@@ -26,12 +26,13 @@ public:
 
     // Bytes waiting for the worker beyond which HasRoom() says no.
     static constexpr std::size_t kQueueLimit = 4 << 20;
-    // An unfinished line longer than this wakes the owner (LongestPendingLine says how long).
+    // A line longer than this, ended or not, is not read, nor is anything after it until a
+    // restart; the owner is woken and PendingLineLength says more than this.
     static constexpr std::size_t kLongLine = 0xFFFE;
 
     // `wake` (may be empty) runs on the worker thread whenever lines are waiting to be taken,
-    // after a line failed, when the queue has room again after it was full and when an
-    // unfinished line grew past kLongLine; it must not call back into the worker.
+    // after a line failed, when the queue has room again after it was full and when a line
+    // longer than kLongLine was met; it must not call back into the worker.
     explicit CHistoryAnswerWorker(CHistoryResponseParser& parser, Notify wake = {});
     // Finishes the bytes pushed so far, then stops the thread.
     ~CHistoryAnswerWorker();
@@ -59,7 +60,8 @@ public:
     // The bytes pushed from now on do not continue a line of those before: an unfinished line
     // is dropped once the bytes before are read.
     void Restart();
-    // The length of the unfinished line the worker holds, as of the last buffer it read.
+    // The length of the unfinished line the worker holds, as of the last buffer it read; more
+    // than kLongLine once a line that long was met.
     std::size_t PendingLineLength() const;
     // Bytes pushed so far.
     std::uint64_t BytesPushed() const;
@@ -86,5 +88,7 @@ private:
     // The worker's own: the start of a line that the next buffer ends. A queued buffer of no
     // bytes marks a restart.
     std::vector<char> m_pending;
+    // The worker's own: a line longer than kLongLine was met, and nothing after it is read.
+    bool m_tooLong = false;
     std::thread m_thread;
 };

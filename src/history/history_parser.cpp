@@ -312,7 +312,8 @@ SHistoryLine CHistoryResponseParser::OnHistoryLine(std::string_view line) {
     return result;
 }
 
-std::size_t CHistoryResponseParser::OnHistoryText(std::string_view text, const LineSink& passOn) {
+std::size_t CHistoryResponseParser::OnHistoryText(std::string_view text, const LineSink& passOn,
+                                                  std::size_t longestLine, bool* tooLong) {
     std::exception_ptr failure;
     const auto fail = [&failure] {
         if (!failure) {
@@ -333,8 +334,13 @@ std::size_t CHistoryResponseParser::OnHistoryText(std::string_view text, const L
     const bool extendedTrades = m_history.AreExtendedTradesAccepted();
     const std::string_view prefix = m_idPrefix;
     const char* const readable = text.data() + text.size();
+    bool stopped = false;
     const std::size_t taken =
         ForEachLine(text, [&](std::string_view line, const SLineFields& fields) {
+            if (stopped || line.size() > longestLine) {
+                stopped = true;
+                return;
+            }
             const bool history = line.size() >= 3 && line.compare(0, 3, "Loo") == 0;
             const std::string_view id = fields.field[0];
             const bool own = history && id.size() == prefix.size() + 1 &&
@@ -381,6 +387,9 @@ std::size_t CHistoryResponseParser::OnHistoryText(std::string_view text, const L
         flush();
     } catch (...) {
         fail();
+    }
+    if (tooLong != nullptr) {
+        *tooLong = stopped;
     }
     if (failure) {
         std::rethrow_exception(failure);

@@ -52,8 +52,12 @@ public:
     // order, to `passOn` when it is set; without it, other lines beginning with "Loo" go to
     // OnHistoryLine and the rest are dropped. Only complete lines are
     // read: returns the count of bytes up to and including the last line end. A line that throws
-    // is lost alone: the others are read and the first failure is thrown at the end.
-    std::size_t OnHistoryText(std::string_view text, const LineSink& passOn = {});
+    // is lost alone: the others are read and the first failure is thrown at the end. A line
+    // longer than `longestLine` ends the reading: neither it nor any line after it is read, and
+    // `tooLong` (when given) says so.
+    std::size_t OnHistoryText(std::string_view text, const LineSink& passOn = {},
+                              std::size_t longestLine = std::string_view::npos,
+                              bool* tooLong = nullptr);
     // The end marker arrived: sets the history complete flag and hands every held Level 1 line,
     // oldest first, to the live-trade handler, which tells the trades the answer holds already
     // from the later ones and drops what it cannot read. The handler must not throw.

@@ -422,4 +422,27 @@ TEST(AnswerText, GivesWhatItsLinesGiveInOnePieceAndInPiecesOnTheWorker) {
     }
 }
 
+// A line longer than the worker's limit, ended within one buffer or not, is the last thing the
+// worker reads: the lines before it are read, none after, until a restart.
+TEST(AnswerText, ALineTooLongIsTheLastReadUntilARestart) {
+    CChartHistRequest history;
+    CHistoryResponseParser parser(history);
+    CHistoryAnswerWorker worker(parser);
+    const std::string longLine = "LSe," + std::string(CHistoryAnswerWorker::kLongLine, 'x');
+    for (const bool ended : {true, false}) {
+        SCOPED_TRACE(ended);
+        const std::string text = "LSe,a\r\n" + longLine + (ended ? "\r\nLSe,b\r\n" : "");
+        worker.Push(text.data(), text.size());
+        worker.Push("LSe,c\r\n", 7);
+        worker.Drain();
+        EXPECT_EQ(worker.TakeLines(), std::vector<std::string>{"LSe,a"});
+        EXPECT_GT(worker.PendingLineLength(), CHistoryAnswerWorker::kLongLine);
+        worker.Restart();
+        worker.Push("LSe,d\r\n", 7);
+        worker.Drain();
+        EXPECT_EQ(worker.TakeLines(), std::vector<std::string>{"LSe,d"});
+        EXPECT_EQ(worker.PendingLineLength(), 0U);
+    }
+}
+
 } // namespace
