@@ -152,6 +152,14 @@ TEST_F(Progress, AnAnswerCutShortIsShownWithItsCauseUntilTheNextLoad) {
     EXPECT_EQ(progress.ShownText(1, 5, 120), "5 datapoints available.  Displaying 120.");
 }
 
+// The sessions' tests run inside an application, for the sockets' notifications.
+void EnsureApplication() {
+    static int argc = 1;
+    static char name[] = "chart_session";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication application(argc, argv);
+}
+
 // The frame's side of the lookup connection: the lines it dispatches go to the compare set or
 // the chart, as the view sends them, and are noted.
 class RoutingFrame : public IFeedFrame {
@@ -169,9 +177,10 @@ public:
     void OnLevel1Line(const std::string& /*line*/) override {}
     void OnSymbolNotFound(const std::string& /*line*/) override {}
     void OnServiceStatus(const std::string& /*status*/) override {}
-    void OnFeedFault(const SFeedFault& /*fault*/) override {}
+    void OnFeedFault(const SFeedFault& fault) override { faults.push_back(fault); }
 
     std::vector<std::string> lines;
+    std::vector<SFeedFault> faults;
 
 private:
     CChartLoader& m_loader;
@@ -183,10 +192,7 @@ private:
 // symbol's answer) reaches the view's thread in order only when it runs what the parse posted
 // to it.
 TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) {
-    static int argc = 1;
-    static char name[] = "chart_session";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication application(argc, argv);
+    EnsureApplication();
     PorticoProcess portico(PORTICO_EXECUTABLE);
     ASSERT_TRUE(portico.start({}));
     CSettings settings;
@@ -261,6 +267,44 @@ TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) 
     loader.OnProgressTick(view);
     EXPECT_EQ(view.completed, std::vector<int>{250});
     EXPECT_EQ(view.texts.back(), "250 datapoints available.  Displaying 120.");
+}
+
+// A line over the limit at the head of an answer, ended well inside one receive: the parse
+// worker reads nothing from it on, and the lookup connection reports the long line once and
+// stops reading.
+TEST(ChartSession, ALineOverTheLimitInAnAnswerStopsTheLookupConnection) {
+    EnsureApplication();
+    PorticoProcess portico(PORTICO_EXECUTABLE);
+    ASSERT_TRUE(portico.start({"--fault-long-line"}));
+    CSettings settings;
+    settings.RegisterAll(AllSettingKeys());
+    settings.SetInt(keys::kRequestDataType, kDays);
+    QObject context; // outlives the loader, whose parse worker posts to it
+    CChartHistRequest history;
+    CChartLoader loader(history, settings);
+    CCompareSet compare(settings);
+    loader.ParseOnWorker([&context](std::function<void()> call) {
+        QMetaObject::invokeMethod(&context, std::move(call), Qt::QueuedConnection);
+    });
+    RoutingFrame frame(loader, compare);
+    RecordingPrompt prompt;
+    CQtFeedPlatform platform;
+    CFeedConnections feed(frame, prompt, platform);
+    ASSERT_TRUE(feed.CreateConnection(CFeedConnections::kLookup, 0));
+    CKestrelClientAppSocket& lookup = *feed.Connection(CFeedConnections::kLookup);
+    lookup.Connect(CFeedConnections::kAddress, static_cast<std::uint32_t>(portico.lookupPort()));
+    ASSERT_TRUE(RunUntil([&] { return lookup.Statistics().IsConnected(); }));
+    loader.SetFeed(&feed);
+    loader.LoadSettings();
+    settings.SetText(keys::kCurrentSymbol, "LUMA");
+    ASSERT_EQ(loader.Load("LUMA"), CChartLoader::EStart::Sent);
+    ASSERT_TRUE(RunUntil([&] { return !frame.faults.empty(); }));
+    EXPECT_EQ(frame.faults[0].cause, ESocketFault::LineTooLong);
+    EXPECT_EQ(frame.faults[0].connection, CFeedConnections::kLookup);
+    // The answer's records came after the long line: none is read.
+    EXPECT_FALSE(RunUntil([&] { return history.GetCount() > 0 || frame.faults.size() > 1; },
+                          std::chrono::milliseconds(500)));
+    EXPECT_TRUE(frame.lines.empty());
 }
 
 } // namespace
