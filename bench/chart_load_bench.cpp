@@ -90,11 +90,10 @@ namespace {
 
 // Prepares `history` as --series-memory `memory` says.
 void PrepareSeries(CChartHistRequest& history, const std::string& memory) {
-    if (memory == "advice" || memory == "app") {
-        history.SetMemoryAdvice(AdviseLargePages);
-    }
     if (memory == "app") {
-        history.SetMemoryPrefault(PopulatePages);
+        PrepareSeriesMemory(history);
+    } else if (memory == "advice") {
+        history.SetMemoryAdvice(AdviseLargePages);
     }
 }
 

@@ -171,9 +171,10 @@ std::string Command(const std::string& symbol, long ticks) {
 // Prepares the series as the application does; `prefault` off leaves its blocks to fault in as
 // they fill, for a comparison.
 void PrepareSeries(CChartHistRequest& history, bool prefault) {
-    history.SetMemoryAdvice(AdviseLargePages);
     if (prefault) {
-        history.SetMemoryPrefault(PopulatePages);
+        PrepareSeriesMemory(history);
+    } else {
+        history.SetMemoryAdvice(AdviseLargePages);
     }
 }
 

@@ -61,8 +61,7 @@ int main(int argc, char** argv) {
         QApplication::setApplicationVersion(SKYCHART_VERSION);
         CSettings settings;
         CChartHistRequest history;
-        history.SetMemoryAdvice(AdviseLargePages);
-        history.SetMemoryPrefault(PopulatePages);
+        PrepareSeriesMemory(history);
         return RunExport(commandLine, argv[0], settings, history);
     }
     if (commandLine.exportRequested) {
@@ -72,8 +71,7 @@ int main(int argc, char** argv) {
         QCoreApplication::setApplicationVersion(SKYCHART_VERSION);
         CSettings settings;
         CChartHistRequest history;
-        history.SetMemoryAdvice(AdviseLargePages);
-        history.SetMemoryPrefault(PopulatePages);
+        PrepareSeriesMemory(history);
         return RunExport(commandLine, argv[0], settings, history);
     }
 

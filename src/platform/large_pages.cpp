@@ -1,5 +1,7 @@
 #include "platform/large_pages.h"
 
+#include "history/chart_hist_request.h"
+
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -36,4 +38,9 @@ void PopulatePages(void* data, std::size_t bytes) {
     for (std::uintptr_t page = first + kPage; page < end; page += kPage) {
         bytesAt[page - start] = 0;
     }
+}
+
+void PrepareSeriesMemory(CHistoryRequestBase& history) {
+    history.SetMemoryAdvice(AdviseLargePages);
+    history.SetMemoryPrefault(PopulatePages);
 }

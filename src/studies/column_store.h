@@ -19,11 +19,11 @@ public:
     // the kernels write. (Large pages would be cheaper still where the memory was used before,
     // but memory new to the process then costs the zeroing of whole 2 MiB pages, several times
     // what the first chart of a session can afford.) None leaves it to the allocator.
-    using Advice = std::function<void(void* data, std::size_t bytes)>;
-    // Columns shorter than this take no advice.
-    static constexpr std::size_t kAdvisedBytes = std::size_t{4} << 20;
+    using Prepare = std::function<void(void* data, std::size_t bytes)>;
+    // Columns shorter than this are left to the allocator.
+    static constexpr std::size_t kPreparedBytes = std::size_t{4} << 20;
 
-    explicit CColumnStore(Advice advice = {}) : m_advice(std::move(advice)) {}
+    explicit CColumnStore(Prepare prepare = {}) : m_prepare(std::move(prepare)) {}
 
     // Keeps `column` (values and size as they are) when it has room.
     void Put(std::vector<double>&& column) {
@@ -59,7 +59,7 @@ public:
         if (column.capacity() == 0) {
             column = Take();
         }
-        if (column.capacity() >= count || count * sizeof(double) < kAdvisedBytes || !m_advice) {
+        if (column.capacity() >= count || count * sizeof(double) < kPreparedBytes || !m_prepare) {
             return;
         }
         // Fresh room: prepared before anything is written to it. Kept values are copied over.
@@ -67,7 +67,7 @@ public:
         room.reserve(study_kernels::detail::RoomFor(count));
         // Only the entries the kernels write now: the room kept for live points stays
         // unbacked until they come.
-        m_advice(room.data(), count * sizeof(double));
+        m_prepare(room.data(), count * sizeof(double));
         room.assign(column.begin(), column.end());
         column.swap(room);
     }
@@ -85,7 +85,7 @@ public:
     }
 
 private:
-    Advice m_advice;
+    Prepare m_prepare;
     mutable std::mutex m_mutex;
     std::vector<std::vector<double>> m_columns;
 };

@@ -24,9 +24,9 @@ double At(const std::vector<double>& column, int bar) {
 } // namespace
 
 CStudyPanes::CStudyPanes(const SUpperStudySettings& upper, const SStudySettings& studies,
-                         CColumnStore::Advice advice)
+                         CColumnStore::Prepare prepare)
     : m_upper(upper), m_studies(studies), m_inputs(std::make_shared<CStudyInputs>()),
-      m_store(std::make_shared<CColumnStore>(std::move(advice))) {
+      m_store(std::make_shared<CColumnStore>(std::move(prepare))) {
     m_current = std::make_shared<CStudySet>(m_inputs, m_upper, m_studies, Context());
 }
 

@@ -17,9 +17,9 @@
 
 class CStudyPanes final : public IPaneStudies {
 public:
-    // `advice` prepares the fresh room of long study columns (see CColumnStore).
+    // `prepare` readies the fresh room of long study columns (see CColumnStore).
     CStudyPanes(const SUpperStudySettings& upper, const SStudySettings& studies,
-                CColumnStore::Advice advice = {});
+                CColumnStore::Prepare prepare = {});
     ~CStudyPanes() override;
     CStudyPanes(const CStudyPanes&) = delete;
     CStudyPanes& operator=(const CStudyPanes&) = delete;

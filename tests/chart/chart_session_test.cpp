@@ -152,14 +152,6 @@ TEST_F(Progress, AnAnswerCutShortIsShownWithItsCauseUntilTheNextLoad) {
     EXPECT_EQ(progress.ShownText(1, 5, 120), "5 datapoints available.  Displaying 120.");
 }
 
-// The sessions' tests run inside an application, for the sockets' notifications.
-void EnsureApplication() {
-    static int argc = 1;
-    static char name[] = "chart_session";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication application(argc, argv);
-}
-
 // The frame's side of the lookup connection: the lines it dispatches go to the compare set or
 // the chart, as the view sends them, and are noted.
 class RoutingFrame : public IFeedFrame {
@@ -187,30 +179,43 @@ private:
     CCompareSet& m_compare;
 };
 
-// The chart's answers on the real lookup connection: the records of its own request are parsed
-// off the view's thread, and every other line (an error answer, the end markers, a compare
-// symbol's answer) reaches the view's thread in order only when it runs what the parse posted
-// to it.
-TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) {
-    EnsureApplication();
-    PorticoProcess portico(PORTICO_EXECUTABLE);
-    ASSERT_TRUE(portico.start({}));
-    CSettings settings;
-    settings.RegisterAll(AllSettingKeys());
-    settings.SetInt(keys::kRequestDataType, kDays);
-    settings.SetText(keys::kRequestDatapoints, "10000,10000,250,10000,10000");
+// A chart session on the real lookup connection: the loader, a compare set and the frame that
+// routes the connection's lines to them. What the parse worker posts to the view's thread waits
+// in `posted` until the test runs it, unless the test posts it to the event loop.
+class ChartSession : public ::testing::Test {
+protected:
+    ChartSession() {
+        static int argc = 1;
+        static char name[] = "chart_session";
+        static char* argv[] = {name, nullptr};
+        static QCoreApplication application(argc, argv);
+        settings.RegisterAll(AllSettingKeys());
+        settings.SetInt(keys::kRequestDataType, kDays);
+    }
 
-    CChartHistRequest history;
-    CChartLoader loader(history, settings);
-    CCompareSet compare(settings);
-    // What the parse posts to the view's thread waits here until the test runs it.
-    std::mutex postedLock;
-    std::vector<std::function<void()>> posted;
-    loader.ParseOnWorker([&](std::function<void()> call) {
-        std::lock_guard lock(postedLock);
-        posted.push_back(std::move(call));
-    });
-    const auto runPosted = [&] {
+    // Starts portico with `arguments` and connects the lookup connection to it. With `queued`,
+    // what the parse posts runs on the event loop.
+    void Connect(const std::vector<std::string>& arguments, bool queued) {
+        ASSERT_TRUE(portico.start(arguments));
+        loader.ParseOnWorker([this, queued](std::function<void()> call) {
+            if (queued) {
+                QMetaObject::invokeMethod(&context, std::move(call), Qt::QueuedConnection);
+                return;
+            }
+            std::lock_guard lock(postedLock);
+            posted.push_back(std::move(call));
+        });
+        ASSERT_TRUE(feed.CreateConnection(CFeedConnections::kLookup, 0));
+        CKestrelClientAppSocket& lookup = *feed.Connection(CFeedConnections::kLookup);
+        lookup.Connect(CFeedConnections::kAddress,
+                       static_cast<std::uint32_t>(portico.lookupPort()));
+        ASSERT_TRUE(RunUntil([&] { return lookup.Statistics().IsConnected(); }));
+        loader.SetFeed(&feed);
+        compare.SetFeed(&feed);
+        loader.LoadSettings();
+    }
+
+    void RunPosted() {
         std::vector<std::function<void()>> calls;
         {
             std::lock_guard lock(postedLock);
@@ -219,29 +224,42 @@ TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) 
         for (const auto& call : calls) {
             call();
         }
-    };
-    RoutingFrame frame(loader, compare);
+    }
+
+    // The symbol is stored before it is loaded, as the frame does; the request reads it there.
+    CChartLoader::EStart Load(const std::string& symbol) {
+        settings.SetText(keys::kCurrentSymbol, symbol);
+        return loader.Load(symbol);
+    }
+
+    PorticoProcess portico{PORTICO_EXECUTABLE};
+    CSettings settings;
+    // Declared before the loader, whose parse worker posts to them.
+    QObject context;
+    std::mutex postedLock;
+    std::vector<std::function<void()>> posted;
+    CChartHistRequest history;
+    CChartLoader loader{history, settings};
+    CCompareSet compare{settings};
+    RoutingFrame frame{loader, compare};
     RecordingPrompt prompt;
     CQtFeedPlatform platform;
-    CFeedConnections feed(frame, prompt, platform);
-    ASSERT_TRUE(feed.CreateConnection(CFeedConnections::kLookup, 0));
-    CKestrelClientAppSocket& lookup = *feed.Connection(CFeedConnections::kLookup);
-    lookup.Connect(CFeedConnections::kAddress, static_cast<std::uint32_t>(portico.lookupPort()));
-    ASSERT_TRUE(RunUntil([&] { return lookup.Statistics().IsConnected(); }));
-    loader.SetFeed(&feed);
-    compare.SetFeed(&feed);
-    loader.LoadSettings();
-    RecordingSink view;
+    CFeedConnections feed{frame, prompt, platform};
+};
 
-    // The frame stores the symbol before it loads it; the request reads it from there.
-    settings.SetText(keys::kCurrentSymbol, "NOSUCH");
-    ASSERT_EQ(loader.Load("NOSUCH"), CChartLoader::EStart::Sent);
+// The chart's answers: the records of its own request are parsed off the view's thread, and
+// every other line (an error answer, the end markers, a compare symbol's answer) reaches the
+// view's thread in order only when it runs what the parse posted to it.
+TEST_F(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) {
+    settings.SetText(keys::kRequestDatapoints, "10000,10000,250,10000,10000");
+    ASSERT_NO_FATAL_FAILURE(Connect({}, false));
+    RecordingSink view;
+    ASSERT_EQ(Load("NOSUCH"), CChartLoader::EStart::Sent);
     loader.OnProgressTick(view);
     EXPECT_EQ(view.texts.back(), "Retrieving Day Data (0 Days Received)");
     // The trader moves on before the error answer arrives: it must not keep the next request
     // from completing.
-    settings.SetText(keys::kCurrentSymbol, "LUMA");
-    ASSERT_EQ(loader.Load("LUMA"), CChartLoader::EStart::Sent);
+    ASSERT_EQ(Load("LUMA"), CChartLoader::EStart::Sent);
     EXPECT_EQ(compare.Add("AURX", "LUMA", true), "");
     EXPECT_EQ(feed.PendingWatches(), (std::deque<std::string>{"LUMA", "AURX"}));
 
@@ -250,7 +268,7 @@ TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) 
     EXPECT_EQ(compare.Entries()[0].history->GetCount(), 0);
 
     ASSERT_TRUE(RunUntil([&] {
-        runPosted();
+        RunPosted();
         return compare.Entries()[0].loader->AnswerEnded() && !loader.Loading();
     }));
     ASSERT_GT(frame.lines.size(), 253U);
@@ -272,32 +290,9 @@ TEST(ChartSession, RecordsFillTheSeriesOffTheViewThreadTheRestComesBackInOrder) 
 // A line over the limit at the head of an answer, ended well inside one receive: the parse
 // worker reads nothing from it on, and the lookup connection reports the long line once and
 // stops reading.
-TEST(ChartSession, ALineOverTheLimitInAnAnswerStopsTheLookupConnection) {
-    EnsureApplication();
-    PorticoProcess portico(PORTICO_EXECUTABLE);
-    ASSERT_TRUE(portico.start({"--fault-long-line"}));
-    CSettings settings;
-    settings.RegisterAll(AllSettingKeys());
-    settings.SetInt(keys::kRequestDataType, kDays);
-    QObject context; // outlives the loader, whose parse worker posts to it
-    CChartHistRequest history;
-    CChartLoader loader(history, settings);
-    CCompareSet compare(settings);
-    loader.ParseOnWorker([&context](std::function<void()> call) {
-        QMetaObject::invokeMethod(&context, std::move(call), Qt::QueuedConnection);
-    });
-    RoutingFrame frame(loader, compare);
-    RecordingPrompt prompt;
-    CQtFeedPlatform platform;
-    CFeedConnections feed(frame, prompt, platform);
-    ASSERT_TRUE(feed.CreateConnection(CFeedConnections::kLookup, 0));
-    CKestrelClientAppSocket& lookup = *feed.Connection(CFeedConnections::kLookup);
-    lookup.Connect(CFeedConnections::kAddress, static_cast<std::uint32_t>(portico.lookupPort()));
-    ASSERT_TRUE(RunUntil([&] { return lookup.Statistics().IsConnected(); }));
-    loader.SetFeed(&feed);
-    loader.LoadSettings();
-    settings.SetText(keys::kCurrentSymbol, "LUMA");
-    ASSERT_EQ(loader.Load("LUMA"), CChartLoader::EStart::Sent);
+TEST_F(ChartSession, ALineOverTheLimitInAnAnswerStopsTheLookupConnection) {
+    ASSERT_NO_FATAL_FAILURE(Connect({"--fault-long-line"}, true));
+    ASSERT_EQ(Load("LUMA"), CChartLoader::EStart::Sent);
     ASSERT_TRUE(RunUntil([&] { return !frame.faults.empty(); }));
     EXPECT_EQ(frame.faults[0].cause, ESocketFault::LineTooLong);
     EXPECT_EQ(frame.faults[0].connection, CFeedConnections::kLookup);

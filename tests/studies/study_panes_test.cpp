@@ -245,26 +245,26 @@ TEST_F(StudyPanes, ANewSeriesIsComputedIntoTheRoomOfTheOneBefore) {
     }
 }
 
-// Fresh room for a long column is advised once, before it is written, with the values kept; a
-// short column and room kept from a set before take no advice.
-TEST(ColumnStore, OnlyFreshRoomOfALongColumnIsAdvised) {
-    std::vector<std::pair<const void*, std::size_t>> advised;
-    CColumnStore store([&](void* data, std::size_t bytes) { advised.emplace_back(data, bytes); });
-    const std::size_t count = CColumnStore::kAdvisedBytes / sizeof(double);
+// Fresh room for a long column is prepared once, before it is written, with the values kept; a
+// short column and room kept from a set before are not.
+TEST(ColumnStore, OnlyFreshRoomOfALongColumnIsPrepared) {
+    std::vector<std::pair<const void*, std::size_t>> prepared;
+    CColumnStore store([&](void* data, std::size_t bytes) { prepared.emplace_back(data, bytes); });
+    const std::size_t count = CColumnStore::kPreparedBytes / sizeof(double);
     std::vector<double> column{1.5, 2.5};
     store.Fill(column, count);
-    ASSERT_EQ(advised.size(), 1U);
-    EXPECT_EQ(advised[0].first, column.data());
-    EXPECT_EQ(advised[0].second, count * sizeof(double));
+    ASSERT_EQ(prepared.size(), 1U);
+    EXPECT_EQ(prepared[0].first, column.data());
+    EXPECT_EQ(prepared[0].second, count * sizeof(double));
     EXPECT_GT(column.capacity(), count);
     EXPECT_EQ(column, (std::vector<double>{1.5, 2.5}));
     std::vector<double> small;
     store.Fill(small, count - 1);
-    EXPECT_EQ(advised.size(), 1U);
+    EXPECT_EQ(prepared.size(), 1U);
     store.Put(std::move(column));
     std::vector<double> kept;
     store.Fill(kept, count);
-    EXPECT_EQ(advised.size(), 1U);
+    EXPECT_EQ(prepared.size(), 1U);
     EXPECT_GE(kept.capacity(), count);
 }
 

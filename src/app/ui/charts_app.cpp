@@ -17,8 +17,7 @@
 #include <cerrno>
 
 CChartsApp::CChartsApp() : COrvaneWinAppEx("Skychart", SKYCHART_VERSION) {
-    m_history.SetMemoryAdvice(AdviseLargePages);
-    m_history.SetMemoryPrefault(PopulatePages);
+    PrepareSeriesMemory(m_history);
 }
 
 CChartsApp::~CChartsApp() = default;
