@@ -11,8 +11,8 @@
 //
 // Each side allocates its outputs on every run and drops them after the study, as the chart view
 // does for the first series it shows: every 40 MB column is a fresh mapping whose page faults are
-// part of the time (the chart view's set advises its fresh columns into large pages as the view
-// does; the last line writes over the columns of the run before instead). Medians of
+// part of the time (the chart view's set makes its fresh columns resident in one request as the
+// view does; the last line writes over the columns of the run before instead). Medians of
 // the runs are printed, with the ratios and their targets (at most 1.0, stretch 0.5, goal 0.4) and
 // the peak memory of the process.
 //
@@ -132,7 +132,7 @@ std::vector<SStudy> OurStudies(const SBars& bars) {
                        }});
     studies.push_back({"MACD", [=, shortPeriod = lower.macdShort, longPeriod = lower.macdLong,
                                 signal = lower.Period(kStudyMACD)] {
-                           return Newest(k::Macd(close, shortPeriod, longPeriod, signal).histogram);
+                           return Newest(k::Macd(close, shortPeriod, longPeriod, signal).signal);
                        }});
     studies.push_back({"STO", [=, period = lower.Period(kStudyStochastics), fast = lower.stoFast] {
                            return Newest(k::Stochastics(columns, period, fast).d);
@@ -362,7 +362,7 @@ int main(int argc, char** argv) {
 
     // As the chart view computes them after a load: one study set (the three averages, the bands
     // and ten panes, one of each study) over the series' columns, on the view's two threads, its
-    // fresh columns advised into large pages as the view's are.
+    // fresh columns prepared as the view's are.
     SUpperStudySettings upper;
     upper.masShow = true;
     upper.bandsShow = true;

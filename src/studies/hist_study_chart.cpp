@@ -32,15 +32,47 @@ double CHistStudyChart::LineAt(std::size_t line, int bar) const {
         return CChart2D::HoleValue();
     }
     const SLine& at = m_lines[line];
+    if (at.derived) {
+        double value = 0.0;
+        return Derive(line, static_cast<std::size_t>(bar), {&value, 1})[0];
+    }
     return at.flat ? at.flatValue : at.values[static_cast<std::size_t>(bar)];
+}
+
+std::span<const double> CHistStudyChart::LineSlice(std::size_t line, std::size_t begin,
+                                                   std::size_t count,
+                                                   std::vector<double>& scratch) const {
+    const std::size_t size = LineSize(line);
+    begin = std::min(begin, size);
+    count = std::min(count, size - begin);
+    const SLine& at = m_lines[std::min(line, m_lines.size() - 1)];
+    if (count == 0) {
+        return {};
+    }
+    if (at.flat) {
+        scratch.assign(count, at.flatValue);
+        return scratch;
+    }
+    if (at.derived) {
+        scratch.resize(count);
+        return Derive(line, begin, scratch);
+    }
+    return {at.values.data() + begin, count};
+}
+
+std::span<const double> CHistStudyChart::Derive(std::size_t /*line*/, std::size_t /*begin*/,
+                                                std::span<double> out) const {
+    std::fill(out.begin(), out.end(), CChart2D::HoleValue());
+    return out;
 }
 
 std::size_t CHistStudyChart::LineSize(std::size_t line) const {
     if (line >= m_lines.size()) {
         return 0;
     }
-    return m_lines[line].flat ? static_cast<std::size_t>(std::max(m_count, 0))
-                              : m_lines[line].values.size();
+    return m_lines[line].flat || m_lines[line].derived
+               ? static_cast<std::size_t>(std::max(m_count, 0))
+               : m_lines[line].values.size();
 }
 
 void CHistStudyChart::GiveRoom(CColumnStore& store) {
@@ -52,7 +84,7 @@ void CHistStudyChart::GiveRoom(CColumnStore& store) {
 
 void CHistStudyChart::TakeRoom(CColumnStore& store, std::size_t count) {
     for (SLine& line : m_lines) {
-        if (!line.flat) {
+        if (!line.flat && !line.derived) {
             store.Fill(line.values, count);
         }
     }
@@ -65,6 +97,7 @@ void CHistStudyChart::ResetLines(std::initializer_list<const char*> names) {
         m_lines[at].name = name;
         m_lines[at].histogram = false;
         m_lines[at].flat = false;
+        m_lines[at].derived = false;
         ++at;
     }
 }

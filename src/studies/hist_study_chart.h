@@ -17,6 +17,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,9 @@ public:
     using Column = std::vector<double>;
 
     // A drawn line: its export name, values, colour and whether it is drawn as bars from zero.
-    // A flat line has one value at every bar of the series and keeps no column.
+    // A flat line has one value at every bar of the series and keeps no column; nor does a
+    // derived line, whose values the pane computes where they are read from its inputs or its
+    // other lines (a difference of two values costs less to compute again than to keep).
     struct SLine {
         const char* name = "";
         Column values;
@@ -39,6 +42,7 @@ public:
         bool histogram = false;
         bool flat = false;
         double flatValue = 0.0;
+        bool derived = false;
     };
     // A horizontal line across the pane.
     struct SLevel {
@@ -88,8 +92,13 @@ public:
     int Count() const { return m_count; }
     // The value of line `line` at `bar`, NaN outside the series.
     double LineAt(std::size_t line, int bar) const;
-    // The bars of line `line` that hold a value (a flat line: every bar of the series).
+    // The bars of line `line` that hold a value (a flat or derived line: every bar of the
+    // series).
     std::size_t LineSize(std::size_t line) const;
+    // The values of line `line` at the bars from `begin` on, at most `count` of them and none
+    // past LineSize(): a view of its column, or written into `scratch`.
+    std::span<const double> LineSlice(std::size_t line, std::size_t begin, std::size_t count,
+                                      std::vector<double>& scratch) const;
 
 protected:
     virtual std::string Description() const = 0;
@@ -97,6 +106,10 @@ protected:
     virtual std::string CursorValues(int bar) const = 0;
     // Settings beyond the period that the lines depend on.
     virtual std::array<int, 2> Parameters() const { return {0, 0}; }
+    // The values of derived line `line` at bars `begin` .. `begin + out.size() - 1`, all of
+    // them bars of the series: written into `out`, or a view of a column the pane reads.
+    virtual std::span<const double> Derive(std::size_t line, std::size_t begin,
+                                           std::span<double> out) const;
 
     // Makes one line per name (keeping the values of lines already there); the line flags are
     // cleared, for setup to set.
@@ -110,6 +123,9 @@ protected:
     std::vector<SLine> m_lines;
     std::vector<SLevel> m_levels;
     int m_count = 0;
+    // The inputs of the last fill, for the derived lines; they outlive the pane, which only
+    // study sets over the same inputs share.
+    const CStudyInputs* m_inputs = nullptr;
 };
 
 // A pane for the study index `studyType` (an unknown index makes a volume pane).

@@ -101,11 +101,18 @@ void CHistMOMChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_levels = {{0.0, settings.momentumZeroColor}};
     ResetLines({"MOM"});
     m_lines[0].color = m_dataColor;
+    m_lines[0].derived = true;
 }
 
-void CHistMOMChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    study_kernels::Momentum(inputs.Columns().close, m_period, m_lines[0].values, from);
+void CHistMOMChart::fill(const CStudyInputs& inputs, std::size_t /*from*/) {
+    m_inputs = &inputs;
     m_count = inputs.Count();
+}
+
+std::span<const double> CHistMOMChart::Derive(std::size_t /*line*/, std::size_t begin,
+                                              std::span<double> out) const {
+    study_kernels::Momentum(m_inputs->Columns().close, m_period, begin, out);
+    return out;
 }
 
 std::string CHistMOMChart::Description() const {
@@ -130,11 +137,18 @@ void CHistROCChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_levels = {{0.0, settings.roc100Color}};
     ResetLines({"ROC"});
     m_lines[0].color = m_dataColor;
+    m_lines[0].derived = true;
 }
 
-void CHistROCChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    study_kernels::RateOfChange(inputs.Columns().close, m_period, m_lines[0].values, from);
+void CHistROCChart::fill(const CStudyInputs& inputs, std::size_t /*from*/) {
+    m_inputs = &inputs;
     m_count = inputs.Count();
+}
+
+std::span<const double> CHistROCChart::Derive(std::size_t /*line*/, std::size_t begin,
+                                              std::span<double> out) const {
+    study_kernels::RateOfChange(m_inputs->Columns().close, m_period, begin, out);
+    return out;
 }
 
 std::string CHistROCChart::Description() const {
@@ -191,16 +205,26 @@ void CHistMACDChart::setup(const SStudySettings& settings, const SStudyContext& 
     m_lines[1].color = settings.macdSignalColor;
     m_lines[2].color = settings.macdHistogramColor;
     m_lines[2].histogram = true;
+    m_lines[2].derived = true;
 }
 
 void CHistMACDChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    study_kernels::SMacd macd{std::move(m_lines[0].values), std::move(m_lines[1].values),
-                              std::move(m_lines[2].values)};
+    study_kernels::SMacd macd{std::move(m_lines[0].values), std::move(m_lines[1].values)};
     study_kernels::Macd(inputs.Columns().close, m_short, m_long, m_period, macd, m_carry, from);
     m_lines[0].values = std::move(macd.macd);
     m_lines[1].values = std::move(macd.signal);
-    m_lines[2].values = std::move(macd.histogram);
     m_count = inputs.Count();
+}
+
+std::span<const double> CHistMACDChart::Derive(std::size_t /*line*/, std::size_t begin,
+                                               std::span<double> out) const {
+    // The histogram: MACD less its signal.
+    const double* macd = m_lines[0].values.data() + begin;
+    const double* signal = m_lines[1].values.data() + begin;
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        out[i] = macd[i] - signal[i];
+    }
+    return out;
 }
 
 std::string CHistMACDChart::Description() const {
@@ -291,6 +315,7 @@ void CHistVOLChart::setup(const SStudySettings& settings, const SStudyContext& c
     ResetLines({"", "VolumeAverage"});
     m_lines[0].color = m_dataColor;
     m_lines[0].histogram = true;
+    m_lines[0].derived = true;
     m_lines[1].flat = true;
     m_lines[1].color = m_averageColor;
 }
@@ -298,12 +323,9 @@ void CHistVOLChart::setup(const SStudySettings& settings, const SStudyContext& c
 void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
     const std::span<const double> volume = inputs.Columns().volume;
     const std::size_t count = volume.size();
-    // The volume bars are the series' own column; only the average is the study's. Bars before
-    // `from` are kept.
-    Column& bars = m_lines[0].values;
-    from = std::min(from, bars.size());
-    double* out = study_kernels::detail::Grown(bars, count);
-    std::copy(volume.begin() + static_cast<std::ptrdiff_t>(from), volume.end(), out + from);
+    // The volume bars are the series' own column, read where they are drawn; only the average
+    // is the study's.
+    m_inputs = &inputs;
     if (m_allData) {
         // Summed oldest first as a whole pass would, the settled bars once.
         if (from < m_settledBars) {
@@ -322,6 +344,11 @@ void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
     m_lines[1].values.clear();
     m_lines[1].flatValue = m_showAverage ? m_average : CChart2D::HoleValue();
     m_count = inputs.Count();
+}
+
+std::span<const double> CHistVOLChart::Derive(std::size_t /*line*/, std::size_t begin,
+                                              std::span<double> out) const {
+    return m_inputs->Columns().volume.subspan(begin, out.size());
 }
 
 int CHistVOLChart::BarSeconds() const {
@@ -417,10 +444,13 @@ void CHistMFIChart::setup(const SStudySettings& settings, const SStudyContext& c
                 {static_cast<double>(m_lower), settings.mfiLowColor}};
     ResetLines({"MFI"});
     m_lines[0].color = m_dataColor;
+    m_lines[0].derived = m_flows != nullptr;
 }
 
 void CHistMFIChart::fill(const CStudyInputs& inputs, std::size_t from) {
-    study_kernels::MoneyFlowIndex(inputs.Columns(), m_period, m_lines[0].values, from);
+    if (m_flows == nullptr) {
+        study_kernels::MoneyFlowIndex(inputs.Columns(), m_period, m_lines[0].values, from);
+    }
     m_count = inputs.Count();
 }
 
@@ -429,10 +459,18 @@ bool CHistMFIChart::TakesFlowsOf(const CHistStudyChart& pane) const {
            pane.Lines().size() == 2;
 }
 
-void CHistMFIChart::FillFromFlows(const CHistStudyChart& moneyFlow) {
-    study_kernels::MoneyFlowIndex(moneyFlow.Lines()[0].values, moneyFlow.Lines()[1].values,
-                                  m_lines[0].values);
-    m_count = moneyFlow.Count();
+void CHistMFIChart::FillFromFlows(std::shared_ptr<const CHistStudyChart> moneyFlow) {
+    m_flows = std::move(moneyFlow);
+    m_lines[0].derived = true;
+    Column().swap(m_lines[0].values);
+    m_count = m_flows->Count();
+}
+
+std::span<const double> CHistMFIChart::Derive(std::size_t /*line*/, std::size_t begin,
+                                              std::span<double> out) const {
+    study_kernels::MoneyFlowIndex(m_flows->Lines()[0].values, m_flows->Lines()[1].values, begin,
+                                  out);
+    return out;
 }
 
 std::string CHistMFIChart::Description() const {

@@ -31,6 +31,8 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
+    std::span<const double> Derive(std::size_t line, std::size_t begin,
+                                   std::span<double> out) const override;
 };
 
 class CHistROCChart final : public CHistStudyChart {
@@ -43,6 +45,8 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
+    std::span<const double> Derive(std::size_t line, std::size_t begin,
+                                   std::span<double> out) const override;
 };
 
 class CHistOBVChart final : public CHistStudyChart {
@@ -69,6 +73,8 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
+    std::span<const double> Derive(std::size_t line, std::size_t begin,
+                                   std::span<double> out) const override;
     std::array<int, 2> Parameters() const override { return {m_short, m_long}; }
     int m_short = 8;
     int m_long = 17;
@@ -104,6 +110,8 @@ public:
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
+    std::span<const double> Derive(std::size_t line, std::size_t begin,
+                                   std::span<double> out) const override;
     // The seconds of one bar when a bar spans more than a second's trades (minute bars).
     int BarSeconds() const;
     std::array<int, 2> Parameters() const override {
@@ -137,16 +145,23 @@ public:
     void fill(const CStudyInputs& inputs, std::size_t from) override;
     // Whether FillFromFlows can take `pane`'s lines: a money flow pane of the same period.
     bool TakesFlowsOf(const CHistStudyChart& pane) const;
-    // The whole index from a money flow pane that TakesFlowsOf, filled over the same series.
-    void FillFromFlows(const CHistStudyChart& moneyFlow);
+    // From now on the index is computed where it is read from the flows of `moneyFlow`, a pane
+    // that TakesFlowsOf, filled over the same series: a study set that holds this pane holds
+    // that one too, and follows both. A fill from the inputs alone can no longer be asked for.
+    void FillFromFlows(std::shared_ptr<const CHistStudyChart> moneyFlow);
+    // The money flow pane whose flows the index is read from, if any.
+    const CHistStudyChart* Flows() const { return m_flows.get(); }
     std::string InfoLine(int bar) const override;
 
 private:
     std::string Description() const override;
     std::string CursorValues(int bar) const override;
     std::optional<CChart2D::SRange> FixedRange() const override;
+    std::span<const double> Derive(std::size_t line, std::size_t begin,
+                                   std::span<double> out) const override;
     int m_upper = 80;
     int m_lower = 20;
+    std::shared_ptr<const CHistStudyChart> m_flows;
 };
 
 class CHistADXChart final : public CHistStudyChart {

@@ -19,21 +19,17 @@ bool CStudyLineItem::IsHistogram() const {
 }
 
 std::span<const double> CStudyLineItem::Shown(const SPaneView& view) const {
-    const CHistStudyChart::SLine* line = m_study != nullptr && m_line < m_study->Lines().size()
-                                             ? &m_study->Lines()[m_line]
-                                             : nullptr;
-    const int size =
-        static_cast<int>(m_study != nullptr ? m_study->LineSize(m_line)
-                                            : (m_values != nullptr ? m_values->size() : 0));
-    const int begin = std::clamp(view.first, 0, size);
-    const int end = std::clamp(view.first + view.count, begin, size);
-    const auto count = static_cast<std::size_t>(end - begin);
-    if (line != nullptr && line->flat) {
-        m_flat.assign(count, line->flatValue);
-        return m_flat;
+    const auto first = static_cast<std::size_t>(std::max(view.first, 0));
+    const auto count = static_cast<std::size_t>(std::max(view.count + std::min(view.first, 0), 0));
+    if (m_study != nullptr) {
+        return m_line < m_study->Lines().size()
+                   ? m_study->LineSlice(m_line, first, count, m_scratch)
+                   : std::span<const double>();
     }
-    const std::vector<double>& values = line != nullptr ? line->values : *m_values;
-    return {values.data() + begin, count};
+    const std::size_t size = m_values != nullptr ? m_values->size() : 0;
+    const std::size_t begin = std::min(first, size);
+    return {m_values != nullptr ? m_values->data() + begin : nullptr,
+            std::min(count, size - begin)};
 }
 
 void CStudyLineItem::Paint(CChart2D& chart, const SPaneView& view) {

@@ -38,5 +38,5 @@ private:
     std::size_t m_line = 0;
     const std::vector<double>* m_values = nullptr;
     ColorRef m_color = 0;
-    mutable std::vector<double> m_flat;
+    mutable std::vector<double> m_scratch;
 };

@@ -97,20 +97,24 @@ Column Rsi(std::span<const double> close, int period);
 void Rsi(std::span<const double> close, int period, Column& out);
 void Rsi(std::span<const double> close, int period, Column& out, SRsiCarry& carry,
          std::size_t from);
+// Momentum and rate of change read two closes a bar and keep no state: the range forms give the
+// values of bars `begin` .. `begin + out.size() - 1` alone (a pane computes them where it reads
+// them instead of keeping a column).
 Column Momentum(std::span<const double> close, int period);
 void Momentum(std::span<const double> close, int period, Column& out);
-void Momentum(std::span<const double> close, int period, Column& out, std::size_t from);
+void Momentum(std::span<const double> close, int period, std::size_t begin, std::span<double> out);
 Column RateOfChange(std::span<const double> close, int period);
 void RateOfChange(std::span<const double> close, int period, Column& out);
-void RateOfChange(std::span<const double> close, int period, Column& out, std::size_t from);
+void RateOfChange(std::span<const double> close, int period, std::size_t begin,
+                  std::span<double> out);
 Column OnBalanceVolume(const SBarColumns& bars, int period);
 void OnBalanceVolume(const SBarColumns& bars, int period, Column& out);
 void OnBalanceVolume(const SBarColumns& bars, int period, Column& out, std::size_t from);
-// With a short period above the long one the first MACD is at bar S - 1.
+// With a short period above the long one the first MACD is at bar S - 1. The histogram is
+// macd - signal, NaN where either is.
 struct SMacd {
     Column macd;
     Column signal;
-    Column histogram; // macd - signal where both exist
 };
 SMacd Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod);
 void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod,
@@ -138,6 +142,9 @@ void MoneyFlow(const SBarColumns& bars, int period, SMoneyFlow& out, std::size_t
 // pass over the bars.
 void MoneyFlowIndex(std::span<const double> positive, std::span<const double> negative,
                     Column& out);
+// The same at bars `begin` .. `begin + out.size() - 1` alone.
+void MoneyFlowIndex(std::span<const double> positive, std::span<const double> negative,
+                    std::size_t begin, std::span<double> out);
 Column MoneyFlowIndex(const SBarColumns& bars, int period);
 void MoneyFlowIndex(const SBarColumns& bars, int period, Column& out);
 void MoneyFlowIndex(const SBarColumns& bars, int period, Column& out, std::size_t from);

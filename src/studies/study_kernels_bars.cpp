@@ -208,15 +208,19 @@ void MoneyFlowIndex(const SBarColumns& bars, int period, Column& column) {
 }
 
 void MoneyFlowIndex(std::span<const double> positive, std::span<const double> negative,
-                    Column& column) {
+                    std::size_t begin, std::span<double> out) {
     // NaN where the flows are, as the pass over the bars leaves them.
-    const std::size_t count = std::min(positive.size(), negative.size());
-    double* out = Sized(column, count);
-    const double* p = positive.data();
-    const double* q = negative.data();
-    for (std::size_t i = 0; i < count; ++i) {
+    const double* p = positive.data() + begin;
+    const double* q = negative.data() + begin;
+    for (std::size_t i = 0; i < out.size(); ++i) {
         out[i] = 50 + (p[i] - q[i]) * 50 / (p[i] + q[i]);
     }
+}
+
+void MoneyFlowIndex(std::span<const double> positive, std::span<const double> negative,
+                    Column& column) {
+    const std::size_t count = std::min(positive.size(), negative.size());
+    MoneyFlowIndex(positive, negative, 0, {Sized(column, count), count});
 }
 
 void Adx(const SBarColumns& bars, int period, SAdx& columns) {

@@ -225,25 +225,36 @@ void Rsi(std::span<const double> close, int period, Column& column, SRsiCarry& c
     }
 }
 
+void Momentum(std::span<const double> close, int period, std::size_t begin, std::span<double> out) {
+    const std::size_t p = period < 1 ? close.size() : static_cast<std::size_t>(period);
+    const std::size_t end = begin + out.size();
+    const std::size_t first = std::clamp(p, begin, end);
+    FillNaN(out.data(), 0, first - begin);
+    for (std::size_t i = first; i < end; ++i) {
+        out[i - begin] = close[i] - close[i - p];
+    }
+}
+
 void Momentum(std::span<const double> close, int period, Column& column) {
     const std::size_t count = close.size();
-    double* out = Sized(column, count);
-    const std::size_t p = period < 1 ? count : static_cast<std::size_t>(period);
-    FillNaN(out, 0, std::min(p, count));
-    for (std::size_t i = p; i < count; ++i) {
-        out[i] = close[i] - close[i - p];
+    Momentum(close, period, 0, {Sized(column, count), count});
+}
+
+void RateOfChange(std::span<const double> close, int period, std::size_t begin,
+                  std::span<double> out) {
+    const std::size_t p = period < 1 ? close.size() : static_cast<std::size_t>(period);
+    const std::size_t end = begin + out.size();
+    const std::size_t first = std::clamp(p + 1, begin, end);
+    FillNaN(out.data(), 0, first - begin);
+    for (std::size_t i = first; i < end; ++i) {
+        const double base = close[i - p];
+        out[i - begin] = base == 0 ? kNaN : (close[i] - base) / base * 100;
     }
 }
 
 void RateOfChange(std::span<const double> close, int period, Column& column) {
     const std::size_t count = close.size();
-    double* out = Sized(column, count);
-    const std::size_t p = period < 1 ? count : static_cast<std::size_t>(period);
-    FillNaN(out, 0, std::min(p + 1, count));
-    for (std::size_t i = p + 1; i < count; ++i) {
-        const double base = close[i - p];
-        out[i] = base == 0 ? kNaN : (close[i] - base) / base * 100;
-    }
+    RateOfChange(close, period, 0, {Sized(column, count), count});
 }
 
 void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod,
@@ -255,8 +266,7 @@ void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int si
 void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int signalPeriod,
           SMacd& columns, SMacdCarry& carry, std::size_t from) {
     const std::size_t count = close.size();
-    const std::size_t have =
-        std::min({columns.macd.size(), columns.signal.size(), columns.histogram.size()});
+    const std::size_t have = std::min(columns.macd.size(), columns.signal.size());
     const SMacdCarry resumed = carry;
     carry = SMacdCarry{};
     const bool goesOn = resumed.shortPeriod == shortPeriod && resumed.longPeriod == longPeriod &&
@@ -267,11 +277,9 @@ void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int si
     };
     double* macdOut = size(columns.macd);
     double* signalOut = size(columns.signal);
-    double* histogramOut = size(columns.histogram);
     if (shortPeriod < 1 || longPeriod < 1 || signalPeriod < 1) {
         FillNaN(macdOut, 0, count);
         FillNaN(signalOut, 0, count);
-        FillNaN(histogramOut, 0, count);
         return;
     }
     const std::size_t s = static_cast<std::size_t>(shortPeriod);
@@ -294,7 +302,6 @@ void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int si
         // `first`.
         FillNaN(macdOut, 0, std::min(first, count));
         FillNaN(signalOut, 0, std::min(std::max(l + 1, first), count));
-        FillNaN(histogramOut, 0, std::min(std::max(l + 1, first), count));
         if (count <= first) {
             return;
         }
@@ -331,7 +338,6 @@ void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int si
             if (j > l && j >= first) {
                 macdOut[j] = macd;
                 signalOut[j] = signal;
-                histogramOut[j] = macd - signal;
             }
         }
     }
@@ -344,7 +350,6 @@ void Macd(std::span<const double> close, int shortPeriod, int longPeriod, int si
         if (bar >= first) {
             macdOut[bar] = macd;
             signalOut[bar] = signal;
-            histogramOut[bar] = macd - signal;
         }
     };
     for (; j + 1 < count; ++j) {

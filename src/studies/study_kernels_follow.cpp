@@ -89,18 +89,6 @@ void Bollinger(std::span<const double> close, int period, double deviations, SBa
     });
 }
 
-void Momentum(std::span<const double> close, int period, Column& out, std::size_t from) {
-    Follow(close.size(), from, Window(period, 0), out, [&](std::size_t start, Column& column) {
-        Momentum(From(close, start), period, column);
-    });
-}
-
-void RateOfChange(std::span<const double> close, int period, Column& out, std::size_t from) {
-    Follow(close.size(), from, Window(period, 1), out, [&](std::size_t start, Column& column) {
-        RateOfChange(From(close, start), period, column);
-    });
-}
-
 void OnBalanceVolume(const SBarColumns& bars, int period, Column& out, std::size_t from) {
     Follow(bars.Count(), from, Window(period, 1), out, [&](std::size_t start, Column& column) {
         OnBalanceVolume(From(bars, start), period, column);

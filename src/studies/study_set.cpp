@@ -67,6 +67,19 @@ CStudySet::CStudySet(std::shared_ptr<CStudyInputs> inputs, const SUpperStudySett
         m_panes.push_back(std::move(pane));
         m_pending.push_back(pending);
     }
+    // An index taken over reads the flows of its money flow pane, which this set must hold (and
+    // follow) too; without it the index is computed again from the bars.
+    for (std::size_t at = 0; at < m_panes.size(); ++at) {
+        const auto* index = dynamic_cast<const CHistMFIChart*>(m_panes[at].get());
+        if (index == nullptr || index->Flows() == nullptr ||
+            std::any_of(m_panes.begin(), m_panes.end(),
+                        [index](const auto& pane) { return pane.get() == index->Flows(); })) {
+            continue;
+        }
+        m_panes[at] = MakeStudyChart(kStudyMFI);
+        m_panes[at]->setup(m_studies, context);
+        m_pending[4 + at] = true;
+    }
 }
 
 bool CStudySet::Computed() const {
@@ -81,9 +94,10 @@ double StudyCost(int studyType) {
     switch (studyType) {
     case kStudyADX:
         return 3.6;
-    case kStudyMACD:
     case kStudyStochastics:
         return 3.0;
+    case kStudyMACD:
+        return 2.3;
     case kStudyMoneyFlow:
         return 2.7;
     case kStudyMFI:
@@ -93,14 +107,15 @@ double StudyCost(int studyType) {
     case kStudyOBV:
         return 1.2;
     case kStudyVolume:
-        return 0.3;
+        return 0.2;
+    case kStudyMomentum:
+    case kStudyRateOfChange:
+        return 0.0; // read from the closes where drawn
     default:
         return 1.0;
     }
 }
 constexpr double kBandsCost = 3.2;
-// The index from the flows of a money flow pane: one light pass.
-constexpr double kIndexFromFlowsCost = 0.4;
 
 struct SJob {
     double cost;
@@ -138,8 +153,8 @@ void CStudySet::Compute(int threads, CColumnStore* store, const std::atomic<bool
                                           *m_bands);
              }});
     }
-    // A money flow index goes on from the flows of a money flow pane of its period, after it in
-    // the same job when both are computed.
+    // A money flow index is read from the flows of a money flow pane of its period when the set
+    // holds one, computed in the same job when both are.
     std::vector<bool> done(m_panes.size(), false);
     auto fill = [this, store, count = close.size()](CHistStudyChart& pane) {
         if (store != nullptr) {
@@ -153,20 +168,17 @@ void CStudySet::Compute(int threads, CColumnStore* store, const std::atomic<bool
             continue;
         }
         for (std::size_t flowAt = 0; flowAt < m_panes.size(); ++flowAt) {
-            CHistStudyChart* flows = m_panes[flowAt].get();
+            const CHistStudyChart* flows = m_panes[flowAt].get();
             if (!index->TakesFlowsOf(*flows) || (m_pending[4 + flowAt] && done[flowAt])) {
                 continue;
             }
             const bool both = m_pending[4 + flowAt];
-            jobs.push_back({(both ? StudyCost(kStudyMoneyFlow) : 0.0) + kIndexFromFlowsCost,
-                            [index, flows, both, fill, store, count = close.size()] {
+            jobs.push_back({both ? StudyCost(kStudyMoneyFlow) : 0.0,
+                            [index, flows = m_panes[flowAt], both, fill] {
                                 if (both) {
                                     fill(*flows);
                                 }
-                                if (store != nullptr) {
-                                    index->TakeRoom(*store, count);
-                                }
-                                index->FillFromFlows(*flows);
+                                index->FillFromFlows(flows);
                             }});
             done[at] = true;
             done[flowAt] = both || done[flowAt];
@@ -276,15 +288,10 @@ std::vector<SStudyColumn> CStudySet::ExportColumns() const {
             continue;
         }
         written.push_back(pane->StudyType());
-        for (const CHistStudyChart::SLine& line : pane->Lines()) {
-            if (line.name[0] == '\0') {
-                continue;
-            }
-            if (line.flat) {
-                columns.push_back(
-                    {line.name, nullptr, line.flatValue, static_cast<std::size_t>(pane->Count())});
-            } else {
-                columns.push_back({line.name, &line.values});
+        for (std::size_t line = 0; line < pane->Lines().size(); ++line) {
+            const char* name = pane->Lines()[line].name;
+            if (name[0] != '\0') {
+                columns.push_back({name, nullptr, pane.get(), line});
             }
         }
     }

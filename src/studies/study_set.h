@@ -20,20 +20,23 @@
 #include <string>
 #include <vector>
 
-// A column of the export: its header and one value per bar (NaN: an empty cell), or one value
-// for every one of the first `flatCount` bars.
+// A column of the export: its header and one value per bar (NaN: an empty cell), from a column
+// or from a line of a study pane.
 struct SStudyColumn {
     std::string name;
     const std::vector<double>* values = nullptr;
-    double flatValue = 0.0;
-    std::size_t flatCount = 0;
+    const CHistStudyChart* pane = nullptr;
+    std::size_t line = 0;
 
     // The value at `bar`; none past the column.
     std::optional<double> At(std::size_t bar) const {
-        if (values != nullptr) {
-            return bar < values->size() ? std::optional((*values)[bar]) : std::nullopt;
+        if (pane != nullptr) {
+            return bar < pane->LineSize(line)
+                       ? std::optional(pane->LineAt(line, static_cast<int>(bar)))
+                       : std::nullopt;
         }
-        return bar < flatCount ? std::optional(flatValue) : std::nullopt;
+        return values != nullptr && bar < values->size() ? std::optional((*values)[bar])
+                                                         : std::nullopt;
     }
 };
 
@@ -47,10 +50,10 @@ public:
               CStudySet* reuse = nullptr);
 
     // Computes every study not taken over, on up to `threads` threads: the studies are
-    // independent and taken costliest first, the money flow index straight from the money flow
-    // pane of its period when one is computed too. The columns take their room from `store` when
-    // given. Once `cancel` is set no further study starts, and the set stays incomplete: only its
-    // room is of use then.
+    // independent and taken costliest first; a money flow index keeps no column when the set
+    // has a money flow pane of its period, and is read from its flows. The columns take their
+    // room from `store` when given. Once `cancel` is set no further study starts, and the set
+    // stays incomplete: only its room is of use then.
     void Compute(int threads, CColumnStore* store = nullptr,
                  const std::atomic<bool>* cancel = nullptr);
     // Hands the room of every column that this set alone holds (its inputs' too) to `store`;

@@ -169,8 +169,8 @@ struct SKernelColumns {
         sk::StudyAverage(close, p.n, true, ema, from);
         sk::Bollinger(close, p.n, 2.0, bands, from);
         sk::Rsi(close, p.n, rsi, rsiCarry, from);
-        sk::Momentum(close, p.n, momentum, from);
-        sk::RateOfChange(close, p.n, roc, from);
+        sk::Momentum(close, p.n, momentum);
+        sk::RateOfChange(close, p.n, roc);
         sk::OnBalanceVolume(columns, p.n, obv, from);
         sk::Stochastics(columns, p.n, true, fast, from);
         sk::Stochastics(columns, p.n, false, slow, from);

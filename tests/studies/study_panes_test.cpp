@@ -130,11 +130,11 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     studies.SeriesChanged(history, kDays, 0);
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Pane(0).Period(), 20);
-    EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
+    EXPECT_EQ(studies.Current().Pane(0).LineSize(0), 200U);
     settings.SetText(keys::kStudyAvgPeriod, "21,5");
     studies.SettingsChanged(Upper(), Lower());
     // The same panes keep their lines until the new ones are ready.
-    EXPECT_EQ(studies.Current().Pane(0).Lines()[0].values.size(), 200U);
+    EXPECT_EQ(studies.Current().Pane(0).LineSize(0), 200U);
     studies.WaitFinished();
     EXPECT_EQ(studies.Current().Pane(0).Period(), 5);
     // The series' columns are shared by the panes and the new set; the old set is gone.
@@ -194,6 +194,46 @@ TEST_F(StudyPanes, SettingsChangesRecomputeAndANewSymbolClears) {
     auto running = std::make_unique<CStudyPanes>(Upper(), Lower());
     running->SeriesChanged(history, kDays, 0);
     running.reset();
+}
+
+// A money flow index beside a money flow pane of its period keeps no column: it reads the pane's
+// flows, what its own pass over the bars gives (to the rounding of a followed window), live
+// points too. Once the flows' period changes it is computed from the bars again.
+TEST_F(StudyPanes, AnIndexBesideItsFlowsReadsThem) {
+    Show(2, {kStudyMoneyFlow, kStudyMFI});
+    CStudyPanes studies(Upper(), Lower());
+    studies.SeriesChanged(history, kDays, 0);
+    studies.WaitFinished();
+    const auto expectOwnPass = [&](bool column, const char* when) {
+        const CHistStudyChart& index = studies.Current().Pane(1);
+        EXPECT_EQ(index.Lines()[0].values.empty(), !column) << when;
+        CStudyInputs inputs;
+        ASSERT_TRUE(inputs.Read(history, kDays, nullptr));
+        const auto own = MakeStudyChart(kStudyMFI);
+        own->setup(Lower(), {kDays, 0});
+        own->fill(inputs, 0);
+        ASSERT_EQ(index.LineSize(0), own->LineSize(0)) << when;
+        for (int bar = 0; bar < own->Count(); ++bar) {
+            const double got = index.LineAt(0, bar);
+            const double want = own->LineAt(0, bar);
+            ASSERT_TRUE(std::abs(got - want) <= 1e-12 * std::abs(want) ||
+                        (std::isnan(got) && std::isnan(want)))
+                << when << " bar " << bar;
+        }
+    };
+    expectOwnPass(false, "computed");
+    sTICK bar;
+    ASSERT_TRUE(history.GetTick(history.GetLastIndex(), bar));
+    bar.time = CDateTime(bar.time.Days() + 1);
+    bar.close = bar.high;
+    ASSERT_TRUE(history.AppendTick(bar));
+    studies.SeriesGrew();
+    expectOwnPass(false, "followed");
+    settings.SetText(keys::kStudyAvgPeriod, "14,20,20,9,18,5,10,9,14,14");
+    studies.SettingsChanged(Upper(), Lower());
+    studies.WaitFinished();
+    EXPECT_EQ(studies.Current().Pane(0).Period(), 9);
+    expectOwnPass(true, "alone");
 }
 
 // Each new series is computed into the columns of the set before it, shorter or longer, or of a

@@ -27,15 +27,46 @@ inline constexpr const char* kNames[] = {
     "OBV",  "fast %K", "fast %D",    "slow %K",     "slow %D",    "MF+", "MF-", "MFI",
     "MACD", "signal",  "histogram",  "ADX",         "+DI",        "-DI"};
 
+// The MACD histogram: the reference's own, or MACD less its signal for columns without one.
+template <typename Macd> study_formulas::Line HistogramOf(const Macd& macd) {
+    if constexpr (requires { macd.histogram; }) {
+        return macd.histogram;
+    } else {
+        study_formulas::Line histogram(macd.macd.size());
+        for (std::size_t i = 0; i < histogram.size(); ++i) {
+            histogram[i] = macd.macd[i] - macd.signal[i];
+        }
+        return histogram;
+    }
+}
+
 // The lines in the order of kNames.
 template <typename Line, typename Bands, typename Sto, typename Flow, typename Macd, typename Adx>
 std::vector<study_formulas::Line>
 Lines(const Line& sma, const Line& ema, const Bands& bands, const Line& rsi, const Line& momentum,
       const Line& roc, const Line& obv, const Sto& fast, const Sto& slow, const Flow& flow,
       const Line& mfi, const Macd& macd, const Adx& adx) {
-    return {sma,           ema, bands.lower, bands.middle, bands.upper,    rsi,     momentum,
-            roc,           obv, fast.k,      fast.d,       slow.k,         slow.d,  flow.positive,
-            flow.negative, mfi, macd.macd,   macd.signal,  macd.histogram, adx.adx, adx.plusDi,
+    return {sma,
+            ema,
+            bands.lower,
+            bands.middle,
+            bands.upper,
+            rsi,
+            momentum,
+            roc,
+            obv,
+            fast.k,
+            fast.d,
+            slow.k,
+            slow.d,
+            flow.positive,
+            flow.negative,
+            mfi,
+            macd.macd,
+            macd.signal,
+            HistogramOf(macd),
+            adx.adx,
+            adx.plusDi,
             adx.minusDi};
 }
 
