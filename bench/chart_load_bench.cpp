@@ -166,9 +166,8 @@ double StudyBytesPerPoint(const CStudyPanes& studies) {
     for (int number = 1; number <= 3; ++number) {
         add(set.Average(number));
     }
-    for (const auto* column : {&set.Bands().lower, &set.Bands().middle, &set.Bands().upper}) {
-        add(*column);
-    }
+    add(set.Bands().middle);
+    add(set.Bands().width);
     for (int pane = 0; pane < set.PaneCount(); ++pane) {
         for (const CHistStudyChart::SLine& line : set.Pane(pane).Lines()) {
             add(line.values);

@@ -117,7 +117,7 @@ std::vector<SStudy> OurStudies(const SBars& bars) {
     studies.push_back(
         {"bands", [=, period = upper.bandsPeriod, deviations = upper.bandsDeviations] {
              const k::SBands bands = k::Bollinger(close, period, deviations);
-             return Newest(bands.lower) + Newest(bands.upper);
+             return Newest(bands.middle) + Newest(bands.width);
          }});
     studies.push_back(
         {"RSI", [=, period = lower.Period(kStudyRSI)] { return Newest(k::Rsi(close, period)); }});

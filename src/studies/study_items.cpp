@@ -13,6 +13,11 @@ CStudyLineItem::CStudyLineItem(CChart2D::SeriesId id, std::shared_ptr<const CStu
                                const std::vector<double>& values, ColorRef color)
     : m_id(id), m_set(std::move(set)), m_values(&values), m_color(color) {}
 
+CStudyLineItem::CStudyLineItem(CChart2D::SeriesId id, std::shared_ptr<const CStudySet> set,
+                               const study_kernels::SBands& bands, study_kernels::EBand band,
+                               ColorRef color)
+    : m_id(id), m_set(std::move(set)), m_bands(&bands), m_band(band), m_color(color) {}
+
 bool CStudyLineItem::IsHistogram() const {
     return m_study != nullptr && m_line < m_study->Lines().size() &&
            m_study->Lines()[m_line].histogram;
@@ -25,6 +30,11 @@ std::span<const double> CStudyLineItem::Shown(const SPaneView& view) const {
         return m_line < m_study->Lines().size()
                    ? m_study->LineSlice(m_line, first, count, m_scratch)
                    : std::span<const double>();
+    }
+    if (m_bands != nullptr) {
+        const std::size_t begin = std::min(first, m_bands->size());
+        m_scratch.resize(std::min(count, m_bands->size() - begin));
+        return m_bands->Slice(m_band, begin, m_scratch);
     }
     const std::size_t size = m_values != nullptr ? m_values->size() : 0;
     const std::size_t begin = std::min(first, size);

@@ -5,6 +5,7 @@
 // the study set at every paint, so that the points that live trades add are drawn with the rest.
 
 #include "chart/drawn_item.h"
+#include "studies/study_kernels.h"
 
 #include <memory>
 #include <vector>
@@ -20,6 +21,9 @@ public:
     // The column `values` (one value per bar from the oldest), as a line in `color`.
     CStudyLineItem(CChart2D::SeriesId id, std::shared_ptr<const CStudySet> set,
                    const std::vector<double>& values, ColorRef color);
+    // Band `band` of `bands`, as a line in `color`.
+    CStudyLineItem(CChart2D::SeriesId id, std::shared_ptr<const CStudySet> set,
+                   const study_kernels::SBands& bands, study_kernels::EBand band, ColorRef color);
 
     void Paint(CChart2D& chart, const SPaneView& view) override;
     void Erase(CChart2D& chart) const override;
@@ -27,7 +31,8 @@ public:
     std::optional<CChart2D::SRange> Extent(const SPaneView& view) const override;
 
 private:
-    // The values at the displayed bars (a flat line is spread into a scratch column).
+    // The values at the displayed bars (a flat line, a derived line or a band is written into a
+    // scratch column).
     std::span<const double> Shown(const SPaneView& view) const;
     bool IsHistogram() const;
 
@@ -37,6 +42,8 @@ private:
     const CHistStudyChart* m_study = nullptr;
     std::size_t m_line = 0;
     const std::vector<double>* m_values = nullptr;
+    const study_kernels::SBands* m_bands = nullptr;
+    study_kernels::EBand m_band = study_kernels::EBand::Middle;
     ColorRef m_color = 0;
     mutable std::vector<double> m_scratch;
 };

@@ -23,6 +23,7 @@
 // the columns or the carry can go on from recomputes the whole series. The values equal those
 // of a computation over the whole grown series (to the rounding of the rolling sums).
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -81,11 +82,20 @@ Column StudyAverage(std::span<const double> close, int period, bool exponential)
 void StudyAverage(std::span<const double> close, int period, bool exponential, Column& out);
 void StudyAverage(std::span<const double> close, int period, bool exponential, Column& out,
                   std::size_t from);
-// A window of equal closes has a deviation of exactly 0 (three equal lines).
+// The bands: the window's average and the distance of either band from it (the deviations times
+// the window's standard deviation); a band line is computed where it is read, as the kernel would
+// have written it. A window of equal closes has a width of exactly 0 (three equal lines).
+enum class EBand { Lower, Middle, Upper };
 struct SBands {
-    Column lower;
     Column middle;
-    Column upper;
+    Column width;
+
+    std::size_t size() const { return std::min(middle.size(), width.size()); }
+    // Band `band` at `bar` (below size()).
+    double At(EBand band, std::size_t bar) const;
+    // Band `band` at bars `begin` .. `begin + out.size() - 1` (below size()): a view of the
+    // middle column, or written into `out`.
+    std::span<const double> Slice(EBand band, std::size_t begin, std::span<double> out) const;
 };
 SBands Bollinger(std::span<const double> close, int period, double deviations);
 void Bollinger(std::span<const double> close, int period, double deviations, SBands& out);

@@ -85,16 +85,42 @@ void StudyAverage(std::span<const double> close, int period, bool exponential, C
     }
 }
 
+double SBands::At(EBand band, std::size_t bar) const {
+    switch (band) {
+    case EBand::Lower:
+        return middle[bar] - width[bar];
+    case EBand::Upper:
+        return middle[bar] + width[bar];
+    default:
+        return middle[bar];
+    }
+}
+
+std::span<const double> SBands::Slice(EBand band, std::size_t begin, std::span<double> out) const {
+    const double* m = middle.data() + begin;
+    const double* w = width.data() + begin;
+    if (band == EBand::Lower) {
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            out[i] = m[i] - w[i];
+        }
+    } else if (band == EBand::Upper) {
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            out[i] = m[i] + w[i];
+        }
+    } else {
+        return {m, out.size()};
+    }
+    return out;
+}
+
 void Bollinger(std::span<const double> close, int period, double deviations, SBands& bands) {
     const std::size_t count = close.size();
-    double* lower = Sized(bands.lower, count);
     double* middle = Sized(bands.middle, count);
-    double* upper = Sized(bands.upper, count);
+    double* width = Sized(bands.width, count);
     const std::size_t leading =
         period < 1 ? count : std::min(static_cast<std::size_t>(period) - 1, count);
-    FillNaN(lower, 0, leading);
     FillNaN(middle, 0, leading);
-    FillNaN(upper, 0, leading);
+    FillNaN(width, 0, leading);
     if (period < 1 || count < static_cast<std::size_t>(period)) {
         return;
     }
@@ -124,10 +150,8 @@ void Bollinger(std::span<const double> close, int period, double deviations, SBa
     };
     auto emit = [&](std::size_t i, bool flat) {
         const double v = flat ? 0.0 : std::max(squares, 0.0) * inverse;
-        const double s = std::sqrt(v) * deviations;
-        lower[i] = mean - s;
         middle[i] = mean;
-        upper[i] = mean + s;
+        width[i] = std::sqrt(v) * deviations;
     };
 
     std::size_t run = 1; // equal closes ending at the bar

@@ -24,8 +24,8 @@ SBarColumns From(const SBarColumns& bars, std::size_t start) {
 std::array<Column*, 1> ColumnsOf(Column& column) {
     return {&column};
 }
-std::array<Column*, 3> ColumnsOf(SBands& bands) {
-    return {&bands.lower, &bands.middle, &bands.upper};
+std::array<Column*, 2> ColumnsOf(SBands& bands) {
+    return {&bands.middle, &bands.width};
 }
 std::array<Column*, 2> ColumnsOf(SStochastics& sto) {
     return {&sto.k, &sto.d};

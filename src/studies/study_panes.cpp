@@ -21,6 +21,12 @@ double At(const std::vector<double>& column, int bar) {
                                                              : CChart2D::HoleValue();
 }
 
+double At(const study_kernels::SBands& bands, study_kernels::EBand band, int bar) {
+    return bar >= 0 && bar < static_cast<int>(bands.size())
+               ? bands.At(band, static_cast<std::size_t>(bar))
+               : CChart2D::HoleValue();
+}
+
 } // namespace
 
 CStudyPanes::CStudyPanes(const SUpperStudySettings& upper, const SStudySettings& studies,
@@ -265,11 +271,11 @@ void CStudyPanes::AddItems(int pane, std::vector<std::shared_ptr<CDrawnItem>>& i
             }
         }
         if (upper.bandsShow) {
-            const study_kernels::SBands& bands = set->Bands();
+            using study_kernels::EBand;
             int id = kBandSeries;
-            for (const auto* column : {&bands.lower, &bands.middle, &bands.upper}) {
-                items.push_back(
-                    std::make_shared<CStudyLineItem>(id++, set, *column, upper.bandsColor));
+            for (const EBand band : {EBand::Lower, EBand::Middle, EBand::Upper}) {
+                items.push_back(std::make_shared<CStudyLineItem>(id++, set, set->Bands(), band,
+                                                                 upper.bandsColor));
             }
         }
         return;
@@ -318,11 +324,13 @@ std::vector<std::string> CStudyPanes::PriceBarFields(int bar, int decimals) cons
     if (!averages.empty()) {
         fields.push_back(averages);
     }
+    using study_kernels::EBand;
     const study_kernels::SBands& bands = m_current->Bands();
-    if (upper.bandsShow && !CChart2D::IsHole(At(bands.middle, bar))) {
+    if (upper.bandsShow && !CChart2D::IsHole(At(bands, EBand::Middle, bar))) {
         fields.push_back(fmt::format("Bands: lower: {:.{}f} middle: {:.{}f} upper: {:.{}f}",
-                                     At(bands.lower, bar), decimals, At(bands.middle, bar),
-                                     decimals, At(bands.upper, bar), decimals));
+                                     At(bands, EBand::Lower, bar), decimals,
+                                     At(bands, EBand::Middle, bar), decimals,
+                                     At(bands, EBand::Upper, bar), decimals));
     }
     return fields;
 }
@@ -358,12 +366,14 @@ std::string CStudyPanes::InfoAverages(int bar) const {
 }
 
 std::string CStudyPanes::InfoBands(int bar) const {
+    using study_kernels::EBand;
     const study_kernels::SBands& bands = m_current->Bands();
-    if (!m_current->Upper().bandsShow || CChart2D::IsHole(At(bands.middle, bar))) {
+    if (!m_current->Upper().bandsShow || CChart2D::IsHole(At(bands, EBand::Middle, bar))) {
         return {};
     }
     return fmt::format("Bands: lower: {:.2f}  middle: {:.2f}  upper: {:.2f}  ",
-                       At(bands.lower, bar), At(bands.middle, bar), At(bands.upper, bar));
+                       At(bands, EBand::Lower, bar), At(bands, EBand::Middle, bar),
+                       At(bands, EBand::Upper, bar));
 }
 
 std::string CStudyPanes::InfoStudies(int bar) const {

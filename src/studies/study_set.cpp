@@ -144,14 +144,12 @@ void CStudySet::Compute(int threads, CColumnStore* store, const std::atomic<bool
         }
     }
     if (m_pending[3]) {
-        jobs.push_back(
-            {kBandsCost, [this, close, room] {
-                 for (auto* column : {&m_bands->lower, &m_bands->middle, &m_bands->upper}) {
-                     room(*column);
-                 }
-                 study_kernels::Bollinger(close, m_upper.bandsPeriod, m_upper.bandsDeviations,
-                                          *m_bands);
-             }});
+        jobs.push_back({kBandsCost, [this, close, room] {
+                            room(m_bands->middle);
+                            room(m_bands->width);
+                            study_kernels::Bollinger(close, m_upper.bandsPeriod,
+                                                     m_upper.bandsDeviations, *m_bands);
+                        }});
     }
     // A money flow index is read from the flows of a money flow pane of its period when the set
     // holds one, computed in the same job when both are.
@@ -224,9 +222,8 @@ void CStudySet::GiveRoom(CColumnStore& store) {
         }
     }
     if (m_bands != nullptr && m_bands.use_count() == 1) {
-        for (auto* column : {&m_bands->lower, &m_bands->middle, &m_bands->upper}) {
-            store.Put(std::move(*column));
-        }
+        store.Put(std::move(m_bands->middle));
+        store.Put(std::move(m_bands->width));
     }
     for (auto& pane : m_panes) {
         if (pane.use_count() == 1) {
@@ -274,13 +271,22 @@ std::vector<SStudyColumn> CStudySet::ExportColumns() const {
     std::vector<SStudyColumn> columns;
     for (int number = 1; number <= 3; ++number) {
         if (m_upper.AverageShown(number)) {
-            columns.push_back({"MA" + std::to_string(number), &Average(number)});
+            columns.push_back(
+                {"MA" + std::to_string(number), [&values = Average(number)](std::size_t bar) {
+                     return bar < values.size() ? std::optional(values[bar]) : std::nullopt;
+                 }});
         }
     }
     if (m_upper.bandsShow) {
-        columns.push_back({"BBLower", &Bands().lower});
-        columns.push_back({"BBMiddle", &Bands().middle});
-        columns.push_back({"BBUpper", &Bands().upper});
+        using study_kernels::EBand;
+        for (const auto& [name, band] : {std::pair{"BBLower", EBand::Lower},
+                                         {"BBMiddle", EBand::Middle},
+                                         {"BBUpper", EBand::Upper}}) {
+            columns.push_back({name, [&bands = Bands(), band](std::size_t bar) {
+                                   return bar < bands.size() ? std::optional(bands.At(band, bar))
+                                                             : std::nullopt;
+                               }});
+        }
     }
     std::vector<int> written;
     for (const auto& pane : m_panes) {
@@ -291,7 +297,12 @@ std::vector<SStudyColumn> CStudySet::ExportColumns() const {
         for (std::size_t line = 0; line < pane->Lines().size(); ++line) {
             const char* name = pane->Lines()[line].name;
             if (name[0] != '\0') {
-                columns.push_back({name, nullptr, pane.get(), line});
+                columns.push_back({name, [&pane = *pane, line](std::size_t bar) {
+                                       return bar < pane.LineSize(line)
+                                                  ? std::optional(
+                                                        pane.LineAt(line, static_cast<int>(bar)))
+                                                  : std::nullopt;
+                                   }});
             }
         }
     }

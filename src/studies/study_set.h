@@ -15,29 +15,17 @@
 #include "studies/study_settings.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-// A column of the export: its header and one value per bar (NaN: an empty cell), from a column
-// or from a line of a study pane.
+// A column of the export: its header and its value at a bar (NaN: an empty cell; none past the
+// column).
 struct SStudyColumn {
     std::string name;
-    const std::vector<double>* values = nullptr;
-    const CHistStudyChart* pane = nullptr;
-    std::size_t line = 0;
-
-    // The value at `bar`; none past the column.
-    std::optional<double> At(std::size_t bar) const {
-        if (pane != nullptr) {
-            return bar < pane->LineSize(line)
-                       ? std::optional(pane->LineAt(line, static_cast<int>(bar)))
-                       : std::nullopt;
-        }
-        return values != nullptr && bar < values->size() ? std::optional((*values)[bar])
-                                                         : std::nullopt;
-    }
+    std::function<std::optional<double>(std::size_t bar)> At;
 };
 
 class CStudySet {

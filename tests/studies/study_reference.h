@@ -3,6 +3,7 @@
 // Every study's lines in one order, by the reference formulas or by anything with the same
 // members (the kernels' columns), for the sweeps that check the kernels and the panes.
 
+#include "studies/study_kernels.h"
 #include "study_formulas.h"
 
 #include <gtest/gtest.h>
@@ -40,6 +41,20 @@ template <typename Macd> study_formulas::Line HistogramOf(const Macd& macd) {
     }
 }
 
+// A band line: the reference's own, or the kernels' bands as they are drawn.
+template <typename Bands>
+study_formulas::Line BandOf(const Bands& bands, study_kernels::EBand band) {
+    if constexpr (requires { bands.lower; }) {
+        using study_kernels::EBand;
+        return band == EBand::Lower ? bands.lower
+                                    : (band == EBand::Upper ? bands.upper : bands.middle);
+    } else {
+        std::vector<double> room(bands.size());
+        const std::span<const double> drawn = bands.Slice(band, 0, room);
+        return {drawn.begin(), drawn.end()};
+    }
+}
+
 // The lines in the order of kNames.
 template <typename Line, typename Bands, typename Sto, typename Flow, typename Macd, typename Adx>
 std::vector<study_formulas::Line>
@@ -48,9 +63,9 @@ Lines(const Line& sma, const Line& ema, const Bands& bands, const Line& rsi, con
       const Line& mfi, const Macd& macd, const Adx& adx) {
     return {sma,
             ema,
-            bands.lower,
-            bands.middle,
-            bands.upper,
+            BandOf(bands, study_kernels::EBand::Lower),
+            BandOf(bands, study_kernels::EBand::Middle),
+            BandOf(bands, study_kernels::EBand::Upper),
             rsi,
             momentum,
             roc,
