@@ -133,6 +133,11 @@ void CChartLoader::LoadSettings() {
 }
 
 void CChartLoader::Leave() {
+    LeaveSymbol();
+    m_history.ReleaseSpareRoom();
+}
+
+void CChartLoader::LeaveSymbol() {
     if (m_symbol.empty()) {
         return;
     }
@@ -147,7 +152,7 @@ void CChartLoader::Leave() {
 CChartLoader::EStart CChartLoader::Load(const std::string& symbol,
                                         const std::function<void()>& startTimer) {
     if (!m_symbol.empty() && m_symbol != symbol) {
-        Leave();
+        LeaveSymbol();
     }
     // A new request empties the series.
     m_history.Clear();

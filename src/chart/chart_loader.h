@@ -86,7 +86,8 @@ public:
     // Requests the symbol handed to Load rather than "CurrentSymbol" (a second series).
     void SetOwnSymbol(bool own) { m_ownSymbol = own; }
 
-    // Leaves the symbol shown: unwatches it and empties the series. Nothing when none is shown.
+    // Leaves the symbol shown: unwatches it and empties the series, freeing its memory. Nothing
+    // but the latter when none is shown.
     void Leave();
     // Loads `symbol` ("CurrentSymbol"): a different symbol shown before is left, the series is
     // emptied, then the parameters are derived, the symbol watched, `startTimer` called (the
@@ -185,6 +186,8 @@ public:
     }
 
 private:
+    // Leave() keeping the series' blocks for the series loaded next.
+    void LeaveSymbol();
     void ApplyLevel1(const std::string& line);
     // Takes the series as it stands for the answer that stopped short.
     void EndIncomplete(const std::string& why);

@@ -71,11 +71,22 @@ void CHistoryRequestBase::ClearSeries() {
     DropNextBlock();
     m_index.clear();
     m_index.shrink_to_fit();
+    // Kept where the series before left none at that place (a shorter one).
+    m_spare.resize(std::max(m_spare.size(), m_blocks.size()));
+    for (std::size_t at = 0; at < m_blocks.size(); ++at) {
+        m_blocks[at].used = 0;
+        m_spare[at] = std::move(m_blocks[at]);
+    }
     m_blocks.clear();
     m_blocks.shrink_to_fit();
     m_count = 0;
     m_capacity = 0;
     m_growthStep = kDefaultGrowthStep;
+}
+
+void CHistoryRequestBase::FreeSpareBlocks() {
+    m_spare.clear();
+    m_spare.shrink_to_fit();
 }
 
 void CHistoryRequestBase::Erase(std::size_t index) {
@@ -93,8 +104,11 @@ std::size_t CHistoryRequestBase::SeriesBytes() const {
     for (const SBlock& block : m_blocks) {
         bytes += block.capacity * sizeof(sTICK);
     }
+    for (const SBlock& block : m_spare) {
+        bytes += block.capacity * sizeof(sTICK);
+    }
     bytes += m_next.capacity * sizeof(sTICK);
-    return bytes + m_blocks.capacity() * sizeof(SBlock);
+    return bytes + (m_blocks.capacity() + m_spare.capacity()) * sizeof(SBlock);
 }
 
 CHistoryRequestBase::SBlock CHistoryRequestBase::NewBlock(std::size_t capacity) const {
@@ -146,13 +160,19 @@ void CHistoryRequestBase::DropNextBlock() {
 
 sTICK* CHistoryRequestBase::AllocateRecord() {
     if (m_blocks.empty() || m_blocks.back().used == m_blocks.back().capacity) {
-        SBlock block = TakeNextBlock();
+        const std::size_t at = m_blocks.size();
+        SBlock block = at < m_spare.size() ? std::move(m_spare[at]) : SBlock{};
         if (!block.bytes) {
-            block = NewBlock(BlockRecords(m_blocks.size()));
+            block = TakeNextBlock();
+        }
+        if (!block.bytes) {
+            block = NewBlock(BlockRecords(at));
         }
         const bool large = block.capacity * sizeof(sTICK) >= kAdvisedBytes;
         m_blocks.push_back(std::move(block));
-        if (m_prefault && large) {
+        // The block after comes ahead only when the series before left none there.
+        const bool spareNext = at + 1 < m_spare.size() && m_spare[at + 1].bytes;
+        if (m_prefault && large && !spareNext && !m_next.bytes) {
             PrepareNextBlock();
         }
     }
@@ -356,8 +376,14 @@ void CChartHistRequest::SetHistoryComplete(bool complete) {
     if (complete) {
         std::lock_guard lock(m_lock);
         DropNextBlock();
+        FreeSpareBlocks();
     }
     m_historyComplete.store(complete);
+}
+
+void CChartHistRequest::ReleaseSpareRoom() {
+    std::lock_guard lock(m_lock);
+    FreeSpareBlocks();
 }
 
 std::size_t CChartHistRequest::GetSeriesBytes() const {

@@ -26,8 +26,10 @@ public:
     CHistoryRequestBase(const CHistoryRequestBase&) = delete;
     CHistoryRequestBase& operator=(const CHistoryRequestBase&) = delete;
 
-    // Destroys every record, frees the pointer array and the blocks, sets count and capacity to
-    // 0 and the growth step back to the default.
+    // Destroys every record, frees the pointer array, sets count and capacity to 0 and the
+    // growth step back to the default. The blocks are kept for the next series (a chart that
+    // loads another symbol): it writes its records over their resident pages instead of faulting
+    // in fresh ones. FreeSpareBlocks() frees them.
     virtual void Clear();
 
     // How a fresh large block of records is prepared before it is first written: the platform's
@@ -68,6 +70,8 @@ protected:
     std::size_t SeriesBytes() const;
     // Stops the helper (between two pieces) and frees the block prepared ahead.
     void DropNextBlock();
+    // Frees the blocks kept from the series before that this one has not taken.
+    void FreeSpareBlocks();
 
 private:
     // Pointers per chunk of the index.
@@ -109,6 +113,9 @@ private:
     std::jthread m_prefaulter;
     // Records taken out of the series, destroyed with the blocks.
     std::vector<sTICK*> m_erased;
+    // The blocks of the series before, by their place in its list: the block at the same place
+    // in this one has the same size and takes it instead of a fresh one.
+    std::vector<SBlock> m_spare;
 };
 
 // The price fields a column read can copy.
@@ -200,9 +207,11 @@ public:
     void SetGrowthStep(std::size_t step);
 
     // Set when the end marker of an answer arrives, cleared when a request is sent. Setting it
-    // stops the helper and frees the block ahead: the answer will not fill it, and the few
-    // records that follow it do not need it resident.
+    // stops the helper and frees the block ahead and the blocks kept from the series before:
+    // the answer will not fill them, and the few records that follow it do not need them.
     void SetHistoryComplete(bool complete);
+    // Frees the blocks kept from the series before (a chart that leaves its symbol for none).
+    void ReleaseSpareRoom();
     bool IsHistoryComplete() const { return m_historyComplete.load(); }
     // Cleared when the chart view goes away; history lines are then ignored.
     void SetChartAlive(bool alive) { m_chartAlive.store(alive); }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
@@ -183,6 +184,7 @@ TEST_F(Series, TheBlockAheadIsPrefaultedOnAHelperFilledNextAndTheEndOrClearStops
         EXPECT_LT(history.GetSeriesBytes(), bytes);
     });
     stopWhileHeld([&] { history.Clear(); });
+    history.ReleaseSpareRoom();
     EXPECT_EQ(history.GetSeriesBytes(), CChartHistRequest().GetSeriesBytes());
 
     // Refilled past a few blocks, next to a series that prepares nothing ahead.
@@ -228,6 +230,55 @@ TEST_F(Series, TheBlockAheadIsPrefaultedOnAHelperFilledNextAndTheEndOrClearStops
                   history.Record(static_cast<std::size_t>(history.GetLastIndex()))),
               block.data);
     EXPECT_FALSE(onFillingThread);
+}
+
+// A cleared series keeps its blocks for the next one, whose records land in the memory of the
+// records before, none of it prefaulted again, until it outgrows them. The next answer's end, or
+// a release, frees what it did not take.
+TEST_F(Series, AClearedSeriesKeepsItsBlocksForTheNext) {
+    std::mutex mutex;
+    std::size_t prefaulted = 0;
+    history.SetMemoryPrefault([&](void*, std::size_t bytes) {
+        const std::lock_guard lock(mutex);
+        prefaulted += bytes;
+    });
+    const auto addresses = [&] {
+        std::vector<const sTICK*> records;
+        for (int i = 0; i < history.GetCount(); ++i) {
+            records.push_back(history.Record(static_cast<std::size_t>(i)));
+        }
+        std::sort(records.begin(), records.end());
+        return records;
+    };
+    const auto refill = [&](int count) {
+        history.Clear();
+        history.SetHistoryComplete(false);
+        {
+            const std::lock_guard lock(mutex);
+            prefaulted = 0;
+        }
+        Fill(count);
+        EXPECT_EQ(Closes()[static_cast<std::size_t>(count) - 1], 100.0 + count - 1);
+        const std::lock_guard lock(mutex);
+        return prefaulted;
+    };
+    constexpr int kCount = 200000;
+    Fill(kCount);
+    history.SetHistoryComplete(true);
+    const std::vector<const sTICK*> before = addresses();
+    EXPECT_EQ(refill(kCount / 2), 0U);
+    const std::vector<const sTICK*> after = addresses();
+    EXPECT_TRUE(std::all_of(after.begin(), after.end(), [&](const sTICK* record) {
+        return std::binary_search(before.begin(), before.end(), record);
+    }));
+    const std::size_t kept = history.GetSeriesBytes();
+    history.SetHistoryComplete(true);
+    EXPECT_LT(history.GetSeriesBytes(), kept);
+    EXPECT_GT(refill(kCount), 0U);
+    history.Clear();
+    EXPECT_GT(history.GetSeriesBytes(), kept / 2);
+    history.ReleaseSpareRoom();
+    EXPECT_EQ(history.GetSeriesBytes(), CChartHistRequest().GetSeriesBytes());
 }
 
 TEST_F(Series, FilterTimesApplyInclusivelyOnlyWithADateRange) {
