@@ -9,7 +9,7 @@ echo "== end-to-end: 5,000,000 ticks from portico over loopback"
 "$build/bin/portico_load_bench" "$build/bin/portico" --ticks 5000000 --runs 3
 echo
 echo "== history: 5,000,000 ticks parsed into the series, against pandas"
-"$build/bin/history_bench" "$build/bin/portico" --ticks 5000000 --runs 3 \
+"$build/bin/history_bench" "$build/bin/portico" --ticks 5000000 --runs 5 \
     --script "$(dirname "$0")/pandas_parse.py"
 echo
 echo "== data files: a 5,000,000-row tick file indexed and answered by portico, against pandas"
