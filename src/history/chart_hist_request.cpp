@@ -69,6 +69,9 @@ void CHistoryRequestBase::ClearSeries() {
     }
     m_erased.clear();
     DropNextBlock();
+    for (auto& chunk : m_index) {
+        m_spareIndex.push_back(std::move(chunk));
+    }
     m_index.clear();
     m_index.shrink_to_fit();
     // Kept where the series before left none at that place (a shorter one).
@@ -87,6 +90,8 @@ void CHistoryRequestBase::ClearSeries() {
 void CHistoryRequestBase::FreeSpareBlocks() {
     m_spare.clear();
     m_spare.shrink_to_fit();
+    m_spareIndex.clear();
+    m_spareIndex.shrink_to_fit();
 }
 
 void CHistoryRequestBase::Erase(std::size_t index) {
@@ -98,8 +103,8 @@ void CHistoryRequestBase::Erase(std::size_t index) {
 }
 
 std::size_t CHistoryRequestBase::SeriesBytes() const {
-    std::size_t bytes = m_index.capacity() * sizeof(m_index[0]) +
-                        m_index.size() * kIndexChunk * sizeof(sTICK*) +
+    std::size_t bytes = (m_index.capacity() + m_spareIndex.capacity()) * sizeof(m_index[0]) +
+                        (m_index.size() + m_spareIndex.size()) * kIndexChunk * sizeof(sTICK*) +
                         m_erased.capacity() * sizeof(sTICK*);
     for (const SBlock& block : m_blocks) {
         bytes += block.capacity * sizeof(sTICK);
@@ -187,7 +192,12 @@ void CHistoryRequestBase::PushBack(const sTICK& tick) {
         m_capacity += m_growthStep;
     }
     if ((m_count >> kIndexShift) == m_index.size()) {
-        m_index.push_back(std::make_unique_for_overwrite<sTICK*[]>(kIndexChunk));
+        if (m_spareIndex.empty()) {
+            m_index.push_back(std::make_unique_for_overwrite<sTICK*[]>(kIndexChunk));
+        } else {
+            m_index.push_back(std::move(m_spareIndex.back()));
+            m_spareIndex.pop_back();
+        }
     }
     sTICK* place = AllocateRecord();
     try {

@@ -26,10 +26,10 @@ public:
     CHistoryRequestBase(const CHistoryRequestBase&) = delete;
     CHistoryRequestBase& operator=(const CHistoryRequestBase&) = delete;
 
-    // Destroys every record, frees the pointer array, sets count and capacity to 0 and the
-    // growth step back to the default. The blocks are kept for the next series (a chart that
-    // loads another symbol): it writes its records over their resident pages instead of faulting
-    // in fresh ones. FreeSpareBlocks() frees them.
+    // Destroys every record, sets count and capacity to 0 and the growth step back to the
+    // default. The blocks and the index chunks are kept for the next series (a chart that loads
+    // another symbol): it writes over their resident pages instead of faulting in fresh ones.
+    // FreeSpareBlocks() frees them.
     virtual void Clear();
 
     // How a fresh large block of records is prepared before it is first written: the platform's
@@ -114,8 +114,9 @@ private:
     // Records taken out of the series, destroyed with the blocks.
     std::vector<sTICK*> m_erased;
     // The blocks of the series before, by their place in its list: the block at the same place
-    // in this one has the same size and takes it instead of a fresh one.
+    // in this one has the same size and takes it instead of a fresh one. Its index chunks too.
     std::vector<SBlock> m_spare;
+    std::vector<std::unique_ptr<sTICK*[]>> m_spareIndex;
 };
 
 // The price fields a column read can copy.
