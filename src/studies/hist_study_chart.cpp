@@ -45,10 +45,10 @@ std::span<const double> CHistStudyChart::LineSlice(std::size_t line, std::size_t
     const std::size_t size = LineSize(line);
     begin = std::min(begin, size);
     count = std::min(count, size - begin);
-    const SLine& at = m_lines[std::min(line, m_lines.size() - 1)];
     if (count == 0) {
         return {};
     }
+    const SLine& at = m_lines[line];
     if (at.flat) {
         scratch.assign(count, at.flatValue);
         return scratch;
