@@ -36,7 +36,7 @@ double CHistStudyChart::LineAt(std::size_t line, int bar) const {
         double value = 0.0;
         return Derive(line, static_cast<std::size_t>(bar), {&value, 1})[0];
     }
-    return at.flat ? at.flatValue : at.values[static_cast<std::size_t>(bar)];
+    return at.values[static_cast<std::size_t>(bar)];
 }
 
 std::span<const double> CHistStudyChart::LineSlice(std::size_t line, std::size_t begin,
@@ -49,10 +49,6 @@ std::span<const double> CHistStudyChart::LineSlice(std::size_t line, std::size_t
         return {};
     }
     const SLine& at = m_lines[line];
-    if (at.flat) {
-        scratch.assign(count, at.flatValue);
-        return scratch;
-    }
     if (at.derived) {
         scratch.resize(count);
         return Derive(line, begin, scratch);
@@ -70,9 +66,8 @@ std::size_t CHistStudyChart::LineSize(std::size_t line) const {
     if (line >= m_lines.size()) {
         return 0;
     }
-    return m_lines[line].flat || m_lines[line].derived
-               ? static_cast<std::size_t>(std::max(m_count, 0))
-               : m_lines[line].values.size();
+    return m_lines[line].derived ? static_cast<std::size_t>(std::max(m_count, 0))
+                                 : m_lines[line].values.size();
 }
 
 void CHistStudyChart::GiveRoom(CColumnStore& store) {
@@ -84,7 +79,7 @@ void CHistStudyChart::GiveRoom(CColumnStore& store) {
 
 void CHistStudyChart::TakeRoom(CColumnStore& store, std::size_t count) {
     for (SLine& line : m_lines) {
-        if (!line.flat && !line.derived) {
+        if (!line.derived) {
             store.Fill(line.values, count);
         }
     }
@@ -96,7 +91,6 @@ void CHistStudyChart::ResetLines(std::initializer_list<const char*> names) {
     for (const char* name : names) {
         m_lines[at].name = name;
         m_lines[at].histogram = false;
-        m_lines[at].flat = false;
         m_lines[at].derived = false;
         ++at;
     }

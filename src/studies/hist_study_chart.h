@@ -32,16 +32,14 @@ public:
     using Column = std::vector<double>;
 
     // A drawn line: its export name, values, colour and whether it is drawn as bars from zero.
-    // A flat line has one value at every bar of the series and keeps no column; nor does a
-    // derived line, whose values the pane computes where they are read from its inputs or its
-    // other lines (a difference of two values costs less to compute again than to keep).
+    // A derived line keeps no column: the pane computes its values where they are read, from its
+    // inputs or its other lines (a difference of two values costs less to compute again than to
+    // keep; a value at every bar is one number).
     struct SLine {
         const char* name = "";
         Column values;
         ColorRef color = 0;
         bool histogram = false;
-        bool flat = false;
-        double flatValue = 0.0;
         bool derived = false;
     };
     // A horizontal line across the pane.
@@ -92,8 +90,7 @@ public:
     int Count() const { return m_count; }
     // The value of line `line` at `bar`, NaN outside the series.
     double LineAt(std::size_t line, int bar) const;
-    // The bars of line `line` that hold a value (a flat or derived line: every bar of the
-    // series).
+    // The bars of line `line` that hold a value (a derived line: every bar of the series).
     std::size_t LineSize(std::size_t line) const;
     // The values of line `line` at the bars from `begin` on, at most `count` of them and none
     // past LineSize(): a view of its column, or written into `scratch`.

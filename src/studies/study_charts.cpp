@@ -316,7 +316,7 @@ void CHistVOLChart::setup(const SStudySettings& settings, const SStudyContext& c
     m_lines[0].color = m_dataColor;
     m_lines[0].histogram = true;
     m_lines[0].derived = true;
-    m_lines[1].flat = true;
+    m_lines[1].derived = true;
     m_lines[1].color = m_averageColor;
 }
 
@@ -340,15 +340,17 @@ void CHistVOLChart::fill(const CStudyInputs& inputs, std::size_t from) {
     } else {
         m_average = study_kernels::VolumeAverage(volume, m_period, false);
     }
-    // One value at every bar: drawn across the pane, not stored a bar at a time.
-    m_lines[1].values.clear();
-    m_lines[1].flatValue = m_showAverage ? m_average : CChart2D::HoleValue();
     m_count = inputs.Count();
 }
 
-std::span<const double> CHistVOLChart::Derive(std::size_t /*line*/, std::size_t begin,
+std::span<const double> CHistVOLChart::Derive(std::size_t line, std::size_t begin,
                                               std::span<double> out) const {
-    return m_inputs->Columns().volume.subspan(begin, out.size());
+    if (line == 0) {
+        return m_inputs->Columns().volume.subspan(begin, out.size());
+    }
+    // The average: one value at every bar, drawn across the pane.
+    std::fill(out.begin(), out.end(), m_showAverage ? m_average : CChart2D::HoleValue());
+    return out;
 }
 
 int CHistVOLChart::BarSeconds() const {

@@ -31,8 +31,8 @@ public:
     std::optional<CChart2D::SRange> Extent(const SPaneView& view) const override;
 
 private:
-    // The values at the displayed bars (a flat line, a derived line or a band is written into a
-    // scratch column).
+    // The values at the displayed bars (a derived line or a band is written into a scratch
+    // column).
     std::span<const double> Shown(const SPaneView& view) const;
     bool IsHistogram() const;
 

@@ -86,29 +86,20 @@ void StudyAverage(std::span<const double> close, int period, bool exponential, C
 }
 
 double SBands::At(EBand band, std::size_t bar) const {
-    switch (band) {
-    case EBand::Lower:
-        return middle[bar] - width[bar];
-    case EBand::Upper:
-        return middle[bar] + width[bar];
-    default:
-        return middle[bar];
-    }
+    double value = 0.0;
+    return Slice(band, bar, {&value, 1})[0];
 }
 
 std::span<const double> SBands::Slice(EBand band, std::size_t begin, std::span<double> out) const {
     const double* m = middle.data() + begin;
-    const double* w = width.data() + begin;
-    if (band == EBand::Lower) {
-        for (std::size_t i = 0; i < out.size(); ++i) {
-            out[i] = m[i] - w[i];
-        }
-    } else if (band == EBand::Upper) {
-        for (std::size_t i = 0; i < out.size(); ++i) {
-            out[i] = m[i] + w[i];
-        }
-    } else {
+    if (band == EBand::Middle) {
         return {m, out.size()};
+    }
+    // m + (-w) is m - w exactly.
+    const double sign = band == EBand::Lower ? -1.0 : 1.0;
+    const double* w = width.data() + begin;
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        out[i] = m[i] + sign * w[i];
     }
     return out;
 }
