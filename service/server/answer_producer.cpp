@@ -18,8 +18,8 @@ constexpr std::size_t kFillBytes = AnswerProducer::kChunkBytes - AnswerProducer:
 std::unique_ptr<AnswerProducer> AnswerProducer::Start(const Market& market,
                                                       const HistoryRequest& request, Micros now,
                                                       const AnswerFaults& faults, int& running,
-                                                      QObject* receiver,
-                                                      std::function<void()> wake) {
+                                                      QObject* receiver, std::function<void()> wake,
+                                                      DayTextCache* days) {
     const Instrument* instrument = market.find(request.symbol);
     if (!request.isTicks() || instrument == nullptr || instrument->origin != Origin::Simulated ||
         running >= kMaxRunning) {
@@ -28,8 +28,8 @@ std::unique_ptr<AnswerProducer> AnswerProducer::Start(const Market& market,
     std::unique_ptr<AnswerProducer> producer(
         new AnswerProducer(running, receiver, std::move(wake)));
     ++running;
-    producer->m_thread =
-        std::thread(&AnswerProducer::run, producer.get(), std::cref(market), request, now, faults);
+    producer->m_thread = std::thread(&AnswerProducer::run, producer.get(), std::cref(market),
+                                     request, now, faults, days);
     return producer;
 }
 
@@ -70,12 +70,12 @@ void AnswerProducer::recycle(const Chunk& chunk) {
 }
 
 void AnswerProducer::run(const Market& market, HistoryRequest request, Micros now,
-                         AnswerFaults faults) {
+                         AnswerFaults faults, DayTextCache* days) {
     // Below the event loop and the programs on the machine: the client that reads the answer
     // comes first, and a large answer is made in the time it leaves.
     ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), kNice);
     const std::unique_ptr<Market> own = market.simulatedCopy(kCachedDays);
-    HistoryAnswer answer(*own, std::move(request), now, faults);
+    HistoryAnswer answer(*own, std::move(request), now, faults, days);
     for (;;) {
         std::size_t index = 0;
         {

@@ -40,7 +40,8 @@ public:
     static std::unique_ptr<AnswerProducer> Start(const Market& market,
                                                  const HistoryRequest& request, Micros now,
                                                  const AnswerFaults& faults, int& running,
-                                                 QObject* receiver, std::function<void()> wake);
+                                                 QObject* receiver, std::function<void()> wake,
+                                                 DayTextCache* days = nullptr);
     // Stops the thread; what it had not handed over is dropped.
     ~AnswerProducer();
 
@@ -56,7 +57,8 @@ public:
 
 private:
     AnswerProducer(int& running, QObject* receiver, std::function<void()> wake);
-    void run(const Market& market, HistoryRequest request, Micros now, AnswerFaults faults);
+    void run(const Market& market, HistoryRequest request, Micros now, AnswerFaults faults,
+             DayTextCache* days);
 
     int& m_running;
     QObject* m_receiver;

@@ -16,6 +16,8 @@ constexpr std::chrono::milliseconds kIndexWait{5};
 constexpr const char* kNoData = ",E,!NO_DATA!,";
 // Ticks written in one go.
 constexpr std::size_t kTickRun = 64;
+// Tick answers of at least this many lines are copied from day texts when they can be.
+constexpr std::uint64_t kDayTextLines = 100'000;
 
 // Keeps the newest `count` of bars held oldest first.
 void KeepNewest(std::vector<Bar>& bars, std::uint64_t count) {
@@ -36,8 +38,8 @@ std::int32_t DaysBefore(std::int32_t today, std::uint64_t count, std::int64_t da
 } // namespace
 
 HistoryAnswer::HistoryAnswer(const Market& market, HistoryRequest request, Micros now,
-                             AnswerFaults faults)
-    : m_market(market), m_request(std::move(request)), m_now(now), m_faults(faults),
+                             AnswerFaults faults, DayTextCache* days)
+    : m_market(market), m_request(std::move(request)), m_now(now), m_faults(faults), m_days(days),
       m_tickLines(m_request.id) {}
 
 HistoryAnswer::~HistoryAnswer() = default;
@@ -158,7 +160,13 @@ void HistoryAnswer::makeSource() {
         selection.beginFilter = r.beginFilter;
         selection.endFilter = r.endFilter;
         selection.newestFirst = r.newestFirst;
-        m_ticks = std::make_unique<TickSource>(m_market, instrument, selection);
+        const bool faulty = m_faults.malformedEvery > 0 || m_faults.lineLimit > 0;
+        if (m_days && m_days->budget() > 0 && !faulty && selection.limit >= kDayTextLines) {
+            m_dayText = std::make_unique<DayTextSource>(m_market, instrument, selection, r.id,
+                                                        m_now, *m_days);
+        } else {
+            m_ticks = std::make_unique<TickSource>(m_market, instrument, selection);
+        }
     } else if (r.isIntervals()) {
         IntervalSelection selection;
         selection.from = from;
@@ -232,6 +240,15 @@ HistoryAnswer::Progress HistoryAnswer::fill(LineWriter& out, std::size_t budget)
         return finish(out, ",E,!UNKNOWN_SYMBOL!,");
     }
     if (m_stage != Stage::Ready && !prepare()) {
+        return Progress::More;
+    }
+    if (m_dayText) {
+        std::uint64_t lines = 0;
+        const SourceStep step = m_dayText->fill(out, budget, lines);
+        m_dataLines += lines;
+        if (step == SourceStep::Done) {
+            return finish(out, m_dataLines == 0 ? kNoData : nullptr);
+        }
         return Progress::More;
     }
     if (m_ticks) {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "day_text.h"
 #include "interval_source.h"
 #include "line_writer.h"
 #include "market/market.h"
@@ -38,7 +39,11 @@ public:
     // one, gets the newest this many (in the direction asked for).
     static constexpr std::uint64_t kMaxDataLines = 5'000'000;
 
-    HistoryAnswer(const Market& market, HistoryRequest request, Micros now, AnswerFaults faults);
+    // With `days`, a long tick answer without faults is copied from the text of whole days kept
+    // there (DayTextSource), which takes a day's work at a time: for answers made on a thread of
+    // their own.
+    HistoryAnswer(const Market& market, HistoryRequest request, Micros now, AnswerFaults faults,
+                  DayTextCache* days = nullptr);
     ~HistoryAnswer();
 
     // Appends lines until `out` holds at least `budget` bytes, a bounded amount of work has been
@@ -82,7 +87,9 @@ private:
     Micros m_recentStart = 0;
     std::int32_t m_warmLow = 0;  // WarmDays: the oldest day to warm
     std::int32_t m_warmHigh = 0; // the newest day not yet warm
+    DayTextCache* m_days;
     std::unique_ptr<TickSource> m_ticks;
+    std::unique_ptr<DayTextSource> m_dayText;
     std::unique_ptr<IntervalSource> m_intervals;
     std::vector<Bar> m_bars; // day, week and month bars: at most one a day of history
     std::size_t m_barIndex = 0;

@@ -105,9 +105,9 @@ void LookupSession::handle(const std::string& line) {
                     faults.lineLimit = limit > m_dataLinesSent ? limit - m_dataLinesSent : 1;
                 }
                 const Micros now = m_context.clock.now();
-                m_producer = AnswerProducer::Start(m_context.market, request, now, faults,
-                                                   m_context.producersRunning, this,
-                                                   [this] { requestWork(); });
+                m_producer = AnswerProducer::Start(
+                    m_context.market, request, now, faults, m_context.producersRunning, this,
+                    [this] { requestWork(); }, m_context.dayText);
                 if (!m_producer) {
                     m_answer =
                         std::make_unique<HistoryAnswer>(m_context.market, request, now, faults);

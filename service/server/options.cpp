@@ -120,6 +120,7 @@ OptionsResult ParseOptions(const std::vector<std::string>& arguments) {
         {"--stress-rate", integer(o.stressRate, 0, 10'000'000)},
         {"--data-dir", [&](const std::string& v) { return o.dataDir = v, !v.empty(); }},
         {"--slow-reader-grace", integer(o.slowReaderGraceSeconds, 1, 3600)},
+        {"--day-cache-mb", integer(o.dayCacheMb, 0, 1'000'000)},
         {"--fault-close-after",
          [&](const std::string& v) {
              return ParseNumber(v, o.faults.closeAfterLines) && o.faults.closeAfterLines > 0;
@@ -217,6 +218,9 @@ Options:
                              synthetic lines are made.
   --slow-reader-grace S      disconnect a Level 1 client whose output waiting to be written stays
                              above 4 MiB for S seconds (default 5; see Limits)
+  --day-cache-mb N           keep up to N MiB of the text of past days' ticks, so that a long
+                             tick answer asked for again is copied rather than generated
+                             (default 512, 0 = none); a day not asked for in ten minutes goes
   --data-dir DIR             also serve the instruments of the data files in DIR (see Data files)
   --data-only                serve only the instruments of --data-dir, not the simulated market
 

@@ -36,6 +36,7 @@ struct Options {
     double quoteRate = 2.0;
     int stressRate = 0; // extra synthetic update lines per second over all watched symbols
     int slowReaderGraceSeconds = 5; // a Level 1 client this long over its output bound is dropped
+    int dayCacheMb = 512;           // text of past days kept for long tick answers; 0: none
     std::string dataDir;            // a folder of the trader's own data files; empty: none
     bool dataOnly = false;          // serve only those, not the simulated market
     Faults faults;

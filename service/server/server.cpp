@@ -77,8 +77,10 @@ Server::Server(Options options, const QTimeZone& timeZone, QObject* parent)
       m_clock(OffsetOf(timeZone), m_options.startTime, m_options.clockRate),
       m_live(m_market, m_options.symbolLimit, m_options.quoteRate, m_options.seed,
              m_options.stressRate),
-      m_context(m_options, m_market, m_clock, m_live) {
+      m_context(m_options, m_market, m_clock, m_live),
+      m_dayText(static_cast<std::size_t>(m_options.dayCacheMb) << 20) {
     m_context.scheduler = &m_scheduler;
+    m_context.dayText = &m_dayText;
     m_sinceStart.start();
     m_sinceLiveAdvance.start();
     m_startedAt = m_clock.now();
@@ -240,6 +242,7 @@ void Server::updateLinger() {
 }
 
 void Server::everySecond() {
+    m_dayText.trim(DayTextCache::Clock::now());
     std::uint64_t bytesIn = m_context.bytesReceived;
     std::uint64_t bytesOut = m_context.bytesSent;
     for (const Connection* connection : m_connections) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "clock.h"
+#include "day_text.h"
 #include "live_feed.h"
 #include "market/market.h"
 #include "options.h"
@@ -63,6 +64,7 @@ private:
     LiveFeed m_live;
     ServerContext m_context;
     WorkScheduler m_scheduler;
+    DayTextCache m_dayText;
     QTcpServer m_admin;
     QTcpServer m_lookup;
     QTcpServer m_level1;

@@ -12,6 +12,7 @@
 
 namespace portico {
 
+class DayTextCache;
 class WorkScheduler;
 
 class ServerContext {
@@ -25,6 +26,7 @@ public:
     const Clock& clock;
     LiveFeed& live;
     WorkScheduler* scheduler = nullptr; // shares the event loop between busy connections
+    DayTextCache* dayText = nullptr;    // whole past days of tick lines, for answer producers
 
     int adminPort = 0;
     int lookupPort = 0;

@@ -1,6 +1,7 @@
 // The streaming sources of history answers against the market's whole-range queries: the same
 // ticks and bars, in the same order, for every limit, filter and direction, however the work is
-// cut into steps.
+// cut into steps; and long tick answers copied from kept day texts against the same answers
+// formatted tick by tick.
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "commands.h"
+#include "history_answer.h"
 #include "interval_source.h"
 #include "market_test_support.h"
 #include "tick_source.h"
@@ -157,6 +160,54 @@ TEST_F(AnswerSources, LongAnswersAreMadeInShortSteps) {
         TickSource(*market, luma, {StartOfDay(luma.firstDay), now, 1000, 43200, 43201, false}));
     EXPECT_EQ(someTicks.size(), 1000u);
     EXPECT_GT(tickPauses, 2);
+}
+
+// The whole text of the answer to `command`, taken in steps of 64 KiB.
+std::string Answer(const Market& market, const std::string& command, Micros now,
+                   DayTextCache* days) {
+    HistoryAnswer answer(market, std::get<HistoryRequest>(ParseCommand(command)), now, {}, days);
+    LineWriter out;
+    std::string text;
+    for (auto progress = HistoryAnswer::Progress::More;
+         progress == HistoryAnswer::Progress::More;) {
+        out.clear();
+        progress = answer.fill(out, 64 * 1024);
+        text += out.view();
+    }
+    return text;
+}
+
+TEST_F(AnswerSources, AnswersFromKeptDaysAreTheFormattedAnswers) {
+    // Oldest first from inside a day and newest first, a filter, a range ending in a past day;
+    // asked for once (formatted as sent), twice (days kept) and again (copied), with a budget
+    // that keeps every day and one that keeps a few; the day in progress is never kept.
+    const Micros now = At(2026, 11, 20, 11, 30) + 123;
+    const std::string commands[] = {"HTX,LUMA,700000,1,A", "HTX,LUMA,700000,0,A",
+                                    "HTD,AURX,3,,093000,155959,1,B",
+                                    "HTT,LUMA,20261117 101703,20261119 094530,,,,0,C"};
+    std::vector<std::string> formatted;
+    for (const std::string& command : commands) {
+        formatted.push_back(Answer(*market, command, now, nullptr));
+        EXPECT_GT(std::count(formatted.back().begin(), formatted.back().end(), '\n'), 10'000)
+            << command;
+    }
+    for (const std::size_t budget : {std::size_t{1} << 30, std::size_t{60} << 20}) {
+        DayTextCache days(budget);
+        for (int pass = 0; pass < 3; ++pass) {
+            for (std::size_t i = 0; i < std::size(commands); ++i) {
+                SCOPED_TRACE(commands[i] + " budget " + std::to_string(budget) + " pass " +
+                             std::to_string(pass));
+                const std::string copied = Answer(*market, commands[i], now, &days);
+                EXPECT_TRUE(copied == formatted[i])
+                    << copied.size() << " bytes, not " << formatted[i].size();
+                // A day is kept the second time it is asked for.
+                EXPECT_EQ(days.bytes() > 0, pass > 0 || i > 0);
+                EXPECT_LE(days.bytes(), budget);
+            }
+        }
+        days.trim(DayTextCache::Clock::now() + std::chrono::minutes(11));
+        EXPECT_EQ(days.bytes(), 0u);
+    }
 }
 
 } // namespace
