@@ -415,8 +415,11 @@ int main(int argc, char** argv) {
     std::printf("  first chart to every study drawn: %.0f ms   (goal at most 250 ms)\n",
                 Median(studiesDrawn) * 1000.0);
     std::printf("  the same for the process's first chart, every study column fresh memory: %.0f "
-                "ms   (goal at most 250 ms)\n",
-                Seconds(cold.painted, cold.studies) * 1000.0);
+                "ms   (goal at most 250 ms; Enter to end marker %.0f ms, end marker to every "
+                "study drawn %.0f ms)\n",
+                Seconds(cold.painted, cold.studies) * 1000.0,
+                Seconds(cold.enter, cold.complete) * 1000.0,
+                Seconds(cold.complete, cold.studies) * 1000.0);
     std::printf("  full-history daily chart, %s since its first day (%d bars), every study: load "
                 "to every study drawn %.0f ms (median of %d; the complete history is shown on the "
                 "%d ms progress tick)\n",
