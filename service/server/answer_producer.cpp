@@ -87,19 +87,26 @@ void AnswerProducer::run(const Market& market, HistoryRequest request, Micros no
             index = m_spare.back();
             m_spare.pop_back();
         }
-        LineWriter& out = m_buffers[index];
-        out.clear();
-        auto progress = HistoryAnswer::Progress::More;
-        while (progress == HistoryAnswer::Progress::More && out.size() < kFillBytes && !m_stop) {
-            progress = answer.fill(out, kFillBytes);
+        // Lines kept whole in memory are sent from where they are; the buffer stays unused.
+        Chunk chunk{index, {}, HistoryAnswer::Progress::More, 0, nullptr};
+        if (!answer.view(kChunkBytes, chunk.text, chunk.keep)) {
+            LineWriter& out = m_buffers[index];
+            out.clear();
+            while (chunk.progress == HistoryAnswer::Progress::More && out.size() < kFillBytes &&
+                   !m_stop) {
+                chunk.progress = answer.fill(out, kFillBytes);
+            }
+            chunk.text = out.view();
         }
+        chunk.dataLines = answer.dataLines();
+        const auto progress = chunk.progress;
         bool wake = false;
         {
             const std::lock_guard lock(m_mutex);
             if (m_stop) {
                 return;
             }
-            m_ready.push_back({index, out.view(), progress, answer.dataLines()});
+            m_ready.push_back(std::move(chunk));
             wake = std::exchange(m_waiting, false);
         }
         if (wake) {

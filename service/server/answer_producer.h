@@ -47,9 +47,10 @@ public:
 
     struct Chunk {
         std::size_t buffer = 0;
-        std::string_view text;
+        std::string_view text; // in the buffer, or in the text that `keep` holds
         HistoryAnswer::Progress progress = HistoryAnswer::Progress::More;
         std::uint64_t dataLines = 0; // of the answer so far
+        std::shared_ptr<const void> keep;
     };
     // The next chunk of the answer, if one is ready; its text stays valid until recycle().
     std::optional<Chunk> take();

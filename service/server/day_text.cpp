@@ -340,6 +340,21 @@ std::size_t DayTextSource::writeDirect(LineWriter& out) {
     return n;
 }
 
+bool DayTextSource::view(std::size_t maxBytes, std::string_view& text, std::uint64_t& lines,
+                         std::shared_ptr<const DayText>& keep) {
+    if (m_selection.newestFirst || (m_next == m_end && (m_left == 0 || !openDay())) || m_direct ||
+        !m_text->whole()) {
+        return false;
+    }
+    const std::size_t last = m_text->fitting(m_next, m_end, maxBytes);
+    text = m_text->text(m_next, last);
+    lines = last - m_next;
+    m_left -= lines;
+    m_next = m_left == 0 ? m_end : last;
+    keep = m_text;
+    return true;
+}
+
 SourceStep DayTextSource::fill(LineWriter& out, std::size_t budget, std::uint64_t& lines) {
     lines = 0;
     while (out.size() < budget) {

@@ -125,6 +125,11 @@ public:
     // Appends whole lines to `out` until it holds `budget` bytes or the answer ends (Done);
     // `lines` counts the lines appended.
     SourceStep fill(LineWriter& out, std::size_t budget, std::uint64_t& lines);
+    // Instead of fill(), oldest first: up to `maxBytes` of the next lines (at least one) where
+    // they lie in a whole day text, which `keep` holds; false, with nothing taken, when the next
+    // lines are not in one.
+    bool view(std::size_t maxBytes, std::string_view& text, std::uint64_t& lines,
+              std::shared_ptr<const DayText>& keep);
 
 private:
     std::optional<std::pair<Micros, Micros>> window(std::int32_t day) const {

@@ -280,6 +280,18 @@ HistoryAnswer::Progress HistoryAnswer::fill(LineWriter& out, std::size_t budget)
     return Progress::More;
 }
 
+bool HistoryAnswer::view(std::size_t maxBytes, std::string_view& text,
+                         std::shared_ptr<const void>& keep) {
+    std::uint64_t lines = 0;
+    std::shared_ptr<const DayText> day;
+    if (m_finished || !m_dayText || !m_dayText->view(maxBytes, text, lines, day)) {
+        return false;
+    }
+    m_dataLines += lines;
+    keep = std::move(day);
+    return true;
+}
+
 template <int Decimals>
 HistoryAnswer::Progress HistoryAnswer::fillTicks(LineWriter& out, std::size_t budget) {
     // Without faults, ticks are taken and written a run at a time.

@@ -50,6 +50,10 @@ public:
     // done (More, possibly with nothing appended) or the answer ends. Done: the end marker has
     // been written; Cut: the line limit was reached.
     Progress fill(LineWriter& out, std::size_t budget);
+    // Instead of fill(): up to `maxBytes` of the next lines where they are kept whole in memory
+    // (at least one line), which `keep` holds; false, with nothing taken, when the next lines
+    // are not kept so.
+    bool view(std::size_t maxBytes, std::string_view& text, std::shared_ptr<const void>& keep);
     std::uint64_t dataLines() const { return m_dataLines; }
 
 private:
