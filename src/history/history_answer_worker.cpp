@@ -181,7 +181,7 @@ void CHistoryAnswerWorker::Run() {
                 lines.clear();
             }
             m_spare.push_back(std::move(buffer));
-            if (m_wasFull && m_queued <= kQueueLimit) {
+            if (m_wasFull && m_queued <= kRoomAgain) {
                 m_wasFull = false;
                 notify = true;
             }

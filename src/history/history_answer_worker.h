@@ -26,12 +26,16 @@ public:
 
     // Bytes waiting for the worker beyond which HasRoom() says no.
     static constexpr std::size_t kQueueLimit = 4 << 20;
+    // Once the queue was full, the wake-up that says there is room comes when this little is
+    // left: the receiving side then reads a run of buffers at once, instead of one buffer per
+    // wake-up while the worker stays just behind a fast sender.
+    static constexpr std::size_t kRoomAgain = kQueueLimit / 2;
     // A line longer than this, ended or not, is not read, nor is anything after it until a
     // restart; the owner is woken and PendingLineLength says more than this.
     static constexpr std::size_t kLongLine = 0xFFFE;
 
     // `wake` (may be empty) runs on the worker thread whenever lines are waiting to be taken,
-    // after a line failed, when the queue has room again after it was full and when a line
+    // after a line failed, when the queue is down to kRoomAgain after it was full and when a line
     // longer than kLongLine was met; it must not call back into the worker.
     explicit CHistoryAnswerWorker(CHistoryResponseParser& parser, Notify wake = {});
     // Finishes the bytes pushed so far, then stops the thread.
