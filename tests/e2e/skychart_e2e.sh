@@ -16,9 +16,10 @@ home=$(mktemp -d /tmp/skychart-e2e-XXXXXX)
 
 make_home
 mkdir -p "$output" "$home/config/Orvane/Kestrel/DisplayApps"
-# A symbol from the last session: the box shows it, and typing replaces it. A long tick
-# request keeps the load going for several progress ticks.
-printf '[ApplicationSettings]\nCurrentSymbol=KRNO\nSymbols=KRNO\nRequestDataType=0\nRequestDatapoints="1000000,10000,10000,10000,10000"\n' \
+# A symbol from the last session: the box shows it, and typing replaces it. The longest tick
+# request keeps the load going past the first progress ticks (a million ticks can load within
+# one).
+printf '[ApplicationSettings]\nCurrentSymbol=KRNO\nSymbols=KRNO\nRequestDataType=0\nRequestDatapoints="5000000,10000,10000,10000,10000"\n' \
     >"$home/config/Orvane/Kestrel/DisplayApps/Skychart.conf"
 "$skychart" >"$output/skychart.out" 2>&1 &
 skychart_pid=$!
@@ -42,7 +43,7 @@ wait_for 20 stored || fail "CurrentSymbol=LUMA not in $conf: $(cat "$conf" 2>/de
 wait_for 20 grep -qs "Watch LUMA sent" "$log" || fail "no watch in the log"
 watched() { [[ "$(service_watch_count)" == 1 ]]; }
 wait_for 30 watched || fail "the service does not watch LUMA"
-wait_for 60 grep -qs "History request sent: HTX,LUMA,1000000,1,Lookup0" "$log" ||
+wait_for 60 grep -qs "History request sent: HTX,LUMA,5000000,1,Lookup0" "$log" ||
     fail "no tick history request in the log"
 wait_for 120 grep -qsE "StatusBar: [0-9]+ datapoints available\.  Displaying 120\." "$log" ||
     fail "the load never completed"
