@@ -228,11 +228,7 @@ void DayTextSource::locate() {
     // Oldest first, the newest `limit` lines: the days are counted back from the end.
     std::uint64_t counted = 0;
     for (m_day = m_lastDay; m_day >= m_firstDay; --m_day) {
-        if (m_market.tradesOn(m_instrument, m_day)) {
-            if (const auto w = window(m_day)) {
-                counted += m_market.countTicks(m_instrument, w->first, w->second);
-            }
-        }
+        counted += WindowTicks(m_market, m_instrument, m_selection, m_day);
         if (counted >= m_selection.limit) {
             m_skip = counted - m_selection.limit;
             m_left = m_selection.limit;
@@ -248,7 +244,7 @@ bool DayTextSource::openDay() {
     const bool newestFirst = m_selection.newestFirst;
     while (newestFirst ? m_day >= m_firstDay : m_day <= m_lastDay) {
         const std::int32_t day = newestFirst ? m_day-- : m_day++;
-        const auto w = m_market.tradesOn(m_instrument, day) ? window(day) : std::nullopt;
+        const auto w = TradingWindow(m_market, m_instrument, m_selection, day);
         if (!w) {
             continue;
         }
@@ -362,33 +358,30 @@ SourceStep DayTextSource::fill(LineWriter& out, std::size_t budget, std::uint64_
             closeDay();
             return lines > 0 ? SourceStep::Item : SourceStep::Done;
         }
-        std::size_t count = 1;
+        std::size_t count = 0;
         if (m_direct) {
             count = writeDirect(out);
-            if (count == 0) {
-                // Fewer lines than counted: never expected, but the answer ends cleanly.
-                m_next = m_end;
-                m_left = 0;
-                continue;
-            }
             m_next += count;
         } else if (m_selection.newestFirst) {
             --m_next;
             out.put(m_text->text(m_next, m_next + 1));
+            count = 1;
         } else {
             while (m_text->lines() <= m_next && m_text->extend()) {
             }
-            if (m_text->lines() <= m_next) {
-                // Fewer lines than counted: never expected, but the answer ends cleanly.
-                m_next = m_end;
-                m_left = 0;
-                continue;
+            if (m_text->lines() > m_next) {
+                const std::size_t made = std::min(m_end, m_text->lines());
+                const std::size_t last = m_text->fitting(m_next, made, budget - out.size());
+                out.put(m_text->text(m_next, last));
+                count = last - m_next;
+                m_next = last;
             }
-            const std::size_t made = std::min(m_end, m_text->lines());
-            const std::size_t last = m_text->fitting(m_next, made, budget - out.size());
-            out.put(m_text->text(m_next, last));
-            count = last - m_next;
-            m_next = last;
+        }
+        if (count == 0) {
+            // Fewer lines than counted: never expected, but the answer ends cleanly.
+            m_next = m_end;
+            m_left = 0;
+            continue;
         }
         lines += count;
         m_left -= count;

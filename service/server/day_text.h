@@ -132,10 +132,6 @@ public:
               std::shared_ptr<const DayText>& keep);
 
 private:
-    std::optional<std::pair<Micros, Micros>> window(std::int32_t day) const {
-        return DayWindow(day, m_selection.from, m_selection.to, m_selection.beginFilter,
-                         m_selection.endFilter);
-    }
     void locate();
     // Opens the next day with lines in the answer; false when there is none.
     bool openDay();

@@ -160,8 +160,8 @@ void HistoryAnswer::makeSource() {
         selection.beginFilter = r.beginFilter;
         selection.endFilter = r.endFilter;
         selection.newestFirst = r.newestFirst;
-        const bool faulty = m_faults.malformedEvery > 0 || m_faults.lineLimit > 0;
-        if (m_days && m_days->budget() > 0 && !faulty && selection.limit >= kDayTextLines) {
+        if (m_days && m_days->budget() > 0 && !m_faults.perLine() &&
+            selection.limit >= kDayTextLines) {
             m_dayText = std::make_unique<DayTextSource>(m_market, instrument, selection, r.id,
                                                         m_now, *m_days);
         } else {
@@ -295,7 +295,7 @@ bool HistoryAnswer::view(std::size_t maxBytes, std::string_view& text,
 template <int Decimals>
 HistoryAnswer::Progress HistoryAnswer::fillTicks(LineWriter& out, std::size_t budget) {
     // Without faults, ticks are taken and written a run at a time.
-    const bool faulty = m_faults.malformedEvery > 0 || m_faults.lineLimit > 0;
+    const bool faulty = m_faults.perLine();
     const std::size_t run = faulty ? 1 : kTickRun;
     while (out.size() < budget) {
         const Tick* ticks = nullptr;

@@ -29,6 +29,8 @@ struct AnswerFaults {
     bool longLine = false;       // a line over 64 KiB before the answer
     int malformedEvery = 0;      // a malformed line after every N data lines
     std::uint64_t lineLimit = 0; // stop (without end marker) after N data lines; 0: none
+    // Whether the data lines are counted or interleaved one by one.
+    bool perLine() const { return malformedEvery > 0 || lineLimit > 0; }
 };
 
 class HistoryAnswer {

@@ -30,6 +30,22 @@ std::optional<std::pair<Micros, Micros>> DayWindow(std::int32_t day, Micros from
     return std::pair{low, high};
 }
 
+std::optional<std::pair<Micros, Micros>> TradingWindow(const Market& market,
+                                                       const Instrument& instrument,
+                                                       const TickSelection& selection,
+                                                       std::int32_t day) {
+    if (!market.tradesOn(instrument, day)) {
+        return std::nullopt;
+    }
+    return DayWindow(day, selection.from, selection.to, selection.beginFilter, selection.endFilter);
+}
+
+std::uint64_t WindowTicks(const Market& market, const Instrument& instrument,
+                          const TickSelection& selection, std::int32_t day) {
+    const auto w = TradingWindow(market, instrument, selection, day);
+    return w ? market.countTicks(instrument, w->first, w->second) : 0;
+}
+
 TickSource::TickSource(const Market& market, const Instrument& instrument, TickSelection selection)
     : m_market(market), m_instrument(instrument), m_selection(selection) {
     if (m_selection.from > m_selection.to || m_selection.limit == 0) {
@@ -72,11 +88,7 @@ bool TickSource::locate() {
         if (visited == kDaysPerStep) {
             return false;
         }
-        if (m_market.tradesOn(m_instrument, m_day)) {
-            if (const auto w = window(m_day)) {
-                m_counted += m_market.countTicks(m_instrument, w->first, w->second);
-            }
-        }
+        m_counted += WindowTicks(m_market, m_instrument, m_selection, m_day);
         if (m_counted >= m_selection.limit) {
             m_skip = m_counted - m_selection.limit;
             m_left = m_selection.limit;
@@ -93,9 +105,6 @@ bool TickSource::openDay() {
     m_cursor = TickCursor();
     m_count = 0;
     m_position = 0;
-    if (!m_market.tradesOn(m_instrument, m_day)) {
-        return false;
-    }
     const auto w = window(m_day);
     if (!w) {
         return false;
@@ -153,7 +162,7 @@ SourceStep TickSource::nextDescending(const Tick*& ticks, std::size_t& count, st
         if (m_day < m_firstDay) {
             break;
         }
-        const auto w = m_market.tradesOn(m_instrument, m_day) ? window(m_day) : std::nullopt;
+        const auto w = window(m_day);
         if (!w) {
             --m_day;
             m_inDay = false;

@@ -28,6 +28,15 @@ struct TickSelection {
 std::optional<std::pair<Micros, Micros>> DayWindow(std::int32_t day, Micros from, Micros to,
                                                    int beginFilter, int endFilter);
 
+// The window of `day` in `selection` (DayWindow) when the instrument trades that day.
+std::optional<std::pair<Micros, Micros>> TradingWindow(const Market& market,
+                                                       const Instrument& instrument,
+                                                       const TickSelection& selection,
+                                                       std::int32_t day);
+// How many ticks that window holds.
+std::uint64_t WindowTicks(const Market& market, const Instrument& instrument,
+                          const TickSelection& selection, std::int32_t day);
+
 // How a source's step ended: an item is ready, some work was done without finding one (call
 // again later), or the source is exhausted.
 enum class SourceStep { Item, Busy, Done };
@@ -49,8 +58,7 @@ private:
     enum class Phase { Locate, Ascending, Descending, Done };
 
     std::optional<std::pair<Micros, Micros>> window(std::int32_t day) const {
-        return DayWindow(day, m_selection.from, m_selection.to, m_selection.beginFilter,
-                         m_selection.endFilter);
+        return TradingWindow(m_market, m_instrument, m_selection, day);
     }
     bool locate();
     SourceStep nextAscending(const Tick*& ticks, std::size_t& count, std::size_t max);
