@@ -49,7 +49,7 @@ inline std::int32_t Day(int year, int month, int day) {
     return detail::DaysFromCivil(year, month, day);
 }
 
-inline Micros At(int year, int month, int day, int hour, int minute, int second = 0,
+inline Micros At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
                  Micros micros = 0) {
     return StartOfDay(Day(year, month, day)) +
            ((hour * 60 + minute) * 60 + second) * kMicrosPerSecond + micros;
