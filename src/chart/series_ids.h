@@ -12,16 +12,17 @@ namespace series_ids {
 inline constexpr CChart2D::SeriesId kStudyLevels = 10; // 10 .. 19
 inline constexpr CChart2D::SeriesId kStudyLines = 20;  // 20 .. 29
 
-// The price pane, bottom to top.
-inline constexpr CChart2D::SeriesId kPrice = 100;
+// The price pane, bottom to top. The bands are an envelope in a light colour: under the price,
+// so that a flat stretch, where they close on it, does not hide it; the averages over it.
+inline constexpr CChart2D::SeriesId kBands = 100; // 100 .. 102
+inline constexpr CChart2D::SeriesId kPrice = 105;
 inline constexpr CChart2D::SeriesId kAverages = 110;    // 110 .. 112
-inline constexpr CChart2D::SeriesId kBands = 113;       // 113 .. 115
 inline constexpr CChart2D::SeriesId kCompare = 900;     // 900 .. 902
 inline constexpr CChart2D::SeriesId kLastPrice = 910;   // one dotted line and its tag
 inline constexpr CChart2D::SeriesId kTrendlines = 1000; // trendline n is 1000 + n
 
-static_assert(kStudyLevels + 10 <= kStudyLines && kStudyLines + 10 <= kPrice);
-static_assert(kPrice < kAverages && kAverages + 3 <= kBands && kBands + 3 <= kCompare);
+static_assert(kStudyLevels + 10 <= kStudyLines && kStudyLines + 10 <= kBands);
+static_assert(kBands + 3 <= kPrice && kPrice < kAverages && kAverages + 3 <= kCompare);
 static_assert(kCompare + 3 <= kLastPrice && kLastPrice < kTrendlines);
 
 } // namespace series_ids

@@ -52,7 +52,7 @@ public:
     // The set drawn now (its studies are empty until the first computation finishes).
     const CStudySet& Current() const { return *m_current; }
 
-    // Series ids over the price pane: above the price data.
+    // Series ids on the price pane: the averages over the price data, the bands under it.
     static constexpr CChart2D::SeriesId kAverageSeries = series_ids::kAverages;
     static constexpr CChart2D::SeriesId kBandSeries = series_ids::kBands;
     // Series ids of a study pane: the level lines below the study's lines.

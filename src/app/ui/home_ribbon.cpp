@@ -66,6 +66,7 @@ SHomeRibbon MakeHomeRibbon(CRibbonBar& ribbon) {
     auto* searchLayout = new QVBoxLayout(searchPanel);
     searchLayout->addWidget(home.searchBox);
     searchLayout->addWidget(home.searchModeCombo);
+    searchLayout->addStretch(1);
 
     QGroupBox* viewPanel = ribbon.AddPanel(category, "View");
     home.zoomInButton = ribbon.AddButton(viewPanel, "Zoom In", "ZoomInButton");
