@@ -93,18 +93,15 @@ bool DayText::extend() {
         maker.expected = std::max(m_lines + n, maker.expected + maker.expected / 2);
         m_ends = Resized(m_ends, maker.expected);
     }
-    char* const start = m_data;
-    char* p = start + m_size;
+    const char* const start = m_data;
     std::uint32_t* const ends = m_ends;
     std::size_t line = m_lines;
-    LineWriter::WithDecimals(maker.decimals, [&](auto fixed) {
-        for (std::size_t i = 0; i < n; ++i) {
-            p = maker.lines.write<fixed()>(p, ticks[i], maker.decimals);
+    const char* end =
+        maker.lines.writeRun(m_data + m_size, {ticks, n}, maker.decimals, [&](const char* p) {
             ends[line++] = static_cast<std::uint32_t>(p - start);
-        }
-    });
+        });
     m_lines = line;
-    m_size = static_cast<std::size_t>(p - start);
+    m_size = static_cast<std::size_t>(end - start);
     return true;
 }
 
@@ -324,14 +321,7 @@ std::size_t DayTextSource::writeDirect(LineWriter& out) {
         m_made += n;
     }
     n = m_cursor.nextInPlace(ticks, m_end - m_next);
-    const int decimals = m_instrument.decimals;
-    char* p = out.claim(n * m_lines.maxLineBytes());
-    LineWriter::WithDecimals(decimals, [&](auto fixed) {
-        for (std::size_t i = 0; i < n; ++i) {
-            p = m_lines.write<fixed()>(p, ticks[i], decimals);
-        }
-    });
-    out.commit(p);
+    m_lines.writeRun(out, {ticks, n}, m_instrument.decimals);
     m_made += n;
     return n;
 }

@@ -252,9 +252,7 @@ HistoryAnswer::Progress HistoryAnswer::fill(LineWriter& out, std::size_t budget)
         return Progress::More;
     }
     if (m_ticks) {
-        return LineWriter::WithDecimals(m_instrument->decimals, [&](auto decimals) {
-            return fillTicks<decimals()>(out, budget);
-        });
+        return fillTicks(out, budget);
     }
     while (out.size() < budget) {
         if (m_intervals) {
@@ -292,7 +290,6 @@ bool HistoryAnswer::view(std::size_t maxBytes, std::string_view& text,
     return true;
 }
 
-template <int Decimals>
 HistoryAnswer::Progress HistoryAnswer::fillTicks(LineWriter& out, std::size_t budget) {
     // Without faults, ticks are taken and written a run at a time.
     const bool faulty = m_faults.perLine();
@@ -307,12 +304,7 @@ HistoryAnswer::Progress HistoryAnswer::fillTicks(LineWriter& out, std::size_t bu
         if (step == SourceStep::Done) {
             return finish(out, m_dataLines == 0 ? kNoData : nullptr);
         }
-        const int decimals = m_instrument->decimals;
-        char* p = out.claim(count * m_tickLines.maxLineBytes());
-        for (std::size_t i = 0; i < count; ++i) {
-            p = m_tickLines.write<Decimals>(p, ticks[i], decimals);
-        }
-        out.commit(p);
+        m_tickLines.writeRun(out, {ticks, count}, m_instrument->decimals);
         if (!faulty) {
             m_dataLines += count;
             continue;

@@ -76,7 +76,7 @@ private:
     std::vector<Bar> periodBars() const;
     std::uint64_t limit() const;
     Progress finish(LineWriter& out, const char* error);
-    template <int Decimals> Progress fillTicks(LineWriter& out, std::size_t budget);
+    Progress fillTicks(LineWriter& out, std::size_t budget);
     void writeBar(LineWriter& out, const Bar& bar);
     bool afterDataLine(LineWriter& out); // false when the line limit is reached
 

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,24 @@ public:
 
     // The most bytes one line takes.
     std::size_t maxLineBytes() const { return m_stamp.size() + kFieldBytes; }
+
+    // Writes the lines of `ticks` from `p` on (room for maxLineBytes() each), prices with
+    // `decimals` decimals, and returns where they end; `lineEnd` is told where each line ends.
+    template <typename LineEnd>
+    char* writeRun(char* p, std::span<const Tick> ticks, int decimals, LineEnd lineEnd) {
+        return LineWriter::WithDecimals(decimals, [&](auto fixed) {
+            for (const Tick& tick : ticks) {
+                p = write<fixed()>(p, tick, decimals);
+                lineEnd(p);
+            }
+            return p;
+        });
+    }
+    // The same, appended to `out`.
+    void writeRun(LineWriter& out, std::span<const Tick> ticks, int decimals) {
+        char* p = out.claim(ticks.size() * maxLineBytes());
+        out.commit(writeRun(p, ticks, decimals, [](const char*) {}));
+    }
 
     // Writes the line of `tick` at `p` (room for maxLineBytes()) and returns where it ends.
     // Prices have `Decimals` decimals; with 0, `decimals` (any count) says how many.
